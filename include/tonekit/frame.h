@@ -5,19 +5,19 @@
 #include <stddef.h>
 #include <stdint.h>
 #ifdef __cplusplus
-#include <uchar.h>
+    #include <uchar.h>
 #else
-#include <stdbool.h>
-#ifndef _WIN32
-#include <uchar.h>
-#endif
+    #include <stdbool.h>
+    #ifndef _WIN32
+        #include <uchar.h>
+    #endif
 #endif
 
 /** Marks an exported function. */
 #ifdef _WIN32
-#define TONEKIT_API
+    #define TONEKIT_API
 #else
-#define TONEKIT_API __attribute__((visibility("default")))
+    #define TONEKIT_API __attribute__((visibility("default")))
 #endif
 
 /** One UTF-16 unit in the processor's byte order. */
@@ -34,27 +34,27 @@ extern "C" {
 /*
  * Settings
  *
- * Each is one process-wide value that lives as long as the process. Any thread may read or write at any time without a
- * lock: a reader sees the old value or the new one. No setter reports a rejected value.
+ * Each is one process-wide value that lives as long as the process. Any thread may read or write at any time
+ * without a lock: a reader sees the old value or the new one. No setter reports a rejected value.
  */
 
 /**
  * Chooses the resampling filter of converters set up from now on; a running converter does not change.
  *
- * @param mode      0 normal, 1 steep (pass band to about 0.982 of Nyquist), 2 steeper (about 0.995). Any other value
- *                  stores 0.
- * @param aliasing  non-zero lets the stop band begin above the Nyquist frequency, which shortens the filter and allows a
- *                  little aliasing; it counts only between rates of 44100 Hz and up. Any value is stored.
+ * @param mode      0 normal, 1 steep (pass band to about 0.982 of Nyquist), 2 steeper (about 0.995). Any
+ * other value stores 0.
+ * @param aliasing  non-zero lets the stop band begin above the Nyquist frequency, which shortens the filter
+ * and allows a little aliasing; it counts only between rates of 44100 Hz and up. Any value is stored.
  */
 TONEKIT_API void SetSampleRateConverterParameters2(uint32_t mode, uint8_t aliasing);
 
 /**
  * Sets dither.
  *
- * @param enable  non-zero allows dither in converters set up from now on (they must also ask for it themselves); starts
- *                as 0
- * @param mode    0 rectangular, 1 high-pass triangular, 2 triangular with noise shaping; starts as 1; takes effect at
- *                the next block, in running converters too. Any other value leaves the mode as it was.
+ * @param enable  non-zero allows dither in converters set up from now on (they must also ask for it
+ * themselves); starts as 0
+ * @param mode    0 rectangular, 1 high-pass triangular, 2 triangular with noise shaping; starts as 1; takes
+ * effect at the next block, in running converters too. Any other value leaves the mode as it was.
  */
 TONEKIT_API void SetDitherParameters(uint32_t enable, uint32_t mode);
 
@@ -69,8 +69,9 @@ TONEKIT_API void SetDSDPCMGain(uint32_t gain);
 TONEKIT_API uint32_t GetDSDPCMGain(void);
 
 /**
- * Sets the gain, in whole decibels from 0 to 6, that converters apply to input of format code 2 (the samples that
- * hdcd_process leaves). Takes effect at the next block, in running converters too. Any other value is ignored.
+ * Sets the gain, in whole decibels from 0 to 6, that converters apply to input of format code 2 (the samples
+ * that hdcd_process leaves). Takes effect at the next block, in running converters too. Any other value is
+ * ignored.
  */
 TONEKIT_API void SetHDCDGain(uint32_t gain);
 /** @return the HDCD gain in decibels; 6 at start */
@@ -99,19 +100,21 @@ TONEKIT_API void SetUltraHDQuality(void);
 /*
  * The global lock
  *
- * One lock for the process, for callers only: nothing inside the library takes it. It has no owner, so one thread may lock
- * and another unlock, and it isn't recursive: a second lock by the thread that holds it waits for ever. Without the
- * system's resources for it at load, both calls return at once and exclude nobody.
+ * One lock for the process, for callers only: nothing inside the library takes it. It has no owner, so one
+ * thread may lock and another unlock, and it isn't recursive: a second lock by the thread that holds it waits
+ * for ever. Without the system's resources for it at load, both calls return at once and exclude nobody.
  */
 
 /** Waits without limit for the lock and takes it. */
 TONEKIT_API void ffmpeg_global_lock(void);
 
-/** Gives the lock back and lets one waiter through. An unlock while it is free leaves it free; unlocks aren't counted. */
+/** Gives the lock back and lets one waiter through. An unlock while it is free leaves it free; unlocks aren't
+ * counted. */
 TONEKIT_API void ffmpeg_global_unlock(void);
 
 /**
- * Tells whether a file begins with the EBML header identifier 1A 45 DF A3, which marks Matroska and WebM files.
+ * Tells whether a file begins with the EBML header identifier 1A 45 DF A3, which marks Matroska and WebM
+ * files.
  *
  * @param path  zero-terminated UTF-16 path; outside Windows it is opened by its UTF-8 form
  * @return 1 if it does; 0 if not, also for a file that can't be opened or is shorter than 4 bytes

@@ -1,0 +1,113 @@
+// ratio.h: measures pairs of actions against each other within one run and prints the ratios as a table.
+//
+// A machine that does other work too gives no two equal seconds, so a time says nothing; each row takes turns
+// between our action and its peer and reports the median of the ratios of neighbouring turns.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tonekit {
+
+class RatioTable {
+public:
+    using Action = std::function<void()>;
+
+    explicit RatioTable(std::string title) : title_(std::move(title)) {}
+
+    // Limit is the least speed of ours as a part of the peer's; 0 for none.
+    void Add(std::string name, double limit, Action ours, Action peer)
+    {
+        rows_.push_back({std::move(name), limit, std::move(ours), std::move(peer)});
+    }
+
+    // Options: --filter TEXT, --quick. Gives 0 if every row that has a limit keeps it.
+    int Run(int argc, char **argv)
+    {
+        const char *filter = "";
+        bool quick = false;
+        for (int i = 1; i < argc; ++i) {
+            if (std::strcmp(argv[i], "--filter") == 0 && i + 1 < argc)
+                filter = argv[++i];
+            else if (std::strcmp(argv[i], "--quick") == 0)
+                quick = true;
+        }
+        std::printf("\n%s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), "", "ours", "beside", "ratio",
+                    "limit");
+        int result = 0;
+        for (const Row &row : rows_)
+            if (row.name.find(filter) != std::string::npos && !Report(row, quick))
+                result = 1;
+        return result;
+    }
+
+private:
+    struct Row {
+        std::string name;
+        double limit;
+        Action ours;
+        Action peer;
+    };
+
+    static double Seconds(const Action &action, unsigned times)
+    {
+        using Clock = std::chrono::steady_clock;
+        const auto begin = Clock::now();
+        for (unsigned i = 0; i < times; ++i)
+            action();
+        return std::chrono::duration<double>(Clock::now() - begin).count();
+    }
+
+    // How often an action must run for one turn to be long beside the clock and the scheduler.
+    static unsigned TimesPerTurn(const Action &action)
+    {
+        constexpr double kTurn = 0.003;
+        for (unsigned times = 1;; times *= 2) {
+            const double seconds = Seconds(action, times);
+            if (seconds >= kTurn || times >= 1u << 24)
+                return times;
+            if (seconds > kTurn / 16)
+                return static_cast<unsigned>(times * kTurn / seconds) + 1;
+        }
+    }
+
+    static double Median(std::vector<double> values)
+    {
+        std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+        return values[values.size() / 2];
+    }
+
+    static bool Report(const Row &row, bool quick)
+    {
+        const unsigned oursTimes = TimesPerTurn(row.ours);
+        const unsigned peerTimes = TimesPerTurn(row.peer);
+        std::vector<double> ours;
+        std::vector<double> peer;
+        std::vector<double> ratios;
+        const int turns = quick ? 9 : 41;
+        for (int turn = 0; turn < turns; ++turn) {
+            ours.push_back(Seconds(row.ours, oursTimes) / oursTimes);
+            peer.push_back(Seconds(row.peer, peerTimes) / peerTimes);
+            ratios.push_back(peer.back() / ours.back());
+        }
+        const double ratio = Median(ratios);
+        const bool kept = row.limit == 0 || ratio >= row.limit;
+        std::printf("%-44s %9.3f us %9.3f us %8.2f", row.name.c_str(), Median(ours) * 1e6, Median(peer) * 1e6,
+                    ratio);
+        if (row.limit != 0)
+            std::printf(" %7.2f %s", row.limit, kept ? "ok" : "short");
+        std::printf("\n");
+        std::fflush(stdout);
+        return kept;
+    }
+
+    std::string title_;
+    std::vector<Row> rows_;
+};
+
+} // namespace tonekit

@@ -1,0 +1,17 @@
+# tiers.cmake: the compiler options of each body letter, from the baseline to the most demanding.
+
+# The letters in ascending demand; a later letter has every feature of the earlier ones.
+set(TONEKIT_LETTERS A L M N P R S V)
+
+set(TONEKIT_TIER_OPTIONS_A "")
+set(TONEKIT_TIER_OPTIONS_L -msse3)
+set(TONEKIT_TIER_OPTIONS_M -mssse3)
+set(TONEKIT_TIER_OPTIONS_N -msse4.1)
+set(TONEKIT_TIER_OPTIONS_P -msse4.2 -mpopcnt)
+set(TONEKIT_TIER_OPTIONS_R ${TONEKIT_TIER_OPTIONS_P} -mavx)
+set(TONEKIT_TIER_OPTIONS_S ${TONEKIT_TIER_OPTIONS_R} -mf16c)
+set(TONEKIT_TIER_OPTIONS_V ${TONEKIT_TIER_OPTIONS_S} -mavx2 -mfma -mmovbe -mbmi -mbmi2 -mlzcnt)
+
+# For every tier unit: no exceptions and no run-time types, because their tables are weak symbols that the linker could
+# take from the wrong body; no link-time optimisation, which would merge bodies.
+set(TONEKIT_TIER_UNIT_OPTIONS -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-lto -fno-ipa-icf)

@@ -1,0 +1,16 @@
+// allocator.h: the throwing allocator of the library.
+#pragma once
+
+#include <cstddef>
+
+namespace tonekit {
+
+// Memory for any use, aligned as malloc aligns. On exhaustion it calls the installed new-handler and tries
+// again, as long as there is a handler; without one it throws std::bad_alloc, or std::bad_array_new_length
+// for a request of the largest size. It never returns null, and 0 bytes get an address of their own.
+void *Allocate(std::size_t bytes);
+
+// Gives memory from Allocate back; null is ignored.
+void Release(void *memory) noexcept;
+
+} // namespace tonekit

@@ -1,0 +1,18 @@
+// dispatch.cpp: selects the body behind each dispatched function.
+#include "frame/dispatch.h"
+
+#include "frame/processor.h"
+
+namespace tonekit {
+
+void SelectBodies(std::uint64_t featureWord)
+{
+    const DispatchRow *row = tonekit_dispatch_rows;
+    for (const std::uint64_t *unit = tonekit_dispatch_units; *unit != 0; ++unit) {
+        const unsigned tier = ChooseTier(featureWord);
+        for (const DispatchRow *end = row + *unit; row != end; ++row)
+            *row->slot = row->bodies[tier];
+    }
+}
+
+} // namespace tonekit

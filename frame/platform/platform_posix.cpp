@@ -1,0 +1,88 @@
+// platform_posix.cpp: the platform seam on POSIX systems.
+#include <atomic>
+#include <new>
+#include <string>
+
+#include "frame/platform.h"
+
+namespace tonekit {
+
+// The futex behind an atomic's wait needs no destruction, so a thread that still waits when the process ends
+// can't hold up the end, as it would with a condition variable.
+struct AutoResetEvent {
+    std::atomic<std::uint32_t> signalled{1};
+};
+
+AutoResetEvent *CreateSignalledEvent()
+{
+    return new (std::nothrow) AutoResetEvent;
+}
+
+void WaitForEvent(AutoResetEvent *event)
+{
+    while (event->signalled.exchange(0, std::memory_order_acquire) == 0)
+        event->signalled.wait(0, std::memory_order_relaxed);
+}
+
+void SignalEvent(AutoResetEvent *event)
+{
+    event->signalled.store(1, std::memory_order_release);
+    event->signalled.notify_one();
+}
+
+void CloseEvent(AutoResetEvent *event)
+{
+    delete event;
+}
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(char16_t unit)
+{
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool IsLowSurrogate(char16_t unit)
+{
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+// Takes one character off the text; a lone surrogate counts as U+FFFD.
+char32_t NextCharacter(const char16_t *&text)
+{
+    const char16_t unit = *text++;
+    if (IsHighSurrogate(unit) && IsLowSurrogate(*text))
+        return 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{*text++} - 0xDC00);
+    if (IsHighSurrogate(unit) || IsLowSurrogate(unit))
+        return kReplacement;
+    return unit;
+}
+
+void AppendUtf8(std::string &bytes, char32_t character)
+{
+    if (character < 0x80) {
+        bytes += static_cast<char>(character);
+        return;
+    }
+    const int trailing = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
+    bytes += static_cast<char>(kLead[trailing] | (character >> (6 * trailing)));
+    for (int rest = trailing - 1; rest >= 0; --rest)
+        bytes += static_cast<char>(0x80 | ((character >> (6 * rest)) & 0x3F));
+}
+
+} // namespace
+
+std::FILE *OpenForReading(const tonekit_char16 *path)
+{
+    if (!path)
+        return nullptr;
+    std::string name;
+    while (*path)
+        AppendUtf8(name, NextCharacter(path));
+    return std::fopen(name.c_str(), "rbe");
+}
+
+} // namespace tonekit

@@ -1,0 +1,39 @@
+// platform_windows.cpp: the platform seam on Windows.
+#include <stdlib.h>
+#include <windows.h>
+
+#include "frame/platform.h"
+
+namespace tonekit {
+
+AutoResetEvent *CreateSignalledEvent()
+{
+    return reinterpret_cast<AutoResetEvent *>(CreateEventA(nullptr, FALSE, TRUE, nullptr));
+}
+
+void WaitForEvent(AutoResetEvent *event)
+{
+    WaitForSingleObject(reinterpret_cast<HANDLE>(event), INFINITE);
+}
+
+void SignalEvent(AutoResetEvent *event)
+{
+    SetEvent(reinterpret_cast<HANDLE>(event));
+}
+
+void CloseEvent(AutoResetEvent *event)
+{
+    CloseHandle(reinterpret_cast<HANDLE>(event));
+}
+
+std::FILE *OpenForReading(const tonekit_char16 *path)
+{
+    if (!path)
+        return nullptr;
+    std::FILE *file = nullptr;
+    if (_wfopen_s(&file, path, L"rb") != 0)
+        return nullptr;
+    return file;
+}
+
+} // namespace tonekit

@@ -1,0 +1,44 @@
+// tier.h: how a tier unit defines its bodies and reaches its siblings of the same tier.
+//
+// A tier unit X.tier.cpp is compiled once per body, with TONEKIT_TIER set to the body's letter. All its code
+// stands in namespace tonekit::TONEKIT_TIER. No weak symbol may come out of it: an inline function or
+// template instance compiled for a demanding tier could be handed by the linker to the baseline, which then
+// dies on an old processor.
+#pragma once
+
+#include <cstdint>
+
+#ifndef TONEKIT_TIER
+    #error "tier.h is for tier units, which the build compiles once per body"
+#endif
+
+// The unit's rows of the dispatch list, and the aliases for the letters that share this body.
+#include TONEKIT_ROWS
+
+#define TONEKIT_STRING_(text) #text
+#define TONEKIT_STRING(text) TONEKIT_STRING_(text)
+#define TONEKIT_LABEL(symbol) __asm__(TONEKIT_STRING(symbol) "." TONEKIT_STRING(TONEKIT_TIER))
+
+#define TONEKIT_DEFINE_(function, symbol, row, result, arguments, attributes)                                \
+    static_assert(row, "add a row for " #symbol " to frame/dispatch.list");                                  \
+    attributes result function arguments TONEKIT_LABEL(symbol);                                              \
+    result function arguments
+
+// Opens the definition of an exported function's body, which is found under function.LETTER.
+#define TONEKIT_BODY(function, result, arguments)                                                            \
+    TONEKIT_DEFINE_(function, function, TONEKIT_ROW_export_##function, result, arguments,                    \
+                    __attribute__((visibility("default"))))
+
+// The same for a class member: SYMBOL is its mangled name, and the object is the first argument.
+#define TONEKIT_MEMBER_BODY(function, symbol, result, arguments)                                             \
+    TONEKIT_DEFINE_(function, symbol, TONEKIT_ROW_export_##symbol, result, arguments,                        \
+                    __attribute__((visibility("default"))))
+
+// The same for a dispatched function that is not exported.
+#define TONEKIT_INTERNAL_BODY(function, result, arguments)                                                   \
+    TONEKIT_DEFINE_(function, function, TONEKIT_ROW_intern_##function, result, arguments, )
+
+// Declares the body of the same tier of a function that another unit defines. A call of it is direct.
+#define TONEKIT_SIBLING(function, result, arguments) result function arguments TONEKIT_LABEL(function)
+#define TONEKIT_MEMBER_SIBLING(function, symbol, result, arguments)                                          \
+    result function arguments TONEKIT_LABEL(symbol)

@@ -1,0 +1,8 @@
+/* tonekit.h: the whole exported interface. */
+#ifndef TONEKIT_TONEKIT_H
+#define TONEKIT_TONEKIT_H
+
+#include <tonekit/convert.h>
+#include <tonekit/frame.h>
+
+#endif

@@ -1,0 +1,72 @@
+// allocator_test.cpp: the throwing allocator on exhaustion.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <new>
+
+#include "frame/allocator.h"
+#include "tests/support/failing_malloc.h"
+
+namespace tonekit {
+namespace {
+
+int handlerCalls = 0;
+
+class AllocatorTest : public testing::Test {
+protected:
+    void SetUp() override { handlerCalls = 0; }
+    void TearDown() override
+    {
+        AllowAllocations();
+        std::set_new_handler(nullptr);
+    }
+};
+
+TEST_F(AllocatorTest, GivesWritableMemoryAndTakesItBack)
+{
+    const int64_t before = LiveAllocations();
+    auto *bytes = static_cast<uint8_t *>(Allocate(1000));
+    for (int i = 0; i < 1000; ++i)
+        bytes[i] = 1;
+    Release(bytes);
+    Release(nullptr);
+    EXPECT_EQ(LiveAllocations(), before);
+}
+
+TEST_F(AllocatorTest, GivesZeroBytesAnAddress)
+{
+    void *memory = Allocate(0);
+    EXPECT_NE(memory, nullptr);
+    Release(memory);
+}
+
+TEST_F(AllocatorTest, ThrowsWithoutHandler)
+{
+    FailAllocation(1);
+    EXPECT_THROW(Allocate(10), std::bad_alloc);
+    EXPECT_THROW(Allocate(SIZE_MAX), std::bad_array_new_length);
+    EXPECT_THROW(Allocate(SIZE_MAX - 1), std::bad_alloc);
+}
+
+TEST_F(AllocatorTest, RetriesAsLongAsTheHandlerReturns)
+{
+    std::set_new_handler([] {
+        if (++handlerCalls == 3)
+            AllowAllocations();
+    });
+    FailEveryAllocation();
+    void *memory = Allocate(10);
+    EXPECT_NE(memory, nullptr);
+    EXPECT_EQ(handlerCalls, 3);
+    Release(memory);
+}
+
+TEST_F(AllocatorTest, PassesTheHandlersExceptionOn)
+{
+    std::set_new_handler([] { throw 7; });
+    FailEveryAllocation();
+    EXPECT_THROW(Allocate(10), int);
+}
+
+} // namespace
+} // namespace tonekit

@@ -1,0 +1,48 @@
+// bodies.cpp: reads the dispatch table and its names.
+#include "tests/support/bodies.h"
+
+#include <cstring>
+
+#include "frame/dispatch.h"
+#include "frame/platform.h"
+
+extern "C" const char *const tonekit_dispatch_names[];
+
+namespace tonekit {
+
+void *BodyAddress(const char *name, char letter)
+{
+    const char *position = letter ? std::strchr(kLetters, letter) : nullptr;
+    if (!position)
+        return nullptr;
+    for (int row = 0; tonekit_dispatch_names[row]; ++row)
+        if (std::strcmp(tonekit_dispatch_names[row], name) == 0)
+            return tonekit_dispatch_rows[row].bodies[position - kLetters];
+    return nullptr;
+}
+
+std::vector<const char *> DispatchedNames()
+{
+    std::vector<const char *> names;
+    for (const char *const *name = tonekit_dispatch_names; *name; ++name)
+        names.push_back(*name);
+    return names;
+}
+
+bool ProcessorRuns(char letter)
+{
+    const char *position = std::strchr(kLetters, letter);
+    return position &&
+           ChooseTier(EnumerateFeatures(AskProcessor())) >= static_cast<unsigned>(position - kLetters);
+}
+
+std::vector<char> RunnableLetters()
+{
+    std::vector<char> letters;
+    for (const char *letter = kLetters; *letter; ++letter)
+        if (ProcessorRuns(*letter))
+            letters.push_back(*letter);
+    return letters;
+}
+
+} // namespace tonekit

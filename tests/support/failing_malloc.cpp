@@ -1,0 +1,105 @@
+// failing_malloc.cpp: stands between the program's objects and the C runtime's heap.
+#include "tests/support/failing_malloc.h"
+
+#include <atomic>
+#include <cstddef>
+
+extern "C" {
+void *__real_malloc(std::size_t bytes);
+void *__real_calloc(std::size_t count, std::size_t bytes);
+void *__real_realloc(void *memory, std::size_t bytes);
+void __real_free(void *memory);
+void *__wrap_malloc(std::size_t bytes);
+void *__wrap_calloc(std::size_t count, std::size_t bytes);
+void *__wrap_realloc(void *memory, std::size_t bytes);
+void __wrap_free(void *memory);
+}
+
+namespace tonekit {
+
+namespace {
+
+std::atomic<std::uint64_t> untilFailure{0}; // 0: none is due
+std::atomic<bool> failEvery{false};
+std::atomic<bool> hasFailed{false};
+std::atomic<std::int64_t> live{0};
+std::atomic<std::uint64_t> total{0};
+
+bool MustFail()
+{
+    total.fetch_add(1, std::memory_order_relaxed);
+    bool fail = failEvery.load(std::memory_order_relaxed);
+    if (untilFailure.load(std::memory_order_relaxed) > 0)
+        fail |= untilFailure.fetch_sub(1, std::memory_order_relaxed) == 1;
+    if (fail)
+        hasFailed = true;
+    return fail;
+}
+
+void *Counted(void *memory)
+{
+    if (memory)
+        live.fetch_add(1, std::memory_order_relaxed);
+    return memory;
+}
+
+} // namespace
+
+void FailAllocation(std::uint64_t n)
+{
+    hasFailed = false;
+    untilFailure = n;
+}
+
+void FailEveryAllocation()
+{
+    hasFailed = false;
+    failEvery = true;
+}
+
+void AllowAllocations()
+{
+    untilFailure = 0;
+    failEvery = false;
+}
+
+bool AllocationHasFailed()
+{
+    return hasFailed;
+}
+
+std::int64_t LiveAllocations()
+{
+    return live;
+}
+
+std::uint64_t AllocationsSoFar()
+{
+    return total;
+}
+
+} // namespace tonekit
+
+void *__wrap_malloc(std::size_t bytes)
+{
+    return tonekit::MustFail() ? nullptr : tonekit::Counted(__real_malloc(bytes));
+}
+
+void *__wrap_calloc(std::size_t count, std::size_t bytes)
+{
+    return tonekit::MustFail() ? nullptr : tonekit::Counted(__real_calloc(count, bytes));
+}
+
+void *__wrap_realloc(void *memory, std::size_t bytes)
+{
+    if (!memory)
+        return __wrap_malloc(bytes);
+    return tonekit::MustFail() ? nullptr : __real_realloc(memory, bytes);
+}
+
+void __wrap_free(void *memory)
+{
+    if (memory)
+        tonekit::live.fetch_sub(1, std::memory_order_relaxed);
+    __real_free(memory);
+}

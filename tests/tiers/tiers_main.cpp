@@ -1,0 +1,225 @@
+// tiers_main.cpp: holds every body of every dispatched function against the baseline, and times them.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "frame/dispatch.h"
+#include "tests/tiers/tiers.h"
+
+namespace tonekit::tiers {
+
+namespace {
+
+struct Case {
+    const char *label;
+    ExerciseFunction exercise;
+    BenchFunction bench;
+    std::vector<const char *> names;
+};
+
+std::vector<Case> &Cases()
+{
+    static std::vector<Case> cases;
+    return cases;
+}
+
+struct Options {
+    bool list = false;
+    bool bench = false;
+    std::string tiers = kLetters;
+    const char *function = nullptr;
+    std::uint64_t seed = 1;
+};
+
+bool Covers(const Case &one, const char *name)
+{
+    return std::any_of(one.names.begin(), one.names.end(),
+                       [name](const char *covered) { return std::strcmp(covered, name) == 0; });
+}
+
+Record Run(const Case &one, char letter, std::uint64_t seed)
+{
+    Record record;
+    Random random(seed);
+    one.exercise(Bodies(letter), random, record);
+    return record;
+}
+
+// The letters whose body of some function of the case differs from the bodies of all lower letters.
+bool HasOwnBody(const Case &one, char letter)
+{
+    for (const char *name : one.names) {
+        const char *lower = std::strchr(kLetters, letter) - 1;
+        if (lower < kLetters || BodyAddress(name, letter) != BodyAddress(name, *lower))
+            return true;
+    }
+    return false;
+}
+
+struct Counts {
+    int passed = 0;
+    int failed = 0;
+    int skipped = 0;
+};
+
+void Compare(const Case &one, const Options &options, Counts &counts)
+{
+    const Record baseline = Run(one, 'A', options.seed);
+    for (const char letter : options.tiers) {
+        if (!ProcessorRuns(letter)) {
+            std::printf("skipped %s.%c: this processor lacks its features\n", one.label, letter);
+            ++counts.skipped;
+            continue;
+        }
+        const Record record = letter == 'A' ? baseline : Run(one, letter, options.seed);
+        const auto &expected = baseline.Bytes();
+        const auto &actual = record.Bytes();
+        const auto place = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
+        if (!record.Intact())
+            std::printf("FAILED %s.%c: a write outside a buffer\n", one.label, letter);
+        if (place.first != expected.end() || place.second != actual.end())
+            std::printf("FAILED %s.%c: differs from .A at byte %td of %zu\n", one.label, letter,
+                        place.first - expected.begin(), expected.size());
+        const bool passed = record.Intact() && expected == actual && !expected.empty();
+        if (expected.empty())
+            std::printf("FAILED %s.%c: recorded nothing\n", one.label, letter);
+        ++(passed ? counts.passed : counts.failed);
+    }
+}
+
+double Seconds(const Case &one, char letter)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    one.bench(Bodies(letter));
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// Medians of repetitions that take turns between the bodies.
+void Bench(const Case &one, const Options &options)
+{
+    constexpr int kRepetitions = 21;
+    std::vector<char> letters;
+    for (const char letter : options.tiers)
+        if (ProcessorRuns(letter) && HasOwnBody(one, letter))
+            letters.push_back(letter);
+    std::vector<std::vector<double>> times(letters.size());
+    for (int repetition = 0; repetition < kRepetitions; ++repetition)
+        for (std::size_t i = 0; i < letters.size(); ++i)
+            times[i].push_back(Seconds(one, letters[i]));
+    double baseline = 0;
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        std::nth_element(times[i].begin(), times[i].begin() + kRepetitions / 2, times[i].end());
+        const double median = times[i][kRepetitions / 2];
+        if (i == 0)
+            baseline = median;
+        std::printf("%-40s %c %10.3f us  %5.2f of %c\n", one.label, letters[i], median * 1e6,
+                    baseline / median, letters[0]);
+    }
+}
+
+int List()
+{
+    for (const char *name : DispatchedNames()) {
+        std::printf("%-50s", name);
+        char body = 'A';
+        for (const char *letter = kLetters; *letter; ++letter) {
+            if (letter == kLetters || BodyAddress(name, *letter) != BodyAddress(name, letter[-1]))
+                body = *letter;
+            std::printf(" %c:%c", *letter, body);
+        }
+        std::printf("\n");
+    }
+    return 0;
+}
+
+// A row that no case covers is a failure: nobody would notice a wrong body of it.
+int CountUncovered()
+{
+    int uncovered = 0;
+    for (const char *name : DispatchedNames()) {
+        const bool covered = std::any_of(Cases().begin(), Cases().end(), [name](const Case &one) {
+            return one.exercise && Covers(one, name);
+        });
+        if (!covered) {
+            std::printf("FAILED %s: no case covers it\n", name);
+            ++uncovered;
+        }
+    }
+    return uncovered;
+}
+
+int Usage()
+{
+    std::fprintf(stderr, "usage: tiers [--list] [--bench] [--tier LETTERS] [--function NAME] [--seed N]\n");
+    return 2;
+}
+
+bool Parse(int argc, char **argv, Options &options)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (word == "--list")
+            options.list = true;
+        else if (word == "--bench")
+            options.bench = true;
+        else if (word == "--tier" && hasValue)
+            options.tiers = argv[++i];
+        else if (word == "--function" && hasValue)
+            options.function = argv[++i];
+        else if (word == "--seed" && hasValue)
+            options.seed = std::strtoull(argv[++i], nullptr, 0);
+        else
+            return false;
+    }
+    return options.tiers.find_first_not_of(kLetters) == std::string::npos;
+}
+
+int Main(int argc, char **argv)
+{
+    Options options;
+    if (!Parse(argc, argv, options))
+        return Usage();
+    if (options.list)
+        return List();
+    std::printf("seed %llu\n", static_cast<unsigned long long>(options.seed));
+    Counts counts;
+    if (!options.function && !options.bench)
+        counts.failed += CountUncovered();
+    for (const Case &one : Cases()) {
+        if (options.function && !Covers(one, options.function))
+            continue;
+        if (options.bench && one.bench)
+            Bench(one, options);
+        if (!options.bench && one.exercise)
+            Compare(one, options, counts);
+    }
+    if (!options.bench)
+        std::printf("%d passed, %d failed, %d skipped\n", counts.passed, counts.failed, counts.skipped);
+    return counts.failed == 0 ? 0 : 1;
+}
+
+} // namespace
+
+bool RegisterCase(const char *label, ExerciseFunction exercise, std::initializer_list<const char *> names)
+{
+    Cases().push_back({label, exercise, nullptr, names});
+    return true;
+}
+
+bool RegisterBench(const char *label, BenchFunction bench, std::initializer_list<const char *> names)
+{
+    Cases().push_back({label, nullptr, bench, names});
+    return true;
+}
+
+} // namespace tonekit::tiers
+
+int main(int argc, char **argv)
+{
+    return tonekit::tiers::Main(argc, argv);
+}
