@@ -31,6 +31,14 @@ function(tonekit_dependency)
     set_property(GLOBAL APPEND PROPERTY TONEKIT_DEPENDENCIES ${ARGN})
 endfunction()
 
+# Names a library that the library links with, by its pkg-config name.
+function(tonekit_package name)
+    find_package(PkgConfig REQUIRED)
+    string(MAKE_C_IDENTIFIER ${name} prefix)
+    pkg_check_modules(${prefix} REQUIRED IMPORTED_TARGET GLOBAL ${name})
+    tonekit_dependency(PkgConfig::${prefix})
+endfunction()
+
 # Makes libtonekit.so, and tonekit_internal: the same objects for tests and benchmarks that reach inside.
 function(tonekit_add_library)
     get_property(tier_objects GLOBAL PROPERTY TONEKIT_OBJECTS)
