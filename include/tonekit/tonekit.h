@@ -4,5 +4,6 @@
 
 #include <tonekit/convert.h>
 #include <tonekit/frame.h>
+#include <tonekit/image.h>
 
 #endif
