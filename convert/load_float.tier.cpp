@@ -1,0 +1,57 @@
+// load_float.tier.cpp: load kernels for floating point, and those that give silence.
+#include "frame/tier.h"
+
+#include "convert/packed_samples.h"
+
+namespace tonekit::TONEKIT_TIER {
+
+namespace {
+
+template <class Source, class Work>
+inline void Convert(const void *source, Work *destination, uint32_t count)
+{
+    const auto *samples = static_cast<const Source *>(source);
+    for (uint32_t i = 0; i < count; ++i)
+        destination[i] = static_cast<Work>(samples[i]);
+}
+
+template <class Work>
+inline void Clear(Work *destination, uint32_t count)
+{
+    for (uint32_t i = 0; i < count; ++i)
+        destination[i] = 0;
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(LoadFloat32ToDouble, void, (const void *source, double *destination, uint32_t count))
+{
+    Convert<PackedFloat32>(source, destination, count);
+}
+
+TONEKIT_INTERNAL_BODY(LoadFloat32ToFloat, void, (const void *source, float *destination, uint32_t count))
+{
+    Convert<PackedFloat32>(source, destination, count);
+}
+
+TONEKIT_INTERNAL_BODY(LoadFloat64ToDouble, void, (const void *source, double *destination, uint32_t count))
+{
+    Convert<PackedFloat64>(source, destination, count);
+}
+
+TONEKIT_INTERNAL_BODY(LoadFloat64ToFloat, void, (const void *source, float *destination, uint32_t count))
+{
+    Convert<PackedFloat64>(source, destination, count);
+}
+
+TONEKIT_INTERNAL_BODY(LoadSilenceToDouble, void, (const void *, double *destination, uint32_t count))
+{
+    Clear(destination, count);
+}
+
+TONEKIT_INTERNAL_BODY(LoadSilenceToFloat, void, (const void *, float *destination, uint32_t count))
+{
+    Clear(destination, count);
+}
+
+} // namespace tonekit::TONEKIT_TIER

@@ -1,0 +1,112 @@
+// sample_formats_siblings.h: the kernels of the tier that includes it, and their selection by format code and
+// bits.
+#pragma once
+
+#include "frame/tier.h"
+
+#include <tonekit/convert.h>
+
+namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_SIBLING(LoadInt8ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadInt8ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadInt16ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadInt16ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadInt24ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadInt24ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadInt32ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadInt32ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadInt64ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadInt64ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadHdcdInt32ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadHdcdInt32ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadFloat32ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadFloat32ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadFloat64ToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadFloat64ToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadSilenceToDouble, void, (const void *, double *, uint32_t));
+TONEKIT_SIBLING(LoadSilenceToFloat, void, (const void *, float *, uint32_t));
+
+TONEKIT_SIBLING(StoreDoubleToInt8, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToInt8, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToInt16, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToInt16, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToInt24, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToInt24, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToInt32, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToInt32, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToFloat32, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToFloat32, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToFloat64, void, (void *, const double *, uint32_t));
+TONEKIT_SIBLING(StoreFloatToFloat64, void, (void *, const float *, uint32_t));
+TONEKIT_SIBLING(StoreNothing, void, (void *, const void *, uint32_t));
+
+namespace {
+
+struct LoadRow {
+    uint32_t format;
+    uint32_t bits;
+    LoadDoubleKernel toDouble;
+    LoadFloatKernel toFloat;
+};
+
+struct StoreRow {
+    uint32_t format;
+    uint32_t bits;
+    StoreDoubleKernel fromDouble;
+    StoreFloatKernel fromFloat;
+};
+
+// What a new converter holds: input that reads as silence, output that is not written.
+inline void SelectDefaultKernels(LoadDoubleKernel &loadDouble, LoadFloatKernel &loadFloat,
+                                 StoreDoubleKernel &storeDouble, StoreFloatKernel &storeFloat)
+{
+    loadDouble = LoadSilenceToDouble;
+    loadFloat = LoadSilenceToFloat;
+    storeDouble = reinterpret_cast<StoreDoubleKernel>(StoreNothing);
+    storeFloat = reinterpret_cast<StoreFloatKernel>(StoreNothing);
+}
+
+// Leaves both as they are where no row matches.
+inline void SelectLoadKernels(uint32_t format, uint32_t bits, LoadDoubleKernel &toDouble,
+                              LoadFloatKernel &toFloat)
+{
+    static constexpr LoadRow kRows[] = {
+        {0, 8, LoadInt8ToDouble, LoadInt8ToFloat},
+        {0, 16, LoadInt16ToDouble, LoadInt16ToFloat},
+        {0, 24, LoadInt24ToDouble, LoadInt24ToFloat},
+        {0, 32, LoadInt32ToDouble, LoadInt32ToFloat},
+        {0, 64, LoadInt64ToDouble, LoadInt64ToFloat},
+        {1, 32, LoadFloat32ToDouble, LoadFloat32ToFloat},
+        {1, 64, LoadFloat64ToDouble, LoadFloat64ToFloat},
+        {2, 32, LoadHdcdInt32ToDouble, LoadHdcdInt32ToFloat},
+    };
+    for (const LoadRow &row : kRows)
+        if (row.format == format && row.bits == bits) {
+            toDouble = row.toDouble;
+            toFloat = row.toFloat;
+        }
+}
+
+// Leaves both as they are where no row matches.
+inline void SelectStoreKernels(uint32_t format, uint32_t bits, StoreDoubleKernel &fromDouble,
+                               StoreFloatKernel &fromFloat)
+{
+    static constexpr StoreRow kRows[] = {
+        {0, 8, StoreDoubleToInt8, StoreFloatToInt8},
+        {0, 16, StoreDoubleToInt16, StoreFloatToInt16},
+        {0, 24, StoreDoubleToInt24, StoreFloatToInt24},
+        {0, 32, StoreDoubleToInt32, StoreFloatToInt32},
+        {1, 32, StoreDoubleToFloat32, StoreFloatToFloat32},
+        {1, 64, StoreDoubleToFloat64, StoreFloatToFloat64},
+    };
+    for (const StoreRow &row : kRows)
+        if (row.format == format && row.bits == bits) {
+            fromDouble = row.fromDouble;
+            fromFloat = row.fromFloat;
+        }
+}
+
+} // namespace
+
+} // namespace tonekit::TONEKIT_TIER
