@@ -1,0 +1,91 @@
+// locale_test.cpp: numbers and times under a locale whose decimal point is a comma.
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "tests/tags/tag_functions.h"
+
+namespace tonekit {
+namespace {
+
+// Sets a locale with a decimal comma: an installed one, or else the one that the build made for this test.
+class CommaLocale {
+public:
+    CommaLocale()
+    {
+        setenv("LOCPATH", TONEKIT_TEST_LOCALES, 1);
+        for (const char *wanted : {"de_DE.utf8", "de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
+            isSet = isSet || Set(wanted);
+    }
+    ~CommaLocale() { setlocale(LC_ALL, "C"); }
+    bool IsSet() const { return isSet; }
+
+private:
+    static bool Set(const char *wanted)
+    {
+        return setlocale(LC_ALL, wanted) != nullptr && strcmp(localeconv()->decimal_point, ",") == 0;
+    }
+
+    bool isSet = false;
+};
+
+class LocaleTest : public TagTest {
+protected:
+    void SetUp() override
+    {
+        if (!locale.IsSet())
+            GTEST_SKIP()
+                << "NO LOCALE WITH A DECIMAL COMMA: install Debian's locales package to run this test";
+        char printed[16];
+        snprintf(printed, sizeof printed, "%.1f", 1.5);
+        ASSERT_STREQ(printed, "1,5") << "the locale is in force";
+    }
+
+    CommaLocale locale;
+};
+TONEKIT_ON_EVERY_BODY(LocaleTest);
+
+TEST_P(LocaleTest, TimesKeepTheirPoint)
+{
+    ID3Helper_AddChapter_UTF8(block, 1, 12345678901, "name");
+    EXPECT_STREQ(tags.ID3Helper_GetStr(block, "CHAPTER001"), "00:20:34.5678901");
+    EXPECT_EQ(tags.ID3Helper_GetChapter_Position(block, 1), 12345678901u);
+    uint64_t position = 0;
+    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nS("0:0:1.5", &position));
+    EXPECT_EQ(position, 15000000u);
+    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nSW(u"0:0:1.5", &position));
+    EXPECT_EQ(position, 15000000u);
+    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nS("0:0:1,5", &position));
+    EXPECT_EQ(position, 10000000u);
+}
+
+TEST_P(LocaleTest, NumbersAreReadAndWrittenTheSame)
+{
+    ID3Helper_AddDword(block, "dword", 4294967295u);
+    ID3Helper_AddULongLong(block, "long", 1234567890123u);
+    ID3Helper_AddFloat(block, "float", -6.5f);
+    tags.ID3Helper_AddStr(block, "grouped", "1.234");
+    EXPECT_STREQ(tags.ID3Helper_GetStr(block, "dword"), "4294967295");
+    EXPECT_STREQ(tags.ID3Helper_GetStr(block, "long"), "1234567890123");
+    EXPECT_EQ(ID3Helper_GetFloat(block, "float"), -6.5f);
+    EXPECT_EQ(ID3Helper_GetDword(block, "grouped"), 1u);
+}
+
+TEST_P(LocaleTest, KeysFoldAsciiOnly)
+{
+    tags.ID3Helper_AddStr(block, "K\xC3\xB6nig", "small o");
+    EXPECT_STREQ(tags.ID3Helper_GetStr(block, "K\xC3\x96nig"), "");
+    EXPECT_STREQ(tags.ID3Helper_GetStr(block, "k\xC3\xB6NIG"), "small o");
+}
+
+TEST_P(LocaleTest, TheProcessKeepsItsLocale)
+{
+    const std::string before = setlocale(LC_ALL, nullptr);
+    ID3Helper_AddChapter_UTF8(block, 1, 5, "name");
+    tags.ID3Helper_GetChapter_Position(block, 1);
+    EXPECT_EQ(setlocale(LC_ALL, nullptr), before);
+}
+
+} // namespace
+} // namespace tonekit
