@@ -1,0 +1,123 @@
+// replaygain.cpp: measures the loudness of a track with libebur128.
+#include <cmath>
+#include <limits>
+
+#include "frame/allocator.h"
+#include "loudness/state.h"
+
+namespace {
+
+constexpr int kSamplePeakMode = EBUR128_MODE_I | EBUR128_MODE_SAMPLE_PEAK;
+constexpr int kTruePeakMode = kSamplePeakMode | EBUR128_MODE_TRUE_PEAK;
+static_assert(kSamplePeakMode == 21 && kTruePeakMode == 53);
+
+// Below this libebur128 sizes its buffer for too few blocks and writes past its end.
+constexpr uint32_t kLeastRate = 100;
+
+// The value, in dB, of a track at 0 LUFS.
+constexpr double kReferenceLoudness = -18.0;
+
+void SetChannels(ebur128_state *ebur128, const int *map, uint32_t channels)
+{
+    for (uint32_t channel = 0; channel < channels; channel++)
+        ebur128_set_channel(ebur128, channel, map[channel]);
+}
+
+// Other counts keep the library's own map.
+void MapChannels(ebur128_state *ebur128, uint32_t channels)
+{
+    static constexpr int kMono[] = {EBUR128_DUAL_MONO};
+    static constexpr int kQuad[] = {EBUR128_LEFT, EBUR128_RIGHT, EBUR128_LEFT_SURROUND,
+                                    EBUR128_RIGHT_SURROUND};
+    static constexpr int kFive[] = {EBUR128_LEFT, EBUR128_RIGHT, EBUR128_CENTER, EBUR128_LEFT_SURROUND,
+                                    EBUR128_RIGHT_SURROUND};
+    switch (channels) {
+    case 1:
+        return SetChannels(ebur128, kMono, channels);
+    case 4:
+        return SetChannels(ebur128, kQuad, channels);
+    case 5:
+        return SetChannels(ebur128, kFive, channels);
+    default:
+        return;
+    }
+}
+
+ReplayGainState *NewState(uint32_t channels, uint32_t sampleRate, bool truePeak)
+{
+    auto *state = static_cast<ReplayGainState *>(tonekit::Allocate(sizeof(ReplayGainState)));
+    state->samples_seen = 0;
+    state->use_true_peak = truePeak;
+    state->channels = channels;
+    state->ebur128 = nullptr;
+    if (sampleRate >= kLeastRate)
+        state->ebur128 = ebur128_init(channels, sampleRate, truePeak ? kTruePeakMode : kSamplePeakMode);
+    if (state->ebur128 != nullptr)
+        MapChannels(state->ebur128, channels);
+    return state;
+}
+
+bool ChangeParameters(ebur128_state *ebur128, uint32_t channels, uint32_t sampleRate)
+{
+    if (sampleRate < kLeastRate)
+        return false;
+    const int result = ebur128_change_parameters(ebur128, channels, sampleRate);
+    return result == EBUR128_SUCCESS || result == EBUR128_ERROR_NO_CHANGE;
+}
+
+} // namespace
+
+ReplayGainState *ReplayGain_Init(uint32_t channels, uint32_t sampleRate)
+{
+    return NewState(channels, sampleRate, false);
+}
+
+ReplayGainState *ReplayGain_Init_TruePeak(uint32_t channels, uint32_t sampleRate)
+{
+    return NewState(channels, sampleRate, true);
+}
+
+// state->channels stays: the peak is that of the channels at creation.
+void ReplayGain_Change(ReplayGainState *state, uint32_t channels, uint32_t sampleRate)
+{
+    if (state == nullptr || state->ebur128 == nullptr)
+        return;
+    if (ChangeParameters(state->ebur128, channels, sampleRate))
+        MapChannels(state->ebur128, channels);
+    else
+        ebur128_destroy(&state->ebur128); // leaves null
+}
+
+void ReplayGain_Process(ReplayGainState *state, const double *samples, uint32_t frames)
+{
+    if (state == nullptr)
+        return;
+    if (state->ebur128 != nullptr)
+        ebur128_add_frames_double(state->ebur128, samples, frames);
+    state->samples_seen += frames;
+}
+
+double ReplayGain_GetLoudness(ReplayGainState *state)
+{
+    if (state == nullptr || state->ebur128 == nullptr)
+        return tonekit::kMissingValue;
+    double loudness = -std::numeric_limits<double>::infinity();
+    ebur128_loudness_global(state->ebur128, &loudness);
+    if (std::isinf(loudness) && loudness < 0)
+        return tonekit::kMissingValue;
+    return kReferenceLoudness - loudness;
+}
+
+uint64_t ReplayGain_GetSamples(ReplayGainState *state)
+{
+    return state == nullptr ? 0 : state->samples_seen;
+}
+
+void ReplayGain_Deinit(ReplayGainState *state)
+{
+    if (state == nullptr)
+        return;
+    if (state->ebur128 != nullptr)
+        ebur128_destroy(&state->ebur128);
+    tonekit::Release(state);
+}
