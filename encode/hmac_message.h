@@ -1,0 +1,67 @@
+// hmac_message.h: HMAC (RFC 2104) over any member of the SHA-2 family.
+//
+// For tier units only, which include it inside their namespace behind sha2_message.h. A member brings along,
+// beside what is told there, Record: HmacSha256Context or HmacSha512Context.
+#pragma once
+
+namespace {
+
+// Makes the two pads of the key, and starts both hashes with them.
+template <class Member>
+inline void StartWithKey(typename Member::Record &record, const uint8_t *key, uint32_t keySize)
+{
+    uint8_t digestOfKey[Member::kDigestBytes];
+    if (keySize > Member::kBlockBytes) {
+        HashMessage<Member>(key, keySize, digestOfKey);
+        key = digestOfKey;
+        keySize = Member::kDigestBytes;
+    }
+    __builtin_memset(record.ipad, 0x36, Member::kBlockBytes);
+    __builtin_memset(record.opad, 0x5c, Member::kBlockBytes);
+    for (uint32_t i = 0; i < keySize; ++i) {
+        record.ipad[i] ^= key[i];
+        record.opad[i] ^= key[i];
+    }
+    StartMessage<Member>(record.inner);
+    AddToMessage<Member>(record.inner, record.ipad, Member::kBlockBytes);
+    StartMessage<Member>(record.outer);
+    AddToMessage<Member>(record.outer, record.opad, Member::kBlockBytes);
+}
+
+template <class Member>
+inline void SetKey(typename Member::Record &record, const uint8_t *key, uint32_t keySize)
+{
+    StartWithKey<Member>(record, key, keySize);
+    record.inner_saved = record.inner;
+    record.outer_saved = record.outer;
+}
+
+template <class Record>
+inline void StartAgain(Record &record)
+{
+    record.inner = record.inner_saved;
+    record.outer = record.outer_saved;
+}
+
+// A size beyond the digest gets the digest and no more: nothing else exists that could be handed out.
+template <class Member>
+inline void EndWithMac(typename Member::Record &record, uint8_t *mac, uint32_t macSize)
+{
+    uint8_t digest[Member::kDigestBytes];
+    EndMessage<Member>(record.inner, digest);
+    AddToMessage<Member>(record.outer, digest, sizeof digest);
+    EndMessage<Member>(record.outer, digest);
+    CopyBytes(mac, digest, macSize < sizeof digest ? macSize : sizeof digest);
+}
+
+template <class Member>
+inline void MacOfMessage(const uint8_t *key, uint32_t keySize, const uint8_t *message, uint32_t size,
+                         uint8_t *mac, uint32_t macSize)
+{
+    typename Member::Record record; // its saved half stays unused
+    StartWithKey<Member>(record, key, keySize);
+    AddToMessage<Member>(record.inner, message, size);
+    EndWithMac<Member>(record, mac, macSize);
+}
+
+} // namespace

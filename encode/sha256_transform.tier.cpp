@@ -1,0 +1,96 @@
+// sha256_transform.tier.cpp: the compression function of SHA-224 and SHA-256 (FIPS 180-4, 6.2.2).
+#include "encode/sha2_transform.h"
+#include "frame/tier.h"
+
+#include <emmintrin.h>
+
+namespace tonekit::TONEKIT_TIER {
+
+#include "encode/sha2_compress.h"
+
+namespace {
+
+// The first 32 bits of the fractional parts of the cube roots of the first 64 primes.
+alignas(16) const uint32_t kRoundConstants[64] = {
+    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
+    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
+    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
+    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
+    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
+    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
+    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
+    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2,
+};
+
+template <int bits>
+inline __m128i Rotated(__m128i words)
+{
+    return _mm_or_si128(_mm_srli_epi32(words, bits), _mm_slli_epi32(words, 32 - bits));
+}
+
+// "sigma0" of four words.
+inline __m128i SmallSigma0(__m128i words)
+{
+    return _mm_xor_si128(_mm_xor_si128(Rotated<7>(words), Rotated<18>(words)), _mm_srli_epi32(words, 3));
+}
+
+// "sigma1" of two words, each of which comes twice, so that a 64-bit shift rotates it. The results stand in
+// the even places.
+inline __m128i SmallSigma1(__m128i pairs)
+{
+    const __m128i rotations = _mm_xor_si128(_mm_srli_epi64(pairs, 17), _mm_srli_epi64(pairs, 19));
+    return _mm_xor_si128(rotations, _mm_srli_epi32(pairs, 10));
+}
+
+// The four words from the second of first on.
+inline __m128i OneFurther(__m128i first, __m128i second)
+{
+    const __m128 joined = _mm_move_ss(_mm_castsi128_ps(first), _mm_castsi128_ps(second));
+    return _mm_shuffle_epi32(_mm_castps_si128(joined), 0x39);
+}
+
+struct Sha256 {
+    using Word = uint32_t;
+    using Four = __m128i;
+    static constexpr int kRounds = 64;
+    static constexpr int kSumOfE[3] = {6, 11, 25};
+    static constexpr int kSumOfA[3] = {2, 13, 22};
+
+    static inline Four Load(const uint8_t *bytes)
+    {
+        const __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
+        const __m128i swapped = _mm_or_si128(_mm_srli_epi16(raw, 8), _mm_slli_epi16(raw, 8));
+        return _mm_shufflehi_epi16(_mm_shufflelo_epi16(swapped, 0xb1), 0xb1);
+    }
+
+    static inline void ReplaceFirst(Four &w0, Four w1, Four w2, Four w3)
+    {
+        w0 = _mm_add_epi32(_mm_add_epi32(w0, OneFurther(w2, w3)), SmallSigma0(OneFurther(w0, w1)));
+        const __m128i sums = SmallSigma1(_mm_shuffle_epi32(w3, 0xfa));
+        w0 = _mm_add_epi32(w0, _mm_move_epi64(_mm_shuffle_epi32(sums, 0x08)));
+    }
+
+    // The last two words need "sigma1" of the first two.
+    static inline void ReplaceLast(Four &w0, Four, Four, Four)
+    {
+        const __m128i sums = SmallSigma1(_mm_shuffle_epi32(w0, 0x50));
+        w0 = _mm_add_epi32(w0, _mm_slli_si128(_mm_shuffle_epi32(sums, 0x08), 8));
+    }
+
+    static inline void Store(Four words, int round, Word *to)
+    {
+        const __m128i constants = _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round));
+        _mm_store_si128(reinterpret_cast<__m128i *>(to), _mm_add_epi32(words, constants));
+    }
+};
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(Sha256Transform, void,
+                      (uint32_t * state, const uint8_t *blocks, std::size_t blockCount))
+{
+    for (; blockCount != 0; --blockCount, blocks += 64)
+        Compress<Sha256>(state, blocks);
+}
+
+} // namespace tonekit::TONEKIT_TIER

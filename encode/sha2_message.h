@@ -1,0 +1,99 @@
+// sha2_message.h: how a message of any length goes through a SHA-2 hash, in pieces or at once.
+//
+// For tier units only, which include it inside their namespace. What a member of the family brings along:
+//   Context                   Sha256Context or Sha512Context
+//   kBlockBytes, kDigestBytes
+//   kInitialState             eight words
+//   Transform(state, blocks, blockCount)
+#pragma once
+
+namespace {
+
+inline void StoreBigEndian(uint8_t *bytes, uint32_t word)
+{
+    word = __builtin_bswap32(word);
+    __builtin_memcpy(bytes, &word, sizeof word);
+}
+
+inline void StoreBigEndian(uint8_t *bytes, uint64_t word)
+{
+    word = __builtin_bswap64(word);
+    __builtin_memcpy(bytes, &word, sizeof word);
+}
+
+// A copy that may be empty, from or to null then.
+inline void CopyBytes(uint8_t *to, const uint8_t *from, uint32_t count)
+{
+    if (count != 0)
+        __builtin_memcpy(to, from, count);
+}
+
+template <class Member>
+inline void StartMessage(typename Member::Context &context)
+{
+    context.total_length = 0;
+    context.length = 0;
+    for (int i = 0; i < 8; ++i)
+        context.state[i] = Member::kInitialState[i];
+}
+
+// The length of a record that was never initialised could be anything: its remainder keeps every access
+// inside the block.
+template <class Member>
+inline uint32_t WaitingBytes(const typename Member::Context &context)
+{
+    return context.length % Member::kBlockBytes;
+}
+
+template <class Member>
+inline void AddToMessage(typename Member::Context &context, const uint8_t *message, uint32_t size)
+{
+    constexpr uint32_t kBlock = Member::kBlockBytes;
+    const uint32_t waiting = WaitingBytes<Member>(context);
+    const uint32_t room = kBlock - waiting;
+    if (size < room) {
+        CopyBytes(context.block + waiting, message, size);
+        context.length = waiting + size;
+        return;
+    }
+    CopyBytes(context.block + waiting, message, room);
+    Member::Transform(context.state, context.block, 1);
+    message += room;
+    size -= room;
+    const uint32_t wholeBytes = size - size % kBlock;
+    Member::Transform(context.state, message, wholeBytes / kBlock);
+    context.length = size % kBlock;
+    CopyBytes(context.block, message + wholeBytes, context.length);
+    context.total_length += kBlock + wholeBytes; // wraps at 4 GiB
+}
+
+// The standard's length field has 8 or 16 bytes. Only its last four are used here: the size in bits is kept
+// in 32 bits, so that the digest of 512 MiB and more differs from the standard's. That is the interface as it
+// is.
+template <class Member>
+inline void EndMessage(typename Member::Context &context, uint8_t *digest)
+{
+    constexpr uint32_t kBlock = Member::kBlockBytes;
+    constexpr uint32_t kLengthFieldBytes = kBlock / 8;
+    const uint32_t waiting = WaitingBytes<Member>(context);
+    const uint32_t blocks = waiting >= kBlock - kLengthFieldBytes ? 2 : 1;
+    const uint32_t end = blocks * kBlock;
+    __builtin_memset(context.block + waiting, 0, end - waiting);
+    context.block[waiting] = 0x80;
+    StoreBigEndian(context.block + end - 4, (context.total_length + waiting) * 8);
+    Member::Transform(context.state, context.block, blocks);
+    constexpr uint32_t kWordBytes = sizeof context.state[0];
+    for (uint32_t i = 0; i < Member::kDigestBytes / kWordBytes; ++i)
+        StoreBigEndian(digest + i * kWordBytes, context.state[i]);
+}
+
+template <class Member>
+inline void HashMessage(const uint8_t *message, uint32_t size, uint8_t *digest)
+{
+    typename Member::Context context;
+    StartMessage<Member>(context);
+    AddToMessage<Member>(context, message, size);
+    EndMessage<Member>(context, digest);
+}
+
+} // namespace
