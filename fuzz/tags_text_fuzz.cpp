@@ -67,8 +67,9 @@ void CheckNumbers(const std::string &text)
 // Units of which the bytes are no text.
 void ReadWideUnits(const uint8_t *data, size_t size)
 {
-    std::u16string units(size / 2, 0);
-    memcpy(units.data(), data, size / 2 * 2);
+    std::u16string units;
+    for (size_t i = 0; i + 1 < size; i += 2)
+        units += static_cast<char16_t>(data[i] | data[i + 1] << 8);
     uint64_t position;
     CHAPTER_HMS_String_To_Position100nSW(units.c_str(), &position);
     CHAPTER_Get_NumberW(units.c_str());
