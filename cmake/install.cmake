@@ -6,6 +6,8 @@ install(TARGETS tonekit EXPORT tonekit LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDI
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tonekit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
 
+# Relative to its own place, so that an installed copy may be moved.
+file(RELATIVE_PATH TONEKIT_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tonekit.pc.in ${TONEKIT_GENERATED}/tonekit.pc @ONLY)
 install(FILES ${TONEKIT_GENERATED}/tonekit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

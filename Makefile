@@ -1,0 +1,57 @@
+# The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
+.PHONY: help lib convert test bench install format check-format clean
+
+PREFIX ?= /usr/local
+PRESET ?= release
+BUILD := build
+JOBS ?= $(shell nproc)
+COMPILE = cmake --build --preset $(PRESET) -j $(JOBS)
+
+help:
+	@echo "make convert [IN=file] [OUT=file] [ARGS=...]  convert an audio file; without IN a recording that Debian ships"
+	@echo "make test                                    build and run every test"
+	@echo "make lib                                     build $(BUILD)/libtonekit.so"
+	@echo "make bench                                   measure beside peers, as tables of ratios"
+	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
+	@echo "make format                                  lay the sources out"
+
+lib:
+	@scripts/ensure_packages build
+	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@$(COMPILE) --target tonekit
+
+convert:
+	@scripts/ensure_packages build
+	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@$(COMPILE) --target tonekit-convert
+	@scripts/convert_recording $(BUILD)/bin/tonekit-convert "$(IN)" "$(OUT)" $(ARGS)
+
+test:
+	@scripts/ensure_packages build test
+	@scripts/configure $(PRESET) -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@$(COMPILE)
+	@scripts/run_tests $(BUILD)
+
+bench:
+	@scripts/ensure_packages build bench
+	@scripts/configure $(PRESET) -DTONEKIT_BENCHMARKS=ON $(CMAKE_ARGS)
+	@$(COMPILE)
+	@scripts/run_benchmarks $(BUILD) $(ARGS)
+
+install:
+	@scripts/ensure_packages build
+	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@$(COMPILE)
+	@cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+format:
+	@scripts/ensure_packages format
+	@scripts/sources | xargs clang-format-14 -i
+
+check-format:
+	@scripts/ensure_packages format
+	@scripts/sources | xargs clang-format-14 --dry-run --Werror
+	@scripts/check_tree
+
+clean:
+	rm -rf $(BUILD) build-*
