@@ -214,20 +214,21 @@ public:
     uint32_t blockFrames;     /**< frames that inputBuffer holds */
     double *workOutputDouble; /**< resampled, or mixed at equal rates, double path and equal rates */
     float *workOutputFloat;   /**< resampled, float path */
-    uint32_t resamplerOutputFrames;       /**< frames that the work output holds */
-    struct soxr *resampler;               /**< null at equal rates */
-    bool resamplerActive;                 /**< resampler is to be deleted with the object */
-    void *inputBuffer;                    /**< a block of input, in the input encoding */
-    void *outputBuffer;                   /**< what Resample leaves, in the output encoding */
-    uint32_t heldOutputFrames;            /**< frames in outputBuffer */
-    uint32_t inputFrameBytes;             /**< bytes of a frame of input */
-    uint32_t outputFrameBytes;            /**< bytes of a frame of output */
-    uint32_t mixRows;                     /**< input channels that take part in the mix */
-    uint32_t mixColumns;                  /**< output channels */
-    bool mixCanOverflow;                  /**< the matrix is one that can exceed full scale */
-    bool mixLimiterOn;                    /**< the limiter runs */
-    bool ditherActive;                    /**< dither runs */
-    bool finished;                        /**< nothing further can come out */
+    uint32_t resamplerOutputFrames; /**< frames that the work output holds */
+    struct soxr *resampler;         /**< null at equal rates */
+    bool resamplerActive;           /**< resampler is to be deleted with the object */
+    bool resamplerDrained;     /**< the end of the stream has been asked of resampler: it takes no more */
+    void *inputBuffer;         /**< a block of input, in the input encoding */
+    void *outputBuffer;        /**< what Resample leaves, in the output encoding */
+    uint32_t heldOutputFrames; /**< frames in outputBuffer */
+    uint32_t inputFrameBytes;  /**< bytes of a frame of input */
+    uint32_t outputFrameBytes; /**< bytes of a frame of output */
+    uint32_t mixRows;          /**< input channels that take part in the mix */
+    uint32_t mixColumns;       /**< output channels */
+    bool mixCanOverflow;       /**< the matrix is one that can exceed full scale */
+    bool mixLimiterOn;         /**< the limiter runs */
+    bool ditherActive;         /**< dither runs */
+    bool finished;             /**< nothing further can come out */
     const double (*mixMatrixDouble)[8];   /**< rows are input channels, columns output channels */
     const float (*mixMatrixFloat)[8];     /**< the same for the float path */
     tonekit::FloatDither *floatDithers;   /**< one per output channel, float path */

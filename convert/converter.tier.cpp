@@ -1,0 +1,129 @@
+// converter.tier.cpp: constructing, setting up, copying and reading converters. What is set up here runs on
+// this tier's kernels.
+#include "frame/tier.h"
+
+#include <cstring>
+
+#include "convert/converter_siblings.h"
+#include "convert/sample_formats_siblings.h"
+#include "convert/set_up.h"
+
+namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_MEMBER_BODY(ConstructConverter3, _ZN21CSampleRateConverter3C1Ev, void, (CSampleRateConverter3 * self))
+{
+    std::memset(static_cast<void *>(self), 0, sizeof *self);
+    self->mixLimiterGainDouble = 1.0;
+    self->mixLimiterGainFloat = 1.0f;
+    self->loadDouble = LoadSilenceToDouble;
+    self->loadFloat = LoadSilenceToFloat;
+    self->storeDouble = reinterpret_cast<StoreDoubleKernel>(StoreNothing);
+    self->storeFloat = reinterpret_cast<StoreFloatKernel>(StoreNothing);
+}
+
+TONEKIT_MEMBER_BODY(ConstructConverter4, _ZN21CSampleRateConverter4C1Ev, void, (CSampleRateConverter4 * self))
+{
+    std::memset(static_cast<void *>(self), 0, sizeof *self);
+    ConstructConverter3(self);
+}
+
+TONEKIT_MEMBER_BODY(AssignConverter3, _ZN21CSampleRateConverter3aSERKS_, CSampleRateConverter3 *,
+                    (CSampleRateConverter3 * self, const CSampleRateConverter3 *other))
+{
+    std::memmove(static_cast<void *>(self), other, sizeof *self);
+    return self;
+}
+
+TONEKIT_MEMBER_BODY(AssignConverter4, _ZN21CSampleRateConverter4aSERKS_, CSampleRateConverter4 *,
+                    (CSampleRateConverter4 * self, const CSampleRateConverter4 *other))
+{
+    std::memmove(static_cast<void *>(self), other, sizeof *self);
+    return self;
+}
+
+namespace {
+
+void SetUp(CSampleRateConverter3 *self, const ConverterArguments &arguments)
+{
+    SetUpFormats(*self, arguments);
+    SelectLoadKernels(self->inputFormat, self->inputBits, self->loadDouble, self->loadFloat);
+    SelectStoreKernels(self->outputFormat, self->outputBits, self->storeDouble, self->storeFloat);
+    SetUpStream(*self, arguments);
+}
+
+void SetUpBuffered(CSampleRateConverter4 *self, const ConverterArguments &arguments)
+{
+    SetUp(self, arguments);
+    self->readFrameBytes = (arguments.inputBits * arguments.inputChannels) >> 3;
+    self->readOutputFrameBytes = (arguments.outputBits * arguments.outputChannels) >> 3;
+    self->writeRemaining = 0;
+    self->blockFill = 0;
+    self->totalFramesIn = 0;
+    self->totalFramesOut = 0;
+}
+
+} // namespace
+
+TONEKIT_MEMBER_BODY(InitConverter3, _ZN21CSampleRateConverter34InitEjjjjjjjjRPvS1_bbjj, void,
+                    (CSampleRateConverter3 * self, uint32_t inputFormat, uint32_t inputBits,
+                     uint32_t inputChannels, uint32_t inputRate, uint32_t outputFormat, uint32_t outputBits,
+                     uint32_t outputChannels, uint32_t outputRate, void *&inputBuffer, void *&outputBuffer,
+                     bool dither, bool autoLimit, uint32_t qualityLow, uint32_t qualityHigh))
+{
+    SetUp(self, {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits, outputChannels,
+                 outputRate, dither, autoLimit, qualityLow, qualityHigh});
+    inputBuffer = self->inputBuffer;
+    outputBuffer = self->outputBuffer;
+}
+
+TONEKIT_MEMBER_BODY(InitConverter4, _ZN21CSampleRateConverter44InitEjjjjjjjjbbjj, void,
+                    (CSampleRateConverter4 * self, uint32_t inputFormat, uint32_t inputBits,
+                     uint32_t inputChannels, uint32_t inputRate, uint32_t outputFormat, uint32_t outputBits,
+                     uint32_t outputChannels, uint32_t outputRate, bool dither, bool autoLimit,
+                     uint32_t qualityLow, uint32_t qualityHigh))
+{
+    SetUpBuffered(self, {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits,
+                         outputChannels, outputRate, dither, autoLimit, qualityLow, qualityHigh});
+}
+
+TONEKIT_MEMBER_BODY(ReadBlock, _ZN21CSampleRateConverter44ReadERPvRjS2_, bool,
+                    (CSampleRateConverter4 * self, void *&out, uint32_t &outFrames, uint32_t &outBytes))
+{
+    while (self->writeRemaining != 0) {
+        const uint32_t room = self->blockFrames - self->blockFill;
+        const uint32_t taken = self->writeRemaining < room ? self->writeRemaining : room;
+        const size_t frameBytes = self->readFrameBytes;
+        std::memcpy(static_cast<uint8_t *>(self->inputBuffer) + self->blockFill * frameBytes,
+                    static_cast<const uint8_t *>(self->writeData) + self->writeConsumed * frameBytes,
+                    taken * frameBytes);
+        self->writeConsumed += taken;
+        self->blockFill += taken;
+        self->writeRemaining -= taken;
+        if (self->blockFill != self->blockFrames)
+            continue;
+        outFrames = Resample(self, self->blockFill, false);
+        self->totalFramesOut += outFrames;
+        out = self->outputBuffer;
+        outBytes = outFrames * self->readOutputFrameBytes;
+        self->blockFill = 0;
+        return true;
+    }
+    return false;
+}
+
+TONEKIT_BODY(SRC4_Init, void *,
+             (uint32_t inputFormat, uint32_t inputBits, uint32_t inputChannels, uint32_t inputRate,
+              uint32_t outputFormat, uint32_t outputBits, uint32_t outputChannels, uint32_t outputRate,
+              bool dither, bool autoLimit, uint32_t qualityLow, uint32_t qualityHigh))
+{
+    return NewConverter(ConstructConverter4, SetUpBuffered,
+                        {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits,
+                         outputChannels, outputRate, dither, autoLimit, qualityLow, qualityHigh});
+}
+
+TONEKIT_BODY(SRC4_Read, uint32_t, (void *handle, void **out, uint32_t *outFrames, uint32_t *outBytes))
+{
+    return ReadBlock(static_cast<CSampleRateConverter4 *>(handle), *out, *outFrames, *outBytes);
+}
+
+} // namespace tonekit::TONEKIT_TIER

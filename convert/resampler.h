@@ -1,0 +1,30 @@
+// resampler.h: the quality of a conversion and the libsoxr resampler that provides it.
+#pragma once
+
+#include <cstdint>
+
+#include <soxr.h>
+
+namespace tonekit {
+
+// A resampler quality: recipe number, precision and place of the filter's -3 dB point.
+struct ResamplerRecipe {
+    uint32_t number;    // 4, 6, 7, 11
+    double precision;   // bits
+    double halfPower;   // -3 dB point of the prototype filter as a part of its transition, see resampler.cpp
+    bool useDoublePath; // samples go through the resampler in double
+};
+
+// The recipe for a span of bits, qualityHigh minus qualityLow.
+const ResamplerRecipe &RecipeForSpan(uint32_t span);
+
+// The whole specification: mode 0 normal, 1 steep, 2 steeper; aliasing lets the stop band begin above
+// Nyquist.
+soxr_quality_spec_t ResamplerQuality(const ResamplerRecipe &recipe, uint32_t mode, bool aliasing);
+
+// A resampler from the process-wide settings as they stand now. Where libsoxr refuses the precision, it gets
+// the highest that libsoxr accepts; null if it refuses the rates or channels.
+soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channels,
+                       const ResamplerRecipe &recipe);
+
+} // namespace tonekit

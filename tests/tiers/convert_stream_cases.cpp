@@ -1,0 +1,149 @@
+// convert_stream_cases.cpp: converters of each tier, from construction to the last block, with every route
+// and format.
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "convert/dither.h"
+#include "tests/tiers/tiers.h"
+#include <tonekit/convert.h>
+
+namespace tonekit::tiers {
+
+namespace {
+
+constexpr uint32_t kFormats[][2] = {{0, 8},  {0, 16}, {0, 24}, {0, 32}, {0, 64},
+                                    {1, 32}, {1, 64}, {2, 32}, {0, 40}};
+
+// Random bytes, which as floats are of every kind; a NaN in the stream would reach everything behind it, so
+// that half of the float streams get samples near full scale instead.
+std::vector<uint8_t> RandomInput(Random &random, const uint32_t *format, std::size_t samples)
+{
+    std::vector<uint8_t> data(samples * format[1] / 8);
+    random.Fill(data.data(), data.size());
+    if (format[0] != 1 || random.Below(2) == 0)
+        return data;
+    for (std::size_t i = 0; i < samples; ++i) {
+        const double sample = 3 * random.Uniform() - 1.5;
+        const auto narrow = static_cast<float>(sample);
+        if (format[1] == 64)
+            std::memcpy(&data[8 * i], &sample, 8);
+        else
+            std::memcpy(&data[4 * i], &narrow, 4);
+    }
+    return data;
+}
+
+void RecordStream(const Bodies &bodies, Random &random, Record &record)
+{
+    static constexpr uint32_t kRates[] = {44100, 48000, 96000, 8000};
+    const uint32_t *input = kFormats[random.Below(9)];
+    const uint32_t *output = kFormats[random.Below(9)];
+    const uint32_t inputChannels = 1 + random.Below(9);
+    const uint32_t outputChannels = 1 + random.Below(9);
+    const uint32_t inputRate = kRates[random.Below(4)];
+    const uint32_t outputRate = kRates[random.Below(4)];
+    const bool dither = random.Below(2) == 1;
+    const bool limiter = random.Below(2) == 1;
+    SetDitherParameters(1, random.Below(3));
+    void *handle = bodies.Get<decltype(SRC4_Init)>("SRC4_Init")(
+        input[0], input[1], inputChannels, inputRate, output[0], output[1], outputChannels, outputRate,
+        dither, limiter, 0, random.Below(40));
+    SetDitherSeed(static_cast<uint32_t>(random.Next()));
+    auto *converter = static_cast<CSampleRateConverter4 *>(handle);
+    // An encoding without a kernel leaves the buffer as it is.
+    std::memset(converter->outputBuffer, 0,
+                (std::size_t{converter->outputEdgeFrames} + converter->resamplerOutputFrames) *
+                    converter->outputFrameBytes);
+    const uint32_t frames = converter->blockFrames / 2 + random.Below(9000);
+    const auto data = RandomInput(random, input, std::size_t{frames} * inputChannels);
+    SRC4_Write(handle, data.data(), frames);
+    void *out = nullptr;
+    uint32_t outFrames = 0;
+    uint32_t outBytes = 0;
+    while (bodies.Get<decltype(SRC4_Read)>("SRC4_Read")(handle, &out, &outFrames, &outBytes))
+        record.Add(out, outBytes);
+    auto *resample = bodies.Get<uint32_t(void *, uint32_t, bool)>("_ZN21CSampleRateConverter38ResampleEjb");
+    uint32_t waiting = converter->blockFill;
+    for (int call = 0; call < 5; ++call, waiting = 0) {
+        const uint32_t result = resample(handle, waiting, waiting == 0);
+        record.Add(converter->outputBuffer, std::size_t{result} * converter->outputFrameBytes);
+        record.AddValue(result);
+    }
+    record.AddValue(converter->mixLimiterGainDouble);
+    record.AddValue(converter->mixLimiterGainFloat);
+    record.AddValue(DitherSeed());
+    SRC4_Deinit(handle);
+    SetDitherParameters(0, 1);
+}
+
+} // namespace
+
+static void ExerciseStream(const Bodies &bodies, Random &random, Record &record)
+{
+    for (int stream = 0; stream < 40; ++stream)
+        RecordStream(bodies, random, record);
+}
+TONEKIT_TIER_CASE(ExerciseStream, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb");
+
+// The class members, one after the other on an object in plain memory.
+static void ExerciseClass(const Bodies &bodies, Random &random, Record &record)
+{
+    alignas(CSampleRateConverter4) unsigned char memory[sizeof(CSampleRateConverter4)];
+    alignas(CSampleRateConverter4) unsigned char copy[sizeof(CSampleRateConverter4)];
+    auto *object = reinterpret_cast<CSampleRateConverter4 *>(memory);
+    random.Fill(memory, sizeof memory);
+    bodies.Get<void(void *)>("_ZN21CSampleRateConverter4C1Ev")(memory);
+    using Init = void(void *, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                      bool, bool, uint32_t, uint32_t);
+    bodies.Get<Init>("_ZN21CSampleRateConverter44InitEjjjjjjjjbbjj")(memory, 0, 16, 2, 48000, 0, 24, 1, 44100,
+                                                                     false, false, 0, 24);
+    record.AddValue(object->readFrameBytes);
+    record.AddValue(object->readOutputFrameBytes);
+    record.AddValue(object->blockFrames);
+    std::vector<int16_t> data(2 * 12000);
+    random.Fill(data.data(), data.size() * 2);
+    object->Write(data.data(), 12000);
+    void *out = nullptr;
+    uint32_t frames = 0;
+    uint32_t bytes = 0;
+    auto *read =
+        bodies.Get<bool(void *, void *&, uint32_t &, uint32_t &)>("_ZN21CSampleRateConverter44ReadERPvRjS2_");
+    while (read(memory, out, frames, bytes))
+        record.Add(out, bytes);
+    random.Fill(copy, sizeof copy);
+    bodies.Get<void *(void *, const void *)>("_ZN21CSampleRateConverter4aSERKS_")(copy, memory);
+    record.AddValue(std::memcmp(copy, memory, sizeof memory));
+    random.Fill(copy, sizeof copy);
+    bodies.Get<void *(void *, const void *)>("_ZN21CSampleRateConverter3aSERKS_")(copy, memory);
+    record.AddValue(std::memcmp(copy, memory, sizeof(CSampleRateConverter3)));
+    record.Add(copy + sizeof(CSampleRateConverter3), sizeof copy - sizeof(CSampleRateConverter3));
+    object->~CSampleRateConverter4();
+}
+TONEKIT_TIER_CASE(ExerciseClass, "_ZN21CSampleRateConverter4C1Ev",
+                  "_ZN21CSampleRateConverter44InitEjjjjjjjjbbjj", "_ZN21CSampleRateConverter44ReadERPvRjS2_",
+                  "_ZN21CSampleRateConverter4aSERKS_", "_ZN21CSampleRateConverter3aSERKS_");
+
+static void ExerciseBlocks(const Bodies &bodies, Random &random, Record &record)
+{
+    alignas(CSampleRateConverter3) unsigned char memory[sizeof(CSampleRateConverter3)];
+    random.Fill(memory, sizeof memory);
+    bodies.Get<void(void *)>("_ZN21CSampleRateConverter3C1Ev")(memory);
+    using Init = void(void *, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                      void *&, void *&, bool, bool, uint32_t, uint32_t);
+    void *input = nullptr;
+    void *output = nullptr;
+    bodies.Get<Init>("_ZN21CSampleRateConverter34InitEjjjjjjjjRPvS1_bbjj")(
+        memory, 0, 32, 4, 48000, 1, 32, 2, 48000, input, output, false, true, 0, 0);
+    auto *object = reinterpret_cast<CSampleRateConverter3 *>(memory);
+    random.Fill(input, 4 * 4 * 5000);
+    const uint32_t frames = object->Resample(5000, false);
+    record.AddValue(frames);
+    record.Add(output, std::size_t{frames} * 8);
+    record.AddValue(object->mixLimiterGainDouble);
+    object->~CSampleRateConverter3();
+}
+TONEKIT_TIER_CASE(ExerciseBlocks, "_ZN21CSampleRateConverter3C1Ev",
+                  "_ZN21CSampleRateConverter34InitEjjjjjjjjRPvS1_bbjj");
+
+} // namespace tonekit::tiers
