@@ -1,0 +1,77 @@
+// shared_bodies_test.cpp: which letters share a body, in the finished library.
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <map>
+#include <string>
+
+#include "tests/support/bodies.h"
+
+namespace tonekit {
+namespace {
+
+class SharedBodies : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        library_ = dlopen(TONEKIT_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library_, nullptr) << dlerror();
+    }
+    void TearDown() override { dlclose(library_); }
+
+    void *Address(const std::string &name) const { return dlsym(library_, name.c_str()); }
+
+    // Letters grouped by body, such as "A=R=S=V L M=N=P".
+    std::string Groups(const std::string &name) const
+    {
+        std::string text;
+        std::map<void *, bool> seen;
+        for (const char *first = kLetters; *first; ++first) {
+            void *body = Address(name + "." + *first);
+            EXPECT_NE(body, nullptr) << name << "." << *first;
+            if (seen[body])
+                continue;
+            seen[body] = true;
+            text += text.empty() ? "" : " ";
+            for (const char *letter = first; *letter; ++letter)
+                if (Address(name + "." + *letter) == body)
+                    text += letter == first ? std::string(1, *letter) : std::string("=") + *letter;
+        }
+        return text;
+    }
+
+    void *library_ = nullptr;
+};
+
+TEST_F(SharedBodies, ResampleHasSix)
+{
+    EXPECT_EQ(Groups("_ZN21CSampleRateConverter38ResampleEjb"), "A L M=N P R=S V");
+}
+
+TEST_F(SharedBodies, ChangeChannelOrderHasThree)
+{
+    EXPECT_EQ(Groups("ChangeChannelOrder"), "A=R=S=V L M=N=P");
+}
+
+TEST_F(SharedBodies, EntriesStandBesideTheirBodies)
+{
+    for (const char *name : {"ChangeChannelOrder", "SRC4_Init", "_ZN21CSampleRateConverter38ResampleEjb"})
+        for (const char *letter = kLetters; *letter; ++letter)
+            EXPECT_NE(Address(name), Address(std::string(name) + "." + *letter));
+}
+
+TEST_F(SharedBodies, BothConstructorNamesAreOneAddress)
+{
+    for (const std::string suffix : {"", ".A", ".L", ".M", ".N", ".P", ".R", ".S", ".V"}) {
+        EXPECT_EQ(Address("_ZN21CSampleRateConverter3C1Ev" + suffix),
+                  Address("_ZN21CSampleRateConverter3C2Ev" + suffix));
+        EXPECT_EQ(Address("_ZN21CSampleRateConverter4C1Ev" + suffix),
+                  Address("_ZN21CSampleRateConverter4C2Ev" + suffix));
+        EXPECT_NE(Address("_ZN21CSampleRateConverter3C1Ev" + suffix),
+                  Address("_ZN21CSampleRateConverter4C1Ev" + suffix));
+    }
+}
+
+} // namespace
+} // namespace tonekit
