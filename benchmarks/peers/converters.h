@@ -1,0 +1,23 @@
+// converters.h: our converter and its peers behind one face, for measuring speed and quality side by side.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tonekit {
+
+// Whole conversions of interleaved samples.
+struct Converter {
+    std::string name;
+    std::function<std::vector<double>(const std::vector<double> &input, uint32_t channels, uint32_t inputRate,
+                                      uint32_t outputRate)>
+        convert;
+};
+
+// libsamplerate's best sinc, libswresample as it is set up by default, and sox rate -v. What isn't there is
+// left out.
+std::vector<Converter> PeerConverters();
+
+} // namespace tonekit
