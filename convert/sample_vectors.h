@@ -9,11 +9,13 @@
 
 #include <immintrin.h>
 
+#include "convert/packed_samples.h"
+
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-#ifdef __AVX2__
+#ifdef __AVX__
 
 constexpr uint32_t kLanes = 8;
 using FloatVector = __m256;
@@ -33,6 +35,11 @@ inline DoubleVector LoadDoubles(const double *samples)
 inline DoubleVector LoadDoubles(const float *samples)
 {
     return _mm256_cvtps_pd(_mm_loadu_ps(samples));
+}
+
+inline void StoreFloats(PackedFloat32 *samples, FloatVector vector)
+{
+    _mm256_storeu_ps(reinterpret_cast<float *>(samples), vector);
 }
 
 // The half that rounds away from zero: 0.5 with the sign of x.
@@ -102,6 +109,11 @@ inline DoubleVector LoadDoubles(const double *samples)
 inline DoubleVector LoadDoubles(const float *samples)
 {
     return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(samples))));
+}
+
+inline void StoreFloats(PackedFloat32 *samples, FloatVector vector)
+{
+    _mm_storeu_ps(reinterpret_cast<float *>(samples), vector);
 }
 
 inline FloatVector SignedHalf(FloatVector x)

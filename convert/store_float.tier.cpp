@@ -2,34 +2,61 @@
 #include "frame/tier.h"
 
 #include "convert/packed_samples.h"
+#include "convert/sample_vectors.h"
 
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
 // Both comparisons fail for a NaN, which thus stays.
-inline float Clip(float sample)
+inline float ClipOne(float sample)
 {
     const float below = 1.0f < sample ? 1.0f : sample;
     return -1.0f > below ? -1.0f : below;
+}
+
+inline FloatVector Clip(FloatVector samples)
+{
+    return AtLeast(-1.0f, AtMost(1.0f, samples));
+}
+
+inline FloatVector LoadRounded(const float *samples)
+{
+    return LoadFloats(samples);
+}
+
+inline FloatVector LoadRounded(const double *samples)
+{
+    return Narrow(LoadDoubles(samples), LoadDoubles(samples + kLanes / 2));
+}
+
+// Rounding keeps the order and the limits are floats: clipping after it gives what clipping before it gives,
+// at half the cost.
+template <class Sample>
+inline void StoreClipped(void *destination, const Sample *source, uint32_t count)
+{
+    constexpr uint32_t kGroup = 2 * kLanes;
+    auto *samples = static_cast<PackedFloat32 *>(destination);
+    for (; count >= kGroup; count -= kGroup, source += kGroup, samples += kGroup) {
+        const FloatVector first = Clip(LoadRounded(source));
+        const FloatVector second = Clip(LoadRounded(source + kLanes));
+        StoreFloats(samples, first);
+        StoreFloats(samples + kLanes, second);
+    }
+    for (; count != 0; --count, ++source, ++samples)
+        *samples = ClipOne(static_cast<float>(*source));
 }
 
 } // namespace
 
 TONEKIT_INTERNAL_BODY(StoreDoubleToFloat32, void, (void *destination, const double *source, uint32_t count))
 {
-    // Rounding keeps the order and the limits are floats: clipping after it gives what clipping before it
-    // gives, at half the cost.
-    auto *samples = static_cast<PackedFloat32 *>(destination);
-    for (uint32_t i = 0; i < count; ++i)
-        samples[i] = Clip(static_cast<float>(source[i]));
+    StoreClipped(destination, source, count);
 }
 
 TONEKIT_INTERNAL_BODY(StoreFloatToFloat32, void, (void *destination, const float *source, uint32_t count))
 {
-    auto *samples = static_cast<PackedFloat32 *>(destination);
-    for (uint32_t i = 0; i < count; ++i)
-        samples[i] = Clip(source[i]);
+    StoreClipped(destination, source, count);
 }
 
 TONEKIT_INTERNAL_BODY(StoreDoubleToFloat64, void, (void *destination, const double *source, uint32_t count))

@@ -5,15 +5,13 @@
 // whose functions state the rules as they are.
 #include "frame/tier.h"
 
+#include "convert/integer_packing.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_vectors.h"
 
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
-
-constexpr uint32_t kVectors = 4;
-constexpr uint32_t kGroup = kVectors * kLanes;
 
 inline int32_t TruncateOne(double y)
 {
@@ -60,162 +58,40 @@ struct Limits {
     }
 };
 
+// The half has the sign of x also for +0.0, where it makes no difference.
+inline DoubleVector PlusHalf(DoubleVector x)
+{
+    return x + SignedHalf(x);
+}
+
+// Vector i of a group as integers.
 template <class Encoding, class Limit>
-inline DoubleVector RoundDoubles(DoubleVector samples, Limit limit)
+inline IntVector Round(const FloatGroup &group, uint32_t i, Limit limit)
 {
-    const DoubleVector x = samples * static_cast<double>(Encoding::kScale);
-    return limit(x + SignedHalf(x));
-}
-
-// kLanes samples as integers. The half has the sign of x also for +0.0, where it makes no difference.
-template <class Encoding, class Limit>
-inline IntVector Round(const float *samples, Limit limit)
-{
-    const FloatVector x = LoadFloats(samples) * static_cast<float>(Encoding::kScale);
-    return Truncate(limit(x + SignedHalf(x)));
+    const FloatVector samples = group.vectors[i];
+    return Truncate(limit(samples * static_cast<float>(Encoding::kScale) + SignedHalf(samples)));
 }
 
 template <class Encoding, class Limit>
-inline IntVector Round(const double *samples, Limit limit)
+inline IntVector Round(const DoubleGroup &group, uint32_t i, Limit limit)
 {
-    return Truncate(RoundDoubles<Encoding>(LoadDoubles(samples), limit),
-                    RoundDoubles<Encoding>(LoadDoubles(samples + kLanes / 2), limit));
+    constexpr double kScale = Encoding::kScale;
+    const DoubleVector low = group.vectors[2 * i];
+    const DoubleVector high = group.vectors[2 * i + 1];
+    return Truncate(limit(low * kScale + SignedHalf(low)), limit(high * kScale + SignedHalf(high)));
 }
-
-#ifdef __AVX2__
-inline IntVector EqualOutOfRange(IntVector ints)
-{
-    return _mm256_cmpeq_epi32(ints, _mm256_set1_epi32(kOutOfRange));
-}
-
-inline IntVector ZeroOutOfRange(IntVector ints)
-{
-    return _mm256_andnot_si256(EqualOutOfRange(ints), ints);
-}
-
-// Whether all integers are within 32 bits.
-inline bool FitConversion(const IntVector (&ints)[kVectors])
-{
-    static_assert(kVectors == 4);
-    const IntVector lowest =
-        _mm256_min_epi32(_mm256_min_epi32(ints[0], ints[1]), _mm256_min_epi32(ints[2], ints[3]));
-    return _mm256_movemask_epi8(EqualOutOfRange(lowest)) == 0;
-}
-
-// Whether all integers are within 24 bits.
-inline bool Fit24Bits(const IntVector (&ints)[kVectors])
-{
-    IntVector seen = _mm256_setzero_si256();
-    for (const IntVector &vector : ints)
-        seen = _mm256_or_si256(seen, _mm256_add_epi32(vector, _mm256_set1_epi32(1 << 23)));
-    return _mm256_testz_si256(seen, _mm256_set1_epi32(-(1 << 24)));
-}
-
-// Two vectors as shorts, with saturation.
-inline void Write16(uint8_t *out, IntVector first, IntVector second)
-{
-    const IntVector packed = _mm256_packs_epi32(first, second);
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), _mm256_permute4x64_epi64(packed, 0xD8));
-}
-
-// The low three bytes of each integer, and kWrite24Excess bytes more.
-constexpr uint32_t kWrite24Excess = 8;
-
-inline void Write24(uint8_t *out, IntVector ints)
-{
-    const __m256i kBytes = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, //
-                                            0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const __m256i kWords = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
-    const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(ints, kBytes), kWords);
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), packed);
-}
-
-inline void Write32(uint8_t *out, IntVector ints)
-{
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), ints);
-}
-
-// Four vectors as unsigned bytes, with saturation.
-inline void Write8(uint8_t *out, const IntVector (&ints)[4])
-{
-    const IntVector bytes =
-        _mm256_packus_epi16(_mm256_packs_epi32(ints[0], ints[1]), _mm256_packs_epi32(ints[2], ints[3]));
-    const __m256i kWords = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), _mm256_permutevar8x32_epi32(bytes, kWords));
-}
-
-#else
-
-inline IntVector EqualOutOfRange(IntVector ints)
-{
-    return _mm_cmpeq_epi32(ints, _mm_set1_epi32(kOutOfRange));
-}
-
-inline IntVector ZeroOutOfRange(IntVector ints)
-{
-    return _mm_andnot_si128(EqualOutOfRange(ints), ints);
-}
-
-inline bool FitConversion(const IntVector (&ints)[kVectors])
-{
-    IntVector seen = _mm_setzero_si128();
-    for (const IntVector &vector : ints)
-        seen = _mm_or_si128(seen, EqualOutOfRange(vector));
-    return _mm_movemask_epi8(seen) == 0;
-}
-
-inline bool Fit24Bits(const IntVector (&ints)[kVectors])
-{
-    IntVector seen = _mm_setzero_si128();
-    for (const IntVector &vector : ints)
-        seen = _mm_or_si128(seen, _mm_add_epi32(vector, _mm_set1_epi32(1 << 23)));
-    const IntVector inside = _mm_cmpeq_epi32(_mm_srli_epi32(seen, 24), _mm_setzero_si128());
-    return _mm_movemask_epi8(inside) == 0xFFFF;
-}
-
-inline void Write16(uint8_t *out, IntVector first, IntVector second)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_packs_epi32(first, second));
-}
-
-constexpr uint32_t kWrite24Excess = 4;
-
-inline void Write24(uint8_t *out, IntVector ints)
-{
-    #ifdef __SSSE3__
-    const __m128i kBytes = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const __m128i packed = _mm_shuffle_epi8(ints, kBytes);
-    #else
-    // Close up the two samples of each half, then the halves.
-    const __m128i even = _mm_and_si128(ints, _mm_set1_epi64x(0xFFFFFF));
-    const __m128i odd = _mm_and_si128(_mm_srli_epi64(ints, 8), _mm_set1_epi64x(0xFFFFFF000000));
-    const __m128i pairs = _mm_or_si128(even, odd);
-    const __m128i upper = _mm_and_si128(_mm_srli_si128(pairs, 2), _mm_setr_epi32(0, -0x10000, -1, 0));
-    const __m128i packed = _mm_or_si128(_mm_move_epi64(pairs), upper);
-    #endif
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), packed);
-}
-
-inline void Write32(uint8_t *out, IntVector ints)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), ints);
-}
-
-inline void Write8(uint8_t *out, const IntVector (&ints)[4])
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(out),
-                     _mm_packus_epi16(_mm_packs_epi32(ints[0], ints[1]), _mm_packs_epi32(ints[2], ints[3])));
-}
-
-#endif
 
 struct Int16 {
     static constexpr int kScale = 1 << 15;
     static constexpr uint32_t kBytes = 2;
     static constexpr uint32_t kExcess = 0;
 
-    // Packing saturates: only what 32 bits did not hold is lost to it.
-    static bool Fit(const IntVector (&ints)[kVectors]) { return FitConversion(ints); }
+    // Packing saturates, so only what is far beyond full scale needs the limits.
+    template <class Group>
+    static bool NeedLimits(const Group &group, const IntVector (&)[kVectors])
+    {
+        return AnyReachesTwo(group);
+    }
     static void Write(uint8_t *out, const IntVector (&ints)[kVectors])
     {
         for (uint32_t i = 0; i < kVectors; i += 2)
@@ -232,7 +108,11 @@ struct Int24 {
     static constexpr uint32_t kBytes = 3;
     static constexpr uint32_t kExcess = kWrite24Excess;
 
-    static bool Fit(const IntVector (&ints)[kVectors]) { return Fit24Bits(ints); }
+    template <class Group>
+    static bool NeedLimits(const Group &, const IntVector (&ints)[kVectors])
+    {
+        return AnyExceeds24Bits(ints);
+    }
     static void Write(uint8_t *out, const IntVector (&ints)[kVectors])
     {
         for (uint32_t i = 0; i < kVectors; ++i)
@@ -252,15 +132,26 @@ struct Int32 {
 };
 
 template <class Encoding, class Sample>
-inline void StoreGroup(uint8_t *out, const Sample *source)
+__attribute__((noinline)) void StoreLimitedGroup(uint8_t *out, const Sample *source)
 {
+    const auto group = LoadGroup(source);
     IntVector ints[kVectors];
     for (uint32_t i = 0; i < kVectors; ++i)
-        ints[i] = Round<Encoding>(source + i * kLanes, NoLimits{});
-    if (__builtin_expect(!Encoding::Fit(ints), 0))
-        for (uint32_t i = 0; i < kVectors; ++i)
-            ints[i] = ZeroOutOfRange(Round<Encoding>(source + i * kLanes, Limits<Encoding>{}));
+        ints[i] = ZeroOutOfRange(Round<Encoding>(group, i, Limits<Encoding>{}));
     Encoding::Write(out, ints);
+}
+
+template <class Encoding, class Sample>
+__attribute__((always_inline)) inline void StoreGroup(uint8_t *out, const Sample *source)
+{
+    const auto group = LoadGroup(source);
+    IntVector ints[kVectors];
+    for (uint32_t i = 0; i < kVectors; ++i)
+        ints[i] = Round<Encoding>(group, i, NoLimits{});
+    if (__builtin_expect(Encoding::NeedLimits(group, ints), 0))
+        StoreLimitedGroup<Encoding>(out, source);
+    else
+        Encoding::Write(out, ints);
 }
 
 template <class Encoding, class Sample>
@@ -275,18 +166,15 @@ inline void Store(void *destination, const Sample *source, uint32_t count)
 }
 
 // The lower limit of 32 bits is what the conversion gives for all that lies below it, and for a NaN.
-struct HighLimit32 {
-    DoubleVector operator()(DoubleVector y) const { return AtMost(2147483647.0, y); }
-};
-
 template <class Sample>
 inline void Store32(void *destination, const Sample *source, uint32_t count)
 {
+    constexpr double kHigh = Int32::kScale - 1;
     auto *out = static_cast<uint8_t *>(destination);
     for (; count >= kLanes; count -= kLanes, source += kLanes, out += kLanes * Int32::kBytes) {
-        const DoubleVector low = RoundDoubles<Int32>(LoadDoubles(source), HighLimit32{});
-        const DoubleVector high = RoundDoubles<Int32>(LoadDoubles(source + kLanes / 2), HighLimit32{});
-        Write32(out, Truncate(low, high));
+        const DoubleVector low = PlusHalf(LoadDoubles(source) * Int32::kScale);
+        const DoubleVector high = PlusHalf(LoadDoubles(source + kLanes / 2) * Int32::kScale);
+        WriteTruncated(out, AtMost(kHigh, low), AtMost(kHigh, high));
     }
     for (; count != 0; --count, ++source, out += Int32::kBytes)
         *reinterpret_cast<PackedInt32 *>(out) = RoundOne<Int32>(static_cast<double>(*source));

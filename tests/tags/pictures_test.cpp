@@ -158,7 +158,7 @@ TEST_P(PicturesTest, AWalkOverTextsAloneFindsNothing)
     tags.ID3Helper_AddStr(block, "two", "2");
     TagBlockPicture picture;
     EXPECT_FALSE(tags.ID3Helper_GetFirstImage(block, &picture));
-    EXPECT_GE(picture.cursor, block->used);
+    EXPECT_GE(uint32_t{picture.cursor}, block->used);
     EXPECT_FALSE(tags.ID3Helper_GetNextImage(block, &picture));
 }
 

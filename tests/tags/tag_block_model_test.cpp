@@ -103,11 +103,11 @@ private:
         for (bool more = ID3Helper_GetFirst(block, &item); more;
              more = ID3Helper_GetNext(block, &item), ++count) {
             ASSERT_LT(count, expected.size());
-            ASSERT_EQ(item.key, expected[count].key);
-            ASSERT_EQ(item.value, expected[count].value);
+            ASSERT_EQ(std::string(item.key), expected[count].key);
+            ASSERT_EQ(std::string(item.value), expected[count].value);
         }
         ASSERT_EQ(count, expected.size());
-        ASSERT_GE(item.cursor, block->used);
+        ASSERT_GE(uint32_t{item.cursor}, block->used);
     }
 
     void ExpectSamePictures() const
@@ -119,12 +119,12 @@ private:
              more = tags.ID3Helper_GetNextImage(block, &picture), ++count) {
             ASSERT_LT(count, expected.size());
             ASSERT_EQ(int32_t{picture.type}, expected[count].type);
-            ASSERT_EQ(picture.mime, expected[count].mime);
+            ASSERT_EQ(std::string(picture.mime), expected[count].mime);
             ASSERT_EQ(std::string(reinterpret_cast<const char *>(picture.data), picture.size),
                       expected[count].data);
         }
         ASSERT_EQ(count, expected.size());
-        ASSERT_GE(picture.cursor, block->used);
+        ASSERT_GE(uint32_t{picture.cursor}, block->used);
     }
 
     void ExpectSameLookups(Random &random) const

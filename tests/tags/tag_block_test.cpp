@@ -38,7 +38,7 @@ TEST_P(TagBlockTest, ANewBlockHoldsNothing)
     EXPECT_STREQ(tags.ID3Helper_GetStr(block, "key"), "");
     TagBlockItem item;
     EXPECT_FALSE(ID3Helper_GetFirst(block, &item));
-    EXPECT_EQ(item.cursor, 0u);
+    EXPECT_EQ(uint32_t{item.cursor}, 0u);
     TagBlockPicture picture;
     EXPECT_FALSE(tags.ID3Helper_GetFirstImage(block, &picture));
 }
@@ -172,7 +172,7 @@ TEST_P(TagBlockTest, ABlockOfHiddenKeysEndsTheWalkAtItsEnd)
     tags.ID3Helper_AddStr(block, "!*?ID3X", "hidden");
     TagBlockItem item;
     EXPECT_FALSE(ID3Helper_GetFirst(block, &item));
-    EXPECT_GE(item.cursor, block->used);
+    EXPECT_GE(uint32_t{item.cursor}, block->used);
 }
 
 TEST_P(TagBlockTest, AWalkDeliversAllFieldsInTheOrderOfAdding)
@@ -198,7 +198,7 @@ TEST_P(TagBlockTest, AWalkDeliversAllFieldsInTheOrderOfAdding)
     EXPECT_EQ(uint64_t{item.ulonglong}, 99999999999u);
     EXPECT_TRUE(ID3Helper_IsNaN(item.floatValue));
     EXPECT_FALSE(ID3Helper_GetNext(block, &item));
-    EXPECT_GE(item.cursor, block->used);
+    EXPECT_GE(uint32_t{item.cursor}, block->used);
 }
 
 TEST_P(TagBlockTest, AWalkAtItsEndLeavesTheRecordAlone)
