@@ -1,93 +1,30 @@
 // dither.tier.cpp: dithers a channel of a block in one of three modes.
 #include "convert/dither.h"
+#include "convert/dither_noise.h"
+#include "convert/lanes.h"
 #include "frame/tier.h"
-#include <cstddef>
-#include <emmintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-// Many steps of the generator at once: state * multiplier + increment.
-struct Leap {
-    uint32_t multiplier;
-    uint32_t increment;
-
-    [[gnu::always_inline]] constexpr uint32_t From(uint32_t state) const
-    {
-        return state * multiplier + increment;
-    }
-    [[gnu::always_inline]] constexpr Leap After(Leap first) const
-    {
-        return {first.multiplier * multiplier, From(first.increment)};
-    }
-};
-
-constexpr Leap kOneStep{214013, 2531011};
-
-constexpr Leap LeapOf(uint64_t steps)
-{
-    Leap leap{1, 0};
-    for (Leap power = kOneStep; steps != 0; steps >>= 1, power = power.After(power))
-        if (steps & 1)
-            leap = power.After(leap);
-    return leap;
-}
-
-// The 15 upper bits but one of a state, as noise between -0.5 and +0.5: k / 32767.0 - 0.5, to the bit. The
-// quotient is k times (2^-15 + 2^-30 + 2^-45 + ...): the product with the first three terms is exact, the
-// next three reach far below the last bit, and so one sum rounds as the division would, for every k.
-constexpr double kQuotientHead = 0x1p-15 + 0x1p-30 + 0x1p-45;
-constexpr double kQuotientTail = 0x1p-60 + 0x1p-75 + 0x1p-90;
-
-[[gnu::always_inline]] inline double NoiseOf(uint32_t state)
-{
-    const double k = static_cast<int32_t>((state >> 16) & 0x7FFF);
-    return (k * kQuotientHead + k * kQuotientTail) + -0.5;
-}
-
-// Noise is made a tile at a time, by kChains * 2 independent runs of the generator side by side.
-constexpr uint32_t kTile = 256;
-constexpr uint32_t kChains = 4;
-constexpr Leap kChainLeap = LeapOf(2 * kChains);
-constexpr Leap kTileLeap = LeapOf(kTile);
-
-// Fills a tile with the noise of the states after `state`.
-void FillNoise(uint32_t state, double *noise)
-{
-    __m128i states[kChains];
-    for (__m128i &pair : states) {
-        const uint32_t first = kOneStep.From(state);
-        state = kOneStep.From(first);
-        pair = _mm_set_epi32(0, static_cast<int32_t>(state), 0, static_cast<int32_t>(first));
-    }
-    const __m128i multiplier = _mm_set1_epi32(static_cast<int32_t>(kChainLeap.multiplier));
-    const __m128i increment = _mm_set1_epi32(static_cast<int32_t>(kChainLeap.increment));
-    const __m128i fifteenBits = _mm_set1_epi64x(0x7FFF);
-    const __m128i twoTo52 = _mm_set1_epi64x(0x4330000000000000);
-    for (uint32_t i = 0; i < kTile; i += 2 * kChains) {
-        for (uint32_t chain = 0; chain < kChains; ++chain) {
-            // A state is the lower half of its 64 bits. An integer below 2^52 under the bits of 2^52 is their
-            // sum.
-            const __m128i bits = _mm_and_si128(_mm_srli_epi64(states[chain], 16), fifteenBits);
-            const __m128d k = _mm_sub_pd(_mm_castsi128_pd(_mm_or_si128(bits, twoTo52)), _mm_set1_pd(0x1p52));
-            const __m128d quotient = _mm_add_pd(_mm_mul_pd(k, _mm_set1_pd(kQuotientHead)),
-                                                _mm_mul_pd(k, _mm_set1_pd(kQuotientTail)));
-            _mm_storeu_pd(noise + i + 2 * chain, _mm_add_pd(quotient, _mm_set1_pd(-0.5)));
-            states[chain] = _mm_add_epi64(_mm_mul_epu32(states[chain], multiplier), increment);
-        }
-    }
-}
-
 // Division by the scale: by a power of two it is the product with the reciprocal, to the bit.
 template <class T>
 struct Division {
-    T divisor;
-    [[gnu::always_inline]] T operator()(T value) const { return value / divisor; }
+    T by;
+    template <class Values>
+    [[gnu::always_inline]] Values operator()(Values values, Values spread) const
+    {
+        return values / spread;
+    }
 };
 template <class T>
 struct Reciprocal {
-    T factor;
-    [[gnu::always_inline]] T operator()(T value) const { return value * factor; }
+    T by;
+    template <class Values>
+    [[gnu::always_inline]] Values operator()(Values values, Values spread) const
+    {
+        return values * spread;
+    }
 };
 
 bool HasExactReciprocal(double value)
@@ -108,42 +45,96 @@ bool HasExactReciprocal(float value)
     return (bits & 0x7FFFFF) == 0 && exponent >= 1 && exponent <= 0xFD;
 }
 
-// Hands the visited samples to apply(sample, noise), in order, one generator step each.
-template <class T, class Apply>
-[[gnu::always_inline]] inline void ForEachWithNoise(T *samples, uint64_t visits, uint64_t stride, Apply apply)
-{
-    uint32_t state = DitherSeed();
-    double noise[kTile];
-    while (visits != 0) {
-        const uint32_t tile = visits < kTile ? static_cast<uint32_t>(visits) : kTile;
-        FillNoise(state, noise);
-        for (uint32_t i = 0; i < tile; ++i, samples += stride)
-            *samples = apply(*samples, noise[i]);
-        state = (tile == kTile ? kTileLeap : LeapOf(tile)).From(state);
-        visits -= tile;
+// One sample, or two neighbours in a register, in the precision T.
+template <class T, uint32_t Channels>
+struct Values;
+template <class T>
+struct Values<T, 1> : Lanes<T, 1> {
+    [[gnu::always_inline]] static double Noise(const double *noise) { return *noise; }
+    [[gnu::always_inline]] static T Narrow(double value) { return static_cast<T>(value); }
+    [[gnu::always_inline]] static double Widen(T value) { return value; }
+};
+template <>
+struct Values<double, 2> : Lanes<double, 2> {
+    [[gnu::always_inline]] static __m128d Noise(const double *noise) { return _mm_loadu_pd(noise); }
+    [[gnu::always_inline]] static __m128d Narrow(__m128d value) { return value; }
+    [[gnu::always_inline]] static __m128d Widen(__m128d value) { return value; }
+};
+template <>
+struct Values<float, 2> : Lanes<float, 2> {
+    [[gnu::always_inline]] static __m128d Noise(const double *noise) { return _mm_loadu_pd(noise); }
+    [[gnu::always_inline]] static __m128 Narrow(__m128d value) { return _mm_cvtpd_ps(value); }
+    [[gnu::always_inline]] static __m128d Widen(__m128 value) { return _mm_cvtps_pd(value); }
+};
+
+// The noise of one channel, or of two neighbours that each have their own stretch of the generator's run:
+// visits in a row for the left one, then as many for the right one.
+template <uint32_t Channels>
+class NoiseSource {
+public:
+    static constexpr uint32_t kFrames = kNoiseTile / Channels;
+
+    explicit NoiseSource(uint64_t visits)
+    {
+        const Leap channelLeap = LeapOf(visits);
+        seeds_[0] = DitherSeed();
+        for (uint32_t c = 1; c < Channels; ++c)
+            seeds_[c] = channelLeap.From(seeds_[c - 1]);
+        SetDitherSeed(channelLeap.From(seeds_[Channels - 1]));
     }
-    SetDitherSeed(state);
-}
 
-template <class T, class Divide>
-void AddRectangular(T scale, T *samples, uint64_t visits, uint64_t stride, Divide byScale)
-{
-    ForEachWithNoise(samples, visits, stride, [=](T sample, double noise) {
-        return byScale(static_cast<T>(static_cast<double>(sample * scale) - noise));
-    });
-}
+    // The noise of the next kFrames frames, interleaved.
+    [[gnu::always_inline]] void Fill(double *noise)
+    {
+        uint32_t firsts[kNoiseRuns];
+        for (uint32_t c = 0; c < Channels; ++c)
+            firsts[c] = kOneStep.From(seeds_[c]);
+        for (uint32_t i = Channels; i < kNoiseRuns; ++i)
+            firsts[i] = kOneStep.From(firsts[i - Channels]);
+        constexpr Leap kRunLeap = LeapOf(kNoiseRuns / Channels);
+        constexpr Leap kTileLeap = LeapOf(kFrames);
+        FillNoise(firsts, kRunLeap, noise);
+        for (uint32_t c = 0; c < Channels; ++c)
+            seeds_[c] = kTileLeap.From(seeds_[c]);
+    }
 
-template <class T, class Divide>
-void AddHighPass(T *previous, T scale, T *samples, uint64_t visits, uint64_t stride, Divide byScale)
+private:
+    uint32_t seeds_[Channels];
+};
+
+// Modes 0 and 1 over one channel or two neighbours.
+template <uint32_t Channels, bool HighPass, class T, class Dither, class Divide>
+void AddNoise(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t stride, Divide divide)
 {
-    T last = *previous;
-    ForEachWithNoise(samples, visits, stride, [&last, scale, byScale](T sample, double noise) {
-        const T now = static_cast<T>(noise);
-        const T sum = sample * scale + now - last;
-        last = now;
-        return byScale(sum);
-    });
-    *previous = last;
+    using V = Values<T, Channels>;
+    const auto scales = V::Spread(scale).value;
+    const auto divisors = V::Spread(divide.by).value;
+    NoiseSource<Channels> source(visits);
+    T previous[Channels];
+    for (uint32_t c = 0; c < Channels; ++c)
+        previous[c] = dithers[c].previous;
+    auto last = V::Load(previous).value;
+    double noise[kNoiseTile];
+    while (visits != 0) {
+        const uint32_t frames = visits < source.kFrames ? static_cast<uint32_t>(visits) : source.kFrames;
+        source.Fill(noise);
+        for (uint32_t i = 0; i < frames; ++i, samples += stride) {
+            const auto steps = V::Load(samples).value * scales;
+            const auto now = V::Noise(noise + Channels * i);
+            auto sums = steps;
+            if constexpr (HighPass) {
+                sums = steps + V::Narrow(now) - last;
+                last = V::Narrow(now);
+            } else {
+                sums = V::Narrow(V::Widen(steps) - now);
+            }
+            Lanes<T, Channels>{divide(sums, divisors)}.Store(samples);
+        }
+        visits -= frames;
+    }
+    Lanes<T, Channels>{last}.Store(previous);
+    for (uint32_t c = 0; c < Channels; ++c)
+        dithers[c].previous = previous[c];
 }
 
 // The weights of the latest errors, the newest first.
@@ -206,8 +197,8 @@ struct Shaper {
 // Mode 2 over neighbouring channels. A sample waits for the error of the one before it, so a channel alone
 // leaves the processor idle most of the time; the channels are independent once each knows its place in the
 // generator's run, which goes through the whole of a channel before the next.
-template <class T, uint32_t Channels, class Dither, class Divide>
-void Shape(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t stride, Divide byScale)
+template <uint32_t Channels, class T, class Dither, class Divide>
+void Shape(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t stride, Divide divide)
 {
     const Leap channelLeap = LeapOf(2 * visits);
     Shaper<T> shapers[Channels];
@@ -217,36 +208,35 @@ void Shape(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t strid
     for (; visits != 0; --visits, samples += stride)
 #pragma GCC unroll 4
         for (uint32_t c = 0; c < Channels; ++c)
-            samples[c] = byScale(shapers[c].Step(samples[c] * scale, dithers[c].history));
+            samples[c] = divide(shapers[c].Step(samples[c] * scale, dithers[c].history), divide.by);
     for (uint32_t c = 0; c < Channels; ++c)
         dithers[c].position = static_cast<int32_t>(shapers[c].position);
     SetDitherSeed(seed);
 }
 
+template <uint32_t Channels, class T, class Dither, class Divide>
+void ProcessMode(Dither *dithers, int32_t mode, T scale, T *samples, uint64_t visits, uint64_t stride,
+                 Divide divide)
+{
+    if (mode == 0)
+        AddNoise<Channels, false>(dithers, scale, samples, visits, stride, divide);
+    else if (mode == 1)
+        AddNoise<Channels, true>(dithers, scale, samples, visits, stride, divide);
+    else
+        Shape<Channels>(dithers, scale, samples, visits, stride, divide);
+}
+
 // The visited samples of `channels` neighbouring channels, one channel after the other.
 template <class T, class Dither, class Divide>
 void Process(Dither *dithers, int32_t mode, T scale, T *samples, uint64_t visits, uint64_t stride,
-             uint32_t channels, Divide byScale)
+             uint32_t channels, Divide divide)
 {
-    while (channels != 0) {
-        uint32_t done = 1;
-        if (mode == 0) {
-            AddRectangular(scale, samples, visits, stride, byScale);
-        } else if (mode == 1) {
-            AddHighPass(&dithers->previous, scale, samples, visits, stride, byScale);
-        } else if (channels >= 4) {
-            Shape<T, 4>(dithers, scale, samples, visits, stride, byScale);
-            done = 4;
-        } else if (channels >= 2) {
-            Shape<T, 2>(dithers, scale, samples, visits, stride, byScale);
-            done = 2;
-        } else {
-            Shape<T, 1>(dithers, scale, samples, visits, stride, byScale);
-        }
-        channels -= done;
-        dithers += done;
-        samples += done;
-    }
+    for (; mode == 2 && channels >= 4; channels -= 4, dithers += 4, samples += 4)
+        Shape<4>(dithers, scale, samples, visits, stride, divide);
+    for (; channels >= 2; channels -= 2, dithers += 2, samples += 2)
+        ProcessMode<2>(dithers, mode, scale, samples, visits, stride, divide);
+    if (channels != 0)
+        ProcessMode<1>(dithers, mode, scale, samples, visits, stride, divide);
 }
 
 template <class T, class Dither>
