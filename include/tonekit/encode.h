@@ -12,11 +12,9 @@ extern "C" {
  * Text encodings
  *
  * A text is zero-terminated, and is read up to its terminator, so no length is passed anywhere. "Unicode" is
- * UTF-16 in the processor's byte order. "ANSI" is the system's code page:
- *
- *   Windows    the active code page (GetACP), and the system's own rules wherever "elsewhere" is said below
- *   elsewhere  the character set of the locale that the process (or the calling thread) has set, asked anew
- * at each call; plain ASCII, which is what a process has that sets no locale, stands for windows-1252
+ * UTF-16 in the processor's byte order. "ANSI" is the system's code page: on Windows the active code page
+ * (GetACP); elsewhere the character set of the locale that the process, or the calling thread, has set, asked
+ * anew at each call. Plain ASCII, which is what a process has that sets no locale, stands for windows-1252.
  *
  * Each conversion returns a new text of exactly the size needed, terminator included. It is the caller's, to
  * be given back with UNC_freeStr or UNC_freeWStr. An empty text gives a new empty text. Null comes back for a
@@ -24,18 +22,18 @@ extern "C" {
  * stands in the text and never for want of memory. When memory runs out, the process's new-handler is called
  * as long as there is one, then std::bad_alloc is thrown; nothing leaks.
  *
- * What can't be converted is replaced, elsewhere by these rules:
+ * What can't be converted is replaced, on Windows as the system does it, elsewhere by these rules:
  *
  *   - Ill-formed UTF-8 becomes U+FFFD, one for each maximal part: the longest run of bytes that begins a
- * well-formed character, or one byte that begins none. Overlong forms, surrogates and values above U+10FFFF
- * are ill-formed at their second byte.
+ *     well-formed character, or one byte that begins none. Overlong forms, surrogates and values above
+ *     U+10FFFF are ill-formed at their second byte.
  *   - A surrogate without its partner becomes U+FFFD.
  *   - A byte that the code page does not know becomes U+FFFD; so does a multi-byte character that the text's
- * end cuts.
+ *     end cuts.
  *   - A character that the code page lacks becomes one `?`.
  *   - On the way to ANSI a character and the combining mark behind it are first composed to the one
- * precomposed character, if there is one in Unicode's canonical compositions: e, U+0301 becomes U+00E9. Two
- * marks are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
+ *     precomposed character, if Unicode's canonical compositions have one: e, U+0301 becomes U+00E9.
+ *     Marks are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
  *
  * Every function may be called from any thread at any time; setting the locale meanwhile is as unsafe as it
  * always is.
@@ -74,7 +72,7 @@ TONEKIT_API void UNC_freeWStr(void *text);
  * Swaps the two bytes of every unit of a UTF-16 text in place. Applied twice, it restores the text.
  *
  * @param text  ends at its first zero unit (a unit with only one zero byte does not end it), so it may be in
- * either byte order; not checked for null
+ *              either byte order; not checked for null
  */
 TONEKIT_API void UNC_ChangeEndian(tonekit_char16 *text);
 

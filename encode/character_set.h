@@ -1,0 +1,31 @@
+// character_set.h: converts text from and to a character set that is given by name, where the system has no
+// call for it.
+//
+// The texts are not null; the results are new ones of the library's heap. The rules for what can't be
+// converted stand in tonekit/encode.h.
+#pragma once
+
+#include <cstddef>
+#include <tonekit/frame.h>
+
+namespace tonekit {
+
+// Any character set; null if there is no converter for it.
+tonekit_char16 *DecodeText(const char *characterSet, const char *text);
+char *EncodeText(const char *characterSet, const tonekit_char16 *text);
+
+// Bytes of the ill-formed part that the text begins with: a beginning of a character, as far as it is one, or
+// a byte.
+std::size_t IllFormedUtf8(const char *text, std::size_t bytes);
+tonekit_char16 *DecodeUtf8(const char *text);
+char *EncodeUtf8(const tonekit_char16 *text);
+
+tonekit_char16 *DecodeWindows1252(const char *text);
+char *EncodeWindows1252(const tonekit_char16 *text);
+
+// Any other set, through the system's iconv; null if it does not know the set.
+tonekit_char16 *DecodeByIconv(const char *characterSet, const char *text);
+char *EncodeByIconv(const char *characterSet,
+                    const tonekit_char16 *text); // without a surrogate that lacks its partner
+
+} // namespace tonekit

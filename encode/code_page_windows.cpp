@@ -1,0 +1,59 @@
+// code_page_windows.cpp: lets Windows do the four conversion steps.
+#include "encode/code_page.h"
+
+#include <windows.h>
+
+#include "encode/new_text.h"
+
+namespace tonekit {
+namespace {
+
+constexpr int kThroughTerminator = -1;
+
+tonekit_char16 *UnicodeFrom(UINT codePage, DWORD flags, const char *text)
+{
+    const int units = MultiByteToWideChar(codePage, flags, text, kThroughTerminator, nullptr, 0);
+    if (units == 0)
+        return nullptr;
+    OwnedText<wchar_t> result = NewText<wchar_t>(static_cast<std::size_t>(units) - 1);
+    if (MultiByteToWideChar(codePage, flags, text, kThroughTerminator, result.get(), units) == 0)
+        return nullptr;
+    return result.release();
+}
+
+char *BytesFrom(UINT codePage, DWORD flags, const tonekit_char16 *text)
+{
+    const int bytes =
+        WideCharToMultiByte(codePage, flags, text, kThroughTerminator, nullptr, 0, nullptr, nullptr);
+    if (bytes == 0)
+        return nullptr;
+    OwnedText<char> result = NewText<char>(static_cast<std::size_t>(bytes) - 1);
+    if (WideCharToMultiByte(codePage, flags, text, kThroughTerminator, result.get(), bytes, nullptr,
+                            nullptr) == 0)
+        return nullptr;
+    return result.release();
+}
+
+} // namespace
+
+tonekit_char16 *UnicodeFromAnsi(const char *text)
+{
+    return UnicodeFrom(GetACP(), MB_PRECOMPOSED, text);
+}
+
+char *AnsiFromUnicode(const tonekit_char16 *text)
+{
+    return BytesFrom(GetACP(), WC_COMPOSITECHECK | WC_SEPCHARS, text);
+}
+
+tonekit_char16 *UnicodeFromUtf8(const char *text)
+{
+    return UnicodeFrom(CP_UTF8, 0, text);
+}
+
+char *Utf8FromUnicode(const tonekit_char16 *text)
+{
+    return BytesFrom(CP_UTF8, 0, text);
+}
+
+} // namespace tonekit

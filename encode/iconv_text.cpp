@@ -1,0 +1,191 @@
+// iconv_text.cpp: makes new texts of any character set that the system's iconv knows, and of UTF-16, from
+// each other.
+#include "encode/character_set.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iconv.h>
+
+#include "encode/new_text.h"
+#include "encode/utf.h"
+
+namespace tonekit {
+namespace {
+
+constexpr const char *kUtf16 = "UTF-16LE"; // the processor's order, and no byte order mark
+constexpr tonekit_char16 kReplacement = 0xfffd;
+
+// Bytes in memory that grows as they come.
+class GrowingBytes {
+public:
+    explicit GrowingBytes(std::size_t room) : bytes_(NewText<char>(room)), room_(room) {}
+
+    char *End() { return bytes_.get() + used_; }
+    std::size_t Left() const { return room_ - used_; }
+    void SetLeft(std::size_t left) { used_ = room_ - left; }
+    std::size_t Used() const { return used_; }
+
+    void Grow()
+    {
+        OwnedText<char> larger = NewText<char>(2 * room_ + kLeast);
+        std::memcpy(larger.get(), bytes_.get(), used_);
+        bytes_ = std::move(larger);
+        room_ = 2 * room_ + kLeast;
+    }
+
+    template <class Unit>
+    Unit *HandOut() const
+    {
+        OwnedText<Unit> result = NewText<Unit>(used_ / sizeof(Unit));
+        std::memcpy(result.get(), bytes_.get(), used_);
+        return result.release();
+    }
+
+private:
+    static constexpr std::size_t kLeast = 16; // more than any one character takes
+
+    OwnedText<char> bytes_;
+    std::size_t room_;
+    std::size_t used_ = 0;
+};
+
+enum class Stop { end, refused, cut };
+
+// One conversion; what it gives is collected in `out`.
+class Conversion {
+public:
+    Conversion(const char *to, const char *from, std::size_t room) : handle_(iconv_open(to, from)), out_(room)
+    {}
+    ~Conversion()
+    {
+        if (IsOpen())
+            iconv_close(handle_);
+    }
+    Conversion(const Conversion &) = delete;
+    Conversion &operator=(const Conversion &) = delete;
+
+    bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+    GrowingBytes &Out() { return out_; }
+
+    // Converts from `in` to `end` as far as possible and moves `in` there.
+    Stop Feed(const char *&in, const char *end)
+    {
+        char *at = const_cast<char *>(in);
+        std::size_t left = static_cast<std::size_t>(end - in);
+        const int error = Run(&at, &left);
+        in = at;
+        return error == 0 ? Stop::end : error == EINVAL ? Stop::cut : Stop::refused;
+    }
+
+    // Gives what the converter still holds, and returns to the set's first state.
+    void Finish() { Run(nullptr, nullptr); }
+
+private:
+    int Run(char **in, std::size_t *left)
+    {
+        for (;;) {
+            char *to = out_.End();
+            std::size_t room = out_.Left();
+            const bool done = iconv(handle_, in, left, &to, &room) != static_cast<std::size_t>(-1);
+            const int error = done ? 0 : errno;
+            out_.SetLeft(room);
+            if (error != E2BIG)
+                return error;
+            out_.Grow();
+        }
+    }
+
+    iconv_t handle_;
+    GrowingBytes out_;
+};
+
+// Puts U+FFFD behind all that was decoded. A zero byte goes through the converter, for it may hold back a
+// character that it would join with the next, and what comes out for it is changed.
+void PutReplacement(Conversion &conversion)
+{
+    const char zero = 0;
+    const char *at = &zero;
+    conversion.Feed(at, at + 1);
+    std::memcpy(conversion.Out().End() - sizeof kReplacement, &kReplacement, sizeof kReplacement);
+}
+
+// Tag characters, U+E0000 to U+E007F, are dropped in silence by some converters.
+bool IsTag(const tonekit_char16 *text)
+{
+    return text[0] == 0xdb40 && text[1] >= 0xdc00 && text[1] < 0xdc80;
+}
+
+bool IsHighSurrogate(tonekit_char16 unit)
+{
+    return (unit & 0xfc00) == 0xd800;
+}
+
+void PutQuestionMark(Conversion &conversion)
+{
+    static constexpr tonekit_char16 kQuestionMark = u'?';
+    const char *at = reinterpret_cast<const char *>(&kQuestionMark);
+    conversion.Feed(at, at + sizeof kQuestionMark);
+}
+
+// Encodes from `text` to `end`, with `?` for each character that is refused.
+void EncodeSpan(Conversion &conversion, const tonekit_char16 *text, const tonekit_char16 *end)
+{
+    const char *in = reinterpret_cast<const char *>(text);
+    const char *inEnd = reinterpret_cast<const char *>(end);
+    while (conversion.Feed(in, inEnd) != Stop::end) {
+        tonekit_char16 unit;
+        std::memcpy(&unit, in, sizeof unit);
+        in += IsHighSurrogate(unit) ? 2 * sizeof unit : sizeof unit;
+        PutQuestionMark(conversion);
+    }
+}
+
+} // namespace
+
+tonekit_char16 *DecodeByIconv(const char *characterSet, const char *text)
+{
+    const std::size_t bytes = std::strlen(text);
+    Conversion conversion(kUtf16, characterSet, bytes * sizeof(tonekit_char16));
+    if (!conversion.IsOpen())
+        return nullptr;
+    const char *in = text;
+    const char *end = text + bytes;
+    for (;;) {
+        const Stop stop = conversion.Feed(in, end);
+        if (stop == Stop::end)
+            break;
+        in = stop == Stop::cut ? end : in + 1;
+        PutReplacement(conversion);
+    }
+    conversion.Finish();
+    return conversion.Out().HandOut<tonekit_char16>();
+}
+
+char *EncodeByIconv(const char *characterSet, const tonekit_char16 *text)
+{
+    uint32_t bits;
+    const std::size_t units = Utf16Length(text, &bits);
+    Conversion conversion(characterSet, kUtf16, units * sizeof(tonekit_char16));
+    if (!conversion.IsOpen())
+        return nullptr;
+    const tonekit_char16 *end = text + units;
+    while (text < end) {
+        const tonekit_char16 *tag = text;
+        while (tag < end && !IsTag(tag)) // a zero unit stands at the end, so the unit behind may be read
+            tag++;
+        EncodeSpan(conversion, text, tag);
+        text = tag;
+        if (tag == end)
+            break;
+        const std::size_t before = conversion.Out().Used();
+        text = tag + 2;
+        EncodeSpan(conversion, tag, text);
+        if (conversion.Out().Used() == before)
+            PutQuestionMark(conversion);
+    }
+    conversion.Finish();
+    return conversion.Out().HandOut<char>();
+}
+
+} // namespace tonekit

@@ -1,0 +1,28 @@
+// new_text.h: memory for texts that are handed out.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "frame/allocator.h"
+
+namespace tonekit {
+
+struct ReleaseText {
+    void operator()(void *text) const noexcept { Release(text); }
+};
+
+// A text of the library's heap until its release() hands it to the caller.
+template <class Unit>
+using OwnedText = std::unique_ptr<Unit[], ReleaseText>;
+
+// Room for some units and a terminator, which is set. Throws as the allocator does.
+template <class Unit>
+OwnedText<Unit> NewText(std::size_t units)
+{
+    OwnedText<Unit> text(static_cast<Unit *>(Allocate((units + 1) * sizeof(Unit))));
+    text[units] = 0;
+    return text;
+}
+
+} // namespace tonekit

@@ -1,0 +1,341 @@
+// utf16_to_utf8.tier.cpp: counts and writes the UTF-8 form of UTF-16 text.
+#include "encode/utf.h"
+#include "frame/tier.h"
+#include <cstdint>
+#include <cstring>
+#include <emmintrin.h>
+
+namespace tonekit::TONEKIT_TIER {
+namespace {
+
+constexpr std::size_t kBlock = 8; // units in a vector
+
+inline __m128i Load128(const void *bytes)
+{
+    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
+}
+
+inline void Store128(void *bytes, __m128i value)
+{
+    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
+}
+
+inline __m128i Splat(uint16_t value)
+{
+    return _mm_set1_epi16(static_cast<short>(value));
+}
+
+inline uint32_t ByteMask(__m128i lanes)
+{
+    return static_cast<uint32_t>(_mm_movemask_epi8(lanes));
+}
+
+// All ones where no bit of mask is set.
+inline __m128i Without(__m128i units, uint16_t mask)
+{
+    return _mm_cmpeq_epi16(_mm_and_si128(units, Splat(mask)), _mm_setzero_si128());
+}
+
+inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
+{
+    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
+}
+
+inline bool IsHigh(uint32_t unit)
+{
+    return (unit & 0xfc00) == 0xd800;
+}
+
+inline bool IsLow(uint32_t unit)
+{
+    return (unit & 0xfc00) == 0xdc00;
+}
+
+inline void StoreBytes(char *out, uint32_t word)
+{
+    std::memcpy(out, &word, sizeof word);
+}
+
+struct Cursor {
+    const tonekit_char16 *in;
+    const tonekit_char16 *end;
+    char *out;
+};
+
+// Takes one character, byte by byte.
+inline void TakeCharacter(Cursor &at)
+{
+    uint32_t unit = *at.in++;
+    const auto put = [&at](uint32_t byte) { *at.out++ = static_cast<char>(byte); };
+    if (unit < 0x80) {
+        put(unit);
+        return;
+    }
+    if (unit < 0x800) {
+        put(0xc0 | unit >> 6);
+        put(0x80 | (unit & 0x3f));
+        return;
+    }
+    if (IsHigh(unit) && at.in < at.end && IsLow(*at.in)) {
+        const uint32_t point = ((unit - 0xd7c0) << 10) + (*at.in++ & 0x3ffu);
+        StoreBytes(at.out, 0x808080f0 | point >> 18 | (point >> 4 & 0x3f00) | (point << 10 & 0x3f0000) |
+                               (point << 24 & 0x3f000000));
+        at.out += 4;
+        return;
+    }
+    if (IsHigh(unit) || IsLow(unit))
+        unit = 0xfffd;
+    put(0xe0 | unit >> 12);
+    put(0x80 | (unit >> 6 & 0x3f));
+    put(0x80 | (unit & 0x3f));
+}
+
+// Units below 0x800. Each becomes one or two bytes of a 16-bit lane; neighbours are joined to two to four
+// bytes of a 32-bit lane, and these are stored one over the end of the other, without a branch.
+inline void TakeTwoByteBlock(Cursor &at, __m128i units)
+{
+    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
+    const __m128i lead = _mm_srli_epi16(units, 6);
+    const __m128i rest = _mm_slli_epi16(_mm_and_si128(units, Splat(0x3f)), 8);
+    const __m128i pair = _mm_or_si128(_mm_or_si128(lead, rest), Splat(0x80c0));
+    const __m128i forms = Select(ascii, units, pair);
+
+    const __m128i firstHalf = _mm_set1_epi32(0xffff);
+    const __m128i second = _mm_andnot_si128(firstHalf, forms);
+    const __m128i firstIsAscii = _mm_srai_epi32(_mm_slli_epi32(ascii, 16), 16);
+    const __m128i joined = _mm_or_si128(_mm_and_si128(forms, firstHalf),
+                                        Select(firstIsAscii, _mm_srli_epi32(second, 8), second));
+    // 4, less one for each of the two that is ASCII.
+    const __m128i lengths = _mm_add_epi32(_mm_set1_epi32(4), _mm_madd_epi16(ascii, Splat(1)));
+    alignas(16) uint32_t words[kBlock / 2];
+    alignas(16) uint32_t advances[kBlock / 2];
+    Store128(words, joined);
+    Store128(advances, lengths);
+    char *out = at.out;
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < kBlock / 2; i++) {
+        StoreBytes(out, words[i]);
+        out += advances[i];
+    }
+    at.out = out;
+    at.in += kBlock;
+}
+
+// The three bytes of four units from 0x800 up, first byte lowest, in 32-bit lanes.
+inline __m128i ThreeByteForms(__m128i units)
+{
+    const __m128i middle = _mm_and_si128(_mm_slli_epi32(units, 2), _mm_set1_epi32(0x3f00));
+    const __m128i last = _mm_and_si128(_mm_slli_epi32(units, 16), _mm_set1_epi32(0x3f0000));
+    return _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 12), middle),
+                        _mm_or_si128(last, _mm_set1_epi32(0x8080e0)));
+}
+
+inline void StoreTwelveBytes(char *out, __m128i forms)
+{
+    const __m128i low = _mm_set1_epi64x(0xffffffff);
+    const __m128i sixes =
+        _mm_or_si128(_mm_and_si128(forms, low), _mm_srli_epi64(_mm_andnot_si128(low, forms), 8));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(out), sixes);
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 6), _mm_unpackhi_epi64(sixes, sixes));
+}
+
+// Units from 0x800 up that are no surrogates.
+inline void TakeThreeByteBlock(Cursor &at, __m128i units)
+{
+    StoreTwelveBytes(at.out, ThreeByteForms(_mm_unpacklo_epi16(units, _mm_setzero_si128())));
+    StoreTwelveBytes(at.out + 12, ThreeByteForms(_mm_unpackhi_epi16(units, _mm_setzero_si128())));
+    at.out += 3 * kBlock;
+    at.in += kBlock;
+}
+
+// One to three bytes for each of four units that are no surrogates.
+inline char *StoreMixedFour(char *out, __m128i units)
+{
+    const __m128i two = _mm_cmpgt_epi32(units, _mm_set1_epi32(0x7f));
+    const __m128i three = _mm_cmpgt_epi32(units, _mm_set1_epi32(0x7ff));
+    const __m128i low = _mm_slli_epi32(_mm_and_si128(units, _mm_set1_epi32(0x3f)), 8);
+    const __m128i pair = _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 6), low), _mm_set1_epi32(0x80c0));
+    const __m128i forms = Select(three, ThreeByteForms(units), Select(two, pair, units));
+    const __m128i lengths = _mm_sub_epi32(_mm_sub_epi32(_mm_set1_epi32(1), two), three);
+    alignas(16) uint32_t words[4];
+    alignas(16) uint32_t advances[4];
+    Store128(words, forms);
+    Store128(advances, lengths);
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < 4; i++) {
+        StoreBytes(out, words[i]);
+        out += advances[i];
+    }
+    return out;
+}
+
+inline void TakeMixedBlock(Cursor &at, __m128i units)
+{
+    at.out = StoreMixedFour(at.out, _mm_unpacklo_epi16(units, _mm_setzero_si128()));
+    at.out = StoreMixedFour(at.out, _mm_unpackhi_epi16(units, _mm_setzero_si128()));
+    at.in += kBlock;
+}
+
+// Four pairs of surrogates, in 32-bit lanes; false, and nothing taken, if one of them is something else.
+inline bool TakeFourPairs(Cursor &at, __m128i pairs)
+{
+    const __m128i shape = _mm_and_si128(pairs, _mm_set1_epi32(static_cast<int>(0xfc00fc00)));
+    if (ByteMask(_mm_cmpeq_epi32(shape, _mm_set1_epi32(static_cast<int>(0xdc00d800)))) != 0xffff)
+        return false;
+    const __m128i high = _mm_slli_epi32(_mm_and_si128(pairs, _mm_set1_epi32(0x3ff)), 10);
+    const __m128i low = _mm_and_si128(_mm_srli_epi32(pairs, 16), _mm_set1_epi32(0x3ff));
+    const __m128i point = _mm_add_epi32(_mm_or_si128(high, low), _mm_set1_epi32(0x10000));
+    const __m128i second = _mm_and_si128(_mm_srli_epi32(point, 4), _mm_set1_epi32(0x3f00));
+    const __m128i third = _mm_and_si128(_mm_slli_epi32(point, 10), _mm_set1_epi32(0x3f0000));
+    const __m128i fourth = _mm_and_si128(_mm_slli_epi32(point, 24), _mm_set1_epi32(0x3f000000));
+    const __m128i lead =
+        _mm_or_si128(_mm_srli_epi32(point, 18), _mm_set1_epi32(static_cast<int>(0x808080f0)));
+    Store128(at.out, _mm_or_si128(_mm_or_si128(lead, second), _mm_or_si128(third, fourth)));
+    at.in += kBlock;
+    at.out += 2 * kBlock;
+    return true;
+}
+
+// The sum of the 16-bit lanes, which are below 0x100 each.
+inline std::size_t Sum(__m128i lanes)
+{
+    const __m128i sums = _mm_sad_epu8(lanes, _mm_setzero_si128());
+    return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
+           static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+}
+
+inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
+{
+    std::size_t pairs = 0;
+    std::size_t i = 0;
+    while (units - i > kBlock) {
+        const std::size_t blocks = (units - i - 1) / kBlock;
+        const std::size_t stop = i + kBlock * (blocks < 255 ? blocks : 255);
+        __m128i lanes = _mm_setzero_si128();
+#pragma GCC unroll 4
+        for (; i < stop; i += kBlock) {
+            const __m128i high =
+                _mm_cmpeq_epi16(_mm_and_si128(Load128(text + i), Splat(0xfc00)), Splat(0xd800));
+            const __m128i low =
+                _mm_cmpeq_epi16(_mm_and_si128(Load128(text + i + 1), Splat(0xfc00)), Splat(0xdc00));
+            lanes = _mm_sub_epi16(lanes, _mm_and_si128(high, low));
+        }
+        pairs += Sum(lanes);
+    }
+    for (; i + 1 < units; i++)
+        pairs += IsHigh(text[i]) && IsLow(text[i + 1]);
+    return pairs;
+}
+
+inline void NarrowAscii(Cursor &at)
+{
+    constexpr std::ptrdiff_t kTwoBlocks = 2 * kBlock;
+#pragma GCC unroll 4
+    for (; at.end - at.in >= kTwoBlocks; at.in += kTwoBlocks, at.out += kTwoBlocks)
+        Store128(at.out, _mm_packus_epi16(Load128(at.in), Load128(at.in + kBlock)));
+}
+
+// The last store of a block runs up to 3 bytes ahead: two units held back and the scratch byte make room for
+// them.
+inline bool HasBlock(const Cursor &at)
+{
+    return at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock + 2);
+}
+
+inline bool IsAscii(__m128i units)
+{
+    return ByteMask(Without(units, 0xff80)) == 0xffff;
+}
+
+inline void TakeAsciiBlock(Cursor &at, __m128i units)
+{
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(at.out), _mm_packus_epi16(units, units));
+    at.in += kBlock;
+    at.out += kBlock;
+}
+
+inline void TakeTwoByteText(Cursor &at)
+{
+    while (HasBlock(at)) {
+        const __m128i block = Load128(at.in);
+        if (ByteMask(_mm_cmplt_epi16(block, Splat(0x80))) == 0xffff)
+            TakeAsciiBlock(at, block);
+        else
+            TakeTwoByteBlock(at, block);
+    }
+}
+
+inline void TakeAnyText(Cursor &at)
+{
+    while (HasBlock(at)) {
+        const __m128i block = Load128(at.in);
+        const __m128i top = _mm_and_si128(block, Splat(0xf800));
+        const uint32_t below800 = ByteMask(_mm_cmpeq_epi16(top, _mm_setzero_si128()));
+        if (IsAscii(block)) {
+            TakeAsciiBlock(at, block);
+        } else if (below800 == 0xffff) {
+            TakeTwoByteBlock(at, block);
+        } else if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xd800))) != 0) {
+            if (!TakeFourPairs(at, block))
+                for (const tonekit_char16 *stop = at.in + kBlock; at.in < stop;)
+                    TakeCharacter(at);
+        } else if (below800 == 0) {
+            TakeThreeByteBlock(at, block);
+        } else {
+            TakeMixedBlock(at, block);
+        }
+    }
+}
+
+// How many units are from `from` up; below 0x8000 the units need no bias to be compared as signed ones.
+inline std::size_t CountFrom(const tonekit_char16 *text, std::size_t units, uint16_t from, uint16_t bias)
+{
+    const __m128i threshold = Splat(static_cast<uint16_t>((from - 1) ^ bias));
+    std::size_t count = 0;
+    std::size_t i = 0;
+    while (units - i >= kBlock) {
+        const std::size_t blocks = (units - i) / kBlock;
+        const std::size_t stop = i + kBlock * (blocks < 255 ? blocks : 255);
+        __m128i lanes = _mm_setzero_si128();
+#pragma GCC unroll 4
+        for (; i < stop; i += kBlock) {
+            const __m128i block = _mm_xor_si128(Load128(text + i), Splat(bias));
+            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, threshold));
+        }
+        count += Sum(lanes);
+    }
+    for (; i < units; i++)
+        count += text[i] >= from;
+    return count;
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, std::size_t,
+                      (const tonekit_char16 *text, std::size_t units, uint32_t bits))
+{
+    // A unit is one byte, one more from 0x80, one more from 0x800; a pair of surrogates is 4, not 6.
+    if (bits < 0x80)
+        return units;
+    if (bits < 0x800)
+        return units + CountFrom(text, units, 0x80, 0);
+    const std::size_t bytes =
+        units + CountFrom(text, units, 0x80, 0x8000) + CountFrom(text, units, 0x800, 0x8000);
+    return bits < 0xd800 ? bytes : bytes - 2 * CountPairs(text, units);
+}
+
+TONEKIT_INTERNAL_BODY(Utf16ToUtf8, void,
+                      (const tonekit_char16 *text, std::size_t units, uint32_t bits, char *out))
+{
+    Cursor at{text, text + units, out};
+    if (bits < 0x80)
+        NarrowAscii(at);
+    else if (bits < 0x800)
+        TakeTwoByteText(at);
+    else
+        TakeAnyText(at);
+    while (at.in < at.end)
+        TakeCharacter(at);
+}
+
+} // namespace tonekit::TONEKIT_TIER

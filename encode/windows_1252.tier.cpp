@@ -1,0 +1,102 @@
+// windows_1252.tier.cpp: converts between windows-1252 and UTF-16.
+#include "encode/windows_1252.h"
+#include "frame/tier.h"
+#include <cstdint>
+#include <emmintrin.h>
+
+namespace tonekit::TONEKIT_TIER {
+namespace {
+
+constexpr tonekit_char16 kReplacement = 0xfffd;
+
+// Bytes 80 to 9F; all others stand for the character of their own number.
+constexpr tonekit_char16 kMiddle[32] = {
+    0x20ac,       kReplacement, 0x201a, 0x0192, 0x201e, 0x2026,       0x2020, 0x2021,
+    0x02c6,       0x2030,       0x0160, 0x2039, 0x0152, kReplacement, 0x017d, kReplacement,
+    kReplacement, 0x2018,       0x2019, 0x201c, 0x201d, 0x2022,       0x2013, 0x2014,
+    0x02dc,       0x2122,       0x0161, 0x203a, 0x0153, kReplacement, 0x017e, 0x0178};
+
+inline tonekit_char16 UnitOf(uint8_t byte)
+{
+    return byte >= 0x80 && byte < 0xa0 ? kMiddle[byte - 0x80] : byte;
+}
+
+inline char ByteOf(tonekit_char16 unit)
+{
+    if (unit < 0x80 || (unit >= 0xa0 && unit < 0x100))
+        return static_cast<char>(unit);
+    if (unit != kReplacement)
+        for (unsigned i = 0; i < 32; i++)
+            if (kMiddle[i] == unit)
+                return static_cast<char>(0x80 + i);
+    return '?';
+}
+
+inline bool IsPair(const tonekit_char16 *text)
+{
+    return (text[0] & 0xfc00) == 0xd800 && (text[1] & 0xfc00) == 0xdc00;
+}
+
+inline __m128i Load128(const void *bytes)
+{
+    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
+}
+
+inline void Store128(void *bytes, __m128i value)
+{
+    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
+}
+
+// Whether all units are below 0x100 and none is from 0x80 to 0x9F, so that their low bytes are their bytes.
+inline bool AreLowBytes(__m128i units)
+{
+    const __m128i top = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xff00)));
+    const __m128i middle = _mm_cmpeq_epi16(_mm_and_si128(units, _mm_set1_epi16(0xe0)), _mm_set1_epi16(0x80));
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_or_si128(top, middle), _mm_setzero_si128())) == 0xffff;
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(Windows1252ToUtf16, void, (const char *text, std::size_t bytes, tonekit_char16 *out))
+{
+    std::size_t i = 0;
+    while (i < bytes) {
+        if (bytes - i >= 16) {
+            const __m128i block = Load128(text + i);
+            Store128(out + i, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
+            Store128(out + i + 8, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
+            // 80 to 9F as signed bytes are -0x80 to -0x61.
+            if (_mm_movemask_epi8(_mm_cmplt_epi8(block, _mm_set1_epi8(-0x60))) == 0) {
+                i += 16;
+                continue;
+            }
+        }
+        const std::size_t stop = bytes - i >= 16 ? i + 16 : bytes;
+        for (; i < stop; i++)
+            out[i] = UnitOf(static_cast<uint8_t>(text[i]));
+    }
+}
+
+TONEKIT_INTERNAL_BODY(Utf16ToWindows1252, std::size_t,
+                      (const tonekit_char16 *text, std::size_t units, char *out))
+{
+    const tonekit_char16 *end = text + units;
+    char *to = out;
+    while (text < end) {
+        const bool isBlock = end - text >= 16;
+        if (isBlock && AreLowBytes(Load128(text)) && AreLowBytes(Load128(text + 8))) {
+            Store128(to, _mm_packus_epi16(Load128(text), Load128(text + 8)));
+            text += 16;
+            to += 16;
+            continue;
+        }
+        const tonekit_char16 *stop = isBlock ? text + 16 : end;
+        while (text < stop) {
+            *to++ = ByteOf(*text);
+            text += end - text >= 2 && IsPair(text) ? 2 : 1;
+        }
+    }
+    return static_cast<std::size_t>(to - out);
+}
+
+} // namespace tonekit::TONEKIT_TIER

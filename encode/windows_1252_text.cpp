@@ -1,0 +1,42 @@
+// windows_1252_text.cpp: makes new texts of windows-1252 and UTF-16 from each other.
+#include "encode/character_set.h"
+
+#include <cstring>
+
+#include "encode/compose.h"
+#include "encode/new_text.h"
+#include "encode/utf.h"
+#include "encode/windows_1252.h"
+
+namespace tonekit {
+namespace {
+
+std::size_t CountCharacters(const tonekit_char16 *text, std::size_t units)
+{
+    std::size_t count = 0;
+    for (const tonekit_char16 *end = text + units; text < end; count++)
+        NextCharacter(text, end);
+    return count;
+}
+
+} // namespace
+
+tonekit_char16 *DecodeWindows1252(const char *text)
+{
+    const std::size_t bytes = std::strlen(text);
+    OwnedText<tonekit_char16> result = NewText<tonekit_char16>(bytes);
+    Windows1252ToUtf16(text, bytes, result.get());
+    return result.release();
+}
+
+char *EncodeWindows1252(const tonekit_char16 *text)
+{
+    constexpr uint32_t kFirstSurrogate = 0xd800;
+    uint32_t bits;
+    const std::size_t units = Utf16Length(text, &bits);
+    OwnedText<char> result = NewText<char>(bits < kFirstSurrogate ? units : CountCharacters(text, units));
+    Utf16ToWindows1252(text, units, result.get());
+    return result.release();
+}
+
+} // namespace tonekit

@@ -1,0 +1,332 @@
+// utf_test.cpp: UTF-8 and UTF-16, from one to the other.
+#include <gtest/gtest.h>
+#include <vector>
+
+#include "encode/utf.h"
+#include "tests/encode/text_support.h"
+#include "tests/reference/utf_model.h"
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using tonekit::Random;
+using tonekit::Take;
+using tonekit::TextAtPageEnd;
+
+std::u16string ToUnicode(const std::string &text)
+{
+    return Take(UNC_Utf8ToUnicode(text.c_str()));
+}
+
+std::string ToUtf8(const std::u16string &text)
+{
+    return Take(UNC_UnicodeToUtf8(text.c_str()));
+}
+
+// A character that is no surrogate: of the kinds that have one to four bytes, as the mask of kinds allows.
+char32_t RandomCharacter(Random &random, unsigned kinds)
+{
+    for (;;) {
+        const unsigned kind = random.Below(4);
+        if (!(kinds >> kind & 1))
+            continue;
+        switch (kind) {
+        case 0:
+            return 1 + random.Below(0x7f);
+        case 1:
+            return 0x80 + random.Below(0x780);
+        case 2: {
+            const char32_t character = 0x800 + random.Below(0xf800);
+            if (character >= 0xd800 && character < 0xe000)
+                continue;
+            return character;
+        }
+        default:
+            return 0x10000 + random.Below(0x100000);
+        }
+    }
+}
+
+// Runs of one kind and mixed stretches.
+std::vector<char32_t> RandomCharacters(Random &random, std::size_t count)
+{
+    const unsigned kinds = 1 + random.Below(15);
+    std::vector<char32_t> characters(count);
+    unsigned current = kinds;
+    for (char32_t &character : characters) {
+        if (random.Below(20) == 0)
+            current = random.Below(3) == 0 ? kinds : kinds & (1u << random.Below(4));
+        character = RandomCharacter(random, current != 0 ? current : kinds);
+    }
+    return characters;
+}
+
+struct BothForms {
+    std::string utf8;
+    std::u16string utf16;
+};
+
+BothForms FormsOf(const std::vector<char32_t> &characters)
+{
+    BothForms forms;
+    for (const char32_t character : characters) {
+        tonekit::reference::AppendUtf8(character, forms.utf8);
+        tonekit::reference::AppendUtf16(character, forms.utf16);
+    }
+    return forms;
+}
+
+bool IsSurrogate(char32_t character)
+{
+    return character >= 0xd800 && character < 0xe000;
+}
+
+} // namespace
+
+TEST(Utf, EveryCharacterBecomesItsFormAndComesBack)
+{
+    for (char32_t character = 1; character < 0x110000; character++) {
+        if (IsSurrogate(character))
+            continue;
+        const BothForms forms = FormsOf({character});
+        ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8) << static_cast<uint32_t>(character);
+        ASSERT_EQ(ToUnicode(forms.utf8), forms.utf16) << static_cast<uint32_t>(character);
+    }
+}
+
+// The same where whole blocks are converted at once.
+TEST(Utf, EveryCharacterBecomesItsFormInLongerText)
+{
+    for (char32_t character = 1; character < 0x110000; character += character < 0x10000 ? 1 : 37) {
+        if (IsSurrogate(character))
+            continue;
+        std::vector<char32_t> characters(15, U'x');
+        characters.insert(characters.end(), 16, character);
+        characters.insert(characters.end(), 19, U'y');
+        const BothForms forms = FormsOf(characters);
+        ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8) << static_cast<uint32_t>(character);
+        ASSERT_EQ(ToUnicode(forms.utf8), forms.utf16) << static_cast<uint32_t>(character);
+    }
+}
+
+TEST(Utf, SurrogatePairIsOneSequenceOfFourBytes)
+{
+    EXPECT_EQ(ToUtf8(u"\U0001D11E"), "\xf0\x9d\x84\x9e");
+    EXPECT_EQ(ToUnicode("\xf0\x9d\x84\x9e"), (std::u16string{0xd834, 0xdd1e}));
+    EXPECT_EQ(ToUtf8(u"\U00010000"), "\xf0\x90\x80\x80");
+    EXPECT_EQ(ToUtf8(u"\U0010FFFF"), "\xf4\x8f\xbf\xbf");
+}
+
+TEST(Utf, SurrogateWithoutItsPartnerIsReplaced)
+{
+    const std::string replaced = "\xef\xbf\xbd";
+    EXPECT_EQ(ToUtf8({0xd800}), replaced);
+    EXPECT_EQ(ToUtf8({0xdbff}), replaced);
+    EXPECT_EQ(ToUtf8({0xdc00}), replaced);
+    EXPECT_EQ(ToUtf8({0xdfff}), replaced);
+    EXPECT_EQ(ToUtf8({u'a', 0xd800, u'b'}), "a" + replaced + "b");
+    EXPECT_EQ(ToUtf8({0xdc00, 0xd800}), replaced + replaced);
+    EXPECT_EQ(ToUtf8({0xd800, 0xd800, 0xdc00}), replaced + "\xf0\x90\x80\x80");
+    EXPECT_EQ(ToUtf8({0xd800, 0xdc00, 0xdc00}), "\xf0\x90\x80\x80" + replaced);
+}
+
+TEST(Utf, LoneSurrogateIsReplacedAtEveryPlace)
+{
+    for (const char16_t filler : {u'x', u'\u00e9', u'\u4e2d'})
+        for (std::size_t length = 1; length < 40; length++)
+            for (std::size_t place = 0; place < length; place++)
+                for (const char16_t surrogate : {char16_t{0xd900}, char16_t{0xde00}}) {
+                    std::u16string text(length, filler);
+                    text[place] = surrogate;
+                    ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
+                }
+}
+
+TEST(Utf, PairsAreFoundAtEveryPlace)
+{
+    for (std::size_t length = 0; length < 40; length++)
+        for (std::size_t place = 0; place <= length; place++) {
+            std::u16string text(length, u'x');
+            text.insert(place, u"\U0001F600\U0001F601\U0001F602\U0001F603\U0001F604");
+            ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
+        }
+}
+
+TEST(Utf, IllFormedPartsAreReplacedOnePerMaximalPart)
+{
+    const struct {
+        const char *text;
+        std::u16string expected;
+    } cases[] = {
+        {"\x80", u"\uFFFD"},
+        {"\xbf", u"\uFFFD"},
+        {"\xc0", u"\uFFFD"},
+        {"\xc1", u"\uFFFD"},
+        {"\xf5", u"\uFFFD"},
+        {"\xff", u"\uFFFD"},
+        {"\xfe\xfe\xff\xff", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        // overlong forms
+        {"\xc0\xaf\xe0\x80\xbf\xf0\x81\x82\x41", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xe0\x9f\xbf", u"\uFFFD\uFFFD\uFFFD"},
+        {"\xf0\x8f\xbf\xbf", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        // surrogates
+        {"\xed\xa0\x80\xed\xbf\xbf\xed\xaf\x41", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        // above U+10FFFF
+        {"\xf4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xf4\x91\x92\x93\xff\x41\x80\xbf\x42", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB"},
+        {"\xf8\x88\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+        // cut characters
+        {"\xe1\x80\xe2\xf0\x91\x92\xf1\xbf\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xc3", u"\uFFFD"},
+        {"\xe4\xb8", u"\uFFFD"},
+        {"\xf0\x9f", u"\uFFFD"},
+        {"\xf0\x9f\x98", u"\uFFFD"},
+        {"\xf0\x9f\x98\x41", u"\uFFFDA"},
+        {"\xc3\xc3\xa9", u"\uFFFD\u00e9"},
+        {"\xe4\xb8\xe4\xb8\xad", u"\uFFFD\u4e2d"},
+        // well-formed ones at the limits
+        {"\xc2\x80", u"\u0080"},
+        {"\xe0\xa0\x80", u"\u0800"},
+        {"\xed\x9f\xbf", u"\uD7FF"},
+        {"\xee\x80\x80", u"\uE000"},
+        {"\xef\xbf\xbf", u"\uFFFF"},
+    };
+    for (const auto &one : cases)
+        EXPECT_EQ(ToUnicode(one.text), one.expected) << testing::PrintToString(std::string(one.text));
+}
+
+TEST(Utf, IllFormedTextEqualsTheModel)
+{
+    for (unsigned first = 1; first < 256; first++)
+        for (unsigned second = 1; second < 256; second++) {
+            const std::string text = {static_cast<char>(first), static_cast<char>(second)};
+            ASSERT_EQ(ToUnicode(text), tonekit::reference::Utf8ToUtf16(text));
+        }
+    Random random(11);
+    for (int round = 0; round < 60000; round++) {
+        std::string text = FormsOf(RandomCharacters(random, random.Below(60))).utf8;
+        for (unsigned faults = random.Below(4); faults > 0 && !text.empty(); faults--) {
+            const std::size_t place = random.Below(static_cast<uint32_t>(text.size()));
+            const char byte = static_cast<char>(1 + random.Below(255));
+            switch (random.Below(3)) {
+            case 0:
+                text[place] = byte;
+                break;
+            case 1:
+                text.insert(place, 1, byte);
+                break;
+            default:
+                text.erase(place, 1);
+            }
+        }
+        ASSERT_EQ(ToUnicode(text), tonekit::reference::Utf8ToUtf16(text)) << testing::PrintToString(text);
+    }
+}
+
+TEST(Utf, RandomBytesEqualTheModel)
+{
+    Random random(12);
+    for (int round = 0; round < 20000; round++) {
+        std::string text(random.Below(80), 0);
+        for (char &byte : text)
+            byte = static_cast<char>(1 + random.Below(255));
+        ASSERT_EQ(ToUnicode(text), tonekit::reference::Utf8ToUtf16(text)) << testing::PrintToString(text);
+    }
+}
+
+TEST(Utf, RandomUnitsEqualTheModel)
+{
+    Random random(13);
+    for (int round = 0; round < 60000; round++) {
+        std::u16string text(random.Below(80), 0);
+        const uint32_t surrogates = round % 2 ? 0xd800 : 0;
+        for (char16_t &unit : text)
+            unit = static_cast<char16_t>(surrogates == 0 ? 1 + random.Below(0xffff)
+                                                         : surrogates | random.Below(0x800));
+        ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text));
+    }
+}
+
+TEST(Utf, RandomTextComesBackFromBothForms)
+{
+    Random random(14);
+    for (int round = 0; round < 40000; round++) {
+        const std::size_t length = random.Below(round % 100 == 0 ? 5000 : 100);
+        const BothForms forms = FormsOf(RandomCharacters(random, length));
+        ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8);
+        ASSERT_EQ(ToUnicode(forms.utf8), forms.utf16);
+    }
+}
+
+TEST(Utf, LongTextsOfOneKindComeBack)
+{
+    for (const char32_t character : {U'A', U'\u00e9', U'\u043f', U'\u4e2d', U'\U0001f600'})
+        for (const std::size_t length : {1000u, 4095u, 5000u, 100000u}) {
+            const BothForms forms = FormsOf(std::vector<char32_t>(length, character));
+            EXPECT_TRUE(ToUtf8(forms.utf16) == forms.utf8) << length;
+            EXPECT_TRUE(ToUnicode(forms.utf8) == forms.utf16) << length;
+        }
+}
+
+TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
+{
+    Random random(15);
+    for (int round = 0; round < 600; round++) {
+        const BothForms forms = FormsOf(RandomCharacters(random, random.Below(100)));
+        TextAtPageEnd<char> bytes(forms.utf8);
+        TextAtPageEnd<char16_t> units(forms.utf16);
+        EXPECT_EQ(Take(UNC_Utf8ToUnicode(bytes.Get())), forms.utf16);
+        EXPECT_EQ(Take(UNC_UnicodeToUtf8(units.Get())), forms.utf8);
+    }
+}
+
+TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
+{
+    alignas(64) char16_t units[128];
+    for (std::size_t start = 0; start < 40; start++)
+        for (std::size_t length = 0; length < 60; length++)
+            for (std::size_t place = 0; place < length; place++) {
+                std::fill(std::begin(units), std::end(units), char16_t{0xffff});
+                std::fill_n(units + start, length, char16_t{0x0100});
+                units[start + length] = 0;
+                units[start + place] = 0x4001;
+                uint32_t bits = 1;
+                ASSERT_EQ(tonekit::Utf16Length(units + start, &bits), length);
+                ASSERT_EQ(bits, length == 1 ? 0x4001u : 0x4101u);
+            }
+    uint32_t bits = 1;
+    EXPECT_EQ(tonekit::Utf16Length(u"", &bits), 0u);
+    EXPECT_EQ(bits, 0u);
+}
+
+// The conversions by length write no further than they say, also where the count is only an upper limit.
+TEST(Utf, OutputStaysWithinItsRoom)
+{
+    Random random(16);
+    for (int round = 0; round < 20000; round++) {
+        BothForms forms = FormsOf(RandomCharacters(random, random.Below(70)));
+        std::string &utf8 = forms.utf8;
+        if (random.Below(2) && !utf8.empty())
+            utf8[random.Below(static_cast<uint32_t>(utf8.size()))] =
+                static_cast<char>(0x80 + random.Below(128));
+        const std::size_t room = tonekit::Utf8UnitsAsUtf16(utf8.data(), utf8.size());
+        tonekit::GuardedBuffer out((room + 1) * sizeof(char16_t), 2 * random.Below(8));
+        std::size_t units;
+        const std::size_t taken =
+            tonekit::Utf8ToUtf16(utf8.data(), utf8.size(), out.As<char16_t>(), room + 1, &units);
+        ASSERT_TRUE(out.Intact());
+        ASSERT_LE(units, room);
+        ASSERT_EQ(std::u16string(out.As<char16_t>(), units),
+                  tonekit::reference::Utf8ToUtf16(utf8.substr(0, taken)));
+
+        const std::u16string &utf16 = forms.utf16;
+        uint32_t bits;
+        ASSERT_EQ(tonekit::Utf16Length(utf16.c_str(), &bits), utf16.size());
+        const std::size_t bytes = tonekit::Utf16BytesAsUtf8(utf16.data(), utf16.size(), bits);
+        tonekit::GuardedBuffer narrow(bytes + 1, random.Below(16));
+        tonekit::Utf16ToUtf8(utf16.data(), utf16.size(), bits, narrow.As<char>());
+        ASSERT_TRUE(narrow.Intact());
+        ASSERT_EQ(std::string(narrow.As<char>(), bytes), tonekit::reference::Utf16ToUtf8(utf16));
+    }
+}

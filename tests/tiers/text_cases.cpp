@@ -1,0 +1,207 @@
+// text_cases.cpp: the text functions with every kind of character, ill-formed text and all alignments.
+#include "tests/tiers/tiers.h"
+
+#include <algorithm>
+#include <tonekit/encode.h>
+
+#include "encode/utf.h"
+#include "encode/windows_1252.h"
+
+namespace tonekit::tiers {
+namespace {
+
+constexpr std::size_t kMost = 150;
+
+// Zero-terminated units: of one to four UTF-8 bytes, windows-1252, or anything.
+std::size_t FillUnits(Random &random, tonekit_char16 *units)
+{
+    static constexpr uint32_t kLimits[] = {0x7f, 0xff, 0x7ff, 0xd7ff, 0xffff};
+    const std::size_t length = random.Below(kMost);
+    uint32_t limit = kLimits[random.Below(5)];
+    for (std::size_t i = 0; i < length; i++) {
+        if (random.Below(16) == 0)
+            limit = kLimits[random.Below(5)];
+        units[i] = static_cast<tonekit_char16>(1 + random.Below(limit));
+        if (random.Below(8) == 0)
+            units[i] = static_cast<tonekit_char16>(0xd800 + random.Below(0x800));
+    }
+    units[length] = 0;
+    return length;
+}
+
+// The UTF-8 form of such units, with some bytes changed.
+std::size_t FillBytes(Random &random, char *bytes)
+{
+    tonekit_char16 units[kMost + 1];
+    uint32_t bits;
+    FillUnits(random, units);
+    const std::size_t length = Utf16Length(units, &bits);
+    Utf16ToUtf8(units, length, bits, bytes);
+    const std::size_t size = Utf16BytesAsUtf8(units, length, bits);
+    for (uint32_t faults = random.Below(3); size > 0 && faults > 0; faults--)
+        bytes[random.Below(static_cast<uint32_t>(size))] = static_cast<char>(1 + random.Below(255));
+    return size;
+}
+
+void ExerciseUtf16(const Bodies &bodies, Random &random, Record &record)
+{
+    auto *measure = bodies.Get<decltype(Utf16Length)>("Utf16Length");
+    auto *count = bodies.Get<decltype(Utf16BytesAsUtf8)>("Utf16BytesAsUtf8");
+    auto *convert = bodies.Get<decltype(Utf16ToUtf8)>("Utf16ToUtf8");
+    for (int round = 0; round < 2000; round++) {
+        GuardedBuffer text((kMost + 1) * sizeof(tonekit_char16), 2 * random.Below(16));
+        FillUnits(random, text.As<tonekit_char16>());
+        uint32_t bits;
+        const std::size_t units = measure(text.As<tonekit_char16>(), &bits);
+        const std::size_t bytes = count(text.As<tonekit_char16>(), units, bits);
+        GuardedBuffer out(bytes + 1, random.Below(16));
+        convert(text.As<tonekit_char16>(), units, bits, out.As<char>());
+        out.data()[bytes] = 0; // scratch
+        record.AddValue(units);
+        record.AddValue(bits);
+        record.Guards(text);
+        record.Guards(out);
+    }
+}
+
+void ExerciseUtf8(const Bodies &bodies, Random &random, Record &record)
+{
+    auto *count = bodies.Get<decltype(Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16");
+    auto *convert = bodies.Get<decltype(Utf8ToUtf16)>("Utf8ToUtf16");
+    for (int round = 0; round < 2000; round++) {
+        GuardedBuffer text(3 * kMost + 1, random.Below(16));
+        const std::size_t bytes = FillBytes(random, text.As<char>());
+        const std::size_t room = count(text.As<char>(), bytes);
+        GuardedBuffer out((room + 1) * sizeof(tonekit_char16), 2 * random.Below(8));
+        std::size_t units;
+        record.AddValue(convert(text.As<char>(), bytes, out.As<tonekit_char16>(), room + 1, &units));
+        record.AddValue(units);
+        std::fill(out.As<tonekit_char16>() + units, out.As<tonekit_char16>() + room + 1, u'\0'); // scratch
+        record.Guards(text);
+        record.Guards(out);
+    }
+}
+
+void ExerciseWindows1252(const Bodies &bodies, Random &random, Record &record)
+{
+    auto *decode = bodies.Get<decltype(Windows1252ToUtf16)>("Windows1252ToUtf16");
+    auto *encode = bodies.Get<decltype(Utf16ToWindows1252)>("Utf16ToWindows1252");
+    for (int round = 0; round < 1000; round++) {
+        const std::size_t length = random.Below(kMost);
+        GuardedBuffer bytes(length, random.Below(16));
+        random.Fill(bytes.data(), length);
+        GuardedBuffer units(length * sizeof(tonekit_char16), 2 * random.Below(8));
+        decode(bytes.As<char>(), length, units.As<tonekit_char16>());
+        record.Guards(units);
+        for (uint32_t pairs = random.Below(4); length > 1 && pairs > 0; pairs--) {
+            const uint32_t place = random.Below(static_cast<uint32_t>(length - 1));
+            units.As<tonekit_char16>()[place] = 0xd83d;
+            units.As<tonekit_char16>()[place + 1] = 0xde00;
+        }
+        GuardedBuffer back(length, random.Below(16));
+        const std::size_t size = encode(units.As<tonekit_char16>(), length, back.As<char>());
+        record.AddValue(size);
+        record.Add(back.data(), size);
+        record.Guards(units);
+    }
+}
+
+void ExerciseChangeEndian(const Bodies &bodies, Random &random, Record &record)
+{
+    auto *body = bodies.Get<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian");
+    for (int round = 0; round < 500; round++) {
+        GuardedBuffer text((kMost + 1) * sizeof(tonekit_char16), 2 * random.Below(16));
+        FillUnits(random, text.As<tonekit_char16>());
+        body(text.As<tonekit_char16>());
+        record.Guards(text);
+    }
+}
+
+void ExercisePath(const Bodies &bodies, Random &random, Record &record)
+{
+    auto *body = bodies.Get<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath");
+    static constexpr char16_t kPrefix[] = u"\\\\?\\UNC\\";
+    for (int round = 0; round < 500; round++) {
+        GuardedBuffer path((kMost + 9) * sizeof(tonekit_char16), 2 * random.Below(16));
+        const uint32_t prefix = random.Below(9);
+        std::copy_n(kPrefix, prefix, path.As<tonekit_char16>());
+        FillUnits(random, path.As<tonekit_char16>() + prefix);
+        tonekit_char16 *result = body(path.As<tonekit_char16>());
+        uint32_t bits;
+        record.Add(result, (Utf16Length(result, &bits) + 1) * sizeof *result);
+        record.Guards(path);
+        UNC_freeWStr(result);
+    }
+}
+
+constexpr std::size_t kBenchUnits = 4000;
+
+struct BenchText {
+    tonekit_char16 units[kBenchUnits + 1] = {};
+    char bytes[3 * kBenchUnits + 1] = {};
+    std::size_t size;
+    uint32_t bits;
+
+    BenchText()
+    {
+        for (std::size_t i = 0; i < kBenchUnits; i++) // words of Cyrillic
+            units[i] = i % 6 == 5 ? u' ' : static_cast<tonekit_char16>(0x430 + i % 32);
+        Utf16Length(units, &bits);
+        size = Utf16BytesAsUtf8(units, kBenchUnits, bits);
+        Utf16ToUtf8(units, kBenchUnits, bits, bytes);
+    }
+};
+
+BenchText benchText;
+tonekit_char16 benchUnits[kBenchUnits + 1];
+char benchBytes[3 * kBenchUnits + 1];
+
+void BenchLength(const Bodies &bodies)
+{
+    uint32_t bits;
+    bodies.Get<decltype(Utf16Length)>("Utf16Length")(benchText.units, &bits);
+}
+
+void BenchCountBytes(const Bodies &bodies)
+{
+    bodies.Get<decltype(Utf16BytesAsUtf8)>("Utf16BytesAsUtf8")(benchText.units, kBenchUnits, benchText.bits);
+}
+
+void BenchToUtf8(const Bodies &bodies)
+{
+    bodies.Get<decltype(Utf16ToUtf8)>("Utf16ToUtf8")(benchText.units, kBenchUnits, benchText.bits,
+                                                     benchBytes);
+}
+
+void BenchCountUnits(const Bodies &bodies)
+{
+    bodies.Get<decltype(Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16")(benchText.bytes, benchText.size);
+}
+
+void BenchToUtf16(const Bodies &bodies)
+{
+    std::size_t units;
+    bodies.Get<decltype(Utf8ToUtf16)>("Utf8ToUtf16")(benchText.bytes, benchText.size, benchUnits,
+                                                     kBenchUnits + 1, &units);
+}
+
+void BenchChangeEndian(const Bodies &bodies)
+{
+    bodies.Get<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian")(benchText.units);
+}
+
+} // namespace
+
+TONEKIT_TIER_CASE(ExerciseUtf16, "Utf16Length", "Utf16BytesAsUtf8", "Utf16ToUtf8");
+TONEKIT_TIER_CASE(ExerciseUtf8, "Utf8UnitsAsUtf16", "Utf8ToUtf16");
+TONEKIT_TIER_CASE(ExerciseWindows1252, "Windows1252ToUtf16", "Utf16ToWindows1252");
+TONEKIT_TIER_CASE(ExerciseChangeEndian, "UNC_ChangeEndian");
+TONEKIT_TIER_CASE(ExercisePath, "UNC_RemoveUnicodeAPIPath");
+TONEKIT_TIER_BENCH(BenchLength, "Utf16Length");
+TONEKIT_TIER_BENCH(BenchCountBytes, "Utf16BytesAsUtf8");
+TONEKIT_TIER_BENCH(BenchToUtf8, "Utf16ToUtf8");
+TONEKIT_TIER_BENCH(BenchCountUnits, "Utf8UnitsAsUtf16");
+TONEKIT_TIER_BENCH(BenchToUtf16, "Utf8ToUtf16");
+TONEKIT_TIER_BENCH(BenchChangeEndian, "UNC_ChangeEndian");
+
+} // namespace tonekit::tiers
