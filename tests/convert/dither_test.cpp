@@ -3,6 +3,7 @@
 
 #include <ctime>
 #include <gtest/gtest.h>
+#include <thread>
 #include <vector>
 
 #include "tests/reference/dither.h"
@@ -204,6 +205,23 @@ TYPED_TEST(DitherTest, ShapeSampleIsModeTwoWithoutTheScale)
     }
     this->ExpectSame(model, dither);
     EXPECT_EQ(noise.seed, DitherSeed());
+}
+
+// For the thread sanitizer: the seed is shared, the objects are not.
+TYPED_TEST(DitherTest, TwoThreadsMayDitherAtOnce)
+{
+    auto work = [] {
+        std::vector<TypeParam> samples(1000, TypeParam(0.5));
+        for (int round = 0; round < 60; ++round) {
+            typename Form<TypeParam>::Object dither;
+            dither.ProcessBlock(round % 3, 32768, samples.data(), 1000, 1);
+        }
+        for (const TypeParam sample : samples)
+            EXPECT_NEAR(0.5, sample, 0.05);
+    };
+    std::thread other(work);
+    work();
+    other.join();
 }
 
 TYPED_TEST(DitherTest, RoundingPredictionUsesSixtyFourBitIntegers)
