@@ -2,6 +2,7 @@
 // their quality.
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
