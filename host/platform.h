@@ -1,0 +1,63 @@
+// platform.h: all that the program asks of the operating system beyond the standard library.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace tonekit::host {
+
+// A file of bytes at 64-bit positions. Every operation answers with the system's error, so that it can be
+// used beneath C callbacks, through which no exception may pass.
+class File {
+public:
+    File() = default;
+    File(File &&other) noexcept;
+    File &operator=(File &&other) noexcept;
+    ~File();
+
+    std::error_code OpenToRead(const std::filesystem::path &path);
+    // Opens an existing file to read and write.
+    std::error_code OpenToChange(const std::filesystem::path &path);
+    // Creates a file that must not exist yet, with the permissions that any new file of this user gets.
+    std::error_code CreateNew(const std::filesystem::path &path);
+    // Fills the buffer; `got` is smaller than `size` only at the end of the file or after an error.
+    std::error_code Read(void *buffer, size_t size, size_t &got);
+    std::error_code Write(const void *data, size_t size);
+    std::error_code SeekTo(uint64_t position);
+    std::error_code Tell(uint64_t &position);
+    std::error_code Size(uint64_t &size);
+    // Cuts the file to this size.
+    std::error_code Truncate(uint64_t size);
+    // Reports what some systems tell only here: that earlier writes could not be stored after all.
+    std::error_code Close();
+    bool IsOpen() const { return handle_ >= 0; }
+
+private:
+    int handle_ = -1;
+};
+
+// Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.
+std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to);
+
+// Tells whether an existing file may be written by this user.
+bool MayWrite(const std::filesystem::path &path);
+
+// The arguments behind the program's name, as UTF-8.
+std::vector<std::string> Utf8Arguments(int argc, char **argv);
+
+bool StandardErrorIsTerminal();
+// Columns of the terminal on standard error; 80 if it doesn't say.
+unsigned TerminalColumns();
+
+// From now on Ctrl-C and termination requests are noted instead of ending the process, a closed pipe and a
+// file size limit are ordinary errors of the write that meets them.
+void NoteInterrupts();
+bool InterruptNoted();
+// Ends the process the way the noted request would have ended it.
+[[noreturn]] void EndAsInterrupted();
+
+} // namespace tonekit::host

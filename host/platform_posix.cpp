@@ -1,0 +1,181 @@
+// platform_posix.cpp: the platform's services on POSIX systems.
+#include "host/platform.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tonekit::host {
+
+namespace {
+
+std::error_code LastError()
+{
+    return std::error_code(errno, std::generic_category());
+}
+
+std::atomic<int> notedSignal{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may only touch lock-free atomics");
+
+extern "C" void NoteSignal(int number)
+{
+    notedSignal.store(number, std::memory_order_relaxed);
+}
+
+} // namespace
+
+File::File(File &&other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
+
+File &File::operator=(File &&other) noexcept
+{
+    std::swap(handle_, other.handle_);
+    return *this;
+}
+
+File::~File()
+{
+    Close();
+}
+
+std::error_code File::OpenToRead(const std::filesystem::path &path)
+{
+    handle_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenToChange(const std::filesystem::path &path)
+{
+    handle_ = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::CreateNew(const std::filesystem::path &path)
+{
+    handle_ = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::Read(void *buffer, size_t size, size_t &got)
+{
+    got = 0;
+    while (got < size) {
+        const ssize_t count = read(handle_, static_cast<char *>(buffer) + got, size - got);
+        if (count == 0)
+            break;
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return LastError();
+        got += static_cast<size_t>(count);
+    }
+    return {};
+}
+
+std::error_code File::Write(const void *data, size_t size)
+{
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t count = write(handle_, static_cast<const char *>(data) + done, size - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return LastError();
+        done += static_cast<size_t>(count);
+    }
+    return {};
+}
+
+std::error_code File::SeekTo(uint64_t position)
+{
+    return lseek(handle_, static_cast<off_t>(position), SEEK_SET) < 0 ? LastError() : std::error_code();
+}
+
+std::error_code File::Tell(uint64_t &position)
+{
+    const off_t now = lseek(handle_, 0, SEEK_CUR);
+    if (now < 0)
+        return LastError();
+    position = static_cast<uint64_t>(now);
+    return {};
+}
+
+std::error_code File::Size(uint64_t &size)
+{
+    struct stat status;
+    if (fstat(handle_, &status) != 0)
+        return LastError();
+    size = static_cast<uint64_t>(status.st_size);
+    return {};
+}
+
+std::error_code File::Truncate(uint64_t size)
+{
+    return ftruncate(handle_, static_cast<off_t>(size)) != 0 ? LastError() : std::error_code();
+}
+
+std::error_code File::Close()
+{
+    const int handle = std::exchange(handle_, -1);
+    return handle >= 0 && close(handle) != 0 ? LastError() : std::error_code();
+}
+
+std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to)
+{
+    return rename(from.c_str(), to.c_str()) != 0 ? LastError() : std::error_code();
+}
+
+bool MayWrite(const std::filesystem::path &path)
+{
+    return access(path.c_str(), W_OK) == 0;
+}
+
+std::vector<std::string> Utf8Arguments(int argc, char **argv)
+{
+    return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+bool StandardErrorIsTerminal()
+{
+    return isatty(STDERR_FILENO) == 1;
+}
+
+unsigned TerminalColumns()
+{
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+void NoteInterrupts()
+{
+    struct sigaction note {};
+    note.sa_handler = NoteSignal;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        // A shell that starts a job in the background, or nohup, has these ignored on purpose.
+        struct sigaction present {};
+        if (sigaction(number, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
+            sigaction(number, &note, nullptr);
+    }
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
+}
+
+bool InterruptNoted()
+{
+    return notedSignal.load(std::memory_order_relaxed) != 0;
+}
+
+void EndAsInterrupted()
+{
+    const int number = notedSignal.load(std::memory_order_relaxed);
+    signal(number, SIG_DFL);
+    raise(number);
+    _Exit(128 + number);
+}
+
+} // namespace tonekit::host

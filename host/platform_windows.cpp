@@ -1,0 +1,210 @@
+// platform_windows.cpp: the platform's services on Windows.
+#include "host/platform.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+#include <utility>
+
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <shellapi.h>
+#include <windows.h>
+
+namespace tonekit::host {
+
+namespace {
+
+std::error_code LastError()
+{
+    return std::error_code(errno, std::generic_category());
+}
+
+std::error_code LastSystemError()
+{
+    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
+}
+
+std::atomic<bool> interruptNoted{false};
+
+// Runs on a thread of the system. A closing console ends the process as soon as the handler returns, so the
+// handler then waits a moment for the work to notice and to clean up.
+BOOL WINAPI NoteConsoleEvent(DWORD event)
+{
+    interruptNoted.store(true, std::memory_order_relaxed);
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+        Sleep(5000);
+    return TRUE;
+}
+
+std::string Utf8FromWide(const wchar_t *text)
+{
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 1)
+        return std::string();
+    std::string result(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
+    result.pop_back();
+    return result;
+}
+
+// The C library takes counts of 31 bits.
+constexpr size_t kLargestTransfer = size_t{1} << 30;
+
+} // namespace
+
+File::File(File &&other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
+
+File &File::operator=(File &&other) noexcept
+{
+    std::swap(handle_, other.handle_);
+    return *this;
+}
+
+File::~File()
+{
+    Close();
+}
+
+std::error_code File::OpenToRead(const std::filesystem::path &path)
+{
+    handle_ = _wopen(path.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenToChange(const std::filesystem::path &path)
+{
+    handle_ = _wopen(path.c_str(), _O_RDWR | _O_BINARY | _O_NOINHERIT);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::CreateNew(const std::filesystem::path &path)
+{
+    handle_ =
+        _wopen(path.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::Read(void *buffer, size_t size, size_t &got)
+{
+    got = 0;
+    while (got < size) {
+        const size_t wanted = size - got < kLargestTransfer ? size - got : kLargestTransfer;
+        const int count = _read(handle_, static_cast<char *>(buffer) + got, static_cast<unsigned>(wanted));
+        if (count == 0)
+            break;
+        if (count < 0)
+            return LastError();
+        got += static_cast<size_t>(count);
+    }
+    return {};
+}
+
+std::error_code File::Write(const void *data, size_t size)
+{
+    size_t done = 0;
+    while (done < size) {
+        const size_t wanted = size - done < kLargestTransfer ? size - done : kLargestTransfer;
+        const int count =
+            _write(handle_, static_cast<const char *>(data) + done, static_cast<unsigned>(wanted));
+        if (count < 0)
+            return LastError();
+        if (count == 0)
+            return std::make_error_code(std::errc::no_space_on_device);
+        done += static_cast<size_t>(count);
+    }
+    return {};
+}
+
+std::error_code File::SeekTo(uint64_t position)
+{
+    return _lseeki64(handle_, static_cast<int64_t>(position), SEEK_SET) < 0 ? LastError() : std::error_code();
+}
+
+std::error_code File::Tell(uint64_t &position)
+{
+    const int64_t now = _telli64(handle_);
+    if (now < 0)
+        return LastError();
+    position = static_cast<uint64_t>(now);
+    return {};
+}
+
+std::error_code File::Size(uint64_t &size)
+{
+    const int64_t length = _filelengthi64(handle_);
+    if (length < 0)
+        return LastError();
+    size = static_cast<uint64_t>(length);
+    return {};
+}
+
+std::error_code File::Truncate(uint64_t size)
+{
+    return std::error_code(_chsize_s(handle_, static_cast<int64_t>(size)), std::generic_category());
+}
+
+std::error_code File::Close()
+{
+    const int handle = std::exchange(handle_, -1);
+    return handle >= 0 && _close(handle) != 0 ? LastError() : std::error_code();
+}
+
+std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to)
+{
+    const BOOL done = MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING);
+    return done ? std::error_code() : LastSystemError();
+}
+
+bool MayWrite(const std::filesystem::path &path)
+{
+    return _waccess(path.c_str(), 2) == 0;
+}
+
+std::vector<std::string> Utf8Arguments(int, char **)
+{
+    std::vector<std::string> arguments;
+    int count = 0;
+    wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    for (int i = 1; wide && i < count; i++)
+        arguments.push_back(Utf8FromWide(wide[i]));
+    LocalFree(wide);
+    return arguments;
+}
+
+bool StandardErrorIsTerminal()
+{
+    DWORD mode;
+    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+unsigned TerminalColumns()
+{
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info))
+        return 80;
+    // A line that fills the last column of a console scrolls it.
+    return static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left);
+}
+
+void NoteInterrupts()
+{
+    SetConsoleOutputCP(CP_UTF8);
+    SetConsoleCtrlHandler(NoteConsoleEvent, TRUE);
+}
+
+bool InterruptNoted()
+{
+    return interruptNoted.load(std::memory_order_relaxed);
+}
+
+void EndAsInterrupted()
+{
+    // The status of a process that Ctrl-C ended.
+    ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT));
+}
+
+} // namespace tonekit::host
