@@ -1,0 +1,249 @@
+// audio_reader.cpp: audio files through libsndfile, sample for sample.
+#include "host/audio_reader.h"
+
+#include "host/channel_layout.h"
+#include "host/completeness.h"
+#include "host/failure.h"
+#include "host/paths.h"
+
+#include <algorithm>
+
+namespace tonekit::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMostChannels = 8;
+
+// The smallest form that holds every sample of the file exactly.
+SampleFormat FormatOfSubtype(int subtype)
+{
+    switch (subtype) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_DPCM_8:
+        return SampleFormat::Int8;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_DWVW_24:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+        return SampleFormat::Int24;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_DWVW_N:
+    case SF_FORMAT_ALAC_32:
+        return SampleFormat::Int32;
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III:
+        return SampleFormat::Float32;
+    case SF_FORMAT_DOUBLE:
+        return SampleFormat::Float64;
+    default: // 16 bits and all the telephone and game coders, which decode to 16
+        return SampleFormat::Int16;
+    }
+}
+
+bool IsLossy(int subtype)
+{
+    switch (subtype) {
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III:
+        return true;
+    default:
+        return false;
+    }
+}
+
+TagKind TagKindOf(int format)
+{
+    switch (format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+        return TagKind::Wav;
+    case SF_FORMAT_AIFF:
+        return TagKind::Aiff;
+    case SF_FORMAT_FLAC:
+        return TagKind::Flac;
+    case SF_FORMAT_OGG:
+        return (format & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS ? TagKind::Opus : TagKind::Vorbis;
+    case SF_FORMAT_MPEG:
+        return TagKind::Mpeg;
+    default:
+        return TagKind::None;
+    }
+}
+
+std::string NameOfPart(int format)
+{
+    SF_FORMAT_INFO info{};
+    info.format = format;
+    sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof(info));
+    const std::string name = info.name ? info.name : "unknown";
+    // The makers of a format stand behind it in brackets.
+    return name.substr(0, name.find(" ("));
+}
+
+std::string NameOfType(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_VORBIS:
+        return "Ogg Vorbis";
+    case SF_FORMAT_OPUS:
+        return "Opus";
+    case SF_FORMAT_MPEG_LAYER_I:
+        return "MP1";
+    case SF_FORMAT_MPEG_LAYER_II:
+        return "MP2";
+    case SF_FORMAT_MPEG_LAYER_III:
+        return "MP3";
+    default:
+        return NameOfPart(format & SF_FORMAT_TYPEMASK);
+    }
+}
+
+} // namespace
+
+AudioReader::AudioReader(const fs::path &path) : path_(path)
+{
+    CheckPath();
+    Open();
+}
+
+void AudioReader::Fail(const std::string &what) const
+{
+    throw Failure(Utf8Name(path_) + ": " + what);
+}
+
+void AudioReader::CheckPath() const
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(path_, error);
+    if (status.type() == fs::file_type::not_found)
+        Fail("no such file");
+    if (error)
+        Fail(error.message());
+    if (fs::is_directory(status))
+        Fail("is a folder, not an audio file");
+    if (!fs::is_regular_file(status))
+        Fail("is not a regular file");
+}
+
+void AudioReader::Open()
+{
+    if (const std::error_code error = stream_.file().OpenToRead(path_))
+        Fail(error.message());
+    uint64_t size = 0;
+    if (!stream_.file().Size(size) && size == 0)
+        Fail("the file is empty");
+    CheckComplete();
+
+    SF_INFO info{};
+    stream_.Start(SFM_READ, info);
+    if (stream_.error())
+        Fail(stream_.error().message());
+    if (!stream_.handle())
+        Fail("not an audio file that can be read (" + SoundFileError(nullptr) + ")");
+    if (info.channels > kMostChannels)
+        Fail("has " + std::to_string(info.channels) + " channels; at most 8 can be converted");
+    if (info.frames == 0)
+        Fail("holds no audio (0 frames)");
+
+    const int subtype = info.format & SF_FORMAT_SUBMASK;
+    format_ = {FormatOfSubtype(subtype), static_cast<uint32_t>(info.channels),
+               static_cast<uint32_t>(info.samplerate)};
+    frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
+    vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
+    lossy_ = IsLossy(subtype);
+    tagKind_ = TagKindOf(info.format);
+    type_ = NameOfType(info.format);
+    encoding_ = NameOfPart(subtype);
+}
+
+// Before libsndfile starts, which keeps its own account of the file's position.
+void AudioReader::CheckComplete()
+{
+    if (const uint64_t missing = MissingBytes(stream_.file()))
+        Fail(missing == 1
+                 ? "the file is cut off"
+                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+    if (const std::error_code error = stream_.file().SeekTo(0))
+        Fail(error.message());
+}
+
+sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
+{
+    SNDFILE *const handle = stream_.handle();
+    const size_t samples = size_t{frames} * format_.channels;
+    auto *bytes = static_cast<uint8_t *>(buffer);
+    switch (format_.sample) {
+    case SampleFormat::Int8: {
+        wide_.resize(samples);
+        const sf_count_t got = sf_readf_int(handle, wide_.data(), frames);
+        for (sf_count_t i = 0; i < got * format_.channels; i++)
+            bytes[i] = static_cast<uint8_t>((wide_[static_cast<size_t>(i)] >> 24) + 128);
+        return got;
+    }
+    case SampleFormat::Int16:
+        return sf_readf_short(handle, static_cast<short *>(buffer), frames);
+    case SampleFormat::Int24: {
+        wide_.resize(samples);
+        const sf_count_t got = sf_readf_int(handle, wide_.data(), frames);
+        for (sf_count_t i = 0; i < got * format_.channels; i++) {
+            const auto sample = static_cast<uint32_t>(wide_[static_cast<size_t>(i)]);
+            *bytes++ = static_cast<uint8_t>(sample >> 8);
+            *bytes++ = static_cast<uint8_t>(sample >> 16);
+            *bytes++ = static_cast<uint8_t>(sample >> 24);
+        }
+        return got;
+    }
+    case SampleFormat::Int32:
+        return sf_readf_int(handle, static_cast<int *>(buffer), frames);
+    case SampleFormat::Float32:
+        return sf_readf_float(handle, static_cast<float *>(buffer), frames);
+    case SampleFormat::Float64:
+        return sf_readf_double(handle, static_cast<double *>(buffer), frames);
+    }
+    return 0;
+}
+
+uint32_t AudioReader::Read(void *buffer, uint32_t frames)
+{
+    const sf_count_t got = ReadSamples(buffer, frames);
+    if (stream_.error())
+        Fail("reading failed: " + stream_.error().message());
+    if (got <= 0) {
+        CheckEnd();
+        return 0;
+    }
+    position_ += static_cast<uint64_t>(got);
+    if (vorbisOrder_)
+        FromVorbisOrder(buffer, static_cast<uint32_t>(got), format_);
+    return static_cast<uint32_t>(got);
+}
+
+void AudioReader::CheckEnd()
+{
+    if (position_ < frames_)
+        Fail("the audio breaks off: " + std::to_string(position_) + " of " + std::to_string(frames_) +
+             " frames could be read");
+    if (position_ == 0)
+        Fail("holds no audio (0 frames)");
+    if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
+        Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
+}
+
+void AudioReader::Rewind()
+{
+    if (sf_seek(stream_.handle(), 0, SEEK_SET) != 0)
+        Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
+    position_ = 0;
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,38 @@
+// audio_writer.h: writes samples into an audio file, exactly as they are.
+#pragma once
+
+#include "host/container.h"
+#include "host/sound_stream.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+// All failures are thrown as Failure, with the name of the file that the user asked for in front.
+class AudioWriter {
+public:
+    // Begins an audio file in `file`, which is new and empty. `shownName` is for messages.
+    AudioWriter(File file, const std::string &shownName, const Container &container,
+                const AudioFormat &format);
+
+    // Writes frames in the format given above, channels in the converter's order.
+    void Write(const void *samples, uint32_t frames);
+    // Completes header and file; the file is closed and whole only if this returns.
+    void Finish();
+
+private:
+    [[noreturn]] void Fail(const std::string &what) const;
+    void CheckStored(sf_count_t stored, uint32_t frames) const;
+
+    std::string shownName_;
+    SoundStream stream_;
+    AudioFormat format_;
+    bool vorbisOrder_;
+    std::vector<int32_t> wide_;   // samples of 8 and 24 bits as libsndfile takes them
+    std::vector<uint8_t> turned_; // frames in the container's channel order
+};
+
+} // namespace tonekit::host

@@ -1,0 +1,223 @@
+// completeness.cpp: finds the end of the samples that WAV, RF64, W64, AIFF, AU, CAF, Ogg and MP3 headers
+// promise.
+//
+// libsndfile is lenient here: it takes what is there. A listener whose download broke off wants to know.
+#include "host/completeness.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace tonekit::host {
+
+namespace {
+
+// Reads numbers of a header; past the end of the file or after an error all of them are 0 and ok() is false.
+class HeaderBytes {
+public:
+    explicit HeaderBytes(File &file) : file_(file)
+    {
+        if (file_.Size(size_))
+            size_ = 0;
+    }
+
+    uint64_t size() const { return size_; }
+    bool ok() const { return ok_; }
+
+    bool Has(uint64_t position, const char *text)
+    {
+        char found[16] = {};
+        const size_t length = std::strlen(text);
+        return Fetch(position, found, length) && std::memcmp(found, text, length) == 0;
+    }
+
+    uint64_t Little(uint64_t position, int bytes) { return Number(position, bytes, false); }
+    uint64_t Big(uint64_t position, int bytes) { return Number(position, bytes, true); }
+
+    bool Fetch(uint64_t position, void *buffer, size_t length)
+    {
+        size_t got = 0;
+        ok_ = !file_.SeekTo(position) && !file_.Read(buffer, length, got) && got == length;
+        return ok_;
+    }
+
+private:
+    uint64_t Number(uint64_t position, int bytes, bool bigEndian)
+    {
+        unsigned char found[8] = {};
+        if (!Fetch(position, found, static_cast<size_t>(bytes)))
+            return 0;
+        if (bigEndian)
+            std::reverse(found, found + bytes);
+        uint64_t number = 0;
+        for (int i = bytes - 1; i >= 0; i--)
+            number = number << 8 | found[i];
+        return number;
+    }
+
+    File &file_;
+    uint64_t size_ = 0;
+    bool ok_ = true;
+};
+
+// A broken file could have chunks of no size for ever.
+constexpr int kMostChunks = 10000;
+
+constexpr uint64_t kUnknown32 = 0xFFFFFFFF;
+
+uint64_t Shortfall(uint64_t end, uint64_t size)
+{
+    return end > size ? end - size : 0;
+}
+
+// Walks chunks of a four-letter name and a 32-bit size until `wanted`; answers with the bytes missing from
+// it.
+uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, bool bigEndian, uint64_t longSize)
+{
+    uint64_t position = 12;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bigEndian ? bytes.Big(position + 4, 4) : bytes.Little(position + 4, 4);
+        if (!bytes.ok())
+            return 0;
+        if (bytes.Has(position, wanted)) {
+            if (size == kUnknown32)
+                return Shortfall(position + 8 + longSize, bytes.size());
+            return Shortfall(position + 8 + size, bytes.size());
+        }
+        position += 8 + size + (size & 1);
+    }
+    return 0;
+}
+
+uint64_t MissingFromWave(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "data", false, 0);
+}
+
+uint64_t MissingFromBigEndianWave(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "data", true, 0);
+}
+
+uint64_t MissingFromRf64(HeaderBytes &bytes)
+{
+    // The ds64 chunk stands first: after the size of the whole it has that of the samples.
+    const uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
+    return MissingFromChunk(bytes, "data", false, dataSize);
+}
+
+uint64_t MissingFromAiff(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "SSND", true, 0);
+}
+
+// Chunks with names of 16 bytes; sizes of 64 bits count the 24 bytes of name and size too.
+uint64_t MissingFromW64(HeaderBytes &bytes)
+{
+    uint64_t position = 40;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bytes.Little(position + 16, 8);
+        if (!bytes.ok() || size < 24 || size > uint64_t{1} << 62)
+            return 0;
+        if (bytes.Has(position, "data"))
+            return Shortfall(position + size, bytes.size());
+        position += (size + 7) & ~uint64_t{7};
+    }
+    return 0;
+}
+
+uint64_t MissingFromAu(HeaderBytes &bytes)
+{
+    const uint64_t start = bytes.Big(4, 4);
+    const uint64_t size = bytes.Big(8, 4);
+    return bytes.ok() && size != kUnknown32 ? Shortfall(start + size, bytes.size()) : 0;
+}
+
+uint64_t MissingFromCaf(HeaderBytes &bytes)
+{
+    uint64_t position = 8;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bytes.Big(position + 4, 8);
+        // A size of -1 is allowed to the samples as the last chunk: they go to the end of the file.
+        if (!bytes.ok() || size > uint64_t{1} << 62)
+            return 0;
+        if (bytes.Has(position, "data"))
+            return Shortfall(position + 12 + size, bytes.size());
+        position += 12 + size;
+    }
+    return 0;
+}
+
+// The last page of a whole Ogg file is complete and marked as the end of its stream. How much a broken one
+// lacks can't be known; 1 stands for that.
+uint64_t MissingFromOgg(HeaderBytes &bytes)
+{
+    constexpr uint64_t kLargestPage = 27 + 255 + 255 * 255;
+    const uint64_t length = std::min(bytes.size(), kLargestPage);
+    std::vector<unsigned char> tail(length);
+    if (length < 27 || !bytes.Fetch(bytes.size() - length, tail.data(), tail.size()))
+        return 1;
+    for (size_t start = length - 27 + 1; start-- > 0;) {
+        if (std::memcmp(&tail[start], "OggS", 4) != 0 || tail[start + 4] != 0)
+            continue;
+        const size_t segments = tail[start + 26];
+        size_t end = start + 27 + segments;
+        for (size_t i = 0; i < segments && start + 27 + i < length; i++)
+            end += tail[start + 27 + i];
+        const bool last = tail[start + 5] & 4;
+        return last && end <= length ? 0 : 1;
+    }
+    return 1;
+}
+
+// Encoders note the bytes of an MP3 file in a frame of their own in front of the music; where that is missing
+// nothing is known. The note stands behind the side information, whose size depends on version and channels.
+uint64_t MissingFromMp3(HeaderBytes &bytes)
+{
+    uint64_t start = 0;
+    if (bytes.Has(0, "ID3")) {
+        // The size of a tag has 7 bits in each byte.
+        for (uint64_t i = 6; i < 10; i++)
+            start = start << 7 | (bytes.Big(i, 1) & 0x7F);
+        start += 10;
+    }
+    const uint64_t header = bytes.Big(start, 4);
+    if (!bytes.ok() || header >> 21 != 0x7FF)
+        return 0;
+    const bool version1 = header >> 19 & 1;
+    const bool mono = (header >> 6 & 3) == 3;
+    const uint64_t note = start + 4 + (version1 ? (mono ? 17 : 32) : (mono ? 9 : 17));
+    if (!bytes.Has(note, "Xing") && !bytes.Has(note, "Info"))
+        return 0;
+    const uint64_t flags = bytes.Big(note + 4, 4);
+    if (!(flags & 2))
+        return 0;
+    const uint64_t size = bytes.Big(note + 8 + (flags & 1 ? 4 : 0), 4);
+    return bytes.ok() ? Shortfall(start + size, bytes.size()) : 0;
+}
+
+} // namespace
+
+uint64_t MissingBytes(File &file)
+{
+    HeaderBytes bytes(file);
+    if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
+        return MissingFromWave(bytes);
+    if (bytes.Has(0, "RIFX") && bytes.Has(8, "WAVE"))
+        return MissingFromBigEndianWave(bytes);
+    if (bytes.Has(0, "RF64") && bytes.Has(8, "WAVE"))
+        return MissingFromRf64(bytes);
+    if (bytes.Has(0, "riff"))
+        return MissingFromW64(bytes);
+    if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
+        return MissingFromAiff(bytes);
+    if (bytes.Has(0, ".snd"))
+        return MissingFromAu(bytes);
+    if (bytes.Has(0, "caff"))
+        return MissingFromCaf(bytes);
+    if (bytes.Has(0, "OggS"))
+        return MissingFromOgg(bytes);
+    return MissingFromMp3(bytes);
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,97 @@
+// sound_stream.cpp: libsndfile's virtual file over the platform's files.
+#include "host/sound_stream.h"
+
+#include <cctype>
+
+namespace tonekit::host {
+
+namespace {
+
+SoundStream &Stream(void *user)
+{
+    return *static_cast<SoundStream *>(user);
+}
+
+sf_count_t Length(void *user)
+{
+    uint64_t size = 0;
+    Stream(user).Note(Stream(user).file().Size(size));
+    return static_cast<sf_count_t>(size);
+}
+
+sf_count_t Tell(void *user)
+{
+    uint64_t position = 0;
+    Stream(user).Note(Stream(user).file().Tell(position));
+    return static_cast<sf_count_t>(position);
+}
+
+sf_count_t Seek(sf_count_t offset, int whence, void *user)
+{
+    sf_count_t base = 0;
+    if (whence == SEEK_CUR)
+        base = Tell(user);
+    else if (whence == SEEK_END)
+        base = Length(user);
+    // Broken headers lead to places before the start; that is the header's fault and no error of the system.
+    if (offset + base < 0)
+        return -1;
+    Stream(user).Note(Stream(user).file().SeekTo(static_cast<uint64_t>(offset + base)));
+    return offset + base;
+}
+
+sf_count_t Read(void *buffer, sf_count_t count, void *user)
+{
+    size_t got = 0;
+    if (count > 0)
+        Stream(user).Note(Stream(user).file().Read(buffer, static_cast<size_t>(count), got));
+    return static_cast<sf_count_t>(got);
+}
+
+sf_count_t Write(const void *data, sf_count_t count, void *user)
+{
+    // After a first error nothing more is written: what follows would leave a hole.
+    if (count <= 0 || Stream(user).error())
+        return 0;
+    const std::error_code error = Stream(user).file().Write(data, static_cast<size_t>(count));
+    Stream(user).Note(error);
+    return error ? 0 : count;
+}
+
+} // namespace
+
+SoundStream::~SoundStream()
+{
+    if (handle_)
+        sf_close(handle_);
+}
+
+void SoundStream::Start(int mode, SF_INFO &info)
+{
+    SF_VIRTUAL_IO io{Length, Seek, Read, Write, Tell};
+    handle_ = sf_open_virtual(&io, mode, &info, this);
+}
+
+void SoundStream::Finish()
+{
+    if (handle_)
+        sf_close(handle_);
+    handle_ = nullptr;
+    Note(file_.Close());
+}
+
+void SoundStream::Note(const std::error_code &error)
+{
+    if (!error_)
+        error_ = error;
+}
+
+std::string SoundFileError(SNDFILE *handle)
+{
+    std::string text = sf_strerror(handle);
+    while (!text.empty() && (text.back() == '.' || std::isspace(static_cast<unsigned char>(text.back()))))
+        text.pop_back();
+    return text;
+}
+
+} // namespace tonekit::host

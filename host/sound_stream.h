@@ -1,0 +1,41 @@
+// sound_stream.h: lets libsndfile read and write through the platform's files, and keeps the system's error.
+#pragma once
+
+#include "host/platform.h"
+
+#include <filesystem>
+#include <sndfile.h>
+#include <string>
+#include <system_error>
+
+namespace tonekit::host {
+
+// An open file and the libsndfile handle on it.
+class SoundStream {
+public:
+    SoundStream() = default;
+    SoundStream(const SoundStream &) = delete;
+    SoundStream &operator=(const SoundStream &) = delete;
+    ~SoundStream();
+
+    File &file() { return file_; }
+    // Starts libsndfile on the open file; on failure handle() is null.
+    void Start(int mode, SF_INFO &info);
+    // Lets libsndfile write what it still holds and closes the file.
+    void Finish();
+
+    SNDFILE *handle() const { return handle_; }
+    // The first error that the system reported; no error if there was none.
+    const std::error_code &error() const { return error_; }
+    void Note(const std::error_code &error);
+
+private:
+    File file_;
+    SNDFILE *handle_ = nullptr;
+    std::error_code error_;
+};
+
+// What libsndfile says about the handle's last failure, in the form of the program's messages.
+std::string SoundFileError(SNDFILE *handle);
+
+} // namespace tonekit::host
