@@ -1,0 +1,72 @@
+// options.h: the command line.
+#pragma once
+
+#include "host/container.h"
+#include "host/sample_format.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tonekit::host {
+
+enum class Command { Convert, Info, Help, Version };
+enum class Quality { Normal, High, VeryHigh, Best };
+enum class Filter : uint32_t { Normal = 0, Steep = 1, Steeper = 2 };
+enum class DitherChoice { Auto, On, Off };
+enum class DitherMode : uint32_t { Rectangular = 0, Triangular = 1, Shaped = 2 };
+enum class HdcdChoice { Auto, On, Off };
+enum class HashKind { Sha256, Sha512 };
+
+struct Options {
+    Command command = Command::Convert;
+    std::vector<std::string> inputs;
+    std::string output; // a file, or the folder for the results of many inputs
+
+    // What comes out; what isn't given is as in the input.
+    std::optional<uint32_t> rate;
+    std::optional<uint32_t> channels;
+    std::optional<SampleFormat> format;
+    std::optional<ContainerKind> type;
+
+    // How it is made.
+    Quality quality = Quality::High;
+    Filter filter = Filter::Normal;
+    bool aliasing = false;
+    DitherChoice dither = DitherChoice::Auto;
+    DitherMode ditherMode = DitherMode::Triangular;
+    bool limiter = true;
+    HdcdChoice hdcd = HdcdChoice::Off;
+    uint32_t hdcdGain = 6;
+
+    // What travels beside the audio.
+    bool tags = true;
+    std::vector<std::pair<std::string, std::string>> set;
+    std::optional<std::string> cover;
+    uint32_t coverSize = 0; // 0: as it is
+    int coverQuality = 90;
+    std::optional<std::string> chapters;
+
+    // What is found out on the way.
+    bool replayGain = false;
+    bool truePeak = false;
+    std::optional<HashKind> hash;
+
+    // How the program behaves.
+    unsigned jobs = 1;
+    bool quiet = false;
+    bool json = false;
+};
+
+// Reads the arguments behind the program's name. Throws UsageError.
+Options ParseOptions(const std::vector<std::string> &arguments);
+
+// The text of --help.
+std::string HelpText();
+
+const char *NameOf(Quality quality);
+const char *NameOf(HashKind kind);
+
+} // namespace tonekit::host

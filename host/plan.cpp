@@ -1,0 +1,95 @@
+// plan.cpp: formats, dither and file type of an output.
+#include "host/plan.h"
+
+#include "host/failure.h"
+
+#include <string>
+
+namespace tonekit::host {
+
+namespace {
+
+// Rates between which the converter's buffers stay within reason.
+constexpr uint32_t kLowestRate = 1000;
+constexpr uint32_t kHighestRate = 1'536'000;
+
+SampleFormat WantedFormat(const Options &options, const Source &source, bool decodeHdcd)
+{
+    if (options.format)
+        return *options.format;
+    // Decoded HDCD has up to 20 bits.
+    if (decodeHdcd)
+        return SampleFormat::Int24;
+    // A coder gives floats, but no more than the music that once went in.
+    if (source.lossy)
+        return SampleFormat::Int16;
+    return source.format.sample;
+}
+
+bool WantsDither(const Options &options, const Plan &plan)
+{
+    // The converter never dithers 32 bits, and with no step to hide there is nothing to dither in a float.
+    if (plan.copySamples || IsFloat(plan.target.sample) || plan.target.sample == SampleFormat::Int32)
+        return false;
+    if (options.dither != DitherChoice::Auto)
+        return options.dither == DitherChoice::On;
+    return plan.decodeHdcd ? plan.target.sample < SampleFormat::Int24
+                           : BitsOf(plan.target.sample) < BitsOf(plan.source.sample);
+}
+
+const Container &RoomyContainer(const Container &wanted, const Plan &plan)
+{
+    const uint64_t bytes = plan.expectedFrames * plan.target.FrameBytes();
+    if (wanted.byteLimit == 0 || bytes <= wanted.byteLimit)
+        return wanted;
+    // A .wav that needs longer sizes is an RF64 file; players know it by its first letters, not by its name.
+    if (wanted.kind == ContainerKind::Wav)
+        return ContainerOf(ContainerKind::Rf64);
+    throw Failure(std::string("more than 4 GiB of samples don't fit into ") + wanted.name +
+                  ": choose w64, rf64, caf or flac");
+}
+
+} // namespace
+
+void CheckTarget(const Options &options, const Container &wanted)
+{
+    AudioFormat asked{wanted.formats.front(), 1, ClosestRate(wanted, 44100)};
+    asked.rate = options.rate.value_or(asked.rate);
+    asked.channels = options.channels.value_or(asked.channels);
+    asked.sample = options.format.value_or(asked.sample);
+    if (const std::string objection = Objection(wanted, asked); !objection.empty())
+        throw UsageError(std::string(wanted.name) + " " + objection);
+}
+
+Plan MakePlan(const Options &options, const Source &source, const Container &wanted, bool decodeHdcd)
+{
+    Plan plan;
+    plan.source = source.format;
+    plan.decodeHdcd = decodeHdcd;
+    plan.target.rate = options.rate.value_or(ClosestRate(wanted, source.format.rate));
+    plan.target.channels = options.channels.value_or(source.format.channels);
+    plan.target.sample = WantedFormat(options, source, decodeHdcd);
+    if (!options.format)
+        plan.target.sample = ClosestFormat(wanted, plan.target.sample);
+
+    if (const std::string objection = Objection(wanted, plan.target); !objection.empty())
+        throw Failure(std::string(wanted.name) + " " + objection);
+
+    plan.copySamples = plan.source == plan.target && !decodeHdcd;
+    const bool rateChanges = plan.source.rate != plan.target.rate;
+    if (rateChanges && (plan.source.rate < kLowestRate || plan.source.rate > kHighestRate))
+        throw Failure("a rate of " + std::to_string(plan.source.rate) + " Hz can't be changed");
+    if (plan.target.channels == 3 && !plan.copySamples)
+        throw Failure("3 channels can only be copied as they are: add --channels 2 or another count");
+
+    plan.expectedFrames = source.frames;
+    if (rateChanges) {
+        const double ratio = static_cast<double>(plan.target.rate) / plan.source.rate;
+        plan.expectedFrames = static_cast<uint64_t>(static_cast<double>(source.frames) * ratio + 0.5);
+    }
+    plan.container = &RoomyContainer(wanted, plan);
+    plan.dither = WantsDither(options, plan);
+    return plan;
+}
+
+} // namespace tonekit::host
