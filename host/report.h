@@ -1,0 +1,64 @@
+// report.h: what was done with a file, or found in it, and the two forms in which it is told.
+#pragma once
+
+#include "host/options.h"
+#include "host/sample_format.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+struct Loudness {
+    std::optional<double> gain; // dB; none for silence or less than the measurement needs
+    std::optional<double> peak; // linear
+    bool truePeak = false;
+};
+
+struct Digest {
+    HashKind kind = HashKind::Sha256;
+    std::string hex;
+};
+
+enum class HdcdFinding { None, NoEffect, Effective };
+
+// One side of a conversion, or a file that was looked at.
+struct StreamReport {
+    std::string path;
+    std::string type;     // of the file, for people
+    std::string encoding; // of the samples in the file, for people; may be empty
+    bool lossy = false;   // a coder without sample depth is between file and samples
+    AudioFormat format;
+    uint64_t frames = 0;
+
+    double Seconds() const { return format.rate ? static_cast<double>(frames) / format.rate : 0; }
+};
+
+struct ConversionReport {
+    StreamReport input;
+    StreamReport output;
+    double seconds = 0; // that the work took
+    Quality quality = Quality::High;
+    bool resampled = false;
+    bool dithered = false;
+    bool hdcdDecoded = false;
+    std::optional<HdcdFinding> hdcd;
+    std::optional<Loudness> loudness;
+    std::optional<Digest> digest;
+    std::vector<std::string> warnings;
+    std::string error; // empty: done
+
+    // Music per time: a multiple of real time.
+    double Speed() const { return seconds > 0 ? input.Seconds() / seconds : 0; }
+};
+
+// The summary line for people.
+std::string ReportText(const ConversionReport &report);
+// One JSON object.
+std::string ReportJson(const ConversionReport &report);
+// One JSON object for many files; `seconds` is what they took together.
+std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds);
+
+} // namespace tonekit::host
