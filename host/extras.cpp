@@ -1,0 +1,96 @@
+// extras.cpp: the cover and the chapters that the command line names.
+#include "host/extras.h"
+
+#include "host/cover.h"
+#include "host/failure.h"
+#include "host/paths.h"
+#include "host/platform.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace tonekit::host {
+
+namespace {
+
+// Nobody means a file larger than this to go into a tag.
+constexpr uint64_t kLargestFile = uint64_t{256} << 20;
+
+std::vector<uint8_t> ReadWhole(const std::string &name)
+{
+    File file;
+    uint64_t size = 0;
+    std::error_code error = file.OpenToRead(PathFromUtf8(name));
+    if (!error)
+        error = file.Size(size);
+    if (!error && size > kLargestFile)
+        throw Failure(name + ": is too large");
+    std::vector<uint8_t> bytes(error ? 0 : static_cast<size_t>(size));
+    size_t got = 0;
+    if (!error)
+        error = file.Read(bytes.data(), bytes.size(), got);
+    if (error)
+        throw Failure(name + ": " +
+                      (error == std::errc::no_such_file_or_directory ? "no such file" : error.message()));
+    bytes.resize(got);
+    return bytes;
+}
+
+// Seconds alone, or with minutes, or with hours and minutes in front.
+bool ParseTime(const std::string &text, uint64_t &position)
+{
+    if (text.empty() || text.find_first_not_of("0123456789:.") != std::string::npos)
+        return false;
+    const auto colons = std::count(text.begin(), text.end(), ':');
+    if (colons > 2)
+        return false;
+    const std::string whole = (colons == 0 ? "0:0:" : colons == 1 ? "0:" : "") + text;
+    return CHAPTER_HMS_String_To_Position100nS(whole.c_str(), &position);
+}
+
+} // namespace
+
+std::vector<Chapter> ParseChapters(const std::string &text, const std::string &name)
+{
+    std::vector<Chapter> chapters;
+    std::istringstream lines(text);
+    std::string line;
+    // Some editors put a byte order mark in front of UTF-8.
+    if (text.starts_with("\xEF\xBB\xBF"))
+        lines.ignore(3);
+    for (int number = 1; std::getline(lines, line); number++) {
+        const size_t start = line.find_first_not_of(" \t\r");
+        if (start == std::string::npos || line[start] == '#')
+            continue;
+        const size_t end = std::min(line.find_first_of(" \t\r", start), line.size());
+        Chapter chapter;
+        if (!ParseTime(line.substr(start, end - start), chapter.position))
+            throw Failure(name + ", line " + std::to_string(number) +
+                          ": begin with a time such as 0:03:21.5");
+        const size_t nameStart = line.find_first_not_of(" \t\r", end);
+        const size_t nameEnd = line.find_last_not_of(" \t\r");
+        if (nameStart != std::string::npos)
+            chapter.name = line.substr(nameStart, nameEnd - nameStart + 1);
+        if (!chapters.empty() && chapter.position < chapters.back().position)
+            throw Failure(name + ", line " + std::to_string(number) + ": starts before the chapter above it");
+        chapters.push_back(chapter);
+    }
+    if (chapters.empty())
+        throw Failure(name + ": holds no chapters");
+    return chapters;
+}
+
+Extras LoadExtras(const Options &options)
+{
+    Extras extras;
+    if (options.cover)
+        extras.cover =
+            MakeCover(ReadWhole(*options.cover), *options.cover, options.coverSize, options.coverQuality);
+    if (options.chapters) {
+        const std::vector<uint8_t> bytes = ReadWhole(*options.chapters);
+        extras.chapters = ParseChapters(std::string(bytes.begin(), bytes.end()), *options.chapters);
+    }
+    return extras;
+}
+
+} // namespace tonekit::host

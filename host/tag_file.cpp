@@ -1,0 +1,100 @@
+// tag_file.cpp: TagLib's files by kind.
+#include "host/tag_file.h"
+
+#include <aifffile.h>
+#include <id3v2framefactory.h>
+#include <infotag.h>
+#include <mpegfile.h>
+#include <opusfile.h>
+#include <vorbisfile.h>
+#include <wavfile.h>
+
+namespace tonekit::host {
+
+namespace {
+
+// Lengths and rates are libsndfile's business.
+constexpr bool kReadAudioProperties = false;
+
+std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
+{
+    TagLib::ID3v2::FrameFactory *const frames = TagLib::ID3v2::FrameFactory::instance();
+    switch (kind) {
+    case TagKind::None:
+        return nullptr;
+    case TagKind::Wav:
+        return std::make_unique<TagLib::RIFF::WAV::File>(&stream, kReadAudioProperties);
+    case TagKind::Aiff:
+        return std::make_unique<TagLib::RIFF::AIFF::File>(&stream, kReadAudioProperties);
+    case TagKind::Flac:
+        return std::make_unique<TagLib::FLAC::File>(&stream, frames, kReadAudioProperties);
+    case TagKind::Vorbis:
+        return std::make_unique<TagLib::Ogg::Vorbis::File>(&stream, kReadAudioProperties);
+    case TagKind::Opus:
+        return std::make_unique<TagLib::Ogg::Opus::File>(&stream, kReadAudioProperties);
+    case TagKind::Mpeg:
+        return std::make_unique<TagLib::MPEG::File>(&stream, frames, kReadAudioProperties);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access)
+    : kind_(kind), stream_(path, access), file_(stream_.isOpen() ? OpenFile(stream_, kind) : nullptr)
+{}
+
+TagLib::ID3v2::Tag *TagFile::id3() const
+{
+    if (kind_ == TagKind::Wav)
+        return static_cast<TagLib::RIFF::WAV::File *>(file_.get())->ID3v2Tag();
+    if (kind_ == TagKind::Aiff)
+        return static_cast<TagLib::RIFF::AIFF::File *>(file_.get())->tag();
+    if (kind_ == TagKind::Mpeg)
+        return static_cast<TagLib::MPEG::File *>(file_.get())->ID3v2Tag(true);
+    return nullptr;
+}
+
+TagLib::Ogg::XiphComment *TagFile::xiph() const
+{
+    if (kind_ == TagKind::Flac)
+        return static_cast<TagLib::FLAC::File *>(file_.get())->xiphComment(true);
+    if (kind_ == TagKind::Vorbis)
+        return static_cast<TagLib::Ogg::Vorbis::File *>(file_.get())->tag();
+    if (kind_ == TagKind::Opus)
+        return static_cast<TagLib::Ogg::Opus::File *>(file_.get())->tag();
+    return nullptr;
+}
+
+TagLib::FLAC::File *TagFile::flac() const
+{
+    return kind_ == TagKind::Flac ? static_cast<TagLib::FLAC::File *>(file_.get()) : nullptr;
+}
+
+TagLib::StringList TagFile::SetProperties(const TagLib::PropertyMap &properties)
+{
+    const TagLib::PropertyMap refused =
+        id3() ? id3()->setProperties(properties) : xiph()->setProperties(properties);
+    // Many players of WAV files know only the few fields of the older form.
+    if (kind_ == TagKind::Wav)
+        static_cast<TagLib::RIFF::WAV::File *>(file_.get())
+            ->InfoTag()
+            ->TagLib::Tag::setProperties(properties);
+    TagLib::StringList keys;
+    for (const auto &[key, values] : refused)
+        keys.append(key);
+    return keys;
+}
+
+std::error_code TagFile::Save()
+{
+    // By default MP3 files would get an older tag of 30 letters a field too.
+    auto *const mpeg = kind_ == TagKind::Mpeg ? static_cast<TagLib::MPEG::File *>(file_.get()) : nullptr;
+    const bool done = mpeg ? mpeg->save(TagLib::MPEG::File::ID3v2) : file_->save();
+    stream_.Close();
+    if (stream_.error())
+        return stream_.error();
+    return done ? std::error_code() : std::make_error_code(std::errc::not_supported);
+}
+
+} // namespace tonekit::host

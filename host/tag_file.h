@@ -1,0 +1,43 @@
+// tag_file.h: an audio file as TagLib sees it, by the parts in which kinds of file differ.
+#pragma once
+
+#include "host/tag_kind.h"
+#include "host/tag_stream.h"
+
+#include <filesystem>
+#include <flacfile.h>
+#include <id3v2tag.h>
+#include <memory>
+#include <tfile.h>
+#include <tpropertymap.h>
+#include <xiphcomment.h>
+
+namespace tonekit::host {
+
+class TagFile {
+public:
+    TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access);
+
+    // Whether TagLib understands the file.
+    bool IsValid() const { return file_ && file_->isValid(); }
+    TagKind kind() const { return kind_; }
+    TagLib::PropertyMap Properties() const { return file_->properties(); }
+
+    // Where tags of this form live in the file; null for kinds that have another form.
+    TagLib::ID3v2::Tag *id3() const;
+    TagLib::Ogg::XiphComment *xiph() const;
+    // FLAC files keep pictures beside their comment; null for other kinds.
+    TagLib::FLAC::File *flac() const;
+
+    // Sets the text tags, in all forms that the kind of file has, and answers with those that it can't hold.
+    TagLib::StringList SetProperties(const TagLib::PropertyMap &properties);
+    // Answers with the error of the system; a TagLib that doesn't want to gives std::errc::not_supported.
+    std::error_code Save();
+
+private:
+    TagKind kind_;
+    TagStream stream_;
+    std::unique_ptr<TagLib::File> file_;
+};
+
+} // namespace tonekit::host

@@ -1,0 +1,117 @@
+// tag_transfer.cpp: gathers tags from all sides in one block and hands them on.
+#include "host/tag_transfer.h"
+
+#include "host/cover.h"
+#include "host/paths.h"
+#include "host/report_parts.h"
+#include "host/tag_reader.h"
+#include "host/tag_writer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+namespace tonekit::host {
+
+namespace {
+
+std::string Capitals(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
+
+void AddLoudness(TagBlock *block, const Loudness &loudness)
+{
+    if (loudness.gain)
+        ID3Helper_AddStr(block, "REPLAYGAIN_TRACK_GAIN", (Decimal(*loudness.gain, 2) + " dB").c_str());
+    if (loudness.peak)
+        ID3Helper_AddStr(block, "REPLAYGAIN_TRACK_PEAK", Decimal(*loudness.peak, 6).c_str());
+}
+
+// A tag that an option sets, or removes by an empty value, doesn't come from the file; nor does a measurement
+// that isn't true any longer.
+bool IsWanted(const Options &options, const TagTransfer &transfer, const std::string &key)
+{
+    const std::string name = Capitals(key);
+    for (const auto &[setKey, value] : options.set) {
+        if (Capitals(setKey) == name)
+            return false;
+    }
+    if (transfer.loudness && name.starts_with("REPLAYGAIN_TRACK_"))
+        return false;
+    return !transfer.loudnessChanged || !name.starts_with("REPLAYGAIN_");
+}
+
+void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
+                 std::vector<std::string> &warnings)
+{
+    TagChoice choice;
+    choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
+    choice.chapters = !extras.chapters;
+    choice.frontCover = !extras.cover;
+    ReadTags(transfer.input, transfer.inputKind, choice, block, warnings);
+}
+
+bool IsEmpty(const TagBlock *block)
+{
+    TagBlockItem item;
+    TagBlockPicture picture;
+    return !ID3Helper_GetFirst(block, &item) && !ID3Helper_GetFirstImage(block, &picture);
+}
+
+// Pictures of the block scaled to fit, in a block of their own with all the rest.
+TagBlockPointer WithFittedPictures(const Options &options, const TagTransfer &transfer, TagBlockPointer block,
+                                   std::vector<std::string> &warnings)
+{
+    if (options.coverSize == 0)
+        return block;
+    TagBlockPointer fitted = NewTagBlock();
+    ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
+        ID3Helper_AddStr(fitted.get(), key.c_str(), value.c_str());
+    });
+    AddChapters(fitted.get(), ChaptersOf(block.get()));
+    for (Picture &picture : PicturesOf(block.get())) {
+        FitPicture(picture, Utf8Name(transfer.input), options.coverSize, options.coverQuality, warnings);
+        ID3Helper_AddImage(fitted.get(), picture.mime.c_str(), static_cast<uint32_t>(picture.type),
+                           static_cast<uint32_t>(picture.data.size()), picture.data.data());
+    }
+    return fitted;
+}
+
+} // namespace
+
+TagBlockPointer GatherTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                           std::vector<std::string> &warnings)
+{
+    TagBlockPointer block = NewTagBlock();
+    for (const auto &[key, value] : options.set)
+        ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
+    if (transfer.loudness)
+        AddLoudness(block.get(), *transfer.loudness);
+    if (extras.chapters)
+        AddChapters(block.get(), *extras.chapters);
+    if (extras.cover)
+        ID3Helper_AddImage(block.get(), extras.cover->mime.c_str(), kFrontCover,
+                           static_cast<uint32_t>(extras.cover->data.size()), extras.cover->data.data());
+    if (options.tags)
+        AddFileTags(options, extras, transfer, block.get(), warnings);
+    return WithFittedPictures(options, transfer, std::move(block), warnings);
+}
+
+void TransferTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                  std::vector<std::string> &warnings)
+{
+    const TagBlockPointer block = GatherTags(options, extras, transfer, warnings);
+    if (IsEmpty(block.get()))
+        return;
+    if (transfer.writtenKind == TagKind::None) {
+        warnings.push_back(transfer.shownName +
+                           ": this type of file can't hold tags, so they are left behind");
+        return;
+    }
+    WriteTags(transfer.written, transfer.writtenKind, block.get(), transfer.end, transfer.shownName,
+              warnings);
+}
+
+} // namespace tonekit::host

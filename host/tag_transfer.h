@@ -1,0 +1,38 @@
+// tag_transfer.h: what travels beside the audio from one file to the next.
+#pragma once
+
+#include "host/extras.h"
+#include "host/options.h"
+#include "host/report.h"
+#include "host/tag_block.h"
+#include "host/tag_kind.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+// One conversion's tags. `loudnessChanged`: what the input's ReplayGain tags say isn't true of the output.
+struct TagTransfer {
+    std::filesystem::path input;
+    TagKind inputKind = TagKind::None;
+    std::filesystem::path written; // the complete audio file
+    TagKind writtenKind = TagKind::None;
+    std::string shownName; // of the written file, for messages
+    uint64_t end = 0;      // of the audio, in 100 ns
+    bool loudnessChanged = false;
+    std::optional<Loudness> loudness;
+};
+
+// Gathers the tags of options, extras, measurement and input in a tag block, in this order of precedence.
+TagBlockPointer GatherTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                           std::vector<std::string> &warnings);
+
+// Gathers the tags and writes them. What can't be written leaves a line in `warnings`; throws Failure if the
+// system fails in the middle, so that the written file may be damaged.
+void TransferTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                  std::vector<std::string> &warnings);
+
+} // namespace tonekit::host
