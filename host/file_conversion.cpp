@@ -1,0 +1,217 @@
+// file_conversion.cpp: the road of one file from its samples to its complete successor.
+#include "host/file_conversion.h"
+
+#include "host/audio_reader.h"
+#include "host/audio_writer.h"
+#include "host/failure.h"
+#include "host/hdcd_stream.h"
+#include "host/loudness_meter.h"
+#include "host/paths.h"
+#include "host/plan.h"
+#include "host/platform.h"
+#include "host/safe_output.h"
+#include "host/sample_digest.h"
+#include "host/stream_converter.h"
+#include "host/tag_transfer.h"
+
+#include <chrono>
+#include <optional>
+#include <vector>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr uint32_t kReadFrames = 16384;
+
+// What is done with every frame of the result: it is written, and measured on the way.
+class ResultTaps {
+public:
+    ResultTaps(const Options &options, const AudioFormat &format, AudioWriter &writer)
+        : format_(format), writer_(writer)
+    {
+        if (options.replayGain)
+            loudness_.emplace(options.truePeak, format);
+        if (options.hash)
+            digest_.emplace(*options.hash);
+    }
+
+    void Take(const void *samples, uint32_t frames)
+    {
+        writer_.Write(samples, frames);
+        if (digest_)
+            digest_->Take(samples, size_t{frames} * format_.FrameBytes());
+        if (loudness_)
+            loudness_->Take(samples, frames);
+        frames_ += frames;
+    }
+
+    void Tell(ConversionReport &report)
+    {
+        report.output.frames = frames_;
+        if (loudness_)
+            report.loudness = loudness_->Result();
+        if (digest_)
+            report.digest = digest_->Finish();
+    }
+
+    uint64_t frames() const { return frames_; }
+
+private:
+    AudioFormat format_;
+    AudioWriter &writer_;
+    std::optional<LoudnessMeter> loudness_;
+    std::optional<SampleDigest> digest_;
+    uint64_t frames_ = 0;
+};
+
+class FileConversion {
+public:
+    FileConversion(const Options &options, const Extras &extras, const Job &job, const ProgressSink &progress)
+        : options_(options), extras_(extras), job_(job), progress_(progress), reader_(job.input)
+    {
+        if (AreSameFile(job.input, job.output))
+            throw Failure(Utf8Name(job.output) + ": input and output are the same file");
+        report_.input = {Utf8Name(job.input), reader_.type(),   reader_.encoding(),
+                         reader_.lossy(),     reader_.format(), reader_.frames()};
+        const bool decodeHdcd = DecideHdcd();
+        try {
+            plan_ = MakePlan(options, {reader_.format(), reader_.frames(), reader_.lossy()}, *job.container,
+                             decodeHdcd);
+        } catch (const Failure &failure) {
+            throw Failure(Utf8Name(job.input) + ": " + failure.what());
+        }
+    }
+
+    ConversionReport Run()
+    {
+        const auto start = std::chrono::steady_clock::now();
+        SafeOutput output(job_.output);
+        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target);
+        ResultTaps taps(options_, plan_.target, writer);
+        Pump(taps);
+        CheckLength(taps.frames());
+        writer.Finish();
+
+        DescribeResult();
+        taps.Tell(report_);
+        AddTags(output.temporary());
+        if (InterruptNoted())
+            throw Interrupted();
+        output.Commit();
+        report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        return report_;
+    }
+
+private:
+    bool DecideHdcd()
+    {
+        if (options_.hdcd == HdcdChoice::Off)
+            return false;
+        if (!CanCarryHdcd(reader_)) {
+            if (options_.hdcd == HdcdChoice::On)
+                throw Failure(Utf8Name(job_.input) + ": HDCD needs 16 bit stereo, and this is " +
+                              NameOf(reader_.format()));
+            return false;
+        }
+        report_.hdcd = ScanForHdcd(reader_);
+        if (options_.hdcd == HdcdChoice::On && *report_.hdcd != HdcdFinding::Effective)
+            report_.warnings.push_back(report_.input.path +
+                                       ": no HDCD that changes the sound in its first minute; "
+                                       "decoded all the same");
+        return options_.hdcd == HdcdChoice::On || *report_.hdcd == HdcdFinding::Effective;
+    }
+
+    // Sends all samples through.
+    void Pump(ResultTaps &taps)
+    {
+        const FrameSink sink = [&](const void *samples, uint32_t frames) { taps.Take(samples, frames); };
+        std::optional<StreamConverter> converter;
+        std::optional<HdcdStream> hdcd;
+        if (!plan_.copySamples)
+            converter.emplace(options_, plan_);
+        if (plan_.decodeHdcd)
+            hdcd.emplace();
+
+        std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
+        uint64_t done = 0;
+        while (const uint32_t frames = reader_.Read(block.data(), kReadFrames)) {
+            const void *samples = block.data();
+            if (hdcd)
+                samples = hdcd->Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
+            if (converter)
+                converter->Write(samples, frames, sink);
+            else
+                sink(samples, frames);
+            done += frames;
+            ReportProgress(done);
+        }
+        if (converter)
+            converter->Finish(sink);
+        report_.input.frames = done;
+    }
+
+    void ReportProgress(uint64_t done)
+    {
+        if (InterruptNoted())
+            throw Interrupted();
+        const double all = static_cast<double>(reader_.frames());
+        progress_(all > 0 ? static_cast<double>(done) / all : 0,
+                  static_cast<double>(done) / plan_.source.rate);
+    }
+
+    // A resampler that can't be made for two rates gives nothing, and says nothing.
+    void CheckLength(uint64_t frames)
+    {
+        if (frames == 0 && plan_.expectedFrames > 0)
+            throw Failure(report_.input.path + ": can't be converted from " +
+                          std::to_string(plan_.source.rate) + " to " + std::to_string(plan_.target.rate) +
+                          " Hz");
+    }
+
+    void AddTags(const std::filesystem::path &written)
+    {
+        TagTransfer transfer;
+        transfer.input = job_.input;
+        transfer.inputKind = reader_.tagKind();
+        transfer.written = written;
+        transfer.writtenKind = plan_.container->tags;
+        transfer.shownName = report_.output.path;
+        transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
+        transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
+        transfer.loudness = report_.loudness;
+        TransferTags(options_, extras_, transfer, report_.warnings);
+    }
+
+    void DescribeResult()
+    {
+        report_.output = {Utf8Name(job_.output),  plan_.container->name, "",
+                          plan_.container->lossy, plan_.target,          0};
+        report_.quality = options_.quality;
+        report_.resampled = plan_.source.rate != plan_.target.rate;
+        report_.dithered = plan_.dither;
+        report_.hdcdDecoded = plan_.decodeHdcd;
+        if (plan_.container != job_.container)
+            report_.warnings.push_back(report_.output.path +
+                                       ": more than 4 GiB of samples, so it is written as " +
+                                       plan_.container->name);
+    }
+
+    const Options &options_;
+    const Extras &extras_;
+    const Job &job_;
+    const ProgressSink &progress_;
+    AudioReader reader_;
+    Plan plan_;
+    ConversionReport report_;
+};
+
+} // namespace
+
+ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
+                             const ProgressSink &progress)
+{
+    return FileConversion(options, extras, job, progress).Run();
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,72 @@
+// file_info.cpp: looks at a file from all sides.
+#include "host/file_info.h"
+
+#include "host/audio_reader.h"
+#include "host/failure.h"
+#include "host/hdcd_stream.h"
+#include "host/loudness_meter.h"
+#include "host/paths.h"
+#include "host/platform.h"
+#include "host/sample_digest.h"
+#include "host/tag_reader.h"
+
+#include <optional>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr uint32_t kReadFrames = 16384;
+
+// Reads the whole audio for what only all samples tell.
+void Measure(const Options &options, AudioReader &reader, FileInfo &info)
+{
+    std::optional<LoudnessMeter> loudness;
+    std::optional<SampleDigest> digest;
+    if (options.replayGain)
+        loudness.emplace(options.truePeak, reader.format());
+    if (options.hash)
+        digest.emplace(*options.hash);
+    if (!loudness && !digest)
+        return;
+    std::vector<uint8_t> block(size_t{kReadFrames} * reader.format().FrameBytes());
+    uint64_t frames = 0;
+    while (const uint32_t got = reader.Read(block.data(), kReadFrames)) {
+        if (InterruptNoted())
+            throw Interrupted();
+        if (loudness)
+            loudness->Take(block.data(), got);
+        if (digest)
+            digest->Take(block.data(), size_t{got} * reader.format().FrameBytes());
+        frames += got;
+    }
+    info.stream.frames = frames;
+    if (loudness)
+        info.loudness = loudness->Result();
+    if (digest)
+        info.digest = digest->Finish();
+}
+
+} // namespace
+
+FileInfo LookAt(const Options &options, const std::filesystem::path &path)
+{
+    FileInfo info;
+    AudioReader reader(path);
+    info.stream = {Utf8Name(path), reader.type(),   reader.encoding(),
+                   reader.lossy(), reader.format(), reader.frames()};
+    if (CanCarryHdcd(reader))
+        info.hdcd = ScanForHdcd(reader);
+    Measure(options, reader, info);
+
+    const TagBlockPointer block = NewTagBlock();
+    ReadTags(path, reader.tagKind(), {}, block.get(), info.warnings);
+    ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
+        info.text.emplace_back(key, value);
+    });
+    info.pictures = PicturesOf(block.get());
+    info.chapters = ChaptersOf(block.get());
+    return info;
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,34 @@
+// file_info.h: tells what a file is.
+#pragma once
+
+#include "host/options.h"
+#include "host/report.h"
+#include "host/tag_block.h"
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tonekit::host {
+
+struct FileInfo {
+    StreamReport stream;
+    std::optional<HdcdFinding> hdcd; // none where HDCD can't be
+    std::vector<std::pair<std::string, std::string>> text;
+    std::vector<Picture> pictures;
+    std::vector<Chapter> chapters;
+    std::optional<Loudness> loudness;
+    std::optional<Digest> digest;
+    std::vector<std::string> warnings;
+    std::string error; // empty: all is known
+};
+
+// Looks at one file; reads all of it if loudness or digest are asked for. Throws Failure or Interrupted.
+FileInfo LookAt(const Options &options, const std::filesystem::path &path);
+
+std::string InfoText(const FileInfo &info);
+// One JSON object: the file's, or one with all of them under "files".
+std::string InfoJson(const std::vector<FileInfo> &infos);
+
+} // namespace tonekit::host

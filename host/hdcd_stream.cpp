@@ -1,0 +1,63 @@
+// hdcd_stream.cpp: HDCD through the library's decoder.
+#include "host/hdcd_stream.h"
+
+#include "host/failure.h"
+#include "host/platform.h"
+
+#include <algorithm>
+#include <tonekit/hdcd.h>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr uint32_t kScanSeconds = 60;
+constexpr uint32_t kBlockFrames = 16384;
+
+} // namespace
+
+void ReleaseHdcdDecoder::operator()(HdcdDecoder *decoder) const
+{
+    hdcd_free(decoder);
+}
+
+bool CanCarryHdcd(const AudioReader &reader)
+{
+    return reader.format().sample == SampleFormat::Int16 && reader.format().channels == 2;
+}
+
+HdcdFinding ScanForHdcd(AudioReader &reader)
+{
+    const HdcdDecoderPointer decoder(hdcd_new());
+    std::vector<int16_t> samples(size_t{kBlockFrames} * 2);
+    uint64_t left = uint64_t{kScanSeconds} * reader.format().rate;
+    uint32_t detected = 0;
+    // 2 is the last word: no later block takes it back.
+    while (left > 0 && detected < 2) {
+        if (InterruptNoted())
+            throw Interrupted();
+        const uint32_t wanted = static_cast<uint32_t>(std::min<uint64_t>(left, kBlockFrames));
+        const uint32_t got = reader.Read(samples.data(), wanted);
+        if (got == 0)
+            break;
+        detected = hdcd_scan16(decoder.get(), samples.data(), static_cast<int32_t>(got));
+        left -= got;
+    }
+    reader.Rewind();
+    return detected == 0 ? HdcdFinding::None : detected == 1 ? HdcdFinding::NoEffect : HdcdFinding::Effective;
+}
+
+HdcdStream::HdcdStream() : decoder_(hdcd_new())
+{
+    if (!decoder_)
+        throw Failure("not enough memory to decode HDCD");
+}
+
+const int32_t *HdcdStream::Decode(const int16_t *samples, uint32_t frames)
+{
+    decoded_.assign(samples, samples + size_t{frames} * 2);
+    hdcd_process(decoder_.get(), decoded_.data(), static_cast<int32_t>(frames));
+    return decoded_.data();
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,37 @@
+// loudness_meter.cpp: feeds samples to the library's loudness measurement.
+#include "host/loudness_meter.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tonekit::host {
+
+LoudnessMeter::LoudnessMeter(bool truePeak, const AudioFormat &format)
+    : truePeak_(truePeak), format_(format),
+      state_(truePeak ? ReplayGain_Init_TruePeak(format.channels, format.rate)
+                      : ReplayGain_Init(format.channels, format.rate))
+{}
+
+void LoudnessMeter::Take(const void *samples, uint32_t frames)
+{
+    constexpr uint32_t kPart = 8192; // frames; stays in the cache
+    const auto *next = static_cast<const uint8_t *>(samples);
+    values_.resize(size_t{kPart} * format_.channels);
+    while (frames > 0) {
+        const uint32_t part = std::min(frames, kPart);
+        SamplesToDouble(format_.sample, next, values_.data(), size_t{part} * format_.channels);
+        ReplayGain_Process(state_.get(), values_.data(), part);
+        next += size_t{part} * format_.FrameBytes();
+        frames -= part;
+    }
+}
+
+Loudness LoudnessMeter::Result() const
+{
+    const auto known = [](double value) {
+        return std::isnan(value) ? std::nullopt : std::optional<double>(value);
+    };
+    return {known(ReplayGain_GetLoudness(state_.get())), known(ReplayGain_GetPeak(state_.get())), truePeak_};
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,96 @@
+// main.cpp: tonekit-convert.
+#include "host/batch.h"
+#include "host/failure.h"
+#include "host/file_info.h"
+#include "host/options.h"
+#include "host/paths.h"
+#include "host/platform.h"
+#include "host/stream_converter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <utility>
+#include <vector>
+
+namespace tonekit::host {
+
+namespace {
+
+int Convert(const Options &options)
+{
+    ApplySharedSettings(options);
+    const std::vector<Job> jobs = MakeJobs(options);
+    NoteInterrupts();
+    Console console(!options.quiet);
+    return RunJobs(options, LoadExtras(options), jobs, console);
+}
+
+int Inform(const Options &options)
+{
+    NoteInterrupts();
+    Console console(false);
+    std::vector<FileInfo> infos;
+    for (const std::string &input : options.inputs) {
+        FileInfo info;
+        try {
+            info = LookAt(options, PathFromUtf8(input));
+        } catch (const Failure &failure) {
+            info.stream.path = input;
+            info.error = failure.what();
+            console.Complain(failure.what());
+        }
+        for (const std::string &warning : info.warnings)
+            console.Complain("warning: " + warning);
+        if (!options.json && info.error.empty())
+            console.Say((infos.empty() ? "" : "\n") + InfoText(info));
+        infos.push_back(std::move(info));
+    }
+    if (options.json)
+        console.Say(InfoJson(infos));
+    return std::all_of(infos.begin(), infos.end(), [](const FileInfo &info) { return info.error.empty(); })
+               ? 0
+               : 1;
+}
+
+int Run(const Options &options)
+{
+    switch (options.command) {
+    case Command::Help:
+        std::fputs(HelpText().c_str(), stdout);
+        return 0;
+    case Command::Version:
+        std::puts("tonekit-convert " TONEKIT_VERSION);
+        return 0;
+    case Command::Info:
+        return Inform(options);
+    case Command::Convert:
+        return Convert(options);
+    }
+    return 0;
+}
+
+} // namespace
+
+int Main(int argc, char **argv)
+{
+    try {
+        return Run(ParseOptions(Utf8Arguments(argc, argv)));
+    } catch (const UsageError &error) {
+        std::fprintf(stderr, "tonekit-convert: %s (--help tells more)\n", error.what());
+        return 2;
+    } catch (const Interrupted &) {
+        std::fputs("tonekit-convert: interrupted\n", stderr);
+        EndAsInterrupted();
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "tonekit-convert: %s\n", error.what());
+        return 1;
+    }
+}
+
+} // namespace tonekit::host
+
+int main(int argc, char **argv)
+{
+    return tonekit::host::Main(argc, argv);
+}

@@ -1,0 +1,29 @@
+// sample_digest.h: the digest of a stream of samples.
+#pragma once
+
+#include "host/report.h"
+
+#include <cstddef>
+#include <tonekit/encode.h>
+
+namespace tonekit::host {
+
+// Takes the bytes of samples as they stand in the program's buffers: interleaved, little-endian, in the
+// sample format of the file. Equal samples in equal formats give equal digests, whatever the type of file.
+class SampleDigest {
+public:
+    explicit SampleDigest(HashKind kind);
+
+    void Take(const void *bytes, size_t size);
+    // Ends the digest; nothing may be taken afterwards.
+    Digest Finish();
+
+private:
+    HashKind kind_;
+    union {
+        Sha256Context sha256_;
+        Sha512Context sha512_;
+    };
+};
+
+} // namespace tonekit::host

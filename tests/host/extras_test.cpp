@@ -1,0 +1,62 @@
+// extras_test.cpp: files of chapters.
+#include "host/extras.h"
+#include "host/failure.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host {
+namespace {
+
+constexpr uint64_t kSecond = 10'000'000;
+
+TEST(ChapterFile, HasATimeAndANameOnALine)
+{
+    const auto chapters =
+        ParseChapters("0 Start\n1:30 The  middle \r\n\n  # a remark\n0:02:03.25\n1:00:00\tEnd\n", "c");
+    ASSERT_EQ(chapters.size(), 4u);
+    EXPECT_EQ(chapters[0].position, 0u);
+    EXPECT_EQ(chapters[0].name, "Start");
+    EXPECT_EQ(chapters[1].position, 90 * kSecond);
+    EXPECT_EQ(chapters[1].name, "The  middle");
+    EXPECT_EQ(chapters[2].position, 123 * kSecond + kSecond / 4);
+    EXPECT_EQ(chapters[2].name, "");
+    EXPECT_EQ(chapters[3].position, 3600 * kSecond);
+    EXPECT_EQ(chapters[3].name, "End");
+}
+
+TEST(ChapterFile, MayBeginWithAByteOrderMark)
+{
+    EXPECT_EQ(ParseChapters("\xEF\xBB\xBF"
+                            "0:05 A",
+                            "c")
+                  .at(0)
+                  .position,
+              5 * kSecond);
+}
+
+TEST(ChapterFile, MistakesAreNamedByLine)
+{
+    const auto mistake = [](const std::string &text) {
+        try {
+            ParseChapters(text, "c.txt");
+        } catch (const Failure &failure) {
+            return std::string(failure.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(mistake("0 A\nsoon B\n"), "c.txt, line 2: begin with a time such as 0:03:21.5");
+    EXPECT_EQ(mistake("0:1:2:3 A"), "c.txt, line 1: begin with a time such as 0:03:21.5");
+    EXPECT_EQ(mistake("-1 A"), "c.txt, line 1: begin with a time such as 0:03:21.5");
+    EXPECT_EQ(mistake("1:00 A\n0:59 B"), "c.txt, line 2: starts before the chapter above it");
+    EXPECT_EQ(mistake("\n# nothing\n"), "c.txt: holds no chapters");
+}
+
+TEST(ChapterTime, HasAsManyDecimalsAsNeeded)
+{
+    EXPECT_EQ(ChapterTime(0), "00:00:00.000");
+    EXPECT_EQ(ChapterTime(12345678901), "00:20:34.5678901");
+    EXPECT_EQ(ChapterTime(100 * 3600 * kSecond + kSecond / 2), "100:00:00.500");
+}
+
+} // namespace
+} // namespace tonekit::host

@@ -1,0 +1,145 @@
+// options_test.cpp: the command line and its mistakes.
+#include "host/failure.h"
+#include "host/options.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host {
+namespace {
+
+std::string MistakeIn(const std::vector<std::string> &arguments)
+{
+    try {
+        ParseOptions(arguments);
+    } catch (const UsageError &error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(Options, WithoutAnyTheOutputIsAsTheInput)
+{
+    const Options options = ParseOptions({"in.wav", "out.flac"});
+    EXPECT_EQ(options.command, Command::Convert);
+    EXPECT_EQ(options.inputs, std::vector<std::string>{"in.wav"});
+    EXPECT_EQ(options.output, "out.flac");
+    EXPECT_FALSE(options.rate);
+    EXPECT_FALSE(options.channels);
+    EXPECT_FALSE(options.format);
+    EXPECT_EQ(options.dither, DitherChoice::Auto);
+    EXPECT_EQ(options.quality, Quality::High);
+    EXPECT_EQ(options.hdcd, HdcdChoice::Off);
+    EXPECT_TRUE(options.limiter);
+    EXPECT_TRUE(options.tags);
+    EXPECT_EQ(options.jobs, 1u);
+}
+
+TEST(Options, ValuesStandBehindABlankOrAnEqualsSign)
+{
+    EXPECT_EQ(ParseOptions({"--rate", "48000", "a", "b"}).rate, 48000u);
+    EXPECT_EQ(ParseOptions({"--rate=48000", "a", "b"}).rate, 48000u);
+    EXPECT_EQ(ParseOptions({"-r48000", "a", "b"}).rate, 48000u);
+    EXPECT_EQ(ParseOptions({"a", "b", "-r", "48000"}).rate, 48000u);
+}
+
+TEST(Options, LettersCanStandTogether)
+{
+    const Options options = ParseOptions({"-qj4", "a", "b"});
+    EXPECT_TRUE(options.quiet);
+    EXPECT_EQ(options.jobs, 4u);
+}
+
+TEST(Options, RatesCanBeKilohertz)
+{
+    EXPECT_EQ(ParseOptions({"-r", "44.1k", "a", "b"}).rate, 44100u);
+    EXPECT_EQ(ParseOptions({"-r", "96K", "a", "b"}).rate, 96000u);
+    EXPECT_EQ(ParseOptions({"-r", "11.025k", "a", "b"}).rate, 11025u);
+}
+
+TEST(Options, ImpossibleRatesAreRefused)
+{
+    for (const char *rate : {"0", "-1", "999", "1536001", "44100.5", "44.1kk", "fast", "", "1e5", "nan"})
+        EXPECT_NE(MistakeIn({"--rate", rate, "a", "b"}), "") << rate;
+}
+
+TEST(Options, EverySampleFormatHasAName)
+{
+    EXPECT_EQ(ParseOptions({"-f", "8", "a", "b"}).format, SampleFormat::Int8);
+    EXPECT_EQ(ParseOptions({"-f", "16", "a", "b"}).format, SampleFormat::Int16);
+    EXPECT_EQ(ParseOptions({"-f", "24", "a", "b"}).format, SampleFormat::Int24);
+    EXPECT_EQ(ParseOptions({"-f", "32", "a", "b"}).format, SampleFormat::Int32);
+    EXPECT_EQ(ParseOptions({"-f", "float", "a", "b"}).format, SampleFormat::Float32);
+    EXPECT_EQ(ParseOptions({"-f", "double", "a", "b"}).format, SampleFormat::Float64);
+}
+
+TEST(Options, ThreeChannelsCantBeMade)
+{
+    EXPECT_EQ(MistakeIn({"-c", "3", "a", "b"}), "--channels must be one of: 1, 2, 4, 5, 6, 7, 8, not '3'");
+    EXPECT_EQ(ParseOptions({"-c", "6", "a", "b"}).channels, 6u);
+}
+
+TEST(Options, MistakesAreNamed)
+{
+    EXPECT_EQ(MistakeIn({"--loud", "a", "b"}), "there is no option --loud");
+    EXPECT_EQ(MistakeIn({"-z", "a", "b"}), "there is no option -z");
+    EXPECT_EQ(MistakeIn({"a", "b", "--rate"}), "--rate needs a value");
+    EXPECT_EQ(MistakeIn({"--quiet=1", "a", "b"}), "--quiet takes no value");
+    EXPECT_EQ(MistakeIn({"--quality", "bad", "a", "b"}),
+              "--quality must be one of: normal, high, very-high, best, not 'bad'");
+    EXPECT_EQ(MistakeIn({"--hdcd-gain", "7", "a", "b"}),
+              "--hdcd-gain must be a whole number from 0 to 6, not '7'");
+    EXPECT_EQ(MistakeIn({"--set", "=x", "a", "b"}), "--set must have the form KEY=VALUE, not '=x'");
+    EXPECT_NE(MistakeIn({"-j", "0", "a", "b"}), "");
+    EXPECT_NE(MistakeIn({"a", ""}), "");
+    EXPECT_NE(MistakeIn({"a"}), "");
+    EXPECT_NE(MistakeIn({}), "");
+    EXPECT_NE(MistakeIn({"--info"}), "");
+}
+
+TEST(Options, BehindTwoDashesAllAreNames)
+{
+    const Options options = ParseOptions({"--", "-r", "--quiet"});
+    EXPECT_EQ(options.inputs, std::vector<std::string>{"-r"});
+    EXPECT_EQ(options.output, "--quiet");
+}
+
+TEST(Options, TheLastValueSetForAKeyCounts)
+{
+    const Options options = ParseOptions({"--set", "title=a", "--set", "B=x=y", "--set", "TITLE=", "a", "b"});
+    ASSERT_EQ(options.set.size(), 2u);
+    EXPECT_EQ(options.set[0], (std::pair<std::string, std::string>{"B", "x=y"}));
+    EXPECT_EQ(options.set[1], (std::pair<std::string, std::string>{"TITLE", ""}));
+}
+
+TEST(Options, TruePeakAsksForTheMeasurementToo)
+{
+    const Options options = ParseOptions({"--true-peak", "a", "b"});
+    EXPECT_TRUE(options.replayGain);
+    EXPECT_TRUE(options.truePeak);
+}
+
+TEST(Options, HelpNamesEveryOptionOfItsTable)
+{
+    const std::string help = HelpText();
+    for (const char *option :
+         {"--rate",       "--channels",  "--format",      "--type",          "--quality",  "--filter",
+          "--aliasing",   "--dither",    "--dither-mode", "--limiter",       "--hdcd",     "--hdcd-gain",
+          "--set",        "--cover",     "--cover-size",  "--cover-quality", "--chapters", "--no-tags",
+          "--replaygain", "--true-peak", "--hash",        "--jobs",          "--info",     "--json",
+          "--quiet",      "--version",   "--help"})
+        EXPECT_NE(help.find(option), std::string::npos) << option;
+}
+
+TEST(Options, HelpFitsIntoEightyColumns)
+{
+    const std::string help = HelpText();
+    size_t start = 0;
+    while (start < help.size()) {
+        const size_t end = help.find('\n', start);
+        EXPECT_LE(end - start, 80u) << help.substr(start, end - start);
+        start = end + 1;
+    }
+}
+
+} // namespace
+} // namespace tonekit::host

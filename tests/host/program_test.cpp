@@ -1,0 +1,359 @@
+// program_test.cpp: what tonekit-convert makes of whole files.
+#include "tests/host/audio_files.h"
+#include "tests/host/run_program.h"
+#include "tests/host/temporary_folder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <regex>
+#include <tonekit/encode.h>
+
+namespace tonekit::host::test {
+namespace {
+
+constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int kWav24 = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
+
+// Runs a conversion that has to work.
+Outcome Convert(std::vector<std::string> arguments)
+{
+    Outcome outcome = RunHost(arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    return outcome;
+}
+
+// The amplitude, as a part of full scale, of a sine of this frequency in the middle of one channel.
+double AmplitudeAt(const Sound &sound, double hertz, int channel = 0)
+{
+    const size_t frames = sound.Frames();
+    double cosine = 0, sine = 0, weights = 0;
+    for (size_t i = frames / 4; i < frames * 3 / 4; i++) {
+        const double place = static_cast<double>(i - frames / 4) / static_cast<double>(frames / 2);
+        const double weight = 0.5 - 0.5 * std::cos(2 * M_PI * place);
+        const double angle = 2 * M_PI * hertz * static_cast<double>(i) / sound.rate;
+        const double value =
+            sound.samples[i * static_cast<size_t>(sound.channels) + static_cast<size_t>(channel)] * 0x1p-31;
+        cosine += weight * value * std::cos(angle);
+        sine += weight * value * std::sin(angle);
+        weights += weight;
+    }
+    return 2 * std::hypot(cosine, sine) / weights;
+}
+
+std::string Sha256(const std::string &bytes)
+{
+    uint8_t digest[32];
+    sha256(reinterpret_cast<const uint8_t *>(bytes.data()), static_cast<uint32_t>(bytes.size()), digest);
+    std::string text;
+    for (const uint8_t byte : digest) {
+        char hex[3];
+        std::snprintf(hex, sizeof(hex), "%02x", byte);
+        text += hex;
+    }
+    return text;
+}
+
+TEST(Program, EqualFormatsPassBitForBitBetweenFileTypes)
+{
+    TemporaryFolder folder;
+    const Sound sound = Noise(kWav24, 96000, 2, 100001);
+    WriteSound(folder / "a.wav", sound);
+    Convert({folder / "a.wav", folder / "b.flac"});
+    Convert({folder / "b.flac", folder / "c.w64"});
+    Convert({folder / "c.w64", folder / "d.aiff"});
+    Convert({folder / "d.aiff", folder / "e.caf"});
+    Convert({folder / "e.caf", folder / "f.rf64"});
+    Convert({folder / "f.rf64", folder / "g.au"});
+    Convert({folder / "g.au", folder / "h.wav"});
+    const Sound result = ReadSound(folder / "h.wav");
+    EXPECT_EQ(result.format, kWav24);
+    EXPECT_EQ(result.rate, 96000);
+    EXPECT_EQ(result.samples, sound.samples);
+}
+
+TEST(Program, FloatsBeyondFullScaleAreCopiedAsTheyAre)
+{
+    TemporaryFolder folder;
+    SF_INFO info{};
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    info.samplerate = 44100;
+    info.channels = 1;
+    const float values[] = {1.5f, -2.0f, 0.1f, -0.0f};
+    SNDFILE *file = sf_open((folder / "a.wav").c_str(), SFM_WRITE, &info);
+    sf_write_float(file, values, 4);
+    sf_close(file);
+    Convert({folder / "a.wav", folder / "b.wav"});
+    float read[4] = {};
+    file = sf_open((folder / "b.wav").c_str(), SFM_READ, &info);
+    EXPECT_EQ(sf_read_float(file, read, 4), 4);
+    sf_close(file);
+    EXPECT_EQ(std::vector<float>(read, read + 4), std::vector<float>(values, values + 4));
+}
+
+TEST(Program, MoreBitsKeepEverySample)
+{
+    TemporaryFolder folder;
+    const Sound sound = Noise(kWav16, 44100, 2, 50000);
+    WriteSound(folder / "a.wav", sound);
+    for (const char *format : {"24", "32", "float", "double"}) {
+        Convert({"-f", format, folder / "a.wav", folder / "b.wav"});
+        EXPECT_EQ(ReadSound(folder / "b.wav").samples, sound.samples) << format;
+        Convert({"-f", "16", "--dither", "off", folder / "b.wav", folder / "c.wav"});
+        EXPECT_EQ(ReadSound(folder / "c.wav").samples, sound.samples) << format;
+    }
+}
+
+TEST(Program, DitherTakesEffectWhenTheDepthShrinksAndOnlyThen)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav24, 44100, 2, 44100, 997, 0.001));
+    Convert({"-f", "16", folder / "a.wav", folder / "dithered.wav"});
+    Convert({"-f", "16", "--dither=off", folder / "a.wav", folder / "plain.wav"});
+    EXPECT_NE(ReadSound(folder / "dithered.wav").samples, ReadSound(folder / "plain.wav").samples);
+    for (const char *mode : {"rectangular", "triangular", "shaped"}) {
+        Convert({"-f", "16", "--dither-mode", mode, folder / "a.wav", folder / "mode.wav"});
+        EXPECT_NEAR(AmplitudeAt(ReadSound(folder / "mode.wav"), 997), 0.001, 0.00001) << mode;
+    }
+}
+
+struct RateChange {
+    int from;
+    const char *to;
+    const char *quality;
+};
+
+class ProgramRates : public testing::TestWithParam<RateChange> {};
+
+TEST_P(ProgramRates, KeepLengthAndTone)
+{
+    const auto [from, to, quality] = GetParam();
+    for (const size_t frames :
+         {size_t{1}, size_t{64}, size_t{65}, size_t{1000}, size_t{100003}, size_t{300000}}) {
+        TemporaryFolder folder;
+        WriteSound(folder / "a.wav", Tone(kWav24, from, 2, frames, 1000));
+        Convert({"-r", to, "--quality", quality, folder / "a.wav", folder / "b.wav"});
+        const Sound result = ReadSound(folder / "b.wav");
+        EXPECT_EQ(result.rate, std::atoi(to));
+        const double expected = static_cast<double>(frames) * std::atof(to) / from;
+        EXPECT_NEAR(static_cast<double>(result.Frames()), expected, 1.0) << frames << " frames";
+        if (frames >= 100000) {
+            EXPECT_NEAR(AmplitudeAt(result, 1000), 0.5, 1e-5) << frames << " frames";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Pairs, ProgramRates,
+    testing::Values(RateChange{44100, "48000", "high"}, RateChange{44100, "96000", "normal"},
+                    RateChange{96000, "44100", "very-high"}, RateChange{48000, "44100", "best"},
+                    RateChange{44100, "192000", "high"}, RateChange{48000, "8000", "high"},
+                    RateChange{44100, "48001", "high"}, RateChange{8000, "44100", "high"}));
+
+TEST(Program, ATonePastTheNewLimitIsGone)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav24, 96000, 1, 200000, 30000));
+    Convert({"-r", "44100", folder / "a.wav", folder / "b.wav"});
+    // 44100 - 30000: where it would fold to.
+    EXPECT_LT(AmplitudeAt(ReadSound(folder / "b.wav"), 14100), 1e-6);
+}
+
+TEST(Program, MixesStereoToSurroundAndBack)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav16, 48000, 2, 48000, 1000, 0.25));
+    Convert({"-c", "6", folder / "a.wav", folder / "b.flac"});
+    const Sound surround = ReadSound(folder / "b.flac");
+    EXPECT_EQ(surround.channels, 6);
+    EXPECT_NEAR(AmplitudeAt(surround, 1000, 0), 0.25, 1e-4);
+    EXPECT_NEAR(AmplitudeAt(surround, 1000, 2), 0.25 * 2 * 0.3548, 1e-4);
+    EXPECT_NEAR(AmplitudeAt(surround, 1000, 4), 0.25 * 0.5012, 1e-4);
+    Convert({"-c", "2", "-r", "44100", "-f", "24", folder / "b.flac", folder / "c.wav"});
+    const Sound stereo = ReadSound(folder / "c.wav");
+    EXPECT_EQ(stereo.channels, 2);
+    EXPECT_EQ(stereo.Frames(), 44100u);
+    EXPECT_NEAR(AmplitudeAt(stereo, 1000), 0.25 * (1 + 0.7079 * 2 * 0.3548 + 0.5012 * 0.5012), 1e-4);
+}
+
+TEST(Program, TheLimiterTurnsALoudMixDown)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav16, 48000, 6, 48000, 1000, 0.9));
+    Convert({"-c", "2", folder / "a.wav", folder / "on.wav"});
+    Convert({"-c", "2", "--limiter", "off", folder / "a.wav", folder / "off.wav"});
+    const auto atLimit = [&](const std::string &name) {
+        const auto samples = ReadSound(name).samples;
+        return std::count_if(samples.begin(), samples.end(), [](int32_t s) { return s >= 32767 << 16; });
+    };
+    EXPECT_LT(atLimit(folder / "on.wav"), 100);
+    EXPECT_GT(atLimit(folder / "off.wav"), 10000);
+}
+
+TEST(Program, LossyTypesWorkBothWays)
+{
+    for (const char *type : {"mp3", "ogg", "opus"}) {
+        TemporaryFolder folder;
+        WriteSound(folder / "a.wav", Tone(kWav16, 44100, 2, 88200, 1000));
+        const std::string coded = folder / (std::string("b.") + type);
+        Convert({folder / "a.wav", coded});
+        Convert({coded, folder / "c.wav"});
+        const Sound result = ReadSound(folder / "c.wav");
+        EXPECT_EQ(result.format, kWav16) << type;
+        EXPECT_NEAR(static_cast<double>(result.Frames()) / result.rate, 2.0, 0.1) << type;
+        EXPECT_NEAR(AmplitudeAt(result, 1000), 0.5, 0.02) << type;
+    }
+}
+
+TEST(Program, SurroundKeepsItsLoudspeakersThroughOgg)
+{
+    TemporaryFolder folder;
+    Sound sound = Tone(kWav16, 48000, 6, 48000, 1000);
+    for (size_t i = 0; i < sound.samples.size(); i++)
+        sound.samples[i] = i % 6 == 2 ? sound.samples[i] : 0;
+    WriteSound(folder / "a.wav", sound);
+    Convert({folder / "a.wav", folder / "b.ogg"});
+    // The centre is the second channel of a Vorbis file.
+    EXPECT_GT(AmplitudeAt(ReadSound(folder / "b.ogg"), 1000, 1), 0.4);
+    Convert({folder / "b.ogg", folder / "c.wav"});
+    for (int channel = 0; channel < 6; channel++)
+        EXPECT_EQ(AmplitudeAt(ReadSound(folder / "c.wav"), 1000, channel) > 0.4, channel == 2) << channel;
+}
+
+TEST(Program, HashIsTheDigestOfTheSamples)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 70000));
+    // The samples of this file are all behind its 44 bytes of header.
+    const std::string digest = Sha256(ReadText(folder / "a.wav").substr(44));
+    const Outcome converted = Convert({"-q", "--hash", "sha256", folder / "a.wav", folder / "b.flac"});
+    EXPECT_EQ(converted.out, "sha256 " + digest + "  " + folder / "b.flac" + "\n");
+    for (const char *name : {"a.wav", "b.flac"})
+        EXPECT_NE(Convert({"--info", "--hash", "sha256", folder / name}).out.find(digest), std::string::npos)
+            << name;
+    const Outcome deeper =
+        Convert({"-q", "-f", "24", "--hash", "sha256", folder / "a.wav", folder / "c.wav"});
+    EXPECT_EQ(deeper.out.substr(7, 64), Sha256(ReadText(folder / "c.wav").substr(44)));
+}
+
+TEST(Program, TwoHashesOfOneLengthHave128Digits)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 100));
+    const Outcome outcome = Convert({"-q", "--hash", "sha512", folder / "a.wav", folder / "b.wav"});
+    EXPECT_TRUE(std::regex_search(outcome.out, std::regex("^sha512 [0-9a-f]{128}  ")));
+}
+
+TEST(Program, ReplayGainIsMeasuredOnTheResultAndTagged)
+{
+    TemporaryFolder folder;
+    // A 997 Hz sine of amplitude 0.5 on both sides: -6.02 dB peak, -6.02 LUFS - 0.0 within a tenth.
+    WriteSound(folder / "a.wav", Tone(kWav16, 48000, 2, 48000 * 5, 997, 0.5));
+    Convert({"--replaygain", folder / "a.wav", folder / "b.flac"});
+    const Outcome info = Convert({"--info", folder / "b.flac"});
+    std::smatch match;
+    ASSERT_TRUE(std::regex_search(info.out, match, std::regex("REPLAYGAIN_TRACK_GAIN +(-?[0-9.]+) dB")));
+    EXPECT_NEAR(std::stod(match[1]), -18 - 20 * std::log10(0.5), 0.1);
+    ASSERT_TRUE(std::regex_search(info.out, match, std::regex("REPLAYGAIN_TRACK_PEAK +([0-9.]+)")));
+    EXPECT_NEAR(std::stod(match[1]), 0.5, 0.0001);
+    const Outcome measured = Convert({"--info", "--true-peak", folder / "b.flac"});
+    EXPECT_TRUE(
+        std::regex_search(measured.out, std::regex("ReplayGain +-1[12]\\.[0-9]{2} dB, true peak 0\\.5")));
+}
+
+TEST(Program, SilenceHasNoGainToTag)
+{
+    TemporaryFolder folder;
+    Sound silence{kWav16, 48000, 2, std::vector<int32_t>(96000)};
+    WriteSound(folder / "a.wav", silence);
+    const Outcome outcome = Convert({"--replaygain", folder / "a.wav", folder / "b.flac"});
+    EXPECT_NE(outcome.out.find("unknown"), std::string::npos);
+    EXPECT_EQ(Convert({"--info", folder / "b.flac"}).out.find("REPLAYGAIN_TRACK_GAIN"), std::string::npos);
+}
+
+TEST(Program, InfoTellsWhatAFileIs)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100 * 2));
+    EXPECT_EQ(Convert({"--info", folder / "a.wav"}).out, folder / "a.wav" +
+                                                             "\n"
+                                                             "  Type        WAV, Signed 16 bit PCM\n"
+                                                             "  Format      44100 Hz, 16 bit, stereo\n"
+                                                             "  Length      0:02 (88200 frames)\n"
+                                                             "  HDCD        no\n");
+}
+
+TEST(Program, JsonIsOneObjectOfWhatWasDone)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100));
+    const Outcome outcome =
+        Convert({"--json", "-r", "48000", "-f", "24", folder / "a.wav", folder / "b.flac"});
+    EXPECT_EQ(outcome.out.front(), '{');
+    EXPECT_EQ(outcome.out.substr(outcome.out.size() - 3), "\n}\n");
+    for (const char *part :
+         {"\"ok\": true", "\"rate\": 44100", "\"rate\": 48000", "\"format\": \"16 bit\"",
+          "\"format\": \"24 bit\"", "\"frames\": 44100", "\"frames\": 48000", "\"seconds\": 1.000000",
+          "\"speed\": ", "\"quality\": \"high\"", "\"dither\": false"})
+        EXPECT_NE(outcome.out.find(part), std::string::npos) << part << " in " << outcome.out;
+}
+
+TEST(Program, QuietSaysNothing)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    EXPECT_EQ(Convert({"--quiet", folder / "a.wav", folder / "b.flac"}).out, "");
+    EXPECT_EQ(RunOnTerminal({"--quiet", folder / "a.wav", folder / "b.flac"}).out, "");
+}
+
+TEST(Program, ProgressIsShownOnATerminalOnly)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100 * 20));
+    const std::vector<std::string> arguments = {"-r", "48000", folder / "a.wav", folder / "b.flac"};
+    EXPECT_EQ(Convert(arguments).out.find('\r'), std::string::npos);
+    const Outcome shown = RunOnTerminal(arguments);
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_TRUE(std::regex_search(shown.out, std::regex("\r\\[#*\\.*\\] +[0-9]+%  [0-9.]+x"))) << shown.out;
+}
+
+TEST(Program, ALongFileNeedsNoMoreMemory)
+{
+    TemporaryFolder folder;
+    // An hour of stereo, of which the file system keeps only the header.
+    const uint64_t bytes = uint64_t{3600} * 44100 * 4;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1));
+    std::string header = ReadText(folder / "a.wav").substr(0, 44);
+    const auto put = [&](size_t place, uint64_t number) {
+        for (size_t i = 0; i < 4; i++)
+            header[place + i] = static_cast<char>(number >> 8 * i);
+    };
+    put(4, bytes + 36);
+    put(40, bytes);
+    WriteText(folder / "hour.wav", header);
+    std::filesystem::resize_file(folder / "hour.wav", bytes + 44);
+    const Outcome outcome = Convert(
+        {"-q", "-r", "48000", "--replaygain", "--hash", "sha256", folder / "hour.wav", folder / "b.flac"});
+    EXPECT_LT(outcome.peakKiB, 64 * 1024);
+    EXPECT_EQ(ReadSound(folder / "b.flac").rate, 48000);
+}
+
+TEST(Program, HelpAndVersionAreOnStandardOutput)
+{
+    EXPECT_EQ(Convert({"--help"}).out.substr(0, 22), "Usage: tonekit-convert");
+    EXPECT_TRUE(std::regex_match(Convert({"--version"}).out,
+                                 std::regex("tonekit-convert [0-9]+\\.[0-9]+\\.[0-9]+\n")));
+}
+
+TEST(Program, NumbersAreWrittenTheSameInEveryLocale)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    const Outcome outcome =
+        RunHost({"--json", folder / "a.wav", folder / "b.wav"}, {.locale = "de_DE.UTF-8"});
+    EXPECT_NE(outcome.out.find("\"seconds\": 0.022676"), std::string::npos) << outcome.out;
+}
+
+} // namespace
+} // namespace tonekit::host::test

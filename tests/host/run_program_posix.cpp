@@ -1,0 +1,130 @@
+// run_program_posix.cpp: runs tonekit-convert on a POSIX system.
+#include "tests/host/run_program.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace tonekit::host::test {
+
+namespace {
+
+[[noreturn]] void BecomeProgram(const std::vector<std::string> &arguments, const Circumstances &circumstances)
+{
+    if (circumstances.fileSizeLimit) {
+        const rlimit limit{circumstances.fileSizeLimit, circumstances.fileSizeLimit};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (!circumstances.locale.empty())
+        setenv("LC_ALL", circumstances.locale.c_str(), 1);
+    std::vector<char *> argv = {const_cast<char *>("tonekit-convert")};
+    for (const std::string &argument : arguments)
+        argv.push_back(const_cast<char *>(argument.c_str()));
+    argv.push_back(nullptr);
+    execv(TONEKIT_CONVERT, argv.data());
+    _exit(127);
+}
+
+void Finish(pid_t process, Outcome &outcome)
+{
+    int status = 0;
+    rusage usage{};
+    wait4(process, &status, 0, &usage);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    outcome.peakKiB = usage.ru_maxrss;
+}
+
+// Reads both ends until both are closed.
+void Collect(int out, int err, Outcome &outcome)
+{
+    pollfd ends[2] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
+    std::string *texts[2] = {&outcome.out, &outcome.err};
+    int open = err >= 0 ? 2 : 1;
+    while (open > 0 && poll(ends, 2, -1) > 0) {
+        for (int i = 0; i < 2; i++) {
+            if (ends[i].fd < 0 || !(ends[i].revents & (POLLIN | POLLHUP | POLLERR)))
+                continue;
+            char buffer[4096];
+            const ssize_t got = read(ends[i].fd, buffer, sizeof(buffer));
+            if (got > 0) {
+                texts[i]->append(buffer, static_cast<size_t>(got));
+            } else {
+                close(ends[i].fd);
+                ends[i].fd = -1;
+                open--;
+            }
+        }
+    }
+}
+
+bool HoldsTemporaryFile(const std::string &folder)
+{
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().filename().string().starts_with(".tonekit-"))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+Outcome RunHost(const std::vector<std::string> &arguments, const Circumstances &circumstances)
+{
+    Outcome outcome;
+    int out[2];
+    int err[2];
+    if (pipe(out) != 0 || pipe(err) != 0)
+        return outcome;
+    const pid_t process = fork();
+    if (process == 0) {
+        dup2(out[1], STDOUT_FILENO);
+        dup2(err[1], STDERR_FILENO);
+        for (const int end : {out[0], out[1], err[0], err[1]})
+            close(end);
+        BecomeProgram(arguments, circumstances);
+    }
+    close(out[1]);
+    close(err[1]);
+    if (circumstances.signal) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!HoldsTemporaryFile(circumstances.watchedFolder) &&
+               std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        kill(process, circumstances.signal);
+    }
+    Collect(out[0], err[0], outcome);
+    Finish(process, outcome);
+    return outcome;
+}
+
+Outcome RunOnTerminal(const std::vector<std::string> &arguments)
+{
+    Outcome outcome;
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        return outcome;
+    const std::string name = ptsname(terminal);
+    const winsize size{25, 100, 0, 0};
+    ioctl(terminal, TIOCSWINSZ, &size);
+    const pid_t process = fork();
+    if (process == 0) {
+        setsid();
+        const int end = open(name.c_str(), O_RDWR);
+        dup2(end, STDOUT_FILENO);
+        dup2(end, STDERR_FILENO);
+        BecomeProgram(arguments, {});
+    }
+    Collect(terminal, -1, outcome);
+    Finish(process, outcome);
+    return outcome;
+}
+
+} // namespace tonekit::host::test

@@ -1,0 +1,111 @@
+// safe_output_test.cpp: outputs are whole or not there.
+#include "host/failure.h"
+#include "host/safe_output.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadText;
+using test::TemporaryFolder;
+using test::WriteText;
+
+void WriteThrough(SafeOutput &output, const std::string &text)
+{
+    File file = output.Create();
+    ASSERT_FALSE(file.Write(text.data(), text.size()));
+    ASSERT_FALSE(file.Close());
+}
+
+TEST(SafeOutput, AppearsOnlyWhenCommitted)
+{
+    TemporaryFolder folder;
+    {
+        SafeOutput output(folder / "a.wav");
+        WriteThrough(output, "new");
+        EXPECT_FALSE(fs::exists(folder / "a.wav"));
+        EXPECT_EQ(output.temporary().extension(), ".wav");
+        EXPECT_EQ(output.temporary().parent_path(), folder.path());
+        output.Commit();
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.wav"});
+    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, LeavesNothingWithoutCommit)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a.wav", "old");
+    {
+        SafeOutput output(folder / "a.wav");
+        WriteThrough(output, "half");
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.wav"});
+    EXPECT_EQ(ReadText(folder / "a.wav"), "old");
+}
+
+TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a.wav", "old");
+    const fs::perms perms = fs::perms::owner_read | fs::perms::owner_write;
+    fs::permissions(folder / "a.wav", perms);
+    SafeOutput output(folder / "a.wav");
+    WriteThrough(output, "new");
+    output.Commit();
+    EXPECT_EQ(fs::status(folder / "a.wav").permissions(), perms);
+    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, WritesThroughASymbolicLink)
+{
+    TemporaryFolder folder;
+    fs::create_directory(folder / "real");
+    WriteText(folder / "real/a.wav", "old");
+    fs::create_symlink("real/a.wav", folder / "link.wav");
+    SafeOutput output(folder / "link.wav");
+    WriteThrough(output, "new");
+    output.Commit();
+    EXPECT_TRUE(fs::is_symlink(folder / "link.wav"));
+    EXPECT_EQ(ReadText(folder / "real/a.wav"), "new");
+}
+
+TEST(SafeOutput, RefusesWhatIsNoPlaceForAFile)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "file", "");
+    EXPECT_THROW(SafeOutput(folder.path()), Failure);
+    EXPECT_THROW(SafeOutput(folder / "nowhere/a.wav"), Failure);
+    EXPECT_THROW(SafeOutput(folder / "file/a.wav"), Failure);
+    EXPECT_THROW(SafeOutput("/dev/null"), Failure);
+}
+
+TEST(SafeOutput, WorksForTheLongestName)
+{
+    TemporaryFolder folder;
+    const std::string name = std::string(251, 'x') + ".wav";
+    SafeOutput output(folder / name);
+    WriteThrough(output, "new");
+    output.Commit();
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{name});
+}
+
+TEST(SameFile, SeesThroughLinks)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a", "");
+    WriteText(folder / "b", "");
+    fs::create_hard_link(folder / "a", folder / "hard");
+    fs::create_symlink("a", folder / "soft");
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "a"));
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "hard"));
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "soft"));
+    EXPECT_FALSE(AreSameFile(folder / "a", folder / "b"));
+    EXPECT_FALSE(AreSameFile(folder / "a", folder / "none"));
+}
+
+} // namespace
+} // namespace tonekit::host
