@@ -1,0 +1,305 @@
+// codes.tier.cpp: scans the control stream for codes.
+//
+// The stream is told bit by bit: a channel's window takes in one bit a sample, and is looked at when
+// `readahead` has counted down. Read that way, nearly all the time goes into moving bits. But while no
+// channel awaits a code, all that a look can do is to set the distance to the next one, unless it finds a
+// packet prefix. So stereo audio is hunted through in steps of 32 frames, with the looks' distances alone, up
+// to the step in which a prefix stands; that one is read as told.
+#include "frame/tier.h"
+
+#include "hdcd/code_scan.h"
+#include "hdcd/hdcd_log.h"
+#include "hdcd/hdcd_tables.h"
+#include "hdcd/lsb_gather.h"
+
+#include <cstddef>
+
+namespace tonekit::TONEKIT_TIER {
+
+namespace {
+
+constexpr std::uint32_t kPrefixA = 0x7E0FA005; // 8 bits follow
+constexpr std::uint32_t kPrefixB = 0x7E0FA006; // 16 bits follow
+constexpr std::uint32_t kCodeA = 0x0FA00500;
+constexpr std::uint32_t kCodeAZeros = 0xC8;
+constexpr std::uint32_t kCodeB = 0xA0060000;
+constexpr std::uint8_t kLookAfterZeros = 31;
+
+// The bits are scrambled; all patterns are those of the view.
+std::uint32_t ScrambledView(std::uint64_t window)
+{
+    return static_cast<std::uint32_t>(window ^ window >> 5 ^ window >> 23);
+}
+
+bool ReadCodeA(HdcdChannelState *channel, std::uint32_t view)
+{
+    if ((view & kCodeAZeros) != 0) {
+        ++channel->code_counterA_almost;
+        hdcd_log_write(channel->log, "hdcd error: Control A almost: 0x%02x near %d\n", view & 0xFF,
+                       channel->sample_count);
+        return false;
+    }
+    // Code A has 3 bits for the gain, in steps of 1 dB: the sum doubles them.
+    channel->control = static_cast<std::uint8_t>((view & 0xFF) + (view & 7));
+    ++channel->code_counterA;
+    return true;
+}
+
+bool ReadCodeB(HdcdChannelState *channel, std::uint32_t view)
+{
+    const std::uint32_t check = ~view >> 8 & 0xFF;
+    if (((view & 0xFFFF00FF) ^ check) != kCodeB) {
+        ++channel->code_counterB_checkfails;
+        hdcd_log_write(channel->log,
+                       "hdcd error: Control B check failed: 0x%04x (0x%02x vs 0x%02x) near %d\n",
+                       view & 0xFFFF, view >> 8 & 0xFF, ~view & 0xFF, channel->sample_count);
+        return false;
+    }
+    channel->control = static_cast<std::uint8_t>(view >> 8);
+    ++channel->code_counterB;
+    return true;
+}
+
+// Reads the code that is due. Gives whether it is valid; what is neither code is passed over in silence.
+bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
+{
+    bool valid = false;
+    if ((view & kCodeA) == kCodeA)
+        valid = ReadCodeA(channel, view);
+    else if ((view & kCodeB) == kCodeB)
+        valid = ReadCodeB(channel, view);
+    if (!valid)
+        return false;
+    const std::int32_t gain = channel->control & kHdcdGainMask;
+    channel->count_peak_extend += (channel->control & kHdcdPeakExtend) != 0;
+    channel->count_transient_filter += (channel->control & kHdcdTransientFilter) != 0;
+    ++channel->gain_counts[gain];
+    if (channel->max_gain < gain)
+        channel->max_gain = gain;
+    return true;
+}
+
+// Looks at a channel's window, once readahead has run out. Gives whether a valid code has been completed.
+bool Look(HdcdChannelState *channel)
+{
+    const std::uint32_t view = ScrambledView(channel->window);
+    bool accepted = false;
+    if (channel->arg != 0) {
+        accepted = ReadCode(channel, view);
+        channel->arg = 0;
+    }
+    if (view == kPrefixA || view == kPrefixB) {
+        channel->readahead = static_cast<std::uint8_t>((view & 3) * 8);
+        channel->arg = 1;
+        ++channel->code_counterC;
+    } else {
+        channel->readahead = view != 0 ? HdcdReadaheadTable[view & 0xFF] : kLookAfterZeros;
+    }
+    return accepted;
+}
+
+// The bits 0 of one channel's next frames, 32 at most, the oldest on top.
+std::uint64_t CollectLsbs(const std::int32_t *samples, std::int32_t frames, std::int32_t stride)
+{
+    std::uint64_t bits = 0;
+    for (std::int32_t i = 0; i < frames; ++i, samples += stride)
+        bits = bits << 1 | (static_cast<std::uint32_t>(*samples) & 1);
+    return bits;
+}
+
+// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer), as told.
+// Gives the frames.
+std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
+{
+    for (std::int32_t i = 0; i < scan->channels; ++i)
+        frames = frames < scan->states[i].readahead ? frames : scan->states[i].readahead;
+    for (std::int32_t i = 0; i < scan->channels; ++i) {
+        HdcdChannelState *channel = &scan->states[i];
+        channel->window = channel->window << frames | CollectLsbs(scan->samples + i, frames, scan->stride);
+        channel->readahead = static_cast<std::uint8_t>(channel->readahead - frames);
+        if (channel->readahead == 0 && Look(channel)) {
+            scan->accepted = true;
+            channel->sustain = channel->sustain_reset;
+            if (channel->count_sustain_expired == -1)
+                channel->count_sustain_expired = 0;
+        }
+    }
+    return frames;
+}
+
+// The hunt keeps bits in time order, the oldest in bit 0, as they are gathered.
+std::uint64_t ReverseBits(std::uint64_t bits)
+{
+    bits = (bits & 0x5555555555555555) << 1 | (bits >> 1 & 0x5555555555555555);
+    bits = (bits & 0x3333333333333333) << 2 | (bits >> 2 & 0x3333333333333333);
+    bits = (bits & 0x0F0F0F0F0F0F0F0F) << 4 | (bits >> 4 & 0x0F0F0F0F0F0F0F0F);
+    return __builtin_bswap64(bits);
+}
+constexpr std::uint32_t kReversedPrefixA = 0xA005F07E;
+constexpr std::uint32_t kReversedPrefixB = 0x6005F07E;
+
+// Both channels' last 64 bits after a step of 32 frames, and these scrambled (the upper 55 of them are
+// right).
+struct alignas(16) HuntStep {
+    std::uint64_t bits[2];
+    std::uint64_t view[2];
+};
+constexpr std::int32_t kHuntSteps = 16;
+
+// Fills in a row of steps behind the one in front of them.
+void GatherSteps(HuntStep *steps, std::int32_t count, const std::int32_t *samples)
+{
+    const auto *before = reinterpret_cast<const __m128i *>(steps[-1].bits);
+    // Lanes 0 and 1: the channels' newest 32 bits.
+    __m128i lastBits = _mm_shuffle_epi32(_mm_load_si128(before), _MM_SHUFFLE(3, 1, 3, 1));
+    __m128i lastView = _mm_shuffle_epi32(_mm_load_si128(before + 1), _MM_SHUFFLE(3, 1, 3, 1));
+    for (std::int32_t i = 0; i < count; ++i, samples += 2 * kGatherFrames) {
+        const __m128i newBits = GatherLsbs(samples);
+        const __m128i bits = _mm_unpacklo_epi32(lastBits, newBits);
+        const __m128i scrambled =
+            _mm_xor_si128(bits, _mm_xor_si128(_mm_slli_epi64(bits, 5), _mm_slli_epi64(bits, 23)));
+        const __m128i newView = _mm_shuffle_epi32(scrambled, _MM_SHUFFLE(3, 1, 3, 1));
+        auto *step = reinterpret_cast<__m128i *>(steps[i].bits);
+        _mm_store_si128(step, bits);
+        _mm_store_si128(step + 1, _mm_unpacklo_epi32(lastView, newView));
+        lastBits = newBits;
+        lastView = newView;
+    }
+}
+
+// Follows one channel's looks through a step. Due counts from the step's first frame, 1 to 32 standing for a
+// look within it. Gives the count from the next step's first frame; 0 if a look finds a prefix.
+[[gnu::always_inline]] inline std::uint32_t HuntThroughStep(std::uint64_t view, std::uint32_t due)
+{
+    while (due <= kGatherFrames) {
+        // Bit 31 of the shifted view is the frame of the look.
+        const auto look = static_cast<std::uint32_t>(view >> due);
+        std::uint32_t distance = HdcdHuntTable[static_cast<int>(look >> 24)];
+        if (__builtin_expect(distance == 0, 0)) {
+            if (look == kReversedPrefixA || look == kReversedPrefixB)
+                return 0;
+            distance = look == 0 ? kLookAfterZeros
+                                 : HdcdReadaheadTable[static_cast<int>(ReverseBits(look) >> 32 & 0xFF)];
+        }
+        due += distance;
+    }
+    return due - kGatherFrames;
+}
+
+// Takes both channels through as many whole steps of 32 frames as hold no prefix. Gives the frames. Both
+// channels must be without a code due.
+std::int32_t HuntStereo(HdcdChannelState *states, const std::int32_t *samples, std::int32_t frames)
+{
+    HuntStep storage[1 + kHuntSteps];
+    HuntStep *steps = storage + 1;
+    std::uint32_t due[2];
+    for (int i = 0; i < 2; ++i) {
+        const std::uint64_t bits = ReverseBits(states[i].window);
+        storage[0].bits[i] = bits;
+        storage[0].view[i] = bits ^ bits << 5 ^ bits << 23;
+        due[i] = states[i].readahead;
+    }
+    std::int32_t count = frames / kGatherFrames;
+    count = count < kHuntSteps ? count : kHuntSteps;
+    GatherSteps(steps, count, samples);
+    std::int32_t hunted = 0;
+    for (; hunted < count; ++hunted) {
+        const std::uint32_t left = HuntThroughStep(steps[hunted].view[0], due[0]);
+        const std::uint32_t right = HuntThroughStep(steps[hunted].view[1], due[1]);
+        if (left == 0 || right == 0)
+            break;
+        due[0] = left;
+        due[1] = right;
+    }
+    for (int i = 0; i < 2; ++i) {
+        states[i].window = ReverseBits(steps[hunted - 1].bits[i]);
+        states[i].readahead = static_cast<std::uint8_t>(due[i]);
+    }
+    return hunted * kGatherFrames;
+}
+
+// Hunts through what frames can be hunted through; gives how many.
+std::int32_t Hunt(const CodeScan *scan, std::int32_t frames)
+{
+    if (scan->channels != 2 || scan->stride != 2 || frames < kGatherFrames)
+        return 0;
+    for (std::int32_t i = 0; i < 2; ++i)
+        if (scan->states[i].arg != 0 || scan->states[i].readahead == 0)
+            return 0;
+    return HuntStereo(scan->states, scan->samples, frames);
+}
+
+void Advance(CodeScan *scan, std::int32_t frames)
+{
+    scan->samples += static_cast<std::ptrdiff_t>(frames) * scan->stride;
+    scan->consumed += frames;
+}
+
+// Reads the frames, or the length of a hunting step of them, or up to a valid code.
+void ReadAsTold(CodeScan *scan, std::int32_t frames)
+{
+    const std::int32_t end = scan->consumed + (frames < kGatherFrames ? frames : kGatherFrames);
+    while (scan->consumed < end && !scan->accepted)
+        Advance(scan, ReadToNextLook(scan, end - scan->consumed));
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(BeginCodeScan, void,
+                      (CodeScan * scan, HdcdChannelState *states, std::int32_t channels,
+                       const std::int32_t *samples, std::int32_t max, std::int32_t stride))
+{
+    *scan = {states, samples, channels, stride < channels ? channels : stride, 0, 0, false, {false, false}};
+    if (max <= 0)
+        return;
+    for (std::int32_t i = 0; i < channels; ++i) {
+        HdcdChannelState *channel = &states[i];
+        scan->timed[i] = channel->sustain != 0;
+        if (!scan->timed[i])
+            continue;
+        // A shorter timer of the second channel comes too late for the first, which has paid for the longer
+        // way.
+        if (channel->sustain <= static_cast<std::uint32_t>(max)) {
+            channel->control = 0;
+            max = static_cast<std::int32_t>(channel->sustain);
+        }
+        channel->sustain -= static_cast<std::uint32_t>(max);
+    }
+    scan->frames = max;
+}
+
+TONEKIT_INTERNAL_BODY(ContinueCodeScan, bool, (CodeScan * scan, std::int32_t frames))
+{
+    const std::int32_t left = scan->frames - scan->consumed;
+    if (left == 0 || scan->accepted)
+        return false;
+    const std::int32_t end = scan->consumed + (frames < left ? frames : left);
+    while (scan->consumed < end && !scan->accepted) {
+        const std::int32_t hunted = Hunt(scan, end - scan->consumed);
+        if (hunted == 0)
+            ReadAsTold(scan, end - scan->consumed);
+        else
+            Advance(scan, hunted);
+    }
+    return true;
+}
+
+TONEKIT_INTERNAL_BODY(EndCodeScan, void, (CodeScan * scan))
+{
+    for (std::int32_t i = 0; i < scan->channels; ++i)
+        if (scan->timed[i] && scan->states[i].sustain == 0)
+            ++scan->states[i].count_sustain_expired;
+}
+
+TONEKIT_INTERNAL_BODY(hdcd_find_codes, std::int32_t,
+                      (HdcdChannelState * states, std::int32_t channels, const std::int32_t *samples,
+                       std::int32_t max, std::int32_t stride))
+{
+    CodeScan scan;
+    BeginCodeScan(&scan, states, channels, samples, max, stride);
+    ContinueCodeScan(&scan, scan.frames);
+    EndCodeScan(&scan);
+    return scan.consumed;
+}
+
+} // namespace tonekit::TONEKIT_TIER

@@ -1,0 +1,214 @@
+// gain.tier.cpp: scales samples, extends peaks and applies the gain ramp.
+#include "frame/tier.h"
+
+#include "hdcd/gain.h"
+#include "hdcd/gain_ramp.h"
+#include "hdcd/hdcd_tables.h"
+
+#include <emmintrin.h>
+#ifdef __AVX2__
+    #include <immintrin.h>
+#endif
+
+#include <cstddef>
+
+namespace tonekit::TONEKIT_TIER {
+
+namespace {
+
+constexpr std::int32_t kLastPeak = 9855;
+
+std::int32_t PeakLevel(std::int32_t bits)
+{
+    return (1 << (bits - 1)) - kLastPeak;
+}
+
+std::int32_t ShiftUp(std::int32_t sample, int shift)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sample) << shift);
+}
+
+// The magnitudes from the level on come from the table. It is made for 16 bits; with 20 and 24 bits its
+// values don't join those of the shift at the level, and that is how it is meant to be.
+std::int32_t ExtendPeak(std::int32_t sample, std::int32_t level, int shift)
+{
+    const std::uint32_t bitsOfSample = static_cast<std::uint32_t>(sample);
+    const std::uint32_t magnitude = sample < 0 ? 0 - bitsOfSample : bitsOfSample;
+    if (magnitude < static_cast<std::uint32_t>(level))
+        return ShiftUp(sample, shift);
+    const std::uint32_t above = magnitude - static_cast<std::uint32_t>(level);
+    const std::uint32_t peak = HdcdPeakTable[above < kLastPeak ? static_cast<int>(above) : kLastPeak];
+    return static_cast<std::int32_t>(sample < 0 ? 0 - peak : peak);
+}
+
+// Rounds towards minus infinity.
+std::int32_t Attenuate(std::int32_t sample, std::int32_t gain)
+{
+    return static_cast<std::int32_t>(std::int64_t{sample} * HdcdGainTable32[gain] >> 23);
+}
+
+void Scale(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t bits, bool extend)
+{
+    const int shift = 31 - bits;
+    const std::int32_t level = PeakLevel(bits);
+    for (std::int32_t i = 0; i < count; ++i, samples += stride)
+        *samples = extend ? ExtendPeak(*samples, level, shift) : ShiftUp(*samples, shift);
+}
+
+// Applies the ramp and sets the gain that it reaches. Gives the samples that it takes.
+std::int32_t Ramp(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t *gain,
+                  std::int32_t target)
+{
+    const GainRamp ramp = RampTowards(*gain, target, count);
+    std::int32_t step = *gain;
+    for (std::int32_t i = 0; i < ramp.samples; ++i, samples += stride) {
+        step += ramp.step;
+        *samples = Attenuate(*samples, step);
+    }
+    *gain = ramp.reached;
+    return ramp.samples;
+}
+
+void Hold(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t gain)
+{
+    if (gain == 0)
+        return;
+    for (std::int32_t i = 0; i < count; ++i, samples += stride)
+        *samples = Attenuate(*samples, gain);
+}
+
+// Below: both channels at once, four samples to a vector.
+
+// The shift as a template parameter: a shift by a count in a register costs twice as much.
+template <int Shift>
+void ScaleFlat(std::int32_t *samples, std::size_t count)
+{
+    std::size_t i = 0;
+#ifdef __AVX2__
+    for (; count - i >= 64; i += 64)
+        for (int k = 0; k < 8; ++k) {
+            auto *at = reinterpret_cast<__m256i *>(samples + i) + k;
+            _mm256_storeu_si256(at, _mm256_slli_epi32(_mm256_loadu_si256(at), Shift));
+        }
+#else
+    for (; count - i >= 32; i += 32)
+        for (int k = 0; k < 8; ++k) {
+            auto *at = reinterpret_cast<__m128i *>(samples + i) + k;
+            _mm_storeu_si128(at, _mm_slli_epi32(_mm_loadu_si128(at), Shift));
+        }
+#endif
+    for (; i < count; ++i)
+        samples[i] = ShiftUp(samples[i], Shift);
+}
+
+void ScaleUp(std::int32_t *samples, std::size_t count, std::int32_t bits)
+{
+    switch (bits) {
+    case 16:
+        return ScaleFlat<15>(samples, count);
+    case 20:
+        return ScaleFlat<11>(samples, count);
+    default:
+        return ScaleFlat<7>(samples, count);
+    }
+}
+
+std::int32_t ScaleOne(std::int32_t sample, std::int32_t level, int shift, std::int32_t extend)
+{
+    return extend != 0 ? ExtendPeak(sample, level, shift) : ShiftUp(sample, shift);
+}
+
+// Peaks are rare: two frames without any are shifted, others are taken apart.
+void ScaleWithPeaks(std::int32_t *samples, std::int32_t frames, std::int32_t bits, const std::int32_t *extend)
+{
+    const std::int32_t level = PeakLevel(bits);
+    const int shift = 31 - bits;
+    // A channel without extension gets a level that is next to never reached.
+    const std::int32_t left = extend[0] != 0 ? level - 1 : INT32_MAX;
+    const std::int32_t right = extend[1] != 0 ? level - 1 : INT32_MAX;
+    const __m128i highest = _mm_setr_epi32(left, right, left, right);
+    const __m128i lowest = _mm_setr_epi32(-left, -right, -left, -right);
+    const __m128i shiftCount = _mm_cvtsi32_si128(shift);
+    for (; frames >= 2; frames -= 2, samples += 4) {
+        auto *at = reinterpret_cast<__m128i *>(samples);
+        const __m128i values = _mm_loadu_si128(at);
+        const __m128i peaks = _mm_or_si128(_mm_cmpgt_epi32(values, highest), _mm_cmplt_epi32(values, lowest));
+        if (_mm_movemask_epi8(peaks) == 0) {
+            _mm_storeu_si128(at, _mm_sll_epi32(values, shiftCount));
+            continue;
+        }
+        for (int i = 0; i < 4; ++i)
+            samples[i] = ScaleOne(samples[i], level, shift, extend[i & 1]);
+    }
+    if (frames == 1)
+        for (int i = 0; i < 2; ++i)
+            samples[i] = ScaleOne(samples[i], level, shift, extend[i]);
+}
+
+void ScaleLinked(std::int32_t *samples, std::int32_t frames, const LinkedGain &gain)
+{
+    if (gain.bits[0] != gain.bits[1]) {
+        for (int i = 0; i < 2; ++i)
+            Scale(samples + i, frames, 2, gain.bits[i], gain.extend[i] != 0);
+    } else if (gain.extend[0] == 0 && gain.extend[1] == 0) {
+        ScaleUp(samples, 2 * static_cast<std::size_t>(frames), gain.bits[0]);
+    } else {
+        ScaleWithPeaks(samples, frames, gain.bits[0], gain.extend);
+    }
+}
+
+// Holds both channels at their gains; a gain of 0 multiplies by 1. The signed product of a sample and a
+// factor is that of the sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to
+// 54 of it are kept.
+void HoldLinked(std::int32_t *samples, std::int32_t frames, const std::int32_t *gain)
+{
+    if (gain[0] == 0 && gain[1] == 0)
+        return;
+    const std::uint32_t left = HdcdGainTable32[gain[0]];
+    const std::uint32_t right = HdcdGainTable32[gain[1]];
+    const __m128i leftFactor = _mm_set1_epi64x(left);
+    const __m128i rightFactor = _mm_set1_epi64x(right);
+    const __m128i leftRaise = _mm_slli_epi64(leftFactor, 31);
+    const __m128i rightRaise = _mm_slli_epi64(rightFactor, 31);
+    const __m128i signs = _mm_set1_epi32(INT32_MIN);
+    const __m128i lowHalves = _mm_set1_epi64x(0xFFFFFFFF);
+    for (; frames >= 2; frames -= 2, samples += 4) {
+        auto *at = reinterpret_cast<__m128i *>(samples);
+        const __m128i raised = _mm_xor_si128(_mm_loadu_si128(at), signs);
+        const __m128i even = _mm_sub_epi64(_mm_mul_epu32(raised, leftFactor), leftRaise);
+        const __m128i odd = _mm_sub_epi64(_mm_mul_epu32(_mm_srli_epi64(raised, 32), rightFactor), rightRaise);
+        const __m128i lefts = _mm_and_si128(_mm_srli_epi64(even, 23), lowHalves);
+        const __m128i rights = _mm_andnot_si128(lowHalves, _mm_slli_epi64(odd, 9));
+        _mm_storeu_si128(at, _mm_or_si128(lefts, rights));
+    }
+    if (frames == 1)
+        for (int i = 0; i < 2; ++i)
+            samples[i] = Attenuate(samples[i], gain[i]);
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(hdcd_envelope, std::int32_t,
+                      (std::int32_t * samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
+                       std::int32_t gain, std::int32_t target_gain, std::int32_t extend))
+{
+    Scale(samples, count, stride, bits, extend != 0);
+    const std::int32_t ramped = Ramp(samples, count, stride, &gain, target_gain);
+    Hold(samples + static_cast<std::ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
+    return gain;
+}
+
+TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (std::int32_t * samples, std::int32_t frames, LinkedGain *gain))
+{
+    ScaleLinked(samples, frames, *gain);
+    std::int32_t ramped[2];
+    for (int i = 0; i < 2; ++i)
+        ramped[i] = Ramp(samples + i, frames, 2, &gain->gain[i], gain->target);
+    // The channel whose ramp was shorter holds alone until the other one has caught up.
+    const std::int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
+    for (int i = 0; i < 2; ++i)
+        Hold(samples + i + 2 * static_cast<std::ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
+    HoldLinked(samples + 2 * static_cast<std::ptrdiff_t>(both), frames - both, gain->gain);
+}
+
+} // namespace tonekit::TONEKIT_TIER

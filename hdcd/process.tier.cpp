@@ -1,0 +1,157 @@
+// process.tier.cpp: cuts blocks at the control codes and runs the gain stage between them.
+//
+// The scan goes one frame ahead of the gain stage, so that the frame that completes a code, or on which a
+// timer lapses, is the first to be heard under the new control.
+#include "hdcd/siblings.h"
+
+#include <cstddef>
+
+namespace tonekit::TONEKIT_TIER {
+
+namespace {
+
+// Frames that are scanned and then decoded while they are still in the nearest cache.
+constexpr std::int32_t kPieceFrames = 512;
+
+std::int32_t *FrameAt(std::int32_t *samples, std::int32_t frame, std::int32_t stride)
+{
+    return samples + static_cast<std::ptrdiff_t>(frame) * stride;
+}
+
+std::int32_t WrappingSum(std::int32_t a, std::int32_t b)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+// What a channel's control byte asks for; it stands until it is taken afresh.
+struct ChannelControl {
+    std::int32_t extend;
+    std::int32_t target;
+};
+
+ChannelControl ControlOf(const HdcdChannelState *state)
+{
+    return {ExtendsPeaks(*state), (state->control & kHdcdGainMask) * kHdcdGainStep};
+}
+
+void RunChannel(HdcdChannelState *state, std::int32_t *samples, std::int32_t count, std::int32_t stride,
+                ChannelControl control)
+{
+    if (state->analyze_mode != 0)
+        state->running_gain = hdcd_analyze(samples, count, stride, state->running_gain, control.target,
+                                           control.extend, state->analyze_mode, state->sustain, -1);
+    else
+        state->running_gain = hdcd_envelope(samples, count, stride, state->bits, state->running_gain,
+                                            control.target, control.extend);
+}
+
+// A linked block on its way through the decoder.
+struct LinkedBlock {
+    HdcdDecoder *decoder;
+    std::int32_t *samples; // of the next frame that the gain stage takes
+    std::int32_t mismatch;
+    LinkedGain gain;
+};
+
+void TakeControl(LinkedBlock *block)
+{
+    HdcdDecoder *decoder = block->decoder;
+    block->mismatch = hdcd_control_linked(decoder, &block->gain.extend[0], &block->gain.extend[1]);
+    block->gain.target = decoder->val_target_gain;
+}
+
+// The gain stage over the next frames.
+void RunLinked(LinkedBlock *block, std::int32_t frames)
+{
+    HdcdDecoder *decoder = block->decoder;
+    LinkedGain *gain = &block->gain;
+    if (block->mismatch != 0)
+        decoder->count_tg_mismatch = WrappingSum(decoder->count_tg_mismatch, frames);
+    if (decoder->analyze_mode == 0)
+        EnvelopeLinked(block->samples, frames, gain);
+    else
+        for (int i = 0; i < 2; ++i)
+            gain->gain[i] =
+                hdcd_analyze(block->samples + i, frames, 2, gain->gain[i], gain->target, gain->extend[i],
+                             decoder->analyze_mode, decoder->channel[i].sustain, block->mismatch);
+    block->samples = FrameAt(block->samples, frames, 2);
+}
+
+// Scans the frames from `lead` on, and runs the gain stage up to the last of those that the scan takes, which
+// stays for the next control. Gives the frames run.
+std::int32_t RunToNextControl(LinkedBlock *block, std::int32_t remaining, std::int32_t lead)
+{
+    // In the analysis modes the gain stage shows the timers as the whole scan leaves them.
+    const std::int32_t piece = block->decoder->analyze_mode == 0 ? kPieceFrames : remaining;
+    CodeScan scan;
+    BeginCodeScan(&scan, block->decoder->channel, 2, FrameAt(block->samples, lead, 2), remaining - lead, 0);
+    std::int32_t done = 0;
+    while (ContinueCodeScan(&scan, piece)) {
+        const std::int32_t ready = scan.consumed + lead - 1;
+        RunLinked(block, ready - done);
+        done = ready;
+    }
+    EndCodeScan(&scan);
+    return done;
+}
+
+} // namespace
+
+TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
+                      (HdcdChannelState * state, std::int32_t *samples, std::int32_t count,
+                       std::int32_t stride))
+{
+    if (state->analyze_mode != 0)
+        PrepareAnalysis(state, samples, count, stride);
+    if (count >= 1) {
+        ChannelControl control = ControlOf(state);
+        std::int32_t run = hdcd_find_codes(state, 1, samples, count, stride) - 1;
+        std::int32_t remaining = count;
+        for (;;) {
+            RunChannel(state, samples, run, stride, control);
+            samples = FrameAt(samples, run, stride);
+            remaining -= run;
+            control = ControlOf(state);
+            if (remaining <= 1)
+                break;
+            run = hdcd_find_codes(state, 1, FrameAt(samples, 1, stride), remaining - 1, stride);
+        }
+        RunChannel(state, samples, 1, stride, control);
+    }
+    state->sample_count = WrappingSum(state->sample_count, count);
+    return state->running_gain;
+}
+
+TONEKIT_INTERNAL_BODY(hdcd_process_linked, std::int32_t,
+                      (HdcdDecoder * decoder, std::int32_t *samples, std::int32_t count))
+{
+    HdcdChannelState *channels = decoder->channel;
+    if (decoder->analyze_mode != 0)
+        for (int i = 0; i < 2; ++i)
+            PrepareAnalysis(&channels[i], samples + i, count, 2);
+    LinkedBlock block{};
+    block.decoder = decoder;
+    block.samples = samples;
+    for (int i = 0; i < 2; ++i) {
+        block.gain.bits[i] = channels[i].bits;
+        block.gain.gain[i] = channels[i].running_gain;
+    }
+    TakeControl(&block);
+    if (count >= 1) {
+        std::int32_t remaining = count;
+        std::int32_t lead = 0;
+        do {
+            remaining -= RunToNextControl(&block, remaining, lead);
+            TakeControl(&block);
+            lead = 1;
+        } while (remaining > 1);
+        RunLinked(&block, 1);
+    }
+    for (int i = 0; i < 2; ++i) {
+        channels[i].running_gain = block.gain.gain[i];
+        channels[i].sample_count = WrappingSum(channels[i].sample_count, count);
+    }
+    return channels[1].running_gain;
+}
+
+} // namespace tonekit::TONEKIT_TIER
