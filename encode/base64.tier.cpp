@@ -1,0 +1,263 @@
+// base64.tier.cpp: Base64 of RFC 4648 with the standard alphabet.
+#include <tonekit/encode.h>
+
+#include "frame/allocator.h"
+#include "frame/tier.h"
+
+#include <immintrin.h>
+
+#include <cstddef>
+
+namespace tonekit::TONEKIT_TIER {
+
+#include "encode/lanes.h"
+
+#include "encode/groups.h"
+
+namespace {
+
+constexpr uint32_t kDone = 0;
+constexpr uint32_t kRefused = 0xffffffff;
+
+constexpr char kAlphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The six bits of each character of the alphabet.
+struct Values {
+    static constexpr uint8_t kNone = 0xff;
+    uint8_t of[256];
+
+    constexpr Values() : of()
+    {
+        for (uint8_t &value : of)
+            value = kNone;
+        for (int i = 0; i < 64; ++i)
+            of[static_cast<unsigned char>(kAlphabet[i])] = static_cast<uint8_t>(i);
+    }
+};
+constexpr Values kValues;
+
+inline uint32_t Value(char character)
+{
+    return kValues.of[static_cast<unsigned char>(character)];
+}
+
+// The two characters of each twelve bits, the first in the low byte.
+struct Pairs {
+    uint16_t of[4096];
+
+    constexpr Pairs() : of()
+    {
+        for (int i = 0; i < 4096; ++i)
+            of[i] = static_cast<uint16_t>(kAlphabet[i >> 6] | kAlphabet[i & 63] << 8);
+    }
+};
+constexpr Pairs kPairs;
+
+struct Base64 {
+    static inline void EncodeGroup(const uint8_t *three, char *four)
+    {
+        const uint32_t bits = uint32_t{three[0]} << 16 | uint32_t{three[1]} << 8 | three[2];
+        const uint32_t characters = kPairs.of[bits >> 12] | uint32_t{kPairs.of[bits & 0xfff]} << 16;
+        __builtin_memcpy(four, &characters, sizeof characters);
+    }
+
+    static inline void DecodeGroup(const char *four, uint8_t *three)
+    {
+        const uint32_t bits =
+            Value(four[0]) << 18 | Value(four[1]) << 12 | Value(four[2]) << 6 | Value(four[3]);
+        three[0] = static_cast<uint8_t>(bits >> 16);
+        three[1] = static_cast<uint8_t>(bits >> 8);
+        three[2] = static_cast<uint8_t>(bits);
+    }
+
+#if defined(__SSSE3__)
+
+    template <class Lanes>
+    static inline Lanes Each8(int value)
+    {
+        return InEachLane<Lanes>(_mm_set1_epi8(static_cast<char>(value)));
+    }
+
+    template <class Lanes>
+    static inline Lanes Each32(int value)
+    {
+        return InEachLane<Lanes>(_mm_set1_epi32(value));
+    }
+
+    // Each group b0 b1 b2 takes two 16-bit halves, b0:b1 and b1:b2 with the first on top.
+    static inline __m128i Spread()
+    {
+        return _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
+    }
+
+    // Each half holds two six-bit values, which go to a byte of their own: a multiplication is a shift, by
+    // other bits for one half than for the other. A character is its value plus a distance, which depends on
+    // the run of the alphabet: 0 capitals, 1 small letters, 2 to 11 digits, 12 plus, 13 slash.
+    template <class Lanes>
+    static inline Lanes Encoded(Lanes spread)
+    {
+        const Lanes even = MultiplyHigh16(And(spread, Each32<Lanes>(0x0fc0fc00)), Each32<Lanes>(0x04000040));
+        const Lanes odd = MultiplyLow16(And(spread, Each32<Lanes>(0x003f03f0)), Each32<Lanes>(0x01000010));
+        const Lanes values = Or(even, odd);
+        const Lanes beyondCapitals = Greater8(values, Each8<Lanes>(25)); // -1 where it is so
+        const Lanes run = Subtract8(SubtractSaturated8(values, Each8<Lanes>(51)), beyondCapitals);
+        const Lanes distances = InEachLane<Lanes>(
+            _mm_setr_epi8('A', 'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                          '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 0, 0));
+        return Add8(values, Shuffle8(distances, run));
+    }
+
+    // The way back: of characters of the alphabet, the high digit tells the distance, but that of the slash,
+    // which shares 0x2_ with plus, stands in place 1.
+    template <class Lanes>
+    static inline Lanes Decoded(Lanes characters)
+    {
+        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0f));
+        const Lanes slash = Equal8(characters, Each8<Lanes>('/'));
+        const Lanes distances = InEachLane<Lanes>(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A',
+                                                                26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
+        const Lanes values = Add8(characters, Shuffle8(distances, Add8(highDigit, slash)));
+        const Lanes pairs = MultiplyAdd8(values, Each32<Lanes>(0x01400140));  // first << 6 | second
+        const Lanes groups = MultiplyAdd16(pairs, Each32<Lanes>(0x00011000)); // first << 12 | second
+        return Shuffle8(
+            groups, InEachLane<Lanes>(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)));
+    }
+
+    // Not 0 for each character of the alphabet. The low digit gives the set of high digits with which it may
+    // stand, one bit for each: 0x01 for 2, 0x02 for 3, 0x04 for 4, 0x08 for 5, 0x10 for 6, 0x20 for 7. A
+    // shuffle takes the low digit by itself, and gives 0 from 0x80 on.
+    template <class Lanes>
+    static inline Lanes InAlphabet(Lanes characters)
+    {
+        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0f));
+        const Lanes allowed = InEachLane<Lanes>(_mm_setr_epi8(
+            0x2a, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3c, 0x15, 0x14, 0x14, 0x14, 0x15));
+        const Lanes bits = InEachLane<Lanes>(
+            _mm_setr_epi8(0, 0, 0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0, 0, 0, 0, 0, 0, 0, 0));
+        return And(Shuffle8(allowed, characters), Shuffle8(bits, highDigit));
+    }
+
+#endif
+};
+
+#if defined(__SSSE3__)
+
+// Whether a lane's characters are all of the alphabet.
+inline bool LaneInAlphabet(const char *text)
+{
+    const __m128i outside = Equal8(Base64::InAlphabet(LoadLane(text)), _mm_setzero_si128());
+    return _mm_movemask_epi8(outside) == 0;
+}
+
+#else
+
+// All ones for each character from first to last. Moved to the top of the signed numbers, the range needs one
+// comparison.
+inline __m128i InRange(__m128i characters, char first, char last)
+{
+    const __m128i moved = _mm_add_epi8(characters, _mm_set1_epi8(static_cast<char>(127 - last)));
+    return _mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(126 - (last - first))));
+}
+
+inline bool LaneInAlphabet(const char *text)
+{
+    const __m128i characters = LoadLane(text);
+    const __m128i letters = InRange(_mm_or_si128(characters, _mm_set1_epi8(0x20)), 'a', 'z');
+    const __m128i slashOrDigits = InRange(characters, '/', '9');
+    const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(letters, slashOrDigits), plus)) == 0xffff;
+}
+
+#endif
+
+// How many characters of the alphabet the text begins with.
+inline std::size_t LeadingSymbols(const char *text, std::size_t length)
+{
+    std::size_t at = 0;
+#if defined(__AVX2__)
+    for (; length - at >= 64; at += 64) {
+        const auto *lanes = reinterpret_cast<const __m256i *>(text + at);
+        const __m256i first = Base64::InAlphabet(_mm256_loadu_si256(lanes));
+        const __m256i second = Base64::InAlphabet(_mm256_loadu_si256(lanes + 1));
+        const __m256i outside = Equal8(_mm256_min_epu8(first, second), _mm256_setzero_si256());
+        if (_mm256_movemask_epi8(outside) != 0)
+            break;
+    }
+#endif
+    while (length - at >= 16 && LaneInAlphabet(text + at))
+        at += 16;
+    while (at < length && Value(text[at]) != Values::kNone)
+        ++at;
+    return at;
+}
+
+inline bool AllSymbolsOrPadding(const char *text, std::size_t length)
+{
+    for (std::size_t i = 0; i < length; ++i)
+        if (text[i] != '=' && Value(text[i]) == Values::kNone)
+            return false;
+    return true;
+}
+
+// One or two bytes: two or three characters, and padding up to four.
+inline void EncodeRest(const uint8_t *data, std::size_t length, char *text)
+{
+    const uint8_t padded[3] = {data[0], length == 2 ? data[1] : uint8_t{0}, 0};
+    Base64::EncodeGroup(padded, text);
+    text[3] = '=';
+    if (length == 1)
+        text[2] = '=';
+}
+
+// Two or three characters: one or two bytes. Gives their number.
+inline std::size_t DecodeRest(const char *text, std::size_t length, uint8_t *data)
+{
+    if (length < 2)
+        return 0;
+    const char padded[4] = {text[0], text[1], length == 3 ? text[2] : 'A', 'A'};
+    uint8_t three[3];
+    Base64::DecodeGroup(padded, three);
+    __builtin_memcpy(data, three, 1);
+    if (length == 3)
+        data[1] = three[1];
+    return length - 1;
+}
+
+} // namespace
+
+TONEKIT_BODY(BASE64Encode, uint32_t, (const void *data, uint32_t length, char **text))
+{
+    // The size of the text is reckoned in signed 32 bits, which hold length * 8 up to here.
+    constexpr uint32_t kTooLong = 1u << 28;
+    if (length == 0 || length >= kTooLong || !data)
+        return kRefused;
+    char *const result = static_cast<char *>(Allocate(length * 8 / 6 + 16));
+    const auto *const bytes = static_cast<const uint8_t *>(data);
+    const std::size_t taken = EncodeGroups<Base64>(bytes, length, result);
+    char *end = result + taken / kGroupBytes * kGroupCharacters;
+    if (taken != length) {
+        EncodeRest(bytes + taken, length - taken, end);
+        end += kGroupCharacters;
+    }
+    *end = 0;
+    *text = result;
+    return kDone;
+}
+
+TONEKIT_BODY(BASE64Decode, uint32_t, (const char *text, void **data, uint32_t *length))
+{
+    if (!text || !*text)
+        return kRefused;
+    const std::size_t textLength = __builtin_strlen(text);
+    const std::size_t symbols = LeadingSymbols(text, textLength);
+    if (!AllSymbolsOrPadding(text + symbols, textLength - symbols) || symbols / 4 * 3 > 0xfffffffd)
+        return kRefused;
+    auto *const result = static_cast<uint8_t *>(Allocate(textLength * 6 / 8 + 16));
+    const std::size_t taken = DecodeGroups<Base64>(text, symbols, result);
+    const std::size_t whole = taken / kGroupCharacters * kGroupBytes;
+    *length = static_cast<uint32_t>(whole + DecodeRest(text + taken, symbols - taken, result + whole));
+    *data = result;
+    return kDone;
+}
+
+} // namespace tonekit::TONEKIT_TIER

@@ -1,0 +1,136 @@
+// groups.h: runs a code that turns groups of three bytes into four characters, and back, over any length.
+//
+// For tier units only, which include it inside their namespace, behind <immintrin.h> and lanes.h. What a code
+// brings along:
+//   EncodeGroup(three, four)   one group
+//   DecodeGroup(four, three)   and back
+//   Spread()                   which of 12 bytes each of 16 places needs, or -128 for none
+//   Encoded(lanes)             of the bytes so spread in each lane, the 16 characters
+//   Decoded(lanes)             of each lane's 16 characters, the 12 bytes, and anything behind them
+// Nothing in front of or behind data and text is read or written.
+#pragma once
+
+namespace {
+
+constexpr std::size_t kGroupBytes = 3;
+constexpr std::size_t kGroupCharacters = 4;
+
+inline __m128i LoadLane(const void *from)
+{
+    return _mm_loadu_si128(static_cast<const __m128i *>(from));
+}
+
+#if defined(__SSSE3__)
+
+inline void StoreLane(void *to, __m128i lane)
+{
+    _mm_storeu_si128(static_cast<__m128i *>(to), lane);
+}
+
+inline void Store12(uint8_t *to, __m128i lane)
+{
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(to), lane);
+    const int last = _mm_cvtsi128_si32(_mm_srli_si128(lane, 8));
+    __builtin_memcpy(to + 8, &last, sizeof last);
+}
+
+#endif
+
+#if defined(__SSSE3__)
+
+template <class Code>
+inline void EncodeLane(const uint8_t *data, char *text)
+{
+    StoreLane(text, Code::Encoded(Shuffle8(LoadLane(data), Code::Spread())));
+}
+
+#endif
+
+#if defined(__AVX2__)
+
+// One load fetches 12 bytes for each lane, with four in front that have been encoded already and four behind.
+template <class Code>
+inline void EncodeTwoLanes(const uint8_t *data, char *text)
+{
+    const __m128i places = Code::Spread();
+    const __m128i placesBehindFour = _mm_add_epi8(places, _mm_set1_epi8(4));
+    const __m256i spread = _mm256_inserti128_si256(_mm256_castsi128_si256(placesBehindFour), places, 1);
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(data - 4));
+    const __m256i characters = Code::Encoded(Shuffle8(bytes, spread));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(text), characters);
+}
+
+#endif
+
+// Encodes the whole groups of data. Gives the bytes that were taken; their characters are 4/3 as many.
+template <class Code>
+inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *text)
+{
+    const uint8_t *from = data;
+    const uint8_t *const end = data + length;
+#if defined(__AVX2__)
+    if (end - from >= 12 + 28) {
+        EncodeLane<Code>(from, text);
+        from += 12;
+        text += 16;
+        for (; end - from >= 24 + 28; from += 2 * 24, text += 2 * 32) {
+            EncodeTwoLanes<Code>(from, text);
+            EncodeTwoLanes<Code>(from + 24, text + 32);
+        }
+        if (end - from >= 28) {
+            EncodeTwoLanes<Code>(from, text);
+            from += 24;
+            text += 32;
+        }
+    }
+#endif
+#if defined(__SSSE3__)
+    for (; end - from >= 16; from += 12, text += 16)
+        EncodeLane<Code>(from, text);
+#endif
+    for (; end - from >= 3; from += 3, text += 4)
+        Code::EncodeGroup(from, text);
+    return static_cast<std::size_t>(from - data);
+}
+
+#if defined(__AVX2__)
+
+// Stores 32 bytes, of which 24 are right. The others are overwritten by what follows: at least 12 characters
+// behind.
+template <class Code>
+inline void DecodeTwoLanes(const char *text, uint8_t *data)
+{
+    const __m256i lanes = Code::Decoded(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(text)));
+    const __m256i joined = _mm256_permutevar8x32_epi32(lanes, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(data), joined);
+}
+
+#endif
+
+// Decodes the whole groups of text. Gives the characters that were taken; their bytes are 3/4 as many.
+template <class Code>
+inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *data)
+{
+    const char *from = text;
+    const char *const end = text + length;
+#if defined(__AVX2__)
+    for (; end - from >= 32 + 44; from += 2 * 32, data += 2 * 24) {
+        DecodeTwoLanes<Code>(from, data);
+        DecodeTwoLanes<Code>(from + 32, data + 24);
+    }
+    if (end - from >= 44) {
+        DecodeTwoLanes<Code>(from, data);
+        from += 32;
+        data += 24;
+    }
+#endif
+#if defined(__SSSE3__)
+    for (; end - from >= 16; from += 16, data += 12)
+        Store12(data, Code::Decoded(LoadLane(from)));
+#endif
+    for (; end - from >= 4; from += 4, data += 3)
+        Code::DecodeGroup(from, data);
+    return static_cast<std::size_t>(from - text);
+}
+
+} // namespace
