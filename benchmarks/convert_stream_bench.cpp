@@ -1,5 +1,6 @@
 // convert_stream_bench.cpp: whole conversions beside the bare resampler and beside other converters, with
 // their quality.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <memory>

@@ -86,29 +86,45 @@ TONEKIT_MEMBER_BODY(InitConverter4, _ZN21CSampleRateConverter44InitEjjjjjjjjbbjj
                          outputChannels, outputRate, dither, autoLimit, qualityLow, qualityHigh});
 }
 
+namespace {
+
+// Takes frames of the last Write, as many as still fit into the block, and gives their place.
+const uint8_t *TakeFrames(CSampleRateConverter4 *self, uint32_t &frames)
+{
+    const uint32_t room = self->blockFrames - self->blockFill;
+    frames = self->writeRemaining < room ? self->writeRemaining : room;
+    const auto *taken =
+        static_cast<const uint8_t *>(self->writeData) + size_t{self->writeConsumed} * self->readFrameBytes;
+    self->writeConsumed += frames;
+    self->blockFill += frames;
+    self->writeRemaining -= frames;
+    return taken;
+}
+
+} // namespace
+
 TONEKIT_MEMBER_BODY(ReadBlock, _ZN21CSampleRateConverter44ReadERPvRjS2_, bool,
                     (CSampleRateConverter4 * self, void *&out, uint32_t &outFrames, uint32_t &outBytes))
 {
-    while (self->writeRemaining != 0) {
-        const uint32_t room = self->blockFrames - self->blockFill;
-        const uint32_t taken = self->writeRemaining < room ? self->writeRemaining : room;
-        const size_t frameBytes = self->readFrameBytes;
-        std::memcpy(static_cast<uint8_t *>(self->inputBuffer) + self->blockFill * frameBytes,
-                    static_cast<const uint8_t *>(self->writeData) + self->writeConsumed * frameBytes,
-                    taken * frameBytes);
-        self->writeConsumed += taken;
-        self->blockFill += taken;
-        self->writeRemaining -= taken;
-        if (self->blockFill != self->blockFrames)
-            continue;
-        outFrames = Resample(self, self->blockFill, false);
-        self->totalFramesOut += outFrames;
-        out = self->outputBuffer;
-        outBytes = outFrames * self->readOutputFrameBytes;
-        self->blockFill = 0;
-        return true;
+    if (self->writeRemaining == 0)
+        return false;
+    const uint32_t gathered = self->blockFill;
+    uint32_t frames = 0;
+    const void *block = TakeFrames(self, frames);
+    // A block that the caller's buffer holds whole is converted from there; a part of one is gathered.
+    if (frames != self->blockFrames) {
+        std::memcpy(static_cast<uint8_t *>(self->inputBuffer) + size_t{gathered} * self->readFrameBytes,
+                    block, size_t{frames} * self->readFrameBytes);
+        block = self->inputBuffer;
     }
-    return false;
+    if (self->blockFill != self->blockFrames)
+        return false;
+    outFrames = ResampleFrom(self, block, self->blockFrames, false);
+    self->totalFramesOut += outFrames;
+    out = self->outputBuffer;
+    outBytes = outFrames * self->readOutputFrameBytes;
+    self->blockFill = 0;
+    return true;
 }
 
 TONEKIT_BODY(SRC4_Init, void *,

@@ -6,7 +6,8 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_MEMBER_SIBLING(Resample, _ZN21CSampleRateConverter38ResampleEjb, uint32_t,
-                       (CSampleRateConverter3 * self, uint32_t frames, bool last));
+// Resample for input that stands elsewhere than in inputBuffer.
+TONEKIT_SIBLING(ResampleFrom, uint32_t,
+                (CSampleRateConverter3 * self, const void *input, uint32_t frames, bool last));
 
 } // namespace tonekit::TONEKIT_TIER

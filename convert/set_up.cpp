@@ -2,7 +2,6 @@
 #include "convert/set_up.h"
 
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <numeric>
@@ -65,22 +64,26 @@ double DitherScale(uint32_t outputBits)
     }
 }
 
-// Memory for a count of elements and the spare ones behind them. A count that 32 bits can't hold is more than
+// Bytes of a count of elements and the spare ones behind them. A count that 32 bits can't hold is more than
 // any conversion needs, and counts as exhausted memory.
+template <class Element>
+std::size_t BytesOf(uint64_t count)
+{
+    if (count > std::numeric_limits<uint32_t>::max() - kSpareElements)
+        return SIZE_MAX;
+    return (count + kSpareElements) * sizeof(Element);
+}
+
 template <class Element>
 Element *AllocateElements(uint64_t count)
 {
-    const uint64_t elements = count + kSpareElements;
-    const bool tooMany = count > std::numeric_limits<uint32_t>::max() - kSpareElements;
-    return static_cast<Element *>(Allocate(tooMany ? SIZE_MAX : elements * sizeof(Element)));
+    return static_cast<Element *>(Allocate(BytesOf<Element>(count)));
 }
 
 template <class Element>
 Element *AllocateZeroes(uint64_t count)
 {
-    auto *elements = AllocateElements<Element>(count);
-    std::memset(static_cast<void *>(elements), 0, (count + kSpareElements) * sizeof(Element));
-    return elements;
+    return static_cast<Element *>(AllocateZeroed(BytesOf<Element>(count)));
 }
 
 template <class Dither>

@@ -7,10 +7,14 @@
 
 namespace tonekit {
 
-void *Allocate(std::size_t bytes)
+namespace {
+
+// Calls request() until it gives memory, the handler in between.
+template <class Request>
+void *Insist(std::size_t bytes, Request request)
 {
     for (;;) {
-        if (void *memory = std::malloc(bytes ? bytes : 1))
+        if (void *memory = request(bytes ? bytes : 1))
             return memory;
         const std::new_handler handler = std::get_new_handler();
         if (!handler && bytes == SIZE_MAX)
@@ -19,6 +23,18 @@ void *Allocate(std::size_t bytes)
             throw std::bad_alloc();
         handler();
     }
+}
+
+} // namespace
+
+void *Allocate(std::size_t bytes)
+{
+    return Insist(bytes, [](std::size_t size) { return std::malloc(size); });
+}
+
+void *AllocateZeroed(std::size_t bytes)
+{
+    return Insist(bytes, [](std::size_t size) { return std::calloc(size, 1); });
 }
 
 void Release(void *memory) noexcept

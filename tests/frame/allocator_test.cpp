@@ -1,7 +1,9 @@
 // allocator_test.cpp: the throwing allocator on exhaustion.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 #include "frame/allocator.h"
@@ -40,8 +42,23 @@ TEST_F(AllocatorTest, GivesZeroBytesAnAddress)
     Release(memory);
 }
 
+TEST_F(AllocatorTest, GivesZeroesWhereAsked)
+{
+    for (int round = 0; round < 3; ++round) {
+        auto *dirty = static_cast<uint8_t *>(Allocate(5000));
+        std::memset(dirty, 0xEE, 5000);
+        Release(dirty);
+        auto *bytes = static_cast<uint8_t *>(AllocateZeroed(5000));
+        EXPECT_EQ(std::count(bytes, bytes + 5000, 0), 5000);
+        Release(bytes);
+    }
+}
+
 TEST_F(AllocatorTest, ThrowsWithoutHandler)
 {
+    FailAllocation(1);
+    EXPECT_THROW(AllocateZeroed(10), std::bad_alloc);
+    EXPECT_THROW(AllocateZeroed(SIZE_MAX), std::bad_array_new_length);
     FailAllocation(1);
     EXPECT_THROW(Allocate(10), std::bad_alloc);
     EXPECT_THROW(Allocate(SIZE_MAX), std::bad_array_new_length);

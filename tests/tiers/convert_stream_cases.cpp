@@ -84,7 +84,8 @@ static void ExerciseStream(const Bodies &bodies, Random &random, Record &record)
     for (int stream = 0; stream < 40; ++stream)
         RecordStream(bodies, random, record);
 }
-TONEKIT_TIER_CASE(ExerciseStream, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb");
+TONEKIT_TIER_CASE(ExerciseStream, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
+                  "ResampleFrom");
 
 // The class members, one after the other on an object in plain memory.
 static void ExerciseClass(const Bodies &bodies, Random &random, Record &record)
