@@ -12,7 +12,7 @@ inline void Convert(const void *source, Work *destination, uint32_t count)
 {
     const auto *samples = static_cast<const Source *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<Work>(samples[i]);
+        destination[i] = static_cast<Work>(samples[i].value);
 }
 
 template <class Work>

@@ -166,14 +166,14 @@ TONEKIT_INTERNAL_BODY(LoadInt16ToDouble, void, (const void *source, double *dest
     for (; count >= kInt16Step; count -= kInt16Step, samples += kInt16Step, destination += kInt16Step)
         LoadStep16(samples, destination);
     for (; count != 0; --count, ++samples, ++destination)
-        *destination = *samples * 0x1p-15;
+        *destination = samples->value * 0x1p-15;
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt16ToFloat, void, (const void *source, float *destination, uint32_t count))
 {
     const auto *samples = static_cast<const PackedInt16 *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i]) * 0x1p-15f;
+        destination[i] = static_cast<float>(samples[i].value) * 0x1p-15f;
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt24ToDouble, void, (const void *source, double *destination, uint32_t count))
@@ -190,7 +190,7 @@ TONEKIT_INTERNAL_BODY(LoadInt32ToDouble, void, (const void *source, double *dest
 {
     const auto *samples = static_cast<const PackedInt32 *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = samples[i] * 0x1p-31;
+        destination[i] = samples[i].value * 0x1p-31;
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt32ToFloat, void, (const void *source, float *destination, uint32_t count))
@@ -198,14 +198,14 @@ TONEKIT_INTERNAL_BODY(LoadInt32ToFloat, void, (const void *source, float *destin
     // The product in double is exact, so the one rounding may as well be that of the integer.
     const auto *samples = static_cast<const PackedInt32 *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i]) * 0x1p-31f;
+        destination[i] = static_cast<float>(samples[i].value) * 0x1p-31f;
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt64ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
     const auto *samples = static_cast<const PackedInt64 *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<double>(samples[i]) * 0x1p-63;
+        destination[i] = static_cast<double>(samples[i].value) * 0x1p-63;
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt64ToFloat, void, (const void *source, float *destination, uint32_t count))
@@ -213,7 +213,7 @@ TONEKIT_INTERNAL_BODY(LoadInt64ToFloat, void, (const void *source, float *destin
     // Rounded twice, to double and to float.
     const auto *samples = static_cast<const PackedInt64 *>(source);
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(static_cast<double>(samples[i]) * 0x1p-63);
+        destination[i] = static_cast<float>(static_cast<double>(samples[i].value) * 0x1p-63);
 }
 
 TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToDouble, void, (const void *source, double *destination, uint32_t count))
@@ -221,7 +221,7 @@ TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToDouble, void, (const void *source, double *
     const auto *samples = static_cast<const PackedInt32 *>(source);
     const double gain = HdcdGainTable[GetHDCDGain()];
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = samples[i] * 0x1p-31 * gain;
+        destination[i] = samples[i].value * 0x1p-31 * gain;
 }
 
 TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToFloat, void, (const void *source, float *destination, uint32_t count))
@@ -229,7 +229,7 @@ TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToFloat, void, (const void *source, float *de
     const auto *samples = static_cast<const PackedInt32 *>(source);
     const double gain = HdcdGainTable[GetHDCDGain()];
     for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i] * 0x1p-31 * gain);
+        destination[i] = static_cast<float>(samples[i].value * 0x1p-31 * gain);
 }
 
 } // namespace tonekit::TONEKIT_TIER

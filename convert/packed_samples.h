@@ -1,17 +1,23 @@
-// packed_samples.h: the elements of callers' sample buffers, as types that may stand at any address.
+// packed_samples.h: the elements of callers' sample buffers, which may stand at any address.
 #pragma once
 
 #include <cstdint>
 
 namespace tonekit {
 
-using PackedInt16 = int16_t __attribute__((aligned(1), may_alias));
-using PackedInt32 = int32_t __attribute__((aligned(1), may_alias));
-using PackedInt64 = int64_t __attribute__((aligned(1), may_alias));
-using PackedFloat32 = float __attribute__((aligned(1), may_alias));
-using PackedFloat64 = double __attribute__((aligned(1), may_alias));
+// A record, since a plain type with these attributes loses them wherever it is deduced.
+template <class Value>
+struct __attribute__((packed, may_alias)) PackedSample {
+    Value value;
+};
 
-// Three bytes, the lowest first.
+using PackedInt16 = PackedSample<int16_t>;
+using PackedInt32 = PackedSample<int32_t>;
+using PackedInt64 = PackedSample<int64_t>;
+using PackedFloat32 = PackedSample<float>;
+using PackedFloat64 = PackedSample<double>;
+
+// The lowest byte first.
 struct PackedInt24 {
     uint8_t bytes[3];
 };

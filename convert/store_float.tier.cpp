@@ -44,7 +44,7 @@ inline void StoreClipped(void *destination, const Sample *source, uint32_t count
         StoreFloats(samples + kLanes, second);
     }
     for (; count != 0; --count, ++source, ++samples)
-        *samples = ClipOne(static_cast<float>(*source));
+        samples->value = ClipOne(static_cast<float>(*source));
 }
 
 } // namespace
@@ -63,14 +63,14 @@ TONEKIT_INTERNAL_BODY(StoreDoubleToFloat64, void, (void *destination, const doub
 {
     auto *samples = static_cast<PackedFloat64 *>(destination);
     for (uint32_t i = 0; i < count; ++i)
-        samples[i] = source[i];
+        samples[i].value = source[i];
 }
 
 TONEKIT_INTERNAL_BODY(StoreFloatToFloat64, void, (void *destination, const float *source, uint32_t count))
 {
     auto *samples = static_cast<PackedFloat64 *>(destination);
     for (uint32_t i = 0; i < count; ++i)
-        samples[i] = source[i];
+        samples[i].value = source[i];
 }
 
 TONEKIT_INTERNAL_BODY(StoreNothing, void, (void *, const void *, uint32_t)) {}

@@ -99,7 +99,7 @@ struct Int16 {
     }
     static void WriteOne(uint8_t *out, int32_t value)
     {
-        *reinterpret_cast<PackedInt16 *>(out) = static_cast<int16_t>(value);
+        reinterpret_cast<PackedInt16 *>(out)->value = static_cast<int16_t>(value);
     }
 };
 
@@ -177,7 +177,7 @@ inline void Store32(void *destination, const Sample *source, uint32_t count)
         WriteTruncated(out, AtMost(kHigh, low), AtMost(kHigh, high));
     }
     for (; count != 0; --count, ++source, out += Int32::kBytes)
-        *reinterpret_cast<PackedInt32 *>(out) = RoundOne<Int32>(static_cast<double>(*source));
+        reinterpret_cast<PackedInt32 *>(out)->value = RoundOne<Int32>(static_cast<double>(*source));
 }
 
 // The offset rule of 8 bits. Only the upper limit needs a test: packing saturates at 0.

@@ -52,9 +52,10 @@ protected:
         for (uint32_t i = 0; i < count; ++i) {
             uint8_t expected[8];
             Model(kernel.encoding, samples[i], expected);
-            ASSERT_EQ(Bytes(stored.data() + i * size, stored.data() + (i + 1) * size),
-                      Bytes(expected, expected + size))
-                << Name<Sample>(kernel) << " sample " << i << " of " << count << ": " << samples[i];
+            ASSERT_EQ(std::memcmp(stored.data() + i * size, expected, size), 0)
+                << Name<Sample>(kernel) << " sample " << i << " of " << count << ": " << samples[i]
+                << " gives "
+                << testing::PrintToString(Bytes(stored.data() + i * size, stored.data() + (i + 1) * size));
         }
     }
 
