@@ -30,44 +30,41 @@ public:
     void AddLoad(RatioTable &table, const std::string &title, const char *kernel, double limit,
                  size_t sampleBytes, Sample *)
     {
-        const size_t count = kBytesTouched / (sampleBytes + sizeof(Sample));
-        for (const char letter : RunnableLetters()) {
-            auto *body = Body<Kernel>(kernel, letter);
-            if (IsShared(kernel, letter))
-                continue;
-            table.Add(
-                title + "." + letter, letter == 'V' ? limit : 0,
-                [=, this] {
-                    FillBytes();
-                    body(source_.data(), reinterpret_cast<Sample *>(destination_.data()),
-                         static_cast<uint32_t>(count));
-                },
-                [=, this] { Copy(count * (sampleBytes + sizeof(Sample)) / 2); });
-        }
+        AddBodies(table, title, kernel, limit, sampleBytes + sizeof(Sample),
+                  [=, this](char letter, uint32_t count) {
+                      FillBytes();
+                      Body<Kernel>(kernel, letter)(source_.data(),
+                                                   reinterpret_cast<Sample *>(destination_.data()), count);
+                  });
     }
 
     template <class Kernel, class Sample>
     void AddStore(RatioTable &table, const std::string &title, const char *kernel, double limit,
                   size_t sampleBytes, Sample *)
     {
-        const size_t count = kBytesTouched / (sampleBytes + sizeof(Sample));
-        for (const char letter : RunnableLetters()) {
-            auto *body = Body<Kernel>(kernel, letter);
-            if (IsShared(kernel, letter))
-                continue;
-            table.Add(
-                title + "." + letter, letter == 'V' ? limit : 0,
-                [=, this] {
-                    FillSamples<Sample>();
-                    body(destination_.data(), reinterpret_cast<const Sample *>(source_.data()),
-                         static_cast<uint32_t>(count));
-                },
-                [=, this] { Copy(count * (sampleBytes + sizeof(Sample)) / 2); });
-        }
+        AddBodies(table, title, kernel, limit, sampleBytes + sizeof(Sample),
+                  [=, this](char letter, uint32_t count) {
+                      FillSamples<Sample>();
+                      Body<Kernel>(kernel, letter)(destination_.data(),
+                                                   reinterpret_cast<Sample *>(source_.data()), count);
+                  });
     }
 
 private:
     enum class Content { kNone, kBytes, kDoubles, kFloats };
+
+    // A row for each body of its own; the limit is for the one that serves .V.
+    template <class Run>
+    void AddBodies(RatioTable &table, const std::string &title, const char *kernel, double limit,
+                   size_t bytesPerSample, Run run)
+    {
+        const auto count = static_cast<uint32_t>(kBytesTouched / bytesPerSample);
+        for (const char letter : RunnableLetters())
+            if (!IsShared(kernel, letter))
+                table.Add(
+                    title + "." + letter, BodyAddress(kernel, letter) == BodyAddress(kernel, 'V') ? limit : 0,
+                    [=] { run(letter, count); }, [=, this] { Copy(count * bytesPerSample / 2); });
+    }
 
     static bool IsShared(const char *kernel, char letter)
     {
