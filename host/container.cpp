@@ -131,7 +131,7 @@ std::string Objection(const Container &container, const AudioFormat &format)
                std::to_string(container.maxRate);
     const auto &formats = container.formats;
     if (std::find(formats.begin(), formats.end(), format.sample) == formats.end())
-        return container.lossy ? "has no sample format of its own: leave --format out"
+        return container.lossy ? "has no sample format of its own: leave --bits out"
                                : "can't hold " + NameOf(format.sample) + " samples: its finest are " +
                                      NameOf(formats.back());
     return "";

@@ -5,7 +5,6 @@
 #include "host/platform.h"
 
 #include <algorithm>
-#include <tonekit/hdcd.h>
 
 namespace tonekit::host {
 
@@ -14,12 +13,15 @@ namespace {
 constexpr uint32_t kScanSeconds = 60;
 constexpr uint32_t kBlockFrames = 16384;
 
-} // namespace
-
-void ReleaseHdcdDecoder::operator()(HdcdDecoder *decoder) const
+HdcdDecoderPointer NewDecoder()
 {
-    hdcd_free(decoder);
+    HdcdDecoderPointer decoder(hdcd_new());
+    if (!decoder)
+        throw Failure("not enough memory to decode HDCD");
+    return decoder;
 }
+
+} // namespace
 
 bool CanCarryHdcd(const AudioReader &reader)
 {
@@ -28,7 +30,7 @@ bool CanCarryHdcd(const AudioReader &reader)
 
 HdcdFinding ScanForHdcd(AudioReader &reader)
 {
-    const HdcdDecoderPointer decoder(hdcd_new());
+    const HdcdDecoderPointer decoder = NewDecoder();
     std::vector<int16_t> samples(size_t{kBlockFrames} * 2);
     uint64_t left = uint64_t{kScanSeconds} * reader.format().rate;
     uint32_t detected = 0;
@@ -47,11 +49,7 @@ HdcdFinding ScanForHdcd(AudioReader &reader)
     return detected == 0 ? HdcdFinding::None : detected == 1 ? HdcdFinding::NoEffect : HdcdFinding::Effective;
 }
 
-HdcdStream::HdcdStream() : decoder_(hdcd_new())
-{
-    if (!decoder_)
-        throw Failure("not enough memory to decode HDCD");
-}
+HdcdStream::HdcdStream() : decoder_(NewDecoder()) {}
 
 const int32_t *HdcdStream::Decode(const int16_t *samples, uint32_t frames)
 {

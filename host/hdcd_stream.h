@@ -6,9 +6,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <tonekit/hdcd.h>
 #include <vector>
-
-struct HdcdDecoder;
 
 namespace tonekit::host {
 
@@ -19,7 +18,7 @@ bool CanCarryHdcd(const AudioReader &reader);
 HdcdFinding ScanForHdcd(AudioReader &reader);
 
 struct ReleaseHdcdDecoder {
-    void operator()(HdcdDecoder *decoder) const;
+    void operator()(HdcdDecoder *decoder) const { hdcd_free(decoder); }
 };
 using HdcdDecoderPointer = std::unique_ptr<HdcdDecoder, ReleaseHdcdDecoder>;
 

@@ -70,11 +70,11 @@ uint32_t Channels(const std::string &text)
     return Choose(text, choices);
 }
 
-SampleFormat Format(const std::string &text)
+SampleFormat Bits(const std::string &text)
 {
     constexpr Choice<SampleFormat> choices[] = {
-        {"8", SampleFormat::Int8},   {"16", SampleFormat::Int16},      {"24", SampleFormat::Int24},
-        {"32", SampleFormat::Int32}, {"float", SampleFormat::Float32}, {"double", SampleFormat::Float64}};
+        {"8", SampleFormat::Int8},   {"16", SampleFormat::Int16},    {"24", SampleFormat::Int24},
+        {"32", SampleFormat::Int32}, {"32f", SampleFormat::Float32}, {"64f", SampleFormat::Float64}};
     return Choose(text, choices);
 }
 
@@ -144,8 +144,8 @@ constexpr Row kRows[] = {
     {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }},
     {"channels", 'c', "N", "1, 2, 4, 5, 6 (5.1), 7 (6.1) or 8 (7.1)",
      [](Options &o, Text v) { o.channels = Channels(v); }},
-    {"format", 'f', "FORMAT", "samples: 8, 16, 24, 32, float (32 bit) or double (64 bit)",
-     [](Options &o, Text v) { o.format = Format(v); }},
+    {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
+     [](Options &o, Text v) { o.format = Bits(v); }},
     {"type", 't', "TYPE",
      "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff or au; without it the type is that of "
      "OUTPUT's "
@@ -172,7 +172,7 @@ constexpr Row kRows[] = {
     {"hdcd", 0, "WHEN",
      "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
      "default); decoded "
-     "samples are kept in 24 bits unless --format says otherwise",
+     "samples are kept in 24 bits unless --bits says otherwise",
      [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }},
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }},

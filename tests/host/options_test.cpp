@@ -64,12 +64,12 @@ TEST(Options, ImpossibleRatesAreRefused)
 
 TEST(Options, EverySampleFormatHasAName)
 {
-    EXPECT_EQ(ParseOptions({"-f", "8", "a", "b"}).format, SampleFormat::Int8);
-    EXPECT_EQ(ParseOptions({"-f", "16", "a", "b"}).format, SampleFormat::Int16);
-    EXPECT_EQ(ParseOptions({"-f", "24", "a", "b"}).format, SampleFormat::Int24);
-    EXPECT_EQ(ParseOptions({"-f", "32", "a", "b"}).format, SampleFormat::Int32);
-    EXPECT_EQ(ParseOptions({"-f", "float", "a", "b"}).format, SampleFormat::Float32);
-    EXPECT_EQ(ParseOptions({"-f", "double", "a", "b"}).format, SampleFormat::Float64);
+    EXPECT_EQ(ParseOptions({"-b", "8", "a", "b"}).format, SampleFormat::Int8);
+    EXPECT_EQ(ParseOptions({"-b", "16", "a", "b"}).format, SampleFormat::Int16);
+    EXPECT_EQ(ParseOptions({"-b", "24", "a", "b"}).format, SampleFormat::Int24);
+    EXPECT_EQ(ParseOptions({"-b", "32", "a", "b"}).format, SampleFormat::Int32);
+    EXPECT_EQ(ParseOptions({"-b", "32f", "a", "b"}).format, SampleFormat::Float32);
+    EXPECT_EQ(ParseOptions({"-b", "64f", "a", "b"}).format, SampleFormat::Float64);
 }
 
 TEST(Options, ThreeChannelsCantBeMade)
@@ -122,7 +122,7 @@ TEST(Options, HelpNamesEveryOptionOfItsTable)
 {
     const std::string help = HelpText();
     for (const char *option :
-         {"--rate",       "--channels",  "--format",      "--type",          "--quality",  "--filter",
+         {"--rate",       "--channels",  "--bits",        "--type",          "--quality",  "--filter",
           "--aliasing",   "--dither",    "--dither-mode", "--limiter",       "--hdcd",     "--hdcd-gain",
           "--set",        "--cover",     "--cover-size",  "--cover-quality", "--chapters", "--no-tags",
           "--replaygain", "--true-peak", "--hash",        "--jobs",          "--info",     "--json",

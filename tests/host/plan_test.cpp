@@ -31,24 +31,24 @@ TEST(Plan, EqualFormatsAreCopied)
 
 TEST(Plan, DitherComesWhenTheDepthShrinks)
 {
-    EXPECT_TRUE(PlanFor({"-f", "16"}, {Int24, 2, 44100}, "wav").dither);
-    EXPECT_TRUE(PlanFor({"-f", "16"}, {Float32, 2, 44100}, "wav").dither);
-    EXPECT_TRUE(PlanFor({"-f", "24"}, {Float64, 2, 44100}, "wav").dither);
-    EXPECT_TRUE(PlanFor({"-f", "8"}, {Int16, 2, 44100}, "wav").dither);
-    EXPECT_FALSE(PlanFor({"-f", "24"}, {Int16, 2, 44100}, "wav").dither);
+    EXPECT_TRUE(PlanFor({"-b", "16"}, {Int24, 2, 44100}, "wav").dither);
+    EXPECT_TRUE(PlanFor({"-b", "16"}, {Float32, 2, 44100}, "wav").dither);
+    EXPECT_TRUE(PlanFor({"-b", "24"}, {Float64, 2, 44100}, "wav").dither);
+    EXPECT_TRUE(PlanFor({"-b", "8"}, {Int16, 2, 44100}, "wav").dither);
+    EXPECT_FALSE(PlanFor({"-b", "24"}, {Int16, 2, 44100}, "wav").dither);
     EXPECT_FALSE(PlanFor({"-r", "48000"}, {Int16, 2, 44100}, "wav").dither);
 }
 
 TEST(Plan, DitherCanBeForcedOrForbidden)
 {
-    EXPECT_FALSE(PlanFor({"-f", "16", "--dither", "off"}, {Int24, 2, 44100}, "wav").dither);
+    EXPECT_FALSE(PlanFor({"-b", "16", "--dither", "off"}, {Int24, 2, 44100}, "wav").dither);
     EXPECT_TRUE(PlanFor({"-r", "48000", "--dither", "on"}, {Int16, 2, 44100}, "wav").dither);
 }
 
 TEST(Plan, FloatsAndThirtyTwoBitsAreNeverDithered)
 {
-    for (const char *format : {"32", "float", "double"})
-        EXPECT_FALSE(PlanFor({"-f", format, "--dither", "on"}, {Int24, 2, 44100}, "wav").dither) << format;
+    for (const char *format : {"32", "32f", "64f"})
+        EXPECT_FALSE(PlanFor({"-b", format, "--dither", "on"}, {Int24, 2, 44100}, "wav").dither) << format;
 }
 
 TEST(Plan, AContainerTakesTheClosestFormatItHas)
@@ -81,7 +81,7 @@ TEST(Plan, DecodedHdcdIsKeptInTwentyFourBits)
     EXPECT_EQ(plan.target.sample, Int24);
     EXPECT_FALSE(plan.copySamples);
     EXPECT_FALSE(plan.dither);
-    EXPECT_TRUE(PlanFor({"-f", "16"}, {Int16, 2, 44100}, "wav", 1000, false, true).dither);
+    EXPECT_TRUE(PlanFor({"-b", "16"}, {Int16, 2, 44100}, "wav", 1000, false, true).dither);
 }
 
 TEST(Plan, TheExpectedLengthFollowsTheRates)
@@ -95,7 +95,7 @@ TEST(Plan, AWavBeyondFourGiBBecomesRf64)
     const AudioFormat from{Int16, 2, 44100};
     EXPECT_EQ(PlanFor({}, from, "wav", 1'000'000'000).container->kind, ContainerKind::Wav);
     EXPECT_EQ(PlanFor({}, from, "wav", 1'100'000'000).container->kind, ContainerKind::Rf64);
-    EXPECT_EQ(PlanFor({"-f", "double"}, from, "wav", 300'000'000).container->kind, ContainerKind::Rf64);
+    EXPECT_EQ(PlanFor({"-b", "64f"}, from, "wav", 300'000'000).container->kind, ContainerKind::Rf64);
     EXPECT_EQ(PlanFor({}, from, "w64", 1'100'000'000).container->kind, ContainerKind::W64);
     EXPECT_EQ(PlanFor({}, from, "flac", 1'100'000'000).container->kind, ContainerKind::Flac);
 }
@@ -117,7 +117,7 @@ TEST(Plan, AnInputThatDoesntFitIsAFailureNotAMistake)
 {
     EXPECT_THROW(PlanFor({}, {Int16, 6, 44100}, "mp3"), Failure);
     EXPECT_THROW(PlanFor({"-r", "48000"}, {Int16, 2, 100}, "wav"), Failure);
-    EXPECT_NO_THROW(PlanFor({"-f", "24"}, {Int16, 2, 100}, "wav"));
+    EXPECT_NO_THROW(PlanFor({"-b", "24"}, {Int16, 2, 100}, "wav"));
 }
 
 TEST(Plan, OptionsThatContradictTheFileTypeAreAMistake)
@@ -126,11 +126,11 @@ TEST(Plan, OptionsThatContradictTheFileTypeAreAMistake)
         words.insert(words.end(), {"in", "out"});
         CheckTarget(ParseOptions(words), *ContainerByExtension(extension));
     };
-    EXPECT_THROW(check({"-f", "double"}, "flac"), UsageError);
-    EXPECT_THROW(check({"-f", "16"}, "mp3"), UsageError);
+    EXPECT_THROW(check({"-b", "64f"}, "flac"), UsageError);
+    EXPECT_THROW(check({"-b", "16"}, "mp3"), UsageError);
     EXPECT_THROW(check({"-c", "6"}, "mp3"), UsageError);
     EXPECT_THROW(check({"-r", "44100"}, "opus"), UsageError);
-    EXPECT_NO_THROW(check({"-f", "24", "-c", "8", "-r", "192000"}, "flac"));
+    EXPECT_NO_THROW(check({"-b", "24", "-c", "8", "-r", "192000"}, "flac"));
     EXPECT_NO_THROW(check({}, "opus"));
 }
 

@@ -45,7 +45,7 @@ TEST(Batch, JobsDontChangeTheResults)
     for (const char *jobs : {"1", "4"}) {
         std::vector<std::string> arguments = inputs;
         arguments.insert(arguments.end(),
-                         {"-j", jobs, "-r", "48000", "-f", "24", folder / (std::string("out") + jobs)});
+                         {"-j", jobs, "-r", "48000", "-b", "24", folder / (std::string("out") + jobs)});
         EXPECT_EQ(RunHost(arguments).status, 0);
     }
     for (int i = 0; i < 4; i++) {

@@ -162,7 +162,7 @@ TEST_F(Failures, OfTheCommandLine)
     ExpectFailure(2, "--channels", {"-c", "3", in, folder / "out.wav"});
     ExpectFailure(2, "extension", {in, folder / "out"});
     ExpectFailure(2, ".xyz", {in, folder / "out.xyz"});
-    ExpectFailure(2, "FLAC", {"-f", "double", in, folder / "out.flac"});
+    ExpectFailure(2, "FLAC", {"-b", "64f", in, folder / "out.flac"});
     ExpectFailure(2, "MP3", {"-r", "96000", in, folder / "out.mp3"});
 }
 
