@@ -1,6 +1,7 @@
 // options_test.cpp: the command line and its mistakes.
 #include "host/failure.h"
 #include "host/options.h"
+#include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -128,6 +129,22 @@ TEST(Options, HelpNamesEveryOptionOfItsTable)
           "--replaygain", "--true-peak", "--hash",        "--jobs",          "--info",     "--json",
           "--quiet",      "--version",   "--help"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
+}
+
+TEST(Options, TheManualTellsOfEveryOptionInTheHelp)
+{
+    const std::string manual = test::ReadText(TONEKIT_SOURCE_DIR "/docs/tonekit-convert.1");
+    const std::string help = HelpText();
+    size_t options = 0;
+    for (size_t start = help.find("--"); start != std::string::npos; start = help.find("--", start + 2)) {
+        const size_t end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", start);
+        std::string name;
+        for (const char c : help.substr(start, end - start))
+            name += c == '-' ? std::string("\\-") : std::string(1, c);
+        EXPECT_NE(manual.find(name), std::string::npos) << name;
+        options++;
+    }
+    EXPECT_GT(options, 25u);
 }
 
 TEST(Options, HelpFitsIntoEightyColumns)
