@@ -35,6 +35,25 @@ public:
     }
 
     template <class Unit>
+    void Put(Unit unit)
+    {
+        if (Left() < sizeof unit)
+            Grow();
+        std::memcpy(End(), &unit, sizeof unit);
+        used_ += sizeof unit;
+    }
+
+    // There must be one.
+    template <class Unit>
+    void DropLastIfZero()
+    {
+        Unit last;
+        std::memcpy(&last, End() - sizeof last, sizeof last);
+        if (last == 0)
+            used_ -= sizeof last;
+    }
+
+    template <class Unit>
     Unit *HandOut() const
     {
         OwnedText<Unit> result = NewText<Unit>(used_ / sizeof(Unit));
@@ -52,20 +71,31 @@ private:
 
 enum class Stop { end, refused, cut };
 
-// One conversion; what it gives is collected in `out`.
-class Conversion {
+// An open converter, or none if the system lacks it.
+class Handle {
 public:
-    Conversion(const char *to, const char *from, std::size_t room) : handle_(iconv_open(to, from)), out_(room)
-    {}
-    ~Conversion()
+    Handle(const char *to, const char *from) : handle_(iconv_open(to, from)) {}
+    ~Handle()
     {
         if (IsOpen())
             iconv_close(handle_);
     }
-    Conversion(const Conversion &) = delete;
-    Conversion &operator=(const Conversion &) = delete;
+    Handle(const Handle &) = delete;
+    Handle &operator=(const Handle &) = delete;
 
     bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+    iconv_t Get() const { return handle_; }
+
+private:
+    iconv_t handle_;
+};
+
+// One conversion; what it gives is collected in `Out()`.
+class Conversion {
+public:
+    Conversion(const char *to, const char *from, std::size_t room) : handle_(to, from), out_(room) {}
+
+    bool IsOpen() const { return handle_.IsOpen(); }
     GrowingBytes &Out() { return out_; }
 
     // Converts from `in` to `end` as far as possible and moves `in` there.
@@ -87,7 +117,7 @@ private:
         for (;;) {
             char *to = out_.End();
             std::size_t room = out_.Left();
-            const bool done = iconv(handle_, in, left, &to, &room) != static_cast<std::size_t>(-1);
+            const bool done = iconv(handle_.Get(), in, left, &to, &room) != static_cast<std::size_t>(-1);
             const int error = done ? 0 : errno;
             out_.SetLeft(room);
             if (error != E2BIG)
@@ -96,18 +126,22 @@ private:
         }
     }
 
-    iconv_t handle_;
+    Handle handle_; // before the memory, whose allocation may throw
     GrowingBytes out_;
 };
 
-// Puts U+FFFD behind all that was decoded. A zero byte goes through the converter, for it may hold back a
-// character that it would join with the next, and what comes out for it is changed.
+// Puts U+FFFD behind all that was decoded. A zero byte goes through the converter first, for it may hold back
+// a character that it would join with the next; the zero unit that comes out, if one does, gives way.
 void PutReplacement(Conversion &conversion)
 {
     const char zero = 0;
     const char *at = &zero;
+    GrowingBytes &out = conversion.Out();
+    const std::size_t before = out.Used();
     conversion.Feed(at, at + 1);
-    std::memcpy(conversion.Out().End() - sizeof kReplacement, &kReplacement, sizeof kReplacement);
+    if (out.Used() > before)
+        out.DropLastIfZero<tonekit_char16>();
+    out.Put(kReplacement);
 }
 
 // Tag characters, U+E0000 to U+E007F, are dropped in silence by some converters.

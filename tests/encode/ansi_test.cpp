@@ -263,6 +263,15 @@ TEST(CharacterSets, BytesThatTheSetDoesNotKnowAreReplaced)
                                                              u"a");
 }
 
+// Some converters refuse a zero byte in this place, others give nothing for it.
+TEST(CharacterSets, ReplacementsComeWhateverTheConverterThinksOfZeros)
+{
+    EXPECT_EQ(Decoded("ISO-2022-KR", "\xff"), u"\ufffd");
+    EXPECT_EQ(Decoded("ISO-2022-KR", "\x0e\xff"), u"\ufffd");
+    EXPECT_EQ(Decoded("ISO-2022-KR", "a\x1b"), u"a\ufffd");
+    EXPECT_EQ(Decoded("ISO-2022-JP", "\x1b$B\xff"), u"\ufffd");
+}
+
 TEST(CharacterSets, CharacterThatTheEndCutsIsReplacedOnce)
 {
     EXPECT_EQ(Decoded("EUC-JP", "a\xc6"), u"a\ufffd");

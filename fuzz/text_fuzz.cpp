@@ -1,0 +1,90 @@
+// text_fuzz.cpp: the text conversions on arbitrary bytes, beside the character-by-character model.
+//
+// The first byte chooses a character set for the conversions through the system; the rest is the text.
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <tonekit/encode.h>
+
+#include "encode/character_set.h"
+#include "tests/reference/utf_model.h"
+
+namespace {
+
+void Require(bool condition)
+{
+    if (!condition)
+        abort();
+}
+
+std::u16string Take(tonekit_char16 *text)
+{
+    Require(text != nullptr);
+    std::u16string result = text;
+    UNC_freeWStr(text);
+    return result;
+}
+
+std::string Take(char *text)
+{
+    Require(text != nullptr);
+    std::string result = text;
+    UNC_freeStr(text);
+    return result;
+}
+
+void CheckUtf(const std::string &bytes, const std::u16string &units)
+{
+    const std::u16string decoded = Take(UNC_Utf8ToUnicode(bytes.c_str()));
+    Require(decoded == tonekit::reference::Utf8ToUtf16(bytes));
+    const std::string encoded = Take(UNC_UnicodeToUtf8(units.c_str()));
+    Require(encoded == tonekit::reference::Utf16ToUtf8(units));
+    // What has been made is well-formed, so it comes back as it is.
+    Require(Take(UNC_Utf8ToUnicode(Take(UNC_UnicodeToUtf8(decoded.c_str())).c_str())) == decoded);
+    Require(Take(UNC_UnicodeToUtf8(Take(UNC_Utf8ToUnicode(encoded.c_str())).c_str())) == encoded);
+}
+
+// Whatever is encoded is well-formed in its set.
+void CheckSet(const char *name, const std::string &bytes, const std::u16string &units)
+{
+    tonekit_char16 *decoded = tonekit::DecodeText(name, bytes.c_str());
+    if (decoded == nullptr)
+        return; // the system lacks the converter
+    UNC_freeWStr(decoded);
+    const std::string encoded = Take(tonekit::EncodeText(name, units.c_str()));
+    const std::u16string again = Take(tonekit::DecodeText(name, encoded.c_str()));
+    const bool hasReplacement =
+        Take(UNC_UnicodeToUtf8(units.c_str())).find("\xef\xbf\xbd") != std::string::npos;
+    Require(hasReplacement || again.find(u'\ufffd') == std::u16string::npos);
+}
+
+void CheckInPlace(std::u16string units)
+{
+    const std::u16string before = units;
+    UNC_ChangeEndian(units.data());
+    UNC_ChangeEndian(units.data());
+    Require(units == before);
+    const std::u16string path = Take(UNC_RemoveUnicodeAPIPath(units.c_str()));
+    const bool isTail = path.size() <= units.size() && units.ends_with(path);
+    Require(isTail || path == u"\\" + units.substr(7));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static constexpr const char *kSets[] = {"CP1252", "ISO-8859-1", "ISO-8859-7", "KOI8-R",     "EUC-JP",
+                                            "BIG5",   "SHIFT_JIS",  "GB18030",    "EUC-KR",     "ISO-2022-JP",
+                                            "CP1258", "BIG5-HKSCS", "TCVN5712-1", "ISO-2022-KR"};
+    if (size == 0)
+        return 0;
+    const char *text = reinterpret_cast<const char *>(data) + 1;
+    const std::string bytes(text, strnlen(text, size - 1));
+    std::u16string units((size - 1) / 2, 0);
+    std::memcpy(units.data(), text, units.size() * sizeof units[0]);
+    units = units.c_str(); // to the first zero
+    CheckUtf(bytes, units);
+    CheckSet(kSets[data[0] % std::size(kSets)], bytes, units);
+    CheckInPlace(units);
+    return 0;
+}
