@@ -41,7 +41,8 @@ void NameLoudspeakers(SNDFILE *handle, uint32_t channels)
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
                          const AudioFormat &format)
     : shownName_(shownName), format_(format),
-      vorbisOrder_(container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus)
+      vorbisOrder_(container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus),
+      bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
 {
     stream_.file() = std::move(file);
     SF_INFO info{};
@@ -73,6 +74,10 @@ void AudioWriter::CheckStored(sf_count_t stored, uint32_t frames) const
 
 void AudioWriter::Write(const void *samples, uint32_t frames)
 {
+    const uint64_t size = uint64_t{frames} * format_.FrameBytes();
+    if (size > bytesLeft_)
+        Fail("the samples don't fit into 4 GiB: choose w64, rf64, caf or flac");
+    bytesLeft_ -= size;
     if (vorbisOrder_ && format_.channels > 2) {
         const auto *bytes = static_cast<const uint8_t *>(samples);
         turned_.assign(bytes, bytes + size_t{frames} * format_.FrameBytes());

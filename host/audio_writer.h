@@ -18,7 +18,8 @@ public:
     AudioWriter(File file, const std::string &shownName, const Container &container,
                 const AudioFormat &format);
 
-    // Writes frames in the format given above, channels in the converter's order.
+    // Writes frames in the format given above, channels in the converter's order. Fails where the container's
+    // sizes end.
     void Write(const void *samples, uint32_t frames);
     // Completes header and file; the file is closed and whole only if this returns.
     void Finish();
@@ -31,6 +32,7 @@ private:
     SoundStream stream_;
     AudioFormat format_;
     bool vorbisOrder_;
+    uint64_t bytesLeft_;          // that the container has room for
     std::vector<int32_t> wide_;   // samples of 8 and 24 bits as libsndfile takes them
     std::vector<uint8_t> turned_; // frames in the container's channel order
 };

@@ -104,7 +104,9 @@ std::string InfoText(const FileInfo &info)
     std::string text = stream.path + "\n";
     text += Line("Type", stream.lossy ? stream.type : stream.type + ", " + stream.encoding);
     text += Line("Format", FormatText(stream));
-    text += Line("Length", ClockTime(stream.Seconds()) + " (" + std::to_string(stream.frames) + " frames)");
+    const std::string length =
+        ClockTime(stream.Seconds()) + " (" + std::to_string(stream.frames) + " frames)";
+    text += Line("Length", stream.frames ? length : "not said by the file");
     if (info.hdcd)
         text += Line("HDCD", HdcdText(*info.hdcd));
     for (const auto &[key, value] : info.text)

@@ -97,11 +97,11 @@ void JsonWriter::Whole(const char *name, uint64_t value)
 
 void JsonWriter::Real(const char *name, double value, int decimals)
 {
-    Next(name);
     if (!std::isfinite(value)) {
-        text_ += "null";
+        Null(name);
         return;
     }
+    Next(name);
     char digits[400]; // the longest double in fixed form has 309 in front of the point
     const auto result =
         std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, decimals);
@@ -112,6 +112,12 @@ void JsonWriter::Truth(const char *name, bool value)
 {
     Next(name);
     text_ += value ? "true" : "false";
+}
+
+void JsonWriter::Null(const char *name)
+{
+    Next(name);
+    text_ += "null";
 }
 
 } // namespace tonekit::host

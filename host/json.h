@@ -20,6 +20,7 @@ public:
     // Not a number and infinity, which JSON lacks, become null.
     void Real(const char *name, double value, int decimals);
     void Truth(const char *name, bool value);
+    void Null(const char *name);
 
     const std::string &text() const { return text_; }
 

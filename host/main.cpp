@@ -75,7 +75,10 @@ int Run(const Options &options)
 int Main(int argc, char **argv)
 {
     try {
-        return Run(ParseOptions(Utf8Arguments(argc, argv)));
+        const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
+        if (std::fflush(stdout) != 0 || std::ferror(stdout))
+            throw Failure("standard output can't be written");
+        return status;
     } catch (const UsageError &error) {
         std::fprintf(stderr, "tonekit-convert: %s (--help tells more)\n", error.what());
         return 2;

@@ -26,6 +26,11 @@ void AddStreamMembers(JsonWriter &json, const StreamReport &stream)
     json.Text("format", NameOf(stream.format.sample));
     json.Whole("bits", BitsOf(stream.format.sample));
     json.Truth("float", IsFloat(stream.format.sample));
+    if (stream.frames == 0) { // not said, and not counted
+        json.Null("frames");
+        json.Null("seconds");
+        return;
+    }
     json.Whole("frames", stream.frames);
     json.Real("seconds", stream.Seconds(), 6);
 }

@@ -149,6 +149,35 @@ TEST(AudioWriter, GivesEqualFilesForEqualFloats)
     EXPECT_EQ(test::ReadText(folder / "out.wav").find("PEAK"), std::string::npos);
 }
 
+TEST(AudioWriter, FailsWhereTheContainersSizesEnd)
+{
+    // An input that doesn't say how long it is may turn out too long.
+    TemporaryFolder folder;
+    Container small = ContainerOf(ContainerKind::Wav);
+    small.byteLimit = 100;
+    File file;
+    ASSERT_FALSE(file.CreateNew(folder / "out.wav"));
+    AudioWriter writer(std::move(file), "out.wav", small, {Int16, 2, 48000});
+    const std::vector<int16_t> silence(200);
+    writer.Write(silence.data(), 24);
+    EXPECT_THROW(writer.Write(silence.data(), 2), Failure);
+}
+
+TEST(AudioReader, TakesAStreamOfUnknownLength)
+{
+    TemporaryFolder folder;
+    const Sound sound = test::Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 2, 30000);
+    test::WriteSound(folder / "in.flac", sound);
+    // The number of samples in the header of a FLAC file, of which 0 stands for unknown.
+    std::string bytes = test::ReadText(folder / "in.flac");
+    bytes[21] = static_cast<char>(bytes[21] & 0xF0);
+    bytes.replace(22, 4, 4, '\0');
+    test::WriteText(folder / "in.flac", bytes);
+    AudioReader reader(folder / "in.flac");
+    EXPECT_EQ(reader.frames(), 0u);
+    EXPECT_EQ(ReadAll(reader), Expected(sound, Int16));
+}
+
 TEST(AudioReader, SixChannelsOfOggComeInTheConvertersOrder)
 {
     // Centre alone: the second channel of a Vorbis file.
