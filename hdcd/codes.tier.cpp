@@ -7,8 +7,8 @@
 // to the step in which a prefix stands; that one is read as told.
 #include "frame/tier.h"
 
-#include "hdcd/code_scan.h"
 #include "hdcd/hdcd_log.h"
+#include "hdcd/hdcd_state.h"
 #include "hdcd/hdcd_tables.h"
 #include "hdcd/lsb_gather.h"
 
@@ -98,6 +98,16 @@ bool Look(HdcdChannelState *channel)
     return accepted;
 }
 
+// A scan on its way.
+struct CodeScan {
+    HdcdChannelState *states;
+    std::int32_t channels;
+    const std::int32_t *samples; // of the next frame
+    std::int32_t stride;
+    std::int32_t consumed;
+    bool accepted; // a valid code has ended it
+};
+
 // The bits 0 of one channel's next frames, 32 at most, the oldest on top.
 std::uint64_t CollectLsbs(const std::int32_t *samples, std::int32_t frames, std::int32_t stride)
 {
@@ -135,37 +145,12 @@ std::uint64_t ReverseBits(std::uint64_t bits)
     bits = (bits & 0x0F0F0F0F0F0F0F0F) << 4 | (bits >> 4 & 0x0F0F0F0F0F0F0F0F);
     return __builtin_bswap64(bits);
 }
+__m128i Scrambled(__m128i bits)
+{
+    return _mm_xor_si128(bits, _mm_xor_si128(_mm_slli_epi64(bits, 5), _mm_slli_epi64(bits, 23)));
+}
 constexpr std::uint32_t kReversedPrefixA = 0xA005F07E;
 constexpr std::uint32_t kReversedPrefixB = 0x6005F07E;
-
-// Both channels' last 64 bits after a step of 32 frames, and these scrambled (the upper 55 of them are
-// right).
-struct alignas(16) HuntStep {
-    std::uint64_t bits[2];
-    std::uint64_t view[2];
-};
-constexpr std::int32_t kHuntSteps = 16;
-
-// Fills in a row of steps behind the one in front of them.
-void GatherSteps(HuntStep *steps, std::int32_t count, const std::int32_t *samples)
-{
-    const auto *before = reinterpret_cast<const __m128i *>(steps[-1].bits);
-    // Lanes 0 and 1: the channels' newest 32 bits.
-    __m128i lastBits = _mm_shuffle_epi32(_mm_load_si128(before), _MM_SHUFFLE(3, 1, 3, 1));
-    __m128i lastView = _mm_shuffle_epi32(_mm_load_si128(before + 1), _MM_SHUFFLE(3, 1, 3, 1));
-    for (std::int32_t i = 0; i < count; ++i, samples += 2 * kGatherFrames) {
-        const __m128i newBits = GatherLsbs(samples);
-        const __m128i bits = _mm_unpacklo_epi32(lastBits, newBits);
-        const __m128i scrambled =
-            _mm_xor_si128(bits, _mm_xor_si128(_mm_slli_epi64(bits, 5), _mm_slli_epi64(bits, 23)));
-        const __m128i newView = _mm_shuffle_epi32(scrambled, _MM_SHUFFLE(3, 1, 3, 1));
-        auto *step = reinterpret_cast<__m128i *>(steps[i].bits);
-        _mm_store_si128(step, bits);
-        _mm_store_si128(step + 1, _mm_unpacklo_epi32(lastView, newView));
-        lastBits = newBits;
-        lastView = newView;
-    }
-}
 
 // Follows one channel's looks through a step. Due counts from the step's first frame, 1 to 32 standing for a
 // look within it. Gives the count from the next step's first frame; 0 if a look finds a prefix.
@@ -190,32 +175,36 @@ void GatherSteps(HuntStep *steps, std::int32_t count, const std::int32_t *sample
 // channels must be without a code due.
 std::int32_t HuntStereo(HdcdChannelState *states, const std::int32_t *samples, std::int32_t frames)
 {
-    HuntStep storage[1 + kHuntSteps];
-    HuntStep *steps = storage + 1;
-    std::uint32_t due[2];
-    for (int i = 0; i < 2; ++i) {
-        const std::uint64_t bits = ReverseBits(states[i].window);
-        storage[0].bits[i] = bits;
-        storage[0].view[i] = bits ^ bits << 5 ^ bits << 23;
-        due[i] = states[i].readahead;
-    }
-    std::int32_t count = frames / kGatherFrames;
-    count = count < kHuntSteps ? count : kHuntSteps;
-    GatherSteps(steps, count, samples);
+    // A lane for each channel: its last 64 bits, and the view of these, of which the upper 41 bits are right.
+    __m128i bits = _mm_set_epi64x(static_cast<long long>(ReverseBits(states[1].window)),
+                                  static_cast<long long>(ReverseBits(states[0].window)));
+    __m128i newestView = Scrambled(bits);
+    std::uint32_t leftDue = states[0].readahead;
+    std::uint32_t rightDue = states[1].readahead;
     std::int32_t hunted = 0;
-    for (; hunted < count; ++hunted) {
-        const std::uint32_t left = HuntThroughStep(steps[hunted].view[0], due[0]);
-        const std::uint32_t right = HuntThroughStep(steps[hunted].view[1], due[1]);
+    for (; frames - hunted >= kGatherFrames; hunted += kGatherFrames, samples += 2 * kGatherFrames) {
+        const __m128i nextBits =
+            _mm_unpacklo_epi32(_mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1)), GatherLsbs(samples));
+        const __m128i nextView = Scrambled(nextBits);
+        const __m128i view = _mm_or_si128(_mm_srli_epi64(newestView, 32),
+                                          _mm_and_si128(nextView, _mm_set1_epi64x(0xFFFFFFFF00000000)));
+        const std::uint32_t left =
+            HuntThroughStep(static_cast<std::uint64_t>(_mm_cvtsi128_si64(view)), leftDue);
+        const std::uint32_t right = HuntThroughStep(
+            static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(view, view))), rightDue);
         if (left == 0 || right == 0)
             break;
-        due[0] = left;
-        due[1] = right;
+        leftDue = left;
+        rightDue = right;
+        bits = nextBits;
+        newestView = nextView;
     }
-    for (int i = 0; i < 2; ++i) {
-        states[i].window = ReverseBits(steps[hunted - 1].bits[i]);
-        states[i].readahead = static_cast<std::uint8_t>(due[i]);
-    }
-    return hunted * kGatherFrames;
+    states[0].window = ReverseBits(static_cast<std::uint64_t>(_mm_cvtsi128_si64(bits)));
+    states[1].window =
+        ReverseBits(static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(bits, bits))));
+    states[0].readahead = static_cast<std::uint8_t>(leftDue);
+    states[1].readahead = static_cast<std::uint8_t>(rightDue);
+    return hunted;
 }
 
 // Hunts through what frames can be hunted through; gives how many.
@@ -243,62 +232,44 @@ void ReadAsTold(CodeScan *scan, std::int32_t frames)
         Advance(scan, ReadToNextLook(scan, end - scan->consumed));
 }
 
+// Counts a running timer down for the whole scan, which gives nothing back if a code ends it early. A timer
+// that lapses takes the control with it and shortens the scan; for a channel in front of it, which has paid
+// for the longer way, that comes too late. Gives the frames that are left to scan.
+std::int32_t ChargeTimer(HdcdChannelState *channel, std::int32_t max)
+{
+    if (channel->sustain <= static_cast<std::uint32_t>(max)) {
+        channel->control = 0;
+        max = static_cast<std::int32_t>(channel->sustain);
+    }
+    channel->sustain -= static_cast<std::uint32_t>(max);
+    return max;
+}
+
 } // namespace
-
-TONEKIT_INTERNAL_BODY(BeginCodeScan, void,
-                      (CodeScan * scan, HdcdChannelState *states, std::int32_t channels,
-                       const std::int32_t *samples, std::int32_t max, std::int32_t stride))
-{
-    *scan = {states, samples, channels, stride < channels ? channels : stride, 0, 0, false, {false, false}};
-    if (max <= 0)
-        return;
-    for (std::int32_t i = 0; i < channels; ++i) {
-        HdcdChannelState *channel = &states[i];
-        scan->timed[i] = channel->sustain != 0;
-        if (!scan->timed[i])
-            continue;
-        // A shorter timer of the second channel comes too late for the first, which has paid for the longer
-        // way.
-        if (channel->sustain <= static_cast<std::uint32_t>(max)) {
-            channel->control = 0;
-            max = static_cast<std::int32_t>(channel->sustain);
-        }
-        channel->sustain -= static_cast<std::uint32_t>(max);
-    }
-    scan->frames = max;
-}
-
-TONEKIT_INTERNAL_BODY(ContinueCodeScan, bool, (CodeScan * scan, std::int32_t frames))
-{
-    const std::int32_t left = scan->frames - scan->consumed;
-    if (left == 0 || scan->accepted)
-        return false;
-    const std::int32_t end = scan->consumed + (frames < left ? frames : left);
-    while (scan->consumed < end && !scan->accepted) {
-        const std::int32_t hunted = Hunt(scan, end - scan->consumed);
-        if (hunted == 0)
-            ReadAsTold(scan, end - scan->consumed);
-        else
-            Advance(scan, hunted);
-    }
-    return true;
-}
-
-TONEKIT_INTERNAL_BODY(EndCodeScan, void, (CodeScan * scan))
-{
-    for (std::int32_t i = 0; i < scan->channels; ++i)
-        if (scan->timed[i] && scan->states[i].sustain == 0)
-            ++scan->states[i].count_sustain_expired;
-}
 
 TONEKIT_INTERNAL_BODY(hdcd_find_codes, std::int32_t,
                       (HdcdChannelState * states, std::int32_t channels, const std::int32_t *samples,
                        std::int32_t max, std::int32_t stride))
 {
-    CodeScan scan;
-    BeginCodeScan(&scan, states, channels, samples, max, stride);
-    ContinueCodeScan(&scan, scan.frames);
-    EndCodeScan(&scan);
+    if (max <= 0)
+        return 0;
+    bool timed[2] = {false, false};
+    for (std::int32_t i = 0; i < channels; ++i) {
+        timed[i] = states[i].sustain != 0;
+        if (timed[i])
+            max = ChargeTimer(&states[i], max);
+    }
+    CodeScan scan = {states, channels, samples, stride < channels ? channels : stride, 0, false};
+    while (scan.consumed < max && !scan.accepted) {
+        const std::int32_t hunted = Hunt(&scan, max - scan.consumed);
+        if (hunted == 0)
+            ReadAsTold(&scan, max - scan.consumed);
+        else
+            Advance(&scan, hunted);
+    }
+    for (std::int32_t i = 0; i < channels; ++i)
+        if (timed[i] && states[i].sustain == 0)
+            ++states[i].count_sustain_expired;
     return scan.consumed;
 }
 

@@ -1,5 +1,5 @@
 // control.cpp: what the control bytes of two linked channels mean together.
-#include "hdcd/code_scan.h"
+#include "hdcd/control.h"
 
 #include "hdcd/hdcd_log.h"
 

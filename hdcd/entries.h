@@ -2,23 +2,12 @@
 // siblings.h.
 #pragma once
 
-#include "hdcd/code_scan.h"
+#include "hdcd/control.h"
 #include "hdcd/gain.h"
 
 namespace tonekit {
 
 extern "C" {
-
-// Counts down the timers for max frames, which no longer scan gives back, and lets a control lapse whose
-// timer ends within them. Channels is 1 or 2; a stride below it is replaced by it.
-void BeginCodeScan(CodeScan *scan, HdcdChannelState *states, std::int32_t channels,
-                   const std::int32_t *samples, std::int32_t max, std::int32_t stride);
-
-// Reads on for at most the given number of frames. Gives false, having read nothing, at the scan's end.
-bool ContinueCodeScan(CodeScan *scan, std::int32_t frames);
-
-// Counts the timers that have lapsed.
-void EndCodeScan(CodeScan *scan);
 
 // A whole scan: gives the frames up to and including the one that completes a valid code or before which a
 // timer lapses, at most max; 0 with nothing changed if max is 0 or less. Changes no sample.
@@ -32,7 +21,7 @@ std::int32_t hdcd_find_codes(HdcdChannelState *states, std::int32_t channels, co
 std::int32_t hdcd_envelope(std::int32_t *samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
                            std::int32_t gain, std::int32_t target_gain, std::int32_t extend);
 
-// The same for both channels of interleaved frames. A run may be cut into several: the result is the same.
+// The same for both channels of interleaved frames.
 void EnvelopeLinked(std::int32_t *samples, std::int32_t frames, LinkedGain *gain);
 
 // Decodes count frames of one channel in place; a code takes effect on the frame that completes it. Gives the
@@ -41,7 +30,12 @@ std::int32_t hdcd_process_channel(HdcdChannelState *state, std::int32_t *samples
                                   std::int32_t stride);
 
 // Decodes count stereo frames in place, both channels on one target gain. Gives the right channel's gain.
+// Sample_count moves on as above.
 std::int32_t hdcd_process_linked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count);
+
+// The same without the decoded samples: moves all of the decoder's state on. Writes to the samples in the
+// analysis modes only.
+std::int32_t FollowLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count);
 
 } // extern "C"
 

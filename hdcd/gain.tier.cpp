@@ -85,17 +85,19 @@ void ScaleFlat(std::int32_t *samples, std::size_t count)
 {
     std::size_t i = 0;
 #ifdef __AVX2__
-    for (; count - i >= 64; i += 64)
-        for (int k = 0; k < 8; ++k) {
-            auto *at = reinterpret_cast<__m256i *>(samples + i) + k;
-            _mm256_storeu_si256(at, _mm256_slli_epi32(_mm256_loadu_si256(at), Shift));
-        }
+    for (; count - i >= 64; i += 64) {
+        auto *at = reinterpret_cast<__m256i *>(samples + i);
+    #pragma GCC unroll 8
+        for (int k = 0; k < 8; ++k)
+            _mm256_storeu_si256(at + k, _mm256_slli_epi32(_mm256_loadu_si256(at + k), Shift));
+    }
 #else
-    for (; count - i >= 32; i += 32)
-        for (int k = 0; k < 8; ++k) {
-            auto *at = reinterpret_cast<__m128i *>(samples + i) + k;
-            _mm_storeu_si128(at, _mm_slli_epi32(_mm_loadu_si128(at), Shift));
-        }
+    for (; count - i >= 32; i += 32) {
+        auto *at = reinterpret_cast<__m128i *>(samples + i);
+    #pragma GCC unroll 8
+        for (int k = 0; k < 8; ++k)
+            _mm_storeu_si128(at + k, _mm_slli_epi32(_mm_loadu_si128(at + k), Shift));
+    }
 #endif
     for (; i < count; ++i)
         samples[i] = ShiftUp(samples[i], Shift);
@@ -113,36 +115,49 @@ void ScaleUp(std::int32_t *samples, std::size_t count, std::int32_t bits)
     }
 }
 
-std::int32_t ScaleOne(std::int32_t sample, std::int32_t level, int shift, std::int32_t extend)
+// ExtendPeak of four samples, whose distances above the level are given; those below it come out as rubbish.
+__m128i ExtendPeaks(__m128i values, __m128i above)
 {
-    return extend != 0 ? ExtendPeak(sample, level, shift) : ShiftUp(sample, shift);
+    const __m128i last = _mm_set1_epi32(kLastPeak);
+    const __m128i beyond = _mm_cmpgt_epi32(above, last);
+    const __m128i below = _mm_srai_epi32(above, 31);
+    const __m128i clamped = _mm_or_si128(_mm_and_si128(beyond, last), _mm_andnot_si128(beyond, above));
+    alignas(16) std::int32_t index[4];
+    _mm_store_si128(reinterpret_cast<__m128i *>(index), _mm_andnot_si128(below, clamped));
+    alignas(16) std::uint32_t peak[4];
+    for (int i = 0; i < 4; ++i)
+        peak[i] = HdcdPeakTable[index[i]];
+    const __m128i signs = _mm_srai_epi32(values, 31);
+    const __m128i peaks = _mm_load_si128(reinterpret_cast<const __m128i *>(peak));
+    return _mm_sub_epi32(_mm_xor_si128(peaks, signs), signs);
 }
 
-// Peaks are rare: two frames without any are shifted, others are taken apart.
+// Peaks are rare: where two frames have none, the table is left alone.
 void ScaleWithPeaks(std::int32_t *samples, std::int32_t frames, std::int32_t bits, const std::int32_t *extend)
 {
     const std::int32_t level = PeakLevel(bits);
     const int shift = 31 - bits;
-    // A channel without extension gets a level that is next to never reached.
-    const std::int32_t left = extend[0] != 0 ? level - 1 : INT32_MAX;
-    const std::int32_t right = extend[1] != 0 ? level - 1 : INT32_MAX;
-    const __m128i highest = _mm_setr_epi32(left, right, left, right);
-    const __m128i lowest = _mm_setr_epi32(-left, -right, -left, -right);
+    const std::int32_t left = extend[0] != 0 ? -1 : 0;
+    const std::int32_t right = extend[1] != 0 ? -1 : 0;
+    const __m128i extended = _mm_setr_epi32(left, right, left, right);
+    const __m128i levels = _mm_set1_epi32(level);
     const __m128i shiftCount = _mm_cvtsi32_si128(shift);
     for (; frames >= 2; frames -= 2, samples += 4) {
         auto *at = reinterpret_cast<__m128i *>(samples);
         const __m128i values = _mm_loadu_si128(at);
-        const __m128i peaks = _mm_or_si128(_mm_cmpgt_epi32(values, highest), _mm_cmplt_epi32(values, lowest));
-        if (_mm_movemask_epi8(peaks) == 0) {
-            _mm_storeu_si128(at, _mm_sll_epi32(values, shiftCount));
-            continue;
-        }
-        for (int i = 0; i < 4; ++i)
-            samples[i] = ScaleOne(samples[i], level, shift, extend[i & 1]);
+        const __m128i signs = _mm_srai_epi32(values, 31);
+        // The magnitude of the lowest number is its own bits again; less the level, it is far above it.
+        const __m128i above = _mm_sub_epi32(_mm_sub_epi32(_mm_xor_si128(values, signs), signs), levels);
+        const __m128i peaks = _mm_andnot_si128(_mm_srai_epi32(above, 31), extended);
+        __m128i scaled = _mm_sll_epi32(values, shiftCount);
+        if (_mm_movemask_epi8(peaks) != 0)
+            scaled = _mm_or_si128(_mm_and_si128(peaks, ExtendPeaks(values, above)),
+                                  _mm_andnot_si128(peaks, scaled));
+        _mm_storeu_si128(at, scaled);
     }
     if (frames == 1)
         for (int i = 0; i < 2; ++i)
-            samples[i] = ScaleOne(samples[i], level, shift, extend[i]);
+            samples[i] = extend[i] != 0 ? ExtendPeak(samples[i], level, shift) : ShiftUp(samples[i], shift);
 }
 
 void ScaleLinked(std::int32_t *samples, std::int32_t frames, const LinkedGain &gain)

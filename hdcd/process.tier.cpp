@@ -4,14 +4,13 @@
 // timer lapses, is the first to be heard under the new control.
 #include "hdcd/siblings.h"
 
+#include "hdcd/gain_ramp.h"
+
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
-
-// Frames that are scanned and then decoded while they are still in the nearest cache.
-constexpr std::int32_t kPieceFrames = 512;
 
 std::int32_t *FrameAt(std::int32_t *samples, std::int32_t frame, std::int32_t stride)
 {
@@ -49,6 +48,7 @@ void RunChannel(HdcdChannelState *state, std::int32_t *samples, std::int32_t cou
 struct LinkedBlock {
     HdcdDecoder *decoder;
     std::int32_t *samples; // of the next frame that the gain stage takes
+    bool heard;            // whether anybody wants the samples
     std::int32_t mismatch;
     LinkedGain gain;
 };
@@ -67,7 +67,10 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
     LinkedGain *gain = &block->gain;
     if (block->mismatch != 0)
         decoder->count_tg_mismatch = WrappingSum(decoder->count_tg_mismatch, frames);
-    if (decoder->analyze_mode == 0)
+    if (!block->heard)
+        for (int i = 0; i < 2; ++i)
+            gain->gain[i] = RampTowards(gain->gain[i], gain->target, frames).reached;
+    else if (decoder->analyze_mode == 0)
         EnvelopeLinked(block->samples, frames, gain);
     else
         for (int i = 0; i < 2; ++i)
@@ -77,22 +80,41 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
     block->samples = FrameAt(block->samples, frames, 2);
 }
 
-// Scans the frames from `lead` on, and runs the gain stage up to the last of those that the scan takes, which
-// stays for the next control. Gives the frames run.
-std::int32_t RunToNextControl(LinkedBlock *block, std::int32_t remaining, std::int32_t lead)
+// Takes both channels through a block, whose samples are decoded only if they are to be heard.
+std::int32_t TakeLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count, bool heard)
 {
-    // In the analysis modes the gain stage shows the timers as the whole scan leaves them.
-    const std::int32_t piece = block->decoder->analyze_mode == 0 ? kPieceFrames : remaining;
-    CodeScan scan;
-    BeginCodeScan(&scan, block->decoder->channel, 2, FrameAt(block->samples, lead, 2), remaining - lead, 0);
-    std::int32_t done = 0;
-    while (ContinueCodeScan(&scan, piece)) {
-        const std::int32_t ready = scan.consumed + lead - 1;
-        RunLinked(block, ready - done);
-        done = ready;
+    HdcdChannelState *channels = decoder->channel;
+    if (decoder->analyze_mode != 0)
+        for (int i = 0; i < 2; ++i)
+            PrepareAnalysis(&channels[i], samples + i, count, 2);
+    LinkedBlock block{};
+    block.decoder = decoder;
+    block.samples = samples;
+    block.heard = heard;
+    for (int i = 0; i < 2; ++i) {
+        block.gain.bits[i] = channels[i].bits;
+        block.gain.gain[i] = channels[i].running_gain;
     }
-    EndCodeScan(&scan);
-    return done;
+    TakeControl(&block);
+    if (count >= 1) {
+        std::int32_t remaining = count;
+        std::int32_t lead = 0;
+        do {
+            const std::int32_t scanned =
+                hdcd_find_codes(channels, 2, FrameAt(block.samples, lead, 2), remaining - lead, 0);
+            const std::int32_t run = scanned + lead - 1;
+            RunLinked(&block, run);
+            TakeControl(&block);
+            remaining -= run;
+            lead = 1;
+        } while (remaining > 1);
+        RunLinked(&block, 1);
+    }
+    for (int i = 0; i < 2; ++i) {
+        channels[i].running_gain = block.gain.gain[i];
+        channels[i].sample_count = WrappingSum(channels[i].sample_count, count);
+    }
+    return channels[1].running_gain;
 }
 
 } // namespace
@@ -125,33 +147,13 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
 TONEKIT_INTERNAL_BODY(hdcd_process_linked, std::int32_t,
                       (HdcdDecoder * decoder, std::int32_t *samples, std::int32_t count))
 {
-    HdcdChannelState *channels = decoder->channel;
-    if (decoder->analyze_mode != 0)
-        for (int i = 0; i < 2; ++i)
-            PrepareAnalysis(&channels[i], samples + i, count, 2);
-    LinkedBlock block{};
-    block.decoder = decoder;
-    block.samples = samples;
-    for (int i = 0; i < 2; ++i) {
-        block.gain.bits[i] = channels[i].bits;
-        block.gain.gain[i] = channels[i].running_gain;
-    }
-    TakeControl(&block);
-    if (count >= 1) {
-        std::int32_t remaining = count;
-        std::int32_t lead = 0;
-        do {
-            remaining -= RunToNextControl(&block, remaining, lead);
-            TakeControl(&block);
-            lead = 1;
-        } while (remaining > 1);
-        RunLinked(&block, 1);
-    }
-    for (int i = 0; i < 2; ++i) {
-        channels[i].running_gain = block.gain.gain[i];
-        channels[i].sample_count = WrappingSum(channels[i].sample_count, count);
-    }
-    return channels[1].running_gain;
+    return TakeLinked(decoder, samples, count, true);
+}
+
+TONEKIT_INTERNAL_BODY(FollowLinked, std::int32_t,
+                      (HdcdDecoder * decoder, std::int32_t *samples, std::int32_t count))
+{
+    return TakeLinked(decoder, samples, count, false);
 }
 
 } // namespace tonekit::TONEKIT_TIER

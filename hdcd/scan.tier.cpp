@@ -1,7 +1,9 @@
-// scan.tier.cpp: looks for HDCD in a block by decoding a copy of it.
+// scan.tier.cpp: looks for HDCD in a block by following its decoding on a copy.
 #include "hdcd/siblings.h"
 
 #include "hdcd/detection.h"
+
+#include <emmintrin.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -18,7 +20,15 @@ void Copy(std::int32_t *copy, const std::int32_t *samples, std::size_t count)
 
 void Copy(std::int32_t *copy, const std::int16_t *samples, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
+    std::size_t i = 0;
+    for (; count - i >= 8; i += 8) {
+        const __m128i values = _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples + i));
+        auto *to = reinterpret_cast<__m128i *>(copy + i);
+        // Each value in the upper half of a lane; the shift brings it down with its sign.
+        _mm_storeu_si128(to, _mm_srai_epi32(_mm_unpacklo_epi16(values, values), 16));
+        _mm_storeu_si128(to + 1, _mm_srai_epi32(_mm_unpackhi_epi16(values, values), 16));
+    }
+    for (; i < count; ++i)
         copy[i] = samples[i];
 }
 
@@ -40,7 +50,7 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
             return kHdcdNotDetected;
         Copy(copy, samples, count);
     }
-    hdcd_process_linked(decoder, copy, frames);
+    FollowLinked(decoder, copy, frames);
     UpdateDetection(decoder);
     std::free(copy);
     return decoder->detection.detected;

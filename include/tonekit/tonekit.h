@@ -4,6 +4,7 @@
 
 #include <tonekit/convert.h>
 #include <tonekit/frame.h>
+#include <tonekit/hdcd.h>
 #include <tonekit/image.h>
 
 #endif

@@ -187,6 +187,29 @@ TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
     }
 }
 
+// Following leaves what decoding leaves, and the samples alone.
+TEST_P(HdcdProcess, FollowingMovesTheStateAsDecodingDoes)
+{
+    auto *follow = Get<decltype(FollowLinked)>("FollowLinked");
+    Random random(GetParam());
+    for (int round = 0; round < 60; ++round) {
+        hdcd_reset(decoder.get());
+        RandomStream stream(random);
+        stream.DisturbDecoder(decoder.get());
+        HdcdDecoder model = *decoder;
+        for (const RandomStream::Block &block : stream.Blocks()) {
+            Samples samples = block.samples;
+            Samples decoded = block.samples;
+            reference::HdcdProcessLinked(&model, decoded.data(), Frames(decoded));
+            ASSERT_EQ(follow(decoder.get(), samples.data(), Frames(samples)), model.channel[1].running_gain);
+            ASSERT_EQ(reference::HdcdDifferences(*decoder, model), Names{}) << "round " << round;
+            if (decoder->analyze_mode == 0) {
+                ASSERT_EQ(samples, block.samples);
+            }
+        }
+    }
+}
+
 TEST_P(HdcdProcess, SingleChannelsAgreeWithTheModel)
 {
     Random random(GetParam());

@@ -21,11 +21,8 @@ static void AddDecoder(Record &record, const HdcdDecoder *decoder)
     record.Add(&copy, sizeof copy);
 }
 
-static void ExerciseScan(const Bodies &bodies, Random &random, Record &record)
+static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *begin = bodies.Get<decltype(BeginCodeScan)>("BeginCodeScan");
-    auto *proceed = bodies.Get<decltype(ContinueCodeScan)>("ContinueCodeScan");
-    auto *end = bodies.Get<decltype(EndCodeScan)>("EndCodeScan");
     auto *findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
     for (int round = 0; round < 20; ++round) {
         RandomStream stream(random);
@@ -36,23 +33,14 @@ static void ExerciseScan(const Bodies &bodies, Random &random, Record &record)
             std::memcpy(samples.data(), block.samples.data(), samples.size());
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             const auto channels = static_cast<std::int32_t>(1 + random.Below(2));
-            if (round % 2 == 0) {
-                CodeScan scan;
-                begin(&scan, decoder->channel, channels, samples.As<std::int32_t>(), frames, 2);
-                while (proceed(&scan, static_cast<std::int32_t>(1 + random.Below(700)))) {
-                }
-                end(&scan);
-                record.AddValue(scan.consumed);
-            } else {
-                record.AddValue(findCodes(decoder->channel, channels, samples.As<std::int32_t>(), frames, 2));
-            }
+            record.AddValue(findCodes(decoder->channel, channels, samples.As<std::int32_t>(), frames, 2));
             record.Guards(samples);
             AddDecoder(record, decoder);
         }
         hdcd_free(decoder);
     }
 }
-TONEKIT_TIER_CASE(ExerciseScan, "BeginCodeScan", "ContinueCodeScan", "EndCodeScan", "hdcd_find_codes");
+TONEKIT_TIER_CASE(ExerciseFindCodes, "hdcd_find_codes");
 
 static void ExerciseGain(const Bodies &bodies, Random &random, Record &record)
 {
@@ -88,6 +76,7 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
 {
     auto *channel = bodies.Get<decltype(hdcd_process_channel)>("hdcd_process_channel");
     auto *linked = bodies.Get<decltype(hdcd_process_linked)>("hdcd_process_linked");
+    auto *follow = bodies.Get<decltype(FollowLinked)>("FollowLinked");
     for (int round = 0; round < 30; ++round) {
         RandomStream stream(random);
         HdcdDecoder *decoder = hdcd_new();
@@ -96,7 +85,9 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
             GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
             std::memcpy(samples.data(), block.samples.data(), samples.size());
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
-            if (round % 3 != 0)
+            if (round % 3 == 1)
+                record.AddValue(follow(decoder, samples.As<std::int32_t>(), frames));
+            else if (round % 3 == 2)
                 record.AddValue(linked(decoder, samples.As<std::int32_t>(), frames));
             else
                 record.AddValue(channel(&decoder->channel[0], samples.As<std::int32_t>(), frames, 2));
@@ -106,7 +97,7 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
         hdcd_free(decoder);
     }
 }
-TONEKIT_TIER_CASE(ExerciseProcess, "hdcd_process_channel", "hdcd_process_linked");
+TONEKIT_TIER_CASE(ExerciseProcess, "hdcd_process_channel", "hdcd_process_linked", "FollowLinked");
 
 static void ExerciseInterface(const Bodies &bodies, Random &random, Record &record)
 {
@@ -136,7 +127,7 @@ static void ExerciseInterface(const Bodies &bodies, Random &random, Record &reco
 }
 TONEKIT_TIER_CASE(ExerciseInterface, "hdcd_scan", "hdcd_scan16");
 
-// 8192 frames without codes, half a row of 16-bit noise each.
+// Audio without codes.
 static std::vector<std::int32_t> &BenchFrames()
 {
     static std::vector<std::int32_t> frames = [] {
@@ -171,6 +162,6 @@ static void BenchScan(const Bodies &bodies)
     static HdcdDecoder *decoder = hdcd_new();
     scan(decoder, BenchFrames().data(), 8192);
 }
-TONEKIT_TIER_BENCH(BenchScan, "hdcd_scan", "hdcd_process_linked");
+TONEKIT_TIER_BENCH(BenchScan, "hdcd_scan", "FollowLinked");
 
 } // namespace tonekit::tiers
