@@ -57,7 +57,7 @@ void HidePacket(Input &input, Samples &samples)
 {
     tonekit::HdcdEncoder encoder(samples);
     const std::uint8_t how = input.Byte();
-    const std::size_t frame = input.Byte() * 8u;
+    const std::size_t frame = input.Byte() * 8u + (how >> 4);
     const std::uint8_t byte = input.Byte();
     if (frame + tonekit::HdcdEncoder::kFramesB > samples.size() / 2)
         return;
@@ -65,7 +65,7 @@ void HidePacket(Input &input, Samples &samples)
         if ((how >> channel & 1) == 0)
             continue;
         if ((how & 4) != 0)
-            encoder.CodeA(channel, frame + (how >> 4), byte & ((how & 8) != 0 ? 0xFF : 0x37));
+            encoder.CodeA(channel, frame, byte & ((how & 8) != 0 ? 0xFF : 0x37));
         else
             encoder.CodeB(channel, frame, byte,
                           (how & 8) != 0 ? input.Byte() : static_cast<std::uint8_t>(~byte));
