@@ -29,6 +29,21 @@ function(tonekit_skip_unit unit)
     set_property(GLOBAL APPEND PROPERTY TONEKIT_SKIPPED_UNITS ${unit})
 endfunction()
 
+# Says that a unit's sources know nothing of bodies: the functions of its rows are defined under their plain names. Its
+# objects are joined into one per body, in which those names get their suffix and the named tables become local. Such
+# sources have the unit's options alone, and the tuned ones those of the tier. Their names stay visible: the export list
+# decides. Called before tonekit_read_dispatch_list.
+function(tonekit_join_unit unit)
+    set_property(GLOBAL PROPERTY TONEKIT_JOINED_${unit} TRUE)
+    set_property(GLOBAL PROPERTY TONEKIT_JOINED_TABLES_${unit} ${ARGN})
+endfunction()
+
+# Names the sources of a joined unit that are compiled with each body's tier options.
+function(tonekit_tuned_sources unit)
+    set_property(SOURCE ${ARGN} DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY
+        COMPILE_OPTIONS $<TARGET_PROPERTY:TONEKIT_TIER_OPTIONS>)
+endfunction()
+
 # The least demanding letter of a body such as A=R=S=V.
 function(tonekit_body_letter body result)
     string(REPLACE "=" ";" letters "${body}")
@@ -63,11 +78,8 @@ function(tonekit_alias_lines alias name hidden result)
     set(${result} "__asm__(\"${lines}\");\n" PARENT_SCOPE)
 endfunction()
 
-# Compiles one body of a unit. ROWS holds entries KIND|NAME|ALIAS...
-function(tonekit_add_body unit body rows)
-    tonekit_body_letter(${body} letter)
-    string(REPLACE "=" ";" letters "${body}")
-    string(REPLACE "/" "_" flat ${unit})
+# The rows of a unit as a header for tier.h, with the aliases of the letters that share a body.
+function(tonekit_write_rows header unit letter letters rows)
     set(text "// Generated from frame/dispatch.list: the rows and shared letters of ${unit}, body ${letter}.\n")
     foreach(row IN LISTS rows)
         string(REPLACE "|" ";" fields "${row}")
@@ -86,22 +98,65 @@ function(tonekit_add_body unit body rows)
             endforeach()
         endforeach()
     endforeach()
-    set(header ${TONEKIT_GENERATED}/${flat}.${letter}.h)
     file(CONFIGURE OUTPUT ${header} CONTENT "${text}" @ONLY NEWLINE_STYLE LF)
+endfunction()
 
+# Joins the objects of one body into OBJECT: gives the names of the rows their suffix, inside too, and adds the names of
+# the letters that share the body.
+function(tonekit_join_objects object unit target letter letters rows)
+    get_property(tables GLOBAL PROPERTY TONEKIT_JOINED_TABLES_${unit})
+    set(aliases "")
+    set(suffixes "")
+    foreach(row IN LISTS rows)
+        string(REPLACE "|" ";" fields "${row}")
+        list(GET fields 1 name)
+        string(APPEND suffixes "${name} ${name}.${letter}\n")
+        foreach(shared IN LISTS letters)
+            if(NOT shared STREQUAL letter)
+                string(APPEND aliases "--defsym=${name}.${shared}=${name}\n")
+            endif()
+        endforeach()
+    endforeach()
+    list(JOIN tables "\n" locals)
+    file(CONFIGURE OUTPUT ${object}.aliases CONTENT "${aliases}" @ONLY NEWLINE_STYLE LF)
+    file(CONFIGURE OUTPUT ${object}.suffixes CONTENT "${suffixes}" @ONLY NEWLINE_STYLE LF)
+    file(CONFIGURE OUTPUT ${object}.locals CONTENT "${locals}\n" @ONLY NEWLINE_STYLE LF)
+    add_custom_command(OUTPUT ${object}
+        COMMAND ${CMAKE_LINKER} -r -o ${object} @${object}.aliases $<TARGET_OBJECTS:${target}>
+        COMMAND ${CMAKE_OBJCOPY} --redefine-syms=${object}.suffixes --localize-symbols=${object}.locals ${object}
+        DEPENDS ${target} $<TARGET_OBJECTS:${target}> ${object}.aliases ${object}.suffixes ${object}.locals
+        COMMAND_EXPAND_LISTS VERBATIM COMMENT "Joining ${unit}, body ${letter}")
+    set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
+endfunction()
+
+# Compiles one body of a unit. ROWS holds entries KIND|NAME|ALIAS...
+function(tonekit_add_body unit body rows)
+    tonekit_body_letter(${body} letter)
+    string(REPLACE "=" ";" letters "${body}")
+    string(REPLACE "/" "_" flat ${unit})
+    get_property(joined GLOBAL PROPERTY TONEKIT_JOINED_${unit})
     get_property(sources GLOBAL PROPERTY TONEKIT_UNIT_SOURCES_${unit})
+    get_property(options GLOBAL PROPERTY TONEKIT_UNIT_OPTIONS_${unit})
     if(NOT sources)
         set(sources ${PROJECT_SOURCE_DIR}/${unit}.tier.cpp)
     endif()
-    get_property(options GLOBAL PROPERTY TONEKIT_UNIT_OPTIONS_${unit})
     set(target tier_${flat}_${letter})
     add_library(${target} OBJECT ${sources})
-    target_compile_definitions(${target} PRIVATE TONEKIT_TIER=${letter} TONEKIT_ROWS="${header}")
-    target_compile_options(${target} PRIVATE
-        ${TONEKIT_TIER_OPTIONS_${letter}}
-        $<$<COMPILE_LANGUAGE:CXX>:${TONEKIT_TIER_UNIT_OPTIONS}> ${options})
-    target_link_libraries(${target} PRIVATE tonekit_settings)
-    set_property(GLOBAL APPEND PROPERTY TONEKIT_OBJECTS $<TARGET_OBJECTS:${target}>)
+    if(joined)
+        set(object ${TONEKIT_GENERATED}/${flat}.${letter}.o)
+        set_target_properties(${target} PROPERTIES TONEKIT_TIER_OPTIONS "${TONEKIT_TIER_OPTIONS_${letter}}")
+        tonekit_join_objects(${object} ${unit} ${target} ${letter} "${letters}" "${rows}")
+    else()
+        set(object $<TARGET_OBJECTS:${target}>)
+        set(header ${TONEKIT_GENERATED}/${flat}.${letter}.h)
+        target_link_libraries(${target} PRIVATE tonekit_settings)
+        tonekit_write_rows(${header} ${unit} ${letter} "${letters}" "${rows}")
+        target_compile_definitions(${target} PRIVATE TONEKIT_TIER=${letter} TONEKIT_ROWS="${header}")
+        target_compile_options(${target} PRIVATE ${TONEKIT_TIER_OPTIONS_${letter}}
+            $<$<COMPILE_LANGUAGE:CXX>:${TONEKIT_TIER_UNIT_OPTIONS}>)
+    endif()
+    target_compile_options(${target} PRIVATE ${options})
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_OBJECTS ${object})
     set_property(GLOBAL APPEND PROPERTY TONEKIT_TIER_TARGETS ${target})
 endfunction()
 

@@ -29,6 +29,10 @@
     TONEKIT_DEFINE_(function, function, TONEKIT_ROW_export_##function, result, arguments,                    \
                     __attribute__((visibility("default"))))
 
+// The same for a function of which only the entry is exported.
+#define TONEKIT_PLAIN_BODY(function, result, arguments)                                                      \
+    TONEKIT_DEFINE_(function, function, TONEKIT_ROW_plain_##function, result, arguments, )
+
 // The same for a class member: SYMBOL is its mangled name, and the object is the first argument.
 #define TONEKIT_MEMBER_BODY(function, symbol, result, arguments)                                             \
     TONEKIT_DEFINE_(function, symbol, TONEKIT_ROW_export_##symbol, result, arguments,                        \

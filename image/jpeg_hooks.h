@@ -1,0 +1,12 @@
+// jpeg_hooks.h: compressed data of the codec's stdio source and destination goes through the application's two hooks.
+#pragma once
+
+#include <cstddef>
+
+namespace tonekit {
+
+// Call the hook that is set at this moment with an element size of 1. Without one the result is 0.
+std::size_t ReadThroughHook(void *buffer, std::size_t count, void *stream);
+std::size_t WriteThroughHook(const void *buffer, std::size_t count, void *stream);
+
+} // namespace tonekit
