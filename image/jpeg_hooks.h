@@ -1,4 +1,5 @@
-// jpeg_hooks.h: compressed data of the codec's stdio source and destination goes through the application's two hooks.
+// jpeg_hooks.h: compressed data of the codec's stdio source and destination goes through the application's
+// two hooks.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 // jpeg_stdio.tier.cpp: the codec's stdio source and destination manager, over the application's hooks.
 //
-// One body serves all letters: a manager is known by the address of its init function, and an object that one body has
-// set up must be known to the next.
+// One body serves all letters: a manager is known by the address of its init function, and an object that one
+// body has set up must be known to the next.
 #include "frame/tier.h"
 
 #include "image/jpeg_hooks.h"
@@ -41,7 +41,8 @@ HookDestination *Destination(j_compress_ptr cinfo)
     return reinterpret_cast<HookDestination *>(cinfo->dest);
 }
 
-template <class Object> void *Allocate(Object *cinfo, int pool, size_t bytes)
+template <class Object>
+void *Allocate(Object *cinfo, int pool, size_t bytes)
 {
     return cinfo->mem->alloc_small(reinterpret_cast<j_common_ptr>(cinfo), pool, bytes);
 }
@@ -66,7 +67,8 @@ boolean FillInputBuffer(j_decompress_ptr cinfo)
         count = 2;
     }
     source->manager.next_input_byte = source->buffer;
-    source->manager.bytes_in_buffer = count < kBufferBytes ? count : kBufferBytes; // a hook can't give more than that
+    source->manager.bytes_in_buffer =
+        count < kBufferBytes ? count : kBufferBytes; // a hook can't give more than that
     source->start_of_file = false;
     return TRUE;
 }
@@ -85,9 +87,7 @@ void SkipInputData(j_decompress_ptr cinfo, long count)
     source->bytes_in_buffer -= left;
 }
 
-void TerminateSource(j_decompress_ptr)
-{
-}
+void TerminateSource(j_decompress_ptr) {}
 
 void OfferWholeBuffer(HookDestination *destination)
 {

@@ -1,4 +1,5 @@
-/* jconfig.h: the codec as tonekit builds it, for the codec and for callers: libjpeg API level 80, arithmetic coding. */
+/* jconfig.h: the codec as tonekit builds it, for the codec and for callers: libjpeg API level 80, arithmetic
+ * coding. */
 #define JPEG_LIB_VERSION 80
 #define LIBJPEG_TURBO_VERSION 4.1.5
 #define LIBJPEG_TURBO_VERSION_NUMBER 4001005
