@@ -1,4 +1,4 @@
-// tag_block.tier.cpp: adds texts to a tag block, finds them by key, and copies whole blocks.
+// tag_block.tier.cpp: adds texts to a tag block, and copies whole blocks.
 #include "frame/tier.h"
 
 #include <cstring>
@@ -8,39 +8,7 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-namespace {
-
-// Only the letters A to Z: the bytes of UTF-8 characters beyond ASCII have no case here.
-inline uint8_t FoldCase(char letter)
-{
-    const auto byte = static_cast<uint8_t>(letter);
-    return static_cast<uint8_t>(byte - 'A') < 26 ? byte | 0x20 : byte;
-}
-
-bool SameKey(const char *one, const char *other)
-{
-    for (; FoldCase(*one) == FoldCase(*other); ++one, ++other)
-        if (*one == 0)
-            return true;
-    return false;
-}
-
-} // namespace
-
-TONEKIT_BODY(ID3Helper_GetStr, const char *, (const TagBlock *block, const char *key))
-{
-    if (block == nullptr || key == nullptr || *key == 0)
-        return kEmptyText;
-    uint64_t offset = 0;
-    StringItem item;
-    while (SeekMarker(block, kStringMarker, &offset) &&
-           ReadStringItem(block, static_cast<uint32_t>(offset), &item)) {
-        if (SameKey(item.key, key))
-            return item.value;
-        offset = item.next;
-    }
-    return kEmptyText;
-}
+TONEKIT_SIBLING(ID3Helper_GetStr, const char *, (const TagBlock *, const char *));
 
 TONEKIT_BODY(ID3Helper_AddStr, void, (TagBlock * block, const char *key, const char *value))
 {
