@@ -136,9 +136,8 @@ int main(int argc, char **argv)
         "scan, beside a copy", 0.25, [&plain] { hdcd_scan(plain.Decoder(), plain.Audio(), kFrames); },
         [&plain] { plain.Copy(); });
     const std::vector<std::int16_t> narrow(plain.Audio(), plain.Audio() + 2 * kFrames);
-    std::vector<std::int16_t> narrowCopy(narrow);
     table.Add(
-        "scan 16-bit audio, beside a copy", 0, [&] { hdcd_scan16(plain.Decoder(), narrow.data(), kFrames); },
-        [&] { std::memcpy(narrowCopy.data(), narrow.data(), narrow.size() * sizeof narrow[0]); });
+        "scan 16-bit audio, beside a copy of 32 bits", 0.25,
+        [&] { hdcd_scan16(plain.Decoder(), narrow.data(), kFrames); }, [&] { plain.Copy(); });
     return table.Run(argc, argv);
 }

@@ -1,4 +1,4 @@
-// scan.tier.cpp: looks for HDCD in a block by following its decoding on a copy.
+// scan.tier.cpp: looks for HDCD in a block by following what its decoding would do.
 #include "hdcd/siblings.h"
 
 #include "hdcd/detection.h"
@@ -13,12 +13,19 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-void Copy(std::int32_t *copy, const std::int32_t *samples, std::size_t count)
+// The block to follow. Wide samples are read where they stand, unless an analysis mode is about to write its
+// tone over them.
+std::int32_t *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const std::int32_t *samples,
+                            std::size_t count)
 {
+    if (decoder->analyze_mode == 0)
+        return const_cast<std::int32_t *>(samples);
     std::memcpy(copy, samples, count * sizeof *copy);
+    return copy;
 }
 
-void Copy(std::int32_t *copy, const std::int16_t *samples, std::size_t count)
+std::int32_t *BlockToFollow(const HdcdDecoder *, std::int32_t *copy, const std::int16_t *samples,
+                            std::size_t count)
 {
     std::size_t i = 0;
     for (; count - i >= 8; i += 8) {
@@ -30,6 +37,7 @@ void Copy(std::int32_t *copy, const std::int16_t *samples, std::size_t count)
     }
     for (; i < count; ++i)
         copy[i] = samples[i];
+    return copy;
 }
 
 // Negative counts are empty blocks, and an empty block needs no copy.
@@ -40,17 +48,19 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
         return kHdcdNotDetected;
     if (decoder->detection.detected == kHdcdEffective)
         return kHdcdEffective;
-    std::int32_t *copy = nullptr;
     if (samples == nullptr || frames < 0)
         frames = 0;
+    std::int32_t *copy = nullptr;
+    std::int32_t *block = nullptr;
     if (frames != 0) {
+        // Asked for in any case: whether a scan succeeds must not hang on the mode.
         const auto count = 2 * static_cast<std::size_t>(frames);
         copy = static_cast<std::int32_t *>(std::malloc(count * sizeof *copy));
         if (copy == nullptr)
             return kHdcdNotDetected;
-        Copy(copy, samples, count);
+        block = BlockToFollow(decoder, copy, samples, count);
     }
-    FollowLinked(decoder, copy, frames);
+    FollowLinked(decoder, block, frames);
     UpdateDetection(decoder);
     std::free(copy);
     return decoder->detection.detected;

@@ -219,6 +219,28 @@ TEST_P(HdcdScan, LeavesTheStateOfADecodeAndTheSamplesAsTheyWere)
     }
 }
 
+// An analysis mode writes over what it decodes, but not over what a caller wants to be scanned.
+TEST_P(HdcdScan, AnalysisModesLeaveTheSamplesAndMoveTheTone)
+{
+    for (std::uint32_t mode = 1; mode <= 6; ++mode) {
+        const OwnedDecoder decoded = NewDecoder();
+        const OwnedDecoder scanned = NewDecoder();
+        const OwnedDecoder scanned16 = NewDecoder();
+        for (HdcdDecoder *decoder : {decoded.get(), scanned.get(), scanned16.get()})
+            hdcd_set_analyze_mode(decoder, mode);
+        Samples samples = Encoded(1000, 0x00, 0x00);
+        const std::vector<std::int16_t> narrow = Narrow(samples);
+        const Samples kept = samples;
+        EXPECT_EQ(scan(scanned.get(), samples.data(), 1000), 1u);
+        EXPECT_EQ(scan16(scanned16.get(), narrow.data(), 1000), 1u);
+        EXPECT_EQ(samples, kept);
+        hdcd_process(decoded.get(), samples.data(), 1000);
+        EXPECT_EQ(decoded->channel[0].tone_index, 1000u % 147);
+        EXPECT_EQ(reference::HdcdDifferences(*scanned, *decoded), Names{});
+        EXPECT_EQ(reference::HdcdDifferences(*scanned16, *decoded), Names{});
+    }
+}
+
 TEST_P(HdcdScan, AfterTwoNeitherBufferNorStateIsTouched)
 {
     const OwnedDecoder decoder = NewDecoder();
