@@ -14,18 +14,28 @@ namespace tonekit {
 tonekit_char16 *DecodeText(const char *characterSet, const char *text);
 char *EncodeText(const char *characterSet, const tonekit_char16 *text);
 
+// UTF-16 text whose end has been found.
+struct Utf16Text {
+    const tonekit_char16 *begin;
+    std::size_t units;
+    uint32_t bits; // the OR of the units
+
+    const tonekit_char16 *End() const { return begin + units; }
+};
+
+Utf16Text MeasureUtf16(const tonekit_char16 *text);
+
 // Bytes of the ill-formed part that the text begins with: a beginning of a character, as far as it is one, or
 // a byte.
 std::size_t IllFormedUtf8(const char *text, std::size_t bytes);
 tonekit_char16 *DecodeUtf8(const char *text);
-char *EncodeUtf8(const tonekit_char16 *text);
+char *EncodeUtf8(const Utf16Text &text);
 
 tonekit_char16 *DecodeWindows1252(const char *text);
-char *EncodeWindows1252(const tonekit_char16 *text);
+char *EncodeWindows1252(const Utf16Text &text);
 
 // Any other set, through the system's iconv; null if it does not know the set.
 tonekit_char16 *DecodeByIconv(const char *characterSet, const char *text);
-char *EncodeByIconv(const char *characterSet,
-                    const tonekit_char16 *text); // without a surrogate that lacks its partner
+char *EncodeByIconv(const char *characterSet, const Utf16Text &text); // no surrogate without its partner
 
 } // namespace tonekit

@@ -5,7 +5,6 @@
 
 #include "encode/compose.h"
 #include "encode/new_text.h"
-#include "encode/utf.h"
 
 namespace tonekit {
 namespace {
@@ -32,7 +31,7 @@ Converter ConverterOf(const char *characterSet)
     return IsOneOf(characterSet, kWindows1252) ? Converter::windows1252 : Converter::iconv;
 }
 
-char *Encode(Converter converter, const char *characterSet, const tonekit_char16 *text)
+char *Encode(Converter converter, const char *characterSet, const Utf16Text &text)
 {
     switch (converter) {
     case Converter::utf8:
@@ -61,13 +60,12 @@ tonekit_char16 *DecodeText(const char *characterSet, const char *text)
 char *EncodeText(const char *characterSet, const tonekit_char16 *text)
 {
     const Converter converter = ConverterOf(characterSet);
-    uint32_t bits;
-    const std::size_t units = Utf16Length(text, &bits);
-    if (!MayCompose(text, units, bits))
-        return Encode(converter, characterSet, text);
-    const OwnedText<tonekit_char16> composed = NewText<tonekit_char16>(units);
-    composed[Compose(text, units, composed.get())] = 0;
-    return Encode(converter, characterSet, composed.get());
+    const Utf16Text whole = MeasureUtf16(text);
+    if (!MayCompose(whole.begin, whole.units, whole.bits))
+        return Encode(converter, characterSet, whole);
+    const OwnedText<tonekit_char16> composed = NewText<tonekit_char16>(whole.units);
+    composed[Compose(whole.begin, whole.units, composed.get())] = 0;
+    return Encode(converter, characterSet, MeasureUtf16(composed.get()));
 }
 
 } // namespace tonekit

@@ -25,7 +25,7 @@ tonekit_char16 *UnicodeFromUtf8(const char *text)
 
 char *Utf8FromUnicode(const tonekit_char16 *text)
 {
-    return text == nullptr ? nullptr : EncodeUtf8(text);
+    return text == nullptr ? nullptr : EncodeUtf8(MeasureUtf16(text));
 }
 
 } // namespace tonekit

@@ -8,7 +8,6 @@
 #include <iconv.h>
 
 #include "encode/new_text.h"
-#include "encode/utf.h"
 
 namespace tonekit {
 namespace {
@@ -196,25 +195,22 @@ tonekit_char16 *DecodeByIconv(const char *characterSet, const char *text)
     return conversion.Out().HandOut<tonekit_char16>();
 }
 
-char *EncodeByIconv(const char *characterSet, const tonekit_char16 *text)
+char *EncodeByIconv(const char *characterSet, const Utf16Text &text)
 {
-    uint32_t bits;
-    const std::size_t units = Utf16Length(text, &bits);
-    Conversion conversion(characterSet, kUtf16, units * sizeof(tonekit_char16));
+    Conversion conversion(characterSet, kUtf16, text.units * sizeof(tonekit_char16));
     if (!conversion.IsOpen())
         return nullptr;
-    const tonekit_char16 *end = text + units;
-    while (text < end) {
-        const tonekit_char16 *tag = text;
-        while (tag < end && !IsTag(tag)) // a zero unit stands at the end, so the unit behind may be read
+    const tonekit_char16 *at = text.begin;
+    for (;;) {
+        const tonekit_char16 *tag = at;
+        while (tag < text.End() && !IsTag(tag)) // the terminator stands behind, so two units may be read
             tag++;
-        EncodeSpan(conversion, text, tag);
-        text = tag;
-        if (tag == end)
+        EncodeSpan(conversion, at, tag);
+        if (tag == text.End())
             break;
+        at = tag + 2;
         const std::size_t before = conversion.Out().Used();
-        text = tag + 2;
-        EncodeSpan(conversion, tag, text);
+        EncodeSpan(conversion, tag, at);
         if (conversion.Out().Used() == before)
             PutQuestionMark(conversion);
     }

@@ -3,7 +3,11 @@
 #include "frame/tier.h"
 #include <cstdint>
 #include <cstring>
-#include <emmintrin.h>
+#ifdef __SSSE3__
+    #include <tmmintrin.h>
+#else
+    #include <emmintrin.h>
+#endif
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -90,16 +94,56 @@ inline void TakeCharacter(Cursor &at)
     put(0x80 | (unit & 0x3f));
 }
 
-// Units below 0x800. Each becomes one or two bytes of a 16-bit lane; neighbours are joined to two to four
-// bytes of a 32-bit lane, and these are stored one over the end of the other, without a branch.
-inline void TakeTwoByteBlock(Cursor &at, __m128i units)
+// The bytes of eight units below 0x800 in 16-bit lanes, first byte lowest; the second byte of ASCII is 0.
+inline __m128i TwoByteForms(__m128i units, __m128i ascii)
 {
-    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
     const __m128i lead = _mm_srli_epi16(units, 6);
     const __m128i rest = _mm_slli_epi16(_mm_and_si128(units, Splat(0x3f)), 8);
     const __m128i pair = _mm_or_si128(_mm_or_si128(lead, rest), Splat(0x80c0));
-    const __m128i forms = Select(ascii, units, pair);
+    return Select(ascii, units, pair);
+}
 
+#ifdef __SSSE3__
+
+constexpr std::size_t kRunAhead = 8; // bytes that a block's last store may write behind its last character
+
+// For each set of ASCII units among eight: the bytes of their forms that stay, and how many these are.
+struct CompactTable {
+    uint8_t bytes[256][16];
+    uint8_t kept[256];
+};
+
+constexpr CompactTable MakeCompactTable()
+{
+    CompactTable table{};
+    for (unsigned ascii = 0; ascii < 256; ascii++) {
+        unsigned kept = 0;
+        for (unsigned lane = 0; lane < 8; lane++) {
+            table.bytes[ascii][kept++] = static_cast<uint8_t>(2 * lane);
+            if (!(ascii >> lane & 1))
+                table.bytes[ascii][kept++] = static_cast<uint8_t>(2 * lane + 1);
+        }
+        table.kept[ascii] = static_cast<uint8_t>(kept);
+    }
+    return table;
+}
+
+alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
+
+inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
+{
+    const uint32_t lanes = ByteMask(_mm_packs_epi16(ascii, _mm_setzero_si128()));
+    Store128(out, _mm_shuffle_epi8(forms, Load128(kCompact.bytes[lanes])));
+    return out + kCompact.kept[lanes];
+}
+
+#else
+
+constexpr std::size_t kRunAhead = 3;
+
+// Joins neighbours to two to four bytes of a 32-bit lane, and stores these one over the end of the other.
+inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
+{
     const __m128i firstHalf = _mm_set1_epi32(0xffff);
     const __m128i second = _mm_andnot_si128(firstHalf, forms);
     const __m128i firstIsAscii = _mm_srai_epi32(_mm_slli_epi32(ascii, 16), 16);
@@ -111,13 +155,20 @@ inline void TakeTwoByteBlock(Cursor &at, __m128i units)
     alignas(16) uint32_t advances[kBlock / 2];
     Store128(words, joined);
     Store128(advances, lengths);
-    char *out = at.out;
-#pragma GCC unroll 4
+    #pragma GCC unroll 4
     for (std::size_t i = 0; i < kBlock / 2; i++) {
         StoreBytes(out, words[i]);
         out += advances[i];
     }
-    at.out = out;
+    return out;
+}
+
+#endif
+
+inline void TakeTwoByteBlock(Cursor &at, __m128i units)
+{
+    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
+    at.out = StoreTwoByteForms(at.out, TwoByteForms(units, ascii), ascii);
     at.in += kBlock;
 }
 
@@ -235,11 +286,10 @@ inline void NarrowAscii(Cursor &at)
         Store128(at.out, _mm_packus_epi16(Load128(at.in), Load128(at.in + kBlock)));
 }
 
-// The last store of a block runs up to 3 bytes ahead: two units held back and the scratch byte make room for
-// them.
+// The units held back, one byte each at least, and the scratch byte make room for the block's last store.
 inline bool HasBlock(const Cursor &at)
 {
-    return at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock + 2);
+    return at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock + kRunAhead - 1);
 }
 
 inline bool IsAscii(__m128i units)

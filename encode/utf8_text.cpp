@@ -82,13 +82,18 @@ tonekit_char16 *DecodeUtf8(const char *text)
     return result.release();
 }
 
-char *EncodeUtf8(const tonekit_char16 *text)
+Utf16Text MeasureUtf16(const tonekit_char16 *text)
 {
     uint32_t bits;
     const std::size_t units = Utf16Length(text, &bits);
-    const std::size_t bytes = Utf16BytesAsUtf8(text, units, bits);
+    return {text, units, bits};
+}
+
+char *EncodeUtf8(const Utf16Text &text)
+{
+    const std::size_t bytes = Utf16BytesAsUtf8(text.begin, text.units, text.bits);
     OwnedText<char> result = NewText<char>(bytes);
-    Utf16ToUtf8(text, units, bits, result.get());
+    Utf16ToUtf8(text.begin, text.units, text.bits, result.get());
     result[bytes] = 0; // its place was scratch
     return result.release();
 }

@@ -3,7 +3,11 @@
 #include "frame/tier.h"
 #include <cstdint>
 #include <cstring>
-#include <emmintrin.h>
+#ifdef __SSSE3__
+    #include <tmmintrin.h>
+#else
+    #include <emmintrin.h>
+#endif
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -113,18 +117,54 @@ inline __m128i Continuations(__m128i bytes)
     return _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40));
 }
 
-// For each set of lanes to drop from eight: how many stay, and from where each lane takes its unit in three
-// steps that move units down by one, two and four lanes.
-struct CompactSteps {
+constexpr std::ptrdiff_t kCompactRoom = 16; // units that two stores of eight lanes may touch
+
+#ifdef __SSSE3__
+
+// For each set of lanes to drop from eight: the bytes of those that stay, and how many these are.
+struct CompactTable {
+    uint8_t bytes[256][16];
+    uint8_t kept[256];
+};
+
+constexpr CompactTable MakeCompactTable()
+{
+    CompactTable table{};
+    for (unsigned dropped = 0; dropped < 256; dropped++) {
+        unsigned kept = 0;
+        for (unsigned lane = 0; lane < 8; lane++) {
+            if (dropped >> lane & 1)
+                continue;
+            table.bytes[dropped][2 * kept] = static_cast<uint8_t>(2 * lane);
+            table.bytes[dropped][2 * kept + 1] = static_cast<uint8_t>(2 * lane + 1);
+            kept++;
+        }
+        table.kept[dropped] = static_cast<uint8_t>(kept);
+    }
+    return table;
+}
+
+alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
+
+inline __m128i Compact(__m128i units, uint32_t dropped)
+{
+    return _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
+}
+
+#else
+
+// For each set of lanes to drop from eight: where a lane takes the unit of the one, two or four lanes up, in
+// three steps one after the other, and how many units stay.
+struct CompactTable {
     uint16_t fromOneUp[256][8];
     uint16_t fromTwoUp[256][8];
     uint16_t fromFourUp[256][8];
     uint8_t kept[256];
 };
 
-constexpr CompactSteps MakeCompactSteps()
+constexpr CompactTable MakeCompactTable()
 {
-    CompactSteps steps{};
+    CompactTable table{};
     for (unsigned dropped = 0; dropped < 256; dropped++) {
         unsigned kept = 0;
         for (unsigned lane = 0; lane < 8; lane++) {
@@ -133,37 +173,39 @@ constexpr CompactSteps MakeCompactSteps()
             const unsigned distance = lane - kept;
             unsigned at = lane;
             if (distance & 1)
-                steps.fromOneUp[dropped][at -= 1] = 0xffff;
+                table.fromOneUp[dropped][at -= 1] = 0xffff;
             if (distance & 2)
-                steps.fromTwoUp[dropped][at -= 2] = 0xffff;
+                table.fromTwoUp[dropped][at -= 2] = 0xffff;
             if (distance & 4)
-                steps.fromFourUp[dropped][at -= 4] = 0xffff;
+                table.fromFourUp[dropped][at -= 4] = 0xffff;
             kept++;
         }
-        steps.kept[dropped] = static_cast<uint8_t>(kept);
+        table.kept[dropped] = static_cast<uint8_t>(kept);
     }
-    return steps;
+    return table;
 }
 
-alignas(16) constexpr CompactSteps kCompactSteps = MakeCompactSteps();
+alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
 
-// yes where the mask is set, else no.
 inline __m128i Blend(__m128i no, __m128i yes, const uint16_t *mask)
 {
-    const __m128i wanted = _mm_load_si128(reinterpret_cast<const __m128i *>(mask));
-    return _mm_xor_si128(no, _mm_and_si128(_mm_xor_si128(no, yes), wanted));
+    return _mm_xor_si128(no, _mm_and_si128(_mm_xor_si128(no, yes), Load128(mask)));
 }
 
-constexpr std::ptrdiff_t kCompactRoom = 16; // units that StoreCompacted may touch in all
+inline __m128i Compact(__m128i units, uint32_t dropped)
+{
+    units = Blend(units, _mm_srli_si128(units, 2), kCompact.fromOneUp[dropped]);
+    units = Blend(units, _mm_srli_si128(units, 4), kCompact.fromTwoUp[dropped]);
+    return Blend(units, _mm_srli_si128(units, 8), kCompact.fromFourUp[dropped]);
+}
+
+#endif
 
 // Stores eight units without the dropped ones.
 inline tonekit_char16 *StoreCompacted(tonekit_char16 *out, __m128i units, uint32_t dropped)
 {
-    units = Blend(units, _mm_srli_si128(units, 2), kCompactSteps.fromOneUp[dropped]);
-    units = Blend(units, _mm_srli_si128(units, 4), kCompactSteps.fromTwoUp[dropped]);
-    units = Blend(units, _mm_srli_si128(units, 8), kCompactSteps.fromFourUp[dropped]);
-    Store128(out, units);
-    return out + kCompactSteps.kept[dropped];
+    Store128(out, Compact(units, dropped));
+    return out + kCompact.kept[dropped];
 }
 
 // Takes blocks of characters of one or two bytes, until one of another kind or an ill-formed one comes or the

@@ -5,17 +5,16 @@
 
 #include "encode/compose.h"
 #include "encode/new_text.h"
-#include "encode/utf.h"
 #include "encode/windows_1252.h"
 
 namespace tonekit {
 namespace {
 
-std::size_t CountCharacters(const tonekit_char16 *text, std::size_t units)
+std::size_t CountCharacters(const Utf16Text &text)
 {
     std::size_t count = 0;
-    for (const tonekit_char16 *end = text + units; text < end; count++)
-        NextCharacter(text, end);
+    for (const tonekit_char16 *at = text.begin; at < text.End(); count++)
+        NextCharacter(at, text.End());
     return count;
 }
 
@@ -29,13 +28,11 @@ tonekit_char16 *DecodeWindows1252(const char *text)
     return result.release();
 }
 
-char *EncodeWindows1252(const tonekit_char16 *text)
+char *EncodeWindows1252(const Utf16Text &text)
 {
     constexpr uint32_t kFirstSurrogate = 0xd800;
-    uint32_t bits;
-    const std::size_t units = Utf16Length(text, &bits);
-    OwnedText<char> result = NewText<char>(bits < kFirstSurrogate ? units : CountCharacters(text, units));
-    Utf16ToWindows1252(text, units, result.get());
+    OwnedText<char> result = NewText<char>(text.bits < kFirstSurrogate ? text.units : CountCharacters(text));
+    Utf16ToWindows1252(text.begin, text.units, result.get());
     return result.release();
 }
 
