@@ -1,8 +1,8 @@
 // change_endian.tier.cpp: swaps the bytes of UTF-16 text in place.
+#include "encode/text_lanes.h"
 #include "frame/tier.h"
 #include <cstddef>
 #include <cstdint>
-#include <emmintrin.h>
 #include <tonekit/encode.h>
 
 namespace tonekit::TONEKIT_TIER {
@@ -15,9 +15,8 @@ TONEKIT_BODY(UNC_ChangeEndian, void, (tonekit_char16 * text))
     const std::size_t units = Utf16Length(text, &bits);
     std::size_t i = 0;
     for (; units - i >= 8; i += 8) {
-        __m128i *block = reinterpret_cast<__m128i *>(text + i);
-        const __m128i lanes = _mm_loadu_si128(block);
-        _mm_storeu_si128(block, _mm_or_si128(_mm_slli_epi16(lanes, 8), _mm_srli_epi16(lanes, 8)));
+        const __m128i lanes = Load128(text + i);
+        Store128(text + i, _mm_or_si128(_mm_slli_epi16(lanes, 8), _mm_srli_epi16(lanes, 8)));
     }
     for (; i < units; i++)
         text[i] = static_cast<tonekit_char16>(text[i] << 8 | text[i] >> 8);

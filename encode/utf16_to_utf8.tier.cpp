@@ -1,48 +1,19 @@
 // utf16_to_utf8.tier.cpp: counts and writes the UTF-8 form of UTF-16 text.
+#include "encode/text_lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstdint>
 #include <cstring>
-#ifdef __SSSE3__
-    #include <tmmintrin.h>
-#else
-    #include <emmintrin.h>
-#endif
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
 constexpr std::size_t kBlock = 8; // units in a vector
 
-inline __m128i Load128(const void *bytes)
-{
-    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
-}
-
-inline void Store128(void *bytes, __m128i value)
-{
-    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
-}
-
-inline __m128i Splat(uint16_t value)
-{
-    return _mm_set1_epi16(static_cast<short>(value));
-}
-
-inline uint32_t ByteMask(__m128i lanes)
-{
-    return static_cast<uint32_t>(_mm_movemask_epi8(lanes));
-}
-
 // All ones where no bit of mask is set.
 inline __m128i Without(__m128i units, uint16_t mask)
 {
     return _mm_cmpeq_epi16(_mm_and_si128(units, Splat(mask)), _mm_setzero_si128());
-}
-
-inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
-{
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }
 
 inline bool IsHigh(uint32_t unit)
@@ -186,8 +157,8 @@ inline void StoreTwelveBytes(char *out, __m128i forms)
     const __m128i low = _mm_set1_epi64x(0xffffffff);
     const __m128i sixes =
         _mm_or_si128(_mm_and_si128(forms, low), _mm_srli_epi64(_mm_andnot_si128(low, forms), 8));
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(out), sixes);
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 6), _mm_unpackhi_epi64(sixes, sixes));
+    StoreHalf(out, sixes);
+    StoreHalf(out + 6, _mm_unpackhi_epi64(sixes, sixes));
 }
 
 // Units from 0x800 up that are no surrogates.
@@ -247,14 +218,6 @@ inline bool TakeFourPairs(Cursor &at, __m128i pairs)
     return true;
 }
 
-// The sum of the 16-bit lanes, which are below 0x100 each.
-inline std::size_t Sum(__m128i lanes)
-{
-    const __m128i sums = _mm_sad_epu8(lanes, _mm_setzero_si128());
-    return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
-           static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
-}
-
 inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
 {
     std::size_t pairs = 0;
@@ -271,7 +234,7 @@ inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
                 _mm_cmpeq_epi16(_mm_and_si128(Load128(text + i + 1), Splat(0xfc00)), Splat(0xdc00));
             lanes = _mm_sub_epi16(lanes, _mm_and_si128(high, low));
         }
-        pairs += Sum(lanes);
+        pairs += SumOfBytes(lanes);
     }
     for (; i + 1 < units; i++)
         pairs += IsHigh(text[i]) && IsLow(text[i + 1]);
@@ -299,7 +262,7 @@ inline bool IsAscii(__m128i units)
 
 inline void TakeAsciiBlock(Cursor &at, __m128i units)
 {
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(at.out), _mm_packus_epi16(units, units));
+    StoreHalf(at.out, _mm_packus_epi16(units, units));
     at.in += kBlock;
     at.out += kBlock;
 }
@@ -352,7 +315,7 @@ inline std::size_t CountFrom(const tonekit_char16 *text, std::size_t units, uint
             const __m128i block = _mm_xor_si128(Load128(text + i), Splat(bias));
             lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, threshold));
         }
-        count += Sum(lanes);
+        count += SumOfBytes(lanes);
     }
     for (; i < units; i++)
         count += text[i] >= from;

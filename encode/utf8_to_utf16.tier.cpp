@@ -1,13 +1,9 @@
 // utf8_to_utf16.tier.cpp: counts and writes the UTF-16 form of UTF-8 text.
+#include "encode/text_lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstdint>
 #include <cstring>
-#ifdef __SSSE3__
-    #include <tmmintrin.h>
-#else
-    #include <emmintrin.h>
-#endif
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -19,31 +15,6 @@ inline uint32_t Load32(const uint8_t *bytes)
     uint32_t word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
-}
-
-inline __m128i Load128(const void *bytes)
-{
-    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
-}
-
-inline void Store128(void *bytes, __m128i value)
-{
-    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
-}
-
-inline void StoreHalf(void *bytes, __m128i value)
-{
-    _mm_storel_epi64(static_cast<__m128i *>(bytes), value);
-}
-
-inline uint32_t ByteMask(__m128i lanes)
-{
-    return static_cast<uint32_t>(_mm_movemask_epi8(lanes));
-}
-
-inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
-{
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }
 
 inline bool IsContinuation(uint8_t byte)
@@ -96,13 +67,6 @@ inline bool TakeCharacter(Cursor &at)
     at.out += 2;
     at.in += 4;
     return true;
-}
-
-inline void WidenAscii(__m128i bytes, tonekit_char16 *out)
-{
-    const __m128i zero = _mm_setzero_si128();
-    Store128(out, _mm_unpacklo_epi8(bytes, zero));
-    Store128(out + 8, _mm_unpackhi_epi8(bytes, zero));
 }
 
 // C2 to DF, the leads of two-byte characters; as signed bytes they are -0x3e to -0x21.
@@ -225,7 +189,7 @@ inline bool TakeTwoByteBlocks(Cursor &at)
         if (ByteMask(_mm_or_si128(misplaced, others)) != 0)
             break;
         if (ByteMask(bytes) == 0) {
-            WidenAscii(bytes, at.out);
+            Widen(bytes, at.out);
             at.out += kBlock;
         } else {
             const __m128i upper =
@@ -315,12 +279,12 @@ inline void TakeAscii(Cursor &at)
         const __m128i second = Load128(at.in + kBlock);
         if (ByteMask(_mm_or_si128(first, second)) != 0)
             break;
-        WidenAscii(first, at.out);
-        WidenAscii(second, at.out + kBlock);
+        Widen(first, at.out);
+        Widen(second, at.out + kBlock);
     }
     if (at.end - at.in < kBlock || ByteMask(Load128(at.in)) != 0)
         return;
-    WidenAscii(Load128(at.in), at.out);
+    Widen(Load128(at.in), at.out);
     at.in += kBlock;
     at.out += kBlock;
 }
@@ -356,13 +320,6 @@ inline __m128i AddUnits(__m128i lanes, __m128i bytes)
     return _mm_sub_epi8(_mm_sub_epi8(lanes, begins), isLong);
 }
 
-inline std::size_t Sum(__m128i lanes)
-{
-    const __m128i sums = _mm_sad_epu8(lanes, _mm_setzero_si128());
-    return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
-           static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
-}
-
 // The last count bytes of the block that ends at end; the others become continuations, which count as
 // nothing.
 inline __m128i LastBytes(const char *end, std::ptrdiff_t count)
@@ -391,7 +348,7 @@ TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::siz
             lanes = AddUnits(lanes, LastBytes(end, end - text));
             text = end;
         }
-        units += Sum(lanes);
+        units += SumOfBytes(lanes);
     }
     for (; text < end; text++) {
         const uint8_t byte = static_cast<uint8_t>(*text);

@@ -1,8 +1,8 @@
 // windows_1252.tier.cpp: converts between windows-1252 and UTF-16.
 #include "encode/windows_1252.h"
+#include "encode/text_lanes.h"
 #include "frame/tier.h"
 #include <cstdint>
-#include <emmintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -37,22 +37,12 @@ inline bool IsPair(const tonekit_char16 *text)
     return (text[0] & 0xfc00) == 0xd800 && (text[1] & 0xfc00) == 0xdc00;
 }
 
-inline __m128i Load128(const void *bytes)
-{
-    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
-}
-
-inline void Store128(void *bytes, __m128i value)
-{
-    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
-}
-
 // Whether all units are below 0x100 and none is from 0x80 to 0x9F, so that their low bytes are their bytes.
 inline bool AreLowBytes(__m128i units)
 {
-    const __m128i top = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xff00)));
-    const __m128i middle = _mm_cmpeq_epi16(_mm_and_si128(units, _mm_set1_epi16(0xe0)), _mm_set1_epi16(0x80));
-    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_or_si128(top, middle), _mm_setzero_si128())) == 0xffff;
+    const __m128i top = _mm_and_si128(units, Splat(0xff00));
+    const __m128i middle = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xe0)), Splat(0x80));
+    return ByteMask(_mm_cmpeq_epi16(_mm_or_si128(top, middle), _mm_setzero_si128())) == 0xffff;
 }
 
 } // namespace
@@ -63,10 +53,9 @@ TONEKIT_INTERNAL_BODY(Windows1252ToUtf16, void, (const char *text, std::size_t b
     while (i < bytes) {
         if (bytes - i >= 16) {
             const __m128i block = Load128(text + i);
-            Store128(out + i, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
-            Store128(out + i + 8, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
+            Widen(block, out + i);
             // 80 to 9F as signed bytes are -0x80 to -0x61.
-            if (_mm_movemask_epi8(_mm_cmplt_epi8(block, _mm_set1_epi8(-0x60))) == 0) {
+            if (ByteMask(_mm_cmplt_epi8(block, _mm_set1_epi8(-0x60))) == 0) {
                 i += 16;
                 continue;
             }

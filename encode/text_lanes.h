@@ -1,0 +1,65 @@
+// text_lanes.h: short names for the vector operations of the text units. For tier units only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#ifdef __SSSE3__
+    #include <tmmintrin.h>
+#else
+    #include <emmintrin.h>
+#endif
+
+#include "frame/tier.h"
+
+namespace tonekit::TONEKIT_TIER {
+namespace {
+
+inline __m128i Load128(const void *bytes)
+{
+    return _mm_loadu_si128(static_cast<const __m128i *>(bytes));
+}
+
+inline void Store128(void *bytes, __m128i value)
+{
+    _mm_storeu_si128(static_cast<__m128i *>(bytes), value);
+}
+
+// The lower 8 bytes.
+inline void StoreHalf(void *bytes, __m128i value)
+{
+    _mm_storel_epi64(static_cast<__m128i *>(bytes), value);
+}
+
+inline __m128i Splat(uint16_t value)
+{
+    return _mm_set1_epi16(static_cast<short>(value));
+}
+
+// The top bit of each byte.
+inline uint32_t ByteMask(__m128i lanes)
+{
+    return static_cast<uint32_t>(_mm_movemask_epi8(lanes));
+}
+
+inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
+{
+    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
+}
+
+// The sum of the two halves' sums of bytes.
+inline std::size_t SumOfBytes(__m128i lanes)
+{
+    const __m128i sums = _mm_sad_epu8(lanes, _mm_setzero_si128());
+    return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
+           static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+}
+
+// Sixteen ASCII or Latin-1 bytes as units.
+inline void Widen(__m128i bytes, void *out)
+{
+    Store128(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    Store128(static_cast<char *>(out) + 16, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+}
+
+} // namespace
+} // namespace tonekit::TONEKIT_TIER
