@@ -8,8 +8,8 @@ namespace tonekit {
 // Longest text that WriteDecimal makes of a 64-bit number.
 constexpr int kMostDecimalDigits = 20;
 
-// Writes a number with at least `digits` digits (at most kMostDecimalDigits), unterminated. @return the end
-// of the text
+// Writes a number with at least `digits` digits (at most kMostDecimalDigits), unterminated. Returns the end
+// of the text.
 char *WriteDecimal(char *out, uint64_t number, int digits);
 
 // The blanks that number texts may begin with: space and the controls 9 to 13.
@@ -25,7 +25,7 @@ constexpr bool IsDigit(Unit unit)
     return unit >= '0' && unit <= '9';
 }
 
-// Passes a plus or minus sign, if one is there. @return true for a minus
+// Passes a plus or minus sign, if one is there. True for a minus.
 template <class Unit>
 bool PassSign(const Unit *&at)
 {
@@ -35,12 +35,9 @@ bool PassSign(const Unit *&at)
     return minus;
 }
 
-// Reads a number as the C library's strtoul family does in radix 10: blanks, a sign, digits.
-//
-// @param at       moved behind what was read
-// @param largest  2^n - 1: what the width holds. A larger number gives this, a minus sign negates within the
-// width.
-// @return false if there are no digits; number is 0 then
+// Reads a number as the C library's strtoul family does in radix 10: blanks, a sign, digits. `at` is moved
+// behind them. `largest` is what the width holds, 2^n - 1: a larger number gives this, and a minus sign
+// negates within the width. False, with number 0, if there are no digits.
 template <class Unit>
 bool ReadDecimal(const Unit *&at, uint64_t largest, uint64_t *number)
 {

@@ -44,7 +44,7 @@ struct StringItem {
     uint32_t next; // where its texts end: the scan counts, not the length field
 };
 
-// @return false if the key or value of the string item at offset doesn't end within the bytes in use
+// False if the key or value of the string item at offset doesn't end within the bytes in use.
 inline bool ReadStringItem(const TagBlock *block, uint32_t offset, StringItem *item)
 {
     const uint64_t key = uint64_t{offset} + kHeaderBytes;
@@ -60,8 +60,8 @@ inline bool ReadStringItem(const TagBlock *block, uint32_t offset, StringItem *i
     return true;
 }
 
-// Moves offset to the first item there or behind with this marker, by the length fields. @return false: there
-// is none
+// Moves offset to the first item there or behind with this marker, by the length fields. False: there is
+// none.
 inline bool SeekMarker(const TagBlock *block, uint8_t marker, uint64_t *offset)
 {
     while (*offset < block->used && block->buffer[*offset] != marker)

@@ -6,7 +6,7 @@
 
 namespace tonekit {
 
-// @return zero-filled bytes for LocalRelease; null if memory ran out. The caller tests it, every time.
+// Zero-filled bytes for LocalRelease; null if memory ran out. The caller tests it, every time.
 static inline void *LocalAllocate(std::size_t bytes)
 {
     return calloc(1, bytes);

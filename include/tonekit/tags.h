@@ -34,8 +34,8 @@ extern "C" {
  * keys or values and keys that are taken leave the block as it is. When memory for the buffer runs out, the
  * piece of the item that needed it is left out alone, so that the item may come out torn: it, or items behind
  * it, may then not be found. Looking for what isn't there gives an empty string, 0, null or the missing-value
- * float. No function reads past the items, however torn they are. Picture, text and item arguments may point
- * into the block itself.
+ * float. No function reads past the items, however torn they are. Texts and pictures to add
+ * may lie in the block itself.
  *
  * Memory. Texts and data that are handed out lie inside the block. They stay valid until the next add to that
  * block, or until ID3Helper_Free. Arguments are copied and never kept.
