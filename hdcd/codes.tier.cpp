@@ -1,10 +1,10 @@
 // codes.tier.cpp: scans the control stream for codes.
 //
-// The stream is told bit by bit: a channel's window takes in one bit a sample, and is looked at when
+// The stream is defined bit by bit: a channel's window takes in one bit a sample, and is looked at when
 // `readahead` has counted down. Read that way, nearly all the time goes into moving bits. But while no
 // channel awaits a code, all that a look can do is to set the distance to the next one, unless it finds a
-// packet prefix. So stereo audio is hunted through in steps of 32 frames, with the looks' distances alone, up
-// to the step in which a prefix stands; that one is read as told.
+// packet prefix. So stereo audio is hunted through in steps of 32 frames, by the distances of the looks
+// alone, up to the step in which a prefix stands; that one is read look by look.
 #include "frame/tier.h"
 
 #include "hdcd/hdcd_log.h"
@@ -117,7 +117,7 @@ std::uint64_t CollectLsbs(const std::int32_t *samples, std::int32_t frames, std:
     return bits;
 }
 
-// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer), as told.
+// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer).
 // Gives the frames.
 std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
 {
@@ -145,12 +145,13 @@ std::uint64_t ReverseBits(std::uint64_t bits)
     bits = (bits & 0x0F0F0F0F0F0F0F0F) << 4 | (bits >> 4 & 0x0F0F0F0F0F0F0F0F);
     return __builtin_bswap64(bits);
 }
+constexpr std::uint32_t kReversedPrefixA = 0xA005F07E;
+constexpr std::uint32_t kReversedPrefixB = 0x6005F07E;
+
 __m128i Scrambled(__m128i bits)
 {
     return _mm_xor_si128(bits, _mm_xor_si128(_mm_slli_epi64(bits, 5), _mm_slli_epi64(bits, 23)));
 }
-constexpr std::uint32_t kReversedPrefixA = 0xA005F07E;
-constexpr std::uint32_t kReversedPrefixB = 0x6005F07E;
 
 // Follows one channel's looks through a step. Due counts from the step's first frame, 1 to 32 standing for a
 // look within it. Gives the count from the next step's first frame; 0 if a look finds a prefix.
@@ -225,7 +226,7 @@ void Advance(CodeScan *scan, std::int32_t frames)
 }
 
 // Reads the frames, or the length of a hunting step of them, or up to a valid code.
-void ReadAsTold(CodeScan *scan, std::int32_t frames)
+void ReadLookByLook(CodeScan *scan, std::int32_t frames)
 {
     const std::int32_t end = scan->consumed + (frames < kGatherFrames ? frames : kGatherFrames);
     while (scan->consumed < end && !scan->accepted)
@@ -263,7 +264,7 @@ TONEKIT_INTERNAL_BODY(hdcd_find_codes, std::int32_t,
     while (scan.consumed < max && !scan.accepted) {
         const std::int32_t hunted = Hunt(&scan, max - scan.consumed);
         if (hunted == 0)
-            ReadAsTold(&scan, max - scan.consumed);
+            ReadLookByLook(&scan, max - scan.consumed);
         else
             Advance(&scan, hunted);
     }

@@ -11,24 +11,25 @@ extern "C" {
 /*
  * HDCD hides a slow control stream in the least significant bits of 16-bit audio. Its codes switch two
  * things: a gain that lowers a channel by 0 to 7.5 dB in steps of 0.5 dB, reached along a short ramp, and
- * peak extension, which unfolds the top 9 dB or so of the 16-bit range to twice their height. A code holds
- * for 88200 frames and then lapses, unless it is repeated.
+ * peak extension, which stretches the top 3 dB of the 16-bit range to 9 dB. A code holds for 88200 frames
+ * and then lapses, unless another one comes.
  *
  * The usual order of calls:
  *
  *   1. hdcd_new
  *   2. hdcd_scan or hdcd_scan16 on block after block, until the answer is 2 or enough has been heard
  *   3. hdcd_reset, because a scan leaves the decoder in the middle of the stream
- *   4. hdcd_process on block after block, in stream order, then hand the samples to a converter as format
- * code 2
+ *   4. hdcd_process on block after block, in stream order; a converter takes the result as format code 2
  *   5. hdcd_free
  *
  * A decoder always works on two channels of 16 bits and counts its times in frames as if at 44100 Hz,
- * whatever the rate of the stream is. It belongs to one thread at a time; different decoders are independent.
- * No function throws, and none changes anything outside the decoder and the buffer that it is given.
+ * whatever the rate of the stream is. It belongs to one thread at a time; different decoders are
+ * independent. No function throws, and none changes anything outside the decoder and the buffer that it is
+ * given.
  *
- * Blocks may have any size, but their borders can be heard by a decoder whose two channels carry their codes
- * on different frames: its timers are set by the block. Equal blocks give equal results.
+ * Blocks may have any size. Where the two channels carry their codes on different frames, the borders of the
+ * blocks have a say in when a code lapses, so only equal blocks give equal results; where they carry them on
+ * the same frames, any blocks do.
  */
 
 /** A decoder; opaque, from hdcd_new, to be given back to hdcd_free. */
@@ -37,18 +38,21 @@ typedef struct HdcdDecoder HdcdDecoder;
 /** @return a new decoder at the beginning of a stream; null if memory is short */
 TONEKIT_API HdcdDecoder *hdcd_new(void);
 
-/** Brings a decoder back to the beginning of a stream. Needed between tracks, and between a scan and the
- * decoding of the same audio. Null is ignored. */
+/**
+ * Brings a decoder back to the beginning of a stream: between tracks, and between a scan and the decoding of
+ * the same audio. Null is ignored.
+ */
 TONEKIT_API void hdcd_reset(HdcdDecoder *decoder);
 
 /**
  * Decodes the next block in place. Allocates nothing.
  *
  * @param decoder  null is ignored, and the samples stay as they are
- * @param samples  2 * frames samples, left and right in turn. In: a signed 16-bit value each, sign-extended
- * to 32 bits. Out: the decoded value, the 16-bit value times 32768 where no code is in force, so that full
- * scale stands at 2^30; the room above belongs to peak extension, which turns 32767 into 0x7FF38000 and
- * -32768 into the lowest 32-bit number. Null counts as an empty block.
+ * @param samples  2 * frames samples, left and right in turn. In: one signed 16-bit value each,
+ *                 sign-extended to 32 bits. Out: the decoded values, on a scale of their own: the 16-bit
+ *                 value times 32768 where no code is in force, so that 16-bit full scale stands at 2^30. The
+ *                 room above belongs to peak extension, which makes 0x7FF38000 of 32767 and the lowest
+ *                 32-bit number of -32768. Null counts as an empty block.
  * @param frames   0 or less does nothing
  *
  * A code governs the audio from the very frame that completes it, and a lapse from the frame on which it
@@ -57,14 +61,14 @@ TONEKIT_API void hdcd_reset(HdcdDecoder *decoder);
 TONEKIT_API void hdcd_process(HdcdDecoder *decoder, int32_t *samples, int32_t frames);
 
 /**
- * Looks for HDCD in the next block: a decode whose output is thrown away. It moves all of the decoder's state
- * on, so blocks add up, and a scan finds what a decode of the same blocks would have found.
+ * Looks for HDCD in the next block: a decode whose output is thrown away. It moves all of the decoder's
+ * state on, so blocks add up, and a scan finds what a decode of the same blocks would have found.
  *
  * @param decoder  null gives 0
- * @param samples  as for hdcd_process, but left as they are. Not read at all once the answer has been 2.
+ * @param samples  as for hdcd_process, but left as they are; not read at all once the answer has been 2
  * @param frames   0 or less changes nothing
  * @return what hdcd_detected tells afterwards. 0 if there is no memory for a copy of the block, 8 bytes a
- * frame; the decoder then stays as it was.
+ *         frame; the decoder then stays as it was.
  */
 TONEKIT_API uint32_t hdcd_scan(HdcdDecoder *decoder, const int32_t *samples, int32_t frames);
 
@@ -77,8 +81,9 @@ TONEKIT_API void hdcd_free(HdcdDecoder *decoder);
 /**
  * Tells what the blocks so far have shown, by the state at the end of each.
  *
- * @return 0: no HDCD, or none yet. 1: both channels carry codes, but these have never changed the sound. 2:
- * both carry codes, and gain or peak extension was used. It never falls until a reset. 0 for null.
+ * @return 0: no HDCD so far, or in one channel only. 1: both channels carry codes, but these have never
+ *         changed the sound. 2: both carry codes, and gain or peak extension was used. It never falls until
+ *         a reset. 0 for null.
  */
 TONEKIT_API uint32_t hdcd_detected(const HdcdDecoder *decoder);
 
