@@ -21,24 +21,33 @@ constexpr uint32_t kRefused = 0xffffffff;
 
 constexpr char kAlphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// The six bits of each character of the alphabet.
-struct Values {
-    static constexpr uint8_t kNone = 0xff;
-    uint8_t of[256];
+// The six bits of each character where they belong among the three bytes of its group, first byte lowest, for
+// each of the four places in which it may stand.
+struct Symbols {
+    static constexpr uint32_t kNone = 0xff000000;
+    uint32_t bits[4][256];
 
-    constexpr Values() : of()
+    constexpr Symbols() : bits()
     {
-        for (uint8_t &value : of)
-            value = kNone;
-        for (int i = 0; i < 64; ++i)
-            of[static_cast<unsigned char>(kAlphabet[i])] = static_cast<uint8_t>(i);
+        for (int place = 0; place < 4; ++place) {
+            for (uint32_t &none : bits[place])
+                none = kNone;
+            for (uint32_t value = 0; value < 64; ++value)
+                bits[place][static_cast<unsigned char>(kAlphabet[value])] =
+                    __builtin_bswap32(value << (18 - 6 * place) << 8);
+        }
     }
 };
-constexpr Values kValues;
+constexpr Symbols kSymbols;
 
-inline uint32_t Value(char character)
+inline uint32_t BitsOf(char character, int place)
 {
-    return kValues.of[static_cast<unsigned char>(character)];
+    return kSymbols.bits[place][static_cast<unsigned char>(character)];
+}
+
+inline bool IsSymbol(char character)
+{
+    return BitsOf(character, 0) != Symbols::kNone;
 }
 
 // The two characters of each twelve bits, the first in the low byte.
@@ -64,10 +73,10 @@ struct Base64 {
     static inline void DecodeGroup(const char *four, uint8_t *three)
     {
         const uint32_t bits =
-            Value(four[0]) << 18 | Value(four[1]) << 12 | Value(four[2]) << 6 | Value(four[3]);
-        three[0] = static_cast<uint8_t>(bits >> 16);
-        three[1] = static_cast<uint8_t>(bits >> 8);
-        three[2] = static_cast<uint8_t>(bits);
+            BitsOf(four[0], 0) | BitsOf(four[1], 1) | BitsOf(four[2], 2) | BitsOf(four[3], 3);
+        const auto firstTwo = static_cast<uint16_t>(bits);
+        __builtin_memcpy(three, &firstTwo, sizeof firstTwo);
+        three[2] = static_cast<uint8_t>(bits >> 16);
     }
 
 #if defined(__SSSE3__)
@@ -186,7 +195,7 @@ inline std::size_t LeadingSymbols(const char *text, std::size_t length)
 #endif
     while (length - at >= 16 && LaneInAlphabet(text + at))
         at += 16;
-    while (at < length && Value(text[at]) != Values::kNone)
+    while (at < length && IsSymbol(text[at]))
         ++at;
     return at;
 }
@@ -194,7 +203,7 @@ inline std::size_t LeadingSymbols(const char *text, std::size_t length)
 inline bool AllSymbolsOrPadding(const char *text, std::size_t length)
 {
     for (std::size_t i = 0; i < length; ++i)
-        if (text[i] != '=' && Value(text[i]) == Values::kNone)
+        if (text[i] != '=' && !IsSymbol(text[i]))
             return false;
     return true;
 }
