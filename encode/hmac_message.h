@@ -16,11 +16,11 @@ inline void StartWithKey(typename Member::Record &record, const uint8_t *key, ui
         key = digestOfKey;
         keySize = Member::kDigestBytes;
     }
-    __builtin_memset(record.ipad, 0x36, Member::kBlockBytes);
-    __builtin_memset(record.opad, 0x5c, Member::kBlockBytes);
-    for (uint32_t i = 0; i < keySize; ++i) {
-        record.ipad[i] ^= key[i];
-        record.opad[i] ^= key[i];
+    uint8_t block[Member::kBlockBytes] = {};
+    CopyBytes(block, key, keySize);
+    for (uint32_t i = 0; i < Member::kBlockBytes; ++i) {
+        record.ipad[i] = block[i] ^ 0x36;
+        record.opad[i] = block[i] ^ 0x5c;
     }
     StartMessage<Member>(record.inner);
     AddToMessage<Member>(record.inner, record.ipad, Member::kBlockBytes);

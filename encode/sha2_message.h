@@ -1,6 +1,7 @@
 // sha2_message.h: how a message of any length goes through a SHA-2 hash, in pieces or at once.
 //
-// For tier units only, which include it inside their namespace. What a member of the family brings along:
+// For tier units only, which include it inside their namespace, behind <emmintrin.h>. What a member of the
+// family brings along:
 //   Context                   Sha256Context or Sha512Context
 //   kBlockBytes, kDigestBytes
 //   kInitialState             eight words
@@ -67,6 +68,23 @@ inline void AddToMessage(typename Member::Context &context, const uint8_t *messa
     context.total_length += kBlock + wholeBytes; // wraps at 4 GiB
 }
 
+// Fills the rest of the last block, from a byte 0x80 to the size at its end. The transform loads 16 bytes at
+// a time, and waits where it finds them in more than one store: so the two go out as 16 bytes if there is
+// room.
+inline void Pad(uint8_t *from, uint8_t *end, uint32_t sizeInBits)
+{
+    if (end - from < 32) {
+        __builtin_memset(from, 0, static_cast<std::size_t>(end - from));
+        *from = 0x80;
+        StoreBigEndian(end - 4, sizeInBits);
+        return;
+    }
+    __builtin_memset(from + 16, 0, static_cast<std::size_t>(end - from - 32));
+    const int size = static_cast<int>(__builtin_bswap32(sizeInBits));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(from), _mm_cvtsi32_si128(0x80));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(end - 16), _mm_slli_si128(_mm_cvtsi32_si128(size), 12));
+}
+
 // The standard's length field has 8 or 16 bytes. Only its last four are used here: the size in bits is kept
 // in 32 bits, so that the digest of 512 MiB and more differs from the standard's. That is the interface as it
 // is.
@@ -77,10 +95,7 @@ inline void EndMessage(typename Member::Context &context, uint8_t *digest)
     constexpr uint32_t kLengthFieldBytes = kBlock / 8;
     const uint32_t waiting = WaitingBytes<Member>(context);
     const uint32_t blocks = waiting >= kBlock - kLengthFieldBytes ? 2 : 1;
-    const uint32_t end = blocks * kBlock;
-    __builtin_memset(context.block + waiting, 0, end - waiting);
-    context.block[waiting] = 0x80;
-    StoreBigEndian(context.block + end - 4, (context.total_length + waiting) * 8);
+    Pad(context.block + waiting, context.block + blocks * kBlock, (context.total_length + waiting) * 8);
     Member::Transform(context.state, context.block, blocks);
     constexpr uint32_t kWordBytes = sizeof context.state[0];
     for (uint32_t i = 0; i < Member::kDigestBytes / kWordBytes; ++i)

@@ -3,6 +3,8 @@
 
 #include "frame/tier.h"
 
+#include <emmintrin.h>
+
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
