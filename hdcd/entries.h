@@ -21,7 +21,7 @@ std::int32_t hdcd_find_codes(HdcdChannelState *states, std::int32_t channels, co
 std::int32_t hdcd_envelope(std::int32_t *samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
                            std::int32_t gain, std::int32_t target_gain, std::int32_t extend);
 
-// The same for both channels of interleaved frames.
+// The same for both channels of interleaved frames, 0 or more of them.
 void EnvelopeLinked(std::int32_t *samples, std::int32_t frames, LinkedGain *gain);
 
 // Decodes count frames of one channel in place; a code takes effect on the frame that completes it. Gives the

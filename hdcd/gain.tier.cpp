@@ -172,33 +172,25 @@ void ScaleLinked(std::int32_t *samples, std::int32_t frames, const LinkedGain &g
     }
 }
 
-// Holds both channels at their gains; a gain of 0 multiplies by 1. The signed product of a sample and a
-// factor is that of the sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to
-// 54 of it are kept.
-void HoldLinked(std::int32_t *samples, std::int32_t frames, const std::int32_t *gain)
+// Holds both channels at the gain that they share. The signed product of a sample and a factor is that of the
+// sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to 54 of it are kept.
+void HoldLinked(std::int32_t *samples, std::int32_t frames, std::int32_t gain)
 {
-    if (gain[0] == 0 && gain[1] == 0)
+    if (gain == 0)
         return;
-    const std::uint32_t left = HdcdGainTable32[gain[0]];
-    const std::uint32_t right = HdcdGainTable32[gain[1]];
-    const __m128i leftFactor = _mm_set1_epi64x(left);
-    const __m128i rightFactor = _mm_set1_epi64x(right);
-    const __m128i leftRaise = _mm_slli_epi64(leftFactor, 31);
-    const __m128i rightRaise = _mm_slli_epi64(rightFactor, 31);
+    const __m128i factor = _mm_set1_epi64x(HdcdGainTable32[gain]);
+    const __m128i raise = _mm_slli_epi64(factor, 31);
     const __m128i signs = _mm_set1_epi32(INT32_MIN);
     const __m128i lowHalves = _mm_set1_epi64x(0xFFFFFFFF);
     for (; frames >= 2; frames -= 2, samples += 4) {
         auto *at = reinterpret_cast<__m128i *>(samples);
         const __m128i raised = _mm_xor_si128(_mm_loadu_si128(at), signs);
-        const __m128i even = _mm_sub_epi64(_mm_mul_epu32(raised, leftFactor), leftRaise);
-        const __m128i odd = _mm_sub_epi64(_mm_mul_epu32(_mm_srli_epi64(raised, 32), rightFactor), rightRaise);
-        const __m128i lefts = _mm_and_si128(_mm_srli_epi64(even, 23), lowHalves);
-        const __m128i rights = _mm_andnot_si128(lowHalves, _mm_slli_epi64(odd, 9));
-        _mm_storeu_si128(at, _mm_or_si128(lefts, rights));
+        const __m128i left = _mm_sub_epi64(_mm_mul_epu32(raised, factor), raise);
+        const __m128i right = _mm_sub_epi64(_mm_mul_epu32(_mm_srli_epi64(raised, 32), factor), raise);
+        _mm_storeu_si128(at, _mm_or_si128(_mm_and_si128(_mm_srli_epi64(left, 23), lowHalves),
+                                          _mm_andnot_si128(lowHalves, _mm_slli_epi64(right, 9))));
     }
-    if (frames == 1)
-        for (int i = 0; i < 2; ++i)
-            samples[i] = Attenuate(samples[i], gain[i]);
+    Hold(samples, 2 * frames, 1, gain);
 }
 
 } // namespace
@@ -223,7 +215,8 @@ TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (std::int32_t * samples, std::int32_
     const std::int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
     for (int i = 0; i < 2; ++i)
         Hold(samples + i + 2 * static_cast<std::ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
-    HoldLinked(samples + 2 * static_cast<std::ptrdiff_t>(both), frames - both, gain->gain);
+    // Both have reached the target, unless no frame is left.
+    HoldLinked(samples + 2 * static_cast<std::ptrdiff_t>(both), frames - both, gain->target);
 }
 
 } // namespace tonekit::TONEKIT_TIER
