@@ -122,6 +122,46 @@ TEST(TagsOfTheProgram, TravelThroughAllTypesOfFile)
     EXPECT_NE(ReadText(folder / "h.flac").find(png), std::string::npos);
 }
 
+// A BMP of one colour, 32 bits a pixel.
+std::string Bmp(uint32_t width, uint32_t height)
+{
+    std::string file = "BM";
+    const auto put = [&](uint32_t number, int bytes) {
+        for (int i = 0; i < bytes; i++)
+            file += static_cast<char>(number >> 8 * i);
+    };
+    for (const uint32_t number : {54 + width * height * 4, 0u, 54u, 40u, width, height})
+        put(number, 4);
+    put(1, 2);
+    put(32, 2);
+    for (int i = 0; i < 6; i++)
+        put(0, 4);
+    for (uint32_t i = 0; i < width * height; i++)
+        put(0x3264C8, 4);
+    return file;
+}
+
+TEST(TagsOfTheProgram, CoversAreScaledToFit)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav16, 44100, 2, 4410, 440));
+    WriteText(folder / "p.bmp", Bmp(300, 200));
+    const Outcome made = RunHost({"--cover", folder / "p.bmp", folder / "a.wav", folder / "b.flac"});
+    if (made.err.find("no JPEG codec") != std::string::npos)
+        GTEST_SKIP() << made.err;
+    ASSERT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(RunHost({"--cover-size", "50", folder / "b.flac", folder / "c.mp3"}).err, "");
+    const auto pictureOf = [&](const char *name) {
+        const std::string info = RunHost({"--info", folder / name}).out;
+        const size_t start = info.find("front cover, image/jpeg, ");
+        return start == std::string::npos ? 0 : std::stoi(info.substr(start + 25));
+    };
+    EXPECT_GT(pictureOf("c.mp3"), 0);
+    EXPECT_LT(pictureOf("c.mp3"), pictureOf("b.flac"));
+    // The frame header of a JPEG: height and width, 33 and 50 pixels.
+    EXPECT_NE(ReadText(folder / "c.mp3").find(std::string("\x08\x00\x21\x00\x32", 5)), std::string::npos);
+}
+
 TEST(TagsOfTheProgram, AreLeftBehindWithAWarningWhereTheyCantGo)
 {
     TemporaryFolder folder;
