@@ -31,6 +31,8 @@ tonekit_char16 *DecodeWindows1252(const char *text)
 char *EncodeWindows1252(const Utf16Text &text)
 {
     constexpr uint32_t kFirstSurrogate = 0xd800;
+    if (text.bits < 0x80)
+        return EncodeUtf8(text); // ASCII is the same in both, and quicker there
     OwnedText<char> result = NewText<char>(text.bits < kFirstSurrogate ? text.units : CountCharacters(text));
     Utf16ToWindows1252(text.begin, text.units, result.get());
     return result.release();

@@ -35,6 +35,9 @@ extern "C" {
  *     precomposed character, if Unicode's canonical compositions have one: e, U+0301 becomes U+00E9.
  *     Marks are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
  *
+ * UTF-8 and windows-1252 are converted by the library itself. Any other code page is the system's iconv's,
+ * which is opened for each call; that takes some microseconds.
+ *
  * Every function may be called from any thread at any time; setting the locale meanwhile is as unsafe as it
  * always is.
  */
