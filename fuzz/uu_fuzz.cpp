@@ -1,45 +1,20 @@
 // uu_fuzz.cpp: the UU packing of arbitrary data and back, and the decoder on arbitrary text, each body beside
 // the baseline.
-#include <algorithm>
-#include <cstdlib>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include "tests/support/bodies.h"
-#include <tonekit/encode.h>
+#include "fuzz/printable_calls.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-void Require(bool condition)
-{
-    if (!condition)
-        abort();
-}
-
 std::string Packed(char letter, const Bytes &data)
 {
-    char *text = nullptr;
-    Require(tonekit::Body<decltype(UUEncode)>("UUEncode", letter)(
-                data.data(), static_cast<int32_t>(data.size()), &text) == 0);
-    const std::string copy = text;
-    UUFreeMem(text);
-    return copy;
+    const auto text =
+        Encoded<decltype(UUEncode), int32_t>(tonekit::Body<decltype(UUEncode)>("UUEncode", letter), data);
+    Require(text.has_value());
+    return *text;
 }
 
 std::optional<Bytes> Unpacked(char letter, const std::string &text)
 {
-    // An exactly sized copy, so that a sanitizer sees a read past the terminator.
-    const std::vector<char> exact(text.c_str(), text.c_str() + text.size() + 1);
-    void *data = nullptr;
-    uint32_t length = 0;
-    if (tonekit::Body<decltype(UUDecode)>("UUDecode", letter)(exact.data(), &data, &length) != 0)
-        return {};
-    const Bytes copy(static_cast<uint8_t *>(data), static_cast<uint8_t *>(data) + length);
-    UUFreeMem(data);
-    return copy;
+    return Decoded(tonekit::Body<decltype(UUDecode)>("UUDecode", letter), text);
 }
 
 void CheckRoundTrip(char letter, const Bytes &data)
@@ -66,10 +41,9 @@ void CheckText(char letter, const std::string &text)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const Bytes bytes(data, data + size);
-    const std::string text(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
     for (const char letter : tonekit::RunnableLetters()) {
         CheckRoundTrip(letter, bytes);
-        CheckText(letter, text);
+        CheckText(letter, TextOf(bytes));
     }
     return 0;
 }

@@ -9,6 +9,7 @@
 
 #include "tests/encode/hex.h"
 #include "tests/encode/page_end.h"
+#include "tests/encode/printable_calls.h"
 #include "tests/reference/printable_model.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
@@ -27,46 +28,11 @@ Bytes BytesOf(const std::string &text)
 
 class Base64 : public testing::TestWithParam<char> {
 protected:
-    // Nothing if it is refused; then the out pointer must be as it was and nothing may have been allocated.
     std::optional<std::string> Encode(const void *data, std::uint32_t length) const
     {
-        char untouched;
-        char *text = &untouched;
-        const std::uint64_t allocations = AllocationsSoFar();
-        const std::uint32_t result = encode_(data, length, &text);
-        if (result != 0) {
-            EXPECT_EQ(result, 0xffffffffu);
-            EXPECT_EQ(text, &untouched);
-            EXPECT_EQ(AllocationsSoFar(), allocations);
-            return {};
-        }
-        EXPECT_EQ(AllocationsSoFar(), allocations + 1);
-        const std::string copy = text;
-        BASE64FreeMem(text);
-        return copy;
+        return EncodedBy(encode_, data, length);
     }
-
-    std::optional<Bytes> Decode(const char *text) const
-    {
-        char untouched;
-        void *data = &untouched;
-        std::uint32_t length = 4711;
-        const std::uint64_t allocations = AllocationsSoFar();
-        const std::uint32_t result = decode_(text, &data, &length);
-        if (result != 0) {
-            EXPECT_EQ(result, 0xffffffffu);
-            EXPECT_EQ(data, &untouched);
-            EXPECT_EQ(length, 4711u);
-            EXPECT_EQ(AllocationsSoFar(), allocations);
-            return {};
-        }
-        EXPECT_EQ(AllocationsSoFar(), allocations + 1);
-        const auto *bytes = static_cast<const std::uint8_t *>(data);
-        const Bytes copy(bytes, bytes + length);
-        BASE64FreeMem(data);
-        return copy;
-    }
-
+    std::optional<Bytes> Decode(const char *text) const { return DecodedBy(decode_, text); }
     std::optional<Bytes> Decode(const std::string &text) const { return Decode(text.c_str()); }
 
 private:

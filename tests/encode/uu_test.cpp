@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/encode/page_end.h"
+#include "tests/encode/printable_calls.h"
 #include "tests/reference/printable_model.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
@@ -21,38 +22,11 @@ using reference::Bytes;
 
 class UU : public testing::TestWithParam<char> {
 protected:
-    std::string Encode(const void *data, std::int32_t length) const
+    std::optional<std::string> Encode(const void *data, std::int32_t length) const
     {
-        char *text = nullptr;
-        EXPECT_EQ(encode_(data, length, &text), 0u);
-        const std::string copy = text;
-        UUFreeMem(text);
-        return copy;
+        return EncodedBy(encode_, data, length);
     }
-
-    // Nothing if it is refused; then the out pointers must be as they were and nothing may have been
-    // allocated.
-    std::optional<Bytes> Decode(const char *text) const
-    {
-        char untouched;
-        void *data = &untouched;
-        std::uint32_t length = 4711;
-        const std::uint64_t allocations = AllocationsSoFar();
-        const std::uint32_t result = decode_(text, &data, &length);
-        if (result != 0) {
-            EXPECT_EQ(result, 0xffffffffu);
-            EXPECT_EQ(data, &untouched);
-            EXPECT_EQ(length, 4711u);
-            EXPECT_EQ(AllocationsSoFar(), allocations);
-            return {};
-        }
-        EXPECT_EQ(AllocationsSoFar(), allocations + 1);
-        const auto *bytes = static_cast<const std::uint8_t *>(data);
-        const Bytes copy(bytes, bytes + length);
-        UUFreeMem(data);
-        return copy;
-    }
-
+    std::optional<Bytes> Decode(const char *text) const { return DecodedBy(decode_, text); }
     std::optional<Bytes> Decode(const std::string &text) const { return Decode(text.c_str()); }
 
 private:
