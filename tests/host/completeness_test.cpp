@@ -75,6 +75,18 @@ TEST(CompletenessOfWav, CountsTheMissingBytes)
     EXPECT_EQ(MissingIn(folder / "a.wav"), 1000u);
 }
 
+TEST(CompletenessOfWav, ChunksOfOddSizeHaveAByteOfPadding)
+{
+    TemporaryFolder folder;
+    test::WriteSound(folder / "a.wav", test::Noise(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 2, 1000));
+    std::string bytes = test::ReadText(folder / "a.wav");
+    bytes.insert(36, std::string("note\x03\0\0\0abc\0", 12));
+    test::WriteText(folder / "a.wav", bytes);
+    EXPECT_EQ(MissingIn(folder / "a.wav"), 0u);
+    test::CutOff(folder / "a.wav", bytes.size() - 7);
+    EXPECT_EQ(MissingIn(folder / "a.wav"), 7u);
+}
+
 TEST(CompletenessOfWav, AStreamOfUnknownLengthIsWhole)
 {
     TemporaryFolder folder;
