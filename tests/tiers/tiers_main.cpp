@@ -7,6 +7,7 @@
 #include <string>
 
 #include "frame/dispatch.h"
+#include "frame/processor.h"
 #include "tests/tiers/tiers.h"
 
 namespace tonekit::tiers {
@@ -28,6 +29,7 @@ std::vector<Case> &Cases()
 
 struct Options {
     bool list = false;
+    bool selected = false;
     bool bench = false;
     std::string tiers = kLetters;
     const char *function = nullptr;
@@ -136,6 +138,22 @@ int List()
     return 0;
 }
 
+// Prints the letter of the tier that was selected at load. Every slot must hold that tier's body.
+int PrintSelected()
+{
+    for (const char *letter = kLetters + kTierCount - 1; letter >= kLetters; --letter) {
+        bool all = true;
+        for (std::size_t row = 0; row < DispatchedNames().size(); ++row)
+            all = all && *tonekit_dispatch_rows[row].slot == tonekit_dispatch_rows[row].bodies[letter - kLetters];
+        if (all) {
+            std::printf("%c\n", *letter);
+            return 0;
+        }
+    }
+    std::printf("FAILED: the slots hold bodies of several tiers\n");
+    return 1;
+}
+
 // A row that no case covers is a failure: nobody would notice a wrong body of it.
 int CountUncovered()
 {
@@ -154,7 +172,7 @@ int CountUncovered()
 
 int Usage()
 {
-    std::fprintf(stderr, "usage: tiers [--list] [--bench] [--tier LETTERS] [--function NAME] [--seed N]\n");
+    std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--tier LETTERS] [--function NAME] [--seed N]\n");
     return 2;
 }
 
@@ -165,6 +183,8 @@ bool Parse(int argc, char **argv, Options &options)
         const bool hasValue = i + 1 < argc;
         if (word == "--list")
             options.list = true;
+        else if (word == "--selected")
+            options.selected = true;
         else if (word == "--bench")
             options.bench = true;
         else if (word == "--tier" && hasValue)
@@ -186,6 +206,8 @@ int Main(int argc, char **argv)
         return Usage();
     if (options.list)
         return List();
+    if (options.selected)
+        return PrintSelected();
     std::printf("seed %llu\n", static_cast<unsigned long long>(options.seed));
     Counts counts;
     if (!options.function && !options.bench)
