@@ -46,6 +46,12 @@ inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
     return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }
 
+// yes where the mask in memory is set, else no.
+inline __m128i Blend(__m128i no, __m128i yes, const void *mask)
+{
+    return _mm_xor_si128(no, _mm_and_si128(_mm_xor_si128(no, yes), Load128(mask)));
+}
+
 // The sum of the two halves' sums of bytes.
 inline std::size_t SumOfBytes(__m128i lanes)
 {

@@ -74,73 +74,80 @@ inline __m128i TwoByteForms(__m128i units, __m128i ascii)
     return Select(ascii, units, pair);
 }
 
-#ifdef __SSSE3__
-
 constexpr std::size_t kRunAhead = 8; // bytes that a block's last store may write behind its last character
+
+#ifdef __SSSE3__
 
 // For each set of ASCII units among eight: the bytes of their forms that stay, and how many these are.
 struct CompactTable {
     uint8_t bytes[256][16];
     uint8_t kept[256];
+
+    constexpr void Keep(unsigned ascii, unsigned from)
+    {
+        bytes[ascii][kept[ascii]++] = static_cast<uint8_t>(from);
+    }
 };
+
+#else
+
+// For each set of ASCII units among eight: where a byte takes the one, two or four bytes up, in three steps
+// one after the other, and how many bytes stay. (Eight ASCII units come another way.)
+struct CompactTable {
+    uint8_t fromOneUp[256][16];
+    uint8_t fromTwoUp[256][16];
+    uint8_t fromFourUp[256][16];
+    uint8_t kept[256];
+
+    constexpr void Keep(unsigned ascii, unsigned from)
+    {
+        const unsigned distance = from - kept[ascii]++;
+        if (distance & 1)
+            fromOneUp[ascii][from -= 1] = 0xff;
+        if (distance & 2)
+            fromTwoUp[ascii][from -= 2] = 0xff;
+        if (distance & 4)
+            fromFourUp[ascii][from -= 4] = 0xff;
+    }
+};
+
+#endif
 
 constexpr CompactTable MakeCompactTable()
 {
     CompactTable table{};
-    for (unsigned ascii = 0; ascii < 256; ascii++) {
-        unsigned kept = 0;
-        for (unsigned lane = 0; lane < 8; lane++) {
-            table.bytes[ascii][kept++] = static_cast<uint8_t>(2 * lane);
-            if (!(ascii >> lane & 1))
-                table.bytes[ascii][kept++] = static_cast<uint8_t>(2 * lane + 1);
-        }
-        table.kept[ascii] = static_cast<uint8_t>(kept);
-    }
+    for (unsigned ascii = 0; ascii < 256; ascii++)
+        for (unsigned byte = 0; byte < 16; byte++)
+            if (byte % 2 == 0 || !(ascii >> byte / 2 & 1))
+                table.Keep(ascii, byte);
     return table;
 }
 
 alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
 
-inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
+#ifdef __SSSE3__
+
+inline __m128i Compact(__m128i forms, uint32_t ascii)
 {
-    const uint32_t lanes = ByteMask(_mm_packs_epi16(ascii, _mm_setzero_si128()));
-    Store128(out, _mm_shuffle_epi8(forms, Load128(kCompact.bytes[lanes])));
-    return out + kCompact.kept[lanes];
+    return _mm_shuffle_epi8(forms, Load128(kCompact.bytes[ascii]));
 }
 
 #else
 
-constexpr std::size_t kRunAhead = 3;
-
-// Joins neighbours to two to four bytes of a 32-bit lane, and stores these one over the end of the other.
-inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
+inline __m128i Compact(__m128i forms, uint32_t ascii)
 {
-    const __m128i firstHalf = _mm_set1_epi32(0xffff);
-    const __m128i second = _mm_andnot_si128(firstHalf, forms);
-    const __m128i firstIsAscii = _mm_srai_epi32(_mm_slli_epi32(ascii, 16), 16);
-    const __m128i joined = _mm_or_si128(_mm_and_si128(forms, firstHalf),
-                                        Select(firstIsAscii, _mm_srli_epi32(second, 8), second));
-    // 4, less one for each of the two that is ASCII.
-    const __m128i lengths = _mm_add_epi32(_mm_set1_epi32(4), _mm_madd_epi16(ascii, Splat(1)));
-    alignas(16) uint32_t words[kBlock / 2];
-    alignas(16) uint32_t advances[kBlock / 2];
-    Store128(words, joined);
-    Store128(advances, lengths);
-    #pragma GCC unroll 4
-    for (std::size_t i = 0; i < kBlock / 2; i++) {
-        StoreBytes(out, words[i]);
-        out += advances[i];
-    }
-    return out;
+    forms = Blend(forms, _mm_srli_si128(forms, 1), kCompact.fromOneUp[ascii]);
+    forms = Blend(forms, _mm_srli_si128(forms, 2), kCompact.fromTwoUp[ascii]);
+    return Blend(forms, _mm_srli_si128(forms, 4), kCompact.fromFourUp[ascii]);
 }
 
 #endif
 
-inline void TakeTwoByteBlock(Cursor &at, __m128i units)
+inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
 {
-    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
-    at.out = StoreTwoByteForms(at.out, TwoByteForms(units, ascii), ascii);
-    at.in += kBlock;
+    const uint32_t lanes = ByteMask(_mm_packs_epi16(ascii, _mm_setzero_si128()));
+    Store128(out, Compact(forms, lanes));
+    return out + kCompact.kept[lanes];
 }
 
 // The three bytes of four units from 0x800 up, first byte lowest, in 32-bit lanes.
@@ -255,27 +262,23 @@ inline bool HasBlock(const Cursor &at)
     return at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock + kRunAhead - 1);
 }
 
-inline bool IsAscii(__m128i units)
+// Eight units below 0x800.
+inline void TakeTwoByteBlock(Cursor &at, __m128i units)
 {
-    return ByteMask(Without(units, 0xff80)) == 0xffff;
-}
-
-inline void TakeAsciiBlock(Cursor &at, __m128i units)
-{
-    StoreHalf(at.out, _mm_packus_epi16(units, units));
+    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
+    if (ByteMask(ascii) == 0xffff) {
+        StoreHalf(at.out, _mm_packus_epi16(units, units));
+        at.out += kBlock;
+    } else {
+        at.out = StoreTwoByteForms(at.out, TwoByteForms(units, ascii), ascii);
+    }
     at.in += kBlock;
-    at.out += kBlock;
 }
 
 inline void TakeTwoByteText(Cursor &at)
 {
-    while (HasBlock(at)) {
-        const __m128i block = Load128(at.in);
-        if (ByteMask(_mm_cmplt_epi16(block, Splat(0x80))) == 0xffff)
-            TakeAsciiBlock(at, block);
-        else
-            TakeTwoByteBlock(at, block);
-    }
+    while (HasBlock(at))
+        TakeTwoByteBlock(at, Load128(at.in));
 }
 
 inline void TakeAnyText(Cursor &at)
@@ -284,9 +287,7 @@ inline void TakeAnyText(Cursor &at)
         const __m128i block = Load128(at.in);
         const __m128i top = _mm_and_si128(block, Splat(0xf800));
         const uint32_t below800 = ByteMask(_mm_cmpeq_epi16(top, _mm_setzero_si128()));
-        if (IsAscii(block)) {
-            TakeAsciiBlock(at, block);
-        } else if (below800 == 0xffff) {
+        if (below800 == 0xffff) {
             TakeTwoByteBlock(at, block);
         } else if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xd800))) != 0) {
             if (!TakeFourPairs(at, block))
@@ -300,25 +301,26 @@ inline void TakeAnyText(Cursor &at)
     }
 }
 
-// How many units are from `from` up; below 0x8000 the units need no bias to be compared as signed ones.
-inline std::size_t CountFrom(const tonekit_char16 *text, std::size_t units, uint16_t from, uint16_t bias)
+// How many bytes the units have beyond one each: one more from 0x80, one more from 0x800.
+inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
 {
-    const __m128i threshold = Splat(static_cast<uint16_t>((from - 1) ^ bias));
+    const __m128i sign = Splat(0x8000); // makes the signed comparison an unsigned one
     std::size_t count = 0;
     std::size_t i = 0;
     while (units - i >= kBlock) {
         const std::size_t blocks = (units - i) / kBlock;
-        const std::size_t stop = i + kBlock * (blocks < 255 ? blocks : 255);
+        const std::size_t stop = i + kBlock * (blocks < 127 ? blocks : 127);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
         for (; i < stop; i += kBlock) {
-            const __m128i block = _mm_xor_si128(Load128(text + i), Splat(bias));
-            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, threshold));
+            const __m128i block = _mm_xor_si128(Load128(text + i), sign);
+            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, Splat(0x807f)));
+            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, Splat(0x87ff)));
         }
         count += SumOfBytes(lanes);
     }
     for (; i < units; i++)
-        count += text[i] >= from;
+        count += (text[i] >= 0x80) + (text[i] >= 0x800);
     return count;
 }
 
@@ -330,10 +332,7 @@ TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, std::size_t,
     // A unit is one byte, one more from 0x80, one more from 0x800; a pair of surrogates is 4, not 6.
     if (bits < 0x80)
         return units;
-    if (bits < 0x800)
-        return units + CountFrom(text, units, 0x80, 0);
-    const std::size_t bytes =
-        units + CountFrom(text, units, 0x80, 0x8000) + CountFrom(text, units, 0x800, 0x8000);
+    const std::size_t bytes = units + CountMore(text, units);
     return bits < 0xd800 ? bytes : bytes - 2 * CountPairs(text, units);
 }
 

@@ -85,35 +85,18 @@ constexpr std::ptrdiff_t kCompactRoom = 16; // units that two stores of eight la
 
 #ifdef __SSSE3__
 
-// For each set of lanes to drop from eight: the bytes of those that stay, and how many these are.
+// For each set of lanes to drop from eight: the bytes of those that stay, and how many lanes these are.
 struct CompactTable {
     uint8_t bytes[256][16];
     uint8_t kept[256];
-};
 
-constexpr CompactTable MakeCompactTable()
-{
-    CompactTable table{};
-    for (unsigned dropped = 0; dropped < 256; dropped++) {
-        unsigned kept = 0;
-        for (unsigned lane = 0; lane < 8; lane++) {
-            if (dropped >> lane & 1)
-                continue;
-            table.bytes[dropped][2 * kept] = static_cast<uint8_t>(2 * lane);
-            table.bytes[dropped][2 * kept + 1] = static_cast<uint8_t>(2 * lane + 1);
-            kept++;
-        }
-        table.kept[dropped] = static_cast<uint8_t>(kept);
+    constexpr void Keep(unsigned dropped, unsigned lane)
+    {
+        const unsigned to = kept[dropped]++;
+        bytes[dropped][2 * to] = static_cast<uint8_t>(2 * lane);
+        bytes[dropped][2 * to + 1] = static_cast<uint8_t>(2 * lane + 1);
     }
-    return table;
-}
-
-alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
-
-inline __m128i Compact(__m128i units, uint32_t dropped)
-{
-    return _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
-}
+};
 
 #else
 
@@ -124,37 +107,41 @@ struct CompactTable {
     uint16_t fromTwoUp[256][8];
     uint16_t fromFourUp[256][8];
     uint8_t kept[256];
+
+    constexpr void Keep(unsigned dropped, unsigned lane)
+    {
+        const unsigned distance = lane - kept[dropped]++;
+        if (distance & 1)
+            fromOneUp[dropped][lane -= 1] = 0xffff;
+        if (distance & 2)
+            fromTwoUp[dropped][lane -= 2] = 0xffff;
+        if (distance & 4)
+            fromFourUp[dropped][lane -= 4] = 0xffff;
+    }
 };
+
+#endif
 
 constexpr CompactTable MakeCompactTable()
 {
     CompactTable table{};
-    for (unsigned dropped = 0; dropped < 256; dropped++) {
-        unsigned kept = 0;
-        for (unsigned lane = 0; lane < 8; lane++) {
-            if (dropped >> lane & 1)
-                continue;
-            const unsigned distance = lane - kept;
-            unsigned at = lane;
-            if (distance & 1)
-                table.fromOneUp[dropped][at -= 1] = 0xffff;
-            if (distance & 2)
-                table.fromTwoUp[dropped][at -= 2] = 0xffff;
-            if (distance & 4)
-                table.fromFourUp[dropped][at -= 4] = 0xffff;
-            kept++;
-        }
-        table.kept[dropped] = static_cast<uint8_t>(kept);
-    }
+    for (unsigned dropped = 0; dropped < 256; dropped++)
+        for (unsigned lane = 0; lane < 8; lane++)
+            if (!(dropped >> lane & 1))
+                table.Keep(dropped, lane);
     return table;
 }
 
 alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
 
-inline __m128i Blend(__m128i no, __m128i yes, const uint16_t *mask)
+#ifdef __SSSE3__
+
+inline __m128i Compact(__m128i units, uint32_t dropped)
 {
-    return _mm_xor_si128(no, _mm_and_si128(_mm_xor_si128(no, yes), Load128(mask)));
+    return _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
 }
+
+#else
 
 inline __m128i Compact(__m128i units, uint32_t dropped)
 {
@@ -172,13 +159,13 @@ inline tonekit_char16 *StoreCompacted(tonekit_char16 *out, __m128i units, uint32
     return out + kCompact.kept[dropped];
 }
 
-// Takes blocks of characters of one or two bytes, until one of another kind or an ill-formed one comes or the
-// room gets scarce; false if not even one block was taken. A character's unit is made where its last byte
-// stands.
-inline bool TakeTwoByteBlocks(Cursor &at)
+// Takes characters of one or two bytes, block by block, up to one that is longer or ill-formed, or the last
+// whole block, or as far as there is room. A character's unit is made where its last byte stands.
+inline void TakeTwoByteBlocks(Cursor &at)
 {
     const uint8_t *begin = at.in;
-    while (at.end - at.in >= kBlock && at.outEnd - at.out >= kCompactRoom) {
+    uint32_t strange = 0; // bytes that belong to no such character
+    while (strange == 0 && at.end - at.in >= kBlock && at.outEnd - at.out >= kCompactRoom) {
         const __m128i bytes = Load128(at.in);
         const __m128i before = at.in == begin ? _mm_slli_si128(bytes, 1) : Load128(at.in - 1);
         const __m128i leads = TwoByteLeads(bytes);
@@ -186,28 +173,26 @@ inline bool TakeTwoByteBlocks(Cursor &at)
         const __m128i misplaced = _mm_xor_si128(continuations, TwoByteLeads(before));
         const __m128i others =
             _mm_andnot_si128(_mm_or_si128(leads, continuations), bytes); // in their top bits
-        if (ByteMask(_mm_or_si128(misplaced, others)) != 0)
-            break;
-        if (ByteMask(bytes) == 0) {
+        strange = ByteMask(_mm_or_si128(misplaced, others));
+        if ((ByteMask(bytes) | strange) == 0) {
             Widen(bytes, at.out);
             at.out += kBlock;
-        } else {
-            const __m128i upper =
-                _mm_and_si128(_mm_and_si128(_mm_srli_epi16(before, 2), _mm_set1_epi8(7)), continuations);
-            const __m128i pair = _mm_or_si128(_mm_and_si128(_mm_slli_epi16(before, 6), _mm_set1_epi8(-0x40)),
-                                              _mm_and_si128(bytes, _mm_set1_epi8(0x3f)));
-            const __m128i lower = Select(continuations, pair, bytes);
-            const uint32_t dropped = ByteMask(leads);
-            at.out = StoreCompacted(at.out, _mm_unpacklo_epi8(lower, upper), dropped & 0xff);
-            at.out = StoreCompacted(at.out, _mm_unpackhi_epi8(lower, upper), dropped >> 8);
+            at.in += kBlock;
+            continue;
         }
-        at.in += kBlock;
+        const __m128i upper =
+            _mm_and_si128(_mm_and_si128(_mm_srli_epi16(before, 2), _mm_set1_epi8(7)), continuations);
+        const __m128i pair = _mm_or_si128(_mm_and_si128(_mm_slli_epi16(before, 6), _mm_set1_epi8(-0x40)),
+                                          _mm_and_si128(bytes, _mm_set1_epi8(0x3f)));
+        const __m128i lower = Select(continuations, pair, bytes);
+        const uint32_t fromStrange = 0u - (strange & (0u - strange)); // that byte and all behind it
+        const uint32_t dropped = (ByteMask(leads) | fromStrange) & 0xffff;
+        at.out = StoreCompacted(at.out, _mm_unpacklo_epi8(lower, upper), dropped & 0xff);
+        at.out = StoreCompacted(at.out, _mm_unpackhi_epi8(lower, upper), dropped >> 8);
+        at.in += strange != 0 ? __builtin_ctz(strange) : kBlock;
     }
-    if (at.in == begin)
-        return false;
-    if (at.in[-1] >= 0xc0)
+    if (at.in > begin && at.in[-1] >= 0xc0)
         at.in--; // leads a character that has not been taken
-    return true;
 }
 
 // Bytes 0 to 2 of each 32-bit lane are a three-byte character, if all goes well.
@@ -302,12 +287,14 @@ inline void TakeEightAscii(Cursor &at)
     at.out += 8;
 }
 
-// Takes characters until one begins at stop or behind it.
-inline bool TakeUntil(Cursor &at, const uint8_t *stop)
+// Takes a character, and some more as long as they have three bytes or four; false if one is ill-formed.
+inline bool TakeRun(Cursor &at)
 {
-    while (at.in < stop)
+    const uint8_t *stop = at.end - at.in > 24 ? at.in + 24 : at.end;
+    do {
         if (!TakeCharacter(at))
             return false;
+    } while (at.in < stop && *at.in >= 0xe0);
     return true;
 }
 
@@ -367,19 +354,19 @@ TONEKIT_INTERNAL_BODY(Utf8ToUtf16, std::size_t,
     bool wellFormed = true;
     while (wellFormed && at.end - at.in >= kBlock) {
         const __m128i block = Load128(at.in);
-        if (ByteMask(block) == 0)
+        if (ByteMask(block) == 0) {
             TakeAscii(at);
-        else if (*at.in >= 0xf0)
-            wellFormed = TakeFourFourByte(at, block) || TakeUntil(at, at.in + kBlock);
-        else if (*at.in >= 0xe0 && TakeEightThreeByte(at))
-            continue;
-        else if (!TakeTwoByteBlocks(at))
-            wellFormed = TakeUntil(at, at.in + kBlock);
+        } else if (*at.in >= 0xf0) {
+            wellFormed = TakeFourFourByte(at, block) || TakeRun(at);
+        } else if (*at.in < 0xe0 || !TakeEightThreeByte(at)) {
+            TakeTwoByteBlocks(at);
+            wellFormed = at.in == at.end || TakeRun(at);
+        }
     }
-    if (wellFormed) {
+    if (wellFormed)
         TakeEightAscii(at);
-        TakeUntil(at, at.end);
-    }
+    while (wellFormed && at.in < at.end)
+        wellFormed = TakeCharacter(at);
     *units = static_cast<std::size_t>(at.out - out);
     return static_cast<std::size_t>(at.in - begin);
 }
