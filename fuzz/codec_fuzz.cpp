@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 namespace tonekit::codec {
 namespace {
@@ -24,7 +23,7 @@ size_t Read(void *buffer, size_t, size_t count, void *stream)
 {
     auto *input = static_cast<Input *>(stream);
     const size_t given = std::min({count, input->size, size_t{1000}});
-    std::memcpy(buffer, input->data, given);
+    std::copy_n(input->data, given, static_cast<uint8_t *>(buffer));
     input->data += given;
     input->size -= given;
     return given;
