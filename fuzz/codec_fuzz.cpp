@@ -88,6 +88,8 @@ Bytes TurnWith(const Codec &codec, Input input)
             return turned;
         jvirt_barray_ptr *coefficients = CODEC(codec, jpeg_read_coefficients)(&from);
         Compressor to(codec);
+        // Without the search for the best scans, whose buffers the codec forgets when an error ends it.
+        CODEC(codec, jpeg_c_set_int_param)(&to, JINT_COMPRESS_PROFILE, JCP_FASTEST);
         CODEC(codec, jpeg_mem_dest)(&to, &data, &size);
         CODEC(codec, jpeg_copy_critical_parameters)(&from, &to);
         jvirt_barray_ptr *moved = CODEC(codec, jtransform_adjust_parameters)(&from, &to, coefficients, &info);

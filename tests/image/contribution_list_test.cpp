@@ -5,6 +5,7 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -88,6 +89,18 @@ TEST(ContributionLists, AgreesWithTheModelAndStaysInItsRoomForOddRatios)
                 ASSERT_EQ(list.indices[i * list.stride + entry], model[i][entry].first);
         }
     }
+}
+
+TEST(ContributionLists, AListMayBeOneLongerThanTheWindow)
+{
+    // 2 width is just below 5, and a window just below 6 truncates to 5; but 1000 and 2 width round to 1005,
+    // which makes six positions.
+    ContributionLists lists;
+    ASSERT_TRUE(lists.Build(2000, 2001, One, std::nextafter(2.5, 0.0)));
+    const ContributionList &list = lists.list();
+    EXPECT_EQ(Indices(list, 1003).size(), 6u);
+    EXPECT_GE(list.stride, 6u);
+    EXPECT_EQ(list.sums[1003], 6.0);
 }
 
 TEST(ContributionLists, RefusesWhatNoListCanHold)
