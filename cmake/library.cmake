@@ -55,6 +55,7 @@ function(tonekit_add_library)
     set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINK_DEPENDS ${map}
         LINKER_LANGUAGE CXX)
     target_include_directories(tonekit INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+        $<BUILD_INTERFACE:${TONEKIT_GENERATED}/include>
         $<INSTALL_INTERFACE:include>)
     target_link_libraries(tonekit PRIVATE ${dependencies})
     target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,defs -Wl,--no-undefined
