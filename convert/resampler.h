@@ -18,7 +18,7 @@ struct ResamplerRecipe {
 // The recipe for a span of bits, qualityHigh minus qualityLow.
 const ResamplerRecipe &RecipeForSpan(uint32_t span);
 
-// The whole specification: mode 0 normal, 1 steep, 2 steeper; aliasing lets the stop band begin above
+// All its fields: mode 0 normal, 1 steep, 2 steeper; aliasing lets the stop band begin above
 // Nyquist.
 soxr_quality_spec_t ResamplerQuality(const ResamplerRecipe &recipe, uint32_t mode, bool aliasing);
 
