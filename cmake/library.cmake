@@ -12,6 +12,9 @@ target_compile_options(tonekit_settings INTERFACE
     $<$<BOOL:${TONEKIT_WERROR}>:-Werror>)
 target_compile_definitions(tonekit_settings INTERFACE TONEKIT_VERSION="${PROJECT_VERSION}")
 
+# What the compiler's runtime consists of on Windows.
+set(TONEKIT_WINDOWS_RUNTIME libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+
 # The ordinary units of all families. Tier units come from frame/dispatch.list.
 add_library(tonekit_objects OBJECT)
 target_link_libraries(tonekit_objects PRIVATE tonekit_settings)
@@ -39,7 +42,36 @@ function(tonekit_package name)
     tonekit_dependency(PkgConfig::${prefix})
 endfunction()
 
-# Makes libtonekit.so, and tonekit_internal: the same objects for tests and benchmarks that reach inside.
+# An ELF library exports what the version script names, under one version, and calls itself without detours.
+function(tonekit_link_for_elf)
+    set(map ${TONEKIT_GENERATED}/tonekit.map)
+    set_target_properties(tonekit PROPERTIES LINK_DEPENDS ${map})
+    target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,defs -Wl,--no-undefined
+        -Wl,-z,noexecstack)
+endfunction()
+
+# tonekit.dll exports what the module definition names. The C++ runtime stands beside it, shared with the host, since an
+# allocation exception crosses from one to the other; its libraries are copied to where programs of the build find them.
+function(tonekit_link_for_windows)
+    target_sources(tonekit PRIVATE ${TONEKIT_GENERATED}/tonekit.def)
+    set_target_properties(tonekit PROPERTIES PREFIX "" IMPORT_PREFIX "lib"
+        ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+    target_link_options(tonekit PRIVATE -Wl,--no-undefined -Wl,--exclude-all-symbols)
+    file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    set(runtime "")
+    foreach(name IN LISTS TONEKIT_WINDOWS_RUNTIME)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name} OUTPUT_VARIABLE file
+            OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(NOT IS_ABSOLUTE "${file}")
+            message(FATAL_ERROR "${name} is not found beside ${CMAKE_CXX_COMPILER}")
+        endif()
+        file(COPY_FILE ${file} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ONLY_IF_DIFFERENT)
+        list(APPEND runtime ${file})
+    endforeach()
+    install(FILES ${runtime} DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# Makes libtonekit.so or tonekit.dll, and tonekit_internal: the same objects for tests and benchmarks that reach inside.
 function(tonekit_add_library)
     get_property(tier_objects GLOBAL PROPERTY TONEKIT_OBJECTS)
     get_property(tier_targets GLOBAL PROPERTY TONEKIT_TIER_TARGETS)
@@ -50,16 +82,17 @@ function(tonekit_add_library)
         target_link_libraries(${target} PRIVATE ${dependencies})
     endforeach()
 
-    set(map ${TONEKIT_GENERATED}/tonekit.map)
     add_library(tonekit SHARED $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})
-    set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINK_DEPENDS ${map}
-        LINKER_LANGUAGE CXX)
+    set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINKER_LANGUAGE CXX)
     target_include_directories(tonekit INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
         $<BUILD_INTERFACE:${TONEKIT_GENERATED}/include>
         $<INSTALL_INTERFACE:include>)
     target_link_libraries(tonekit PRIVATE ${dependencies})
-    target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,defs -Wl,--no-undefined
-        -Wl,-z,noexecstack)
+    if(WIN32)
+        tonekit_link_for_windows()
+    else()
+        tonekit_link_for_elf()
+    endif()
 
     add_library(tonekit_internal INTERFACE)
     target_sources(tonekit_internal INTERFACE $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <tonekit/frame.h>
 
 #ifndef TONEKIT_TIER
     #error "tier.h is for tier units, which the build compiles once per body"
@@ -26,8 +27,7 @@
 
 // Opens the definition of an exported function's body, which is found under function.LETTER.
 #define TONEKIT_BODY(function, result, arguments)                                                            \
-    TONEKIT_DEFINE_(function, function, TONEKIT_ROW_export_##function, result, arguments,                    \
-                    __attribute__((visibility("default"))))
+    TONEKIT_DEFINE_(function, function, TONEKIT_ROW_export_##function, result, arguments, TONEKIT_API)
 
 // The same for a function of which only the entry is exported.
 #define TONEKIT_PLAIN_BODY(function, result, arguments)                                                      \
@@ -35,8 +35,7 @@
 
 // The same for a class member: SYMBOL is its mangled name, and the object is the first argument.
 #define TONEKIT_MEMBER_BODY(function, symbol, result, arguments)                                             \
-    TONEKIT_DEFINE_(function, symbol, TONEKIT_ROW_export_##symbol, result, arguments,                        \
-                    __attribute__((visibility("default"))))
+    TONEKIT_DEFINE_(function, symbol, TONEKIT_ROW_export_##symbol, result, arguments, TONEKIT_API)
 
 // The same for a dispatched function that is not exported.
 #define TONEKIT_INTERNAL_BODY(function, result, arguments)                                                   \

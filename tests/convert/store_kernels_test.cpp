@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "convert/sample_formats.h"
-#include "tests/convert/guarded_pages.h"
+#include "tests/support/guarded_pages.h"
 #include "tests/convert/sample_formats_kernels.h"
 #include "tests/convert/sample_values.h"
 #include "tests/support/bodies.h"

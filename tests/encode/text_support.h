@@ -3,9 +3,9 @@
 
 #include <cstring>
 #include <string>
-#include <sys/mman.h>
 #include <tonekit/encode.h>
-#include <unistd.h>
+
+#include "tests/support/guarded_pages.h"
 
 namespace tonekit {
 
@@ -29,25 +29,16 @@ template <class Unit>
 class TextAtPageEnd {
 public:
     explicit TextAtPageEnd(const std::basic_string<Unit> &text)
+        : pages_((text.size() + 1) * sizeof(Unit)),
+          text_(reinterpret_cast<Unit *>(pages_.End()) - (text.size() + 1))
     {
-        const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t bytes = (text.size() + 1) * sizeof(Unit);
-        size_ = (bytes + page - 1) / page * page + page;
-        memory_ = static_cast<char *>(
-            mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(memory_ + size_ - page, page, PROT_NONE);
-        text_ = reinterpret_cast<Unit *>(memory_ + size_ - page - bytes);
-        std::memcpy(text_, text.c_str(), bytes);
+        std::memcpy(text_, text.c_str(), (text.size() + 1) * sizeof(Unit));
     }
-    ~TextAtPageEnd() { munmap(memory_, size_); }
-    TextAtPageEnd(const TextAtPageEnd &) = delete;
-    TextAtPageEnd &operator=(const TextAtPageEnd &) = delete;
 
     Unit *Get() { return text_; }
 
 private:
-    char *memory_;
-    std::size_t size_;
+    GuardedPages pages_;
     Unit *text_;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <vector>
 
 namespace tonekit::reference {
@@ -30,7 +31,7 @@ struct Textbook {
     double c, s;
 
     Textbook(double rate, double corner)
-        : c(std::cos(2 * M_PI * corner / rate)), s(std::sin(2 * M_PI * corner / rate))
+        : c(std::cos(2 * std::numbers::pi * corner / rate)), s(std::sin(2 * std::numbers::pi * corner / rate))
     {}
 
     static Section Normalised(double b0, double b1, double b2, double a0, double a1, double a2)

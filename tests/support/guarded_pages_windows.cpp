@@ -1,0 +1,38 @@
+// guarded_pages_windows.cpp: guarded pages from VirtualAlloc.
+#include "tests/support/guarded_pages.h"
+
+#include <windows.h>
+
+#include <new>
+
+namespace tonekit {
+
+namespace {
+
+std::size_t PageBytes()
+{
+    SYSTEM_INFO system;
+    GetSystemInfo(&system);
+    return system.dwPageSize;
+}
+
+} // namespace
+
+GuardedPages::GuardedPages(std::size_t bytes)
+{
+    const std::size_t page = PageBytes();
+    size_ = (bytes + page - 1) / page * page;
+    void *memory = VirtualAlloc(nullptr, size_ + 2 * page, MEM_RESERVE, PAGE_NOACCESS);
+    if (!memory)
+        throw std::bad_alloc();
+    begin_ = static_cast<std::uint8_t *>(memory) + page;
+    if (size_ > 0 && !VirtualAlloc(begin_, size_, MEM_COMMIT, PAGE_READWRITE))
+        throw std::bad_alloc();
+}
+
+GuardedPages::~GuardedPages()
+{
+    VirtualFree(begin_ - PageBytes(), 0, MEM_RELEASE);
+}
+
+} // namespace tonekit
