@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install format check-format clean
+.PHONY: help lib convert test bench install windows test-windows format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -13,6 +13,8 @@ help:
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
+	@echo "make windows                                 cross-build build-windows/bin/tonekit.dll and its tests"
+	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
 	@echo "make format                                  lay the sources out"
 
 lib:
@@ -43,6 +45,16 @@ install:
 	@scripts/configure $(PRESET) $(CMAKE_ARGS)
 	@$(COMPILE)
 	@cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+windows:
+	@scripts/ensure_packages windows
+	@scripts/windows/build_dependencies library
+	@scripts/configure windows -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@cmake --build --preset windows -j $(JOBS)
+
+test-windows: windows
+	@scripts/ensure_packages test-windows
+	@scripts/windows/run_tests
 
 format:
 	@scripts/ensure_packages format

@@ -1,7 +1,16 @@
 # testing.cmake: test programs, fuzz targets and benchmarks, all of them linked with the library's own objects.
 
+# Ends the names of the files that stand on one side of a platform seam.
+set(TONEKIT_SYSTEM $<IF:$<BOOL:${WIN32}>,windows,posix>)
+
 # Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn.
 set(TONEKIT_WRAPPED_ALLOCATION -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=free)
+if(WIN32)
+    # The local and global heaps are called through pointers of the import library.
+    foreach(function LocalAlloc LocalFree GlobalAlloc GlobalFree)
+        list(APPEND TONEKIT_WRAPPED_ALLOCATION -Wl,--wrap=__imp_${function})
+    endforeach()
+endif()
 
 if(TONEKIT_TESTS)
     find_package(GTest REQUIRED)
@@ -16,7 +25,39 @@ function(tonekit_test name)
         TONEKIT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" TONEKIT_BUILD_DIR="${PROJECT_BINARY_DIR}")
     target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_ALLOCATION})
     add_dependencies(${name} tonekit)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${name}.")
+    tonekit_discover_tests(${name})
+endfunction()
+
+# Makes each test of a GoogleTest program a test of the suite. On Windows the whole program is one, which counts as many
+# as it tells: starting Wine for each would take longer than the tests.
+function(tonekit_discover_tests name)
+    if(WIN32)
+        add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    else()
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${name}.")
+    endif()
+endfunction()
+
+# Leaves tests out on Windows; the reason is shown with the results.
+function(tonekit_left_out_on_windows name reason)
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_LEFT_OUT "${name}: ${reason}")
+endfunction()
+
+# The same for some tests of a GoogleTest program.
+function(tonekit_tests_left_out_on_windows program reason)
+    if(WIN32)
+        list(JOIN ARGN ":" filter)
+        set_tests_properties(${program} PROPERTIES ENVIRONMENT "GTEST_FILTER=-${filter}")
+        list(JOIN ARGN " " names)
+        tonekit_left_out_on_windows("${program}, ${names}" "${reason}")
+    endif()
+endfunction()
+
+# Writes the list that the test run shows.
+function(tonekit_write_left_out)
+    get_property(left_out GLOBAL PROPERTY TONEKIT_LEFT_OUT)
+    list(JOIN left_out "\n" text)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/left_out.txt CONTENT "${text}\n" @ONLY)
 endfunction()
 
 # A fuzz target: NAME_fuzz.cpp with LLVMFuzzerTestOneInput. The suite replays its corpus and some random rounds.

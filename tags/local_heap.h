@@ -2,20 +2,13 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 
 namespace tonekit {
 
 // Zero-filled bytes for LocalRelease; null if memory ran out. The caller tests it, every time.
-static inline void *LocalAllocate(std::size_t bytes)
-{
-    return calloc(1, bytes);
-}
+void *LocalAllocate(std::size_t bytes);
 
 // Gives memory of LocalAllocate back; null is ignored.
-static inline void LocalRelease(void *memory)
-{
-    free(memory);
-}
+void LocalRelease(void *memory);
 
 } // namespace tonekit

@@ -10,6 +10,7 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
+constexpr double kTwoTo52 = 4503599627370496.0;
 constexpr double kTwoTo63 = 9223372036854775808.0;
 constexpr uint64_t kTopBit = uint64_t{1} << 63;
 
@@ -24,10 +25,15 @@ uint64_t ToUnsigned64(double value)
     return kTopBit;
 }
 
-// To the nearest whole number, halves away from zero.
+// To the nearest whole number, halves away from zero. Not by the C library, which on some systems adds a half
+// and so lifts the last number below a half to 1.
 uint64_t RoundToUnsigned64(double value)
 {
-    return ToUnsigned64(round(value));
+    if (!(fabs(value) < kTwoTo52))
+        return ToUnsigned64(value); // a whole number already
+    const auto whole = static_cast<int64_t>(value);
+    const double rest = value - static_cast<double>(whole);
+    return static_cast<uint64_t>(whole + (rest >= 0.5) - (rest <= -0.5));
 }
 
 template <class Unit>

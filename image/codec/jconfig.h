@@ -13,3 +13,16 @@
 #define HAVE_STDLIB_H 1
 #define HAVE_UNSIGNED_CHAR 1
 #define HAVE_UNSIGNED_SHORT 1
+
+#ifdef _WIN32
+/* The types that the system's own headers define as well, so that both can be included. */
+    #ifndef __RPCNDR_H__
+typedef unsigned char boolean;
+    #endif
+    #define HAVE_BOOLEAN
+    #if !defined(_BASETSD_H_) && !defined(_BASETSD_H)
+typedef short INT16;
+typedef int INT32;
+    #endif
+    #define XMD_H
+#endif

@@ -1,26 +1,18 @@
 // shared_bodies_test.cpp: which letters share a body, in the finished library.
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <map>
 #include <string>
 
 #include "tests/support/bodies.h"
+#include "tests/support/shared_library.h"
 
 namespace tonekit {
 namespace {
 
 class SharedBodies : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        library_ = dlopen(TONEKIT_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        ASSERT_NE(library_, nullptr) << dlerror();
-    }
-    void TearDown() override { dlclose(library_); }
-
-    void *Address(const std::string &name) const { return dlsym(library_, name.c_str()); }
+    void *Address(const std::string &name) const { return library_.Address(name); }
 
     // Letters grouped by body, such as "A=R=S=V L M=N=P".
     std::string Groups(const std::string &name) const
@@ -41,7 +33,7 @@ protected:
         return text;
     }
 
-    void *library_ = nullptr;
+    SharedLibrary library_{TONEKIT_LIBRARY};
 };
 
 TEST_F(SharedBodies, ResampleHasSix)

@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "convert/sample_formats.h"
-#include "tests/support/guarded_pages.h"
 #include "tests/convert/sample_formats_kernels.h"
 #include "tests/convert/sample_values.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/guarded_pages.h"
 
 namespace tonekit {
 namespace {

@@ -1,18 +1,23 @@
 // text_support.h: what the tests of the text functions share.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
+#include <new>
 #include <string>
 #include <tonekit/encode.h>
 
+#include "tests/support/failing_malloc.h"
 #include "tests/support/guarded_pages.h"
+#include "tests/support/utf16.h"
 
 namespace tonekit {
 
 // Takes a result over as a string, and releases it.
-inline std::u16string Take(tonekit_char16 *text)
+inline Utf16String Take(tonekit_char16 *text)
 {
-    std::u16string result = text == nullptr ? u"(null)" : text;
+    Utf16String result = text == nullptr ? UTF16("(null)") : text;
     UNC_freeWStr(text);
     return result;
 }
@@ -22,6 +27,28 @@ inline std::string Take(char *text)
     std::string result = text == nullptr ? "(null)" : text;
     UNC_freeStr(text);
     return result;
+}
+
+// Lets each allocation of an action fail in turn: it must throw and leak nothing.
+template <class Action>
+int FailEachAllocation(Action action)
+{
+    for (int n = 1;; n++) {
+        const int64_t live = LiveAllocations();
+        FailAllocation(n);
+        bool thrown = false;
+        try {
+            UNC_freeStr(action());
+        } catch (const std::bad_alloc &) {
+            thrown = true;
+        }
+        const bool failed = AllocationHasFailed();
+        AllowAllocations();
+        EXPECT_EQ(LiveAllocations(), live) << "allocation " << n;
+        EXPECT_EQ(thrown, failed) << "allocation " << n;
+        if (!failed)
+            return n - 1;
+    }
 }
 
 // A copy of a text whose terminator is the last unit before memory that can't be read.

@@ -9,11 +9,12 @@ namespace {
 
 using tonekit::Take;
 using tonekit::TextAtPageEnd;
+using tonekit::Utf16String;
 
-std::u16string WithoutPrefix(const std::u16string &path)
+Utf16String WithoutPrefix(const Utf16String &path)
 {
-    const std::u16string before = path;
-    const std::u16string result = Take(UNC_RemoveUnicodeAPIPath(path.c_str()));
+    const Utf16String before = path;
+    const Utf16String result = Take(UNC_RemoveUnicodeAPIPath(path.c_str()));
     EXPECT_EQ(path, before);
     return result;
 }
@@ -22,17 +23,17 @@ std::u16string WithoutPrefix(const std::u16string &path)
 
 TEST(ChangeEndian, SwapsTheBytesOfEachUnit)
 {
-    char16_t one[] = {0x4100, 0};
+    tonekit_char16 one[] = {0x4100, 0};
     UNC_ChangeEndian(one);
     EXPECT_EQ(one[0], 0x0041);
-    char16_t some[] = {0x1234, 0xff00, 0x00ff, 0xd83d, 0x0100, 0};
+    tonekit_char16 some[] = {0x1234, 0xff00, 0x00ff, 0xd83d, 0x0100, 0};
     UNC_ChangeEndian(some);
-    EXPECT_EQ(std::u16string(some), (std::u16string{0x3412, 0x00ff, 0xff00, 0x3dd8, 0x0001}));
+    EXPECT_EQ(Utf16String(some), (Utf16String{0x3412, 0x00ff, 0xff00, 0x3dd8, 0x0001}));
 }
 
 TEST(ChangeEndian, LeavesAnEmptyTextAndWhatStandsBehindTheEnd)
 {
-    char16_t units[] = {0, 0x1234};
+    tonekit_char16 units[] = {0, 0x1234};
     UNC_ChangeEndian(units);
     EXPECT_EQ(units[0], 0);
     EXPECT_EQ(units[1], 0x1234);
@@ -40,9 +41,9 @@ TEST(ChangeEndian, LeavesAnEmptyTextAndWhatStandsBehindTheEnd)
 
 TEST(ChangeEndian, OnlyAWholeZeroUnitEndsTheText)
 {
-    char16_t units[] = {0x0041, 0x4100, 0x0001, 0x0100, 0, 0x0041};
+    tonekit_char16 units[] = {0x0041, 0x4100, 0x0001, 0x0100, 0, 0x0041};
     UNC_ChangeEndian(units);
-    const char16_t expected[] = {0x4100, 0x0041, 0x0100, 0x0001, 0, 0x0041};
+    const tonekit_char16 expected[] = {0x4100, 0x0041, 0x0100, 0x0001, 0, 0x0041};
     EXPECT_EQ(std::memcmp(units, expected, sizeof units), 0);
 }
 
@@ -53,37 +54,38 @@ TEST(ChangeEndian, EveryLengthInEveryBodyAndTwiceRestores)
         auto *body = tonekit::Body<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian", letter);
         ASSERT_NE(body, nullptr);
         for (std::size_t length = 0; length < 100; length++) {
-            std::u16string text(length, 0);
-            std::u16string swapped(length, 0);
+            Utf16String text(length, 0);
+            Utf16String swapped(length, 0);
             for (std::size_t i = 0; i < length; i++) {
-                text[i] = static_cast<char16_t>(1 + random.Below(0xffff));
-                swapped[i] = static_cast<char16_t>((text[i] & 0xff) * 256 + text[i] / 256);
+                text[i] = static_cast<tonekit_char16>(1 + random.Below(0xffff));
+                swapped[i] = static_cast<tonekit_char16>((text[i] & 0xff) * 256 + text[i] / 256);
             }
-            TextAtPageEnd<char16_t> copy(text);
+            TextAtPageEnd<tonekit_char16> copy(text);
             body(copy.Get());
-            ASSERT_EQ(std::u16string(copy.Get()), swapped);
+            ASSERT_EQ(Utf16String(copy.Get()), swapped);
             body(copy.Get());
-            ASSERT_EQ(std::u16string(copy.Get()), text);
+            ASSERT_EQ(Utf16String(copy.Get()), text);
         }
     }
 }
 
 TEST(RemoveUnicodeAPIPath, TakesThePrefixesAway)
 {
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\UNC\\server\\share"), u"\\\\server\\share");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\C:\\x"), u"C:\\x");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\UNC\\"), u"\\\\");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\"), u"");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\UNC"), u"UNC");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\unc\\server"), u"unc\\server");
-    EXPECT_EQ(WithoutPrefix(u"\\\\?\\UNC\\\\\\?\\x"), u"\\\\\\\\?\\x"); // once only
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\UNC\\server\\share")), UTF16("\\\\server\\share"));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\C:\\x")), UTF16("C:\\x"));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\UNC\\")), UTF16("\\\\"));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\")), UTF16(""));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\UNC")), UTF16("UNC"));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\unc\\server")), UTF16("unc\\server"));
+    EXPECT_EQ(WithoutPrefix(UTF16("\\\\?\\UNC\\\\\\?\\x")), UTF16("\\\\\\\\?\\x")); // once only
 }
 
 TEST(RemoveUnicodeAPIPath, CopiesEveryOtherPath)
 {
-    for (const char16_t *path :
-         {u"", u"\\", u"\\\\", u"\\\\?", u"\\\\.\\C:", u"\\?\\C:", u"C:\\x", u"x\\\\?\\C:\\x", u"//?/C:/x",
-          u"\\\\server\\share\\a rather long path that is more than one block of units long"}) {
+    for (const tonekit_char16 *path :
+         {UTF16(""), UTF16("\\"), UTF16("\\\\"), UTF16("\\\\?"), UTF16("\\\\.\\C:"), UTF16("\\?\\C:"),
+          UTF16("C:\\x"), UTF16("x\\\\?\\C:\\x"), UTF16("//?/C:/x"),
+          UTF16("\\\\server\\share\\a rather long path that is more than one block of units long")}) {
         EXPECT_EQ(WithoutPrefix(path), path);
         tonekit_char16 *copy = UNC_RemoveUnicodeAPIPath(path);
         EXPECT_NE(copy, path);
@@ -95,12 +97,12 @@ TEST(RemoveUnicodeAPIPath, ReadsNothingBehindTheEndInAnyBody)
 {
     for (const char letter : tonekit::RunnableLetters()) {
         auto *body = tonekit::Body<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath", letter);
-        const std::u16string whole = u"\\\\?\\UNC\\server";
+        const Utf16String whole = UTF16("\\\\?\\UNC\\server");
         for (std::size_t length = 0; length <= whole.size(); length++) {
-            TextAtPageEnd<char16_t> path(whole.substr(0, length));
-            const std::u16string expected = length >= 8   ? u"\\" + whole.substr(7, length - 7)
-                                            : length >= 4 ? whole.substr(4, length - 4)
-                                                          : whole.substr(0, length);
+            TextAtPageEnd<tonekit_char16> path(whole.substr(0, length));
+            const Utf16String expected = length >= 8   ? UTF16("\\") + whole.substr(7, length - 7)
+                                         : length >= 4 ? whole.substr(4, length - 4)
+                                                       : whole.substr(0, length);
             EXPECT_EQ(Take(body(path.Get())), expected) << length;
         }
     }

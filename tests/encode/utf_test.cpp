@@ -13,13 +13,14 @@ namespace {
 using tonekit::Random;
 using tonekit::Take;
 using tonekit::TextAtPageEnd;
+using tonekit::Utf16String;
 
-std::u16string ToUnicode(const std::string &text)
+Utf16String ToUnicode(const std::string &text)
 {
     return Take(UNC_Utf8ToUnicode(text.c_str()));
 }
 
-std::string ToUtf8(const std::u16string &text)
+std::string ToUtf8(const Utf16String &text)
 {
     return Take(UNC_UnicodeToUtf8(text.c_str()));
 }
@@ -64,7 +65,7 @@ std::vector<char32_t> RandomCharacters(Random &random, std::size_t count)
 
 struct BothForms {
     std::string utf8;
-    std::u16string utf16;
+    Utf16String utf16;
 };
 
 BothForms FormsOf(const std::vector<char32_t> &characters)
@@ -112,10 +113,10 @@ TEST(Utf, EveryCharacterBecomesItsFormInLongerText)
 
 TEST(Utf, SurrogatePairIsOneSequenceOfFourBytes)
 {
-    EXPECT_EQ(ToUtf8(u"\U0001D11E"), "\xf0\x9d\x84\x9e");
-    EXPECT_EQ(ToUnicode("\xf0\x9d\x84\x9e"), (std::u16string{0xd834, 0xdd1e}));
-    EXPECT_EQ(ToUtf8(u"\U00010000"), "\xf0\x90\x80\x80");
-    EXPECT_EQ(ToUtf8(u"\U0010FFFF"), "\xf4\x8f\xbf\xbf");
+    EXPECT_EQ(ToUtf8(UTF16("\U0001D11E")), "\xf0\x9d\x84\x9e");
+    EXPECT_EQ(ToUnicode("\xf0\x9d\x84\x9e"), (Utf16String{0xd834, 0xdd1e}));
+    EXPECT_EQ(ToUtf8(UTF16("\U00010000")), "\xf0\x90\x80\x80");
+    EXPECT_EQ(ToUtf8(UTF16("\U0010FFFF")), "\xf4\x8f\xbf\xbf");
 }
 
 TEST(Utf, SurrogateWithoutItsPartnerIsReplaced)
@@ -125,7 +126,7 @@ TEST(Utf, SurrogateWithoutItsPartnerIsReplaced)
     EXPECT_EQ(ToUtf8({0xdbff}), replaced);
     EXPECT_EQ(ToUtf8({0xdc00}), replaced);
     EXPECT_EQ(ToUtf8({0xdfff}), replaced);
-    EXPECT_EQ(ToUtf8({u'a', 0xd800, u'b'}), "a" + replaced + "b");
+    EXPECT_EQ(ToUtf8({UTF16('a'), 0xd800, UTF16('b')}), "a" + replaced + "b");
     EXPECT_EQ(ToUtf8({0xdc00, 0xd800}), replaced + replaced);
     EXPECT_EQ(ToUtf8({0xd800, 0xd800, 0xdc00}), replaced + "\xf0\x90\x80\x80");
     EXPECT_EQ(ToUtf8({0xd800, 0xdc00, 0xdc00}), "\xf0\x90\x80\x80" + replaced);
@@ -133,11 +134,11 @@ TEST(Utf, SurrogateWithoutItsPartnerIsReplaced)
 
 TEST(Utf, LoneSurrogateIsReplacedAtEveryPlace)
 {
-    for (const char16_t filler : {u'x', u'\u00e9', u'\u4e2d'})
+    for (const tonekit_char16 filler : {UTF16('x'), UTF16('\u00e9'), UTF16('\u4e2d')})
         for (std::size_t length = 1; length < 40; length++)
             for (std::size_t place = 0; place < length; place++)
-                for (const char16_t surrogate : {char16_t{0xd900}, char16_t{0xde00}}) {
-                    std::u16string text(length, filler);
+                for (const tonekit_char16 surrogate : {tonekit_char16{0xd900}, tonekit_char16{0xde00}}) {
+                    Utf16String text(length, filler);
                     text[place] = surrogate;
                     ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
                 }
@@ -147,8 +148,8 @@ TEST(Utf, PairsAreFoundAtEveryPlace)
 {
     for (std::size_t length = 0; length < 40; length++)
         for (std::size_t place = 0; place <= length; place++) {
-            std::u16string text(length, u'x');
-            text.insert(place, u"\U0001F600\U0001F601\U0001F602\U0001F603\U0001F604");
+            Utf16String text(length, UTF16('x'));
+            text.insert(place, UTF16("\U0001F600\U0001F601\U0001F602\U0001F603\U0001F604"));
             ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
         }
 }
@@ -157,40 +158,40 @@ TEST(Utf, IllFormedPartsAreReplacedOnePerMaximalPart)
 {
     const struct {
         const char *text;
-        std::u16string expected;
+        Utf16String expected;
     } cases[] = {
-        {"\x80", u"\uFFFD"},
-        {"\xbf", u"\uFFFD"},
-        {"\xc0", u"\uFFFD"},
-        {"\xc1", u"\uFFFD"},
-        {"\xf5", u"\uFFFD"},
-        {"\xff", u"\uFFFD"},
-        {"\xfe\xfe\xff\xff", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\x80", UTF16("\uFFFD")},
+        {"\xbf", UTF16("\uFFFD")},
+        {"\xc0", UTF16("\uFFFD")},
+        {"\xc1", UTF16("\uFFFD")},
+        {"\xf5", UTF16("\uFFFD")},
+        {"\xff", UTF16("\uFFFD")},
+        {"\xfe\xfe\xff\xff", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD")},
         // overlong forms
-        {"\xc0\xaf\xe0\x80\xbf\xf0\x81\x82\x41", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
-        {"\xe0\x9f\xbf", u"\uFFFD\uFFFD\uFFFD"},
-        {"\xf0\x8f\xbf\xbf", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xc0\xaf\xe0\x80\xbf\xf0\x81\x82\x41", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA")},
+        {"\xe0\x9f\xbf", UTF16("\uFFFD\uFFFD\uFFFD")},
+        {"\xf0\x8f\xbf\xbf", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD")},
         // surrogates
-        {"\xed\xa0\x80\xed\xbf\xbf\xed\xaf\x41", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xed\xa0\x80\xed\xbf\xbf\xed\xaf\x41", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA")},
         // above U+10FFFF
-        {"\xf4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-        {"\xf4\x91\x92\x93\xff\x41\x80\xbf\x42", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB"},
-        {"\xf8\x88\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xf4\x90\x80\x80", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD")},
+        {"\xf4\x91\x92\x93\xff\x41\x80\xbf\x42", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB")},
+        {"\xf8\x88\x80\x80\x80", UTF16("\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD")},
         // cut characters
-        {"\xe1\x80\xe2\xf0\x91\x92\xf1\xbf\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
-        {"\xc3", u"\uFFFD"},
-        {"\xe4\xb8", u"\uFFFD"},
-        {"\xf0\x9f", u"\uFFFD"},
-        {"\xf0\x9f\x98", u"\uFFFD"},
-        {"\xf0\x9f\x98\x41", u"\uFFFDA"},
-        {"\xc3\xc3\xa9", u"\uFFFD\u00e9"},
-        {"\xe4\xb8\xe4\xb8\xad", u"\uFFFD\u4e2d"},
+        {"\xe1\x80\xe2\xf0\x91\x92\xf1\xbf\x41", UTF16("\uFFFD\uFFFD\uFFFD\uFFFDA")},
+        {"\xc3", UTF16("\uFFFD")},
+        {"\xe4\xb8", UTF16("\uFFFD")},
+        {"\xf0\x9f", UTF16("\uFFFD")},
+        {"\xf0\x9f\x98", UTF16("\uFFFD")},
+        {"\xf0\x9f\x98\x41", UTF16("\uFFFDA")},
+        {"\xc3\xc3\xa9", UTF16("\uFFFD\u00e9")},
+        {"\xe4\xb8\xe4\xb8\xad", UTF16("\uFFFD\u4e2d")},
         // well-formed ones at the limits
-        {"\xc2\x80", u"\u0080"},
-        {"\xe0\xa0\x80", u"\u0800"},
-        {"\xed\x9f\xbf", u"\uD7FF"},
-        {"\xee\x80\x80", u"\uE000"},
-        {"\xef\xbf\xbf", u"\uFFFF"},
+        {"\xc2\x80", UTF16("\u0080")},
+        {"\xe0\xa0\x80", UTF16("\u0800")},
+        {"\xed\x9f\xbf", UTF16("\uD7FF")},
+        {"\xee\x80\x80", UTF16("\uE000")},
+        {"\xef\xbf\xbf", UTF16("\uFFFF")},
     };
     for (const auto &one : cases)
         EXPECT_EQ(ToUnicode(one.text), one.expected) << testing::PrintToString(std::string(one.text));
@@ -239,11 +240,11 @@ TEST(Utf, RandomUnitsEqualTheModel)
 {
     Random random(13);
     for (int round = 0; round < 60000; round++) {
-        std::u16string text(random.Below(80), 0);
+        Utf16String text(random.Below(80), 0);
         const uint32_t surrogates = round % 2 ? 0xd800 : 0;
-        for (char16_t &unit : text)
-            unit = static_cast<char16_t>(surrogates == 0 ? 1 + random.Below(0xffff)
-                                                         : surrogates | random.Below(0x800));
+        for (tonekit_char16 &unit : text)
+            unit = static_cast<tonekit_char16>(surrogates == 0 ? 1 + random.Below(0xffff)
+                                                               : surrogates | random.Below(0x800));
         ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text));
     }
 }
@@ -275,7 +276,7 @@ TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
     for (int round = 0; round < 600; round++) {
         const BothForms forms = FormsOf(RandomCharacters(random, random.Below(100)));
         TextAtPageEnd<char> bytes(forms.utf8);
-        TextAtPageEnd<char16_t> units(forms.utf16);
+        TextAtPageEnd<tonekit_char16> units(forms.utf16);
         EXPECT_EQ(Take(UNC_Utf8ToUnicode(bytes.Get())), forms.utf16);
         EXPECT_EQ(Take(UNC_UnicodeToUtf8(units.Get())), forms.utf8);
     }
@@ -283,12 +284,12 @@ TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
 
 TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
 {
-    alignas(64) char16_t units[128];
+    alignas(64) tonekit_char16 units[128];
     for (std::size_t start = 0; start < 40; start++)
         for (std::size_t length = 0; length < 60; length++)
             for (std::size_t place = 0; place < length; place++) {
-                std::fill(std::begin(units), std::end(units), char16_t{0xffff});
-                std::fill_n(units + start, length, char16_t{0x0100});
+                std::fill(std::begin(units), std::end(units), tonekit_char16{0xffff});
+                std::fill_n(units + start, length, tonekit_char16{0x0100});
                 units[start + length] = 0;
                 units[start + place] = 0x4001;
                 uint32_t bits = 1;
@@ -296,7 +297,7 @@ TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
                 ASSERT_EQ(bits, length == 1 ? 0x4001u : 0x4101u);
             }
     uint32_t bits = 1;
-    EXPECT_EQ(tonekit::Utf16Length(u"", &bits), 0u);
+    EXPECT_EQ(tonekit::Utf16Length(UTF16(""), &bits), 0u);
     EXPECT_EQ(bits, 0u);
 }
 
@@ -311,16 +312,16 @@ TEST(Utf, OutputStaysWithinItsRoom)
             utf8[random.Below(static_cast<uint32_t>(utf8.size()))] =
                 static_cast<char>(0x80 + random.Below(128));
         const std::size_t room = tonekit::Utf8UnitsAsUtf16(utf8.data(), utf8.size());
-        tonekit::GuardedBuffer out((room + 1) * sizeof(char16_t), 2 * random.Below(8));
+        tonekit::GuardedBuffer out((room + 1) * sizeof(tonekit_char16), 2 * random.Below(8));
         std::size_t units;
         const std::size_t taken =
-            tonekit::Utf8ToUtf16(utf8.data(), utf8.size(), out.As<char16_t>(), room + 1, &units);
+            tonekit::Utf8ToUtf16(utf8.data(), utf8.size(), out.As<tonekit_char16>(), room + 1, &units);
         ASSERT_TRUE(out.Intact());
         ASSERT_LE(units, room);
-        ASSERT_EQ(std::u16string(out.As<char16_t>(), units),
+        ASSERT_EQ(Utf16String(out.As<tonekit_char16>(), units),
                   tonekit::reference::Utf8ToUtf16(utf8.substr(0, taken)));
 
-        const std::u16string &utf16 = forms.utf16;
+        const Utf16String &utf16 = forms.utf16;
         uint32_t bits;
         ASSERT_EQ(tonekit::Utf16Length(utf16.c_str(), &bits), utf16.size());
         const std::size_t bytes = tonekit::Utf16BytesAsUtf8(utf16.data(), utf16.size(), bits);

@@ -7,6 +7,8 @@
 
 #include <tonekit/frame.h>
 
+#include "tests/support/utf16.h"
+
 namespace {
 
 class EbmlTest : public testing::Test {
@@ -19,7 +21,7 @@ protected:
     }
     void TearDown() override { std::filesystem::remove_all(folder_); }
 
-    uint32_t Detect(const std::u16string &name, const std::string &content)
+    uint32_t Detect(const tonekit::Utf16String &name, const std::string &content)
     {
         const std::filesystem::path path = folder_ / name;
         std::ofstream(path, std::ios::binary) << content;
@@ -27,11 +29,7 @@ protected:
     }
     static uint32_t Detect(const std::filesystem::path &path)
     {
-#ifdef _WIN32
-        return DetectEbml(path.wstring().c_str());
-#else
-        return DetectEbml(path.u16string().c_str());
-#endif
+        return DetectEbml(path.string<tonekit_char16>().c_str());
     }
 
     std::filesystem::path folder_;
@@ -41,21 +39,21 @@ const std::string kIdentifier = "\x1A\x45\xDF\xA3";
 
 TEST_F(EbmlTest, TakesTheIdentifierAloneAndWithMoreBehind)
 {
-    EXPECT_EQ(Detect(u"exact.mkv", kIdentifier), 1u);
-    EXPECT_EQ(Detect(u"longer.mkv", kIdentifier + std::string(100, 'x')), 1u);
+    EXPECT_EQ(Detect(UTF16("exact.mkv"), kIdentifier), 1u);
+    EXPECT_EQ(Detect(UTF16("longer.mkv"), kIdentifier + std::string(100, 'x')), 1u);
 }
 
 TEST_F(EbmlTest, RefusesShortAndOtherFiles)
 {
-    EXPECT_EQ(Detect(u"empty", ""), 0u);
-    EXPECT_EQ(Detect(u"three", kIdentifier.substr(0, 3)), 0u);
-    EXPECT_EQ(Detect(u"wave", "RIFF----WAVE"), 0u);
-    EXPECT_EQ(Detect(u"reversed", "\xA3\xDF\x45\x1A"), 0u);
-    EXPECT_EQ(Detect(u"late", " " + kIdentifier), 0u);
+    EXPECT_EQ(Detect(UTF16("empty"), ""), 0u);
+    EXPECT_EQ(Detect(UTF16("three"), kIdentifier.substr(0, 3)), 0u);
+    EXPECT_EQ(Detect(UTF16("wave"), "RIFF----WAVE"), 0u);
+    EXPECT_EQ(Detect(UTF16("reversed"), "\xA3\xDF\x45\x1A"), 0u);
+    EXPECT_EQ(Detect(UTF16("late"), " " + kIdentifier), 0u);
     for (int byte = 0; byte < 4; ++byte) {
         std::string wrong = kIdentifier;
         wrong[byte] ^= 1;
-        EXPECT_EQ(Detect(u"wrong", wrong), 0u) << byte;
+        EXPECT_EQ(Detect(UTF16("wrong"), wrong), 0u) << byte;
     }
 }
 
@@ -68,7 +66,7 @@ TEST_F(EbmlTest, RefusesWhatCannotBeRead)
 
 TEST_F(EbmlTest, OpensNamesBeyondAscii)
 {
-    EXPECT_EQ(Detect(u"\u00E4\u4E2D\U0001F3B5.mkv", kIdentifier), 1u);
+    EXPECT_EQ(Detect(UTF16("\u00E4\u4E2D\U0001F3B5.mkv"), kIdentifier), 1u);
 }
 
 } // namespace

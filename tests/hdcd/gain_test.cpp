@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 
 #include "hdcd/hdcd_tables.h"
 #include "tests/hdcd/hdcd_bodies.h"
@@ -216,7 +217,7 @@ TEST(HdcdAnalysis, ToneHas300HertzAtEveryRate)
         EXPECT_EQ(first.back(), 0);
         EXPECT_EQ(hdcd_tone(&index, row.rate), first[0]);
         EXPECT_EQ(index, 1u);
-        EXPECT_EQ(first[0], static_cast<int>(std::sin(2 * M_PI / row.period) * 3276.7));
+        EXPECT_EQ(first[0], static_cast<int>(std::sin(2 * std::numbers::pi / row.period) * 3276.7));
     }
 }
 

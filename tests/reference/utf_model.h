@@ -6,16 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/utf16.h"
+
 namespace tonekit::reference {
 
-inline void AppendUtf16(char32_t character, std::u16string &text)
+inline void AppendUtf16(char32_t character, Utf16String &text)
 {
     if (character < 0x10000) {
-        text += static_cast<char16_t>(character);
+        text += static_cast<tonekit_char16>(character);
         return;
     }
-    text += static_cast<char16_t>(0xd800 + ((character - 0x10000) >> 10));
-    text += static_cast<char16_t>(0xdc00 + ((character - 0x10000) & 0x3ff));
+    text += static_cast<tonekit_char16>(0xd800 + ((character - 0x10000) >> 10));
+    text += static_cast<tonekit_char16>(0xdc00 + ((character - 0x10000) & 0x3ff));
 }
 
 inline void AppendUtf8(char32_t character, std::string &text)
@@ -101,7 +103,7 @@ inline std::vector<char32_t> CharactersOfUtf8(const std::string &text)
 }
 
 // U+FFFD for each surrogate without its partner.
-inline std::vector<char32_t> CharactersOfUtf16(const std::u16string &text)
+inline std::vector<char32_t> CharactersOfUtf16(const Utf16String &text)
 {
     std::vector<char32_t> characters;
     for (std::size_t i = 0; i < text.size(); i++) {
@@ -116,15 +118,15 @@ inline std::vector<char32_t> CharactersOfUtf16(const std::u16string &text)
     return characters;
 }
 
-inline std::u16string Utf8ToUtf16(const std::string &text)
+inline Utf16String Utf8ToUtf16(const std::string &text)
 {
-    std::u16string result;
+    Utf16String result;
     for (const char32_t character : CharactersOfUtf8(text))
         AppendUtf16(character, result);
     return result;
 }
 
-inline std::string Utf16ToUtf8(const std::u16string &text)
+inline std::string Utf16ToUtf8(const Utf16String &text)
 {
     std::string result;
     for (const char32_t character : CharactersOfUtf16(text))

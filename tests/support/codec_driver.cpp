@@ -3,13 +3,13 @@
 
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+#include "tests/support/shared_library.h"
 
 #include <tonekit/codec/jerror.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -24,10 +24,8 @@ Codec BodyCodec(char letter)
 
 Codec PlainCodec()
 {
-    void *library = dlopen(TONEKIT_PLAIN_CODEC, RTLD_NOW | RTLD_LOCAL);
-    if (!library)
-        throw std::runtime_error(dlerror());
-    return {"plain build", [library](const char *name) { return dlsym(library, name); }};
+    static const SharedLibrary library(TONEKIT_PLAIN_CODEC);
+    return {"plain build", [](const char *name) { return library.Address(name); }};
 }
 
 std::vector<Codec> AllBodies()

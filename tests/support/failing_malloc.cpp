@@ -1,6 +1,8 @@
 // failing_malloc.cpp: stands between the program's objects and the C runtime's heap.
 #include "tests/support/failing_malloc.h"
 
+#include "tests/support/allocation_count.h"
+
 #include <atomic>
 #include <cstddef>
 
@@ -25,7 +27,9 @@ std::atomic<bool> hasFailed{false};
 std::atomic<std::int64_t> live{0};
 std::atomic<std::uint64_t> total{0};
 
-bool MustFail()
+} // namespace
+
+bool CountRequest()
 {
     total.fetch_add(1, std::memory_order_relaxed);
     bool fail = failEvery.load(std::memory_order_relaxed);
@@ -36,14 +40,18 @@ bool MustFail()
     return fail;
 }
 
-void *Counted(void *memory)
+void *CountGiven(void *memory)
 {
     if (memory)
         live.fetch_add(1, std::memory_order_relaxed);
     return memory;
 }
 
-} // namespace
+void CountReturned(void *memory)
+{
+    if (memory)
+        live.fetch_sub(1, std::memory_order_relaxed);
+}
 
 void FailAllocation(std::uint64_t n)
 {
@@ -82,24 +90,23 @@ std::uint64_t AllocationsSoFar()
 
 void *__wrap_malloc(std::size_t bytes)
 {
-    return tonekit::MustFail() ? nullptr : tonekit::Counted(__real_malloc(bytes));
+    return tonekit::CountRequest() ? nullptr : tonekit::CountGiven(__real_malloc(bytes));
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t bytes)
 {
-    return tonekit::MustFail() ? nullptr : tonekit::Counted(__real_calloc(count, bytes));
+    return tonekit::CountRequest() ? nullptr : tonekit::CountGiven(__real_calloc(count, bytes));
 }
 
 void *__wrap_realloc(void *memory, std::size_t bytes)
 {
     if (!memory)
         return __wrap_malloc(bytes);
-    return tonekit::MustFail() ? nullptr : __real_realloc(memory, bytes);
+    return tonekit::CountRequest() ? nullptr : __real_realloc(memory, bytes);
 }
 
 void __wrap_free(void *memory)
 {
-    if (memory)
-        tonekit::live.fetch_sub(1, std::memory_order_relaxed);
+    tonekit::CountReturned(memory);
     __real_free(memory);
 }

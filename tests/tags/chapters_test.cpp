@@ -142,42 +142,42 @@ TEST_P(ChaptersTest, NumbersAreUnsignedUnderneath)
 TEST_P(ChaptersTest, KeysTellTheirNumber)
 {
     const struct {
-        std::u16string key;
+        Utf16String key;
         uint32_t position;
         uint32_t name;
     } cases[] = {
-        {u"CHAPTER007", 7, 0},
-        {u"CHAPTER0007", 7, 0},
-        {u"CHAPTER7", 7, 0},
-        {u"CHAPTER000", 0, 0},
-        {u"CHAPTER007NAME", 0, 7},
-        {u"CHAPTER007NAMEX", 0, 7},
-        {u"CHAPTER007NAME8", 0, 7},
-        {u"CHAPTER007NAM", 0, 0},
-        {u"CHAPTER007Name", 0, 0},
-        {u"CHAPTER12A", 0, 0},
-        {u"CHAPTER12NAME", 0, 12},
-        {u"chapter12name", 0, 0},
-        {u"Chapter12", 0, 0},
-        {u"CHAPTERNAME", 0, 0},
-        {u"CHAPTER", 0, 0},
-        {u"CHAPTE", 0, 0},
-        {u"CHAPTER ", 0, 0},
-        {u"CHAPTER 7", 0, 0},
-        {u"CHAPTER-7", 0, 0},
-        {u"CHAPTER+7", 0, 0},
-        {u"CHAPTER7 ", 0, 0},
-        {u"CHAPTER7 NAME", 0, 0},
-        {u" CHAPTER7", 0, 0},
-        {u"XCHAPTER7", 0, 0},
-        {u"", 0, 0},
-        {u"CHAPTER4294967295", 4294967295u, 0},
-        {u"CHAPTER4294967296", 0, 0},
-        {u"CHAPTER4294967303", 7, 0},
-        {u"CHAPTER4294967303NAME", 0, 7},
-        {u"CHAPTER123456789012345678901234567890", 1312754386u, 0},
-        {u"CHAPTER/", 0, 0},
-        {u"CHAPTER:", 0, 0},
+        {UTF16("CHAPTER007"), 7, 0},
+        {UTF16("CHAPTER0007"), 7, 0},
+        {UTF16("CHAPTER7"), 7, 0},
+        {UTF16("CHAPTER000"), 0, 0},
+        {UTF16("CHAPTER007NAME"), 0, 7},
+        {UTF16("CHAPTER007NAMEX"), 0, 7},
+        {UTF16("CHAPTER007NAME8"), 0, 7},
+        {UTF16("CHAPTER007NAM"), 0, 0},
+        {UTF16("CHAPTER007Name"), 0, 0},
+        {UTF16("CHAPTER12A"), 0, 0},
+        {UTF16("CHAPTER12NAME"), 0, 12},
+        {UTF16("chapter12name"), 0, 0},
+        {UTF16("Chapter12"), 0, 0},
+        {UTF16("CHAPTERNAME"), 0, 0},
+        {UTF16("CHAPTER"), 0, 0},
+        {UTF16("CHAPTE"), 0, 0},
+        {UTF16("CHAPTER "), 0, 0},
+        {UTF16("CHAPTER 7"), 0, 0},
+        {UTF16("CHAPTER-7"), 0, 0},
+        {UTF16("CHAPTER+7"), 0, 0},
+        {UTF16("CHAPTER7 "), 0, 0},
+        {UTF16("CHAPTER7 NAME"), 0, 0},
+        {UTF16(" CHAPTER7"), 0, 0},
+        {UTF16("XCHAPTER7"), 0, 0},
+        {UTF16(""), 0, 0},
+        {UTF16("CHAPTER4294967295"), 4294967295u, 0},
+        {UTF16("CHAPTER4294967296"), 0, 0},
+        {UTF16("CHAPTER4294967303"), 7, 0},
+        {UTF16("CHAPTER4294967303NAME"), 0, 7},
+        {UTF16("CHAPTER123456789012345678901234567890"), 1312754386u, 0},
+        {UTF16("CHAPTER/"), 0, 0},
+        {UTF16("CHAPTER:"), 0, 0},
     };
     for (const auto &one : cases) {
         const std::string narrow(one.key.begin(), one.key.end());
@@ -191,10 +191,10 @@ TEST_P(ChaptersTest, KeysTellTheirNumber)
 TEST_P(ChaptersTest, WideUnitsAreComparedInFull)
 {
     // The low byte of each is a letter of CHAPTER or a digit.
-    EXPECT_EQ(tags.CHAPTER_Get_NumberW(u"\u0143HAPTER7"), 0u);
-    EXPECT_EQ(tags.CHAPTER_Get_NumberW(u"CHAPTER\u0137"), 0u);
-    EXPECT_EQ(tags.CHAPTER_Get_NumberW(u"CHAPTER7\u0100"), 0u);
-    EXPECT_EQ(tags.CHAPTERNAME_Get_NumberW(u"CHAPTER7\u014EAME"), 0u);
+    EXPECT_EQ(tags.CHAPTER_Get_NumberW(UTF16("\u0143HAPTER7")), 0u);
+    EXPECT_EQ(tags.CHAPTER_Get_NumberW(UTF16("CHAPTER\u0137")), 0u);
+    EXPECT_EQ(tags.CHAPTER_Get_NumberW(UTF16("CHAPTER7\u0100")), 0u);
+    EXPECT_EQ(tags.CHAPTERNAME_Get_NumberW(UTF16("CHAPTER7\u014EAME")), 0u);
     EXPECT_EQ(tags.CHAPTER_Get_Number("CHAPTER\xB7"), 0u);
 }
 

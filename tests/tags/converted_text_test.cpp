@@ -15,9 +15,9 @@ protected:
 
 TEST_F(ConvertedTextTest, Utf16IsStoredAsUtf8)
 {
-    ID3Helper_AddStrUnicode(block, u"K\u00F6nig", u"\u0416\u4E2D\U0001F3B5");
+    ID3Helper_AddStrUnicode(block, UTF16("K\u00F6nig"), UTF16("\u0416\u4E2D\U0001F3B5"));
     EXPECT_STREQ(ID3Helper_GetStr(block, "K\xC3\xB6nig"), "\xD0\x96\xE4\xB8\xAD\xF0\x9F\x8E\xB5");
-    ID3Helper_AddStrUnicode(block, u"k\u00F6NIG", u"taken");
+    ID3Helper_AddStrUnicode(block, UTF16("k\u00F6NIG"), UTF16("taken"));
     EXPECT_STREQ(ID3Helper_GetStr(block, "K\xC3\xB6nig"), "\xD0\x96\xE4\xB8\xAD\xF0\x9F\x8E\xB5");
 }
 
@@ -33,27 +33,27 @@ TEST_F(ConvertedTextTest, AnsiIsStoredAsUtf8)
 TEST_F(ConvertedTextTest, NullAndEmptyTextsAreRefused)
 {
     const int64_t before = LiveAllocations();
-    ID3Helper_AddStrUnicode(block, nullptr, u"value");
-    ID3Helper_AddStrUnicode(block, u"key", nullptr);
-    ID3Helper_AddStrUnicode(block, u"", u"value");
-    ID3Helper_AddStrUnicode(block, u"key", u"");
-    ID3Helper_AddStrUnicode(nullptr, u"key", u"value");
+    ID3Helper_AddStrUnicode(block, nullptr, UTF16("value"));
+    ID3Helper_AddStrUnicode(block, UTF16("key"), nullptr);
+    ID3Helper_AddStrUnicode(block, UTF16(""), UTF16("value"));
+    ID3Helper_AddStrUnicode(block, UTF16("key"), UTF16(""));
+    ID3Helper_AddStrUnicode(nullptr, UTF16("key"), UTF16("value"));
     ID3Helper_AddStrAnsi(block, nullptr, "value");
     ID3Helper_AddStrAnsi(block, "key", nullptr);
     ID3Helper_AddStrAnsi(block, "", "value");
     ID3Helper_AddStrAnsi(block, "key", "");
     ID3Helper_AddStrAnsi(nullptr, "key", "value");
-    ID3Helper_AddChapter(nullptr, 5, 0, u"name");
+    ID3Helper_AddChapter(nullptr, 5, 0, UTF16("name"));
     EXPECT_EQ(block->used, 0u);
     EXPECT_EQ(LiveAllocations(), before) << "every converted text is released";
 }
 
 TEST_F(ConvertedTextTest, ChapterNamesAreStoredAsUtf8)
 {
-    ID3Helper_AddChapter(block, 7, 12345678901, u"Verse \u00E4");
-    ID3Helper_AddChapter(block, 8, 36000000000, u"");
+    ID3Helper_AddChapter(block, 7, 12345678901, UTF16("Verse \u00E4"));
+    ID3Helper_AddChapter(block, 8, 36000000000, UTF16(""));
     ID3Helper_AddChapter(block, 9, 0, nullptr);
-    ID3Helper_AddChapter(block, 7, 5, u"taken");
+    ID3Helper_AddChapter(block, 7, 5, UTF16("taken"));
     EXPECT_STREQ(ID3Helper_GetStr(block, "CHAPTER007"), "00:20:34.5678901");
     EXPECT_STREQ(ID3Helper_GetStr(block, "CHAPTER007NAME"), "Verse \xC3\xA4");
     EXPECT_EQ(ID3Helper_GetChapterCount_Position(block), 3u);
@@ -65,14 +65,14 @@ TEST_F(ConvertedTextTest, WithoutMemoryIsRefusedInSilence)
     const int64_t before = LiveAllocations();
     for (uint64_t failing = 1; failing <= 2; ++failing) {
         FailAllocation(failing);
-        EXPECT_NO_THROW(ID3Helper_AddStrUnicode(block, u"key", u"value"));
+        EXPECT_NO_THROW(ID3Helper_AddStrUnicode(block, UTF16("key"), UTF16("value")));
         FailAllocation(failing);
         EXPECT_NO_THROW(ID3Helper_AddStrAnsi(block, "key", "value"));
         AllowAllocations();
         EXPECT_EQ(block->used, 0u);
     }
     FailAllocation(1);
-    EXPECT_NO_THROW(ID3Helper_AddChapter(block, 1, 0, u"name"));
+    EXPECT_NO_THROW(ID3Helper_AddChapter(block, 1, 0, UTF16("name")));
     AllowAllocations();
     EXPECT_EQ(ID3Helper_GetChapterCount_Position(block), 1u);
     EXPECT_EQ(ID3Helper_GetChapterCount_Name(block), 0u);

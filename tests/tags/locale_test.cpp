@@ -1,9 +1,9 @@
 // locale_test.cpp: numbers and times under a locale whose decimal point is a comma.
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
+#include "tests/tags/comma_locales.h"
 #include "tests/tags/tag_functions.h"
 
 namespace tonekit {
@@ -14,8 +14,7 @@ class CommaLocale {
 public:
     CommaLocale()
     {
-        setenv("LOCPATH", TONEKIT_TEST_LOCALES, 1);
-        for (const char *wanted : {"de_DE.utf8", "de_DE.UTF-8", "de_DE", "fr_FR.UTF-8"})
+        for (const char *wanted : CommaLocales())
             isSet = isSet || Set(wanted);
     }
     ~CommaLocale() { setlocale(LC_ALL, "C"); }
@@ -54,7 +53,7 @@ TEST_P(LocaleTest, TimesKeepTheirPoint)
     uint64_t position = 0;
     EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nS("0:0:1.5", &position));
     EXPECT_EQ(position, 15000000u);
-    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nSW(u"0:0:1.5", &position));
+    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("0:0:1.5"), &position));
     EXPECT_EQ(position, 15000000u);
     EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nS("0:0:1,5", &position));
     EXPECT_EQ(position, 10000000u);

@@ -9,6 +9,7 @@
 
 #include "tags/tag_block.h"
 #include "tests/support/bodies.h"
+#include "tests/support/utf16.h"
 
 namespace tonekit {
 

@@ -19,7 +19,7 @@ protected:
     {
         uint64_t wide = 1;
         *position = 1;
-        const std::u16string wideText(text.begin(), text.end());
+        const Utf16String wideText(text.begin(), text.end());
         const bool read = tags.CHAPTER_HMS_String_To_Position100nS(text.c_str(), position);
         EXPECT_EQ(tags.CHAPTER_HMS_String_To_Position100nSW(wideText.c_str(), &wide), read) << text;
         EXPECT_EQ(wide, *position) << text;
@@ -166,11 +166,11 @@ TEST_P(TimeTextTest, NullTextIsRefused)
 TEST_P(TimeTextTest, WideDigitsAndBlanksAreThoseOfAsciiOnly)
 {
     uint64_t position;
-    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(u"\u0131:2:3", &position));
-    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(u"1:2:\u0133", &position));
-    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(u"\uFF11:2:3", &position));
-    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(u"\u01201:2:3", &position));
-    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nSW(u"1:2:3\u0131", &position));
+    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("\u0131:2:3"), &position));
+    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("1:2:\u0133"), &position));
+    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("\uFF11:2:3"), &position));
+    EXPECT_FALSE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("\u01201:2:3"), &position));
+    EXPECT_TRUE(tags.CHAPTER_HMS_String_To_Position100nSW(UTF16("1:2:3\u0131"), &position));
     EXPECT_EQ(position, 37230000000u);
 }
 
@@ -193,7 +193,7 @@ Scanned ScanNarrow(const std::string &text)
 void ExpectAsScanned(const std::string &text)
 {
     const Scanned expected = ScanNarrow(text);
-    const std::u16string wide(text.begin(), text.end());
+    const Utf16String wide(text.begin(), text.end());
     TimeFields narrowFields;
     TimeFields wideFields;
     ASSERT_EQ(ReadTime(text.c_str(), &narrowFields), expected.read) << text;

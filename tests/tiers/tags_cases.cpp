@@ -4,6 +4,7 @@
 #include <tonekit/tags.h>
 
 #include "tags/tag_block.h"
+#include "tests/support/utf16.h"
 #include "tests/tiers/tiers.h"
 
 namespace tonekit::tiers {
@@ -135,7 +136,7 @@ static void ExerciseChapterKeys(const Bodies &bodies, Random &random, Record &re
 {
     for (int round = 0; round < 2000; ++round) {
         const std::string key = RandomKey(random) + RandomText(random, 12, "0123456789NAME");
-        const std::u16string wide(key.begin(), key.end());
+        const Utf16String wide(key.begin(), key.end());
         for (const char *const name : {"CHAPTER_Get_Number", "CHAPTERNAME_Get_Number"})
             record.AddValue(bodies.Get<decltype(CHAPTER_Get_Number)>(name)(key.c_str()));
         for (const char *const name : {"CHAPTER_Get_NumberW", "CHAPTERNAME_Get_NumberW"})
@@ -158,7 +159,7 @@ static void ExerciseTimes(const Bodies &bodies, Random &random, Record &record)
         GuardedBuffer position(8, random.Below(8) * 8);
         record.AddValue(narrow(text.c_str(), position.As<uint64_t>()));
         record.Guards(position);
-        record.AddValue(wide(std::u16string(text.begin(), text.end()).c_str(), position.As<uint64_t>()));
+        record.AddValue(wide(Utf16String(text.begin(), text.end()).c_str(), position.As<uint64_t>()));
         record.Guards(position);
         const uint64_t count = random.Next() >> random.Below(64);
         const uint64_t rate = random.Below(10) == 0 ? 0 : random.Next() >> random.Below(64);

@@ -6,6 +6,7 @@
 
 #include "encode/utf.h"
 #include "encode/windows_1252.h"
+#include "tests/support/utf16.h"
 
 namespace tonekit::tiers {
 namespace {
@@ -76,7 +77,8 @@ void ExerciseUtf8(const Bodies &bodies, Random &random, Record &record)
         std::size_t units;
         record.AddValue(convert(text.As<char>(), bytes, out.As<tonekit_char16>(), room + 1, &units));
         record.AddValue(units);
-        std::fill(out.As<tonekit_char16>() + units, out.As<tonekit_char16>() + room + 1, u'\0'); // scratch
+        std::fill(out.As<tonekit_char16>() + units, out.As<tonekit_char16>() + room + 1,
+                  UTF16('\0')); // scratch
         record.Guards(text);
         record.Guards(out);
     }
@@ -120,7 +122,7 @@ void ExerciseChangeEndian(const Bodies &bodies, Random &random, Record &record)
 void ExercisePath(const Bodies &bodies, Random &random, Record &record)
 {
     auto *body = bodies.Get<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath");
-    static constexpr char16_t kPrefix[] = u"\\\\?\\UNC\\";
+    static constexpr tonekit_char16 kPrefix[] = UTF16("\\\\?\\UNC\\");
     for (int round = 0; round < 500; round++) {
         GuardedBuffer path((kMost + 9) * sizeof(tonekit_char16), 2 * random.Below(16));
         const uint32_t prefix = random.Below(9);
@@ -145,7 +147,7 @@ struct BenchText {
     BenchText()
     {
         for (std::size_t i = 0; i < kBenchUnits; i++) // words of Cyrillic
-            units[i] = i % 6 == 5 ? u' ' : static_cast<tonekit_char16>(0x430 + i % 32);
+            units[i] = i % 6 == 5 ? UTF16(' ') : static_cast<tonekit_char16>(0x430 + i % 32);
         Utf16Length(units, &bits);
         size = Utf16BytesAsUtf8(units, kBenchUnits, bits);
         Utf16ToUtf8(units, kBenchUnits, bits, bytes);

@@ -1,6 +1,7 @@
 // tiers_main.cpp: holds every body of every dispatched function against the baseline, and times them.
 #include <algorithm>
 #include <chrono>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -31,6 +32,7 @@ struct Options {
     bool list = false;
     bool selected = false;
     bool bench = false;
+    bool digests = false;
     std::string tiers = kLetters;
     const char *function = nullptr;
     std::uint64_t seed = 1;
@@ -89,6 +91,20 @@ void Compare(const Case &one, const Options &options, Counts &counts)
         if (expected.empty())
             std::printf("FAILED %s.%c: recorded nothing\n", one.label, letter);
         ++(passed ? counts.passed : counts.failed);
+    }
+}
+
+// FNV-1a of all that a case records with the bodies of each tier: the same from every build on every system.
+void PrintDigests(const Case &one, const Options &options)
+{
+    for (const char letter : options.tiers) {
+        if (!ProcessorRuns(letter))
+            continue;
+        const Record record = Run(one, letter, options.seed);
+        std::uint64_t digest = 0xCBF29CE484222325;
+        for (const std::uint8_t byte : record.Bytes())
+            digest = (digest ^ byte) * 0x100000001B3;
+        std::printf("%s.%c %016" PRIx64 "\n", one.label, letter, digest);
     }
 }
 
@@ -172,9 +188,8 @@ int CountUncovered()
 
 int Usage()
 {
-    std::fprintf(
-        stderr,
-        "usage: tiers [--list] [--selected] [--bench] [--tier LETTERS] [--function NAME] [--seed N]\n");
+    std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--digests] [--tier LETTERS] "
+                         "[--function NAME] [--seed N]\n");
     return 2;
 }
 
@@ -189,6 +204,8 @@ bool Parse(int argc, char **argv, Options &options)
             options.selected = true;
         else if (word == "--bench")
             options.bench = true;
+        else if (word == "--digests")
+            options.digests = true;
         else if (word == "--tier" && hasValue)
             options.tiers = argv[++i];
         else if (word == "--function" && hasValue)
@@ -201,6 +218,14 @@ bool Parse(int argc, char **argv, Options &options)
     return options.tiers.find_first_not_of(kLetters) == std::string::npos;
 }
 
+int Digests(const Options &options)
+{
+    for (const Case &one : Cases())
+        if (one.exercise && (!options.function || Covers(one, options.function)))
+            PrintDigests(one, options);
+    return 0;
+}
+
 int Main(int argc, char **argv)
 {
     Options options;
@@ -210,6 +235,8 @@ int Main(int argc, char **argv)
         return List();
     if (options.selected)
         return PrintSelected();
+    if (options.digests)
+        return Digests(options);
     std::printf("seed %llu\n", static_cast<unsigned long long>(options.seed));
     Counts counts;
     if (!options.function && !options.bench)

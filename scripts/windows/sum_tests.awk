@@ -1,0 +1,33 @@
+# sum_tests.awk: reads what `ctest --verbose` prints and tells the story of each failure and, in a line that begins with
+# "total", how many tests passed, failed and were skipped. A GoogleTest program counts as the tests that it has run.
+/^[0-9]+: / {
+    number = $1 + 0
+    text = $0
+    sub(/^[0-9]+: /, "", text)
+    output[number] = output[number] text "\n"
+    if (text ~ /^\[  PASSED  \] [0-9]+ tests?\./) { passed[number] += $5; told[number] = 1 }
+    if (text ~ /^\[  FAILED  \] [0-9]+ tests?,/) { failed[number] += $5; told[number] = 1 }
+    if (text ~ /^\[  SKIPPED \] [0-9]+ tests?,/) { skipped[number] += $5 }
+}
+/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: / {
+    match($0, /#[0-9]+/)
+    number = substr($0, RSTART + 1, RLENGTH - 1) + 0
+    good = $0 ~ / Passed /
+    tests++
+    if (!told[number] && good)
+        passed[number] = 1
+    if (!good && failed[number] == 0)
+        failed[number] = 1
+    if (!good)
+        printf "%s\n%s\n", $0, output[number]
+    allPassed += passed[number]
+    allFailed += failed[number]
+    allSkipped += skipped[number]
+}
+END {
+    if (tests == 0)
+        allFailed = 1
+    printf "total %d passed, %d failed", allPassed, allFailed
+    printf allSkipped > 0 ? ", " allSkipped " skipped\n" : "\n"
+    exit allFailed > 0
+}

@@ -1,0 +1,26 @@
+// shared_library_posix.cpp: shared libraries by the dynamic linker.
+#include "tests/support/shared_library.h"
+
+#include <dlfcn.h>
+
+#include <stdexcept>
+
+namespace tonekit {
+
+SharedLibrary::SharedLibrary(const std::string &path) : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+{
+    if (!handle_)
+        throw std::runtime_error(dlerror());
+}
+
+SharedLibrary::~SharedLibrary()
+{
+    dlclose(handle_);
+}
+
+void *SharedLibrary::Address(const std::string &name) const
+{
+    return dlsym(handle_, name.c_str());
+}
+
+} // namespace tonekit
