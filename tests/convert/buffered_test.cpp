@@ -64,11 +64,15 @@ TEST_P(Buffered, EachReadDeliversOnePass)
     Init(48000, 44100);
     std::vector<int16_t> data(2 * (3 * 5324 + 10));
     SRC4_Write(handle_, data.data(), 3 * 5324 + 10);
+    uint32_t total = 0;
     for (int block = 0; block < 3; ++block) {
         EXPECT_EQ(Read(), 1u);
         EXPECT_EQ(Object().writeConsumed, (block + 1) * 5324u);
+        total += frames_;
+        EXPECT_EQ(Object().totalFramesOut, total);
     }
     EXPECT_EQ(Read(), 0u);
+    EXPECT_GT(total, 0u);
     EXPECT_EQ(Object().blockFill, 10u);
     EXPECT_EQ(Object().writeRemaining, 0u);
 }
@@ -137,6 +141,8 @@ TEST_P(Buffered, NothingCanBeFedOnceDrained)
     while (Read())
         EXPECT_EQ(frames_, 0u);
     EXPECT_EQ(Object().blockFill, 70000u - Object().blockFrames);
+    EXPECT_EQ(Flush(), 1u) << "frames were waiting, though nothing comes of them";
+    EXPECT_EQ(frames_, 0u);
     while (Flush())
         EXPECT_EQ(frames_, 0u);
 }

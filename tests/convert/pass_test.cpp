@@ -180,6 +180,22 @@ TEST_P(PassTest, ClipsFloatsOfEqualFormats)
     EXPECT_EQ(out[3], 1.0f);
 }
 
+TEST_P(PassTest, MixOfEqualChannelsStillAddsItsZeroes)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    Pair pair(GetParam(), {kFloat64, kFloat64, 2, 2, 48000, 48000});
+    const double values[6] = {-0.0, 1.0, 0.5, nan, -0.0, -1.0};
+    std::memcpy(pair.Object().inputBuffer, values, sizeof values);
+    ASSERT_EQ(Body<uint32_t(void *, uint32_t, bool)>("_ZN21CSampleRateConverter38ResampleEjb",
+                                                     GetParam())(&pair.Object(), 3, false),
+              3u);
+    const auto *out = static_cast<const double *>(pair.Object().outputBuffer);
+    EXPECT_FALSE(std::signbit(out[0])) << "-0.0 + 0.0 is 0.0";
+    EXPECT_TRUE(std::isnan(out[2])) << "a NaN times 0 reaches its neighbour";
+    EXPECT_TRUE(std::isnan(out[3]));
+    EXPECT_TRUE(std::signbit(out[4])) << "-0.0 + -0.0 stays";
+}
+
 TEST_P(PassTest, EqualRatesConvertEveryFormat)
 {
     Random random(2);
