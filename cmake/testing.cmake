@@ -17,6 +17,12 @@ if(TONEKIT_TESTS)
     include(GoogleTest)
 endif()
 
+# Requests that no memory can hold have to fail in sanitized builds too, not to stop the program.
+set(TONEKIT_TEST_ENVIRONMENT "")
+if(TONEKIT_SANITIZED)
+    set(TONEKIT_TEST_ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1")
+endif()
+
 # A GoogleTest program; each of its tests is one test of the suite.
 function(tonekit_test name)
     add_executable(${name} ${ARGN})
@@ -34,7 +40,8 @@ function(tonekit_discover_tests name)
     if(WIN32)
         add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
     else()
-        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${name}.")
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${name}."
+            PROPERTIES ENVIRONMENT "${TONEKIT_TEST_ENVIRONMENT}")
     endif()
 endfunction()
 

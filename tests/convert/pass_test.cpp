@@ -1,6 +1,7 @@
 // pass_test.cpp: every byte of the pass against the slow model, call by call, in each body.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -93,7 +94,7 @@ public:
     // One call of both. Gives the frames that came out.
     uint32_t Call(const std::vector<uint8_t> &data, uint32_t frames, bool last)
     {
-        std::memcpy(input_, data.data(), data.size());
+        std::copy(data.begin(), data.end(), static_cast<uint8_t *>(input_));
         const uint32_t result = Body<uint32_t(void *, uint32_t, bool)>(
             "_ZN21CSampleRateConverter38ResampleEjb", letter_)(memory_, frames, last);
         const auto expected = double_ ? double_->Resample(data.data(), frames, last)

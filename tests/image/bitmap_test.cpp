@@ -7,6 +7,7 @@
 
 #include <tonekit/image.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -86,7 +87,7 @@ struct MemoryDevice : TonekitDevice {
         CheckForm(device, bitmap, firstLine, lines, header, usage);
         if (Of(device).Fails())
             return static_cast<int32_t>(lines) - 1;
-        std::memcpy(pixels, bitmap.bytes.data(), bitmap.bytes.size());
+        std::copy(bitmap.bytes.begin(), bitmap.bytes.end(), static_cast<uint8_t *>(pixels));
         return static_cast<int32_t>(lines);
     }
     static int32_t SetBits(TonekitDevice *device, TonekitBitmap handle, uint32_t firstLine, uint32_t lines,

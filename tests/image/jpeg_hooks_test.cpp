@@ -5,6 +5,7 @@
 #include <tonekit/image.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -29,7 +30,8 @@ size_t Read(void *buffer, size_t size, size_t count, void *handle)
     stream.handles.push_back(handle);
     stream.wrongSize |= size != 1;
     const size_t given = std::min({count, stream.most, stream.data.size() - stream.position});
-    std::memcpy(buffer, stream.data.data() + stream.position, given);
+    std::copy_n(stream.data.begin() + static_cast<std::ptrdiff_t>(stream.position), given,
+                static_cast<unsigned char *>(buffer));
     stream.position += given;
     return given;
 }
@@ -326,6 +328,7 @@ TEST_F(JpegHooks, AnObjectWithAnotherKindOfManagerIsRefused)
     } catch (const Failure &failure) {
         EXPECT_EQ(failure.code, JERR_BUFFER_SIZE);
     }
+    std::free(data);
 }
 
 TEST_F(JpegHooks, AnObjectMayBeSetUpAgainByAnyBody)
