@@ -102,7 +102,8 @@ public:
         const std::size_t frameBytes = std::size_t{stream_.output.bits} * stream_.outputChannels / 8;
         EXPECT_EQ(result * frameBytes, expected.size());
         if (result * frameBytes == expected.size()) {
-            EXPECT_EQ(std::memcmp(output_, expected.data(), expected.size()), 0) << "a byte differs";
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), static_cast<uint8_t *>(output_)))
+                << "a byte differs";
         }
         EXPECT_EQ(Object().finished, double_ ? double_->finished : float_->finished);
         if (double_)
