@@ -52,7 +52,7 @@ int main(int argc, char **argv)
                 [&, encoding = encoding] { Encode(body, image, encoding); },
                 [&, encoding = encoding] { Encode(plain, image, encoding); });
             table.Add(
-                body.Label() + ", decode " + name, 0.97, [&, file] { Decode(body, file); },
+                body.Label() + ", decode " + name, 1.0, [&, file] { Decode(body, file); },
                 [&, file] { Decode(plain, file); });
         }
     }

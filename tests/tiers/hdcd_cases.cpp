@@ -29,7 +29,7 @@ static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &reco
         HdcdDecoder *decoder = hdcd_new();
         stream.DisturbDecoder(decoder);
         for (const auto &block : stream.Blocks()) {
-            GuardedBuffer samples(block.samples.size() * 4, 4 * random.Below(16));
+            GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
             std::memcpy(samples.data(), block.samples.data(), samples.size());
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             const auto channels = static_cast<std::int32_t>(1 + random.Below(2));
@@ -49,7 +49,7 @@ static void ExerciseGain(const Bodies &bodies, Random &random, Record &record)
     for (const std::uint32_t frames :
          {0u, 1u, 2u, 3u, 7u, 8u, 15u, 16u, 17u, 31u, 32u, 33u, 63u, 64u, 65u, 700u, 3000u})
         for (int round = 0; round < 20; ++round) {
-            GuardedBuffer samples(std::size_t{frames} * 8, 4 * random.Below(16));
+            GuardedBuffer samples(std::size_t{frames} * 8, random.Below(64));
             random.Fill(samples.data(), samples.size());
             for (std::uint32_t i = 0; round % 2 != 0 && i < 2 * frames; ++i)
                 samples.data()[4 * i + 3] = samples.data()[4 * i + 2] =
@@ -82,7 +82,7 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
         HdcdDecoder *decoder = hdcd_new();
         stream.DisturbDecoder(decoder);
         for (const auto &block : stream.Blocks()) {
-            GuardedBuffer samples(block.samples.size() * 4, 4 * random.Below(16));
+            GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
             std::memcpy(samples.data(), block.samples.data(), samples.size());
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             if (round % 3 == 1)
@@ -109,12 +109,12 @@ static void ExerciseInterface(const Bodies &bodies, Random &random, Record &reco
         for (const auto &block : stream.Blocks()) {
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             if (round % 2 == 0) {
-                GuardedBuffer samples(block.samples.size() * 4, 4 * random.Below(16));
+                GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
                 std::memcpy(samples.data(), block.samples.data(), samples.size());
                 record.AddValue(scan(decoder, samples.As<std::int32_t>(), frames));
                 record.Guards(samples);
             } else {
-                GuardedBuffer samples(block.samples.size() * 2, 2 * random.Below(32));
+                GuardedBuffer samples(block.samples.size() * 2, random.Below(64));
                 for (std::size_t i = 0; i < block.samples.size(); ++i)
                     samples.As<std::int16_t>()[i] = static_cast<std::int16_t>(block.samples[i]);
                 record.AddValue(scan16(decoder, samples.As<std::int16_t>(), frames));
