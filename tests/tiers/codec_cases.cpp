@@ -111,8 +111,8 @@ static void ExerciseCodecUtilities(const Bodies &bodies, Random &random, Record 
     const Codec codec = BodyCodec(bodies.Letter());
     for (int round = 0; round < 100; ++round) {
         const long value = random.Below(1000000), unit = 1 + random.Below(1000);
-        record.AddValue(bodies.Get<long(long, long)>("jdiv_round_up")(value, unit));
-        record.AddValue(bodies.Get<long(long, long)>("jround_up")(value, unit));
+        record.AddNumber(bodies.Get<long(long, long)>("jdiv_round_up")(value, unit));
+        record.AddNumber(bodies.Get<long(long, long)>("jround_up")(value, unit));
         record.AddValue(CODEC(codec, jpeg_quality_scaling)(round - 2));
         record.AddValue(
             CODEC(codec, jpeg_float_quality_scaling)(static_cast<float>(100.0 * random.Uniform())));
@@ -136,7 +136,7 @@ static void ExerciseCodecUtilities(const Bodies &bodies, Random &random, Record 
 
     Compressor object(codec);
     auto *common = reinterpret_cast<j_common_ptr>(&object);
-    record.AddValue(bodies.Get<long(j_common_ptr)>("jpeg_mem_init")(common));
+    record.AddNumber(bodies.Get<long(j_common_ptr)>("jpeg_mem_init")(common));
     for (const long limit : {0l, 1000l, 70000l}) {
         object.mem->max_memory_to_use = limit;
         record.AddValue(bodies.Get<size_t(j_common_ptr, size_t, size_t, size_t)>("jpeg_mem_available")(
@@ -293,12 +293,12 @@ void EncodeWithMarkers(const Codec &codec, const Image &image, const Encoding &e
     compressor.q_scale_factor[0] = CODEC(codec, jpeg_float_quality_scaling)(83.5f);
     CODEC(codec, jpeg_default_qtables)(&compressor, TRUE);
     CODEC(codec, jpeg_suppress_tables)(&compressor, FALSE);
-    record.AddValue(CODEC(codec, jpeg_c_bool_param_supported)(&compressor, JBOOLEAN_TRELLIS_QUANT));
-    record.AddValue(CODEC(codec, jpeg_c_get_bool_param)(&compressor, JBOOLEAN_TRELLIS_QUANT));
-    record.AddValue(CODEC(codec, jpeg_c_float_param_supported)(&compressor, JFLOAT_LAMBDA_LOG_SCALE1));
+    record.AddNumber(CODEC(codec, jpeg_c_bool_param_supported)(&compressor, JBOOLEAN_TRELLIS_QUANT));
+    record.AddNumber(CODEC(codec, jpeg_c_get_bool_param)(&compressor, JBOOLEAN_TRELLIS_QUANT));
+    record.AddNumber(CODEC(codec, jpeg_c_float_param_supported)(&compressor, JFLOAT_LAMBDA_LOG_SCALE1));
     CODEC(codec, jpeg_c_set_float_param)(&compressor, JFLOAT_LAMBDA_LOG_SCALE1, 14.5f);
     record.AddValue(CODEC(codec, jpeg_c_get_float_param)(&compressor, JFLOAT_LAMBDA_LOG_SCALE1));
-    record.AddValue(CODEC(codec, jpeg_c_int_param_supported)(&compressor, JINT_BASE_QUANT_TBL_IDX));
+    record.AddNumber(CODEC(codec, jpeg_c_int_param_supported)(&compressor, JINT_BASE_QUANT_TBL_IDX));
     record.AddValue(CODEC(codec, jpeg_c_get_int_param)(&compressor, JINT_DC_SCAN_OPT_MODE));
     CODEC(codec, jpeg_start_compress)(&compressor, TRUE);
     const Bytes profile(70000, 0x5A);
@@ -325,7 +325,7 @@ void DecodePart(const Codec &codec, Record &record)
     CODEC(codec, jpeg_read_header)(&decompressor, TRUE);
     JOCTET *profile = nullptr;
     unsigned size = 0;
-    record.AddValue(CODEC(codec, jpeg_read_icc_profile)(&decompressor, &profile, &size));
+    record.AddNumber(CODEC(codec, jpeg_read_icc_profile)(&decompressor, &profile, &size));
     record.Add(profile, size);
     std::free(profile);
     for (jpeg_saved_marker_ptr marker = decompressor.marker_list; marker; marker = marker->next)
@@ -342,7 +342,7 @@ void DecodePart(const Codec &codec, Record &record)
         CODEC(codec, jpeg_read_scanlines)(&decompressor, &rows, 1);
         record.Add(row.data(), row.size());
     }
-    record.AddValue(CODEC(codec, jpeg_finish_decompress)(&decompressor));
+    record.AddNumber(CODEC(codec, jpeg_finish_decompress)(&decompressor));
 }
 
 // Shows a file's scans one after the other, in two palettes.
@@ -351,7 +351,7 @@ void DecodeInPasses(const Codec &codec, const Bytes &file, Record &record)
     Decompressor decompressor(codec);
     CODEC(codec, jpeg_mem_src)(&decompressor, file.data(), file.size());
     CODEC(codec, jpeg_read_header)(&decompressor, TRUE);
-    record.AddValue(CODEC(codec, jpeg_has_multiple_scans)(&decompressor));
+    record.AddNumber(CODEC(codec, jpeg_has_multiple_scans)(&decompressor));
     decompressor.buffered_image = TRUE;
     decompressor.quantize_colors = TRUE;
     decompressor.enable_2pass_quant = TRUE;
@@ -387,9 +387,9 @@ Bytes Transform(const Codec &codec, const Bytes &file, JXFORM_CODE code, const c
     jpeg_transform_info info{};
     info.transform = code;
     info.trim = TRUE;
-    record.AddValue(CODEC(codec, jtransform_parse_crop_spec)(&info, crop));
+    record.AddNumber(CODEC(codec, jtransform_parse_crop_spec)(&info, crop));
     CODEC(codec, jtransform_request_workspace)(&decompressor, &info);
-    record.AddValue(CODEC(codec, jtransform_perfect_transform)(
+    record.AddNumber(CODEC(codec, jtransform_perfect_transform)(
         decompressor.image_width, decompressor.image_height, 8 * decompressor.max_h_samp_factor,
         8 * decompressor.max_v_samp_factor, code));
     jvirt_barray_ptr *coefficients = CODEC(codec, jpeg_read_coefficients)(&decompressor);
@@ -447,9 +447,9 @@ void CodeRawPlanes(const Codec &codec, Random &random, Record &record)
     CODEC(codec, jpeg_abort_compress)(&compressor);
     CODEC(codec, jpeg_abort)(reinterpret_cast<j_common_ptr>(&compressor));
     CODEC(codec, jpeg_destroy)(reinterpret_cast<j_common_ptr>(&compressor));
-    record.AddValue(
+    record.AddNumber(
         CODEC(codec, jpeg_alloc_quant_table)(reinterpret_cast<j_common_ptr>(&decompressor))->sent_table);
-    record.AddValue(
+    record.AddNumber(
         CODEC(codec, jpeg_alloc_huff_table)(reinterpret_cast<j_common_ptr>(&decompressor))->sent_table);
 }
 

@@ -44,6 +44,8 @@ public:
     {
         Add(&value, sizeof value);
     }
+    // Adds a number of a type whose size differs between systems.
+    void AddNumber(std::int64_t number) { AddValue(number); }
     // Adds the buffer's bytes and fails the case if a guard zone around them has changed.
     void Guards(const GuardedBuffer &buffer)
     {
