@@ -124,13 +124,23 @@ function(tonekit_join_objects object unit target letter letters rows)
             endif()
         endforeach()
     endforeach()
+    set(script "")
+    set(rename "")
+    if(WIN32)
+        # The linker sorts the table of unwinding by addresses that only later become final, and forgets about their
+        # relocations; under another name it leaves it alone.
+        file(CONFIGURE OUTPUT ${object}.ld CONTENT
+            "OUTPUT_FORMAT(pe-x86-64)\nSECTIONS { .joined : { *(.pdata) } }\n" @ONLY NEWLINE_STYLE LF)
+        set(script -T ${object}.ld)
+        set(rename --rename-section .joined=.pdata)
+    endif()
     list(JOIN tables "\n" locals)
     file(CONFIGURE OUTPUT ${object}.aliases CONTENT "${aliases}" @ONLY NEWLINE_STYLE LF)
     file(CONFIGURE OUTPUT ${object}.suffixes CONTENT "${suffixes}" @ONLY NEWLINE_STYLE LF)
     file(CONFIGURE OUTPUT ${object}.locals CONTENT "${locals}\n" @ONLY NEWLINE_STYLE LF)
     add_custom_command(OUTPUT ${object}
-        COMMAND ${CMAKE_LINKER} -r -o ${object} @${object}.aliases $<TARGET_OBJECTS:${target}>
-        COMMAND ${CMAKE_OBJCOPY} --redefine-syms=${object}.suffixes --localize-symbols=${object}.locals ${object}
+        COMMAND ${CMAKE_LINKER} -r ${script} -o ${object} @${object}.aliases $<TARGET_OBJECTS:${target}>
+        COMMAND ${CMAKE_OBJCOPY} --redefine-syms=${object}.suffixes --localize-symbols=${object}.locals ${rename} ${object}
         DEPENDS ${target} $<TARGET_OBJECTS:${target}> ${object}.aliases ${object}.suffixes ${object}.locals
         COMMAND_EXPAND_LISTS VERBATIM COMMENT "Joining ${unit}, body ${letter}")
     set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)

@@ -328,11 +328,12 @@ TEST(Measurement, WithoutMemoryForTheStateItThrowsAndLeaksNothing)
     }
 }
 
-TEST(Measurement, DeinitGivesBackTheOneAllocation)
+// Those of libebur128 count too where it is linked in.
+TEST(Measurement, DeinitGivesBackEveryAllocation)
 {
     const int64_t live = tonekit::LiveAllocations();
     ReplayGainState *state = ReplayGain_Init(2, 44100);
-    EXPECT_EQ(tonekit::LiveAllocations(), live + 1);
+    EXPECT_GE(tonekit::LiveAllocations(), live + 1);
     ReplayGain_Deinit(state);
     EXPECT_EQ(tonekit::LiveAllocations(), live);
 }
