@@ -53,7 +53,9 @@ windows:
 	@cmake --build --preset windows -j $(JOBS)
 
 test-windows: windows
-	@scripts/ensure_packages test-windows
+	@scripts/ensure_packages build test test-windows
+	@scripts/configure release -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@cmake --build --preset release -j $(JOBS) --target tiers
 	@scripts/windows/run_tests
 
 format:

@@ -63,15 +63,17 @@ private:
 using ExerciseFunction = void (*)(const Bodies &, Random &, Record &);
 using BenchFunction = void (*)(const Bodies &);
 
-bool RegisterCase(const char *label, ExerciseFunction exercise, std::initializer_list<const char *> names);
+bool RegisterCase(const char *label, const char *file, ExerciseFunction exercise,
+                  std::initializer_list<const char *> names);
 bool RegisterBench(const char *label, BenchFunction bench, std::initializer_list<const char *> names);
 
 } // namespace tonekit::tiers
 
-// Registers a case; the names are the dispatched functions that it covers.
+// Registers a case; the names are the dispatched functions that it covers. The file's name begins with the
+// family's.
 #define TONEKIT_TIER_CASE(exercise, ...)                                                                     \
     static const bool exercise##Registered =                                                                 \
-        ::tonekit::tiers::RegisterCase(#exercise, exercise, {__VA_ARGS__})
+        ::tonekit::tiers::RegisterCase(#exercise, __FILE__, exercise, {__VA_ARGS__})
 
 // Registers one unit of work of a function for --bench.
 #define TONEKIT_TIER_BENCH(bench, ...)                                                                       \

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "frame/dispatch.h"
@@ -17,6 +18,7 @@ namespace {
 
 struct Case {
     const char *label;
+    std::string family;
     ExerciseFunction exercise;
     BenchFunction bench;
     std::vector<const char *> names;
@@ -94,7 +96,8 @@ void Compare(const Case &one, const Options &options, Counts &counts)
     }
 }
 
-// FNV-1a of all that a case records with the bodies of each tier: the same from every build on every system.
+// FNV-1a of all that a case records with the bodies of each tier, behind its family: the same from every
+// build on every system.
 void PrintDigests(const Case &one, const Options &options)
 {
     for (const char letter : options.tiers) {
@@ -104,7 +107,7 @@ void PrintDigests(const Case &one, const Options &options)
         std::uint64_t digest = 0xCBF29CE484222325;
         for (const std::uint8_t byte : record.Bytes())
             digest = (digest ^ byte) * 0x100000001B3;
-        std::printf("%s.%c %016" PRIx64 "\n", one.label, letter, digest);
+        std::printf("%s %c %s %016" PRIx64 "\n", one.family.c_str(), letter, one.label, digest);
     }
 }
 
@@ -256,15 +259,17 @@ int Main(int argc, char **argv)
 
 } // namespace
 
-bool RegisterCase(const char *label, ExerciseFunction exercise, std::initializer_list<const char *> names)
+bool RegisterCase(const char *label, const char *file, ExerciseFunction exercise,
+                  std::initializer_list<const char *> names)
 {
-    Cases().push_back({label, exercise, nullptr, names});
+    const std::string name = std::filesystem::path(file).filename().string();
+    Cases().push_back({label, name.substr(0, name.find('_')), exercise, nullptr, names});
     return true;
 }
 
 bool RegisterBench(const char *label, BenchFunction bench, std::initializer_list<const char *> names)
 {
-    Cases().push_back({label, nullptr, bench, names});
+    Cases().push_back({label, {}, nullptr, bench, names});
     return true;
 }
 

@@ -1,5 +1,5 @@
-// codec_cases.cpp: the JPEG codec: its arithmetic called directly, and all the rest through whole encodings,
-// decodings and lossless transformations that are made to take every path.
+// image_codec_cases.cpp: the JPEG codec: its arithmetic called directly, and all the rest through whole
+// encodings, decodings and lossless transformations that are made to take every path.
 #include "tests/support/codec_driver.h"
 #include "tests/tiers/tiers.h"
 

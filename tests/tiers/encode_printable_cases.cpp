@@ -1,4 +1,4 @@
-// printable_cases.cpp: UU and Base64 with random data, and with texts of any characters.
+// encode_printable_cases.cpp: UU and Base64 with random data, and with texts of any characters.
 #include <cstring>
 #include <string>
 

@@ -1,4 +1,4 @@
-// sha2_cases.cpp: SHA-2 and HMAC with random messages, keys and cuts.
+// encode_sha2_cases.cpp: SHA-2 and HMAC with random messages, keys and cuts.
 #include <cstring>
 
 #include "encode/sha2_transform.h"

@@ -1,4 +1,4 @@
-// text_cases.cpp: the text functions with every kind of character, ill-formed text and all alignments.
+// encode_text_cases.cpp: the text functions with every kind of character, ill-formed text and all alignments.
 #include "tests/tiers/tiers.h"
 
 #include <algorithm>
