@@ -1,8 +1,8 @@
 // store_integer.tier.cpp: store kernels for integer PCM.
 //
-// Samples go in groups. To 16 and 24 bits a group is first rounded without limits; only where that shows a
-// sample beyond what the packing can take is it done again with them. Each kernel ends with single samples,
-// whose functions state the rules as they are.
+// Samples go in groups. To 16 and 24 bits a group is first rounded without limits; where that shows a sample
+// beyond what the packing can take, this group and some that follow are done with them. Each kernel ends with
+// single samples, whose functions state the rules as they are.
 #include "frame/tier.h"
 
 #include "convert/integer_packing.h"
@@ -40,6 +40,10 @@ inline int32_t RoundOne(Work sample)
     }
     return TruncateOne(y);
 }
+
+// Clipped samples seldom come alone: so many groups go with limits before one is tried without again. A test
+// whose answer keeps changing would cost more than the limits.
+constexpr uint32_t kLimitedGroups = 16;
 
 struct NoLimits {
     FloatVector operator()(FloatVector y) const { return y; }
@@ -132,26 +136,29 @@ struct Int32 {
 };
 
 template <class Encoding, class Sample>
-__attribute__((noinline)) void StoreLimitedGroup(uint8_t *out, const Sample *source)
+__attribute__((noinline)) void StoreLimited(uint8_t *out, const Sample *source, uint32_t groups)
 {
-    const auto group = LoadGroup(source);
-    IntVector ints[kVectors];
-    for (uint32_t i = 0; i < kVectors; ++i)
-        ints[i] = ZeroOutOfRange(Round<Encoding>(group, i, Limits<Encoding>{}));
-    Encoding::Write(out, ints);
+    for (; groups != 0; --groups, source += kGroup, out += kGroup * Encoding::kBytes) {
+        const auto group = LoadGroup(source);
+        IntVector ints[kVectors];
+        for (uint32_t i = 0; i < kVectors; ++i)
+            ints[i] = ZeroOutOfRange(Round<Encoding>(group, i, Limits<Encoding>{}));
+        Encoding::Write(out, ints);
+    }
 }
 
+// Stores a group and tells so, unless it needs the limits.
 template <class Encoding, class Sample>
-__attribute__((always_inline)) inline void StoreGroup(uint8_t *out, const Sample *source)
+__attribute__((always_inline)) inline bool StoreUnlimited(uint8_t *out, const Sample *source)
 {
     const auto group = LoadGroup(source);
     IntVector ints[kVectors];
     for (uint32_t i = 0; i < kVectors; ++i)
         ints[i] = Round<Encoding>(group, i, NoLimits{});
     if (__builtin_expect(Encoding::NeedLimits(group, ints), 0))
-        StoreLimitedGroup<Encoding>(out, source);
-    else
-        Encoding::Write(out, ints);
+        return false;
+    Encoding::Write(out, ints);
+    return true;
 }
 
 template <class Encoding, class Sample>
@@ -159,8 +166,17 @@ inline void Store(void *destination, const Sample *source, uint32_t count)
 {
     constexpr uint32_t kSpare = (Encoding::kExcess + Encoding::kBytes - 1) / Encoding::kBytes;
     auto *out = static_cast<uint8_t *>(destination);
-    for (; count >= kGroup + kSpare; count -= kGroup, source += kGroup, out += kGroup * Encoding::kBytes)
-        StoreGroup<Encoding>(out, source);
+    while (count >= kGroup + kSpare) {
+        uint32_t groups = 1;
+        if (__builtin_expect(!StoreUnlimited<Encoding>(out, source), 0)) {
+            const uint32_t left = (count - kSpare) / kGroup;
+            groups = left < kLimitedGroups ? left : kLimitedGroups;
+            StoreLimited<Encoding>(out, source, groups);
+        }
+        count -= groups * kGroup;
+        source += groups * kGroup;
+        out += groups * kGroup * Encoding::kBytes;
+    }
     for (; count != 0; --count, ++source, out += Encoding::kBytes)
         Encoding::WriteOne(out, RoundOne<Encoding>(*source));
 }

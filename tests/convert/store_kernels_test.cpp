@@ -167,6 +167,23 @@ TEST_P(StoreKernels, AnyCountAtAnyAddressBetweenUnreadablePages)
         }
 }
 
+// Behind a clipped sample the kernels go on with limits for a while, which may reach the end of the block.
+TEST_P(StoreKernels, ClippedStretchesEndWithTheBlock)
+{
+    GuardedPages pages(1100 * 8);
+    for (const KernelPair &kernel : kStoreKernels)
+        for (uint32_t count = 480; count < 1100; count += 7) {
+            auto *doubles = reinterpret_cast<double *>(pages.End()) - count;
+            for (uint32_t i = 0; i < count; ++i)
+                doubles[i] = (i % 401 == count % 97 ? -3.25 : 0.75) * (i % 2 ? 1 : -1);
+            Compare(kernel, doubles, count, count % 8);
+            const std::vector<float> floats(doubles, doubles + count);
+            auto *lastFloats = reinterpret_cast<float *>(pages.End()) - count;
+            std::copy(floats.begin(), floats.end(), lastFloats);
+            Compare(kernel, lastFloats, count, count % 4);
+        }
+}
+
 TEST_P(StoreKernels, NoSamplesTouchNothing)
 {
     for (const KernelPair &kernel : kStoreKernels) {
