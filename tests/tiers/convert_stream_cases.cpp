@@ -1,6 +1,7 @@
 // convert_stream_cases.cpp: converters of each tier, from construction to the last block, with every route
 // and format.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -59,10 +60,34 @@ bool ResamplesFloats(const Route &route)
     return route.input[0] == 1 && route.inputRate != route.outputRate;
 }
 
+// Adds audio with the same bits for every NaN.
+template <class Sample>
+void AddWithOneNan(const void *audio, std::size_t bytes, Record &record)
+{
+    std::vector<Sample> samples(bytes / sizeof(Sample));
+    std::memcpy(samples.data(), audio, bytes);
+    for (Sample &sample : samples)
+        if (std::isnan(sample))
+            sample = std::numeric_limits<Sample>::quiet_NaN();
+    record.Add(samples.data(), bytes);
+}
+
+enum class Nans { kAsTheyAre, kAsOne };
+
+void AddAudio(const void *audio, std::size_t bytes, const uint32_t *format, Nans nans, Record &record)
+{
+    if (nans == Nans::kAsTheyAre || format[0] != 1)
+        record.Add(audio, bytes);
+    else if (format[1] == 32)
+        AddWithOneNan<float>(audio, bytes, record);
+    else
+        AddWithOneNan<double>(audio, bytes, record);
+}
+
 using RandomInput = std::vector<uint8_t>(Random &, const uint32_t *, std::size_t);
 
-void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomInput, Random &random,
-                  Record &record)
+void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomInput, Nans nans,
+                  Random &random, Record &record)
 {
     const auto [input, output, inputRate, outputRate] = route;
     const uint32_t inputChannels = 1 + random.Below(9);
@@ -86,12 +111,13 @@ void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomI
     uint32_t outFrames = 0;
     uint32_t outBytes = 0;
     while (bodies.Get<decltype(SRC4_Read)>("SRC4_Read")(handle, &out, &outFrames, &outBytes))
-        record.Add(out, outBytes);
+        AddAudio(out, outBytes, output, nans, record);
     auto *resample = bodies.Get<uint32_t(void *, uint32_t, bool)>("_ZN21CSampleRateConverter38ResampleEjb");
     uint32_t waiting = converter->blockFill;
     for (int call = 0; call < 5; ++call, waiting = 0) {
         const uint32_t result = resample(handle, waiting, waiting == 0);
-        record.Add(converter->outputBuffer, std::size_t{result} * converter->outputFrameBytes);
+        AddAudio(converter->outputBuffer, std::size_t{result} * converter->outputFrameBytes, output, nans,
+                 record);
         record.AddValue(result);
     }
     record.AddValue(converter->mixLimiterGainDouble);
@@ -108,23 +134,40 @@ static void ExerciseStream(const Bodies &bodies, Random &random, Record &record)
     for (int stream = 0; stream < 40; ++stream) {
         const Route route = RandomRoute(random);
         const bool floats = route.input[0] == 1 && (ResamplesFloats(route) || random.Below(2) == 0);
-        RecordStream(bodies, route, floats ? RandomFloats : RandomBytes, random, record);
+        RecordStream(bodies, route, floats ? RandomFloats : RandomBytes, Nans::kAsTheyAre, random, record);
     }
 }
 TONEKIT_TIER_CASE(ExerciseStream, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
                   "ResampleFrom");
 
-// NaNs reach the resampler. Of two that meet, it hands on the one that its compiler put first.
-static void ExerciseStreamOfNans(const Bodies &bodies, Random &random, Record &record)
+namespace {
+
+// NaNs reach the resampler.
+void RecordNans(const Bodies &bodies, Nans nans, Random &random, Record &record)
 {
     for (int stream = 0; stream < 8; ++stream) {
         Route route = RandomRoute(random);
         while (!ResamplesFloats(route))
             route = RandomRoute(random);
-        RecordStream(bodies, route, RandomBytes, random, record);
+        RecordStream(bodies, route, RandomBytes, nans, random, record);
     }
 }
-TONEKIT_TIER_CASE(ExerciseStreamOfNans, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
+
+} // namespace
+
+static void ExerciseNanPlaces(const Bodies &bodies, Random &random, Record &record)
+{
+    RecordNans(bodies, Nans::kAsOne, random, record);
+}
+TONEKIT_TIER_CASE(ExerciseNanPlaces, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
+                  "ResampleFrom");
+
+// Of two that meet, the resampler hands on the one that its compiler put first.
+static void ExerciseNanBits(const Bodies &bodies, Random &random, Record &record)
+{
+    RecordNans(bodies, Nans::kAsTheyAre, random, record);
+}
+TONEKIT_TIER_CASE(ExerciseNanBits, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
                   "ResampleFrom");
 
 // The class members, one after the other on an object in plain memory.
