@@ -14,16 +14,23 @@
  *
  * Sample encodings, by format code and bits per sample:
  *
- *   format 0  integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in 3 bytes), 32 bits,
- * signed from 16 bits up; as input also 64 bits format 1  IEEE float, nominal range -1.0 to +1.0: 32 or 64
- * bits format 2  input only, 32 bits: the samples that hdcd_process leaves, to which the gain of SetHDCDGain
- * is applied
+ *   - format 0, integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in 3 bytes) and 32
+ *     bits, signed from 16 bits up; as input also 64 bits
+ *   - format 1, IEEE float, nominal range -1.0 to +1.0: 32 and 64 bits
+ *   - format 2, input only, 32 bits: the samples that hdcd_process leaves, to which the gain of SetHDCDGain
+ *     is applied
  *
- * Channel orders, by count: 1 mono; 2 left, right; 4 left, right, surround left, surround right; 5 left,
- * right, centre, surround left, surround right; 6 left, right, centre, LFE, surround left, surround right; 7
- * left, right, centre, LFE, back centre, surround left, surround right; 8 left, right, centre, LFE, back
- * left, back right, surround left, surround right. Of 3 input channels the third is ignored, of more than 8
- * those behind the eighth.
+ * Channel orders, by count:
+ *
+ *   - 1: mono
+ *   - 2: left, right
+ *   - 4: left, right, surround left, surround right
+ *   - 5: left, right, centre, surround left, surround right
+ *   - 6: left, right, centre, LFE, surround left, surround right
+ *   - 7: left, right, centre, LFE, back centre, surround left, surround right
+ *   - 8: left, right, centre, LFE, back left, back right, surround left, surround right
+ *
+ * Of 3 input channels the third is ignored, of more than 8 those behind the eighth.
  *
  * Nothing is rejected. An input encoding that isn't listed reads as silence, an output encoding that isn't
  * listed leaves the output bytes unwritten, and a pair of channel counts without a matrix (3, 0 or more than
@@ -50,12 +57,13 @@ extern "C" {
  * @param outputChannels  channels of a frame of output
  * @param outputRate      in Hz
  * @param dither          asks for dither, which then runs if SetDitherParameters allows it and the output has
- * not 32 bits. Keep it off for 64-bit float output: its scale is 0 there and the samples become infinities.
+ *                        not 32 bits. Keep it off for 64-bit float output: its scale is 0 there and the
+ *                        samples become infinities.
  * @param autoLimit       asks for the limiter, on downmixes that can exceed full scale. Its gain falls when a
- * sum exceeds 1.0 and never rises again; it doesn't look ahead.
+ *                        sum exceeds 1.0 and never rises again; it doesn't look ahead.
  * @param qualityLow      qualityHigh minus qualityLow, in unsigned 32-bit arithmetic, chooses the resampler:
- * below 24 a precision of 20 bits, to 30 of 28 bits, both in float; 31 and 32 of 32 bits, from 33 on of 56
- *                        bits or the most that the resampler offers, both in double
+ *                        below 24 a precision of 20 bits, to 30 of 28 bits, both in float; 31 and 32 of 32
+ *                        bits, from 33 on of 56 bits or the most that the resampler offers, both in double
  * @param qualityHigh     see qualityLow
  * @return the handle; never null
  * @throws std::bad_alloc when memory is exhausted and no new-handler helps; nothing is leaked then
@@ -74,7 +82,7 @@ TONEKIT_API void *SRC4_Init(uint32_t inputFormat, uint32_t inputBits, uint32_t i
  *
  * @param handle  from SRC4_Init; not checked
  * @param data    interleaved frames in the input encoding; not copied, so it must stay until SRC4_Read has
- * returned 0
+ *                returned 0
  * @param frames  whole frames at data; any number
  */
 TONEKIT_API void SRC4_Write(void *handle, const void *data, uint32_t frames);
@@ -84,7 +92,7 @@ TONEKIT_API void SRC4_Write(void *handle, const void *data, uint32_t frames);
  *
  * @param handle     from SRC4_Init; not checked
  * @param out        interleaved, in the output encoding; the converter's, valid until the next SRC4_Read or
- * SRC4_Flush
+ *                   SRC4_Flush
  * @param outFrames  frames at *out; 0 is normal while the resampler fills: call again
  * @param outBytes   the same in bytes
  * @return 1: all three are set. 0: less than a block is waiting and they are untouched; write more, or flush.
@@ -114,8 +122,9 @@ TONEKIT_API void SRC4_Deinit(void *handle);
  * @param bits      bits per sample; a sample is bits / 8 bytes, so that below 8 bits nothing moves
  * @param channels  channels of a frame
  * @param map       2 * channels bytes: pairs of a source channel and a destination channel, from 0, applied
- * in order. They need not be a permutation: a source may feed several destinations, of two pairs with one
- * destination the later holds, and a channel that is no destination keeps its sample. Not checked.
+ *                  in order. They need not be a permutation: a source may feed several destinations, of two
+ *                  pairs with one destination the later holds, and a channel that is no destination keeps its
+ *                  sample. Not checked.
  *
  * Safe from any thread on separate buffers.
  */
@@ -181,7 +190,7 @@ public:
      *
      * @param frames  at most blockFrames, not checked; a count below that belongs at the end of a stream
      * @param last    false while frames are fed; true, with 0 frames, to end the stream: repeat until
-     * finished is set and 0 comes back
+     *                finished is set and 0 comes back
      * @return frames that stand at the start of outputBuffer, valid until the next call
      */
     uint32_t Resample(uint32_t frames, bool last);

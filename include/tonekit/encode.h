@@ -155,7 +155,7 @@ TONEKIT_API uint32_t BASE64Encode(const void *data, uint32_t length, char **text
  * @param data    gets new memory with the bytes, not terminated; to be given back even if there are none
  * @param length  gets the number of bytes, which can be 0: the texts "T" and "A=" are valid
  * @return 0; 0xFFFFFFFF for an empty or null text, for one with any other character, even behind a '=', and
- * for one whose bytes could not be counted in 32 bits
+ *         for one whose bytes could not be counted in 32 bits
  */
 TONEKIT_API uint32_t BASE64Decode(const char *text, void **data, uint32_t *length);
 

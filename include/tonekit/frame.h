@@ -42,9 +42,10 @@ extern "C" {
  * Chooses the resampling filter of converters set up from now on; a running converter does not change.
  *
  * @param mode      0 normal, 1 steep (pass band to about 0.982 of Nyquist), 2 steeper (about 0.995). Any
- * other value stores 0.
+ *                  other value stores 0.
  * @param aliasing  non-zero lets the stop band begin above the Nyquist frequency, which shortens the filter
- * and allows a little aliasing; it counts only between rates of 44100 Hz and up. Any value is stored.
+ *                  and allows a little aliasing; it counts only between rates of 44100 Hz and up. Any value
+ *                  is stored.
  */
 TONEKIT_API void SetSampleRateConverterParameters2(uint32_t mode, uint8_t aliasing);
 
@@ -52,9 +53,10 @@ TONEKIT_API void SetSampleRateConverterParameters2(uint32_t mode, uint8_t aliasi
  * Sets dither.
  *
  * @param enable  non-zero allows dither in converters set up from now on (they must also ask for it
- * themselves); starts as 0
+ *                themselves); starts as 0
  * @param mode    0 rectangular, 1 high-pass triangular, 2 triangular with noise shaping; starts as 1; takes
- * effect at the next block, in running converters too. Any other value leaves the mode as it was.
+ *                effect at the next block, in running converters too. Any other value leaves the mode as it
+ *                was.
  */
 TONEKIT_API void SetDitherParameters(uint32_t enable, uint32_t mode);
 

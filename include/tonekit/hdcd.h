@@ -48,11 +48,11 @@ TONEKIT_API void hdcd_reset(HdcdDecoder *decoder);
  * Decodes the next block in place. Allocates nothing.
  *
  * @param decoder  null is ignored, and the samples stay as they are
- * @param samples  2 * frames samples, left and right in turn. In: one signed 16-bit value each,
- *                 sign-extended to 32 bits. Out: the decoded values, on a scale of their own: the 16-bit
- *                 value times 32768 where no code is in force, so that 16-bit full scale stands at 2^30. The
- *                 room above belongs to peak extension, which makes 0x7FF38000 of 32767 and the lowest
- *                 32-bit number of -32768. Null counts as an empty block.
+ * @param samples  2 * frames samples, left and right in turn. In: one signed 16-bit value each, sign-extended
+ *                 to 32 bits. Out: the decoded values, on a scale of their own: the 16-bit value times 32768
+ *                 where no code is in force, so that 16-bit full scale stands at 2^30. The room above belongs
+ *                 to peak extension, which makes 0x7FF38000 of 32767 and the lowest 32-bit number of -32768.
+ *                 Null counts as an empty block.
  * @param frames   0 or less does nothing
  *
  * A code governs the audio from the very frame that completes it, and a lapse from the frame on which it
@@ -82,8 +82,8 @@ TONEKIT_API void hdcd_free(HdcdDecoder *decoder);
  * Tells what the blocks so far have shown, by the state at the end of each.
  *
  * @return 0: no HDCD so far, or in one channel only. 1: both channels carry codes, but these have never
- *         changed the sound. 2: both carry codes, and gain or peak extension was used. It never falls until
- *         a reset. 0 for null.
+ *         changed the sound. 2: both carry codes, and gain or peak extension was used. It never falls until a
+ *         reset. 0 for null.
  */
 TONEKIT_API uint32_t hdcd_detected(const HdcdDecoder *decoder);
 

@@ -108,8 +108,8 @@ typedef TonekitDevice *TonekitDeviceContext;
  * @param height  height of the result, brought into range in the same way
  * @param filter  the kernel; taken modulo 13, so that every value selects one
  * @return a new bitmap, which the caller owns and releases (DeleteObject on Windows, its own means
- * elsewhere), or null. With null the last-error value (GetLastError on Windows, errno elsewhere) is one of
- * the codes below; success leaves it as it was. All that a failed call has made is released.
+ *         elsewhere), or null. With null the last-error value (GetLastError on Windows, errno elsewhere) is
+ *         one of the codes below; success leaves it as it was. All that a failed call has made is released.
  *
  * | code       | meaning                                                                    |
  * |------------|----------------------------------------------------------------------------|
@@ -134,7 +134,7 @@ TONEKIT_API TonekitBitmap CreateResampledBitmap(TonekitDeviceContext dc, Tonekit
  *
  * @param kernel  the kernel; a weight of exactly 0 leaves its pixel out
  * @param radius  the distance, from 0 to 16, beyond which the kernel isn't asked. A radius of 0 takes for
- * each output the one pixel nearest to it.
+ *                each output the one pixel nearest to it.
  * @return as CreateResampledBitmap. A null kernel or a radius below 0 or above 16 is code 0x20000009.
  */
 TONEKIT_API TonekitBitmap CreateUserFilterResampledBitmap(TonekitDeviceContext dc, TonekitBitmap source,
@@ -159,8 +159,8 @@ TONEKIT_API TonekitBitmap CreateUserFilterResampledBitmap(TonekitDeviceContext d
  * Reads up to `count` elements of `size` bytes from a stream. The codec asks for 4096 elements of 1 byte.
  *
  * @return the number of elements read; any count above 0 is valid. 0 is the end of the data: at the start of
- * an image it is the codec's error 43, later the warning 123, and the image ends there. A count above the one
- * asked for is taken as the one asked for.
+ *         an image it is the codec's error 43, later the warning 123, and the image ends there. A count above
+ *         the one asked for is taken as the one asked for.
  */
 typedef size_t (*TonekitReadHook)(void *buffer, size_t size, size_t count, void *stream);
 

@@ -38,7 +38,7 @@ typedef struct ReplayGainState ReplayGainState;
  * @param channels    samples in a frame
  * @param sampleRate  frames a second
  * @return a new state, the caller's, to be released with ReplayGain_Deinit. Never null: it throws
- * std::bad_alloc when memory for the state itself runs out.
+ *         std::bad_alloc when memory for the state itself runs out.
  */
 TONEKIT_API ReplayGainState *ReplayGain_Init(uint32_t channels, uint32_t sampleRate);
 
@@ -62,22 +62,22 @@ TONEKIT_API void ReplayGain_Change(ReplayGainState *state, uint32_t channels, ui
  *
  * @param state    may be null, and nothing happens then
  * @param samples  interleaved, full scale -1.0 to +1.0, frames times the current channels of them; read only,
- * not kept
+ *                 not kept
  * @param frames   samples of every channel; any number
  */
 TONEKIT_API void ReplayGain_Process(ReplayGainState *state, const double *samples, uint32_t frames);
 
 /**
  * @return the ReplayGain value in dB: -18 minus the loudness in LUFS, so a louder track gets a lower figure.
- * The missing value for a null state, and while nothing has been loud enough to pass the gates (-70 LUFS, 400
- * ms).
+ *         The missing value for a null state, and while nothing has been loud enough to pass the gates (-70
+ *         LUFS, 400 ms).
  */
 TONEKIT_API double ReplayGain_GetLoudness(ReplayGainState *state);
 
 /**
  * @return the largest peak of all channels that the init call named, as a linear factor (1.0 is full scale);
- * 0.0 before any sound; the missing value for a null state. A channel that a change has taken away is left
- * out, and so is one that a change has added.
+ *         0.0 before any sound; the missing value for a null state. A channel that a change has taken away is
+ *         left out, and so is one that a change has added.
  */
 TONEKIT_API double ReplayGain_GetPeak(ReplayGainState *state);
 

@@ -86,7 +86,7 @@ TONEKIT_API void ID3Helper_Free(TagBlock *block);
  * Copies a block with all its items and its spare room.
  *
  * @return a new, independent block, to be released with ID3Helper_Free; null if block is null or memory ran
- * out
+ *         out
  */
 TONEKIT_API TagBlock *ID3Helper_Copy(const TagBlock *block);
 
@@ -117,7 +117,7 @@ TONEKIT_API void ID3Helper_AddStrAnsi(TagBlock *block, const char *key, const ch
  *
  * @param key  zero-terminated UTF-8, compared without regard to the case of A to Z; hidden keys are found too
  * @return the value of the first item under that key, inside the block; an empty string if there is none, or
- * if block or key is null or the key is empty. Never null.
+ *         if block or key is null or the key is empty. Never null.
  */
 TONEKIT_API const char *ID3Helper_GetStr(const TagBlock *block, const char *key);
 
@@ -172,7 +172,7 @@ TONEKIT_API bool ID3Helper_GetFirst(const TagBlock *block, TagBlockItem *item);
  * @param block  null: false
  * @param item   the record that ID3Helper_GetFirst has filled; must not be null
  * @return true: all fields are set. false: the block has no more; if block is null or the cursor was at the
- * end already, the record is untouched, otherwise only cursor and key may have changed.
+ *         end already, the record is untouched, otherwise only cursor and key may have changed.
  */
 TONEKIT_API bool ID3Helper_GetNext(const TagBlock *block, TagBlockItem *item);
 
@@ -187,8 +187,8 @@ TONEKIT_API bool ID3Helper_GetNext(const TagBlock *block, TagBlockItem *item);
  *
  * @param block  null: nothing happens
  * @param mime   zero-terminated MIME type, stored unchecked. Null or empty: found from the first bytes of the
- * data, if there are at least 8: 42 4D gives image/bmp, FF D8 image/jpeg, 89 50 4E 47 0D 0A 1A 0A image/png,
- *               47 49 46 image/gif, anything else an empty MIME type.
+ *               data, if there are at least 8: 42 4D gives image/bmp, FF D8 image/jpeg, 89 50 4E 47 0D 0A 1A
+ *               0A image/png, 47 49 46 image/gif, anything else an empty MIME type.
  * @param type   picture type; its low byte is stored
  * @param size   bytes at data; 0: nothing happens
  * @param data   the encoded image; null: nothing happens
@@ -200,7 +200,7 @@ TONEKIT_API void ID3Helper_AddImage(TagBlock *block, const char *mime, uint32_t 
  * Looks up the first picture of a type.
  *
  * @param type  compared with the stored byte sign-extended to 32 bits: a picture stored as 255 is found as
- * 0xFFFFFFFF and not as 255
+ *              0xFFFFFFFF and not as 255
  * @param mime  where the MIME type goes (inside the block, empty if unknown); may be null
  * @param size  where the number of bytes goes; null: the result is null
  * @return the image, inside the block; null, with mime and size untouched, if there is none
@@ -269,7 +269,7 @@ TONEKIT_API uint32_t ID3Helper_GetChapterCount_Name(const TagBlock *block);
  * but if any of their values is no time string, the chapter counts as absent.
  *
  * @param number  taken as unsigned. 0 equals the number of every key that is no position key, so that all
- * ordinary tags are read as time strings.
+ *                ordinary tags are read as time strings.
  * @return the position in units of 100 ns; all bits set if there is none
  */
 TONEKIT_API uint64_t ID3Helper_GetChapter_Position(const TagBlock *block, int32_t number);
@@ -278,7 +278,7 @@ TONEKIT_API uint64_t ID3Helper_GetChapter_Position(const TagBlock *block, int32_
  * Looks up the name of a chapter.
  *
  * @param number  taken as unsigned. 0 equals the number of every key that is no name key, so that the first
- * such value of a walk is returned.
+ *                such value of a walk is returned.
  * @return the name, inside the block; an empty string if there is none. Never null.
  */
 TONEKIT_API const char *ID3Helper_GetChapter_Name(const TagBlock *block, int32_t number);
@@ -327,8 +327,8 @@ TONEKIT_API void CHAPTER_Position100nS_To_HMS(uint64_t position, uint32_t *hours
  *
  * @param text      zero-terminated; null counts as no time string
  * @param position  gets hours * 36000000000 + minutes * 600000000 + seconds * 10000000, the last rounded with
- * halves away from zero, modulo 2^64; seconds that don't fit count as 2^63 units, negative ones as their
- * two's complement. 0 if the text is no time string. Must not be null.
+ *                  halves away from zero, modulo 2^64; seconds that don't fit count as 2^63 units, negative
+ *                  ones as their two's complement. 0 if the text is no time string. Must not be null.
  * @return true if all three numbers were read
  */
 TONEKIT_API bool CHAPTER_HMS_String_To_Position100nS(const char *text, uint64_t *position);
@@ -344,7 +344,7 @@ TONEKIT_API bool CHAPTER_HMS_String_To_Position100nSW(const tonekit_char16 *text
  *
  * @param sampleRate  in Hz
  * @return samples * 10000000.0 / sampleRate in units of 100 ns; 2^63 where that is no number below 2^64, so
- * always for a rate of 0
+ *         always for a rate of 0
  */
 TONEKIT_API uint64_t SamplesToN100nS(uint64_t samples, uint64_t sampleRate);
 
@@ -354,7 +354,7 @@ TONEKIT_API uint64_t SamplesToN100nS(uint64_t samples, uint64_t sampleRate);
  * @param position    in units of 100 ns
  * @param sampleRate  in Hz
  * @return (position * sampleRate modulo 2^64) / 10000000.0. The product wraps for very long positions: at
- * 96000 Hz from about 222 days.
+ *         96000 Hz from about 222 days.
  */
 TONEKIT_API uint64_t N100nSToSamples(uint64_t position, uint64_t sampleRate);
 
