@@ -72,8 +72,7 @@ extern "C" std::int32_t hdcd_tone(std::uint32_t *tone_index, std::uint32_t sampl
     return tone.table[*tone_index * tone.step];
 }
 
-void PrepareAnalysis(HdcdChannelState *channel, std::int32_t *samples, std::int32_t count,
-                     std::int32_t stride)
+void PrepareAnalysis(HdcdChannelState *channel, HdcdSample *samples, std::int32_t count, std::int32_t stride)
 {
     for (std::int32_t i = 0; i < count; ++i, samples += stride) {
         const bool peak = *samples >= kPeakLevel || *samples <= -kPeakLevel;
@@ -82,14 +81,14 @@ void PrepareAnalysis(HdcdChannelState *channel, std::int32_t *samples, std::int3
     }
 }
 
-extern "C" std::int32_t hdcd_analyze(std::int32_t *samples, std::int32_t count, std::int32_t stride,
+extern "C" std::int32_t hdcd_analyze(HdcdSample *samples, std::int32_t count, std::int32_t stride,
                                      std::int32_t gain, std::int32_t target_gain, std::int32_t extend,
                                      std::uint32_t mode, std::uint32_t cdt_active, std::int32_t tg_mismatch)
 {
     const bool marked = (mode == kShowMismatch && tg_mismatch > 0) || (mode == kShowTimer && cdt_active != 0);
     const GainRamp ramp = RampTowards(gain, target_gain, count);
     for (std::int32_t i = 0; i < count; ++i) {
-        std::int32_t &sample = samples[static_cast<std::ptrdiff_t>(i) * stride];
+        HdcdSample &sample = samples[static_cast<std::ptrdiff_t>(i) * stride];
         if (mode == kShowPeaks)
             sample = ShowPeak(sample, extend != 0);
         else if (marked)

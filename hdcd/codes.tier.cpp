@@ -102,14 +102,14 @@ bool Look(HdcdChannelState *channel)
 struct CodeScan {
     HdcdChannelState *states;
     std::int32_t channels;
-    const std::int32_t *samples; // of the next frame
+    const HdcdSample *samples; // of the next frame
     std::int32_t stride;
     std::int32_t consumed;
     bool accepted; // a valid code has ended it
 };
 
 // The bits 0 of one channel's next frames, 32 at most, the oldest on top.
-std::uint64_t CollectLsbs(const std::int32_t *samples, std::int32_t frames, std::int32_t stride)
+std::uint64_t CollectLsbs(const HdcdSample *samples, std::int32_t frames, std::int32_t stride)
 {
     std::uint64_t bits = 0;
     for (std::int32_t i = 0; i < frames; ++i, samples += stride)
@@ -174,7 +174,7 @@ __m128i Scrambled(__m128i bits)
 
 // Takes both channels through as many whole steps of 32 frames as hold no prefix. Gives the frames. Both
 // channels must be without a code due.
-std::int32_t HuntStereo(HdcdChannelState *states, const std::int32_t *samples, std::int32_t frames)
+std::int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, std::int32_t frames)
 {
     // A lane for each channel: its last 64 bits, and the view of these, of which the upper 41 bits are right.
     __m128i bits = _mm_set_epi64x(static_cast<long long>(ReverseBits(states[1].window)),
@@ -249,7 +249,7 @@ std::int32_t ChargeTimer(HdcdChannelState *channel, std::int32_t max)
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_find_codes, std::int32_t,
-                      (HdcdChannelState * states, std::int32_t channels, const std::int32_t *samples,
+                      (HdcdChannelState * states, std::int32_t channels, const HdcdSample *samples,
                        std::int32_t max, std::int32_t stride))
 {
     if (max <= 0)

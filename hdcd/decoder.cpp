@@ -64,7 +64,7 @@ extern "C" void hdcd_reset(HdcdDecoder *decoder)
         Configure(decoder, 44100, 16);
 }
 
-extern "C" void hdcd_process(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t frames)
+extern "C" void hdcd_process(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t frames)
 {
     if (decoder == nullptr)
         return;

@@ -47,7 +47,7 @@ std::int32_t Attenuate(std::int32_t sample, std::int32_t gain)
     return static_cast<std::int32_t>(std::int64_t{sample} * HdcdGainTable32[gain] >> 23);
 }
 
-void Scale(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t bits, bool extend)
+void Scale(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t bits, bool extend)
 {
     const int shift = 31 - bits;
     const std::int32_t level = PeakLevel(bits);
@@ -56,7 +56,7 @@ void Scale(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std
 }
 
 // Applies the ramp and sets the gain that it reaches. Gives the samples that it takes.
-std::int32_t Ramp(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t *gain,
+std::int32_t Ramp(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t *gain,
                   std::int32_t target)
 {
     const GainRamp ramp = RampTowards(*gain, target, count);
@@ -69,7 +69,7 @@ std::int32_t Ramp(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stri
     return ramp.samples;
 }
 
-void Hold(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t gain)
+void Hold(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t gain)
 {
     if (gain == 0)
         return;
@@ -81,7 +81,7 @@ void Hold(std::int32_t *samples, std::int32_t count, std::ptrdiff_t stride, std:
 
 // The shift as a template parameter: a shift by a count in a register costs twice as much.
 template <int Shift>
-void ScaleFlat(std::int32_t *samples, std::size_t count)
+void ScaleFlat(HdcdSample *samples, std::size_t count)
 {
     std::size_t i = 0;
 #ifdef __AVX2__
@@ -103,7 +103,7 @@ void ScaleFlat(std::int32_t *samples, std::size_t count)
         samples[i] = ShiftUp(samples[i], Shift);
 }
 
-void ScaleUp(std::int32_t *samples, std::size_t count, std::int32_t bits)
+void ScaleUp(HdcdSample *samples, std::size_t count, std::int32_t bits)
 {
     switch (bits) {
     case 16:
@@ -133,7 +133,7 @@ __m128i ExtendPeaks(__m128i values, __m128i above)
 }
 
 // Peaks are rare: where two frames have none, the table is left alone.
-void ScaleWithPeaks(std::int32_t *samples, std::int32_t frames, std::int32_t bits, const std::int32_t *extend)
+void ScaleWithPeaks(HdcdSample *samples, std::int32_t frames, std::int32_t bits, const std::int32_t *extend)
 {
     const std::int32_t level = PeakLevel(bits);
     const int shift = 31 - bits;
@@ -160,7 +160,7 @@ void ScaleWithPeaks(std::int32_t *samples, std::int32_t frames, std::int32_t bit
             samples[i] = extend[i] != 0 ? ExtendPeak(samples[i], level, shift) : ShiftUp(samples[i], shift);
 }
 
-void ScaleLinked(std::int32_t *samples, std::int32_t frames, const LinkedGain &gain)
+void ScaleLinked(HdcdSample *samples, std::int32_t frames, const LinkedGain &gain)
 {
     if (gain.bits[0] != gain.bits[1]) {
         for (int i = 0; i < 2; ++i)
@@ -174,7 +174,7 @@ void ScaleLinked(std::int32_t *samples, std::int32_t frames, const LinkedGain &g
 
 // Holds both channels at the gain that they share. The signed product of a sample and a factor is that of the
 // sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to 54 of it are kept.
-void HoldLinked(std::int32_t *samples, std::int32_t frames, std::int32_t gain)
+void HoldLinked(HdcdSample *samples, std::int32_t frames, std::int32_t gain)
 {
     if (gain == 0)
         return;
@@ -196,7 +196,7 @@ void HoldLinked(std::int32_t *samples, std::int32_t frames, std::int32_t gain)
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_envelope, std::int32_t,
-                      (std::int32_t * samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
+                      (HdcdSample * samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
                        std::int32_t gain, std::int32_t target_gain, std::int32_t extend))
 {
     Scale(samples, count, stride, bits, extend != 0);
@@ -205,7 +205,7 @@ TONEKIT_INTERNAL_BODY(hdcd_envelope, std::int32_t,
     return gain;
 }
 
-TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (std::int32_t * samples, std::int32_t frames, LinkedGain *gain))
+TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (HdcdSample * samples, std::int32_t frames, LinkedGain *gain))
 {
     ScaleLinked(samples, frames, *gain);
     std::int32_t ramped[2];

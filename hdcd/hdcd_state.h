@@ -8,6 +8,10 @@
 
 namespace tonekit {
 
+// Samples of a caller's block, which may stand at any address.
+using HdcdSample = std::int32_t __attribute__((aligned(1)));
+using HdcdSample16 = std::int16_t __attribute__((aligned(1)));
+
 // The first word of each record tells its kind; hdcd_set_log and hdcd_set_analyze_mode go by it.
 enum HdcdRecordKind : std::uint32_t {
     kHdcdChannelRecord = 1,

@@ -12,7 +12,7 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-std::int32_t *FrameAt(std::int32_t *samples, std::int32_t frame, std::int32_t stride)
+HdcdSample *FrameAt(HdcdSample *samples, std::int32_t frame, std::int32_t stride)
 {
     return samples + static_cast<std::ptrdiff_t>(frame) * stride;
 }
@@ -33,7 +33,7 @@ ChannelControl ControlOf(const HdcdChannelState *state)
     return {ExtendsPeaks(*state), (state->control & kHdcdGainMask) * kHdcdGainStep};
 }
 
-void RunChannel(HdcdChannelState *state, std::int32_t *samples, std::int32_t count, std::int32_t stride,
+void RunChannel(HdcdChannelState *state, HdcdSample *samples, std::int32_t count, std::int32_t stride,
                 ChannelControl control)
 {
     if (state->analyze_mode != 0)
@@ -47,8 +47,8 @@ void RunChannel(HdcdChannelState *state, std::int32_t *samples, std::int32_t cou
 // A linked block on its way through the decoder.
 struct LinkedBlock {
     HdcdDecoder *decoder;
-    std::int32_t *samples; // of the next frame that the gain stage takes
-    bool heard;            // whether anybody wants the samples
+    HdcdSample *samples; // of the next frame that the gain stage takes
+    bool heard;          // whether anybody wants the samples
     std::int32_t mismatch;
     LinkedGain gain;
 };
@@ -81,7 +81,7 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
 }
 
 // Takes both channels through a block, whose samples are decoded only if they are to be heard.
-std::int32_t TakeLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count, bool heard)
+std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t count, bool heard)
 {
     HdcdChannelState *channels = decoder->channel;
     if (decoder->analyze_mode != 0)
@@ -120,7 +120,7 @@ std::int32_t TakeLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
-                      (HdcdChannelState * state, std::int32_t *samples, std::int32_t count,
+                      (HdcdChannelState * state, HdcdSample *samples, std::int32_t count,
                        std::int32_t stride))
 {
     if (state->analyze_mode != 0)
@@ -145,13 +145,13 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
 }
 
 TONEKIT_INTERNAL_BODY(hdcd_process_linked, std::int32_t,
-                      (HdcdDecoder * decoder, std::int32_t *samples, std::int32_t count))
+                      (HdcdDecoder * decoder, HdcdSample *samples, std::int32_t count))
 {
     return TakeLinked(decoder, samples, count, true);
 }
 
 TONEKIT_INTERNAL_BODY(FollowLinked, std::int32_t,
-                      (HdcdDecoder * decoder, std::int32_t *samples, std::int32_t count))
+                      (HdcdDecoder * decoder, HdcdSample *samples, std::int32_t count))
 {
     return TakeLinked(decoder, samples, count, false);
 }

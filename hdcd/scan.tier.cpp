@@ -15,17 +15,17 @@ namespace {
 
 // The block to follow. Wide samples are read where they stand, unless an analysis mode is about to write its
 // tone over them.
-std::int32_t *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const std::int32_t *samples,
-                            std::size_t count)
+HdcdSample *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const HdcdSample *samples,
+                          std::size_t count)
 {
     if (decoder->analyze_mode == 0)
-        return const_cast<std::int32_t *>(samples);
+        return const_cast<HdcdSample *>(samples);
     std::memcpy(copy, samples, count * sizeof *copy);
     return copy;
 }
 
-std::int32_t *BlockToFollow(const HdcdDecoder *, std::int32_t *copy, const std::int16_t *samples,
-                            std::size_t count)
+HdcdSample *BlockToFollow(const HdcdDecoder *, std::int32_t *copy, const HdcdSample16 *samples,
+                          std::size_t count)
 {
     std::size_t i = 0;
     for (; count - i >= 8; i += 8) {
@@ -51,7 +51,7 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
     if (samples == nullptr || frames < 0)
         frames = 0;
     std::int32_t *copy = nullptr;
-    std::int32_t *block = nullptr;
+    HdcdSample *block = nullptr;
     if (frames != 0) {
         // Asked for in any case: whether a scan succeeds must not hang on the mode.
         const auto count = 2 * static_cast<std::size_t>(frames);
@@ -69,13 +69,13 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
 } // namespace
 
 TONEKIT_BODY(hdcd_scan, std::uint32_t,
-             (HdcdDecoder * decoder, const std::int32_t *samples, std::int32_t frames))
+             (HdcdDecoder * decoder, const HdcdSample *samples, std::int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }
 
 TONEKIT_BODY(hdcd_scan16, std::uint32_t,
-             (HdcdDecoder * decoder, const std::int16_t *samples, std::int32_t frames))
+             (HdcdDecoder * decoder, const HdcdSample16 *samples, std::int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }
