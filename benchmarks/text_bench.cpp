@@ -30,6 +30,10 @@ constexpr Script kScripts[] = {
      u"\u00dcberma\u00dfig sch\u00f6ne H\u00f6rst\u00fccke f\u00fcr gro\u00dfe Ch\u00f6re, "
      u"\u00e9tudes cr\u00e9\u00e9es \u00e0 la fa\u00e7on d\u2019antan. ",
      1.5},
+    {"Czech",
+     u"P\u0159\u00edli\u0161 \u017elu\u0165ou\u010dk\u00fd k\u016f\u0148 \u00fap\u011bl "
+     u"\u010f\u00e1belsk\u00e9 \u00f3dy. ",
+     1.5},
     {"Cyrillic",
      u"\u0421\u044a\u0435\u0448\u044c \u0436\u0435 \u0435\u0449\u0451 \u044d\u0442\u0438\u0445 "
      u"\u043c\u044f\u0433\u043a\u0438\u0445 "

@@ -2,21 +2,42 @@
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstdint>
+#include <cstring>
 #include <emmintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::size_t kBlock = 8; // units in a vector
+constexpr std::size_t kVector = 8; // units
+constexpr std::size_t kBlock = 2 * kVector;
 
-__attribute__((no_sanitize("address"))) inline __m128i LoadAligned(const tonekit_char16 *text)
+struct Block {
+    __m128i low;
+    __m128i high;
+};
+
+// The blocks are aligned, so each lies within one page, and reading one that holds some of the text touches
+// no page that the text does not touch. A sanitizer can't know that.
+__attribute__((no_sanitize("address"))) inline Block LoadAligned(const tonekit_char16 *block)
 {
-    return _mm_load_si128(reinterpret_cast<const __m128i *>(text));
+    return {_mm_load_si128(reinterpret_cast<const __m128i *>(block)),
+            _mm_load_si128(reinterpret_cast<const __m128i *>(block + kVector))};
 }
 
 inline __m128i Zeros(__m128i units)
 {
     return _mm_cmpeq_epi16(units, _mm_setzero_si128());
+}
+
+// The units that are zero, bit by bit.
+inline uint32_t ZeroUnits(const Block &block)
+{
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(Zeros(block.low), Zeros(block.high))));
+}
+
+inline __m128i Or(const Block &block)
+{
+    return _mm_or_si128(block.low, block.high);
 }
 
 inline uint32_t OrOfLanes(__m128i lanes)
@@ -27,45 +48,59 @@ inline uint32_t OrOfLanes(__m128i lanes)
     return (two | two >> 16) & 0xffff;
 }
 
-// The first count lanes; the rest becomes zero.
-inline __m128i FirstLanes(__m128i units, std::size_t count)
+// The block's units from one place to before another; the rest becomes zero.
+inline Block Between(const Block &block, std::size_t from, std::size_t to)
 {
-    alignas(16) static const uint16_t kWindow[2 * kBlock] = {0xffff, 0xffff, 0xffff, 0xffff,
-                                                             0xffff, 0xffff, 0xffff, 0xffff};
-    return _mm_and_si128(units, _mm_loadu_si128(reinterpret_cast<const __m128i *>(kWindow + kBlock - count)));
+    alignas(16) static const uint16_t kWindow[3 * kBlock] = {
+        0,      0,      0,      0,      0,      0,      0,      0,      0,      0,      0,
+        0,      0,      0,      0,      0,      0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff,
+        0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff};
+    const auto window = [](std::size_t place) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kWindow + place));
+    };
+    return {_mm_and_si128(_mm_and_si128(block.low, window(kBlock - from)), window(2 * kBlock - to)),
+            _mm_and_si128(_mm_and_si128(block.high, window(kBlock - from + kVector)),
+                          window(2 * kBlock - to + kVector))};
+}
+
+// For text at an odd address, where units lie across the blocks.
+std::size_t LengthUnitByUnit(const tonekit_char16 *text, uint32_t *bits)
+{
+    std::size_t units = 0;
+    uint32_t seen = 0;
+    for (;; units++) {
+        tonekit_char16 unit;
+        std::memcpy(&unit, text + units, sizeof unit);
+        if (unit == 0)
+            break;
+        seen |= unit;
+    }
+    *bits = seen;
+    return units;
 }
 
 } // namespace
 
-// The blocks are aligned pairs of vectors, so each lies within one page, and reading the one that holds the
-// terminator touches no page that the text does not touch. A sanitizer can't know that.
-TONEKIT_INTERNAL_BODY(Utf16Length, __attribute__((no_sanitize("address"))) std::size_t,
-                      (const tonekit_char16 *text, uint32_t *bits))
+TONEKIT_INTERNAL_BODY(Utf16Length, std::size_t, (const tonekit_char16 *text, uint32_t *bits))
 {
-    const tonekit_char16 *at = text;
-    uint32_t seen = 0;
-    for (; reinterpret_cast<uintptr_t>(at) % (2 * sizeof(__m128i)) != 0; at++) {
-        if (*at == 0) {
-            *bits = seen;
-            return static_cast<std::size_t>(at - text);
-        }
-        seen |= *at;
-    }
+    const uintptr_t address = reinterpret_cast<uintptr_t>(text);
+    if (address % sizeof *text != 0)
+        return LengthUnitByUnit(text, bits);
+    std::size_t from = address / sizeof *text % kBlock;
+    const tonekit_char16 *at = text - from;
+    Block block = LoadAligned(at);
+    uint32_t zeros = ZeroUnits(block) >> from << from;
     __m128i all = _mm_setzero_si128();
-    __m128i low = LoadAligned(at);
-    __m128i high = LoadAligned(at + kBlock);
-    while (_mm_movemask_epi8(_mm_or_si128(Zeros(low), Zeros(high))) == 0) {
-        all = _mm_or_si128(all, _mm_or_si128(low, high));
-        at += 2 * kBlock;
-        low = LoadAligned(at);
-        high = LoadAligned(at + kBlock);
+    while (zeros == 0) {
+        all = _mm_or_si128(all, Or(from == 0 ? block : Between(block, from, kBlock)));
+        from = 0;
+        at += kBlock;
+        block = LoadAligned(at);
+        zeros = ZeroUnits(block);
     }
-    const uint32_t zeros = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(Zeros(low), Zeros(high))));
-    const std::size_t last = static_cast<std::size_t>(__builtin_ctz(zeros));
-    all = _mm_or_si128(all, FirstLanes(low, last < kBlock ? last : kBlock));
-    all = _mm_or_si128(all, FirstLanes(high, last < kBlock ? 0 : last - kBlock));
-    *bits = seen | OrOfLanes(all);
-    return static_cast<std::size_t>(at - text) + last;
+    const std::size_t to = static_cast<std::size_t>(__builtin_ctz(zeros));
+    *bits = OrOfLanes(_mm_or_si128(all, Or(Between(block, from, to))));
+    return static_cast<std::size_t>(at - text) + to;
 }
 
 } // namespace tonekit::TONEKIT_TIER

@@ -9,12 +9,7 @@ namespace tonekit::TONEKIT_TIER {
 namespace {
 
 constexpr std::size_t kBlock = 8; // units in a vector
-
-// All ones where no bit of mask is set.
-inline __m128i Without(__m128i units, uint16_t mask)
-{
-    return _mm_cmpeq_epi16(_mm_and_si128(units, Splat(mask)), _mm_setzero_si128());
-}
+constexpr std::size_t kTwoBlocks = 2 * kBlock;
 
 inline bool IsHigh(uint32_t unit)
 {
@@ -65,49 +60,83 @@ inline void TakeCharacter(Cursor &at)
     put(0x80 | (unit & 0x3f));
 }
 
-// The bytes of eight units below 0x800 in 16-bit lanes, first byte lowest; the second byte of ASCII is 0.
-inline __m128i TwoByteForms(__m128i units, __m128i ascii)
+// Sixteen units below 0x800 as bytes.
+struct Split {
+    __m128i low;  // the lower 7 bits
+    __m128i high; // the bits from 6 up, which are a lead's; 0x20 or more for units from 0x800 up
+};
+
+inline Split SplitSixteen(__m128i first, __m128i second)
 {
-    const __m128i lead = _mm_srli_epi16(units, 6);
-    const __m128i rest = _mm_slli_epi16(_mm_and_si128(units, Splat(0x3f)), 8);
-    const __m128i pair = _mm_or_si128(_mm_or_si128(lead, rest), Splat(0x80c0));
-    return Select(ascii, units, pair);
+    const __m128i low = Splat(0x7f);
+    return {_mm_packus_epi16(_mm_and_si128(first, low), _mm_and_si128(second, low)),
+            _mm_packus_epi16(_mm_srli_epi16(first, 6), _mm_srli_epi16(second, 6))};
 }
 
-constexpr std::size_t kRunAhead = 8; // bytes that a block's last store may write behind its last character
+// The units from 0x800 up.
+inline uint32_t LongUnits(const Split &units)
+{
+    return ByteMask(_mm_adds_epu8(units.high, _mm_set1_epi8(0x60)));
+}
+
+// The bytes of sixteen units below 0x800, two for each. The second byte of ASCII is to be dropped.
+struct TwoByteForms {
+    __m128i lower;
+    __m128i upper;
+    uint32_t wide; // the units that keep both bytes
+};
+
+inline TwoByteForms MakeTwoByteForms(const Split &units)
+{
+    const __m128i wide = _mm_cmpgt_epi8(units.high, _mm_set1_epi8(1));
+    const __m128i lead = _mm_and_si128(_mm_or_si128(units.high, _mm_set1_epi8(-0x40)), wide);
+    const __m128i first = _mm_max_epu8(units.low, lead);
+    const __m128i second = _mm_or_si128(_mm_and_si128(units.low, _mm_set1_epi8(0x3f)), _mm_set1_epi8(-0x80));
+    return {_mm_unpacklo_epi8(first, second), _mm_unpackhi_epi8(first, second), ByteMask(wide)};
+}
+
+// Takes as many units, and one more if they end within a pair of surrogates.
+inline void TakeCharacters(Cursor &at, std::size_t units)
+{
+    for (const tonekit_char16 *stop = at.in + units; at.in < stop;)
+        TakeCharacter(at);
+}
+
+constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write behind its last character
 
 #ifdef __SSSE3__
 
-// For each set of ASCII units among eight: the bytes of their forms that stay, and how many these are.
+// For each set of two-byte units among eight: the bytes of their forms that stay, and how many these are.
 struct CompactTable {
     uint8_t bytes[256][16];
     uint8_t kept[256];
 
-    constexpr void Keep(unsigned ascii, unsigned from)
+    constexpr void Keep(unsigned wide, unsigned from)
     {
-        bytes[ascii][kept[ascii]++] = static_cast<uint8_t>(from);
+        bytes[wide][kept[wide]++] = static_cast<uint8_t>(from);
     }
 };
 
 #else
 
-// For each set of ASCII units among eight: where a byte takes the one, two or four bytes up, in three steps
-// one after the other, and how many bytes stay. (Eight ASCII units come another way.)
+// For each set of two-byte units among eight: where a byte takes the one, then the two bytes up, which
+// closes the gaps among the first four units and among the others; how many bytes stay, and of the first
+// four.
 struct CompactTable {
     uint8_t fromOneUp[256][16];
     uint8_t fromTwoUp[256][16];
-    uint8_t fromFourUp[256][16];
     uint8_t kept[256];
+    uint8_t keptLow[256];
 
-    constexpr void Keep(unsigned ascii, unsigned from)
+    constexpr void Keep(unsigned wide, unsigned from)
     {
-        const unsigned distance = from - kept[ascii]++;
+        const unsigned to = from < 8 ? keptLow[wide]++ : 8u + kept[wide] - keptLow[wide];
+        const unsigned distance = from - to;
+        kept[wide]++;
         if (distance & 1)
-            fromOneUp[ascii][from -= 1] = 0xff;
+            fromOneUp[wide][from -= 1] = 0xff;
         if (distance & 2)
-            fromTwoUp[ascii][from -= 2] = 0xff;
-        if (distance & 4)
-            fromFourUp[ascii][from -= 4] = 0xff;
+            fromTwoUp[wide][from -= 2] = 0xff;
     }
 };
 
@@ -116,10 +145,10 @@ struct CompactTable {
 constexpr CompactTable MakeCompactTable()
 {
     CompactTable table{};
-    for (unsigned ascii = 0; ascii < 256; ascii++)
+    for (unsigned wide = 0; wide < 256; wide++)
         for (unsigned byte = 0; byte < 16; byte++)
-            if (byte % 2 == 0 || !(ascii >> byte / 2 & 1))
-                table.Keep(ascii, byte);
+            if (byte % 2 == 0 || (wide >> byte / 2 & 1))
+                table.Keep(wide, byte);
     return table;
 }
 
@@ -127,28 +156,60 @@ alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
 
 #ifdef __SSSE3__
 
-inline __m128i Compact(__m128i forms, uint32_t ascii)
+// Stores the forms of eight units without gaps; may write kRunAhead bytes more.
+inline char *StoreTwoByteForms(char *out, __m128i forms, uint32_t wide)
 {
-    return _mm_shuffle_epi8(forms, Load128(kCompact.bytes[ascii]));
+    Store128(out, _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide])));
+    return out + kCompact.kept[wide];
+}
+
+// The same, but writes no byte more.
+inline char *StoreTwoByteFormsOnly(char *out, __m128i forms, uint32_t wide)
+{
+    alignas(16) static const uint8_t kUp[24] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                                12, 13, 14, 15, 15, 15, 15, 15, 15, 15, 15, 15};
+    const __m128i bytes = _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide]));
+    const uint32_t count = kCompact.kept[wide];
+    StoreHalf(out, bytes);
+    StoreHalf(out + count - 8, _mm_shuffle_epi8(bytes, Load128(kUp + count - 8)));
+    return out + count;
 }
 
 #else
 
-inline __m128i Compact(__m128i forms, uint32_t ascii)
+// The forms without gaps, those of four units in each half.
+inline __m128i Compact(__m128i forms, uint32_t wide)
 {
-    forms = Blend(forms, _mm_srli_si128(forms, 1), kCompact.fromOneUp[ascii]);
-    forms = Blend(forms, _mm_srli_si128(forms, 2), kCompact.fromTwoUp[ascii]);
-    return Blend(forms, _mm_srli_si128(forms, 4), kCompact.fromFourUp[ascii]);
+    return MoveDown<8>(forms, kCompact.fromOneUp[wide], kCompact.fromTwoUp[wide]);
+}
+
+// Stores the forms of eight units without gaps; may write kRunAhead bytes more.
+inline char *StoreTwoByteForms(char *out, __m128i forms, uint32_t wide)
+{
+    const __m128i bytes = Compact(forms, wide);
+    StoreHalf(out, bytes);
+    StoreUpperHalf(out + kCompact.keptLow[wide], bytes);
+    return out + kCompact.kept[wide];
+}
+
+// The lower 4 to 8 bytes of a word.
+inline char *StoreFourToEight(char *out, uint64_t word, uint32_t count)
+{
+    StoreBytes(out, static_cast<uint32_t>(word));
+    StoreBytes(out + count - 4, static_cast<uint32_t>(word >> 8 * (count - 4)));
+    return out + count;
+}
+
+// The same, but writes no byte more.
+inline char *StoreTwoByteFormsOnly(char *out, __m128i forms, uint32_t wide)
+{
+    const __m128i bytes = Compact(forms, wide);
+    const uint32_t low = kCompact.keptLow[wide];
+    out = StoreFourToEight(out, LowerHalf(bytes), low);
+    return StoreFourToEight(out, LowerHalf(_mm_unpackhi_epi64(bytes, bytes)), kCompact.kept[wide] - low);
 }
 
 #endif
-
-inline char *StoreTwoByteForms(char *out, __m128i forms, __m128i ascii)
-{
-    const uint32_t lanes = ByteMask(_mm_packs_epi16(ascii, _mm_setzero_si128()));
-    Store128(out, Compact(forms, lanes));
-    return out + kCompact.kept[lanes];
-}
 
 // The three bytes of four units from 0x800 up, first byte lowest, in 32-bit lanes.
 inline __m128i ThreeByteForms(__m128i units)
@@ -177,31 +238,58 @@ inline void TakeThreeByteBlock(Cursor &at, __m128i units)
     at.in += kBlock;
 }
 
-// One to three bytes for each of four units that are no surrogates.
-inline char *StoreMixedFour(char *out, __m128i units)
+// Four such forms in 32-bit lanes, put together two by two.
+inline __m128i JoinPairs(__m128i forms, __m128i scales)
 {
-    const __m128i two = _mm_cmpgt_epi32(units, _mm_set1_epi32(0x7f));
-    const __m128i three = _mm_cmpgt_epi32(units, _mm_set1_epi32(0x7ff));
-    const __m128i low = _mm_slli_epi32(_mm_and_si128(units, _mm_set1_epi32(0x3f)), 8);
-    const __m128i pair = _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 6), low), _mm_set1_epi32(0x80c0));
-    const __m128i forms = Select(three, ThreeByteForms(units), Select(two, pair, units));
-    const __m128i lengths = _mm_sub_epi32(_mm_sub_epi32(_mm_set1_epi32(1), two), three);
-    alignas(16) uint32_t words[4];
-    alignas(16) uint32_t advances[4];
-    Store128(words, forms);
-    Store128(advances, lengths);
-#pragma GCC unroll 4
-    for (std::size_t i = 0; i < 4; i++) {
-        StoreBytes(out, words[i]);
-        out += advances[i];
-    }
-    return out;
+    const __m128i low = _mm_set1_epi64x(0xffffffff);
+    const __m128i second = _mm_mul_epu32(_mm_srli_epi64(forms, 32), scales);
+    return _mm_or_si128(_mm_and_si128(forms, low), _mm_slli_epi64(second, 8));
 }
 
+// For each set of eight: how many of its members are among the first two, four, six and eight, a byte each.
+struct MembersTable {
+    uint32_t members[256];
+};
+
+constexpr MembersTable MakeMembersTable()
+{
+    MembersTable table{};
+    for (uint32_t set = 0; set < 256; set++)
+        for (uint32_t member = 0; member < 8; member++)
+            if (set >> member & 1)
+                table.members[set] += 0x01010101u << 8 * (member / 2);
+    return table;
+}
+
+constexpr MembersTable kMembers = MakeMembersTable();
+
+// Eight units that are no surrogates, of any kinds. Stores 6 bytes behind the last character at most.
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
-    at.out = StoreMixedFour(at.out, _mm_unpacklo_epi16(units, _mm_setzero_si128()));
-    at.out = StoreMixedFour(at.out, _mm_unpackhi_epi16(units, _mm_setzero_si128()));
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xff80)), zero);
+    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xf800)), zero);
+    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3f)), Splat(0x80));
+    const __m128i two =
+        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xc0));
+    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3f00));
+    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80e0));
+    const __m128i first = Select(below800, Select(ascii, units, two), three);
+    const __m128i third = _mm_andnot_si128(below800, low);
+    // A form that follows goes 8 bits up for each byte of the one before: here without the first byte's.
+    const __m128i scale =
+        _mm_and_si128(below800, _mm_xor_si128(Splat(0x100), _mm_and_si128(ascii, Splat(0x101))));
+    const __m128i scaleAbove = _mm_andnot_si128(below800, Splat(1));
+    const __m128i lower = JoinPairs(_mm_unpacklo_epi16(first, third), _mm_unpacklo_epi16(scale, scaleAbove));
+    const __m128i upper = JoinPairs(_mm_unpackhi_epi16(first, third), _mm_unpackhi_epi16(scale, scaleAbove));
+
+    const uint32_t sets = ByteMask(_mm_packs_epi16(ascii, below800));
+    const uint32_t ends = 0x18120c06 - kMembers.members[sets & 0xff] - kMembers.members[sets >> 8];
+    StoreHalf(at.out, lower);
+    StoreUpperHalf(at.out + (ends & 0xff), lower);
+    StoreHalf(at.out + (ends >> 8 & 0xff), upper);
+    StoreUpperHalf(at.out + (ends >> 16 & 0xff), upper);
+    at.out += ends >> 24;
     at.in += kBlock;
 }
 
@@ -225,6 +313,14 @@ inline bool TakeFourPairs(Cursor &at, __m128i pairs)
     return true;
 }
 
+// All ones for each of eight units that is a high surrogate with a low one behind it.
+inline __m128i PairsIn(const tonekit_char16 *text)
+{
+    const __m128i shape = Splat(0xfc00);
+    return _mm_and_si128(_mm_cmpeq_epi16(_mm_and_si128(Load128(text), shape), Splat(0xd800)),
+                         _mm_cmpeq_epi16(_mm_and_si128(Load128(text + 1), shape), Splat(0xdc00)));
+}
+
 inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
 {
     std::size_t pairs = 0;
@@ -234,90 +330,161 @@ inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
         const std::size_t stop = i + kBlock * (blocks < 255 ? blocks : 255);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
-        for (; i < stop; i += kBlock) {
-            const __m128i high =
-                _mm_cmpeq_epi16(_mm_and_si128(Load128(text + i), Splat(0xfc00)), Splat(0xd800));
-            const __m128i low =
-                _mm_cmpeq_epi16(_mm_and_si128(Load128(text + i + 1), Splat(0xfc00)), Splat(0xdc00));
-            lanes = _mm_sub_epi16(lanes, _mm_and_si128(high, low));
-        }
+        for (; i < stop; i += kBlock)
+            lanes = _mm_sub_epi16(lanes, PairsIn(text + i));
         pairs += SumOfBytes(lanes);
+    }
+    if (i > 0 && i + 1 < units) {
+        const std::size_t left = units - 1 - i;
+        const __m128i last = PairsIn(text + units - 1 - kBlock);
+        const __m128i lanes = _mm_and_si128(last, LastBytes(left * sizeof *text));
+        return pairs + SumOfBytes(_mm_and_si128(lanes, Splat(1)));
     }
     for (; i + 1 < units; i++)
         pairs += IsHigh(text[i]) && IsLow(text[i + 1]);
     return pairs;
 }
 
+// Takes sixteen units at a time; of text that may have others, as long as all of them are ASCII.
+template <bool isAscii>
 inline void NarrowAscii(Cursor &at)
 {
-    constexpr std::ptrdiff_t kTwoBlocks = 2 * kBlock;
 #pragma GCC unroll 4
-    for (; at.end - at.in >= kTwoBlocks; at.in += kTwoBlocks, at.out += kTwoBlocks)
-        Store128(at.out, _mm_packus_epi16(Load128(at.in), Load128(at.in + kBlock)));
+    for (; at.end - at.in >= static_cast<std::ptrdiff_t>(kTwoBlocks);
+         at.in += kTwoBlocks, at.out += kTwoBlocks) {
+        const __m128i first = Load128(at.in);
+        const __m128i second = Load128(at.in + kBlock);
+        const __m128i more = _mm_and_si128(_mm_or_si128(first, second), Splat(0xff80));
+        if (!isAscii && ByteMask(_mm_cmpeq_epi16(more, _mm_setzero_si128())) != 0xffff)
+            return;
+        Store128(at.out, _mm_packus_epi16(first, second));
+    }
 }
 
 // The units held back, one byte each at least, and the scratch byte make room for the block's last store.
-inline bool HasBlock(const Cursor &at)
+inline bool Has(const Cursor &at, std::size_t units)
 {
-    return at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock + kRunAhead - 1);
+    return at.end - at.in >= static_cast<std::ptrdiff_t>(units) + kRunAhead - 1;
 }
 
-// Eight units below 0x800.
-inline void TakeTwoByteBlock(Cursor &at, __m128i units)
+// Eight units, some of which are from 0x800 up; not all of them if isMixed.
+inline void TakeLongBlock(Cursor &at, bool isMixed)
 {
-    const __m128i ascii = _mm_cmplt_epi16(units, Splat(0x80));
-    if (ByteMask(ascii) == 0xffff) {
-        StoreHalf(at.out, _mm_packus_epi16(units, units));
-        at.out += kBlock;
+    const __m128i units = Load128(at.in);
+    const __m128i top = _mm_and_si128(units, Splat(0xf800));
+    if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xd800))) != 0) {
+        if (!TakeFourPairs(at, units))
+            TakeCharacters(at, kBlock);
+    } else if (isMixed) {
+        TakeMixedBlock(at, units);
     } else {
-        at.out = StoreTwoByteForms(at.out, TwoByteForms(units, ascii), ascii);
+        TakeThreeByteBlock(at, units);
     }
-    at.in += kBlock;
 }
 
-inline void TakeTwoByteText(Cursor &at)
+// Sixteen units, some of which are from 0x800 up; or as many and one more if they end within a pair of
+// surrogates.
+inline void TakeLongBlocks(Cursor &at, const Split &units, uint32_t isLong)
 {
-    while (HasBlock(at))
-        TakeTwoByteBlock(at, Load128(at.in));
+    const tonekit_char16 *const middle = at.in + kBlock;
+    if ((isLong & 0xff) != 0) {
+        TakeLongBlock(at, (isLong & 0xff) != 0xff);
+    } else {
+        const TwoByteForms forms = MakeTwoByteForms(units);
+        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xff);
+        at.in += kBlock;
+    }
+    if (at.in != middle)
+        return;
+    if (isLong >> 8 != 0) {
+        TakeLongBlock(at, isLong >> 8 != 0xff);
+    } else {
+        const TwoByteForms forms = MakeTwoByteForms(units);
+        at.out = StoreTwoByteForms(at.out, forms.upper, forms.wide >> 8);
+        at.in += kBlock;
+    }
 }
 
-inline void TakeAnyText(Cursor &at)
+inline void TakeBlocks(Cursor &at)
 {
-    while (HasBlock(at)) {
-        const __m128i block = Load128(at.in);
-        const __m128i top = _mm_and_si128(block, Splat(0xf800));
-        const uint32_t below800 = ByteMask(_mm_cmpeq_epi16(top, _mm_setzero_si128()));
-        if (below800 == 0xffff) {
-            TakeTwoByteBlock(at, block);
-        } else if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xd800))) != 0) {
-            if (!TakeFourPairs(at, block))
-                for (const tonekit_char16 *stop = at.in + kBlock; at.in < stop;)
-                    TakeCharacter(at);
-        } else if (below800 == 0) {
-            TakeThreeByteBlock(at, block);
+    uint64_t recent = 1; // which of the last 64 units aren't ASCII
+    while (Has(at, kTwoBlocks)) {
+        const Split units = SplitSixteen(Load128(at.in), Load128(at.in + kBlock));
+        const uint32_t isLong = LongUnits(units);
+        if (isLong == 0) {
+            const TwoByteForms forms = MakeTwoByteForms(units);
+            at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xff);
+            at.out = StoreTwoByteForms(at.out, forms.upper, forms.wide >> 8);
+            at.in += kTwoBlocks;
+            // Single blocks of ASCII gain less than it costs to guess wrong whether one comes.
+            recent = recent << 16 | forms.wide;
+            if (recent == 0)
+                NarrowAscii<false>(at);
         } else {
-            TakeMixedBlock(at, block);
+            TakeLongBlocks(at, units, isLong);
         }
     }
+    while (Has(at, kBlock)) {
+        const uint32_t isLong = LongUnits(SplitSixteen(Load128(at.in), _mm_setzero_si128()));
+        if (isLong == 0)
+            break;
+        TakeLongBlock(at, isLong != 0xff);
+    }
 }
 
-// How many bytes the units have beyond one each: one more from 0x80, one more from 0x800.
+// Takes the units up to the end of a block of eight, some of which may have been taken before, if all of the
+// block are below 0x800. Writes no byte behind it.
+inline bool TakeUpToEndOf(const tonekit_char16 *block, Cursor &at)
+{
+    const Split units = SplitSixteen(Load128(block), _mm_setzero_si128());
+    if (LongUnits(units) != 0)
+        return false;
+    const TwoByteForms forms = MakeTwoByteForms(units);
+    const uint32_t wideBefore = forms.wide & ((1u << (at.in - block)) - 1);
+    at.out -= (at.in - block) + kCompact.kept[wideBefore] - static_cast<std::ptrdiff_t>(kBlock);
+    at.out = StoreTwoByteFormsOnly(at.out, forms.lower, forms.wide);
+    at.in = block + kBlock;
+    return true;
+}
+
+inline void TakeRest(Cursor &at, bool hasBlockBefore)
+{
+    while (at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock))
+        if (!TakeUpToEndOf(at.in, at) && !TakeFourPairs(at, Load128(at.in)))
+            TakeCharacters(at, kBlock);
+    if (at.in < at.end && hasBlockBefore && TakeUpToEndOf(at.end - kBlock, at))
+        return;
+    while (at.in < at.end)
+        TakeCharacter(at);
+}
+
+// How many bytes sixteen units have beyond one each, in a lane for each unit: one more from 0x80, one more
+// from 0x800.
+inline __m128i MoreBytes(const tonekit_char16 *text)
+{
+    const __m128i above7f =
+        _mm_packs_epi16(_mm_srli_epi16(Load128(text), 7), _mm_srli_epi16(Load128(text + kBlock), 7));
+    const __m128i more = _mm_add_epi8(_mm_cmpgt_epi8(above7f, _mm_setzero_si128()),
+                                      _mm_cmpgt_epi8(above7f, _mm_set1_epi8(0x0f)));
+    return _mm_sub_epi8(_mm_setzero_si128(), more);
+}
+
 inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
 {
-    const __m128i sign = Splat(0x8000); // makes the signed comparison an unsigned one
     std::size_t count = 0;
     std::size_t i = 0;
-    while (units - i >= kBlock) {
-        const std::size_t blocks = (units - i) / kBlock;
-        const std::size_t stop = i + kBlock * (blocks < 127 ? blocks : 127);
+    while (units - i >= kTwoBlocks) {
+        const std::size_t blocks = (units - i) / kTwoBlocks;
+        const std::size_t stop = i + kTwoBlocks * (blocks < 127 ? blocks : 127);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
-        for (; i < stop; i += kBlock) {
-            const __m128i block = _mm_xor_si128(Load128(text + i), sign);
-            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, Splat(0x807f)));
-            lanes = _mm_sub_epi16(lanes, _mm_cmpgt_epi16(block, Splat(0x87ff)));
-        }
+        for (; i < stop; i += kTwoBlocks)
+            lanes = _mm_add_epi8(lanes, MoreBytes(text + i));
         count += SumOfBytes(lanes);
+    }
+    if (i > 0 && i < units) {
+        const __m128i last = MoreBytes(text + units - kTwoBlocks);
+        return count + SumOfBytes(_mm_and_si128(last, LastBytes(units - i)));
     }
     for (; i < units; i++)
         count += (text[i] >= 0x80) + (text[i] >= 0x800);
@@ -341,13 +508,10 @@ TONEKIT_INTERNAL_BODY(Utf16ToUtf8, void,
 {
     Cursor at{text, text + units, out};
     if (bits < 0x80)
-        NarrowAscii(at);
-    else if (bits < 0x800)
-        TakeTwoByteText(at);
+        NarrowAscii<true>(at);
     else
-        TakeAnyText(at);
-    while (at.in < at.end)
-        TakeCharacter(at);
+        TakeBlocks(at);
+    TakeRest(at, units >= kBlock);
 }
 
 } // namespace tonekit::TONEKIT_TIER

@@ -69,11 +69,16 @@ inline bool TakeCharacter(Cursor &at)
     return true;
 }
 
-// C2 to DF, the leads of two-byte characters; as signed bytes they are -0x3e to -0x21.
+// C2 to DF.
 inline __m128i TwoByteLeads(__m128i bytes)
 {
-    return _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3f)),
-                         _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x20)));
+    return _mm_cmplt_epi8(_mm_add_epi8(bytes, _mm_set1_epi8(-0x42)), _mm_set1_epi8(-0x62));
+}
+
+// E0 to FF.
+inline __m128i LongLeads(__m128i bytes)
+{
+    return _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(-0x20)), bytes);
 }
 
 inline __m128i Continuations(__m128i bytes)
@@ -81,7 +86,7 @@ inline __m128i Continuations(__m128i bytes)
     return _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40));
 }
 
-constexpr std::ptrdiff_t kCompactRoom = 16; // units that two stores of eight lanes may touch
+constexpr std::ptrdiff_t kCompactRoom = 16; // units that the stores of a block may touch
 
 #ifdef __SSSE3__
 
@@ -100,23 +105,24 @@ struct CompactTable {
 
 #else
 
-// For each set of lanes to drop from eight: where a lane takes the unit of the one, two or four lanes up, in
-// three steps one after the other, and how many units stay.
+// For each set of lanes to drop from eight: where a lane takes the unit of the one, then the two lanes up,
+// which closes the gaps among the first four lanes and among the others; how many units stay, and of the
+// first four.
 struct CompactTable {
     uint16_t fromOneUp[256][8];
     uint16_t fromTwoUp[256][8];
-    uint16_t fromFourUp[256][8];
     uint8_t kept[256];
+    uint8_t keptLow[256];
 
     constexpr void Keep(unsigned dropped, unsigned lane)
     {
-        const unsigned distance = lane - kept[dropped]++;
+        const unsigned to = lane < 4 ? keptLow[dropped]++ : 4u + kept[dropped] - keptLow[dropped];
+        const unsigned distance = lane - to;
+        kept[dropped]++;
         if (distance & 1)
             fromOneUp[dropped][lane -= 1] = 0xffff;
         if (distance & 2)
             fromTwoUp[dropped][lane -= 2] = 0xffff;
-        if (distance & 4)
-            fromFourUp[dropped][lane -= 4] = 0xffff;
     }
 };
 
@@ -134,65 +140,251 @@ constexpr CompactTable MakeCompactTable()
 
 alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
 
+inline void StoreTwo(tonekit_char16 *out, uint64_t units)
+{
+    const uint32_t two = static_cast<uint32_t>(units);
+    std::memcpy(out, &two, sizeof two);
+}
+
+// The first count of four units, and at most one unit more, or two if the count is 0.
+inline void StoreUpToFour(tonekit_char16 *out, uint64_t units, uint32_t count)
+{
+    StoreTwo(count > 2 ? out + 2 : out, units >> 32);
+    StoreTwo(out, units);
+}
+
 #ifdef __SSSE3__
 
-inline __m128i Compact(__m128i units, uint32_t dropped)
+// Stores eight units without the dropped ones; may touch eight.
+inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dropped)
 {
-    return _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
+    Store128(out, _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped])));
+    return out + kCompact.kept[dropped];
+}
+
+// The same, but at most one unit more than is kept.
+inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
+{
+    if (dropped == 0xff)
+        return out;
+    const __m128i close = _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
+    const uint32_t count = kCompact.kept[dropped];
+    if (count > 4)
+        StoreUpToFour(out + 4, LowerHalf(_mm_unpackhi_epi64(close, close)), count - 4);
+    StoreUpToFour(out, LowerHalf(close), count);
+    return out + count;
 }
 
 #else
 
+// The units without the dropped ones, those of four lanes in each half.
 inline __m128i Compact(__m128i units, uint32_t dropped)
 {
-    units = Blend(units, _mm_srli_si128(units, 2), kCompact.fromOneUp[dropped]);
-    units = Blend(units, _mm_srli_si128(units, 4), kCompact.fromTwoUp[dropped]);
-    return Blend(units, _mm_srli_si128(units, 8), kCompact.fromFourUp[dropped]);
+    return MoveDown<16>(units, kCompact.fromOneUp[dropped], kCompact.fromTwoUp[dropped]);
+}
+
+// Stores eight units without the dropped ones; may touch eight.
+inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dropped)
+{
+    const __m128i close = Compact(units, dropped);
+    StoreHalf(out, close);
+    StoreUpperHalf(out + kCompact.keptLow[dropped], close);
+    return out + kCompact.kept[dropped];
+}
+
+// The same, but at most one unit more than is kept.
+inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
+{
+    if (dropped == 0xff)
+        return out;
+    const __m128i close = Compact(units, dropped);
+    const uint32_t low = kCompact.keptLow[dropped];
+    const uint32_t count = kCompact.kept[dropped];
+    StoreUpToFour(out, LowerHalf(close), low);
+    if (count > low)
+        StoreUpToFour(out + low, LowerHalf(_mm_unpackhi_epi64(close, close)), count - low);
+    return out + count;
 }
 
 #endif
 
-// Stores eight units without the dropped ones.
-inline tonekit_char16 *StoreCompacted(tonekit_char16 *out, __m128i units, uint32_t dropped)
+// Sixteen bytes, and those one and two places before each.
+struct Block {
+    __m128i bytes;
+    __m128i before;
+    __m128i twoBefore;
+};
+
+// A block behind others.
+inline Block NextBlock(const uint8_t *bytes)
 {
-    Store128(out, Compact(units, dropped));
-    return out + kCompact.kept[dropped];
+    return {Load128(bytes), Load128(bytes - 1), Load128(bytes - 2)};
 }
 
-// Takes characters of one or two bytes, block by block, up to one that is longer or ill-formed, or the last
-// whole block, or as far as there is room. A character's unit is made where its last byte stands.
-inline void TakeTwoByteBlocks(Cursor &at)
+// A block with zeros before it.
+inline Block FirstBlock(const uint8_t *bytes)
+{
+    const __m128i block = Load128(bytes);
+    return {block, _mm_slli_si128(block, 1), _mm_slli_si128(block, 2)};
+}
+
+// Leads at the end of a block whose characters go on in the next: bit 0 for its first byte, and so on.
+struct Pending {
+    uint32_t two = 0;   // bytes that follow the lead of two
+    uint32_t three = 0; // bytes two places behind the lead of three; what follows it is at half the bit
+};
+
+// Sixteen units, each where the last byte of its character stands.
+struct Units {
+    __m128i lower; // their lower 8 bits
+    __m128i upper;
+    uint32_t dropped; // places of other bytes
+    uint32_t strange; // bytes that belong to no well-formed character of up to three bytes
+};
+
+// Where characters of two bytes end, the lower 8 bits of their units, and those of three bytes; elsewhere the
+// bytes.
+inline __m128i LowerBits(const Block &block, __m128i continuations)
+{
+    const __m128i fromBefore = _mm_and_si128(_mm_slli_epi16(block.before, 6), _mm_set1_epi8(-0x40));
+    const __m128i change = _mm_xor_si128(fromBefore, _mm_set1_epi8(-0x80));
+    return _mm_xor_si128(block.bytes, _mm_and_si128(change, continuations));
+}
+
+// What the byte before gives to the upper 8 bits.
+inline __m128i UpperBits(const Block &block, __m128i continuations)
+{
+    return _mm_and_si128(_mm_srli_epi16(block.before, 2), _mm_and_si128(continuations, _mm_set1_epi8(0x0f)));
+}
+
+// What the lead of three bytes adds to them; and which units are overlong or surrogates.
+inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
+{
+    const __m128i lasts = LongLeads(block.twoBefore);
+    const __m128i lead = _mm_and_si128(_mm_slli_epi16(block.twoBefore, 4), _mm_set1_epi8(-0x10));
+    upper = _mm_or_si128(upper, _mm_and_si128(lead, lasts));
+    const __m128i top = _mm_and_si128(upper, _mm_set1_epi8(-8));
+    const __m128i overlong = _mm_and_si128(_mm_cmpeq_epi8(top, _mm_setzero_si128()), lasts);
+    *bad = ByteMask(_mm_or_si128(overlong, _mm_cmpeq_epi8(top, _mm_set1_epi8(-0x28))));
+    return upper;
+}
+
+// The bytes that are skipped, bit by bit, count as taken before.
+inline __attribute__((always_inline)) Units Decode(const Block &block, uint32_t skipped, Pending &pending)
+{
+    const __m128i continuations = Continuations(block.bytes);
+    const uint32_t wide = ByteMask(block.bytes) & ~skipped;
+    const uint32_t two = ByteMask(TwoByteLeads(block.bytes)) & ~skipped;
+    const uint32_t continued = ByteMask(continuations) & ~skipped;
+    const uint32_t behindTwo = two << 1 | pending.two;
+    Units units;
+    units.lower = LowerBits(block, continuations);
+    units.upper = UpperBits(block, continuations);
+    units.dropped = two | skipped;
+    units.strange = (wide ^ (two | continued)) | (continued ^ (behindTwo & 0xffff)) | pending.three;
+    pending.two = behindTwo >> 16;
+    if (units.strange == 0)
+        return units;
+    uint32_t bad;
+    units.upper = AddUpperBits(block, units.upper, &bad);
+    const uint32_t three = ByteMask(_mm_andnot_si128(_mm_cmpgt_epi8(block.bytes, _mm_set1_epi8(-0x11)),
+                                                     LongLeads(block.bytes))) &
+                           ~skipped;
+    const uint32_t behindThree = three << 2 | pending.three;
+    const uint32_t middles = behindThree >> 1;
+    pending.three = behindThree >> 16;
+    units.dropped |= three | (middles & 0xffff);
+    units.strange = (wide ^ (two | three | continued)) |
+                    (continued ^ ((behindTwo | behindThree | middles) & 0xffff)) | (bad & behindThree);
+    return units;
+}
+
+// Stores the units before the first strange byte, and returns whether there is none. `bytes` is where the
+// block begins.
+inline __attribute__((always_inline)) bool Take(Cursor &at, const uint8_t *bytes, const Units &units)
+{
+    const uint32_t fromStrange = 0u - (units.strange & (0u - units.strange)); // that byte and all behind it
+    const uint32_t dropped = (units.dropped | fromStrange) & 0xffff;
+    const __m128i lower = _mm_unpacklo_epi8(units.lower, units.upper);
+    const __m128i upper = _mm_unpackhi_epi8(units.lower, units.upper);
+    if (at.outEnd - at.out >= kCompactRoom) {
+        at.out = StoreKept(at.out, lower, dropped & 0xff);
+        at.out = StoreKept(at.out, upper, dropped >> 8);
+    } else {
+        at.out = StoreKeptOnly(at.out, lower, dropped & 0xff);
+        at.out = StoreKeptOnly(at.out, upper, dropped >> 8);
+    }
+    at.in = bytes + (units.strange != 0 ? __builtin_ctz(units.strange) : kBlock);
+    return units.strange == 0;
+}
+
+// Goes back over the bytes of a character that isn't taken as a whole. What stands before `begin` has been
+// taken.
+inline void GoBackToLead(Cursor &at, const uint8_t *begin)
+{
+    if (at.in - begin >= 1 && at.in[-1] >= 0xc0)
+        at.in -= 1;
+    else if (at.in - begin >= 2 && at.in[-1] >= 0x80 && at.in[-2] >= 0xe0)
+        at.in -= 2;
+}
+
+// Takes all whole blocks of ASCII in front.
+inline void TakeAscii(Cursor &at)
+{
+    for (; at.end - at.in >= 2 * kBlock; at.in += 2 * kBlock, at.out += 2 * kBlock) {
+        const __m128i first = Load128(at.in);
+        const __m128i second = Load128(at.in + kBlock);
+        if (ByteMask(_mm_or_si128(first, second)) != 0)
+            break;
+        Widen(first, at.out);
+        Widen(second, at.out + kBlock);
+    }
+    if (at.end - at.in < kBlock || ByteMask(Load128(at.in)) != 0)
+        return;
+    Widen(Load128(at.in), at.out);
+    at.in += kBlock;
+    at.out += kBlock;
+}
+
+// Takes characters of up to three bytes, block by block, up to the last whole block or a longer character or
+// what is ill-formed; in the latter cases false. Also stops before a block of three-byte characters only.
+inline bool TakeBlocks(Cursor &at)
 {
     const uint8_t *begin = at.in;
-    uint32_t strange = 0; // bytes that belong to no such character
-    while (strange == 0 && at.end - at.in >= kBlock && at.outEnd - at.out >= kCompactRoom) {
-        const __m128i bytes = Load128(at.in);
-        const __m128i before = at.in == begin ? _mm_slli_si128(bytes, 1) : Load128(at.in - 1);
-        const __m128i leads = TwoByteLeads(bytes);
-        const __m128i continuations = Continuations(bytes);
-        const __m128i misplaced = _mm_xor_si128(continuations, TwoByteLeads(before));
-        const __m128i others =
-            _mm_andnot_si128(_mm_or_si128(leads, continuations), bytes); // in their top bits
-        strange = ByteMask(_mm_or_si128(misplaced, others));
-        if ((ByteMask(bytes) | strange) == 0) {
-            Widen(bytes, at.out);
-            at.out += kBlock;
-            at.in += kBlock;
-            continue;
-        }
-        const __m128i upper =
-            _mm_and_si128(_mm_and_si128(_mm_srli_epi16(before, 2), _mm_set1_epi8(7)), continuations);
-        const __m128i pair = _mm_or_si128(_mm_and_si128(_mm_slli_epi16(before, 6), _mm_set1_epi8(-0x40)),
-                                          _mm_and_si128(bytes, _mm_set1_epi8(0x3f)));
-        const __m128i lower = Select(continuations, pair, bytes);
-        const uint32_t fromStrange = 0u - (strange & (0u - strange)); // that byte and all behind it
-        const uint32_t dropped = (ByteMask(leads) | fromStrange) & 0xffff;
-        at.out = StoreCompacted(at.out, _mm_unpacklo_epi8(lower, upper), dropped & 0xff);
-        at.out = StoreCompacted(at.out, _mm_unpackhi_epi8(lower, upper), dropped >> 8);
-        at.in += strange != 0 ? __builtin_ctz(strange) : kBlock;
+    Pending pending;
+    uint64_t recent = 1; // which of the last 64 bytes aren't ASCII
+    bool good = Take(at, begin, Decode(FirstBlock(begin), 0, pending));
+    while (good && at.end - at.in >= kBlock) {
+        const Block block = NextBlock(at.in);
+        const uint32_t wide = ByteMask(block.bytes);
+        if (wide == 0xffff && pending.three == 0 && (*at.in & 0xf0) == 0xe0)
+            break;
+        good = Take(at, at.in, Decode(block, 0, pending));
+        // Single blocks of ASCII gain less than it costs to guess wrong whether one comes.
+        recent = recent << 16 | wide;
+        if (recent == 0)
+            TakeAscii(at);
     }
-    if (at.in > begin && at.in[-1] >= 0xc0)
-        at.in--; // leads a character that has not been taken
+    GoBackToLead(at, begin);
+    return good;
+}
+
+// Takes what is left after the blocks, which is less than one, from a block that begins earlier; up to a
+// longer character or what is ill-formed.
+inline void TakeLastBlock(Cursor &at)
+{
+    const uint8_t *const begin = at.in;
+    const uint8_t *const block = at.end - kBlock;
+    const std::ptrdiff_t taken = begin - block;
+    if (ByteMask(Load128(block)) == 0) {
+        Widen(Load128(block), at.out - taken); // ASCII that has been taken comes out in its place again
+        at.out += kBlock - taken;
+        at.in = at.end;
+        return;
+    }
+    Pending pending;
+    Take(at, block, Decode(FirstBlock(block), (1u << taken) - 1, pending));
+    GoBackToLead(at, begin);
 }
 
 // Bytes 0 to 2 of each 32-bit lane are a three-byte character, if all goes well.
@@ -256,37 +448,6 @@ inline bool TakeFourFourByte(Cursor &at, __m128i bytes)
     return true;
 }
 
-// Takes all whole blocks of ASCII in front.
-inline void TakeAscii(Cursor &at)
-{
-    for (; at.end - at.in >= 2 * kBlock; at.in += 2 * kBlock, at.out += 2 * kBlock) {
-        const __m128i first = Load128(at.in);
-        const __m128i second = Load128(at.in + kBlock);
-        if (ByteMask(_mm_or_si128(first, second)) != 0)
-            break;
-        Widen(first, at.out);
-        Widen(second, at.out + kBlock);
-    }
-    if (at.end - at.in < kBlock || ByteMask(Load128(at.in)) != 0)
-        return;
-    Widen(Load128(at.in), at.out);
-    at.in += kBlock;
-    at.out += kBlock;
-}
-
-// Takes the eight bytes in front if they are ASCII.
-inline void TakeEightAscii(Cursor &at)
-{
-    if (at.end - at.in < 8)
-        return;
-    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(at.in));
-    if (ByteMask(bytes) != 0)
-        return;
-    Store128(at.out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-    at.in += 8;
-    at.out += 8;
-}
-
 // Takes a character, and some more as long as they have three bytes or four; false if one is ill-formed.
 inline bool TakeRun(Cursor &at)
 {
@@ -309,12 +470,9 @@ inline __m128i AddUnits(__m128i lanes, __m128i bytes)
 
 // The last count bytes of the block that ends at end; the others become continuations, which count as
 // nothing.
-inline __m128i LastBytes(const char *end, std::ptrdiff_t count)
+inline __m128i LastOf(const char *end, std::ptrdiff_t count)
 {
-    alignas(16) static const uint8_t kWindow[2 * kBlock] = {
-        0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,
-        0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
-    return Select(Load128(kWindow + count), Load128(end - kBlock), _mm_set1_epi8(-0x80));
+    return Select(LastBytes(static_cast<std::size_t>(count)), Load128(end - kBlock), _mm_set1_epi8(-0x80));
 }
 
 } // namespace
@@ -332,7 +490,7 @@ TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::siz
         for (; text < stop; text += kBlock)
             lanes = AddUnits(lanes, Load128(text));
         if (end - text < kBlock) {
-            lanes = AddUnits(lanes, LastBytes(end, end - text));
+            lanes = AddUnits(lanes, LastOf(end, end - text));
             text = end;
         }
         units += SumOfBytes(lanes);
@@ -354,17 +512,15 @@ TONEKIT_INTERNAL_BODY(Utf8ToUtf16, std::size_t,
     bool wellFormed = true;
     while (wellFormed && at.end - at.in >= kBlock) {
         const __m128i block = Load128(at.in);
-        if (ByteMask(block) == 0) {
+        if (ByteMask(block) == 0)
             TakeAscii(at);
-        } else if (*at.in >= 0xf0) {
+        else if (*at.in >= 0xf0)
             wellFormed = TakeFourFourByte(at, block) || TakeRun(at);
-        } else if (*at.in < 0xe0 || !TakeEightThreeByte(at)) {
-            TakeTwoByteBlocks(at);
-            wellFormed = at.in == at.end || TakeRun(at);
-        }
+        else if (*at.in < 0xe0 || !TakeEightThreeByte(at))
+            wellFormed = TakeBlocks(at) || TakeRun(at);
     }
-    if (wellFormed)
-        TakeEightAscii(at);
+    if (wellFormed && at.in < at.end && bytes >= static_cast<std::size_t>(kBlock))
+        TakeLastBlock(at);
     while (wellFormed && at.in < at.end)
         wellFormed = TakeCharacter(at);
     *units = static_cast<std::size_t>(at.out - out);

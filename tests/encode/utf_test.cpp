@@ -5,6 +5,7 @@
 #include "encode/utf.h"
 #include "tests/encode/text_support.h"
 #include "tests/reference/utf_model.h"
+#include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
 
@@ -76,6 +77,91 @@ BothForms FormsOf(const std::vector<char32_t> &characters)
         tonekit::reference::AppendUtf16(character, forms.utf16);
     }
     return forms;
+}
+
+// The internal conversions of one body, by length.
+struct Bodies {
+    explicit Bodies(char letter)
+        : measure(tonekit::Body<decltype(tonekit::Utf16Length)>("Utf16Length", letter)),
+          countBytes(tonekit::Body<decltype(tonekit::Utf16BytesAsUtf8)>("Utf16BytesAsUtf8", letter)),
+          toUtf8(tonekit::Body<decltype(tonekit::Utf16ToUtf8)>("Utf16ToUtf8", letter)),
+          countUnits(tonekit::Body<decltype(tonekit::Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16", letter)),
+          toUtf16(tonekit::Body<decltype(tonekit::Utf8ToUtf16)>("Utf8ToUtf16", letter))
+    {}
+
+    // Also proves that nothing is written behind the room.
+    std::string ToUtf8(const Utf16String &text) const
+    {
+        uint32_t bits;
+        EXPECT_EQ(measure(text.c_str(), &bits), text.size());
+        const std::size_t bytes = countBytes(text.data(), text.size(), bits);
+        tonekit::GuardedBuffer out(bytes + 1, text.size() % 16);
+        toUtf8(text.data(), text.size(), bits, out.As<char>());
+        EXPECT_TRUE(out.Intact()) << text.size();
+        return {out.As<char>(), bytes};
+    }
+
+    // The longest well-formed beginning.
+    Utf16String ToUtf16(const std::string &text, std::size_t *taken) const
+    {
+        const std::size_t room = countUnits(text.data(), text.size()) + 1;
+        tonekit::GuardedBuffer out(room * sizeof(tonekit_char16), 2 * (text.size() % 8));
+        std::size_t units;
+        *taken = toUtf16(text.data(), text.size(), out.As<tonekit_char16>(), room, &units);
+        EXPECT_TRUE(out.Intact()) << testing::PrintToString(text);
+        EXPECT_LT(units, room);
+        return {out.As<tonekit_char16>(), units};
+    }
+
+    void ExpectWhole(const BothForms &forms) const
+    {
+        std::size_t taken;
+        ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8);
+        ASSERT_EQ(ToUtf16(forms.utf8, &taken), forms.utf16);
+        ASSERT_EQ(taken, forms.utf8.size());
+    }
+
+    decltype(tonekit::Utf16Length) *measure;
+    decltype(tonekit::Utf16BytesAsUtf8) *countBytes;
+    decltype(tonekit::Utf16ToUtf8) *toUtf8;
+    decltype(tonekit::Utf8UnitsAsUtf16) *countUnits;
+    decltype(tonekit::Utf8ToUtf16) *toUtf16;
+};
+
+// Texts as they are written: words of letters of one range, among ASCII as often as the share tells.
+struct Script {
+    char32_t first;
+    uint32_t letters;
+    uint32_t percent;
+    char32_t mark; // stands behind some words
+};
+
+constexpr Script kScripts[] = {
+    {U'a', 26, 100, U'!'},              // English
+    {U'a', 26, 100, U'\u2019'},         // English with curly apostrophes
+    {U'\u00c0', 64, 8, U'\u201c'},      // German, French
+    {U'\u0100', 128, 25, U'\u00e9'},    // Czech, Polish
+    {U'\u1ea0', 90, 25, U'\u0111'},     // Vietnamese
+    {U'\u0430', 32, 100, U'\u2014'},    // Russian
+    {U'\u4e00', 20000, 100, U'\u3001'}, // Chinese
+    {U'\u3042', 80, 60, U'\uff01'},     // Japanese among Latin
+    {U'\U0001f600', 60, 100, U'x'},     // emoji
+    {U'\U0001f600', 60, 5, U'\u00fc'},  // a few of them
+};
+
+std::vector<char32_t> Write(const Script &script, Random &random, std::size_t characters)
+{
+    std::vector<char32_t> text(characters);
+    for (char32_t &character : text)
+        if (random.Below(7) == 0)
+            character = U' ';
+        else if (random.Below(20) == 0)
+            character = script.mark;
+        else if (random.Below(100) < script.percent)
+            character = script.first + random.Below(script.letters);
+        else
+            character = U'a' + random.Below(26);
+    return text;
 }
 
 bool IsSurrogate(char32_t character)
@@ -270,6 +356,77 @@ TEST(Utf, LongTextsOfOneKindComeBack)
         }
 }
 
+TEST(Utf, EveryLengthOfEveryScriptInEveryBody)
+{
+    for (const char letter : tonekit::RunnableLetters()) {
+        const Bodies bodies(letter);
+        Random random(17);
+        for (const Script &script : kScripts)
+            for (std::size_t length = 0; length <= 200; length++)
+                for (int round = 0; round < 3; round++)
+                    ASSERT_NO_FATAL_FAILURE(bodies.ExpectWhole(FormsOf(Write(script, random, length))))
+                        << letter << ' ' << length;
+    }
+}
+
+// A character of each size at each place of ASCII and of other text, so that it lies across every border of
+// blocks.
+TEST(Utf, OneOtherCharacterAtEveryPlaceInEveryBody)
+{
+    for (const char letter : tonekit::RunnableLetters()) {
+        const Bodies bodies(letter);
+        for (const char32_t filler : {U'x', U'\u00e9', U'\u4e2d', U'\U0001f600'})
+            for (const char32_t other : {U'y', U'\u07ff', U'\u0800', U'\uffff', U'\U00010000'})
+                for (const std::size_t length : {1u, 7u, 8u, 15u, 16u, 17u, 23u, 24u, 31u, 40u, 80u})
+                    for (std::size_t place = 0; place < length; place++) {
+                        std::vector<char32_t> text(length, filler);
+                        text[place] = other;
+                        ASSERT_NO_FATAL_FAILURE(bodies.ExpectWhole(FormsOf(text)))
+                            << letter << ' ' << length << ' ' << place;
+                    }
+    }
+}
+
+TEST(Utf, TheWellFormedBeginningEndsBeforeEveryFaultAtEveryPlace)
+{
+    const char *const faults[] = {"\x80",
+                                  "\xbf",
+                                  "\xc0\x80",
+                                  "\xc1\xbf",
+                                  "\xc3",
+                                  "\xc3\xc3\xa9",
+                                  "\xe4",
+                                  "\xe4\xb8",
+                                  "\xe4\xb8\xc3",
+                                  "\xe0\x9f\xbf",
+                                  "\xed\xa0\x80",
+                                  "\xe4\xe4\xb8\xad",
+                                  "\xe4\xc3\xa9",
+                                  "\xf0\x9f",
+                                  "\xf0\x9f\x98",
+                                  "\xf0\x8f\xbf\xbf",
+                                  "\xf4\x90\x80\x80",
+                                  "\xff"};
+    for (const char letter : tonekit::RunnableLetters()) {
+        const Bodies bodies(letter);
+        Random random(18);
+        for (const Script &script : kScripts)
+            for (const char *fault : faults)
+                for (std::size_t before = 0; before < 50; before++) {
+                    const BothForms begin = FormsOf(Write(script, random, before));
+                    const std::string end = FormsOf(Write(script, random, random.Below(40))).utf8;
+                    // What ends the text may not make the fault whole.
+                    std::size_t taken;
+                    ASSERT_EQ(bodies.ToUtf16(begin.utf8 + fault + "x" + end, &taken), begin.utf16);
+                    ASSERT_EQ(taken, begin.utf8.size())
+                        << letter << testing::PrintToString(std::string(fault));
+                    ASSERT_EQ(bodies.ToUtf16(begin.utf8 + fault, &taken), begin.utf16);
+                    ASSERT_EQ(taken, begin.utf8.size())
+                        << letter << testing::PrintToString(std::string(fault));
+                }
+    }
+}
+
 TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
 {
     Random random(15);
@@ -299,6 +456,18 @@ TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
     uint32_t bits = 1;
     EXPECT_EQ(tonekit::Utf16Length(UTF16(""), &bits), 0u);
     EXPECT_EQ(bits, 0u);
+}
+
+TEST(Utf, LengthIsFoundFromAnOddAddress)
+{
+    for (std::size_t length = 0; length < 70; length++) {
+        tonekit::GuardedBuffer bytes(2 * length + 2, 1);
+        std::fill_n(bytes.data(), 2 * length, uint8_t{0x21});
+        std::fill_n(bytes.data() + 2 * length, 2, uint8_t{0});
+        uint32_t bits = 1;
+        ASSERT_EQ(tonekit::Utf16Length(bytes.As<tonekit_char16>(), &bits), length);
+        ASSERT_EQ(bits, length == 0 ? 0u : 0x2121u);
+    }
 }
 
 // The conversions by length write no further than they say, also where the count is only an upper limit.
