@@ -28,6 +28,6 @@ END {
     if (tests == 0)
         allFailed = 1
     printf "total %d passed, %d failed", allPassed, allFailed
-    printf allSkipped > 0 ? ", " allSkipped " skipped\n" : "\n"
+    printf "%s\n", (allSkipped > 0 ? ", " allSkipped " skipped" : "")
     exit allFailed > 0
 }
