@@ -13,7 +13,7 @@ help:
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
-	@echo "make windows                                 cross-build build-windows/bin/tonekit.dll and its tests"
+	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
 	@echo "make format                                  lay the sources out"
 
@@ -48,7 +48,7 @@ install:
 
 windows:
 	@scripts/ensure_packages windows
-	@scripts/windows/build_dependencies library
+	@scripts/windows/build_dependencies
 	@scripts/configure windows -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset windows -j $(JOBS)
 

@@ -172,7 +172,7 @@ std::vector<Job> MakeJobs(const Options &options)
     std::map<fs::path, std::string> takenBy;
     for (const std::string &input : options.inputs) {
         const fs::path place = PlaceInFolder(options, output, PathFromUtf8(input));
-        const auto [taken, isNew] = takenBy.emplace(place, input);
+        const auto [taken, isNew] = takenBy.emplace(ComparableName(place), input);
         if (!isNew)
             throw UsageError(taken->second + " and " + input + " would both become " + Utf8Name(place));
         jobs.push_back({PathFromUtf8(input), place, &WantedContainer(options, place)});

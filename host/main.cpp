@@ -70,23 +70,30 @@ int Run(const Options &options)
     return 0;
 }
 
+// In one piece, so that no other thread's or program's line comes between.
+void Complain(const std::string &text)
+{
+    std::fputs(("tonekit-convert: " + text + "\n").c_str(), stderr);
+}
+
 } // namespace
 
 int Main(int argc, char **argv)
 {
+    PrepareTerminal();
     try {
         const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
         if (std::fflush(stdout) != 0 || std::ferror(stdout))
             throw Failure("standard output can't be written");
         return status;
     } catch (const UsageError &error) {
-        std::fprintf(stderr, "tonekit-convert: %s (--help tells more)\n", error.what());
+        Complain(error.what() + std::string(" (--help tells more)"));
         return 2;
     } catch (const Interrupted &) {
-        std::fputs("tonekit-convert: interrupted\n", stderr);
+        Complain("interrupted");
         EndAsInterrupted();
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "tonekit-convert: %s\n", error.what());
+        Complain(error.what());
         return 1;
     }
 }

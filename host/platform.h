@@ -41,14 +41,21 @@ private:
 };
 
 // Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.
-std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to);
+std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to);
+
+// The name in a form that is equal for names that the system takes for one, as where case doesn't matter.
+std::filesystem::path ComparableName(const std::filesystem::path &path);
 
 // Tells whether an existing file may be written by this user.
 bool MayWrite(const std::filesystem::path &path);
 
-// The arguments behind the program's name, as UTF-8.
+// The arguments behind the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
+// by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);
 
+// Has the terminal read what the process prints as UTF-8, until the process ends.
+void PrepareTerminal();
+// Whether lines on standard error can be drawn over.
 bool StandardErrorIsTerminal();
 // Columns of the terminal on standard error; 80 if it doesn't say.
 unsigned TerminalColumns();

@@ -125,9 +125,14 @@ std::error_code File::Close()
     return handle >= 0 && close(handle) != 0 ? LastError() : std::error_code();
 }
 
-std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to)
+std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     return rename(from.c_str(), to.c_str()) != 0 ? LastError() : std::error_code();
+}
+
+std::filesystem::path ComparableName(const std::filesystem::path &path)
+{
+    return path;
 }
 
 bool MayWrite(const std::filesystem::path &path)
@@ -139,6 +144,8 @@ std::vector<std::string> Utf8Arguments(int argc, char **argv)
 {
     return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
 }
+
+void PrepareTerminal() {} // terminals read the locale's character set, which is UTF-8
 
 bool StandardErrorIsTerminal()
 {

@@ -8,11 +8,11 @@
 #include <io.h>
 #include <sys/stat.h>
 #include <utility>
-
-#define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
-#include <shellapi.h>
 #include <windows.h>
+
+// The C library's own reading of the command line, which no header declares.
+extern "C" int __cdecl __wgetmainargs(int *count, wchar_t ***arguments, wchar_t ***environment,
+                                      int matchFileNames, int *newHandlerMode);
 
 namespace tonekit::host {
 
@@ -38,6 +38,15 @@ BOOL WINAPI NoteConsoleEvent(DWORD event)
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
         Sleep(5000);
     return TRUE;
+}
+
+// The console outlives the process, and the next program may count on what was set there.
+UINT codePageBefore = 0;
+
+void RestoreTerminal()
+{
+    if (codePageBefore != 0)
+        SetConsoleOutputCP(codePageBefore);
 }
 
 std::string Utf8FromWide(const wchar_t *text)
@@ -153,10 +162,18 @@ std::error_code File::Close()
     return handle >= 0 && _close(handle) != 0 ? LastError() : std::error_code();
 }
 
-std::error_code ReplaceFile(const std::filesystem::path &from, const std::filesystem::path &to)
+std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     const BOOL done = MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING);
     return done ? std::error_code() : LastSystemError();
+}
+
+std::filesystem::path ComparableName(const std::filesystem::path &path)
+{
+    std::wstring name = std::filesystem::path(path).make_preferred().native();
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), static_cast<int>(name.size()),
+                  name.data(), static_cast<int>(name.size()), nullptr, nullptr, 0);
+    return name;
 }
 
 bool MayWrite(const std::filesystem::path &path)
@@ -166,19 +183,32 @@ bool MayWrite(const std::filesystem::path &path)
 
 std::vector<std::string> Utf8Arguments(int, char **)
 {
-    std::vector<std::string> arguments;
     int count = 0;
-    wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    for (int i = 1; wide && i < count; i++)
+    wchar_t **wide = nullptr;
+    wchar_t **environment = nullptr;
+    int newHandlerMode = 0;
+    std::vector<std::string> arguments;
+    if (__wgetmainargs(&count, &wide, &environment, 1, &newHandlerMode) < 0)
+        return arguments;
+    for (int i = 1; i < count; i++)
         arguments.push_back(Utf8FromWide(wide[i]));
-    LocalFree(wide);
     return arguments;
+}
+
+void PrepareTerminal()
+{
+    codePageBefore = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+    std::atexit(RestoreTerminal);
 }
 
 bool StandardErrorIsTerminal()
 {
+    const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode;
-    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+    // Older consoles can't clear a line by a control sequence.
+    return GetConsoleMode(console, &mode) &&
+           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
 unsigned TerminalColumns()
@@ -192,7 +222,6 @@ unsigned TerminalColumns()
 
 void NoteInterrupts()
 {
-    SetConsoleOutputCP(CP_UTF8);
     SetConsoleCtrlHandler(NoteConsoleEvent, TRUE);
 }
 
@@ -203,6 +232,7 @@ bool InterruptNoted()
 
 void EndAsInterrupted()
 {
+    RestoreTerminal(); // which nobody else does, as the next call runs no functions of atexit
     // The status of a process that Ctrl-C ended.
     ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT));
 }

@@ -91,7 +91,7 @@ void SafeOutput::Commit()
     const fs::file_status old = fs::status(target_, error);
     if (fs::exists(old))
         fs::permissions(temporary_, old.permissions(), error);
-    error = ReplaceFile(temporary_, target_);
+    error = MoveInPlaceOf(temporary_, target_);
     if (error)
         Fail(shown_, "can't be written: " + error.message());
     temporary_.clear();

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <random>
 
 namespace tonekit::host::test {
@@ -83,7 +84,7 @@ Sound Noise(int format, int rate, int channels, size_t frames, uint32_t seed)
 Sound Tone(int format, int rate, int channels, size_t frames, double hertz, double amplitude)
 {
     Sound sound{format, rate, channels, {}};
-    const double step = 2 * M_PI * hertz / rate;
+    const double step = 2 * std::numbers::pi * hertz / rate;
     for (size_t i = 0; i < frames; i++) {
         const double value = amplitude * std::sin(step * static_cast<double>(i));
         for (int c = 0; c < channels; c++)

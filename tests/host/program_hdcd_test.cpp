@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <numbers>
 
 namespace tonekit::host::test {
 namespace {
@@ -19,7 +20,8 @@ void WriteHdcd(const std::string &name, uint8_t control)
 {
     std::vector<int32_t> samples;
     for (int i = 0; i < kFrames; i++) {
-        const auto value = static_cast<int32_t>(kAmplitude * 32767 * std::sin(2 * M_PI * 1000 * i / 44100));
+        const auto value =
+            static_cast<int32_t>(kAmplitude * 32767 * std::sin(2 * std::numbers::pi * 1000 * i / 44100));
         samples.insert(samples.end(), {value, value});
     }
     HdcdEncoder encoder(samples);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <regex>
 #include <tonekit/encode.h>
 
@@ -31,8 +32,8 @@ double AmplitudeAt(const Sound &sound, double hertz, int channel = 0)
     double cosine = 0, sine = 0, weights = 0;
     for (size_t i = frames / 4; i < frames * 3 / 4; i++) {
         const double place = static_cast<double>(i - frames / 4) / static_cast<double>(frames / 2);
-        const double weight = 0.5 - 0.5 * std::cos(2 * M_PI * place);
-        const double angle = 2 * M_PI * hertz * static_cast<double>(i) / sound.rate;
+        const double weight = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * place);
+        const double angle = 2 * std::numbers::pi * hertz * static_cast<double>(i) / sound.rate;
         const double value =
             sound.samples[i * static_cast<size_t>(sound.channels) + static_cast<size_t>(channel)] * 0x1p-31;
         cosine += weight * value * std::cos(angle);
