@@ -69,6 +69,7 @@ function(tonekit_link_for_windows)
         list(APPEND runtime ${file})
     endforeach()
     install(FILES ${runtime} DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${TONEKIT_GENERATED}/tonekit.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 # Makes libtonekit.so or tonekit.dll, and tonekit_internal: the same objects for tests and benchmarks that reach inside.

@@ -71,8 +71,7 @@ void Console::ClearProgress()
 {
     if (!drawn_)
         return;
-    std::fputs("\r\x1b[K", stderr);
-    std::fflush(stderr);
+    DrawOverLine("");
     drawn_ = false;
 }
 
@@ -80,15 +79,14 @@ void Console::Say(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     ClearProgress();
-    std::fputs((line + "\n").c_str(), stdout);
-    std::fflush(stdout);
+    Print(stdout, line + "\n");
 }
 
 void Console::Complain(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     ClearProgress();
-    std::fputs(("tonekit-convert: " + line + "\n").c_str(), stderr);
+    Print(stderr, "tonekit-convert: " + line + "\n");
 }
 
 void Console::ShowProgress(double done, double audioSeconds, const std::string &label)
@@ -99,10 +97,7 @@ void Console::ShowProgress(double done, double audioSeconds, const std::string &
         return;
     nextDraw_ = now + kDrawInterval;
     const double elapsed = std::chrono::duration<double>(now - start_).count();
-    std::fputs(
-        ("\r" + ProgressLine(done, audioSeconds, elapsed, label, TerminalColumns()) + "\x1b[K").c_str(),
-        stderr);
-    std::fflush(stderr);
+    DrawOverLine(ProgressLine(done, audioSeconds, elapsed, label, TerminalColumns()));
     drawn_ = true;
 }
 

@@ -57,10 +57,10 @@ int Run(const Options &options)
 {
     switch (options.command) {
     case Command::Help:
-        std::fputs(HelpText().c_str(), stdout);
+        Print(stdout, HelpText());
         return 0;
     case Command::Version:
-        std::puts("tonekit-convert " TONEKIT_VERSION);
+        Print(stdout, "tonekit-convert " TONEKIT_VERSION "\n");
         return 0;
     case Command::Info:
         return Inform(options);
@@ -70,20 +70,18 @@ int Run(const Options &options)
     return 0;
 }
 
-// In one piece, so that no other thread's or program's line comes between.
 void Complain(const std::string &text)
 {
-    std::fputs(("tonekit-convert: " + text + "\n").c_str(), stderr);
+    Print(stderr, "tonekit-convert: " + text + "\n");
 }
 
 } // namespace
 
 int Main(int argc, char **argv)
 {
-    PrepareTerminal();
     try {
         const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
-        if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        if (std::ferror(stdout))
             throw Failure("standard output can't be written");
         return status;
     } catch (const UsageError &error) {

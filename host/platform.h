@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -53,10 +54,11 @@ bool MayWrite(const std::filesystem::path &path);
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);
 
-// Has the terminal read what the process prints as UTF-8, until the process ends.
-void PrepareTerminal();
-// Whether lines on standard error can be drawn over.
+// Prints UTF-8 text in one piece on standard output or standard error; the stream keeps an error.
+void Print(std::FILE *stream, const std::string &text);
 bool StandardErrorIsTerminal();
+// Puts a line, or nothing, in the place of the one that the terminal on standard error has begun.
+void DrawOverLine(const std::string &line);
 // Columns of the terminal on standard error; 80 if it doesn't say.
 unsigned TerminalColumns();
 

@@ -145,11 +145,20 @@ std::vector<std::string> Utf8Arguments(int argc, char **argv)
     return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
 }
 
-void PrepareTerminal() {} // terminals read the locale's character set, which is UTF-8
+void Print(std::FILE *stream, const std::string &text)
+{
+    std::fputs(text.c_str(), stream);
+    std::fflush(stream);
+}
 
 bool StandardErrorIsTerminal()
 {
     return isatty(STDERR_FILENO) == 1;
+}
+
+void DrawOverLine(const std::string &line)
+{
+    Print(stderr, "\r" + line + "\x1b[K");
 }
 
 unsigned TerminalColumns()

@@ -1,8 +1,10 @@
 // platform_windows.cpp: the platform's services on Windows.
 #include "host/platform.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
@@ -40,13 +42,13 @@ BOOL WINAPI NoteConsoleEvent(DWORD event)
     return TRUE;
 }
 
-// The console outlives the process, and the next program may count on what was set there.
-UINT codePageBefore = 0;
-
-void RestoreTerminal()
+std::wstring WideFromUtf8(const std::string &text)
 {
-    if (codePageBefore != 0)
-        SetConsoleOutputCP(codePageBefore);
+    const int size = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0'); // never longer
+    wide.resize(static_cast<size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), static_cast<int>(wide.size()))));
+    return wide;
 }
 
 std::string Utf8FromWide(const wchar_t *text)
@@ -58,6 +60,22 @@ std::string Utf8FromWide(const wchar_t *text)
     WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
     result.pop_back();
     return result;
+}
+
+bool IsConsole(HANDLE handle)
+{
+    DWORD mode;
+    return GetConsoleMode(handle, &mode) != 0;
+}
+
+// In parts, since older consoles refuse more than 64 KiB at once.
+void WriteOn(HANDLE console, const std::string &text)
+{
+    constexpr size_t kMostLetters = 8192;
+    const std::wstring wide = WideFromUtf8(text);
+    for (size_t done = 0; done < wide.size(); done += kMostLetters)
+        WriteConsoleW(console, wide.data() + done,
+                      static_cast<DWORD>(std::min(kMostLetters, wide.size() - done)), nullptr, nullptr);
 }
 
 // The C library takes counts of 31 bits.
@@ -195,20 +213,34 @@ std::vector<std::string> Utf8Arguments(int, char **)
     return arguments;
 }
 
-void PrepareTerminal()
+// A console joins no letters from bytes that come in parts, so it gets whole texts as UTF-16.
+void Print(std::FILE *stream, const std::string &text)
 {
-    codePageBefore = GetConsoleOutputCP();
-    SetConsoleOutputCP(CP_UTF8);
-    std::atexit(RestoreTerminal);
+    const HANDLE console = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+    if (IsConsole(console)) {
+        WriteOn(console, text);
+        return;
+    }
+    std::fputs(text.c_str(), stream);
+    std::fflush(stream);
 }
 
 bool StandardErrorIsTerminal()
 {
+    return IsConsole(GetStdHandle(STD_ERROR_HANDLE));
+}
+
+// Without control sequences, which consoles before Windows 10 don't know.
+void DrawOverLine(const std::string &line)
+{
     const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
-    DWORD mode;
-    // Older consoles can't clear a line by a control sequence.
-    return GetConsoleMode(console, &mode) &&
-           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    WriteOn(console, "\r" + line);
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!GetConsoleScreenBufferInfo(console, &info))
+        return;
+    DWORD cleared;
+    FillConsoleOutputCharacterW(console, L' ', static_cast<DWORD>(info.dwSize.X - info.dwCursorPosition.X),
+                                info.dwCursorPosition, &cleared);
 }
 
 unsigned TerminalColumns()
@@ -232,7 +264,6 @@ bool InterruptNoted()
 
 void EndAsInterrupted()
 {
-    RestoreTerminal(); // which nobody else does, as the next call runs no functions of atexit
     // The status of a process that Ctrl-C ended.
     ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT));
 }

@@ -41,7 +41,8 @@ std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
 } // namespace
 
 TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access)
-    : kind_(kind), stream_(path, access), file_(stream_.isOpen() ? OpenFile(stream_, kind) : nullptr)
+    : kind_(kind), stream_(path, access), tooLong_(stream_.isOpen() && stream_.IsTooLong()),
+      file_(stream_.isOpen() && !tooLong_ ? OpenFile(stream_, kind) : nullptr)
 {}
 
 TagLib::ID3v2::Tag *TagFile::id3() const

@@ -20,6 +20,7 @@ public:
 
     // Whether TagLib understands the file.
     bool IsValid() const { return file_ && file_->isValid(); }
+    bool IsTooLong() const { return tooLong_; }
     TagKind kind() const { return kind_; }
     TagLib::PropertyMap Properties() const { return file_->properties(); }
 
@@ -37,6 +38,7 @@ public:
 private:
     TagKind kind_;
     TagStream stream_;
+    bool tooLong_;
     std::unique_ptr<TagLib::File> file_;
 };
 

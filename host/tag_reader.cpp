@@ -108,7 +108,8 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
     const std::string name = Utf8Name(path);
     const TagFile file(path, kind, TagStream::Access::Read);
     if (!file.IsValid()) {
-        warnings.push_back(name + ": the tags are broken and are left behind");
+        warnings.push_back(name + (file.IsTooLong() ? ": the file is too long for its tags to be read"
+                                                    : ": the tags are broken and are left behind"));
         return;
     }
     AddProperties(file.Properties(), choice, block, warnings, name);

@@ -2,6 +2,7 @@
 #include "host/tag_stream.h"
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace tonekit::host {
@@ -21,6 +22,14 @@ void TagStream::Note(const std::error_code &error)
 {
     if (!error_)
         error_ = error;
+}
+
+bool TagStream::IsTooLong()
+{
+    constexpr uint64_t kMostForTags = uint64_t{256} << 20;
+    uint64_t size = 0;
+    Note(file_.Size(size));
+    return size > static_cast<uint64_t>(std::numeric_limits<long>::max()) - kMostForTags;
 }
 
 size_t TagStream::ReadAt(uint64_t position, char *buffer, size_t size)

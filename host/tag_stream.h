@@ -20,6 +20,9 @@ public:
 
     // The first error that the system reported; no error if there was none.
     const std::error_code &error() const { return error_; }
+    // TagLib's positions are of the type long: whether they can't reach the end of the file and some new
+    // tags.
+    bool IsTooLong();
     // Closes the file, which may bring an error to light.
     void Close() { Note(file_.Close()); }
 

@@ -22,7 +22,7 @@ void WriteHdcd(const std::string &name, uint8_t control)
     for (int i = 0; i < kFrames; i++) {
         const auto value =
             static_cast<int32_t>(kAmplitude * 32767 * std::sin(2 * std::numbers::pi * 1000 * i / 44100));
-        samples.insert(samples.end(), {value, value});
+        samples.insert(samples.end(), 2, value);
     }
     HdcdEncoder encoder(samples);
     for (size_t frame = 500; frame + 100 < kFrames; frame += 2205) {

@@ -1,5 +1,5 @@
 // run_program_posix.cpp: runs tonekit-convert on a POSIX system.
-#include "tests/host/run_program.h"
+#include "tests/host/run_program_posix.h"
 
 #include <chrono>
 #include <csignal>
@@ -33,13 +33,14 @@ namespace {
     _exit(127);
 }
 
-void Finish(pid_t process, Outcome &outcome)
+void Finish(pid_t process, const Circumstances &circumstances, Outcome &outcome)
 {
     int status = 0;
     rusage usage{};
     wait4(process, &status, 0, &usage);
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    outcome.peakKiB = usage.ru_maxrss;
+    if (circumstances.peakKiB)
+        *circumstances.peakKiB = usage.ru_maxrss;
 }
 
 // Reads both ends until both are closed.
@@ -76,7 +77,12 @@ bool HoldsTemporaryFile(const std::string &folder)
 
 } // namespace
 
-Outcome RunHost(const std::vector<std::string> &arguments, const Circumstances &circumstances)
+Outcome RunHost(const std::vector<std::string> &arguments)
+{
+    return RunHostUnder({}, arguments);
+}
+
+Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::string> &arguments)
 {
     Outcome outcome;
     int out[2];
@@ -101,7 +107,7 @@ Outcome RunHost(const std::vector<std::string> &arguments, const Circumstances &
         kill(process, circumstances.signal);
     }
     Collect(out[0], err[0], outcome);
-    Finish(process, outcome);
+    Finish(process, circumstances, outcome);
     return outcome;
 }
 
@@ -123,7 +129,7 @@ Outcome RunOnTerminal(const std::vector<std::string> &arguments)
         BecomeProgram(arguments, {});
     }
     Collect(terminal, -1, outcome);
-    Finish(process, outcome);
+    Finish(process, {}, outcome);
     return outcome;
 }
 

@@ -47,32 +47,6 @@ TEST(SafeOutput, LeavesNothingWithoutCommit)
     EXPECT_EQ(ReadText(folder / "a.wav"), "old");
 }
 
-TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
-{
-    TemporaryFolder folder;
-    WriteText(folder / "a.wav", "old");
-    const fs::perms perms = fs::perms::owner_read | fs::perms::owner_write;
-    fs::permissions(folder / "a.wav", perms);
-    SafeOutput output(folder / "a.wav");
-    WriteThrough(output, "new");
-    output.Commit();
-    EXPECT_EQ(fs::status(folder / "a.wav").permissions(), perms);
-    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
-}
-
-TEST(SafeOutput, WritesThroughASymbolicLink)
-{
-    TemporaryFolder folder;
-    fs::create_directory(folder / "real");
-    WriteText(folder / "real/a.wav", "old");
-    fs::create_symlink("real/a.wav", folder / "link.wav");
-    SafeOutput output(folder / "link.wav");
-    WriteThrough(output, "new");
-    output.Commit();
-    EXPECT_TRUE(fs::is_symlink(folder / "link.wav"));
-    EXPECT_EQ(ReadText(folder / "real/a.wav"), "new");
-}
-
 TEST(SafeOutput, RefusesWhatIsNoPlaceForAFile)
 {
     TemporaryFolder folder;
@@ -80,7 +54,6 @@ TEST(SafeOutput, RefusesWhatIsNoPlaceForAFile)
     EXPECT_THROW(SafeOutput(folder.path()), Failure);
     EXPECT_THROW(SafeOutput(folder / "nowhere/a.wav"), Failure);
     EXPECT_THROW(SafeOutput(folder / "file/a.wav"), Failure);
-    EXPECT_THROW(SafeOutput("/dev/null"), Failure);
 }
 
 TEST(SafeOutput, WorksForTheLongestName)
@@ -93,16 +66,14 @@ TEST(SafeOutput, WorksForTheLongestName)
     EXPECT_EQ(folder.Names(), std::vector<std::string>{name});
 }
 
-TEST(SameFile, SeesThroughLinks)
+TEST(SameFile, SeesThroughHardLinks)
 {
     TemporaryFolder folder;
     WriteText(folder / "a", "");
     WriteText(folder / "b", "");
     fs::create_hard_link(folder / "a", folder / "hard");
-    fs::create_symlink("a", folder / "soft");
     EXPECT_TRUE(AreSameFile(folder / "a", folder / "a"));
     EXPECT_TRUE(AreSameFile(folder / "a", folder / "hard"));
-    EXPECT_TRUE(AreSameFile(folder / "a", folder / "soft"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "b"));
     EXPECT_FALSE(AreSameFile(folder / "a", folder / "none"));
 }

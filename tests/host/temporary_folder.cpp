@@ -28,25 +28,25 @@ std::vector<std::string> TemporaryFolder::Names() const
 {
     std::vector<std::string> names;
     for (const auto &entry : fs::directory_iterator(path_))
-        names.push_back(entry.path().filename().string());
+        names.push_back(Utf8Name(entry.path().filename()));
     std::sort(names.begin(), names.end());
     return names;
 }
 
 std::string ReadText(const std::string &name)
 {
-    std::ifstream file(name, std::ios::binary);
+    std::ifstream file(PathFromUtf8(name), std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 void WriteText(const std::string &name, const std::string &text)
 {
-    std::ofstream(name, std::ios::binary) << text;
+    std::ofstream(PathFromUtf8(name), std::ios::binary) << text;
 }
 
 void CutOff(const std::string &name, uintmax_t bytes)
 {
-    fs::resize_file(name, bytes);
+    fs::resize_file(PathFromUtf8(name), bytes);
 }
 
 } // namespace tonekit::host::test

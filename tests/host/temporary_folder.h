@@ -1,6 +1,8 @@
 // temporary_folder.h: a folder for the files of one test.
 #pragma once
 
+#include "host/paths.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -17,7 +19,7 @@ public:
 
     const std::filesystem::path &path() const { return path_; }
     // The full name of a file in the folder.
-    std::string operator/(const std::string &name) const { return (path_ / name).string(); }
+    std::string operator/(const std::string &name) const { return Utf8Name(path_ / PathFromUtf8(name)); }
     // The names of all that the folder holds, hidden files too, in order.
     std::vector<std::string> Names() const;
 

@@ -2,6 +2,7 @@
 // beyond plain coding: profiles, parts of an image, lossless transformation.
 #include "tests/support/bodies.h"
 #include "tests/support/codec_driver.h"
+#include "tests/support/environment.h"
 #include "tests/support/failing_malloc.h"
 
 #include <tonekit/codec/jerror.h>
@@ -72,9 +73,9 @@ TEST_P(CodecInterface, MemoryIsTheHeapAloneAndGrantsWhatIsAsked)
 
 TEST_P(CodecInterface, NoEnvironmentVariableLimitsTheMemory)
 {
-    setenv("JPEGMEM", "1", 1);
+    SetVariable("JPEGMEM", "1");
     const Decompressor object(codec);
-    unsetenv("JPEGMEM");
+    RemoveVariable("JPEGMEM");
     EXPECT_EQ(object.mem->max_memory_to_use, 0);
 }
 

@@ -1,0 +1,129 @@
+// program_posix_test.cpp: the program under circumstances that only POSIX systems let a test arrange.
+#include "tests/host/failures.h"
+#include "tests/host/run_program_posix.h"
+
+#include <csignal>
+#include <regex>
+
+namespace tonekit::host::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST_F(Failures, OfAFullDisk)
+{
+    for (const char *name : {"old.wav", "out.flac", "out.ogg", "out.caf"}) {
+        const std::vector<std::string> arguments = {"-r", "96000", folder / "good.wav", folder / name};
+        ExpectFailureOf([&] { return RunHostUnder({.fileSizeLimit = 20000}, arguments); }, 1,
+                        "writing failed");
+    }
+}
+
+TEST_F(Failures, OfAFullDiskWhenTheTagsAreWritten)
+{
+    // Enough for the audio, not for the picture.
+    WriteText(folder / "p.png", std::string("\x89PNG\r\n\x1A\n", 8) + std::string(100000, 'x'));
+    const uintmax_t audio = fs::file_size(folder / "good.wav");
+    const Outcome outcome =
+        RunHostUnder({.fileSizeLimit = audio + 10000},
+                     {"--cover", folder / "p.png", folder / "good.wav", folder / "out.wav"});
+    // The audio is kept with a warning, or nothing is: never a damaged file.
+    EXPECT_NE(outcome.err, "");
+    if (outcome.status == 0)
+        EXPECT_EQ(ReadSound(folder / "out.wav").samples, ReadSound(folder / "good.wav").samples);
+    else
+        EXPECT_FALSE(fs::exists(folder / "out.wav"));
+}
+
+TEST_F(Failures, OfAnInterrupt)
+{
+    // Long enough to be caught in the middle; the file system keeps only the header.
+    const std::string header = ReadText(folder / "good.wav").substr(0, 40) + "\xF0\xFF\xFF\x7F";
+    WriteText(folder / "long.wav", header);
+    fs::resize_file(folder / "long.wav", 44 + 0x7FFFFFF0u);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const Circumstances circumstances = {.signal = signal, .watchedFolder = folder.path().string()};
+        const std::vector<std::string> arguments = {
+            "-q", "-r", "96000", "--quality", "best", folder / "long.wav", folder / "old.wav"};
+        ExpectFailureOf([&] { return RunHostUnder(circumstances, arguments); }, 128 + signal, "interrupted");
+    }
+}
+
+TEST_F(Failures, OfOutputsThatAreNoFiles)
+{
+    ExpectFailure(1, "", {folder / "good.wav", "/proc/out.wav"});
+    ExpectFailure(1, "not a regular file", {"-t", "wav", folder / "good.wav", "/dev/null"});
+}
+
+TEST_F(Failures, OfInputAndOutputBeingOneFileBySymbolicLinks)
+{
+    fs::create_symlink("good.wav", folder / "soft.wav");
+    ExpectFailure(1, "same file", {folder / "good.wav", folder / "soft.wav"});
+    ExpectFailure(1, "same file", {folder / "soft.wav", folder / "good.wav"});
+    EXPECT_TRUE(fs::is_symlink(folder / "soft.wav"));
+}
+
+TEST(Circumstances, ProgressIsShownOnATerminal)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100 * 20));
+    const std::vector<std::string> arguments = {"-r", "48000", folder / "a.wav", folder / "b.flac"};
+    const Outcome shown = RunOnTerminal(arguments);
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_TRUE(std::regex_search(shown.out, std::regex("\r\\[#*\\.*\\] +[0-9]+%  [0-9.]+x"))) << shown.out;
+}
+
+TEST(Circumstances, QuietSaysNothingOnATerminal)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    EXPECT_EQ(RunOnTerminal({"--quiet", folder / "a.wav", folder / "b.flac"}).out, "");
+}
+
+// Stereo of this length in seconds, of which the file system keeps only the header.
+void WriteSilence(const std::string &name, uint32_t seconds)
+{
+    WriteSound(name, Sound{kWav16, 44100, 2, {0, 0}});
+    std::string header = ReadText(name).substr(0, 44);
+    const auto put = [&](size_t place, uint32_t number) {
+        for (size_t i = 0; i < 4; i++)
+            header[place + i] = static_cast<char>(number >> 8 * i);
+    };
+    const uint32_t bytes = seconds * 44100 * 4;
+    put(4, bytes + 36);
+    put(40, bytes);
+    WriteText(name, header);
+    std::filesystem::resize_file(name, uintmax_t{bytes} + 44);
+}
+
+TEST(Circumstances, ALongFileNeedsNoMoreMemoryThanAShortOne)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need memory of their own";
+#endif
+    TemporaryFolder folder;
+    const auto peak = [&](uint32_t seconds) {
+        WriteSilence(folder / "a.wav", seconds);
+        long most = 0;
+        const Outcome outcome =
+            RunHostUnder({.peakKiB = &most}, {"-q", "-r", "48000", "-b", "24", "--replaygain", "--hash",
+                                              "sha256", folder / "a.wav", folder / "b.flac"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return most;
+    };
+    const long minute = peak(60);
+    EXPECT_LT(minute, 64 * 1024);
+    EXPECT_LT(peak(600), minute + 2048);
+}
+
+TEST(Circumstances, NumbersAreWrittenTheSameInEveryLocale)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    const Outcome outcome =
+        RunHostUnder({.locale = "de_DE.UTF-8"}, {"--json", folder / "a.wav", folder / "b.wav"});
+    EXPECT_NE(outcome.out.find("\"seconds\": 0.022676"), std::string::npos) << outcome.out;
+}
+
+} // namespace
+} // namespace tonekit::host::test

@@ -1,0 +1,21 @@
+// run_program_posix.h: runs tonekit-convert under circumstances that only POSIX systems let a test arrange.
+#pragma once
+
+#include "tests/host/run_program.h"
+
+namespace tonekit::host::test {
+
+struct Circumstances {
+    unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
+    int signal = 0;                  // sent as soon as a temporary file stands in `watchedFolder`
+    std::string watchedFolder = {};
+    std::string locale = {}; // LC_ALL; empty: as it is
+    long *peakKiB = nullptr; // gets the most memory that the program held at once
+};
+
+Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::string> &arguments);
+
+// On a terminal of 100 columns; `out` then holds both outputs as the terminal gets them.
+Outcome RunOnTerminal(const std::vector<std::string> &arguments);
+
+} // namespace tonekit::host::test

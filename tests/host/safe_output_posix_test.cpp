@@ -1,0 +1,63 @@
+// safe_output_posix_test.cpp: outputs and what only POSIX systems have: symbolic links, devices, permissions.
+#include "host/failure.h"
+#include "host/safe_output.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadText;
+using test::TemporaryFolder;
+using test::WriteText;
+
+void WriteThrough(SafeOutput &output, const std::string &text)
+{
+    File file = output.Create();
+    ASSERT_FALSE(file.Write(text.data(), text.size()));
+    ASSERT_FALSE(file.Close());
+}
+
+TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a.wav", "old");
+    const fs::perms perms = fs::perms::owner_read | fs::perms::owner_write;
+    fs::permissions(folder / "a.wav", perms);
+    SafeOutput output(folder / "a.wav");
+    WriteThrough(output, "new");
+    output.Commit();
+    EXPECT_EQ(fs::status(folder / "a.wav").permissions(), perms);
+    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, WritesThroughASymbolicLink)
+{
+    TemporaryFolder folder;
+    fs::create_directory(folder / "real");
+    WriteText(folder / "real/a.wav", "old");
+    fs::create_symlink("real/a.wav", folder / "link.wav");
+    SafeOutput output(folder / "link.wav");
+    WriteThrough(output, "new");
+    output.Commit();
+    EXPECT_TRUE(fs::is_symlink(folder / "link.wav"));
+    EXPECT_EQ(ReadText(folder / "real/a.wav"), "new");
+}
+
+TEST(SafeOutput, RefusesADevice)
+{
+    EXPECT_THROW(SafeOutput("/dev/null"), Failure);
+}
+
+TEST(SameFile, SeesThroughSymbolicLinks)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a", "");
+    fs::create_symlink("a", folder / "soft");
+    EXPECT_TRUE(AreSameFile(folder / "a", folder / "soft"));
+}
+
+} // namespace
+} // namespace tonekit::host
