@@ -65,7 +65,8 @@ template <class Sample>
 void AddWithOneNan(const void *audio, std::size_t bytes, Record &record)
 {
     std::vector<Sample> samples(bytes / sizeof(Sample));
-    std::memcpy(samples.data(), audio, bytes);
+    if (!samples.empty())
+        std::memcpy(samples.data(), audio, bytes);
     for (Sample &sample : samples)
         if (std::isnan(sample))
             sample = std::numeric_limits<Sample>::quiet_NaN();

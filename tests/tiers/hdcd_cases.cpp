@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "hdcd/entries.h"
 #include "tests/hdcd/random_stream.h"
@@ -21,6 +22,14 @@ static void AddDecoder(Record &record, const HdcdDecoder *decoder)
     record.Add(&copy, sizeof copy);
 }
 
+// Fills a buffer, which may stand at any address, with samples.
+template <class Sample>
+static void Place(const std::vector<Sample> &samples, GuardedBuffer &buffer)
+{
+    const auto *bytes = reinterpret_cast<const std::uint8_t *>(samples.data());
+    std::copy(bytes, bytes + buffer.size(), buffer.data());
+}
+
 static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &record)
 {
     auto *findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
@@ -30,7 +39,7 @@ static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &reco
         stream.DisturbDecoder(decoder);
         for (const auto &block : stream.Blocks()) {
             GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
-            std::memcpy(samples.data(), block.samples.data(), samples.size());
+            Place(block.samples, samples);
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             const auto channels = static_cast<std::int32_t>(1 + random.Below(2));
             record.AddValue(findCodes(decoder->channel, channels, samples.As<std::int32_t>(), frames, 2));
@@ -83,7 +92,7 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
         stream.DisturbDecoder(decoder);
         for (const auto &block : stream.Blocks()) {
             GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
-            std::memcpy(samples.data(), block.samples.data(), samples.size());
+            Place(block.samples, samples);
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             if (round % 3 == 1)
                 record.AddValue(follow(decoder, samples.As<std::int32_t>(), frames));
@@ -110,13 +119,12 @@ static void ExerciseInterface(const Bodies &bodies, Random &random, Record &reco
             const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
             if (round % 2 == 0) {
                 GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
-                std::memcpy(samples.data(), block.samples.data(), samples.size());
+                Place(block.samples, samples);
                 record.AddValue(scan(decoder, samples.As<std::int32_t>(), frames));
                 record.Guards(samples);
             } else {
                 GuardedBuffer samples(block.samples.size() * 2, random.Below(64));
-                for (std::size_t i = 0; i < block.samples.size(); ++i)
-                    samples.As<std::int16_t>()[i] = static_cast<std::int16_t>(block.samples[i]);
+                Place(std::vector<std::int16_t>(block.samples.begin(), block.samples.end()), samples);
                 record.AddValue(scan16(decoder, samples.As<std::int16_t>(), frames));
                 record.Guards(samples);
             }
