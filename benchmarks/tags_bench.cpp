@@ -36,6 +36,8 @@ void AddLookups(tonekit::RatioTable &table, char letter, const char *what, doubl
     const auto memoryPass = [block] { result = memchr(block->buffer, 0xFF, block->used); };
     const std::string name = std::string(what) + ", ." + letter;
     table.Add(
+        name + ", middle key", limit, [=] { result = getStr(block, "TAG0567"); }, memoryPass);
+    table.Add(
         name + ", last key", limit, [=] { result = getStr(block, "tag0999"); }, memoryPass);
     table.Add(
         name + ", absent key", limit, [=] { result = getStr(block, "TAG1000"); }, memoryPass);

@@ -287,9 +287,21 @@ bool AllGoFar(const Lane *lanes)
     return true;
 }
 
+// Where the first lane that is stuck has come to, or behind the item there if that has the key; null if that
+// is the first of all or none.
+const uint8_t *EndBehindStuck(const Lane *lanes)
+{
+    for (int i = 0; i < kLanes; ++i)
+        if (lanes[i].stuck)
+            return i == 0 ? nullptr : lanes[i].at + lanes[i].found;
+    return nullptr;
+}
+
 // Walks over the string items from `start` on until the key is found, an item is of another kind or broken,
-// or one begins at `end` or behind.
-Lane WalkRun(const TagBlock *block, const WantedKey &key, const uint8_t *start, const uint8_t *end)
+// or one begins at `end` or behind. Or it stops as soon as a lane is stuck, with what the first one has
+// walked, and tells how far all of them should walk what is left: what is behind doesn't matter.
+Lane WalkRun(const TagBlock *block, const WantedKey &key, const uint8_t *start, const uint8_t *end,
+             const uint8_t **nextEnd)
 {
     Lane lanes[kLanes];
     SpreadLanes(block, start, end, lanes);
@@ -298,6 +310,10 @@ Lane WalkRun(const TagBlock *block, const WantedKey &key, const uint8_t *start, 
         for (Lane &lane : lanes)
             if (lane.Goes())
                 Step(block, key, lane);
+    }
+    if (const uint8_t *const nearer = EndBehindStuck(lanes)) {
+        *nextEnd = nearer;
+        return lanes[0];
     }
     Lane run = {start, start, 0, false, false};
     for (Lane &lane : lanes) {
@@ -340,9 +356,12 @@ TONEKIT_BODY(ID3Helper_GetStr, const char *, (const TagBlock *block, const char 
     const WantedKey key(text);
     const uint64_t look = FirstLook(key);
     uint64_t offset = 0;
+    const uint8_t *end = nullptr;
     while (SeekMarker(block, kStringMarker, &offset) && block->used - offset > look) {
         const uint8_t *const start = block->buffer + offset;
-        const Lane run = WalkRun(block, key, start, block->buffer + block->used - look);
+        if (end <= start)
+            end = block->buffer + block->used - look;
+        const Lane run = WalkRun(block, key, start, end, &end);
         if (run.at == start && !run.found)
             break;
         if (CountZeros(start, run.at) != run.zeros)
