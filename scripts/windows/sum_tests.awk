@@ -5,6 +5,8 @@
     text = $0
     sub(/^[0-9]+: /, "", text)
     output[number] = output[number] text "\n"
+    if (text ~ /^Test command: .*--gtest/)
+        tells[number] = 1
     if (text ~ /^\[  PASSED  \] [0-9]+ tests?\./) { passed[number] += $5; told[number] = 1 }
     if (text ~ /^\[  FAILED  \] [0-9]+ tests?,/) { failed[number] += $5; told[number] = 1 }
     if (text ~ /^\[  SKIPPED \] [0-9]+ tests?,/) { skipped[number] += $5 }
@@ -14,6 +16,9 @@
     number = substr($0, RSTART + 1, RLENGTH - 1) + 0
     good = $0 ~ / Passed /
     tests++
+    # A GoogleTest program that ends well without a summary ended before its tests did.
+    if (tells[number] && !told[number])
+        good = 0
     if (!told[number] && good)
         passed[number] = 1
     if (!good && failed[number] == 0)
