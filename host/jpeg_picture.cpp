@@ -143,15 +143,20 @@ struct Decoder {
     jpeg_decompress_struct codec{};
     ErrorManager manager{};
 
-    explicit Decoder(const std::vector<uint8_t> &file) : stream{file.data(), file.size(), {}}
+    // Once the constructor that it goes on to has returned, a failure runs the destructor.
+    explicit Decoder(const std::vector<uint8_t> &file) : Decoder(file.data(), file.size())
     {
-        Prepare(manager, codec.err);
         if (!ReadHeader(codec, manager, HandleOf(stream)))
             Fail();
     }
+    Decoder(const Decoder &) = delete;
+    Decoder &operator=(const Decoder &) = delete;
     ~Decoder() { jpeg_destroy_decompress(&codec); }
 
     [[noreturn]] void Fail() { throw Failure(manager.message); }
+
+private:
+    Decoder(const uint8_t *file, size_t bytes) : stream{file, bytes, {}} { Prepare(manager, codec.err); }
 };
 
 bool Encode(jpeg_compress_struct &codec, ErrorManager &manager, const PixelImage &image, int quality,
