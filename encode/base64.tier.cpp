@@ -146,6 +146,38 @@ struct Base64 {
         return And(Shuffle8(allowed, characters), Shuffle8(bits, highDigit));
     }
 
+#else
+
+    static inline __m128i Bits(__m128i lanes, int mask)
+    {
+        return _mm_and_si128(lanes, _mm_set1_epi32(mask));
+    }
+
+    // A distance for the values beyond a limit.
+    static inline __m128i Beyond(__m128i values, int limit, int distance)
+    {
+        return _mm_and_si128(_mm_cmpgt_epi8(values, _mm_set1_epi8(static_cast<char>(limit))),
+                             _mm_set1_epi8(static_cast<char>(distance)));
+    }
+
+    // Each of the six bits goes from its byte of the group, the first being the lowest, to a byte of its own.
+    // A character is its value plus a distance, which changes from run to run of the alphabet.
+    static inline __m128i Encoded(__m128i groups)
+    {
+        const __m128i first = Bits(_mm_srli_epi32(groups, 2), 0x3f);
+        const __m128i second =
+            _mm_or_si128(Bits(_mm_slli_epi32(groups, 12), 0x3000), Bits(_mm_srli_epi32(groups, 4), 0x0f00));
+        const __m128i third = _mm_or_si128(Bits(_mm_slli_epi32(groups, 10), 0x3c0000),
+                                           Bits(_mm_srli_epi32(groups, 6), 0x030000));
+        const __m128i fourth = Bits(_mm_slli_epi32(groups, 8), 0x3f000000);
+        const __m128i values = _mm_or_si128(_mm_or_si128(first, second), _mm_or_si128(third, fourth));
+        const __m128i letters = _mm_add_epi8(Beyond(values, 25, 'a' - 26 - 'A'), _mm_set1_epi8('A'));
+        const __m128i digits = Beyond(values, 51, '0' - 52 - ('a' - 26));
+        const __m128i signs = _mm_add_epi8(Beyond(values, 61, '+' - 62 - ('0' - 52)),
+                                           Beyond(values, 62, '/' - 63 - ('+' - 62)));
+        return _mm_add_epi8(_mm_add_epi8(values, letters), _mm_add_epi8(digits, signs));
+    }
+
 #endif
 };
 

@@ -5,7 +5,9 @@
 //   EncodeGroup(three, four)   one group
 //   DecodeGroup(four, three)   and back
 //   Spread()                   which of 12 bytes each of 16 places needs, or -128 for none
-//   Encoded(lanes)             of the bytes so spread in each lane, the 16 characters
+//   Encoded(lanes)             of the bytes so spread in each lane, the 16 characters; without SSSE3 of four
+//                              groups, each in the lower three bytes of a 32-bit lane, and anything above
+//                              them
 //   Decoded(lanes)             of each lane's 16 characters, the 12 bytes, and anything behind them
 // Nothing in front of or behind data and text is read or written.
 #pragma once
@@ -20,12 +22,12 @@ inline __m128i LoadLane(const void *from)
     return _mm_loadu_si128(static_cast<const __m128i *>(from));
 }
 
-#if defined(__SSSE3__)
-
 inline void StoreLane(void *to, __m128i lane)
 {
     _mm_storeu_si128(static_cast<__m128i *>(to), lane);
 }
+
+#if defined(__SSSE3__)
 
 inline void Store12(uint8_t *to, __m128i lane)
 {
@@ -38,10 +40,31 @@ inline void Store12(uint8_t *to, __m128i lane)
 
 #if defined(__SSSE3__)
 
+constexpr std::ptrdiff_t kLaneRead = 16; // bytes that are read to encode 12
+
 template <class Code>
 inline void EncodeLane(const uint8_t *data, char *text)
 {
     StoreLane(text, Code::Encoded(Shuffle8(LoadLane(data), Code::Spread())));
+}
+
+#else
+
+constexpr std::ptrdiff_t kLaneRead = 13;
+
+inline __m128i LoadGroup(const uint8_t *data)
+{
+    int group;
+    __builtin_memcpy(&group, data, sizeof group);
+    return _mm_cvtsi32_si128(group);
+}
+
+template <class Code>
+inline void EncodeLane(const uint8_t *data, char *text)
+{
+    const __m128i low = _mm_unpacklo_epi32(LoadGroup(data), LoadGroup(data + 3));
+    const __m128i high = _mm_unpacklo_epi32(LoadGroup(data + 6), LoadGroup(data + 9));
+    StoreLane(text, Code::Encoded(_mm_unpacklo_epi64(low, high)));
 }
 
 #endif
@@ -84,10 +107,8 @@ inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *t
         }
     }
 #endif
-#if defined(__SSSE3__)
-    for (; end - from >= 16; from += 12, text += 16)
+    for (; end - from >= kLaneRead; from += 12, text += 16)
         EncodeLane<Code>(from, text);
-#endif
     for (; end - from >= 3; from += 3, text += 4)
         Code::EncodeGroup(from, text);
     return static_cast<std::size_t>(from - data);

@@ -108,6 +108,19 @@ struct UU {
             bytes, InEachLane<Lanes>(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
     }
 
+#else
+
+    // What is shifted in place but belongs elsewhere falls below the gathered bits.
+    static inline __m128i Encoded(__m128i groups)
+    {
+        const __m128i top = _mm_and_si128(_mm_srli_epi32(groups, 6), _mm_set1_epi32(0x00030303));
+        const __m128i moved = _mm_or_si128(_mm_or_si128(_mm_slli_epi32(top, 28), _mm_slli_epi32(top, 18)),
+                                           _mm_slli_epi32(top, 8));
+        const __m128i gathered = _mm_and_si128(moved, _mm_set1_epi32(0x3f000000));
+        const __m128i sixBits = _mm_and_si128(groups, _mm_set1_epi32(0x003f3f3f));
+        return _mm_add_epi8(_mm_or_si128(sixBits, gathered), _mm_set1_epi8(0x20));
+    }
+
 #endif
 };
 
