@@ -20,6 +20,8 @@ uint64_t MissingIn(const std::string &name)
 struct FileForm {
     const char *extension;
     int format;
+
+    friend void PrintTo(const FileForm &form, std::ostream *out) { *out << form.extension; }
 };
 
 class Completeness : public testing::TestWithParam<FileForm> {};

@@ -124,6 +124,11 @@ struct RateChange {
     int from;
     const char *to;
     const char *quality;
+
+    friend void PrintTo(const RateChange &change, std::ostream *out)
+    {
+        *out << change.from << " to " << change.to << ", " << change.quality;
+    }
 };
 
 class ProgramRates : public testing::TestWithParam<RateChange> {};

@@ -21,6 +21,8 @@ struct FileForm {
     const char *extension;
     int format;
     TagKind kind;
+
+    friend void PrintTo(const FileForm &form, std::ostream *out) { *out << form.extension; }
 };
 
 const FileForm kForms[] = {
