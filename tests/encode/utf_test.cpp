@@ -441,9 +441,9 @@ TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
 
 TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
 {
-    alignas(64) tonekit_char16 units[128];
+    alignas(64) tonekit_char16 units[192];
     for (std::size_t start = 0; start < 40; start++)
-        for (std::size_t length = 0; length < 60; length++)
+        for (std::size_t length = 0; length < 140; length++)
             for (std::size_t place = 0; place < length; place++) {
                 std::fill(std::begin(units), std::end(units), tonekit_char16{0xffff});
                 std::fill_n(units + start, length, tonekit_char16{0x0100});
