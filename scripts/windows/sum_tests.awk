@@ -1,5 +1,5 @@
-# sum_tests.awk: reads what `ctest --verbose` prints and tells the story of each failure and, in a line that begins with
-# "total", how many tests passed, failed and were skipped. A GoogleTest program counts as the tests that it has run.
+# sum_tests.awk: reads what `ctest --verbose` prints and tells the story of each failure and, in lines that begin with
+# "total", how many tests were skipped, passed and failed. A GoogleTest program counts as the tests that it has run.
 /^[0-9]+: / {
     number = $1 + 0
     text = $0
@@ -32,7 +32,8 @@
 END {
     if (tests == 0)
         allFailed = 1
-    printf "total %d passed, %d failed", allPassed, allFailed
-    printf "%s\n", (allSkipped > 0 ? ", " allSkipped " skipped" : "")
+    if (allSkipped > 0)
+        printf "total %d skipped\n", allSkipped
+    printf "total %d passed, %d failed\n", allPassed, allFailed
     exit allFailed > 0
 }
