@@ -34,6 +34,10 @@ constexpr Script kScripts[] = {
      u"P\u0159\u00edli\u0161 \u017elu\u0165ou\u010dk\u00fd k\u016f\u0148 \u00fap\u011bl "
      u"\u010f\u00e1belsk\u00e9 \u00f3dy. ",
      1.5},
+    {"Vietnamese",
+     u"Do b\u1ea1ch kim r\u1ea5t qu\u00fd n\u00ean s\u1ebd d\u00f9ng \u0111\u1ec3 l\u1eafp v\u00f4 "
+     u"x\u01b0\u01a1ng. ",
+     1.5},
     {"Cyrillic",
      u"\u0421\u044a\u0435\u0448\u044c \u0436\u0435 \u0435\u0449\u0451 \u044d\u0442\u0438\u0445 "
      u"\u043c\u044f\u0433\u043a\u0438\u0445 "
