@@ -1,7 +1,7 @@
 // safe_output_posix_test.cpp: outputs and what only POSIX systems have: symbolic links, devices, permissions.
 #include "host/failure.h"
-#include "host/safe_output.h"
 #include "tests/host/temporary_folder.h"
+#include "tests/host/write_through.h"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +12,7 @@ namespace fs = std::filesystem;
 using test::ReadText;
 using test::TemporaryFolder;
 using test::WriteText;
-
-void WriteThrough(SafeOutput &output, const std::string &text)
-{
-    File file = output.Create();
-    ASSERT_FALSE(file.Write(text.data(), text.size()));
-    ASSERT_FALSE(file.Close());
-}
+using test::WriteThrough;
 
 TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
 {
