@@ -44,6 +44,9 @@ private:
 // Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to);
 
+// The name that a chain of symbolic links ends in, whether or not there is a file of that name.
+std::filesystem::path WithoutLinks(const std::filesystem::path &path);
+
 // The name in a form that is equal for names that the system takes for one, as where case doesn't matter.
 std::filesystem::path ComparableName(const std::filesystem::path &path);
 

@@ -130,6 +130,21 @@ std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::file
     return rename(from.c_str(), to.c_str()) != 0 ? LastError() : std::error_code();
 }
 
+std::filesystem::path WithoutLinks(const std::filesystem::path &path)
+{
+    namespace fs = std::filesystem;
+    fs::path name = path;
+    constexpr int kLongestChain = 40; // as the system's own limit
+    std::error_code error;
+    for (int i = 0; i < kLongestChain && fs::is_symlink(fs::symlink_status(name, error)); i++) {
+        const fs::path next = fs::read_symlink(name, error);
+        if (error)
+            break;
+        name = next.is_absolute() ? next : name.parent_path() / next;
+    }
+    return name;
+}
+
 std::filesystem::path ComparableName(const std::filesystem::path &path)
 {
     return path;

@@ -182,8 +182,33 @@ std::error_code File::Close()
 
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
-    const BOOL done = MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING);
-    return done ? std::error_code() : LastSystemError();
+    constexpr int kAttempts = 20;
+    std::error_code error;
+    for (int i = 0; i < kAttempts; i++) {
+        if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
+            return {};
+        error = LastSystemError();
+        // Virus scanners and indexers hold files open for a moment.
+        if (error.value() != ERROR_SHARING_VIOLATION && error.value() != ERROR_ACCESS_DENIED)
+            break;
+        Sleep(50);
+    }
+    return error;
+}
+
+std::filesystem::path WithoutLinks(const std::filesystem::path &path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
+        return path;
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return path;
+    std::wstring name(32768, L'\0'); // no name is longer
+    name.resize(GetFinalPathNameByHandleW(file, name.data(), static_cast<DWORD>(name.size()), 0));
+    CloseHandle(file);
+    return name.empty() ? path : std::filesystem::path(name);
 }
 
 std::filesystem::path ComparableName(const std::filesystem::path &path)

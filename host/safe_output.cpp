@@ -17,20 +17,6 @@ namespace fs = std::filesystem;
     throw Failure(Utf8Name(path) + ": " + what);
 }
 
-// The name that a chain of symbolic links ends in, whether or not there is a file of that name.
-fs::path WithoutLinks(fs::path path)
-{
-    constexpr int kLongestChain = 40; // as the system's own limit
-    std::error_code error;
-    for (int i = 0; i < kLongestChain && fs::is_symlink(fs::symlink_status(path, error)); i++) {
-        const fs::path next = fs::read_symlink(path, error);
-        if (error)
-            break;
-        path = next.is_absolute() ? next : path.parent_path() / next;
-    }
-    return path;
-}
-
 // Short, so that it fits wherever the target's name fits, and hidden from plain listings.
 fs::path TemporaryName(const fs::path &target)
 {

@@ -2,10 +2,21 @@
 #include "tests/host/failures.h"
 #include "tests/host/run_program_windows.h"
 
+#include <chrono>
+#include <thread>
+#include <windows.h>
+
 namespace tonekit::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+
+// As a program that lets nobody but readers at its file.
+HANDLE HoldOpen(const std::string &name)
+{
+    return CreateFileW(PathFromUtf8(name).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                       nullptr);
+}
 
 TEST_F(Failures, OfOutputsThatAreDevices)
 {
@@ -19,6 +30,13 @@ TEST_F(Failures, OfAWriteProtectedOutput)
     fs::permissions(folder / "old.wav", fs::perms::owner_write, fs::perm_options::add);
 }
 
+TEST_F(Failures, OfAnOutputThatAnotherProgramHoldsOpen)
+{
+    const HANDLE held = HoldOpen(folder / "old.wav");
+    ExpectFailure(1, "old.wav: can't be written", {folder / "good.wav", folder / "old.wav"});
+    CloseHandle(held);
+}
+
 TEST_F(Failures, OfTwoInputsWhoseNamesDifferInTheirLettersCaseAlone)
 {
     fs::create_directory(folder / "a");
@@ -27,6 +45,21 @@ TEST_F(Failures, OfTwoInputsWhoseNamesDifferInTheirLettersCaseAlone)
     fs::copy_file(folder / "good.wav", PathFromUtf8(folder / "b/\u00c4.WAV"));
     ExpectFailure(2, "would both become", {folder / "a/\u00e4.wav", folder / "b/\u00c4.WAV", folder / "out"});
     EXPECT_FALSE(fs::exists(folder / "out"));
+}
+
+TEST(Outputs, WaitForAProgramThatHoldsTheOldFileForAMoment)
+{
+    TemporaryFolder folder;
+    const Sound sound = Noise(kWav16, 44100, 2, 1000);
+    WriteSound(folder / "a.wav", sound);
+    WriteText(folder / "b.wav", "old");
+    const HANDLE held = HoldOpen(folder / "b.wav");
+    std::jthread release([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        CloseHandle(held);
+    });
+    EXPECT_EQ(RunHost({folder / "a.wav", folder / "b.wav"}).err, "");
+    EXPECT_EQ(ReadSound(folder / "b.wav").samples, sound.samples);
 }
 
 TEST(WildCards, AreReplacedByTheFilesThatTheyMatch)
