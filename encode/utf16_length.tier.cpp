@@ -18,7 +18,7 @@ struct Block {
 
 // The blocks are aligned, so each lies within one page, and reading one that holds some of the text touches
 // no page that the text does not touch. A sanitizer can't know that.
-__attribute__((no_sanitize("address"))) inline Block LoadAligned(const tonekit_char16 *block)
+__attribute__((no_sanitize("address", "thread"))) inline Block LoadAligned(const tonekit_char16 *block)
 {
     return {_mm_load_si128(reinterpret_cast<const __m128i *>(block)),
             _mm_load_si128(reinterpret_cast<const __m128i *>(block + kVector))};
