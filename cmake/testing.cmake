@@ -20,7 +20,10 @@ endif()
 # Requests that no memory can hold have to fail in sanitized builds too, not to stop the program.
 set(TONEKIT_TEST_ENVIRONMENT "")
 if(TONEKIT_SANITIZED)
-    set(TONEKIT_TEST_ENVIRONMENT ASAN_OPTIONS=allocator_may_return_null=1 TSAN_OPTIONS=allocator_may_return_null=1)
+    set(TONEKIT_TEST_ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1")
+    if(CMAKE_CXX_FLAGS MATCHES "sanitize=thread")
+        set(TONEKIT_TEST_ENVIRONMENT "TSAN_OPTIONS=allocator_may_return_null=1")
+    endif()
 endif()
 
 # A GoogleTest program; each of its tests is one test of the suite.
