@@ -1,0 +1,188 @@
+// option_table.cpp: the options with their help, in the order in which help lists them.
+#include "host/option_table.h"
+
+#include "host/option_values.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr Choice<Quality> kQualities[] = {{"normal", Quality::Normal},
+                                          {"high", Quality::High},
+                                          {"very-high", Quality::VeryHigh},
+                                          {"best", Quality::Best}};
+constexpr Choice<Filter> kFilters[] = {
+    {"normal", Filter::Normal}, {"steep", Filter::Steep}, {"steeper", Filter::Steeper}};
+constexpr Choice<DitherChoice> kDithers[] = {
+    {"auto", DitherChoice::Auto}, {"on", DitherChoice::On}, {"off", DitherChoice::Off}};
+constexpr Choice<DitherMode> kDitherModes[] = {{"rectangular", DitherMode::Rectangular},
+                                               {"triangular", DitherMode::Triangular},
+                                               {"shaped", DitherMode::Shaped}};
+constexpr Choice<HdcdChoice> kHdcds[] = {
+    {"auto", HdcdChoice::Auto}, {"on", HdcdChoice::On}, {"off", HdcdChoice::Off}};
+constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
+constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512", HashKind::Sha512}};
+
+using Text = const std::string &;
+
+constexpr OptionRow kRows[] = {
+    {nullptr, 0, nullptr, "What comes out (as the input, where not given)", nullptr},
+    {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }},
+    {"channels", 'c', "N", "1, 2, 4, 5, 6 (5.1), 7 (6.1) or 8 (7.1)",
+     [](Options &o, Text v) { o.channels = Channels(v); }},
+    {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
+     [](Options &o, Text v) { o.format = Bits(v); }},
+    {"type", 't', "TYPE",
+     "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff or au; without it the type is that of "
+     "OUTPUT's "
+     "extension, or, in a folder, that of the input",
+     [](Options &o, Text v) { o.type = Type(v); }},
+
+    {nullptr, 0, nullptr, "How it is made", nullptr},
+    {"quality", 0, "NAME",
+     "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "
+     "resampler has)",
+     [](Options &o, Text v) { o.quality = Choose(v, kQualities); }},
+    {"filter", 0, "NAME",
+     "resampler's pass band: normal (to 0.91 of the way), steep (0.98) or steeper (0.995)",
+     [](Options &o, Text v) { o.filter = Choose(v, kFilters); }},
+    {"aliasing", 0, nullptr,
+     "allow a little aliasing above the pass band, for a shorter filter (44.1 kHz and up)",
+     [](Options &o, Text) { o.aliasing = true; }},
+    {"dither", 0, "WHEN", "auto (when the sample depth shrinks, the default), on or off",
+     [](Options &o, Text v) { o.dither = Choose(v, kDithers); }},
+    {"dither-mode", 0, "MODE", "rectangular, triangular (high-pass, the default) or shaped (noise shaping)",
+     [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }},
+    {"limiter", 0, "on|off", "turn a mix to fewer channels down for good where it would clip (on)",
+     [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }},
+    {"hdcd", 0, "WHEN",
+     "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
+     "default); decoded "
+     "samples are kept in 24 bits unless --bits says otherwise",
+     [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }},
+    {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
+     [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }},
+
+    {nullptr, 0, nullptr,
+     "What travels beside the audio (text tags, pictures and chapters; WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
+    {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",
+     [](Options &o, Text v) { SetTag(o, v); }},
+    {"cover", 0, "FILE", "put this BMP or JPEG picture (PNG and GIF as they are) on the front cover",
+     [](Options &o, Text v) { o.cover = FileName(v); }},
+    {"cover-size", 0, "N", "scale larger pictures, those of the input too, to fit N by N pixels, as JPEG",
+     [](Options &o, Text v) { o.coverSize = Number(v, 1, 4096); }},
+    {"cover-quality", 0, "N", "JPEG quality of pictures made here, 1 to 100 (90)",
+     [](Options &o, Text v) { o.coverQuality = static_cast<int>(Number(v, 1, 100)); }},
+    {"chapters", 0, "FILE", "chapters: a line each of start time and name, as 0:03:21.5 Second movement",
+     [](Options &o, Text v) { o.chapters = FileName(v); }},
+    {"no-tags", 0, nullptr, "leave the input's tags, pictures and chapters behind",
+     [](Options &o, Text) { o.tags = false; }},
+
+    {nullptr, 0, nullptr, "What is found out on the way", nullptr},
+    {"replaygain", 0, nullptr, "measure loudness and peak, and write the REPLAYGAIN_TRACK tags",
+     [](Options &o, Text) { o.replayGain = true; }},
+    {"true-peak", 0, nullptr, "the same with the peak between the samples (slower)",
+     [](Options &o, Text) { o.replayGain = o.truePeak = true; }},
+    {"hash", 0, "sha256|sha512",
+     "print the digest of the samples written (with --info: of those read): interleaved, little-endian, in "
+     "the file's "
+     "sample format, 8 bit unsigned, 24 bit in 3 bytes; those of MP3, Ogg and Opus are 32 bit float, on "
+     "their way into "
+     "or out of the coder. From 512 MiB of samples on it differs from other programs' digests",
+     [](Options &o, Text v) { o.hash = Choose(v, kHashes); }},
+
+    {nullptr, 0, nullptr, "How the program behaves", nullptr},
+    {"jobs", 'j', "N", "convert N files at a time", [](Options &o, Text v) { o.jobs = Number(v, 1, 256); }},
+    {"info", 'i', nullptr, "tell what each INPUT is, and convert nothing",
+     [](Options &o, Text) { o.command = Command::Info; }},
+    {"json", 0, nullptr, "tell what was done, or what the files are, as one JSON object",
+     [](Options &o, Text) { o.json = true; }},
+    {"quiet", 'q', nullptr, "no progress and no summary", [](Options &o, Text) { o.quiet = true; }},
+    {"version", 'V', nullptr, "print the version", [](Options &o, Text) { o.command = Command::Version; }},
+    {"help", 'h', nullptr, "print this", [](Options &o, Text) { o.command = Command::Help; }},
+};
+
+// Breaks a text into lines of up to `width` characters, all but the first behind `indent` blanks.
+std::string Wrapped(const std::string &text, size_t indent, size_t width)
+{
+    std::string result;
+    size_t column = 0;
+    size_t start = 0;
+    while (start < text.size()) {
+        const size_t end = std::min(text.find(' ', start), text.size());
+        const std::string word = text.substr(start, end - start);
+        if (column > 0 && column + 1 + word.size() > width) {
+            result += "\n" + std::string(indent, ' ');
+            column = 0;
+        }
+        result += (column > 0 ? " " : "") + word;
+        column += (column > 0 ? 1 : 0) + word.size();
+        start = end + 1;
+    }
+    return result;
+}
+
+std::string HelpOfRow(const OptionRow &row)
+{
+    constexpr size_t kColumn = 26;
+    constexpr size_t kWidth = 80;
+    if (!row.name)
+        return "\n" + Wrapped(row.help, 0, kWidth) + ":\n";
+    std::string line = row.letter ? std::string("  -") + row.letter + ", --" : "      --";
+    line += row.name;
+    if (row.argument)
+        line += std::string(" ") + row.argument;
+    if (line.size() + 2 > kColumn)
+        line += "\n" + std::string(kColumn, ' ');
+    else
+        line.resize(kColumn, ' ');
+    return line + Wrapped(row.help, kColumn, kWidth - kColumn) + "\n";
+}
+
+} // namespace
+
+const OptionRow *RowByName(std::string_view name)
+{
+    const auto *row = std::find_if(std::begin(kRows), std::end(kRows), [&](const OptionRow &candidate) {
+        return candidate.name && name == candidate.name;
+    });
+    return row != std::end(kRows) ? row : nullptr;
+}
+
+const OptionRow *RowByLetter(char letter)
+{
+    const auto *row = std::find_if(std::begin(kRows), std::end(kRows),
+                                   [&](const OptionRow &candidate) { return candidate.letter == letter; });
+    return row != std::end(kRows) && letter != 0 ? row : nullptr;
+}
+
+std::string HelpText()
+{
+    std::string text = "Usage: tonekit-convert [options] INPUT OUTPUT\n"
+                       "       tonekit-convert [options] INPUT... FOLDER\n"
+                       "       tonekit-convert --info [options] INPUT...\n"
+                       "\n"
+                       "Converts audio files between rates, channels, sample formats and file types.\n"
+                       "OUTPUT replaces an existing file, but only when it is complete.\n";
+    for (const OptionRow &row : kRows)
+        text += HelpOfRow(row);
+    text += "\nExit status: 0 all done, 1 a file could not be converted, 2 wrong usage.\n";
+    return text;
+}
+
+const char *NameOf(Quality quality)
+{
+    const auto *row = std::find_if(std::begin(kQualities), std::end(kQualities),
+                                   [&](const Choice<Quality> &choice) { return choice.value == quality; });
+    return row->name;
+}
+
+const char *NameOf(HashKind kind)
+{
+    return kind == HashKind::Sha256 ? "sha256" : "sha512";
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,23 @@
+// option_table.h: the one table of options, from which the command line is read and the help is made.
+#pragma once
+
+#include "host/options.h"
+
+#include <string>
+#include <string_view>
+
+namespace tonekit::host {
+
+struct OptionRow {
+    const char *name;     // after "--"; null: `help` is a heading
+    char letter;          // after "-"; 0 for none
+    const char *argument; // as help shows it; null for none
+    const char *help;
+    void (*apply)(Options &options, const std::string &value);
+};
+
+// The row of an option; null if there is none.
+const OptionRow *RowByName(std::string_view name);
+const OptionRow *RowByLetter(char letter);
+
+} // namespace tonekit::host

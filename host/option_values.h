@@ -1,0 +1,45 @@
+// option_values.h: reads the values that options take from their text.
+#pragma once
+
+#include "host/failure.h"
+#include "host/options.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace tonekit::host {
+
+// Every function throws UsageError where the text is no such value, with the end of a sentence that begins
+// with the option's name.
+
+template <class Value>
+struct Choice {
+    const char *name;
+    Value value;
+};
+
+template <class Value, size_t N>
+Value Choose(const std::string &text, const Choice<Value> (&choices)[N])
+{
+    std::string names;
+    for (const Choice<Value> &choice : choices) {
+        if (text == choice.name)
+            return choice.value;
+        names += (names.empty() ? "" : ", ") + std::string(choice.name);
+    }
+    throw UsageError("must be one of: " + names);
+}
+
+uint32_t Number(const std::string &text, uint32_t lowest, uint32_t highest);
+// Hertz, or kilohertz with a k after the number: 44100, 44.1k
+uint32_t Rate(const std::string &text);
+uint32_t Channels(const std::string &text);
+SampleFormat Bits(const std::string &text);
+// A container by any of its extensions, with or without the dot.
+ContainerKind Type(const std::string &text);
+// KEY=VALUE into the options; the last value given for a key is the one that counts.
+void SetTag(Options &options, const std::string &text);
+std::string FileName(const std::string &text);
+
+} // namespace tonekit::host
