@@ -14,6 +14,9 @@ static_assert(kSamplePeakMode == 21 && kTruePeakMode == 53);
 // Below this libebur128 sizes its buffer for too few blocks and writes past its end.
 constexpr uint32_t kLeastRate = 100;
 
+// From here on libebur128 needs no interpolator for the true peak.
+constexpr uint32_t kRateWithoutInterpolator = 192000;
+
 // The value, in dB, of a track at 0 LUFS.
 constexpr double kReferenceLoudness = -18.0;
 
@@ -43,26 +46,37 @@ void MapChannels(ebur128_state *ebur128, uint32_t channels)
     }
 }
 
-ReplayGainState *NewState(uint32_t channels, uint32_t sampleRate, bool truePeak)
-{
-    auto *state = static_cast<ReplayGainState *>(tonekit::Allocate(sizeof(ReplayGainState)));
-    state->samples_seen = 0;
-    state->use_true_peak = truePeak;
-    state->channels = channels;
-    state->ebur128 = nullptr;
-    if (sampleRate >= kLeastRate)
-        state->ebur128 = ebur128_init(channels, sampleRate, truePeak ? kTruePeakMode : kSamplePeakMode);
-    if (state->ebur128 != nullptr)
-        MapChannels(state->ebur128, channels);
-    return state;
-}
-
 bool ChangeParameters(ebur128_state *ebur128, uint32_t channels, uint32_t sampleRate)
 {
     if (sampleRate < kLeastRate)
         return false;
     const int result = ebur128_change_parameters(ebur128, channels, sampleRate);
     return result == EBUR128_SUCCESS || result == EBUR128_ERROR_NO_CHANGE;
+}
+
+// A state of the library, or null if it refuses the format or has no memory. Where the last allocation of
+// ebur128_init fails it forgets those of its interpolator. A change forgets nothing, and leaves the same
+// state as an init with the new format. So what needs an interpolator begins without one.
+ebur128_state *NewLibraryState(uint32_t channels, uint32_t sampleRate, int mode)
+{
+    if (sampleRate >= kRateWithoutInterpolator)
+        return ebur128_init(channels, sampleRate, mode);
+    ebur128_state *ebur128 = ebur128_init(1, kRateWithoutInterpolator, mode);
+    if (ebur128 != nullptr && !ChangeParameters(ebur128, channels, sampleRate))
+        ebur128_destroy(&ebur128); // leaves null
+    return ebur128;
+}
+
+ReplayGainState *NewState(uint32_t channels, uint32_t sampleRate, bool truePeak)
+{
+    auto *state = static_cast<ReplayGainState *>(tonekit::Allocate(sizeof(ReplayGainState)));
+    state->samples_seen = 0;
+    state->use_true_peak = truePeak;
+    state->channels = channels;
+    state->ebur128 = NewLibraryState(channels, sampleRate, truePeak ? kTruePeakMode : kSamplePeakMode);
+    if (state->ebur128 != nullptr)
+        MapChannels(state->ebur128, channels);
+    return state;
 }
 
 } // namespace

@@ -1,0 +1,34 @@
+// every_allocation.h: runs a piece of work once for each of its allocations, which fails.
+#pragma once
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <new>
+
+#include "tests/support/process_heap.h"
+
+namespace tonekit {
+
+// Runs the work with its first allocation failing, with its second, and so on, until there is none left to
+// fail; those of the libraries that it calls count too. std::bad_alloc may end the work, and nothing else,
+// and no block may stay behind. Gives the number of allocations.
+template <class Work>
+std::uint64_t FailEachInTurn(Work work)
+{
+    work(); // what is kept for the process, such as the C library's tables, is there from now on
+    for (std::uint64_t n = 1;; ++n) {
+        const std::int64_t live = process_heap::Live();
+        process_heap::Fail(n);
+        try {
+            work();
+        } catch (const std::bad_alloc &) {
+        }
+        process_heap::Fail(0);
+        const std::int64_t left = process_heap::Live() - live;
+        EXPECT_EQ(left, 0) << "blocks are left after failure " << n;
+        if (!process_heap::HasFailed())
+            return n - 1;
+    }
+}
+
+} // namespace tonekit
