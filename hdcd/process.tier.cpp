@@ -84,7 +84,7 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
 std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t count, bool heard)
 {
     HdcdChannelState *channels = decoder->channel;
-    if (decoder->analyze_mode != 0)
+    if (decoder->analyze_mode != 0 && count >= 1) // an empty block may be null
         for (int i = 0; i < 2; ++i)
             PrepareAnalysis(&channels[i], samples + i, count, 2);
     LinkedBlock block{};

@@ -130,6 +130,20 @@ TEST(HdcdInterface, EmptyAndNegativeBlocksChangeNothing)
     EXPECT_EQ(reference::HdcdDifferences(*decoder, before), Names{});
 }
 
+// A sanitizer sees what is computed from the null pointer.
+TEST(HdcdInterface, EmptyBlockAtNoAddressChangesNothingInAnyMode)
+{
+    for (std::uint32_t mode = 0; mode < 7; ++mode)
+        for (const std::uint32_t linked : {0u, 1u}) {
+            const OwnedDecoder decoder = NewDecoder();
+            decoder->linked = linked;
+            hdcd_set_analyze_mode(decoder.get(), mode);
+            const HdcdDecoder before = *decoder;
+            hdcd_process(decoder.get(), nullptr, 0);
+            EXPECT_EQ(reference::HdcdDifferences(*decoder, before), Names{});
+        }
+}
+
 TEST(HdcdInterface, IndependentChannelsEachFollowTheirOwnTarget)
 {
     const OwnedDecoder decoder = NewDecoder();
