@@ -10,7 +10,6 @@ target_compile_options(tonekit_settings INTERFACE
     -fvisibility=hidden
     $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
     $<$<BOOL:${TONEKIT_WERROR}>:-Werror>)
-target_compile_definitions(tonekit_settings INTERFACE TONEKIT_VERSION="${PROJECT_VERSION}")
 
 # What the compiler's runtime consists of on Windows.
 set(TONEKIT_WINDOWS_RUNTIME libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
@@ -88,7 +87,8 @@ function(tonekit_add_library)
     endforeach()
 
     add_library(tonekit SHARED $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})
-    set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINKER_LANGUAGE CXX)
+    set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINKER_LANGUAGE CXX
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     target_include_directories(tonekit INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
         $<BUILD_INTERFACE:${TONEKIT_GENERATED}/include>
         $<INSTALL_INTERFACE:include>)

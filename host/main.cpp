@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include <tonekit/frame.h>
+
 namespace tonekit::host {
 
 namespace {
@@ -60,7 +62,7 @@ int Run(const Options &options)
         Print(stdout, HelpText());
         return 0;
     case Command::Version:
-        Print(stdout, "tonekit-convert " TONEKIT_VERSION "\n");
+        Print(stdout, "tonekit-convert " TONEKIT_VERSION_STRING "\n");
         return 0;
     case Command::Info:
         return Inform(options);

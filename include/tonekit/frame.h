@@ -13,6 +13,13 @@
     #endif
 #endif
 
+/** The version of these headers. A library with the same major number serves every program that was built
+ * with this one or an earlier one; the build system reads its version here. */
+#define TONEKIT_VERSION_MAJOR 1
+#define TONEKIT_VERSION_MINOR 0
+#define TONEKIT_VERSION_PATCH 0
+#define TONEKIT_VERSION_STRING "1.0.0"
+
 /** Marks an exported function. */
 #ifdef _WIN32
     #define TONEKIT_API
