@@ -13,6 +13,11 @@ namespace {
 constexpr uint64_t kFourGiB = (uint64_t{1} << 32) - (uint64_t{16} << 20);
 constexpr uint32_t kAnyRate = 2'000'000;
 
+// Full scale is 1. LAME's assertions end the process some way beyond 10^6, and the spectrum of what is far
+// louder than music drowns in itself; +24 dB is more than any mix needs. libopus clips at 2 by itself.
+constexpr double kLoudest = 16;
+constexpr double kLoudestOfOpus = 2;
+
 constexpr int kMp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
 
 std::vector<Container> MakeTable()
@@ -31,9 +36,9 @@ std::vector<Container> MakeTable()
     return {
         {Kind::Wav,    "WAV",        {"wav", "wave"},         SF_FORMAT_WAV,  all,    false, Tags::Wav,    kFourGiB, 8, {},        kAnyRate},
         {Kind::Flac,   "FLAC",       {"flac"},                SF_FORMAT_FLAC, flac,   false, Tags::Flac,   0,        8, {},        655350},
-        {Kind::Mp3,    "MP3",        {"mp3"},                 kMp3,           coded,  true,  Tags::Mpeg,   0,        2, mp3Rates,  48000},
-        {Kind::Vorbis, "Ogg Vorbis", {"ogg", "oga"},          kVorbis,        coded,  true,  Tags::Vorbis, 0,        8, {},        192000},
-        {Kind::Opus,   "Opus",       {"opus"},                kOpus,          coded,  true,  Tags::Opus,   0,        8, opusRates, 48000},
+        {Kind::Mp3,    "MP3",        {"mp3"},                 kMp3,           coded,  true,  Tags::Mpeg,   0,        2, mp3Rates,  48000, kLoudest},
+        {Kind::Vorbis, "Ogg Vorbis", {"ogg", "oga"},          kVorbis,        coded,  true,  Tags::Vorbis, 0,        8, {},        192000, kLoudest},
+        {Kind::Opus,   "Opus",       {"opus"},                kOpus,          coded,  true,  Tags::Opus,   0,        8, opusRates, 48000, kLoudestOfOpus},
         {Kind::W64,    "W64",        {"w64"},                 SF_FORMAT_W64,  all,    false, Tags::None,   0,        8, {},        kAnyRate},
         {Kind::Rf64,   "RF64",       {"rf64"},                SF_FORMAT_RF64, all,    false, Tags::None,   0,        8, {},        kAnyRate},
         {Kind::Caf,    "CAF",        {"caf"},                 SF_FORMAT_CAF,  all,    false, Tags::None,   0,        8, {},        kAnyRate},

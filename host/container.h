@@ -26,6 +26,7 @@ struct Container {
     uint32_t maxChannels;
     std::vector<uint32_t> rates; // all that it takes, rising; empty: any from 1 to maxRate
     uint32_t maxRate;
+    double loudest = 0; // magnitude of samples that its coder takes; 0: no coder that minds
 };
 
 // All containers, in the order in which help lists them.

@@ -11,10 +11,12 @@
 #include "host/platform.h"
 #include "host/safe_output.h"
 #include "host/sample_digest.h"
+#include "host/sample_guard.h"
 #include "host/stream_converter.h"
 #include "host/tag_transfer.h"
 
 #include <chrono>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -125,7 +127,14 @@ private:
     // Sends all samples through.
     void Pump(ResultTaps &taps)
     {
-        const FrameSink sink = [&](const void *samples, uint32_t frames) { taps.Take(samples, frames); };
+        // A number that is none would spoil a whole stretch in the resampler already.
+        const double loudest = plan_.container->loudest;
+        SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
+        SampleGuard after(plan_.target.sample, loudest);
+        const FrameSink sink = [&](const void *samples, uint32_t frames) {
+            taps.Take(loudest > 0 ? after.Guarded(samples, size_t{frames} * plan_.target.channels) : samples,
+                      frames);
+        };
         std::optional<StreamConverter> converter;
         std::optional<HdcdStream> hdcd;
         if (!plan_.copySamples)
@@ -137,6 +146,8 @@ private:
         uint64_t done = 0;
         while (const uint32_t frames = reader_.Read(block.data(), kReadFrames)) {
             const void *samples = block.data();
+            if (loudest > 0)
+                samples = before.Guarded(samples, size_t{frames} * plan_.source.channels);
             if (hdcd)
                 samples = hdcd->Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
             if (converter)
@@ -149,6 +160,9 @@ private:
         if (converter)
             converter->Finish(sink);
         report_.input.frames = done;
+        if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
+            report_.warnings.push_back(Utf8Name(job_.output) + ": " +
+                                       GuardText(silenced, after.clamped(), loudest));
     }
 
     void ReportProgress(uint64_t done)

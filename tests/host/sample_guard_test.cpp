@@ -1,0 +1,63 @@
+// sample_guard_test.cpp: which samples the guard changes, and that it changes no other.
+#include "host/sample_guard.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace tonekit::host {
+namespace {
+
+template <class Sample>
+class SampleGuardOf : public testing::Test {};
+using Floats = testing::Types<float, double>;
+TYPED_TEST_SUITE(SampleGuardOf, Floats);
+
+template <class Sample>
+constexpr SampleFormat kFormat = sizeof(Sample) == 4 ? SampleFormat::Float32 : SampleFormat::Float64;
+
+TYPED_TEST(SampleGuardOf, HandsGoodSamplesThroughUntouched)
+{
+    const TypeParam samples[] = {0, TypeParam(-0.0), 16, -16, std::numeric_limits<TypeParam>::denorm_min()};
+    SampleGuard guard(kFormat<TypeParam>, 16);
+    EXPECT_EQ(guard.Guarded(samples, 5), samples);
+    EXPECT_EQ(guard.silenced(), 0u);
+    EXPECT_EQ(guard.clamped(), 0u);
+}
+
+TYPED_TEST(SampleGuardOf, MendsAndCountsTheOthers)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const TypeParam above = std::nextafter(TypeParam(16), TypeParam(17));
+    const TypeParam samples[] = {TypeParam(0.5), Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
+                                 above,          -Limits::max(),      TypeParam(-0.0)};
+    const TypeParam mended[] = {TypeParam(0.5), 0, 0, 0, 16, -16, TypeParam(-0.0)};
+    SampleGuard guard(kFormat<TypeParam>, 16);
+    const void *const result = guard.Guarded(samples, 7);
+    EXPECT_EQ(std::memcmp(result, mended, sizeof(mended)), 0);
+    EXPECT_EQ(guard.silenced(), 3u);
+    EXPECT_EQ(guard.clamped(), 2u);
+    guard.Guarded(samples, 7);
+    EXPECT_EQ(guard.silenced(), 6u);
+    EXPECT_EQ(guard.clamped(), 4u);
+}
+
+TEST(SampleGuard, LeavesIntegersAlone)
+{
+    const uint32_t noNumber = 0x7FC00000; // as a float
+    SampleGuard guard(SampleFormat::Int32, 1);
+    EXPECT_EQ(guard.Guarded(&noNumber, 1), &noNumber);
+    EXPECT_EQ(guard.silenced(), 0u);
+}
+
+TEST(SampleGuard, TellsWhatItDid)
+{
+    EXPECT_EQ(GuardText(1, 0, 16), "1 sample that is no finite number became 0");
+    EXPECT_EQ(GuardText(3, 1, 16),
+              "3 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that");
+    EXPECT_EQ(GuardText(0, 2, 2), "2 samples louder than 2.0 became that");
+}
+
+} // namespace
+} // namespace tonekit::host
