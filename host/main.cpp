@@ -81,6 +81,7 @@ void Complain(const std::string &text)
 
 int Main(int argc, char **argv)
 {
+    KeepStandardStreams();
     try {
         const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
         if (std::ferror(stdout))

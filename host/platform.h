@@ -53,6 +53,10 @@ std::filesystem::path ComparableName(const std::filesystem::path &path);
 // Tells whether an existing file may be written by this user.
 bool MayWrite(const std::filesystem::path &path);
 
+// Makes sure that standard input, output and error are there, before any file is opened: where the caller
+// closed one, the next file would get its number, and messages would go into the audio.
+void KeepStandardStreams();
+
 // The arguments behind the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);

@@ -155,6 +155,16 @@ bool MayWrite(const std::filesystem::path &path)
     return access(path.c_str(), W_OK) == 0;
 }
 
+void KeepStandardStreams()
+{
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The null device, opened the wrong way round, so that writing fails as it does on a closed stream.
+        const int mode = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (fcntl(number, F_GETFD) < 0 && errno == EBADF && open("/dev/null", mode) != number)
+            _exit(EXIT_FAILURE); // nowhere to say why
+    }
+}
+
 std::vector<std::string> Utf8Arguments(int argc, char **argv)
 {
     return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();

@@ -224,6 +224,11 @@ bool MayWrite(const std::filesystem::path &path)
     return _waccess(path.c_str(), 2) == 0;
 }
 
+void KeepStandardStreams()
+{
+    // The C library never hands their numbers to other files.
+}
+
 std::vector<std::string> Utf8Arguments(int, char **)
 {
     int count = 0;

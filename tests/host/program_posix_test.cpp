@@ -49,6 +49,23 @@ TEST_F(Failures, OfAnInterrupt)
     }
 }
 
+TEST_F(Failures, NeverGoIntoTheAudioWhereTheStandardStreamsAreClosed)
+{
+    WriteSound(folder / "b.wav", Noise(kWav16, 44100, 2, 50000, 2));
+    WriteText(folder / "bad.wav", "not audio");
+    const Circumstances closed = {.closedStreams = true};
+    fs::create_directory(folder / "out");
+    // A summary and a complaint would have been said, and couldn't be.
+    EXPECT_EQ(
+        RunHostUnder(closed, {folder / "good.wav", folder / "bad.wav", folder / "b.wav", folder / "out"})
+            .status,
+        1);
+    EXPECT_EQ(RunHostUnder(closed, {"-q", folder / "good.wav", folder / "quiet.wav"}).status, 0);
+    EXPECT_EQ(ReadText(folder / "out/good.wav"), ReadText(folder / "good.wav"));
+    EXPECT_EQ(ReadText(folder / "out/b.wav"), ReadText(folder / "b.wav"));
+    EXPECT_EQ(ReadText(folder / "quiet.wav"), ReadText(folder / "good.wav"));
+}
+
 TEST_F(Failures, OfOutputsThatAreNoFiles)
 {
     ExpectFailure(1, "", {folder / "good.wav", "/proc/out.wav"});

@@ -23,6 +23,10 @@ namespace {
         const rlimit limit{circumstances.fileSizeLimit, circumstances.fileSizeLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (circumstances.closedStreams) {
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            close(stream);
+    }
     if (!circumstances.locale.empty())
         setenv("LC_ALL", circumstances.locale.c_str(), 1);
     std::vector<char *> argv = {const_cast<char *>("tonekit-convert")};

@@ -9,8 +9,9 @@ struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file stands in `watchedFolder`
     std::string watchedFolder = {};
-    std::string locale = {}; // LC_ALL; empty: as it is
-    long *peakKiB = nullptr; // gets the most memory that the program held at once
+    std::string locale = {};    // LC_ALL; empty: as it is
+    bool closedStreams = false; // standard input, output and error aren't there; `out` and `err` stay empty
+    long *peakKiB = nullptr;    // gets the most memory that the program held at once
 };
 
 Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::string> &arguments);
