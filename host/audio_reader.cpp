@@ -110,7 +110,10 @@ std::string NameOfType(int format)
 
 } // namespace
 
-AudioReader::AudioReader(const fs::path &path) : path_(path)
+AudioReader::AudioReader(const fs::path &path) : AudioReader(path, Utf8Name(path)) {}
+
+AudioReader::AudioReader(const fs::path &path, const std::string &shownName)
+    : path_(path), shownName_(shownName)
 {
     CheckPath();
     Open();
@@ -118,7 +121,7 @@ AudioReader::AudioReader(const fs::path &path) : path_(path)
 
 void AudioReader::Fail(const std::string &what) const
 {
-    throw Failure(Utf8Name(path_) + ": " + what);
+    throw Failure(shownName_ + ": " + what);
 }
 
 void AudioReader::CheckPath() const

@@ -17,6 +17,8 @@ class AudioReader {
 public:
     // Opens the file and makes sure that it holds audio, all of it, in at most 8 channels.
     explicit AudioReader(const std::filesystem::path &path);
+    // The same for a file that messages call by another name.
+    AudioReader(const std::filesystem::path &path, const std::string &shownName);
 
     const AudioFormat &format() const { return format_; }
     // The number of frames that the file promises; 0 if it doesn't say.
@@ -44,6 +46,7 @@ private:
     void CheckEnd();
 
     std::filesystem::path path_;
+    std::string shownName_;
     SoundStream stream_;
     AudioFormat format_;
     uint64_t frames_ = 0;

@@ -1,6 +1,7 @@
 // audio_writer.cpp: audio files through libsndfile, sample for sample.
 #include "host/audio_writer.h"
 
+#include "host/aiff_lengths.h"
 #include "host/channel_layout.h"
 #include "host/failure.h"
 
@@ -40,7 +41,7 @@ void NameLoudspeakers(SNDFILE *handle, uint32_t channels)
 
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
                          const AudioFormat &format)
-    : shownName_(shownName), format_(format),
+    : shownName_(shownName), format_(format), kind_(container.kind),
       vorbisOrder_(container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus),
       bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
 {
@@ -117,10 +118,14 @@ void AudioWriter::Write(const void *samples, uint32_t frames)
         break;
     }
     CheckStored(stored, frames);
+    frames_ += frames;
 }
 
 void AudioWriter::Finish()
 {
+    stream_.Stop();
+    if (kind_ == ContainerKind::Aiff && !stream_.error())
+        stream_.Note(MendAiffLengths(stream_.file(), frames_, format_.FrameBytes()));
     stream_.Finish();
     CheckStored(0, 0);
 }

@@ -31,7 +31,9 @@ private:
     std::string shownName_;
     SoundStream stream_;
     AudioFormat format_;
+    ContainerKind kind_;
     bool vorbisOrder_;
+    uint64_t frames_ = 0;
     uint64_t bytesLeft_;          // that the container has room for
     std::vector<int32_t> wide_;   // samples of 8 and 24 bits as libsndfile takes them
     std::vector<uint8_t> turned_; // frames in the container's channel order

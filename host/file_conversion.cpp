@@ -98,6 +98,7 @@ public:
         DescribeResult();
         taps.Tell(report_);
         AddTags(output.temporary());
+        CheckResult(output.temporary());
         if (InterruptNoted())
             throw Interrupted();
         output.Commit();
@@ -181,6 +182,20 @@ private:
             throw Failure(report_.input.path + ": can't be converted from " +
                           std::to_string(plan_.source.rate) + " to " + std::to_string(plan_.target.rate) +
                           " Hz");
+    }
+
+    // Reads back what the finished file says of itself. Coders may count otherwise.
+    void CheckResult(const std::filesystem::path &written)
+    {
+        const StreamReport &result = report_.output;
+        if (result.lossy || result.frames == 0)
+            return;
+        const AudioReader reader(written, result.path);
+        if (reader.frames() != result.frames || reader.format() != result.format)
+            throw Failure(result.path + ": the finished file says " + std::to_string(reader.frames()) +
+                          " frames of " + NameOf(reader.format()) + " instead of " +
+                          std::to_string(result.frames) + " of " + NameOf(result.format) +
+                          ", so it is not kept");
     }
 
     void AddTags(const std::filesystem::path &written)

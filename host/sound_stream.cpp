@@ -62,8 +62,7 @@ sf_count_t Write(const void *data, sf_count_t count, void *user)
 
 SoundStream::~SoundStream()
 {
-    if (handle_)
-        sf_close(handle_);
+    Stop();
 }
 
 void SoundStream::Start(int mode, SF_INFO &info)
@@ -72,11 +71,16 @@ void SoundStream::Start(int mode, SF_INFO &info)
     handle_ = sf_open_virtual(&io, mode, &info, this);
 }
 
-void SoundStream::Finish()
+void SoundStream::Stop()
 {
     if (handle_)
         sf_close(handle_);
     handle_ = nullptr;
+}
+
+void SoundStream::Finish()
+{
+    Stop();
     Note(file_.Close());
 }
 

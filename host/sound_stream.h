@@ -21,7 +21,9 @@ public:
     File &file() { return file_; }
     // Starts libsndfile on the open file; on failure handle() is null.
     void Start(int mode, SF_INFO &info);
-    // Lets libsndfile write what it still holds and closes the file.
+    // Lets libsndfile write what it still holds; the file stays open.
+    void Stop();
+    // The same, and closes the file.
     void Finish();
 
     SNDFILE *handle() const { return handle_; }

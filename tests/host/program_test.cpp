@@ -291,6 +291,24 @@ TEST(Program, InfoTellsWhatAFileIs)
                                                              "  HDCD        no\n");
 }
 
+// In all types, with what each reader of the file makes of it.
+TEST(Program, OddNumbersOfOddFramesComeBack)
+{
+    TemporaryFolder folder;
+    for (const int subtype : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
+        for (const int channels : {1, 3}) {
+            const Sound sound = Noise(SF_FORMAT_WAV | subtype, 44100, channels, 4099);
+            WriteSound(folder / "a.wav", sound);
+            for (const char *name : {"b.wav", "b.w64", "b.rf64", "b.caf", "b.aiff", "b.au", "b.flac"}) {
+                Convert({"--set", "title=Odd", folder / "a.wav", folder / name});
+                EXPECT_EQ(ReadSound(folder / name).samples, sound.samples) << name << " " << channels;
+                Convert({folder / name, folder / "c.wav"});
+                EXPECT_EQ(ReadSound(folder / "c.wav").samples, sound.samples) << name << " " << channels;
+            }
+        }
+    }
+}
+
 TEST(Program, JsonIsOneObjectOfWhatWasDone)
 {
     TemporaryFolder folder;

@@ -149,6 +149,31 @@ TEST(AudioWriter, GivesEqualFilesForEqualFloats)
     EXPECT_EQ(test::ReadText(folder / "out.wav").find("PEAK"), std::string::npos);
 }
 
+// libsndfile's own count includes the byte that fills an odd number up.
+TEST(AudioWriter, SaysTheFramesOfAnOddNumberOfBytesRight)
+{
+    TemporaryFolder folder;
+    for (const auto &[sample, channels] : {std::pair{Int8, 1u}, {Int8, 3u}, {Int24, 1u}, {Int24, 3u}}) {
+        const AudioFormat format{sample, channels, 8000};
+        const std::vector<uint8_t> samples(5 * format.FrameBytes(), 0x11);
+        const std::string name = folder / "a.aiff";
+        std::filesystem::remove(name);
+        File file;
+        ASSERT_FALSE(file.CreateNew(name));
+        AudioWriter writer(std::move(file), name, ContainerOf(ContainerKind::Aiff), format);
+        writer.Write(samples.data(), 5);
+        writer.Finish();
+        const std::string bytes = test::ReadText(name);
+        EXPECT_EQ(bytes.substr(12, 4), "COMM");
+        EXPECT_EQ(bytes.substr(22, 4), std::string("\0\0\0\5", 4));
+        const size_t start = bytes.find("SSND");
+        ASSERT_NE(start, std::string::npos);
+        EXPECT_EQ(bytes[start + 7], static_cast<char>(8 + samples.size()));
+        EXPECT_EQ(bytes.size(), start + 16 + samples.size() + samples.size() % 2);
+        EXPECT_EQ(test::ReadSound(name).Frames(), 5u);
+    }
+}
+
 TEST(AudioWriter, FailsWhereTheContainersSizesEnd)
 {
     // An input that doesn't say how long it is may turn out too long.
