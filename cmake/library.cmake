@@ -37,8 +37,9 @@ endfunction()
 function(tonekit_package name)
     find_package(PkgConfig REQUIRED)
     string(MAKE_C_IDENTIFIER ${name} prefix)
-    pkg_check_modules(${prefix} REQUIRED IMPORTED_TARGET GLOBAL ${name})
-    tonekit_dependency(PkgConfig::${prefix})
+    pkg_check_modules(TONEKIT_${prefix} REQUIRED IMPORTED_TARGET GLOBAL ${name})
+    tonekit_dependency(PkgConfig::TONEKIT_${prefix})
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_PACKAGES ${name})
 endfunction()
 
 # An ELF library exports what the version script names, under one version, and calls itself without detours.
@@ -67,8 +68,10 @@ function(tonekit_link_for_windows)
         file(COPY_FILE ${file} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ONLY_IF_DIFFERENT)
         list(APPEND runtime ${file})
     endforeach()
-    install(FILES ${runtime} DESTINATION ${CMAKE_INSTALL_BINDIR})
-    install(FILES ${TONEKIT_GENERATED}/tonekit.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    if(TONEKIT_INSTALL)
+        install(FILES ${runtime} DESTINATION ${CMAKE_INSTALL_BINDIR})
+        install(FILES ${TONEKIT_GENERATED}/tonekit.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    endif()
 endfunction()
 
 # Makes libtonekit.so or tonekit.dll, and tonekit_internal: the same objects for tests and benchmarks that reach inside.
@@ -87,6 +90,7 @@ function(tonekit_add_library)
     endforeach()
 
     add_library(tonekit SHARED $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})
+    add_library(tonekit::tonekit ALIAS tonekit)
     set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINKER_LANGUAGE CXX
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     target_include_directories(tonekit INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
