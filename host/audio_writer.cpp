@@ -40,7 +40,7 @@ void NameLoudspeakers(SNDFILE *handle, uint32_t channels)
 } // namespace
 
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
-                         const AudioFormat &format)
+                         const AudioFormat &format, const EncoderSettings &settings)
     : shownName_(shownName), format_(format), kind_(container.kind),
       vorbisOrder_(container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus),
       bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
@@ -56,6 +56,8 @@ AudioWriter::AudioWriter(File file, const std::string &shownName, const Containe
         Fail(std::string(container.name) + " can't be written (" + SoundFileError(nullptr) + ")");
     // The peak chunk carries the time of day, so that equal runs would give unequal files.
     sf_command(stream_.handle(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    if (!ApplySettings(stream_.handle(), container, format, settings))
+        Fail(std::string(container.name) + " can't be written with " + NameOf(settings));
     if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX)
         NameLoudspeakers(stream_.handle(), format.channels);
 }

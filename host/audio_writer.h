@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/container.h"
+#include "host/encoder_settings.h"
 #include "host/sound_stream.h"
 
 #include <cstdint>
@@ -16,7 +17,7 @@ class AudioWriter {
 public:
     // Begins an audio file in `file`, which is new and empty. `shownName` is for messages.
     AudioWriter(File file, const std::string &shownName, const Container &container,
-                const AudioFormat &format);
+                const AudioFormat &format, const EncoderSettings &settings = {});
 
     // Writes frames in the format given above, channels in the converter's order. Fails where the container's
     // sizes end.

@@ -89,7 +89,8 @@ public:
     {
         const auto start = std::chrono::steady_clock::now();
         SafeOutput output(job_.output);
-        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target);
+        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target,
+                           plan_.encoder);
         ResultTaps taps(options_, plan_.target, writer);
         Pump(taps);
         CheckLength(taps.frames());
@@ -217,6 +218,7 @@ private:
         report_.output = {Utf8Name(job_.output),  plan_.container->name, "",
                           plan_.container->lossy, plan_.target,          0};
         report_.quality = options_.quality;
+        report_.encoder = plan_.encoder;
         report_.resampled = plan_.source.rate != plan_.target.rate;
         report_.dithered = plan_.dither;
         report_.hdcdDecoded = plan_.decodeHdcd;

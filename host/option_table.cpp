@@ -41,6 +41,14 @@ constexpr OptionRow kRows[] = {
      "extension, or, in a folder, that of the input",
      [](Options &o, Text v) { o.type = Type(v); }},
 
+    {"bitrate", 0, "RATE",
+     "bit rate: 192k, or 192000; of MP3 a constant one, of Opus the one that its variable rate aims at",
+     [](Options &o, Text v) { o.encoder.bitRate = BitRate(v); }},
+    {"vbr", 0, "N", "quality of MP3 and Ogg Vorbis with a variable bit rate, from 0 (smallest) to 10 (best)",
+     [](Options &o, Text v) { o.encoder.vbrQuality = VbrQuality(v); }},
+    {"compression", 0, "N", "FLAC's compression level, from 0 (fastest) to 8 (smallest)",
+     [](Options &o, Text v) { o.encoder.compression = Number(v, 0, 8); }},
+
     {nullptr, 0, nullptr, "How it is made", nullptr},
     {"quality", 0, "NAME",
      "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <string_view>
 
 namespace tonekit::host {
@@ -13,11 +14,26 @@ namespace {
 
 constexpr uint32_t kLowestRate = 1000;
 constexpr uint32_t kHighestRate = 1'536'000;
+// From the lowest of all coders to the highest: eight channels of Opus.
+constexpr uint32_t kLowestBitRate = 1000;
+constexpr uint32_t kHighestBitRate = 2'048'000;
 
 bool EqualKeys(const std::string &a, const std::string &b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+// A number that isn't negative, or thousands with a k after it; nothing if the text is something else.
+std::optional<double> NumberWithKilo(const std::string &text)
+{
+    double number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+    const std::string_view rest(stop, static_cast<size_t>(end - stop));
+    if (error != std::errc() || (!rest.empty() && rest != "k" && rest != "K"))
+        return std::nullopt;
+    return rest.empty() ? number : std::round(number * 1e6) / 1e3;
 }
 
 } // namespace
@@ -35,18 +51,31 @@ uint32_t Number(const std::string &text, uint32_t lowest, uint32_t highest)
 
 uint32_t Rate(const std::string &text)
 {
-    double hertz = 0;
-    const char *const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, hertz, std::chars_format::fixed);
-    const std::string_view rest(stop, static_cast<size_t>(end - stop));
-    if (rest == "k" || rest == "K")
-        hertz = std::round(hertz * 1e6) / 1e3;
-    else if (!rest.empty())
-        hertz = 0;
-    if (error != std::errc() || hertz != std::floor(hertz) || hertz < kLowestRate || hertz > kHighestRate)
+    const std::optional<double> hertz = NumberWithKilo(text);
+    if (!hertz || *hertz != std::floor(*hertz) || *hertz < kLowestRate || *hertz > kHighestRate)
         throw UsageError("must be a rate from " + std::to_string(kLowestRate) + " to " +
                          std::to_string(kHighestRate) + " Hz, such as 48000 or 44.1k");
-    return static_cast<uint32_t>(hertz);
+    return static_cast<uint32_t>(*hertz);
+}
+
+uint32_t BitRate(const std::string &text)
+{
+    const std::optional<double> bits = NumberWithKilo(text);
+    if (!bits || *bits != std::floor(*bits) || *bits < kLowestBitRate || *bits > kHighestBitRate)
+        throw UsageError("must be a bit rate from 1k to 2048k, such as 192k or 192000");
+    return static_cast<uint32_t>(*bits);
+}
+
+double VbrQuality(const std::string &text)
+{
+    double quality = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, quality, std::chars_format::fixed);
+    const double tenths = quality * 10;
+    if (error != std::errc() || stop != end || !(tenths >= 0 && tenths <= 100) ||
+        std::abs(tenths - std::round(tenths)) > 1e-9)
+        throw UsageError("must be a quality from 0 to 10, such as 8 or 7.5");
+    return std::round(tenths) / 10;
 }
 
 uint32_t Channels(const std::string &text)

@@ -34,6 +34,10 @@ Value Choose(const std::string &text, const Choice<Value> (&choices)[N])
 uint32_t Number(const std::string &text, uint32_t lowest, uint32_t highest);
 // Hertz, or kilohertz with a k after the number: 44100, 44.1k
 uint32_t Rate(const std::string &text);
+// Bits a second, or kilobits with a k after the number: 192000, 192k
+uint32_t BitRate(const std::string &text);
+// 0 to 10, in tenths.
+double VbrQuality(const std::string &text);
 uint32_t Channels(const std::string &text);
 SampleFormat Bits(const std::string &text);
 // A container by any of its extensions, with or without the dot.

@@ -35,6 +35,7 @@ public:
             else
                 ShortOptions(argument);
         }
+        CheckTogether();
         ShareOutNames();
         return options_;
     }
@@ -79,6 +80,13 @@ private:
             }
             Apply(*row, options_, "");
         }
+    }
+
+    // What single options can't know.
+    void CheckTogether() const
+    {
+        if (options_.encoder.bitRate && options_.encoder.vbrQuality)
+            throw UsageError("--bitrate and --vbr exclude each other");
     }
 
     void ShareOutNames()

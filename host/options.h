@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/container.h"
+#include "host/encoder_settings.h"
 #include "host/sample_format.h"
 
 #include <cstdint>
@@ -30,6 +31,7 @@ struct Options {
     std::optional<uint32_t> channels;
     std::optional<SampleFormat> format;
     std::optional<ContainerKind> type;
+    EncoderSettings encoder;
 
     // How it is made.
     Quality quality = Quality::High;

@@ -59,6 +59,8 @@ void CheckTarget(const Options &options, const Container &wanted)
     asked.sample = options.format.value_or(asked.sample);
     if (const std::string objection = Objection(wanted, asked); !objection.empty())
         throw UsageError(std::string(wanted.name) + " " + objection);
+    if (const std::string objection = Objection(wanted, options.encoder); !objection.empty())
+        throw UsageError(std::string(wanted.name) + " " + objection);
 }
 
 Plan MakePlan(const Options &options, const Source &source, const Container &wanted, bool decodeHdcd)
@@ -73,6 +75,9 @@ Plan MakePlan(const Options &options, const Source &source, const Container &wan
         plan.target.sample = ClosestFormat(wanted, plan.target.sample);
 
     if (const std::string objection = Objection(wanted, plan.target); !objection.empty())
+        throw Failure(std::string(wanted.name) + " " + objection);
+    plan.encoder = options.encoder;
+    if (const std::string objection = BitRateObjection(wanted, plan.target, plan.encoder); !objection.empty())
         throw Failure(std::string(wanted.name) + " " + objection);
 
     plan.copySamples = plan.source == plan.target && !decodeHdcd;

@@ -19,6 +19,7 @@ struct Plan {
     AudioFormat source;
     AudioFormat target;
     const Container *container = nullptr;
+    EncoderSettings encoder;
     bool dither = false;
     bool decodeHdcd = false;
     bool copySamples = false;    // nothing changes: the samples are written as they were read

@@ -1,6 +1,7 @@
 // report.h: what was done with a file, or found in it, and the two forms in which it is told.
 #pragma once
 
+#include "host/encoder_settings.h"
 #include "host/options.h"
 #include "host/sample_format.h"
 
@@ -41,6 +42,7 @@ struct ConversionReport {
     StreamReport output;
     double seconds = 0; // that the work took
     Quality quality = Quality::High;
+    EncoderSettings encoder;
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;

@@ -50,6 +50,20 @@ void AddWarnings(JsonWriter &json, const std::vector<std::string> &warnings)
     json.EndArray();
 }
 
+void AddEncoder(JsonWriter &json, const EncoderSettings &settings)
+{
+    if (!settings.Any())
+        return;
+    json.BeginObject("encoder");
+    if (settings.bitRate)
+        json.Whole("bitrate", *settings.bitRate);
+    if (settings.vbrQuality)
+        json.Real("vbr", *settings.vbrQuality, 1);
+    if (settings.compression)
+        json.Whole("compression", *settings.compression);
+    json.EndObject();
+}
+
 void AddLoudness(JsonWriter &json, const Loudness &loudness)
 {
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();

@@ -13,6 +13,8 @@ void AddStream(JsonWriter &json, const char *name, const StreamReport &stream);
 // The same without an object around it.
 void AddStreamMembers(JsonWriter &json, const StreamReport &stream);
 void AddWarnings(JsonWriter &json, const std::vector<std::string> &warnings);
+// Nothing where no setting was chosen.
+void AddEncoder(JsonWriter &json, const EncoderSettings &settings);
 void AddLoudness(JsonWriter &json, const Loudness &loudness);
 void AddDigest(JsonWriter &json, const Digest &digest);
 void AddHdcd(JsonWriter &json, HdcdFinding finding);
