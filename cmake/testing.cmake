@@ -3,13 +3,19 @@
 # Ends the names of the files that stand on one side of a platform seam.
 set(TONEKIT_SYSTEM $<IF:$<BOOL:${WIN32}>,windows,posix>)
 
-# Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn.
-set(TONEKIT_WRAPPED_ALLOCATION -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=free)
+# Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn, and the calls that
+# get something from a dependency or give it back, so that tests can count what is held.
+set(TONEKIT_WRAPPED_CALLS "")
+foreach(function malloc calloc realloc free soxr_create soxr_delete ebur128_init ebur128_destroy)
+    list(APPEND TONEKIT_WRAPPED_CALLS -Wl,--wrap=${function})
+endforeach()
 if(WIN32)
     # The local and global heaps are called through pointers of the import library.
     foreach(function LocalAlloc LocalFree GlobalAlloc GlobalFree)
-        list(APPEND TONEKIT_WRAPPED_ALLOCATION -Wl,--wrap=__imp_${function})
+        list(APPEND TONEKIT_WRAPPED_CALLS -Wl,--wrap=__imp_${function})
     endforeach()
+else()
+    list(APPEND TONEKIT_WRAPPED_CALLS -Wl,--wrap=iconv_open -Wl,--wrap=iconv_close)
 endif()
 
 if(TONEKIT_TESTS)
@@ -32,7 +38,7 @@ function(tonekit_test name)
     target_link_libraries(${name} PRIVATE tonekit_internal tonekit_test_support GTest::gtest GTest::gtest_main)
     target_compile_definitions(${name} PRIVATE TONEKIT_LIBRARY="$<TARGET_FILE:tonekit>"
         TONEKIT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" TONEKIT_BUILD_DIR="${PROJECT_BINARY_DIR}")
-    target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_ALLOCATION})
+    target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_CALLS})
     add_dependencies(${name} tonekit)
     tonekit_discover_tests(${name})
 endfunction()
@@ -74,7 +80,7 @@ endfunction()
 function(tonekit_fuzz name)
     add_executable(${name}_fuzz ${name}_fuzz.cpp ${PROJECT_SOURCE_DIR}/fuzz/replay_main.cpp)
     target_link_libraries(${name}_fuzz PRIVATE tonekit_internal tonekit_test_support)
-    target_link_options(${name}_fuzz PRIVATE ${TONEKIT_WRAPPED_ALLOCATION})
+    target_link_options(${name}_fuzz PRIVATE ${TONEKIT_WRAPPED_CALLS})
     add_test(NAME fuzz.${name} COMMAND ${name}_fuzz --random 2000 ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
 endfunction()
 
@@ -82,7 +88,7 @@ endfunction()
 function(tonekit_benchmark name)
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE tonekit_internal tonekit_test_support)
-    target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_ALLOCATION})
+    target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_CALLS})
 endfunction()
 
 # Links a benchmark with its peers, by their pkg-config names.

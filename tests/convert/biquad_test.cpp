@@ -172,6 +172,27 @@ TEST(BiquadDesignTest, AShelfOfSlopeZeroPassesButTheOrderOfTheTestsShows)
     }
 }
 
+// The root's argument, (1 / S - 1) (A + 1 / A) + 2, counts as 0 where it is below: the shelf has no damping.
+TEST(BiquadDesignTest, AShelfWithANegativeRootTakesItAsZero)
+{
+    const struct {
+        float slope, gain;
+    } rows[] = {{3.5f, 24.0f}, {3.5f, -24.0f}, {100.0f, 12.0f}, {-1.0f, 3.0f}, {-0.25f, -6.0f}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.slope << " " << row.gain);
+        const reference::Textbook textbook(48000, 2 * 3000.0);
+        Biquad filter;
+        BiquadLowShelf(&filter, 48000, 3000.0f, row.slope, row.gain);
+        ExpectNear(filter, textbook.LowShelf(row.slope, row.gain));
+        EXPECT_EQ(filter.b0, filter.b2);
+        EXPECT_NEAR(filter.a2, 1.0, 2e-7);
+        BiquadHighShelf(&filter, 48000, 3000.0f, row.slope, row.gain);
+        ExpectNear(filter, textbook.HighShelf(row.slope, row.gain));
+        EXPECT_EQ(filter.b0, filter.b2);
+        EXPECT_NEAR(filter.a2, 1.0, 2e-7);
+    }
+}
+
 TEST(BiquadDesignTest, NothingOverNothingGoesThroughTheTrigonometry)
 {
     Biquad filter;

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "convert/dither.h"
-#include "convert/resampler.h"
 #include "tests/reference/pass.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
@@ -66,20 +65,14 @@ public:
         settings.ditherScale =
             stream.output.bits == 64 ? 0.0 : std::ldexp(1.0, static_cast<int>(stream.output.bits) - 1);
         settings.hdcdGain = 1.9952623149688795;
-        settings.blockFrames = Object().blockFrames;
-        settings.inputEdgeFrames = Object().inputEdgeFrames;
-        settings.outputEdgeFrames = Object().outputEdgeFrames;
-        settings.outputCapacity = Object().resamplerOutputFrames;
-        const Biquad &design = Object().lfeLowPass;
-        const reference::Section lowPass{design.b0, design.b1, design.b2, design.a1, design.a2, 0, 0, 0, 0};
         const bool equal = stream.inputRate == stream.outputRate;
-        soxr_t resampler = equal ? nullptr
-                                 : CreateResampler(stream.inputRate, stream.outputRate, stream.outputChannels,
-                                                   RecipeForSpan(stream.span));
-        if (equal || RecipeForSpan(stream.span).useDoublePath)
-            double_ = std::make_unique<reference::Pass<double>>(settings, resampler, lowPass, kSeed);
+        const soxr_t resampler = equal ? nullptr
+                                       : reference::NewResampler(stream.inputRate, stream.outputRate,
+                                                                 stream.outputChannels, stream.span);
+        if (equal || reference::SpanTakesDouble(stream.span))
+            double_ = std::make_unique<reference::Pass<double>>(settings, resampler, kSeed);
         else
-            float_ = std::make_unique<reference::Pass<float>>(settings, resampler, lowPass, kSeed);
+            float_ = std::make_unique<reference::Pass<float>>(settings, resampler, kSeed);
     }
     ~Pair()
     {
@@ -106,14 +99,20 @@ public:
                 << "a byte differs";
         }
         EXPECT_EQ(Object().finished, double_ ? double_->finished : float_->finished);
-        if (double_)
-            EXPECT_EQ(Object().mixLimiterGainDouble, double_->gain);
-        else
-            EXPECT_EQ(Object().mixLimiterGainFloat, float_->gain);
+        // The gain of the other path stays what it was at the start.
+        EXPECT_EQ(Object().mixLimiterGainDouble, double_ ? double_->gain : 1.0);
+        EXPECT_EQ(Object().mixLimiterGainFloat, double_ ? 1.0f : float_->gain);
         if (stream_.ditherMode >= 0) {
             EXPECT_EQ(DitherSeed(), double_ ? double_->Seed().seed : float_->Seed().seed);
         }
         return result;
+    }
+
+    // So many frames from the start of the output buffer.
+    std::vector<uint8_t> OutputBytes(uint32_t frames) const
+    {
+        const auto *bytes = static_cast<const uint8_t *>(output_);
+        return {bytes, bytes + std::size_t{frames} * stream_.outputChannels * stream_.output.bits / 8};
     }
 
     std::vector<uint8_t> RandomFrames(Random &random, uint32_t frames) const
@@ -218,6 +217,52 @@ TEST_P(PassTest, EqualRatesMixEveryPairOfLayouts)
         }
 }
 
+TEST_P(PassTest, EqualCountsBeyondEightChannelsAreSilent)
+{
+    Random random(13);
+    for (const uint32_t channels : {9u, 10u})
+        for (const Format &input : {kInt16, kInt32, kHdcd}) {
+            Pair pair(GetParam(), {input, kInt24, channels, channels, 48000, 48000});
+            ASSERT_EQ(pair.Call(pair.RandomFrames(random, 500), 500, false), 500u);
+            EXPECT_EQ(pair.OutputBytes(500), std::vector<uint8_t>(500 * channels * 3)) << channels;
+            Pair resampled(GetParam(), {input, kInt24, channels, channels, 48000, 44100});
+            const uint32_t frames = resampled.Call(resampled.RandomFrames(random, 5324), 5324, false);
+            ASSERT_GT(frames, 1000u);
+            EXPECT_EQ(resampled.OutputBytes(frames), std::vector<uint8_t>(frames * channels * 3)) << channels;
+        }
+}
+
+TEST_P(PassTest, EachPathHasALimiterGainOfItsOwn)
+{
+    const std::vector<int16_t> full(6 * 5324, 32767); // 6 channels to 2 sum up to 2.2091 of it
+    std::vector<uint8_t> data(full.size() * 2);
+    std::memcpy(data.data(), full.data(), data.size());
+    for (const uint32_t span : {0u, 33u}) {
+        Pair pair(GetParam(), {kInt16, kInt16, 6, 2, 48000, 44100, span, true});
+        pair.Call(data, 5324, false);
+        EXPECT_EQ(pair.Object().mixLimiterGainDouble < 0.5, span == 33);
+        EXPECT_EQ(pair.Object().mixLimiterGainFloat < 0.5f, span == 0);
+        EXPECT_EQ(span == 33 ? pair.Object().mixLimiterGainFloat : pair.Object().mixLimiterGainDouble, 1);
+    }
+}
+
+TEST_P(PassTest, AMixThatNeverOvershootsKeepsAGainOfOne)
+{
+    // The left of 5 channels to 2 is 1.0 of the first, 0.7079 of the third and 0.5012 of the fourth; a sum of
+    // exactly 1.0 isn't above the limit.
+    const double frame[5] = {1.0, -1.0, 0.0, 0.0, 0.0};
+    std::vector<uint8_t> data(5324 * sizeof frame);
+    for (size_t at = 0; at < data.size(); at += sizeof frame)
+        std::memcpy(&data[at], frame, sizeof frame);
+    for (const uint32_t span : {0u, 33u})
+        for (const uint32_t outputRate : {48000u, 44100u}) {
+            Pair pair(GetParam(), {kFloat64, kInt16, 5, 2, 48000, outputRate, span, true});
+            pair.Call(data, 5324, false);
+            EXPECT_EQ(pair.Object().mixLimiterGainDouble, 1.0);
+            EXPECT_EQ(pair.Object().mixLimiterGainFloat, 1.0f);
+        }
+}
+
 TEST_P(PassTest, EqualRatesStrayThroughEightChannels)
 {
     // A constant goes through the low-pass only at elements 3, 9, 15 and so on of as many as there are
@@ -289,6 +334,9 @@ TEST_P(PassTest, RatesDifferWithMadeUpLowFrequencyChannels)
     Random random(7);
     for (const uint32_t span : {0u, 33u})
         for (const auto &[inputs, outputs] : {std::pair{1u, 6u},
+                                              {1u, 5u},
+                                              {2u, 5u},
+                                              {4u, 5u},
                                               {2u, 6u},
                                               {2u, 7u},
                                               {2u, 8u},

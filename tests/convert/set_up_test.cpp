@@ -193,13 +193,6 @@ TEST_F(SetUp, AliasingHasNoEffectBelow44100)
     EXPECT_NE(DelayOf(44100, 48000, 2, 1), DelayOf(44100, 48000, 2, 0));
 }
 
-TEST_F(SetUp, RefusedPrecisionFallsToTheHighestAccepted)
-{
-    const soxr_t resampler = CreateResampler(44100, 48000, 2, RecipeForSpan(33));
-    EXPECT_NE(resampler, nullptr);
-    soxr_delete(resampler);
-}
-
 TEST_F(SetUp, NewObjectHoldsItsDefaults)
 {
     alignas(CSampleRateConverter3) unsigned char memory[sizeof(CSampleRateConverter3)];
@@ -344,6 +337,46 @@ TEST_F(SetUp, AssignmentIsAFlatCopy)
         EXPECT_EQ(std::memcmp(memory, static_cast<void *>(&original), sizeof(CSampleRateConverter3)), 0);
         for (size_t i = sizeof(CSampleRateConverter3); i < sizeof memory; ++i)
             EXPECT_EQ(memory[i], 0);
+    }
+}
+
+// What the memory at an address was asked for with.
+size_t BytesAt(const std::vector<AllocationRequest> &requests, const void *memory)
+{
+    for (const AllocationRequest &request : requests)
+        if (request.memory == memory)
+            return request.bytes;
+    return 0;
+}
+
+TEST_F(SetUp, EveryBufferHas16SpareElements)
+{
+    struct Row {
+        uint32_t outputRate, span;
+        size_t element, block, inputEdge, outputEdge, capacity;
+    };
+    constexpr Row kRows[] = {
+        {44100, 0, 4, 5324, 2400, 2205, 7608},
+        {44100, 33, 8, 5324, 2400, 2205, 7608},
+        {48000, 0, 8, 262144, 2400, 2400, 262656},
+    };
+    for (const Row &row : kRows) {
+        std::vector<AllocationRequest> requests;
+        RecordAllocations(&requests);
+        const Handle c(SRC4_Init(0, 16, 2, 48000, 0, 24, 6, row.outputRate, false, false, 0, row.span));
+        RecordAllocations(nullptr);
+        const auto bytesAt = [&](const void *memory) { return BytesAt(requests, memory); };
+        const bool isDouble = row.element == 8;
+        EXPECT_EQ(bytesAt(c->inputBuffer), 4 * row.block + 16);
+        EXPECT_EQ(bytesAt(c->outputBuffer), 18 * (row.outputEdge + row.capacity) + 16);
+        EXPECT_EQ(isDouble ? bytesAt(c->workInputDouble) : bytesAt(c->workInputFloat),
+                  row.element * (2 * row.block + 16));
+        EXPECT_EQ(isDouble ? bytesAt(c->workOutputDouble) : bytesAt(c->workOutputFloat),
+                  row.element * (6 * row.capacity + 16));
+        if (row.outputRate != 48000) {
+            EXPECT_EQ(isDouble ? bytesAt(c->stageDoubleBase) : bytesAt(c->stageFloatBase),
+                      row.element * (6 * (row.block + 2 * row.inputEdge) + 16));
+        }
     }
 }
 

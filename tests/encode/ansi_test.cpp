@@ -288,8 +288,11 @@ TEST(CharacterSets, TagCharactersAreNotDropped)
 
 TEST(CharacterSets, NamesOfAsciiAndUtf8AreKnown)
 {
-    for (const char *name : {"ANSI_X3.4-1968", "US-ASCII", "ASCII", "ascii", "646", "CP1252", "windows-1252"})
+    for (const char *name : {"ANSI_X3.4-1968", "US-ASCII", "ASCII", "ascii", "646", "ISO646-US", "iso646-us",
+                             "CP1252", "windows-1252"}) {
         EXPECT_EQ(Decoded(name, "\x80"), u"\u20ac") << name;
+        EXPECT_EQ(Encoded(name, u"\u20ac"), "\x80") << name;
+    }
     for (const char *name : {"UTF-8", "utf-8", "UTF8", "utf8"})
         EXPECT_EQ(Decoded(name, "\xe2\x82\xac"), u"\u20ac") << name;
 }
@@ -307,6 +310,18 @@ TEST(CharacterSets, UnknownSetIsRefused)
     EXPECT_EQ(tonekit::DecodeText("NO-SUCH-SET", "abc"), nullptr);
     EXPECT_EQ(tonekit::EncodeText("NO-SUCH-SET", u"abc"), nullptr);
     EXPECT_EQ(tonekit::EncodeText("NO-SUCH-SET", u"e\u0301"), nullptr);
+}
+
+TEST(CharacterSets, EveryConverterIsClosed)
+{
+    const int64_t before = tonekit::LiveTextConverters();
+    Decoded("EUC-JP", "\xc6\xfc\xff");
+    EXPECT_EQ(tonekit::LiveTextConverters(), before);
+    Encoded("GB18030", u"\u65e5\U000E0041");
+    EXPECT_EQ(tonekit::LiveTextConverters(), before);
+    tonekit::DecodeText("NO-SUCH-SET", "abc");
+    tonekit::EncodeText("NO-SUCH-SET", u"abc");
+    EXPECT_EQ(tonekit::LiveTextConverters(), before);
 }
 
 TEST(CharacterSets, LongTextComesBackThroughEverySet)

@@ -8,6 +8,7 @@
 #include <string>
 #include <tonekit/encode.h>
 
+#include "tests/support/dependency_calls.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/guarded_pages.h"
 #include "tests/support/utf16.h"
@@ -29,12 +30,13 @@ inline std::string Take(char *text)
     return result;
 }
 
-// Lets each allocation of an action fail in turn: it must throw and leak nothing.
+// Lets each allocation of an action fail in turn: it must throw, leak nothing and leave no converter open.
 template <class Action>
 int FailEachAllocation(Action action)
 {
     for (int n = 1;; n++) {
         const int64_t live = LiveAllocations();
+        const int64_t converters = LiveTextConverters();
         FailAllocation(n);
         bool thrown = false;
         try {
@@ -45,6 +47,7 @@ int FailEachAllocation(Action action)
         const bool failed = AllocationHasFailed();
         AllowAllocations();
         EXPECT_EQ(LiveAllocations(), live) << "allocation " << n;
+        EXPECT_EQ(LiveTextConverters(), converters) << "allocation " << n;
         EXPECT_EQ(thrown, failed) << "allocation " << n;
         if (!failed)
             return n - 1;

@@ -10,6 +10,7 @@
 
 #include "loudness/state.h"
 #include "tests/support/bodies.h"
+#include "tests/support/dependency_calls.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
 
@@ -328,12 +329,44 @@ TEST(Measurement, WithoutMemoryForTheStateItThrowsAndLeaksNothing)
     }
 }
 
-// Those of libebur128 count too where it is linked in.
-TEST(Measurement, DeinitGivesBackEveryAllocation)
+TEST(Measurement, DeinitGivesBackEveryAllocationAndTheLibrarysState)
 {
     const int64_t live = tonekit::LiveAllocations();
+    const int64_t states = tonekit::LiveLoudnessStates();
+    for (auto *init : {ReplayGain_Init, ReplayGain_Init_TruePeak}) {
+        ReplayGainState *state = init(2, 44100);
+        EXPECT_GE(tonekit::LiveAllocations(), live + 1);
+        EXPECT_EQ(tonekit::LiveLoudnessStates(), states + 1);
+        ReplayGain_Deinit(state);
+        EXPECT_EQ(tonekit::LiveAllocations(), live);
+        EXPECT_EQ(tonekit::LiveLoudnessStates(), states);
+    }
+}
+
+TEST(Measurement, RefusedChangeGivesTheLibrarysStateBack)
+{
+    const int64_t states = tonekit::LiveLoudnessStates();
+    for (const uint32_t rate : {99u, 2822401u}) {
+        ReplayGainState *state = ReplayGain_Init(2, 44100);
+        ReplayGain_Change(state, 6, 48000);
+        EXPECT_EQ(tonekit::LiveLoudnessStates(), states + 1);
+        ReplayGain_Change(state, 2, rate);
+        EXPECT_EQ(tonekit::LiveLoudnessStates(), states) << rate;
+        ReplayGain_Deinit(state);
+        EXPECT_EQ(tonekit::LiveLoudnessStates(), states) << rate;
+    }
+}
+
+// Only minus infinity is a missing value.
+TEST(Measurement, LoudnessOfPlusInfinityIsMinusInfinity)
+{
+    const std::vector<double> beyond(2 * 44100, 1e200); // whose squares are beyond a double
+    Bare bare(2, 44100, 21);
+    ebur128_add_frames_double(bare.State(), beyond.data(), 44100);
+    ASSERT_EQ(bare.Loudness(), __builtin_inf());
     ReplayGainState *state = ReplayGain_Init(2, 44100);
-    EXPECT_GE(tonekit::LiveAllocations(), live + 1);
+    ReplayGain_Process(state, beyond.data(), 44100);
+    EXPECT_EQ(ReplayGain_GetLoudness(state), -__builtin_inf());
+    EXPECT_EQ(ReplayGain_GetPeak(state), 1e200);
     ReplayGain_Deinit(state);
-    EXPECT_EQ(tonekit::LiveAllocations(), live);
 }

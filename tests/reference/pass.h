@@ -12,6 +12,7 @@
 #include "tests/reference/lpc.h"
 #include "tests/reference/mix.h"
 #include "tests/reference/sample_formats.h"
+#include "tests/reference/set_up.h"
 
 namespace tonekit::reference {
 
@@ -24,18 +25,18 @@ struct PassSettings {
     double ditherScale = 0;
     int32_t ditherMode = 1;
     double hdcdGain = 1.0;
-    // Derived numbers, which the set-up tests hold.
-    uint32_t blockFrames = 0, inputEdgeFrames = 0, outputEdgeFrames = 0, outputCapacity = 0;
 };
 
 // T is the working format: double or float.
 template <class T>
 class Pass {
 public:
-    Pass(const PassSettings &settings, soxr_t resampler, const Section &lowPass, uint32_t seed)
-        : s_(settings), resampler_(resampler, soxr_delete), lowPass_(lowPass), noise_{seed},
+    // The resampler, null at equal rates, is the pass's to delete.
+    Pass(const PassSettings &settings, soxr_t resampler, uint32_t seed)
+        : s_(settings), n_(NumbersOf(settings.inputRate, settings.outputRate)),
+          resampler_(resampler, soxr_delete), lowPass_(LfeSection(settings.outputRate)), noise_{seed},
           dithers_(settings.outputChannels),
-          stage_((settings.blockFrames + 2 * std::size_t{settings.inputEdgeFrames}) * settings.outputChannels)
+          stage_((n_.blockFrames + 2 * std::size_t{n_.inputEdgeFrames}) * settings.outputChannels)
     {
         const uint32_t input = settings.inputChannels == 3 ? 2 : std::min(settings.inputChannels, 8u);
         for (const MixMatrix &matrix : kMixMatrices)
@@ -124,8 +125,8 @@ private:
     {
         std::size_t consumed = 0;
         std::size_t produced = 0;
-        work_.resize(std::size_t{s_.outputCapacity} * s_.outputChannels);
-        soxr_process(resampler_.get(), input, frames, &consumed, work_.data(), s_.outputCapacity, &produced);
+        work_.resize(std::size_t{n_.outputCapacity} * s_.outputChannels);
+        soxr_process(resampler_.get(), input, frames, &consumed, work_.data(), n_.outputCapacity, &produced);
         return static_cast<uint32_t>(produced);
     }
 
@@ -138,24 +139,24 @@ private:
     // Predicts the edge in front of the block, or the one behind it.
     void Extrapolate(bool behind)
     {
-        const uint32_t history = s_.blockFrames / 2;
+        const uint32_t history = n_.blockFrames / 2;
         const std::size_t channels = s_.outputChannels;
-        const std::size_t edge = s_.inputEdgeFrames * channels;
-        const std::size_t first = behind ? (s_.blockFrames - history) * channels + edge : 0;
+        const std::size_t edge = n_.inputEdgeFrames * channels;
+        const std::size_t first = behind ? (n_.blockFrames - history) * channels + edge : 0;
         std::vector<T> part(stage_.begin() + first, stage_.begin() + first + history * channels + edge);
         reference::Extrapolate(part, history, static_cast<int32_t>(channels), 32,
-                               behind ? 0 : s_.inputEdgeFrames, behind ? s_.inputEdgeFrames : 0);
+                               behind ? 0 : n_.inputEdgeFrames, behind ? n_.inputEdgeFrames : 0);
         std::copy(part.begin(), part.end(), stage_.begin() + first);
     }
 
     uint32_t Feed(uint32_t frames, bool last)
     {
-        const std::size_t edge = std::size_t{s_.inputEdgeFrames} * s_.outputChannels;
+        const std::size_t edge = std::size_t{n_.inputEdgeFrames} * s_.outputChannels;
         if (!last && !firstDone_ && frames > 64) {
             Extrapolate(false);
-            skip_ = s_.outputEdgeFrames;
+            skip_ = n_.outputEdgeFrames;
             firstDone_ = true;
-            return Process(stage_.data(), s_.inputEdgeFrames + frames);
+            return Process(stage_.data(), n_.inputEdgeFrames + frames);
         }
         if (!last) {
             firstDone_ = true;
@@ -166,7 +167,7 @@ private:
         lastDone_ = true;
         Extrapolate(true);
         const uint32_t produced = Process(
-            stage_.data() + edge + std::size_t{s_.blockFrames} * s_.outputChannels, s_.inputEdgeFrames);
+            stage_.data() + edge + std::size_t{n_.blockFrames} * s_.outputChannels, n_.inputEdgeFrames);
         return produced != 0 ? produced : Drain();
     }
 
@@ -174,7 +175,7 @@ private:
     {
         const std::size_t channels = s_.outputChannels;
         const std::vector<T> mixed = LoadAndMix(input, frames);
-        std::copy(mixed.begin(), mixed.end(), stage_.begin() + s_.inputEdgeFrames * channels);
+        std::copy(mixed.begin(), mixed.end(), stage_.begin() + n_.inputEdgeFrames * channels);
         const uint32_t produced = Feed(frames, last);
         const uint32_t skipped = skip_;
         std::vector<uint8_t> out;
@@ -185,7 +186,7 @@ private:
             if (produced > skipped)
                 out = Deliver(skipped, produced - skipped);
         }
-        if (frames != 0 && frames != s_.blockFrames)
+        if (frames != 0 && frames != n_.blockFrames)
             Rotate(frames);
         return out;
     }
@@ -199,7 +200,7 @@ private:
                 work_[i * channels + 3] = lowPass_.Step(work_[(skipped + i) * channels + 3]);
         DitherChannels(&work_[skipped * channels], frames);
         const std::size_t frameBytes = channels * Bytes(s_.output);
-        const std::size_t edgeBytes = s_.outputEdgeFrames * frameBytes;
+        const std::size_t edgeBytes = n_.outputEdgeFrames * frameBytes;
         if (held_.size() > edgeBytes)
             held_.erase(held_.begin(), held_.end() - static_cast<std::ptrdiff_t>(edgeBytes));
         Append(held_, &work_[skipped * channels], frames * channels);
@@ -212,18 +213,19 @@ private:
     // through 8 bits.
     void Rotate(uint32_t frames)
     {
-        T *a = stage_.data() + std::size_t{s_.inputEdgeFrames} * s_.outputChannels;
-        const std::vector<T> before(a, a + s_.blockFrames);
-        const uint32_t k = frames % s_.blockFrames;
-        for (uint32_t i = 0; i < s_.blockFrames; ++i) {
-            const uint32_t from = (i + k) % s_.blockFrames;
-            const bool opensCycle = from < Divisor(s_.blockFrames, k);
+        T *a = stage_.data() + std::size_t{n_.inputEdgeFrames} * s_.outputChannels;
+        const std::vector<T> before(a, a + n_.blockFrames);
+        const uint32_t k = frames % n_.blockFrames;
+        for (uint32_t i = 0; i < n_.blockFrames; ++i) {
+            const uint32_t from = (i + k) % n_.blockFrames;
+            const bool opensCycle = from < Divisor(n_.blockFrames, k);
             a[i] = opensCycle ? static_cast<T>(static_cast<uint8_t>(WholePart(before[from]))) : before[from];
         }
     }
     static uint32_t Divisor(uint32_t a, uint32_t b) { return b == 0 ? a : Divisor(b, a % b); }
 
     PassSettings s_;
+    BlockNumbers n_;
     std::unique_ptr<soxr, void (*)(soxr_t)> resampler_;
     Section lowPass_;
     Noise noise_;

@@ -26,6 +26,14 @@ std::atomic<bool> failEvery{false};
 std::atomic<bool> hasFailed{false};
 std::atomic<std::int64_t> live{0};
 std::atomic<std::uint64_t> total{0};
+std::vector<AllocationRequest> *recorded = nullptr;
+
+void *Record(void *memory, std::size_t bytes)
+{
+    if (memory && recorded)
+        recorded->push_back({memory, bytes});
+    return memory;
+}
 
 } // namespace
 
@@ -86,16 +94,24 @@ std::uint64_t AllocationsSoFar()
     return total;
 }
 
+void RecordAllocations(std::vector<AllocationRequest> *requests)
+{
+    recorded = requests;
+}
+
 } // namespace tonekit
 
 void *__wrap_malloc(std::size_t bytes)
 {
-    return tonekit::CountRequest() ? nullptr : tonekit::CountGiven(__real_malloc(bytes));
+    return tonekit::CountRequest() ? nullptr
+                                   : tonekit::Record(tonekit::CountGiven(__real_malloc(bytes)), bytes);
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t bytes)
 {
-    return tonekit::CountRequest() ? nullptr : tonekit::CountGiven(__real_calloc(count, bytes));
+    return tonekit::CountRequest()
+               ? nullptr
+               : tonekit::Record(tonekit::CountGiven(__real_calloc(count, bytes)), count * bytes);
 }
 
 void *__wrap_realloc(void *memory, std::size_t bytes)

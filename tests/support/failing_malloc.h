@@ -5,7 +5,9 @@
 // once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace tonekit {
 
@@ -24,5 +26,14 @@ bool AllocationHasFailed();
 // Allocations not yet freed, and all allocations so far.
 std::int64_t LiveAllocations();
 std::uint64_t AllocationsSoFar();
+
+// A request of the C runtime's heap that was granted.
+struct AllocationRequest {
+    void *memory;
+    std::size_t bytes;
+};
+
+// Appends each granted request from now on to *requests; null ends that.
+void RecordAllocations(std::vector<AllocationRequest> *requests);
 
 } // namespace tonekit
