@@ -1,7 +1,6 @@
 // report_test.cpp: the texts: the summary, the messages and the dumps.
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstdio>
 #include <cstring>
 
@@ -9,6 +8,7 @@
 #include "hdcd/dump.h"
 #include "hdcd/hdcd_log.h"
 #include "tests/hdcd/hdcd_bodies.h"
+#include "tests/support/comma_locale.h"
 #include "tests/support/hdcd_encoder.h"
 
 namespace tonekit {
@@ -96,18 +96,18 @@ TEST(HdcdReport, SummaryIsCutToItsBuffer)
     EXPECT_EQ(text[0], 'H');
 }
 
-TEST(HdcdReport, SummaryHasAPointInEveryLocale)
+TEST(HdcdReport, SummaryHasAPointInALocaleThatHasAComma)
 {
-    const char *const old = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string kept = old;
-    for (const char *name : {"de_DE.UTF-8", "fr_FR.UTF-8", "de_DE"})
-        if (std::setlocale(LC_NUMERIC, name) != nullptr)
-            break;
+    const CommaLocale locale;
+    if (!locale.IsSet())
+        GTEST_SKIP() << "NO LOCALE WITH A DECIMAL COMMA: install Debian's locales package to run this test";
+    char printed[16];
+    std::snprintf(printed, sizeof printed, "%.1f", 1.5);
+    ASSERT_STREQ(printed, "1,5") << "the locale is in force";
     HdcdDetection d{};
     d.detected = 2;
     d.max_gain_adjustment = -3.5f;
-    EXPECT_NE(Text(d).find("max_gain_adj: -3.5 dB"), std::string::npos);
-    std::setlocale(LC_NUMERIC, kept.c_str());
+    EXPECT_NE(Text(d).find("max_gain_adj: -3.5 dB"), std::string::npos) << Text(d);
 }
 
 TEST(HdcdReport, DetectedHasTexts)

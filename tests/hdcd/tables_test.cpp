@@ -88,6 +88,12 @@ TEST(HdcdTables, PeakIsCompleteInEveryEntry)
     EXPECT_EQ(sum, 0xc2281c3f7bf8cbau);
 }
 
+TEST(HdcdTables, PeakIsTheCurveWalkedStepByStep)
+{
+    for (int index = 0; index < 9856; ++index)
+        EXPECT_EQ(HdcdPeakTable[index], reference::HdcdPeakValue(index)) << index;
+}
+
 TEST(HdcdTables, PeakRisesAllTheWay)
 {
     for (int index = 1; index < 9856; ++index)

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "hdcd/hdcd_tables.h"
-
 namespace tonekit::reference {
 
 namespace {
@@ -87,6 +85,22 @@ bool Inspect(HdcdChannelState &c)
     return valid;
 }
 
+// The curve of peak extension as it is walked: from 0x2CC08300 on, up to each of these indices by the step
+// next to it.
+constexpr struct {
+    int last;
+    std::uint32_t step;
+} kPeakSteps[] = {
+    {511, 33536},   {1535, 34560},  {2132, 38400},  {2133, 38144},  {2559, 38400},  {3071, 42240},
+    {3198, 43008},  {3199, 43264},  {3583, 43008},  {4095, 47872},  {4607, 49152},  {4799, 55296},
+    {4800, 55040},  {5119, 55296},  {5545, 59904},  {5546, 60160},  {5631, 59904},  {6143, 65536},
+    {6399, 74240},  {6400, 73984},  {6655, 74240},  {7167, 87040},  {7679, 105984}, {7935, 123904},
+    {8191, 147456}, {8249, 177152}, {8250, 177408}, {8319, 177152}, {8388, 183296}, {8389, 183040},
+    {8447, 183296}, {8575, 227328}, {8703, 262144}, {8724, 292864}, {8725, 293120}, {8767, 292864},
+    {8831, 354304}, {8839, 376832}, {8840, 376576}, {8895, 376832}, {8959, 483328}, {9023, 565248},
+    {9087, 688128}, {9150, 788480}, {9151, 788736}, {9855, 819200},
+};
+
 std::int32_t Extended(std::int32_t sample, int bits)
 {
     const std::int64_t level = (std::int64_t{1} << (bits - 1)) - 9855;
@@ -96,7 +110,7 @@ std::int32_t Extended(std::int32_t sample, int bits)
     std::int64_t index = magnitude - level;
     if (index > 9855)
         index = 9855;
-    const std::int64_t value = HdcdPeakTable[static_cast<int>(index)];
+    const std::int64_t value = HdcdPeakValue(static_cast<int>(index));
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(sample < 0 ? -value : value));
 }
 
@@ -182,6 +196,18 @@ int HdcdReadahead(unsigned lastEight)
                 return distance;
         }
     return 32;
+}
+
+std::uint32_t HdcdPeakValue(int index)
+{
+    static const std::vector<std::uint32_t> values = [] {
+        std::vector<std::uint32_t> all{0x2CC08300};
+        for (const auto &piece : kPeakSteps)
+            while (static_cast<int>(all.size()) <= piece.last)
+                all.push_back(all.back() + piece.step);
+        return all;
+    }();
+    return values.at(static_cast<std::size_t>(index));
 }
 
 std::uint32_t HdcdGainFactor(int gain)

@@ -3,31 +3,11 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tests/tags/comma_locales.h"
+#include "tests/support/comma_locale.h"
 #include "tests/tags/tag_functions.h"
 
 namespace tonekit {
 namespace {
-
-// Sets a locale with a decimal comma: an installed one, or else the one that the build made for this test.
-class CommaLocale {
-public:
-    CommaLocale()
-    {
-        for (const char *wanted : CommaLocales())
-            isSet = isSet || Set(wanted);
-    }
-    ~CommaLocale() { setlocale(LC_ALL, "C"); }
-    bool IsSet() const { return isSet; }
-
-private:
-    static bool Set(const char *wanted)
-    {
-        return setlocale(LC_ALL, wanted) != nullptr && strcmp(localeconv()->decimal_point, ",") == 0;
-    }
-
-    bool isSet = false;
-};
 
 class LocaleTest : public TagTest {
 protected:
