@@ -17,6 +17,10 @@ set(TONEKIT_WINDOWS_RUNTIME libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.d
 # The ordinary units of all families. Tier units come from frame/dispatch.list.
 add_library(tonekit_objects OBJECT)
 target_link_libraries(tonekit_objects PRIVATE tonekit_settings)
+# Kernels do without: their loops work on buffers whose sizes the ordinary units have checked.
+if(NOT WIN32)
+    target_compile_options(tonekit_objects PRIVATE -fstack-protector-strong)
+endif()
 
 # Adds ordinary units of the family whose CMakeLists calls it.
 function(tonekit_sources)
@@ -42,12 +46,13 @@ function(tonekit_package name)
     set_property(GLOBAL APPEND PROPERTY TONEKIT_PACKAGES ${name})
 endfunction()
 
-# An ELF library exports what the version script names, under one version, and calls itself without detours.
+# An ELF library exports what the version script names, under one version, and calls itself without detours. Its imports are
+# bound at load and are read-only from then on, and no code is written to.
 function(tonekit_link_for_elf)
     set(map ${TONEKIT_GENERATED}/tonekit.map)
     set_target_properties(tonekit PROPERTIES LINK_DEPENDS ${map})
     target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,defs -Wl,--no-undefined
-        -Wl,-z,noexecstack)
+        -Wl,-z,noexecstack -Wl,-z,relro -Wl,-z,now -Wl,-z,text)
 endfunction()
 
 # tonekit.dll exports what the module definition names. The C++ runtime stands beside it, shared with the host, since an
