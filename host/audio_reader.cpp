@@ -80,6 +80,21 @@ TagKind TagKindOf(int format)
     }
 }
 
+const Container *ContainerWithSame(int format, const AudioFormat &audio)
+{
+    const auto plain = [](int full) {
+        const int part = full & (SF_FORMAT_TYPEMASK | SF_FORMAT_SUBMASK);
+        // The header that names the loudspeakers makes no other type of file.
+        return (part & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? (part & SF_FORMAT_SUBMASK) | SF_FORMAT_WAV
+                                                              : part;
+    };
+    for (const Container &container : Containers()) {
+        if (Objection(container, audio).empty() && plain(SoundFileFormat(container, audio)) == plain(format))
+            return &container;
+    }
+    return nullptr;
+}
+
 std::string NameOfPart(int format)
 {
     SF_FORMAT_INFO info{};
@@ -164,6 +179,7 @@ void AudioReader::Open()
     frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
     vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     lossy_ = IsLossy(subtype);
+    container_ = ContainerWithSame(info.format, format_);
     tagKind_ = TagKindOf(info.format);
     type_ = NameOfType(info.format);
     encoding_ = NameOfPart(subtype);

@@ -1,6 +1,7 @@
 // audio_reader.h: reads the samples of an audio file in the form in which the file keeps them.
 #pragma once
 
+#include "host/container.h"
 #include "host/sample_format.h"
 #include "host/sound_stream.h"
 #include "host/tag_kind.h"
@@ -26,6 +27,8 @@ public:
     // The type of file and the way in which it keeps its samples: "WAV" and "Signed 16 bit PCM"
     const std::string &type() const { return type_; }
     const std::string &encoding() const { return encoding_; }
+    // The container that would hold the very same coded audio; null if none of those written does.
+    const Container *container() const { return container_; }
     // The form of its tags.
     TagKind tagKind() const { return tagKind_; }
     // The samples come out of a coder that keeps no exact sample values.
@@ -51,6 +54,7 @@ private:
     AudioFormat format_;
     uint64_t frames_ = 0;
     uint64_t position_ = 0;
+    const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
     bool vorbisOrder_ = false;
     bool lossy_ = false;

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <map>
 #include <new>
+#include <set>
 #include <thread>
 
 namespace tonekit::host {
@@ -71,6 +72,19 @@ uint64_t SizeOf(const fs::path &path)
     std::error_code error;
     const uintmax_t size = fs::file_size(path, error);
     return error ? 0 : size;
+}
+
+std::vector<Job> JobsInPlace(const Options &options)
+{
+    std::vector<Job> jobs;
+    std::set<fs::path> seen;
+    for (const std::string &input : options.inputs) {
+        const fs::path path = PathFromUtf8(input);
+        if (!seen.insert(ComparableName(path.lexically_normal())).second)
+            throw UsageError(input + " is named twice");
+        jobs.push_back({path, path, nullptr});
+    }
+    return jobs;
 }
 
 // The files in work, shared by the threads.
@@ -162,6 +176,8 @@ private:
 
 std::vector<Job> MakeJobs(const Options &options)
 {
+    if (options.inPlace)
+        return JobsInPlace(options);
     const fs::path output = PathFromUtf8(options.output);
     std::vector<Job> jobs;
     if (!MeansFolder(options)) {

@@ -4,13 +4,13 @@
 #include "host/audio_reader.h"
 #include "host/audio_writer.h"
 #include "host/failure.h"
+#include "host/file_copy.h"
 #include "host/hdcd_stream.h"
-#include "host/loudness_meter.h"
 #include "host/paths.h"
 #include "host/plan.h"
 #include "host/platform.h"
+#include "host/result_taps.h"
 #include "host/safe_output.h"
-#include "host/sample_digest.h"
 #include "host/sample_guard.h"
 #include "host/stream_converter.h"
 #include "host/tag_transfer.h"
@@ -26,60 +26,24 @@ namespace {
 
 constexpr uint32_t kReadFrames = 16384;
 
-// What is done with every frame of the result: it is written, and measured on the way.
-class ResultTaps {
-public:
-    ResultTaps(const Options &options, const AudioFormat &format, AudioWriter &writer)
-        : format_(format), writer_(writer)
-    {
-        if (options.replayGain)
-            loudness_.emplace(options.truePeak, format);
-        if (options.hash)
-            digest_.emplace(*options.hash);
-    }
-
-    void Take(const void *samples, uint32_t frames)
-    {
-        writer_.Write(samples, frames);
-        if (digest_)
-            digest_->Take(samples, size_t{frames} * format_.FrameBytes());
-        if (loudness_)
-            loudness_->Take(samples, frames);
-        frames_ += frames;
-    }
-
-    void Tell(ConversionReport &report)
-    {
-        report.output.frames = frames_;
-        if (loudness_)
-            report.loudness = loudness_->Result();
-        if (digest_)
-            report.digest = digest_->Finish();
-    }
-
-    uint64_t frames() const { return frames_; }
-
-private:
-    AudioFormat format_;
-    AudioWriter &writer_;
-    std::optional<LoudnessMeter> loudness_;
-    std::optional<SampleDigest> digest_;
-    uint64_t frames_ = 0;
-};
-
 class FileConversion {
 public:
     FileConversion(const Options &options, const Extras &extras, const Job &job, const ProgressSink &progress)
         : options_(options), extras_(extras), job_(job), progress_(progress), reader_(job.input)
     {
-        if (AreSameFile(job.input, job.output))
+        if (!options.inPlace && AreSameFile(job.input, job.output))
             throw Failure(Utf8Name(job.output) + ": input and output are the same file");
         report_.input = {Utf8Name(job.input), reader_.type(),   reader_.encoding(),
                          reader_.lossy(),     reader_.format(), reader_.frames()};
         const bool decodeHdcd = DecideHdcd();
         try {
-            plan_ = MakePlan(options, {reader_.format(), reader_.frames(), reader_.lossy()}, *job.container,
-                             decodeHdcd);
+            plan_ = options.inPlace
+                        ? PlanToKeep(reader_.format())
+                        : MakePlan(options,
+                                   {reader_.format(), reader_.frames(), reader_.lossy(), reader_.container()},
+                                   *job.container, decodeHdcd);
+            if (options.inPlace && reader_.tagKind() == TagKind::None)
+                throw Failure("this type of file can't hold tags");
         } catch (const Failure &failure) {
             throw Failure(Utf8Name(job.input) + ": " + failure.what());
         }
@@ -89,15 +53,10 @@ public:
     {
         const auto start = std::chrono::steady_clock::now();
         SafeOutput output(job_.output);
-        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target,
-                           plan_.encoder);
-        ResultTaps taps(options_, plan_.target, writer);
-        Pump(taps);
-        CheckLength(taps.frames());
-        writer.Finish();
-
-        DescribeResult();
-        taps.Tell(report_);
+        if (plan_.copyFile)
+            Copy(output);
+        else
+            Encode(output);
         AddTags(output.temporary());
         CheckResult(output.temporary());
         if (InterruptNoted())
@@ -126,11 +85,42 @@ private:
         return options_.hdcd == HdcdChoice::On || *report_.hdcd == HdcdFinding::Effective;
     }
 
+    void Encode(SafeOutput &output)
+    {
+        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target,
+                           plan_.encoder);
+        ResultTaps taps(options_, plan_.target, &writer);
+        Pump(taps);
+        CheckLength(taps.frames());
+        writer.Finish();
+
+        DescribeResult();
+        taps.Tell(report_);
+    }
+
+    // The coded audio stays as it is; samples are only read if something is to be measured.
+    void Copy(SafeOutput &output)
+    {
+        ResultTaps taps(options_, plan_.target, nullptr);
+        if (taps.Measures())
+            Pump(taps);
+        File file = output.Create();
+        CopyFile(job_.input, file, Utf8Name(job_.output), [&](double done) {
+            if (!taps.Measures())
+                progress_(done, done * report_.input.Seconds());
+        });
+        if (taps.Measures())
+            taps.Tell(report_);
+        report_.output = report_.input;
+        report_.output.path = Utf8Name(job_.output);
+        report_.copied = true;
+    }
+
     // Sends all samples through.
     void Pump(ResultTaps &taps)
     {
         // A number that is none would spoil a whole stretch in the resampler already.
-        const double loudest = plan_.container->loudest;
+        const double loudest = plan_.copyFile ? 0 : plan_.container->loudest;
         SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
         SampleGuard after(plan_.target.sample, loudest);
         const FrameSink sink = [&](const void *samples, uint32_t frames) {
@@ -205,7 +195,8 @@ private:
         transfer.input = job_.input;
         transfer.inputKind = reader_.tagKind();
         transfer.written = written;
-        transfer.writtenKind = plan_.container->tags;
+        transfer.writtenKind = plan_.copyFile ? reader_.tagKind() : plan_.container->tags;
+        transfer.copied = plan_.copyFile;
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;

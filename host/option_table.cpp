@@ -30,49 +30,49 @@ using Text = const std::string &;
 
 constexpr OptionRow kRows[] = {
     {nullptr, 0, nullptr, "What comes out (as the input, where not given)", nullptr},
-    {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }},
+    {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }, true},
     {"channels", 'c', "N", "1, 2, 4, 5, 6 (5.1), 7 (6.1) or 8 (7.1)",
-     [](Options &o, Text v) { o.channels = Channels(v); }},
+     [](Options &o, Text v) { o.channels = Channels(v); }, true},
     {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
-     [](Options &o, Text v) { o.format = Bits(v); }},
+     [](Options &o, Text v) { o.format = Bits(v); }, true},
     {"type", 't', "TYPE",
      "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff or au; without it the type is that of "
      "OUTPUT's "
      "extension, or, in a folder, that of the input",
-     [](Options &o, Text v) { o.type = Type(v); }},
+     [](Options &o, Text v) { o.type = Type(v); }, true},
 
     {"bitrate", 0, "RATE",
      "bit rate: 192k, or 192000; of MP3 a constant one, of Opus the one that its variable rate aims at",
-     [](Options &o, Text v) { o.encoder.bitRate = BitRate(v); }},
+     [](Options &o, Text v) { o.encoder.bitRate = BitRate(v); }, true},
     {"vbr", 0, "N", "quality of MP3 and Ogg Vorbis with a variable bit rate, from 0 (smallest) to 10 (best)",
-     [](Options &o, Text v) { o.encoder.vbrQuality = VbrQuality(v); }},
+     [](Options &o, Text v) { o.encoder.vbrQuality = VbrQuality(v); }, true},
     {"compression", 0, "N", "FLAC's compression level, from 0 (fastest) to 8 (smallest)",
-     [](Options &o, Text v) { o.encoder.compression = Number(v, 0, 8); }},
+     [](Options &o, Text v) { o.encoder.compression = Number(v, 0, 8); }, true},
 
     {nullptr, 0, nullptr, "How it is made", nullptr},
     {"quality", 0, "NAME",
      "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "
      "resampler has)",
-     [](Options &o, Text v) { o.quality = Choose(v, kQualities); }},
+     [](Options &o, Text v) { o.quality = Choose(v, kQualities); }, true},
     {"filter", 0, "NAME",
      "resampler's pass band: normal (to 0.91 of the way), steep (0.98) or steeper (0.995)",
-     [](Options &o, Text v) { o.filter = Choose(v, kFilters); }},
+     [](Options &o, Text v) { o.filter = Choose(v, kFilters); }, true},
     {"aliasing", 0, nullptr,
      "allow a little aliasing above the pass band, for a shorter filter (44.1 kHz and up)",
-     [](Options &o, Text) { o.aliasing = true; }},
+     [](Options &o, Text) { o.aliasing = true; }, true},
     {"dither", 0, "WHEN", "auto (when the sample depth shrinks, the default), on or off",
-     [](Options &o, Text v) { o.dither = Choose(v, kDithers); }},
+     [](Options &o, Text v) { o.dither = Choose(v, kDithers); }, true},
     {"dither-mode", 0, "MODE", "rectangular, triangular (high-pass, the default) or shaped (noise shaping)",
-     [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }},
+     [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }, true},
     {"limiter", 0, "on|off", "turn a mix to fewer channels down for good where it would clip (on)",
-     [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }},
+     [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }, true},
     {"hdcd", 0, "WHEN",
      "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
      "default); decoded "
      "samples are kept in 24 bits unless --bits says otherwise",
-     [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }},
+     [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }, true},
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
-     [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }},
+     [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
 
     {nullptr, 0, nullptr,
      "What travels beside the audio (text tags, pictures and chapters; WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
@@ -86,6 +86,11 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.coverQuality = static_cast<int>(Number(v, 1, 100)); }},
     {"chapters", 0, "FILE", "chapters: a line each of start time and name, as 0:03:21.5 Second movement",
      [](Options &o, Text v) { o.chapters = FileName(v); }},
+    {"in-place", 0, nullptr,
+     "change the tags, pictures and chapters of the INPUTs themselves; there is no OUTPUT, and the audio "
+     "stays "
+     "as it is",
+     [](Options &o, Text) { o.inPlace = true; }},
     {"no-tags", 0, nullptr, "leave the input's tags, pictures and chapters behind",
      [](Options &o, Text) { o.tags = false; }},
 
@@ -171,6 +176,7 @@ std::string HelpText()
 {
     std::string text = "Usage: tonekit-convert [options] INPUT OUTPUT\n"
                        "       tonekit-convert [options] INPUT... FOLDER\n"
+                       "       tonekit-convert --in-place [options] INPUT...\n"
                        "       tonekit-convert --info [options] INPUT...\n"
                        "\n"
                        "Converts audio files between rates, channels, sample formats and file types.\n"

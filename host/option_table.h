@@ -14,6 +14,7 @@ struct OptionRow {
     const char *argument; // as help shows it; null for none
     const char *help;
     void (*apply)(Options &options, const std::string &value);
+    bool changesAudio = false; // or where it goes: of no use where files are changed in place
 };
 
 // The row of an option; null if there is none.

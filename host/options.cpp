@@ -8,15 +8,6 @@ namespace tonekit::host {
 
 namespace {
 
-void Apply(const OptionRow &row, Options &options, const std::string &value)
-{
-    try {
-        row.apply(options, value);
-    } catch (const UsageError &error) {
-        throw UsageError("--" + std::string(row.name) + " " + error.what() + ", not '" + value + "'");
-    }
-}
-
 // One walk over the arguments.
 class Parser {
 public:
@@ -41,6 +32,17 @@ public:
     }
 
 private:
+    void Apply(const OptionRow &row, const std::string &value)
+    {
+        if (row.changesAudio)
+            audioOption_ = &row;
+        try {
+            row.apply(options_, value);
+        } catch (const UsageError &error) {
+            throw UsageError("--" + std::string(row.name) + " " + error.what() + ", not '" + value + "'");
+        }
+    }
+
     std::string NextValue(const std::string &option)
     {
         if (next_ == arguments_.size())
@@ -59,10 +61,9 @@ private:
         if (!row->argument && equals != std::string::npos)
             throw UsageError("--" + name + " takes no value");
         if (!row->argument)
-            Apply(*row, options_, "");
+            Apply(*row, "");
         else
-            Apply(*row, options_,
-                  equals != std::string::npos ? text.substr(equals + 1) : NextValue("--" + name));
+            Apply(*row, equals != std::string::npos ? text.substr(equals + 1) : NextValue("--" + name));
     }
 
     // -q, -qi, -j 4 or -j4
@@ -74,11 +75,10 @@ private:
                 throw UsageError("there is no option -" + argument.substr(i, 1));
             if (row->argument) {
                 const bool attached = i + 1 < argument.size();
-                Apply(*row, options_,
-                      attached ? argument.substr(i + 1) : NextValue("-" + argument.substr(i, 1)));
+                Apply(*row, attached ? argument.substr(i + 1) : NextValue("-" + argument.substr(i, 1)));
                 return;
             }
-            Apply(*row, options_, "");
+            Apply(*row, "");
         }
     }
 
@@ -87,6 +87,13 @@ private:
     {
         if (options_.encoder.bitRate && options_.encoder.vbrQuality)
             throw UsageError("--bitrate and --vbr exclude each other");
+        if (options_.inPlace && audioOption_)
+            throw UsageError("--in-place keeps the audio as it is: leave --" +
+                             std::string(audioOption_->name) + " out");
+        const bool changesTags = !options_.tags || !options_.set.empty() || options_.cover ||
+                                 options_.coverSize != 0 || options_.chapters || options_.replayGain;
+        if (options_.inPlace && options_.command == Command::Convert && !changesTags)
+            throw UsageError("--in-place needs something to change, such as --set, --cover or --replaygain");
     }
 
     void ShareOutNames()
@@ -103,6 +110,12 @@ private:
             options_.inputs = names_;
             return;
         }
+        if (options_.inPlace) {
+            if (names_.empty())
+                throw UsageError("--in-place needs a file");
+            options_.inputs = names_;
+            return;
+        }
         if (names_.empty())
             throw UsageError("an INPUT and an OUTPUT are needed");
         if (names_.size() == 1)
@@ -116,6 +129,7 @@ private:
     size_t next_ = 0;
     bool onlyNames_ = false;
     std::vector<std::string> names_;
+    const OptionRow *audioOption_ = nullptr; // the last one that changes audio
     Options options_;
 };
 

@@ -44,6 +44,7 @@ struct Options {
     uint32_t hdcdGain = 6;
 
     // What travels beside the audio.
+    bool inPlace = false; // the tags of the inputs are changed, and there is no output
     bool tags = true;
     std::vector<std::pair<std::string, std::string>> set;
     std::optional<std::string> cover;

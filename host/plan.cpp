@@ -63,6 +63,14 @@ void CheckTarget(const Options &options, const Container &wanted)
         throw UsageError(std::string(wanted.name) + " " + objection);
 }
 
+Plan PlanToKeep(const AudioFormat &format)
+{
+    Plan plan;
+    plan.source = plan.target = format;
+    plan.copyFile = plan.copySamples = true;
+    return plan;
+}
+
 Plan MakePlan(const Options &options, const Source &source, const Container &wanted, bool decodeHdcd)
 {
     Plan plan;
@@ -93,6 +101,7 @@ Plan MakePlan(const Options &options, const Source &source, const Container &wan
         plan.expectedFrames = static_cast<uint64_t>(static_cast<double>(source.frames) * ratio + 0.5);
     }
     plan.container = &RoomyContainer(wanted, plan);
+    plan.copyFile = plan.copySamples && plan.container == source.container && !plan.encoder.Any();
     plan.dither = WantsDither(options, plan);
     return plan;
 }

@@ -11,8 +11,9 @@ namespace tonekit::host {
 
 struct Source {
     AudioFormat format;
-    uint64_t frames = 0; // 0: unknown
-    bool lossy = false;  // out of a coder that has no sample depth
+    uint64_t frames = 0;                  // 0: unknown
+    bool lossy = false;                   // out of a coder that has no sample depth
+    const Container *container = nullptr; // that holds the very same coded audio; null: none
 };
 
 struct Plan {
@@ -22,12 +23,16 @@ struct Plan {
     EncoderSettings encoder;
     bool dither = false;
     bool decodeHdcd = false;
+    bool copyFile = false;       // not even the coded form changes: the file is copied
     bool copySamples = false;    // nothing changes: the samples are written as they were read
     uint64_t expectedFrames = 0; // 0: unknown
 };
 
 // Throws UsageError if the options alone ask for what the container can't hold.
 void CheckTarget(const Options &options, const Container &wanted);
+
+// The plan of a file whose audio is kept as it is, in the form in which the file has it.
+Plan PlanToKeep(const AudioFormat &format);
 
 // `wanted` is the container that the output's name or --type asks for. Throws Failure, without a file's name,
 // if such an input can't become what is asked for.

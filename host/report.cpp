@@ -19,6 +19,7 @@ void AddConversion(JsonWriter &json, const char *name, const ConversionReport &r
         AddStream(json, "output", report.output);
         if (report.resampled)
             json.Text("quality", NameOf(report.quality));
+        json.Truth("copied", report.copied);
         AddEncoder(json, report.encoder);
         json.Truth("dither", report.dithered);
         if (report.hdcd)
@@ -50,6 +51,8 @@ std::string StreamText(const StreamReport &stream)
 std::string ReportText(const ConversionReport &report)
 {
     std::string text = StreamText(report.input) + " -> " + StreamText(report.output);
+    if (report.copied)
+        text += ", audio unchanged";
     if (report.encoder.Any())
         text += ", " + NameOf(report.encoder);
     if (report.dithered)

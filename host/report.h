@@ -43,6 +43,7 @@ struct ConversionReport {
     double seconds = 0; // that the work took
     Quality quality = Quality::High;
     EncoderSettings encoder;
+    bool copied = false; // the coded audio is that of the input
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;

@@ -2,7 +2,10 @@
 #include "host/tag_file.h"
 
 #include <aifffile.h>
+#include <apetag.h>
+#include <id3v1tag.h>
 #include <id3v2framefactory.h>
+#include <id3v2header.h>
 #include <infotag.h>
 #include <mpegfile.h>
 #include <opusfile.h>
@@ -36,6 +39,19 @@ std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
         return std::make_unique<TagLib::MPEG::File>(&stream, frames, kReadAudioProperties);
     }
     return nullptr;
+}
+
+bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
+{
+    using Mpeg = TagLib::MPEG::File;
+    // By default MP3 files would get an older tag of 30 letters a field too.
+    if (forms == TagFile::Forms::New)
+        return file.save(Mpeg::ID3v2);
+    const auto *const header = file.hasID3v2Tag() ? file.ID3v2Tag()->header() : nullptr;
+    const bool older = header && header->majorVersion() == 3;
+    return file.save(
+        Mpeg::ID3v2 | (file.hasID3v1Tag() ? Mpeg::ID3v1 : 0) | (file.hasAPETag() ? Mpeg::APE : 0),
+        TagLib::File::StripNone, older ? TagLib::ID3v2::v3 : TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
 }
 
 } // namespace
@@ -81,17 +97,23 @@ TagLib::StringList TagFile::SetProperties(const TagLib::PropertyMap &properties)
         static_cast<TagLib::RIFF::WAV::File *>(file_.get())
             ->InfoTag()
             ->TagLib::Tag::setProperties(properties);
+    if (kind_ == TagKind::Mpeg) {
+        auto *const mpeg = static_cast<TagLib::MPEG::File *>(file_.get());
+        if (mpeg->ID3v1Tag())
+            mpeg->ID3v1Tag()->setProperties(properties);
+        if (mpeg->APETag())
+            mpeg->APETag()->setProperties(properties);
+    }
     TagLib::StringList keys;
     for (const auto &[key, values] : refused)
         keys.append(key);
     return keys;
 }
 
-std::error_code TagFile::Save()
+std::error_code TagFile::Save(Forms forms)
 {
-    // By default MP3 files would get an older tag of 30 letters a field too.
     auto *const mpeg = kind_ == TagKind::Mpeg ? static_cast<TagLib::MPEG::File *>(file_.get()) : nullptr;
-    const bool done = mpeg ? mpeg->save(TagLib::MPEG::File::ID3v2) : file_->save();
+    const bool done = mpeg ? SaveMpeg(*mpeg, forms) : file_->save();
     stream_.Close();
     if (stream_.error())
         return stream_.error();

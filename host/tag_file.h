@@ -32,8 +32,11 @@ public:
 
     // Sets the text tags, in all forms that the kind of file has, and answers with those that it can't hold.
     TagLib::StringList SetProperties(const TagLib::PropertyMap &properties);
+    // Whether the tags keep the forms that the file was found with (older kinds beside the new one, the older
+    // version of ID3v2), or have the one form that new files get.
+    enum class Forms { New, AsFound };
     // Answers with the error of the system; a TagLib that doesn't want to gives std::errc::not_supported.
-    std::error_code Save();
+    std::error_code Save(Forms forms = Forms::New);
 
 private:
     TagKind kind_;

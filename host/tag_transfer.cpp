@@ -4,6 +4,7 @@
 #include "host/cover.h"
 #include "host/paths.h"
 #include "host/report_parts.h"
+#include "host/tag_editor.h"
 #include "host/tag_reader.h"
 #include "host/tag_writer.h"
 
@@ -21,12 +22,16 @@ std::string Capitals(std::string text)
     return text;
 }
 
-void AddLoudness(TagBlock *block, const Loudness &loudness)
+using TextTag = std::pair<std::string, std::string>;
+
+std::vector<TextTag> LoudnessTags(const Loudness &loudness)
 {
+    std::vector<TextTag> tags;
     if (loudness.gain)
-        ID3Helper_AddStr(block, "REPLAYGAIN_TRACK_GAIN", (Decimal(*loudness.gain, 2) + " dB").c_str());
+        tags.emplace_back("REPLAYGAIN_TRACK_GAIN", Decimal(*loudness.gain, 2) + " dB");
     if (loudness.peak)
-        ID3Helper_AddStr(block, "REPLAYGAIN_TRACK_PEAK", Decimal(*loudness.peak, 6).c_str());
+        tags.emplace_back("REPLAYGAIN_TRACK_PEAK", Decimal(*loudness.peak, 6));
+    return tags;
 }
 
 // A tag that an option sets, or removes by an empty value, doesn't come from the file; nor does a measurement
@@ -87,8 +92,10 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     TagBlockPointer block = NewTagBlock();
     for (const auto &[key, value] : options.set)
         ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
-    if (transfer.loudness)
-        AddLoudness(block.get(), *transfer.loudness);
+    if (transfer.loudness) {
+        for (const auto &[key, value] : LoudnessTags(*transfer.loudness))
+            ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
+    }
     if (extras.chapters)
         AddChapters(block.get(), *extras.chapters);
     if (extras.cover)
@@ -99,9 +106,33 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     return WithFittedPictures(options, transfer, std::move(block), warnings);
 }
 
+TagEdit EditOf(const Options &options, const Extras &extras, const std::optional<Loudness> &loudness)
+{
+    TagEdit edit;
+    edit.removeOthers = !options.tags;
+    if (loudness) {
+        edit.texts = {{"REPLAYGAIN_TRACK_GAIN", ""}, {"REPLAYGAIN_TRACK_PEAK", ""}};
+        for (const TextTag &tag : LoudnessTags(*loudness))
+            edit.texts.push_back(tag);
+    }
+    edit.texts.insert(edit.texts.end(), options.set.begin(), options.set.end());
+    edit.chapters = extras.chapters;
+    edit.cover = extras.cover;
+    edit.pictureSize = options.coverSize;
+    edit.pictureQuality = options.coverQuality;
+    return edit;
+}
+
 void TransferTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
                   std::vector<std::string> &warnings)
 {
+    if (transfer.copied && transfer.writtenKind != TagKind::None) {
+        const TagEdit edit = EditOf(options, extras, transfer.loudness);
+        if (!edit.ChangesNothing())
+            EditTags(transfer.written, transfer.writtenKind, edit, transfer.end, transfer.shownName,
+                     warnings);
+        return;
+    }
     const TagBlockPointer block = GatherTags(options, extras, transfer, warnings);
     if (IsEmpty(block.get()))
         return;

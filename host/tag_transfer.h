@@ -22,6 +22,7 @@ struct TagTransfer {
     TagKind writtenKind = TagKind::None;
     std::string shownName; // of the written file, for messages
     uint64_t end = 0;      // of the audio, in 100 ns
+    bool copied = false;   // the written file is a copy of the input, tags and all
     bool loudnessChanged = false;
     std::optional<Loudness> loudness;
 };

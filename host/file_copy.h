@@ -1,0 +1,17 @@
+// file_copy.h: copies a file byte for byte.
+#pragma once
+
+#include "host/platform.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace tonekit::host {
+
+// Copies all bytes into `target`, which is new and empty, and closes it. `shownName` is the target's in
+// messages; `progress` hears the part that is done, 0 to 1. Throws Failure or Interrupted.
+void CopyFile(const std::filesystem::path &source, File &target, const std::string &shownName,
+              const std::function<void(double done)> &progress);
+
+} // namespace tonekit::host

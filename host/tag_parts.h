@@ -1,0 +1,30 @@
+// tag_parts.h: puts chapters and pictures into a file's tags, and takes them out.
+#pragma once
+
+#include "host/tag_block.h"
+#include "host/tag_file.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+TagLib::String FromUtf8(const std::string &text);
+
+// Adds chapters to a file that has none: as text tags or as frames, by the kind of file. `end` is the length
+// of the audio in 100 ns, where the last chapter ends.
+void AddChapters(TagFile &file, TagLib::PropertyMap &properties, const std::vector<Chapter> &chapters,
+                 uint64_t end);
+// Removes all chapters, from the text tags too.
+void RemoveChapters(TagFile &file, TagLib::PropertyMap &properties);
+
+// Adds a picture after those that the file has. Returns false if it is too large for this kind of file.
+bool AddPicture(TagFile &file, const Picture &picture);
+// Removes the pictures of those types for which the answer is yes.
+void RemovePictures(TagFile &file, const std::function<bool(int type)> &goes);
+// Removes whatever is in an ID3v2 tag, known or not.
+void RemoveAllFrames(TagFile &file);
+
+} // namespace tonekit::host
