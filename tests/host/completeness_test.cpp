@@ -111,6 +111,69 @@ TEST(CompletenessOfMp3, GoesByTheEncodersNote)
     EXPECT_EQ(MissingIn(name), size - size / 2);
 }
 
+// The start of an MP3 file by hand: the header of a first frame, side information of so many bytes, and the
+// encoder's note that counts frames (unless left out) and bytes. Filled up to `size` bytes.
+std::string NotedMp3(const std::string &header, size_t sideBytes, bool framesToo, uint16_t bytes, size_t size)
+{
+    std::string file = header + std::string(sideBytes, '\0') + "Xing" + std::string(3, '\0');
+    file += framesToo ? '\x03' : '\x02';
+    if (framesToo)
+        file += std::string("\x12\x34\x56\x78", 4);
+    file += std::string(2, '\0') + static_cast<char>(bytes >> 8) + static_cast<char>(bytes & 0xFF);
+    file.resize(size);
+    return file;
+}
+
+TEST(CompletenessOfMp3, FindsTheNoteBehindTheSideInformation)
+{
+    TemporaryFolder folder;
+    const struct {
+        const char *header;
+        size_t sideBytes;
+    } forms[] = {{"\xFF\xFB\x90\x64", 32}, // MPEG-1, joint stereo
+                 {"\xFF\xFB\x90\xC4", 17}, // MPEG-1, mono
+                 {"\xFF\xF3\x80\x44", 17}, // MPEG-2, joint stereo
+                 {"\xFF\xF3\x80\xC4", 9},  // MPEG-2, mono
+                 {"\xFF\xE3\x80\x84", 17}, // MPEG-2.5, two channels
+                 {"\xFF\xE3\x80\xC4", 9}}; // MPEG-2.5, mono
+    for (const auto &form : forms) {
+        for (const bool framesToo : {false, true}) {
+            test::WriteText(folder / "a.mp3", NotedMp3(form.header, form.sideBytes, framesToo, 1000, 990));
+            EXPECT_EQ(MissingIn(folder / "a.mp3"), 10u) << form.sideBytes;
+            test::WriteText(folder / "a.mp3", NotedMp3(form.header, form.sideBytes, framesToo, 1000, 1000));
+            EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u) << form.sideBytes;
+        }
+    }
+}
+
+TEST(CompletenessOfMp3, CountsFromTheEndOfATagInFront)
+{
+    TemporaryFolder folder;
+    // Sizes of tags have 7 bits in each byte: 0x02 0x03 are 2 * 128 + 3 bytes behind the 10 of the header.
+    const std::string tag = std::string("ID3\x04\0\0\0\0\x02\x03", 10) + std::string(259, 'x');
+    const std::string music = NotedMp3("\xFF\xF3\x80\x44", 17, true, 1000, 1000);
+    test::WriteText(folder / "a.mp3", tag + music);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
+    test::CutOff(folder / "a.mp3", tag.size() + 970);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 30u);
+    // The two upper bytes count too.
+    const std::string large = std::string("ID3\x03\0\0\0\x01\0\0", 10) + std::string(128 * 128, 'x');
+    test::WriteText(folder / "a.mp3", large + music);
+    test::CutOff(folder / "a.mp3", large.size() + 960);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 40u);
+}
+
+TEST(CompletenessOfMp3, WithoutTheNoteOrItsBytesNothingIsKnown)
+{
+    TemporaryFolder folder;
+    std::string file = NotedMp3("\xFF\xFB\x90\x64", 32, true, 1000, 500);
+    file[4 + 32 + 4 + 3] = '\x01'; // frames alone
+    test::WriteText(folder / "a.mp3", file);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
+    test::WriteText(folder / "a.mp3", std::string("\xFF\xFB\x90\x64", 4) + std::string(500, '\0'));
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
+}
+
 TEST(CompletenessOfOtherFiles, IsNotDoubted)
 {
     TemporaryFolder folder;

@@ -57,6 +57,18 @@ TEST(Options, RatesCanBeKilohertz)
     EXPECT_EQ(ParseOptions({"-r", "11.025k", "a", "b"}).rate, 11025u);
 }
 
+TEST(Options, RatesGoFromOneKilohertzTo1536)
+{
+    EXPECT_EQ(ParseOptions({"-r", "1000", "a", "b"}).rate, 1000u);
+    EXPECT_EQ(ParseOptions({"-r", "1k", "a", "b"}).rate, 1000u);
+    EXPECT_EQ(ParseOptions({"-r", "1536000", "a", "b"}).rate, 1536000u);
+    EXPECT_EQ(ParseOptions({"-r", "1536k", "a", "b"}).rate, 1536000u);
+    for (const char *rate : {"999", "0.999k", "1536001", "1536.001k"})
+        EXPECT_EQ(MistakeIn({"--rate", rate, "a", "b"}),
+                  "--rate must be a rate from 1000 to 1536000 Hz, such as 48000 or 44.1k, not '" +
+                      std::string(rate) + "'");
+}
+
 TEST(Options, ImpossibleRatesAreRefused)
 {
     for (const char *rate : {"0", "-1", "999", "1536001", "44100.5", "44.1kk", "fast", "", "1e5", "nan"})

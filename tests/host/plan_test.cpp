@@ -120,6 +120,27 @@ TEST(Plan, AnInputThatDoesntFitIsAFailureNotAMistake)
     EXPECT_NO_THROW(PlanFor({"-b", "24"}, {Int16, 2, 100}, "wav"));
 }
 
+TEST(Plan, RatesFromOneKilohertzTo1536CanBeChanged)
+{
+    for (const uint32_t rate : {1000u, 1'536'000u})
+        EXPECT_EQ(PlanFor({"-r", "48000"}, {Int16, 2, rate}, "wav").target.rate, 48000u) << rate;
+    for (const uint32_t rate : {999u, 1'536'001u})
+        EXPECT_THROW(PlanFor({"-r", "48000"}, {Int16, 2, rate}, "wav"), Failure) << rate;
+}
+
+TEST(Plan, EveryFileTypeTakesRatesUpToItsOwnLimit)
+{
+    const struct {
+        const char *extension;
+        uint32_t highest;
+    } limits[] = {{"flac", 655'350},   {"ogg", 192'000},   {"wav", 2'000'000},  {"w64", 2'000'000},
+                  {"rf64", 2'000'000}, {"caf", 2'000'000}, {"aiff", 2'000'000}, {"au", 2'000'000}};
+    for (const auto &limit : limits) {
+        EXPECT_EQ(PlanFor({}, {Int16, 2, limit.highest}, limit.extension).target.rate, limit.highest);
+        EXPECT_THROW(PlanFor({}, {Int16, 2, limit.highest + 1}, limit.extension), Failure) << limit.extension;
+    }
+}
+
 TEST(Plan, OptionsThatContradictTheFileTypeAreAMistake)
 {
     const auto check = [](std::vector<std::string> words, const char *extension) {

@@ -117,6 +117,20 @@ TEST(Hdcd, TheGainHasSevenSettings)
     }
 }
 
+TEST(Hdcd, AFileThatBreaksOffAfterTheScanIsRefused)
+{
+    // FLAC tells how many frames there are, and its end is missing behind the minute that is scanned.
+    TemporaryFolder folder;
+    WriteSound(folder / "a.flac", Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 8000, 2, 8000 * 75));
+    CutOff(folder / "a.flac", std::filesystem::file_size(folder / "a.flac") * 65 / 75);
+    for (const char *choice : {"auto", "on"}) {
+        const Outcome outcome = RunHost({"--hdcd", choice, folder / "a.flac", folder / "b.wav"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find("breaks off"), std::string::npos) << outcome.err;
+        EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.flac"});
+    }
+}
+
 TEST(Hdcd, TheScanEndsAfterAMinute)
 {
     // Codes from the second minute on are found by decoding, not by the scan.

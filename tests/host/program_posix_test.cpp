@@ -1,9 +1,13 @@
 // program_posix_test.cpp: the program under circumstances that only POSIX systems let a test arrange.
+#include "host/batch.h"
+#include "host/failure.h"
+#include "host/platform.h"
 #include "tests/host/failures.h"
 #include "tests/host/run_program_posix.h"
 
 #include <csignal>
 #include <regex>
+#include <unistd.h>
 
 namespace tonekit::host::test {
 namespace {
@@ -42,7 +46,9 @@ TEST_F(Failures, OfAnInterrupt)
     WriteText(folder / "long.wav", header);
     fs::resize_file(folder / "long.wav", 44 + 0x7FFFFFF0u);
     for (const int signal : {SIGINT, SIGTERM}) {
-        const Circumstances circumstances = {.signal = signal, .watchedFolder = folder.path().string()};
+        // A program that doesn't stop meets the limit long before it fills the disk.
+        const Circumstances circumstances = {
+            .fileSizeLimit = 64 << 20, .signal = signal, .watchedFolder = folder.path().string()};
         const std::vector<std::string> arguments = {
             "-q", "-r", "96000", "--quality", "best", folder / "long.wav", folder / "old.wav"};
         ExpectFailureOf([&] { return RunHostUnder(circumstances, arguments); }, 128 + signal, "interrupted");
@@ -64,6 +70,59 @@ TEST_F(Failures, NeverGoIntoTheAudioWhereTheStandardStreamsAreClosed)
     EXPECT_EQ(ReadText(folder / "out/good.wav"), ReadText(folder / "good.wav"));
     EXPECT_EQ(ReadText(folder / "out/b.wav"), ReadText(folder / "b.wav"));
     EXPECT_EQ(ReadText(folder / "quiet.wav"), ReadText(folder / "good.wav"));
+}
+
+TEST_F(Failures, OfAnInterruptBetweenTheLastSampleAndTheCommit)
+{
+    const auto convert = [&] {
+        signal(SIGTERM, SIG_DFL);
+        NoteInterrupts();
+        const Options options = ParseOptions({folder / "good.wav", folder / "old.wav"});
+        const ProgressSink progress = [](double done, double) {
+            if (done == 1)
+                raise(SIGTERM);
+        };
+        try {
+            ConvertFile(options, {}, MakeJobs(options)[0], progress);
+        } catch (const Interrupted &) {
+            _exit(33);
+        }
+        _exit(0);
+    };
+    const std::vector<std::string> names = folder.Names();
+    EXPECT_EXIT(convert(), testing::ExitedWithCode(33), "");
+    EXPECT_EQ(ReadText(folder / "old.wav"), "precious");
+    EXPECT_EQ(folder.Names(), names);
+}
+
+TEST_F(Failures, OfStandardOutputThatIsFull)
+{
+    const Circumstances full = {.out = "/dev/full"};
+    for (const std::vector<std::string> &arguments : {std::vector<std::string>{"--help"},
+                                                      {"--version"},
+                                                      {"--info", folder / "good.wav"},
+                                                      {"--info", "--json", folder / "good.wav"}})
+        ExpectFailureOf([&] { return RunHostUnder(full, arguments); }, 1, "standard output can't be written");
+    // The file is complete all the same.
+    const Outcome outcome = RunHostUnder(full, {folder / "good.wav", folder / "copy.wav"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "tonekit-convert: standard output can't be written\n");
+    EXPECT_EQ(ReadSound(folder / "copy.wav").samples, ReadSound(folder / "good.wav").samples);
+}
+
+TEST(Circumstances, ASignalThatIsIgnoredFromTheStartStaysIgnored)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        TemporaryFolder folder;
+        WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100 * 3));
+        const Circumstances circumstances = {
+            .signal = signal, .watchedFolder = folder.path().string(), .signalIgnored = true};
+        const Outcome outcome = RunHostUnder(
+            circumstances, {"-r", "96000", "--quality", "best", folder / "a.wav", folder / "b.wav"});
+        EXPECT_EQ(outcome.status, 0) << signal;
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(ReadSound(folder / "b.wav").Frames(), size_t{96000} * 3);
+    }
 }
 
 TEST_F(Failures, OfOutputsThatAreNoFiles)

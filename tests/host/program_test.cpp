@@ -269,6 +269,28 @@ TEST(Program, ReplayGainIsMeasuredOnTheResultAndTagged)
         std::regex_search(measured.out, std::regex("ReplayGain +-1[12]\\.[0-9]{2} dB, true peak 0\\.5")));
 }
 
+TEST(Program, MeasuredLoudnessGoesAlongUntilTheChannelsChange)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Tone(kWav16, 44100, 2, 4410, 997));
+    Convert({"--set", "REPLAYGAIN_TRACK_GAIN=-6.50 dB", "--set", "replaygain_album_peak=0.9", "--set",
+             "TITLE=A", folder / "a.wav", folder / "b.flac"});
+    const auto tags = [&](const std::vector<std::string> &options) {
+        std::vector<std::string> arguments = options;
+        arguments.insert(arguments.end(), {folder / "b.flac", folder / "c.flac"});
+        Convert(arguments);
+        const std::string info = Convert({"--info", folder / "c.flac"}).out;
+        EXPECT_NE(info.find("TITLE       A\n"), std::string::npos) << info;
+        const size_t gain = info.find("REPLAYGAIN_TRACK_GAIN -6.50 dB\n");
+        const size_t peak = info.find("REPLAYGAIN_ALBUM_PEAK 0.9\n");
+        return (gain != std::string::npos ? 1 : 0) + (peak != std::string::npos ? 1 : 0);
+    };
+    EXPECT_EQ(tags({}), 2);
+    EXPECT_EQ(tags({"-r", "48000", "-b", "24"}), 2);
+    EXPECT_EQ(tags({"-c", "1"}), 0);
+    EXPECT_EQ(tags({"-c", "6"}), 0);
+}
+
 TEST(Program, SilenceHasNoGainToTag)
 {
     TemporaryFolder folder;
@@ -309,6 +331,20 @@ TEST(Program, OddNumbersOfOddFramesComeBack)
     }
 }
 
+TEST(Program, InfoKeepsControlCharactersFromTheTerminal)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 100));
+    Convert({"--set",
+             "TITLE=a\x1B[2Jb\x7F"
+             "c\td\x01"
+             "e",
+             folder / "a.wav", folder / "b.flac"});
+    EXPECT_NE(Convert({"--info", folder / "b.flac"}).out.find("  TITLE       a[2Jbcde\n"), std::string::npos);
+    EXPECT_NE(Convert({"--info", "--json", folder / "b.flac"}).out.find("\"TITLE\": \"a[2Jbcde\""),
+              std::string::npos);
+}
+
 TEST(Program, JsonIsOneObjectOfWhatWasDone)
 {
     TemporaryFolder folder;
@@ -338,6 +374,9 @@ TEST(Program, QuietSaysNothing)
     TemporaryFolder folder;
     WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
     EXPECT_EQ(Convert({"--quiet", folder / "a.wav", folder / "b.flac"}).out, "");
+    EXPECT_EQ(Convert({"--quiet", "--replaygain", folder / "a.wav", folder / "b.flac"}).out, "");
+    EXPECT_NE(Convert({"--replaygain", folder / "a.wav", folder / "b.flac"}).out.find("ReplayGain"),
+              std::string::npos);
 }
 
 TEST(Program, FileNamesMayHaveAnyLetters)

@@ -29,6 +29,11 @@ namespace {
     }
     if (!circumstances.locale.empty())
         setenv("LC_ALL", circumstances.locale.c_str(), 1);
+    if (!circumstances.out.empty())
+        dup2(open(circumstances.out.c_str(), O_WRONLY), STDOUT_FILENO);
+    // Whoever runs the tests may have signals ignored; programs inherit that.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        signal(number, circumstances.signalIgnored && number == circumstances.signal ? SIG_IGN : SIG_DFL);
     std::vector<char *> argv = {const_cast<char *>("tonekit-convert")};
     for (const std::string &argument : arguments)
         argv.push_back(const_cast<char *>(argument.c_str()));

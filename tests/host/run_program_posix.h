@@ -9,7 +9,9 @@ struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file stands in `watchedFolder`
     std::string watchedFolder = {};
+    bool signalIgnored = false; // the program inherits the signal as ignored, as a job in the background does
     std::string locale = {};    // LC_ALL; empty: as it is
+    std::string out = {};       // where standard output goes; empty: into the outcome
     bool closedStreams = false; // standard input, output and error aren't there; `out` and `err` stay empty
     long *peakKiB = nullptr;    // gets the most memory that the program held at once
 };

@@ -3,7 +3,9 @@
 #include "tests/host/temporary_folder.h"
 #include "tests/host/write_through.h"
 
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace tonekit::host {
 namespace {
@@ -38,6 +40,32 @@ TEST(SafeOutput, WritesThroughASymbolicLink)
     output.Commit();
     EXPECT_TRUE(fs::is_symlink(folder / "link.wav"));
     EXPECT_EQ(ReadText(folder / "real/a.wav"), "new");
+}
+
+TEST(SafeOutput, RefusesAWriteProtectedFileOfAnOrdinaryUser)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a.wav", "old");
+    fs::permissions(folder / "a.wav", fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    fs::permissions(folder.path(), fs::perms::all);
+    const auto replace = [&] {
+        // Nothing is protected from root.
+        constexpr uid_t kNobody = 65534;
+        if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0))
+            _exit(1);
+        try {
+            SafeOutput output(folder / "a.wav");
+            WriteThrough(output, "new");
+            output.Commit();
+        } catch (const Failure &failure) {
+            std::fprintf(stderr, "%s\n", failure.what());
+            _exit(33);
+        }
+        _exit(0);
+    };
+    EXPECT_EXIT(replace(), testing::ExitedWithCode(33), "a.wav: is write-protected\n");
+    EXPECT_EQ(ReadText(folder / "a.wav"), "old");
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.wav"});
 }
 
 TEST(SafeOutput, RefusesADevice)

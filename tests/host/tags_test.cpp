@@ -7,6 +7,7 @@
 #include "tests/host/temporary_folder.h"
 
 #include <algorithm>
+#include <chapterframe.h>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -182,6 +183,27 @@ TEST(Tags, WavFilesHaveTheOlderFormToo)
     Lines warnings;
     WriteTags(name, TagKind::Wav, FullBlock().get(), 1, name, warnings);
     EXPECT_NE(test::ReadText(name).find("INAM"), std::string::npos);
+}
+
+TEST(Tags, ChapterTimesOfId3AreRoundedToMilliseconds)
+{
+    TemporaryFolder folder;
+    const std::string name = MakeFile(folder, FormOf(TagKind::Mpeg));
+    const TagBlockPointer block = NewTagBlock();
+    AddChapters(block.get(), {{4999, "A"}, {5000, "B"}, {2 * kMillisecond - 5001, "C"}, {19'995'000, "D"}});
+    Lines warnings;
+    WriteTags(name, TagKind::Mpeg, block.get(), 25'004'999, name, warnings);
+    std::vector<uint64_t> positions;
+    for (const Chapter &chapter : ChaptersOf(ReadBlock(name, TagKind::Mpeg, warnings).get()))
+        positions.push_back(chapter.position);
+    EXPECT_EQ(positions, (std::vector<uint64_t>{0, kMillisecond, kMillisecond, 2000 * kMillisecond}));
+    // Each ends where the next begins, the last one with the audio.
+    const TagFile file(name, TagKind::Mpeg, TagStream::Access::Read);
+    std::vector<unsigned> ends;
+    for (const TagLib::ID3v2::Frame *frame : file.id3()->frameList("CHAP"))
+        ends.push_back(dynamic_cast<const TagLib::ID3v2::ChapterFrame *>(frame)->endTime());
+    EXPECT_EQ(ends, (std::vector<unsigned>{1, 1, 2000, 2500}));
+    EXPECT_EQ(warnings, Lines{});
 }
 
 TEST(Tags, AChapterWithoutATimeIsLeftOutWithAWarning)
