@@ -322,7 +322,8 @@ TEST(Program, OddNumbersOfOddFramesComeBack)
             const Sound sound = Noise(SF_FORMAT_WAV | subtype, 44100, channels, 4099);
             WriteSound(folder / "a.wav", sound);
             for (const char *name : {"b.wav", "b.w64", "b.rf64", "b.caf", "b.aiff", "b.au", "b.flac"}) {
-                Convert({"--set", "title=Odd", folder / "a.wav", folder / name});
+                // Tags add chunks of their own where the type of file has any.
+                EXPECT_EQ(RunHost({"--set", "title=Odd", folder / "a.wav", folder / name}).status, 0);
                 EXPECT_EQ(ReadSound(folder / name).samples, sound.samples) << name << " " << channels;
                 Convert({folder / name, folder / "c.wav"});
                 EXPECT_EQ(ReadSound(folder / "c.wav").samples, sound.samples) << name << " " << channels;
