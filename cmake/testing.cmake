@@ -35,7 +35,7 @@ endif()
 # A GoogleTest program; each of its tests is one test of the suite.
 function(tonekit_test name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE tonekit_internal tonekit_test_support GTest::gtest GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE tonekit_internal tonekit_test_support tonekit_test_main)
     target_compile_definitions(${name} PRIVATE TONEKIT_LIBRARY="$<TARGET_FILE:tonekit>"
         TONEKIT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" TONEKIT_BUILD_DIR="${PROJECT_BINARY_DIR}")
     target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_CALLS})

@@ -14,6 +14,7 @@
 #include "convert/set_up.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/selected_tier.h"
 #include <tonekit/convert.h>
 
 namespace tonekit {
@@ -230,12 +231,14 @@ TEST_F(SetUp, FormatsWithoutAKernelKeepTheDefaults)
                                        {3u, 16u},
                                        {0xFFFFFFFFu, 32u}}) {
         const Handle c(SRC4_Init(format, bits, 2, 48000, 0, 16, 2, 48000, false, false, 0, 0));
-        EXPECT_EQ(c->loadDouble, (Body<void(const void *, double *, uint32_t)>("LoadSilenceToDouble", 'A')))
+        EXPECT_EQ(reinterpret_cast<void *>(c->loadDouble),
+                  BodyAddress("LoadSilenceToDouble", SelectedLetter()))
             << format;
     }
     for (const auto &[format, bits] : {std::pair{0u, 64u}, {0u, 12u}, {2u, 32u}, {1u, 16u}}) {
         const Handle c(SRC4_Init(0, 16, 2, 48000, format, bits, 2, 48000, false, false, 0, 0));
-        EXPECT_EQ(reinterpret_cast<void *>(c->storeDouble), BodyAddress("StoreNothing", 'A')) << format;
+        EXPECT_EQ(reinterpret_cast<void *>(c->storeDouble), BodyAddress("StoreNothing", SelectedLetter()))
+            << format;
     }
 }
 
