@@ -1,9 +1,9 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install windows test-windows format check-format clean
+.PHONY: help lib convert test bench install uninstall windows test-windows format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
-BUILD := build
+BUILD := $(if $(filter release,$(PRESET)),build,build-$(PRESET))
 JOBS ?= $(shell nproc)
 COMPILE = cmake --build --preset $(PRESET) -j $(JOBS)
 
@@ -13,6 +13,7 @@ help:
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
+	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
 	@echo "make format                                  lay the sources out"
@@ -23,28 +24,33 @@ lib:
 	@$(COMPILE) --target tonekit
 
 convert:
+	@[ -z "$$IN" ] || [ -r "$$IN" ] || { echo "tonekit: the file $$IN is missing or can't be read" >&2; exit 1; }
 	@scripts/ensure_packages build
 	@scripts/configure $(PRESET) $(CMAKE_ARGS)
 	@$(COMPILE) --target tonekit-convert
-	@scripts/convert_recording $(BUILD)/bin/tonekit-convert "$(IN)" "$(OUT)" $(ARGS)
+	@scripts/convert_recording $(BUILD) "$$IN" "$$OUT" $(ARGS)
 
 test:
-	@scripts/ensure_packages build test
+	@scripts/ensure_packages build test recording
 	@scripts/configure $(PRESET) -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@$(COMPILE)
 	@scripts/run_tests $(BUILD)
 
 bench:
-	@scripts/ensure_packages build bench
+	@scripts/ensure_packages build bench recording
 	@scripts/configure $(PRESET) -DTONEKIT_BENCHMARKS=ON $(CMAKE_ARGS)
 	@$(COMPILE)
 	@scripts/run_benchmarks $(BUILD) $(ARGS)
 
 install:
+	@scripts/install --check "$(PREFIX)"
 	@scripts/ensure_packages build
 	@scripts/configure $(PRESET) $(CMAKE_ARGS)
-	@$(COMPILE)
-	@cmake --install $(BUILD) --prefix "$(PREFIX)"
+	@$(COMPILE) --target tonekit tonekit-convert
+	@scripts/install $(BUILD) "$(PREFIX)"
+
+uninstall:
+	@scripts/uninstall "$(PREFIX)"
 
 windows:
 	@scripts/ensure_packages windows
@@ -53,7 +59,7 @@ windows:
 	@cmake --build --preset windows -j $(JOBS)
 
 test-windows: windows
-	@scripts/ensure_packages build test test-windows
+	@scripts/ensure_packages build test recording test-windows
 	@scripts/configure release -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset release -j $(JOBS) --target tiers
 	@scripts/windows/run_tests
@@ -68,4 +74,4 @@ check-format:
 	@scripts/check_tree
 
 clean:
-	rm -rf $(BUILD) build-*
+	rm -rf build build-*
