@@ -64,7 +64,7 @@ public:
     int Count() const { return count; }
     char *Copy(char *out) const { return std::copy(digits, digits + count, out); }
 
-    // No double or midpoint between two has more significant digits than 767.
+    // No double or midpoint between two has more significant digits than 768.
     static constexpr int kMostDigits = 770;
 
 private:

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace tonekit::codec {
 namespace {
@@ -329,6 +330,35 @@ TEST_F(JpegHooks, AnObjectWithAnotherKindOfManagerIsRefused)
         EXPECT_EQ(failure.code, JERR_BUFFER_SIZE);
     }
     std::free(data);
+}
+
+// Memory with a finished source in it for the next record, and none for what comes after that.
+jpeg_source_mgr *nextRecord = nullptr;
+
+void *OneRecordAlone(j_common_ptr cinfo, int, size_t)
+{
+    if (!nextRecord)
+        cinfo->err->error_exit(cinfo);
+    return std::exchange(nextRecord, nullptr);
+}
+
+TEST_F(JpegHooks, ASourceThatGotNoBufferIsRefusedLater)
+{
+    Decompressor whole(codec);
+    CODEC(codec, jpeg_stdio_src)(&whole, nullptr);
+    ASSERT_NE(whole.src->init_source, nullptr);
+    nextRecord = whole.src;
+    Decompressor decompressor(codec);
+    const auto allocate = std::exchange(decompressor.mem->alloc_small, OneRecordAlone);
+    EXPECT_THROW(CODEC(codec, jpeg_stdio_src)(&decompressor, nullptr), Failure);
+    decompressor.mem->alloc_small = allocate;
+    ASSERT_NE(decompressor.src, nullptr);
+    try {
+        CODEC(codec, jpeg_stdio_src)(&decompressor, nullptr);
+        ADD_FAILURE() << "a source without a buffer taken for a finished one";
+    } catch (const Failure &failure) {
+        EXPECT_EQ(failure.code, JERR_BUFFER_SIZE);
+    }
 }
 
 TEST_F(JpegHooks, AnObjectMayBeSetUpAgainByAnyBody)

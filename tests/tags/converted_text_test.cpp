@@ -28,6 +28,9 @@ TEST_F(ConvertedTextTest, AnsiIsStoredAsUtf8)
     ID3Helper_AddStrAnsi(block, "sharp s", "\xDF");
     EXPECT_STREQ(ID3Helper_GetStr(block, "plain"), "text");
     EXPECT_STREQ(ID3Helper_GetStr(block, "sharp s"), "\xC3\x9F");
+    ID3Helper_AddStrAnsi(block, "K\xF6nig \x80", "the key is converted too");
+    EXPECT_STREQ(ID3Helper_GetStr(block, "K\xC3\xB6nig \xE2\x82\xAC"), "the key is converted too");
+    EXPECT_STREQ(ID3Helper_GetStr(block, "K\xF6nig \x80"), "") << "and isn't stored as it came";
 }
 
 TEST_F(ConvertedTextTest, NullAndEmptyTextsAreRefused)

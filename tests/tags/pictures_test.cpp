@@ -2,6 +2,7 @@
 #include <climits>
 #include <cstring>
 
+#include "tests/support/guarded_pages.h"
 #include "tests/tags/tag_functions.h"
 
 namespace tonekit {
@@ -195,6 +196,25 @@ TEST_P(PicturesTest, TheDataPieceGrowsTheBufferByItsSize)
     Add(nullptr, 3, data);
     EXPECT_EQ(block->capacity, 1024u + 100000u);
     EXPECT_EQ(block->used, 100000u + 11);
+}
+
+// Nothing behind the bytes in use can be read here.
+TEST_P(PicturesTest, APictureCutAnywhereIsReadToTheEndOfTheBytesInUseOnly)
+{
+    Add("a/b", 3, "data");
+    const std::string whole = BytesOf(block);
+    for (size_t used = 1; used < whole.size(); ++used) {
+        GuardedPages pages(used);
+        memcpy(pages.End() - used, whole.data(), used);
+        const TagBlock cut = {pages.End() - used, static_cast<uint32_t>(used), static_cast<uint32_t>(used)};
+        uint32_t size = 77;
+        EXPECT_EQ(tags.ID3Helper_GetImage(&cut, 3, nullptr, &size), nullptr) << used;
+        EXPECT_EQ(tags.ID3Helper_GetImage(&cut, 4, nullptr, &size), nullptr) << used;
+        EXPECT_EQ(size, 77u);
+        TagBlockPicture picture;
+        EXPECT_FALSE(tags.ID3Helper_GetFirstImage(&cut, &picture)) << used;
+        EXPECT_EQ(uint32_t{picture.cursor}, used);
+    }
 }
 
 TEST_P(PicturesTest, NullBlocksAndEmptyBlocksEndWalksAtOnce)

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tests/support/failing_malloc.h"
 #include "tests/tags/tag_functions.h"
 
 namespace tonekit {
@@ -145,6 +146,30 @@ TEST_P(TagBlockTest, EveryPieceGrowsByItself)
     // The marker's growth by 1024 leaves too little room for the key, whose growth doesn't count the value.
     tags.ID3Helper_AddStr(block, std::string(3000, 'k').c_str(), std::string(4000, 'v').c_str());
     EXPECT_EQ(block->capacity, 1024u + 1024u + 3001u + 4001u);
+}
+
+// The capacities are made up: only whether memory is asked for matters, and none is given.
+TEST(TagBlockGrowth, EndsAt4GiBWithoutAskingForMemory)
+{
+    uint8_t buffer[1] = {};
+    const struct {
+        uint32_t capacity, piece;
+        bool asks;
+    } rows[] = {
+        {UINT32_MAX - 1024, 1, true},    {UINT32_MAX - 1023, 1, false},    {UINT32_MAX, 1, false},
+        {UINT32_MAX - 5000, 5000, true}, {UINT32_MAX - 4999, 5000, false}, {2147483648u, UINT32_MAX, false},
+        {1000, UINT32_MAX, false},
+    };
+    for (const auto &row : rows) {
+        TagBlock block = {buffer, row.capacity, row.capacity};
+        FailAllocation(1);
+        AppendPiece(&block, "unread", row.piece);
+        EXPECT_EQ(AllocationHasFailed(), row.asks) << row.capacity << " and " << row.piece;
+        AllowAllocations();
+        EXPECT_EQ(block.buffer, buffer);
+        EXPECT_EQ(block.capacity, row.capacity);
+        EXPECT_EQ(block.used, row.capacity);
+    }
 }
 
 TEST_P(TagBlockTest, TheBytesBehindTheItemsStayZero)

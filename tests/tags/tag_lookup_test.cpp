@@ -75,6 +75,32 @@ TEST_P(TagLookupTest, EveryKeyOfAWholeBlockIsFound)
     }
 }
 
+// A length of up to 256 has three zero bytes, the next ones have two; and an item may have a third text, or a
+// fourth, whose zero bytes would make up for that.
+TEST_P(TagLookupTest, ItemsOfAbout256BytesAreCountedToTheByte)
+{
+    for (const int around : {256, 512})
+        for (int length = around - 2; length <= around + 2; ++length)
+            for (const int zeros : {0, 1, 2}) {
+                model = {};
+                keys.clear();
+                Random random(static_cast<uint64_t>(length));
+                Fill(random, 40, 30);
+                std::string item = std::string("\0", 1) + std::string(4, '\0') + "ODD";
+                for (int byte = 0; byte < 4; ++byte)
+                    item[1 + byte] = static_cast<char>(length >> 8 * byte);
+                item.resize(5 + length, 'w');
+                item[8] = '\0';
+                item.back() = '\0';
+                for (int extra = 1; extra <= zeros; ++extra)
+                    item[item.size() - 1 - 20 * extra] = '\0';
+                keys.push_back("ODD");
+                model.bytes += item;
+                Fill(random, 120, 30);
+                ASSERT_NO_FATAL_FAILURE(ExpectSameLookups(model.bytes)) << length << " " << zeros;
+            }
+}
+
 TEST_P(TagLookupTest, BlocksOfEveryLengthAreReadToTheirEndOnly)
 {
     Random random(1);

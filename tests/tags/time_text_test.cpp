@@ -1,6 +1,7 @@
 // time_text_test.cpp: time strings out and in, beside the C library's printf and scanf in the "C" locale.
 #include "tags/time_text.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
@@ -258,6 +259,66 @@ TEST(TimeFieldsTest, MidpointsOfAnyLengthRoundRight)
     ExpectAsScanned("0:0:2.4703282292062328e-324");
     ExpectAsScanned("0:0:1.7976931348623158e308");
     ExpectAsScanned("0:0:1.7976931348623159e308");
+}
+
+// All decimal digits of count * 2^-1075, but for a power of ten: those of count * 5^1075.
+std::string DigitsOfHalves(uint64_t count)
+{
+    std::string reversed;
+    for (; count != 0; count /= 10)
+        reversed += static_cast<char>(count % 10);
+    for (int power = 0; power < 1075; ++power) {
+        int carry = 0;
+        for (char &digit : reversed) {
+            carry += 5 * digit;
+            digit = static_cast<char>(carry % 10);
+            carry /= 10;
+        }
+        for (; carry != 0; carry /= 10)
+            reversed += static_cast<char>(carry % 10);
+    }
+    std::string digits(reversed.rbegin(), reversed.rend());
+    for (char &digit : digits)
+        digit += '0';
+    return digits;
+}
+
+double SecondsOf(const std::string &text)
+{
+    TimeFields narrow{};
+    TimeFields wide{};
+    EXPECT_TRUE(ReadTime(("0:0:" + text).c_str(), &narrow));
+    const std::string all = "0:0:" + text;
+    EXPECT_TRUE(ReadTime(Utf16String(all.begin(), all.end()).c_str(), &wide));
+    EXPECT_EQ(narrow.seconds, wide.seconds);
+    return narrow.seconds;
+}
+
+// Between m and m + 1 times the least double, 2^-1074, lies (2 m + 1) * 2^-1075, whose digits are up to 768,
+// and each of them counts.
+TEST(TimeFieldsTest, LongestMidpointsRoundByTheirLastDigit)
+{
+    size_t lengths = 0;
+    for (uint64_t scale = 1000000000; scale <= 9007199254740991;
+         scale = scale < 9000000000000000 ? std::min<uint64_t>(scale * 3, 9007199254740991) : scale + 1) {
+        for (const uint64_t m : {scale - 1, scale - 2}) {
+            const std::string midpoint = DigitsOfHalves(2 * m + 1);
+            lengths = std::max(lengths, midpoint.size());
+            const double below = std::ldexp(static_cast<double>(m), -1074);
+            const double above = std::ldexp(static_cast<double>(m + 1), -1074);
+            std::string under = midpoint;
+            ASSERT_EQ(under.back(), '5');
+            under.back() = '4';
+            std::string over = midpoint;
+            over.back() = '6';
+            EXPECT_EQ(SecondsOf(midpoint + "e-1075"), m % 2 == 0 ? below : above) << midpoint.size();
+            EXPECT_EQ(SecondsOf(under + "e-1075"), below) << midpoint.size();
+            EXPECT_EQ(SecondsOf(over + "e-1075"), above) << midpoint.size();
+            EXPECT_EQ(SecondsOf(midpoint + std::string(40, '0') + "1e-1116"), above) << midpoint.size();
+            EXPECT_EQ(SecondsOf(under + std::string(40, '9') + "e-1115"), below) << midpoint.size();
+        }
+    }
+    EXPECT_EQ(lengths, 768u);
 }
 
 } // namespace
