@@ -11,6 +11,7 @@
 #include "benchmarks/ratio.h"
 #include "convert/resampler.h"
 #include "convert/set_up.h"
+#include "tests/reference/set_up.h"
 #include "tests/support/bodies.h"
 #include "tests/support/measure.h"
 #include "tests/support/random.h"
@@ -60,7 +61,7 @@ void ConvertWhole(const std::vector<int16_t> &input, const Rates &rates, uint32_
 template <class Sample>
 void ResampleBare(const std::vector<Sample> &input, const Rates &rates, uint32_t span)
 {
-    const soxr_t resampler = CreateResampler(rates.input, rates.output, 2, RecipeForSpan(span));
+    const soxr_t resampler = reference::NewResampler(rates.input, rates.output, 2, span);
     const BlockSizes sizes = DeriveBlockSizes(rates.input, rates.output);
     std::vector<Sample> out(2 * std::size_t{sizes.resamplerOutputFrames});
     std::size_t consumed = 0;

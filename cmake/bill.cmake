@@ -49,7 +49,7 @@ function(tonekit_bill_windows)
     set(licence_mpg123 "LGPL-2.1-only")
     set(licence_libsndfile "LGPL-2.1-or-later")
     set(licence_taglib "LGPL-2.1-only OR MPL-1.1")
-    file(STRINGS ${PROJECT_SOURCE_DIR}/scripts/windows/sources.txt rows)
+    file(STRINGS ${PROJECT_SOURCE_DIR}/scripts/source_packages.txt rows)
     foreach(row IN LISTS rows)
         string(REPLACE " " ";" fields "${row}")
         list(POP_FRONT fields name version tarball checksum)
@@ -74,9 +74,25 @@ function(tonekit_bill_windows)
     tonekit_bill_package(libtonekit DEPENDS_ON winpthreads "NOASSERTION" "MIT AND BSD-3-Clause" "pkg:deb/debian/mingw-w64-x86-64-dev")
 endfunction()
 
+# libsoxr, compiled in, with the checksum of its tarball.
+function(tonekit_bill_soxr)
+    file(STRINGS ${PROJECT_SOURCE_DIR}/scripts/source_packages.txt row REGEX "^libsoxr ")
+    string(REPLACE " " ";" fields "${row}")
+    list(POP_FRONT fields name version tarball checksum)
+    tonekit_bill_package(libtonekit CONTAINS ${name} "${version}" "LGPL-2.1-or-later"
+        "pkg:deb/debian/${name}@${version}?arch=source" ${checksum})
+endfunction()
+
 # What is linked with on other systems, under the system's own names.
 function(tonekit_bill_shared)
-    foreach(row "libtonekit|libsoxr|soxr|LGPL-2.1-or-later" "libtonekit|libebur128|libebur128|MIT AND BSD-3-Clause"
+    get_property(own_soxr GLOBAL PROPERTY TONEKIT_OWN_SOXR)
+    set(soxr "")
+    if(own_soxr)
+        tonekit_bill_soxr()
+    else()
+        set(soxr "libtonekit|libsoxr|soxr|LGPL-2.1-or-later")
+    endif()
+    foreach(row ${soxr} "libtonekit|libebur128|libebur128|MIT AND BSD-3-Clause"
             "tonekit-convert|libsndfile|sndfile|LGPL-2.1-or-later" "tonekit-convert|taglib|taglib|LGPL-2.1-only OR MPL-1.1")
         string(REPLACE "|" ";" fields "${row}")
         list(POP_FRONT fields owner name package licence)

@@ -32,6 +32,11 @@ function(tonekit_sources)
     endforeach()
 endfunction()
 
+# Adds the objects of a dependency that is compiled with the library.
+function(tonekit_foreign_objects target)
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_FOREIGN_OBJECTS $<TARGET_OBJECTS:${target}>)
+endfunction()
+
 # Names a library that the library links with.
 function(tonekit_dependency)
     set_property(GLOBAL APPEND PROPERTY TONEKIT_DEPENDENCIES ${ARGN})
@@ -82,6 +87,7 @@ endfunction()
 # Makes libtonekit.so or tonekit.dll, and tonekit_internal: the same objects for tests and benchmarks that reach inside.
 function(tonekit_add_library)
     get_property(tier_objects GLOBAL PROPERTY TONEKIT_OBJECTS)
+    get_property(foreign_objects GLOBAL PROPERTY TONEKIT_FOREIGN_OBJECTS)
     get_property(tier_targets GLOBAL PROPERTY TONEKIT_TIER_TARGETS)
     get_property(dependencies GLOBAL PROPERTY TONEKIT_DEPENDENCIES)
     if(WIN32)
@@ -94,7 +100,7 @@ function(tonekit_add_library)
         target_link_libraries(${target} PRIVATE ${dependencies})
     endforeach()
 
-    add_library(tonekit SHARED $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})
+    add_library(tonekit SHARED $<TARGET_OBJECTS:tonekit_objects> ${tier_objects} ${foreign_objects})
     add_library(tonekit::tonekit ALIAS tonekit)
     set_target_properties(tonekit PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR} LINKER_LANGUAGE CXX
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
@@ -109,6 +115,6 @@ function(tonekit_add_library)
     endif()
 
     add_library(tonekit_internal INTERFACE)
-    target_sources(tonekit_internal INTERFACE $<TARGET_OBJECTS:tonekit_objects> ${tier_objects})
+    target_sources(tonekit_internal INTERFACE $<TARGET_OBJECTS:tonekit_objects> ${tier_objects} ${foreign_objects})
     target_link_libraries(tonekit_internal INTERFACE tonekit_settings ${dependencies})
 endfunction()

@@ -6,7 +6,9 @@ set(TONEKIT_SYSTEM $<IF:$<BOOL:${WIN32}>,windows,posix>)
 # Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn, and the calls that
 # get something from a dependency or give it back, so that tests can count what is held.
 set(TONEKIT_WRAPPED_CALLS "")
-foreach(function malloc calloc realloc free soxr_create soxr_delete ebur128_init ebur128_destroy)
+get_property(own_soxr GLOBAL PROPERTY TONEKIT_OWN_SOXR)
+set(soxr $<IF:$<BOOL:${own_soxr}>,tonekit_soxr,soxr>)
+foreach(function malloc calloc realloc free ${soxr}_create ${soxr}_delete ebur128_init ebur128_destroy)
     list(APPEND TONEKIT_WRAPPED_CALLS -Wl,--wrap=${function})
 endforeach()
 if(WIN32)

@@ -1,9 +1,8 @@
 // converter.cpp: the operations of the converters that are not on the hot path.
 #include <tonekit/convert.h>
 
-#include <soxr.h>
-
 #include "convert/dither.h"
+#include "convert/resampler.h"
 #include "frame/allocator.h"
 
 CSampleRateConverter3::~CSampleRateConverter3()
@@ -18,7 +17,7 @@ CSampleRateConverter3::~CSampleRateConverter3()
     Release(workInputDouble);
     Release(workInputFloat);
     if (resamplerActive)
-        soxr_delete(resampler);
+        tonekit::DeleteResampler(resampler);
     Release(floatDithers);
     Release(doubleDithers);
 }

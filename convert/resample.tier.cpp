@@ -3,10 +3,9 @@
 
 #include <cstring>
 
-#include <soxr.h>
-
 #include "convert/converter_siblings.h"
 #include "convert/dsp_siblings.h"
+#include "convert/resampler.h"
 #include "frame/settings.h"
 
 namespace tonekit::TONEKIT_TIER {
@@ -235,15 +234,11 @@ uint32_t ConvertAtEqualRates(Converter &c, const void *input, uint32_t frames)
 // resampler must not be fed again.
 uint32_t Process(Converter &c, const void *input, uint32_t frames, void *output)
 {
-    std::size_t consumed = 0; // always all of it: the work output has room for what a full block becomes
-    std::size_t produced = 0;
     if (!input)
         c.resamplerDrained = true;
     else if (c.resamplerDrained)
         return 0;
-    if (c.resampler)
-        soxr_process(c.resampler, input, frames, &consumed, output, c.resamplerOutputFrames, &produced);
-    return static_cast<uint32_t>(produced);
+    return static_cast<uint32_t>(RunResampler(c.resampler, input, frames, output, c.resamplerOutputFrames));
 }
 
 template <class Path>

@@ -1,7 +1,15 @@
 // resampler.cpp: derives the fields of a libsoxr quality specification and creates resamplers.
+#ifdef TONEKIT_OWN_SOXR
+    #include "convert/soxr/names.h"
+#endif
+
 #include "convert/resampler.h"
 
 #include "frame/settings.h"
+
+#ifdef TONEKIT_OWN_SOXR
+    #include "convert/soxr/resampler_memory.h"
+#endif
 
 namespace tonekit {
 
@@ -53,6 +61,19 @@ soxr_quality_spec_t ResamplerQuality(const ResamplerRecipe &recipe, uint32_t mod
     return quality;
 }
 
+namespace {
+
+soxr_t TryPrecisions(uint32_t inputRate, uint32_t outputRate, uint32_t channels, const soxr_io_spec_t &io,
+                     soxr_quality_spec_t quality)
+{
+    for (; quality.precision >= kLeastPrecision; quality.precision -= 1)
+        if (soxr_t resampler = soxr_create(inputRate, outputRate, channels, nullptr, &io, &quality, nullptr))
+            return resampler;
+    return nullptr;
+}
+
+} // namespace
+
 soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channels,
                        const ResamplerRecipe &recipe)
 {
@@ -62,10 +83,36 @@ soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channel
     const soxr_datatype_t type = recipe.useDoublePath ? SOXR_FLOAT64_I : SOXR_FLOAT32_I;
     soxr_io_spec_t io = soxr_io_spec(type, type);
     io.flags = SOXR_NO_DITHER;
-    for (; quality.precision >= kLeastPrecision; quality.precision -= 1)
-        if (soxr_t resampler = soxr_create(inputRate, outputRate, channels, nullptr, &io, &quality, nullptr))
-            return resampler;
-    return nullptr;
+#ifdef TONEKIT_OWN_SOXR
+    NewResamplerBlocks blocks;
+    const soxr_t resampler = TryPrecisions(inputRate, outputRate, channels, io, quality);
+    blocks.Keep();
+    return resampler;
+#else
+    return TryPrecisions(inputRate, outputRate, channels, io, quality);
+#endif
+}
+
+std::size_t RunResampler(soxr_t &resampler, const void *input, std::size_t frames, void *output,
+                         std::size_t capacity)
+{
+    if (!resampler)
+        return 0;
+    std::size_t consumed = 0; // always all of it: the output has room for what the input becomes
+    std::size_t produced = 0;
+    try {
+        soxr_process(resampler, input, frames, &consumed, output, capacity, &produced);
+    } catch (...) {
+        DeleteResampler(resampler);
+        resampler = nullptr;
+        throw;
+    }
+    return produced;
+}
+
+void DeleteResampler(soxr_t resampler)
+{
+    soxr_delete(resampler);
 }
 
 } // namespace tonekit

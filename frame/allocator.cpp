@@ -37,6 +37,11 @@ void *AllocateZeroed(std::size_t bytes)
     return Insist(bytes, [](std::size_t size) { return std::calloc(size, 1); });
 }
 
+void *Reallocate(void *memory, std::size_t bytes)
+{
+    return Insist(bytes, [memory](std::size_t size) { return std::realloc(memory, size); });
+}
+
 void Release(void *memory) noexcept
 {
     std::free(memory);

@@ -13,7 +13,10 @@ void *Allocate(std::size_t bytes);
 // The same with all bytes 0, which costs nothing for memory that comes fresh from the system.
 void *AllocateZeroed(std::size_t bytes);
 
-// Gives memory from either back; null is ignored.
+// Lengthens or shortens memory of either, which may move; it stays as it was if this throws.
+void *Reallocate(void *memory, std::size_t bytes);
+
+// Gives memory from any of them back; null is ignored.
 void Release(void *memory) noexcept;
 
 } // namespace tonekit

@@ -20,6 +20,11 @@ void WaitForEvent(AutoResetEvent *event);
 void SignalEvent(AutoResetEvent *event);
 void CloseEvent(AutoResetEvent *event);
 
+// One pointer of the calling thread's own, null at first. Setting it is refused if there is no memory for it;
+// setting null never is.
+bool SetThreadPointer(void *pointer);
+void *ThreadPointer();
+
 // Opens a file by its UTF-16 path for binary reading; null if it can't be opened.
 std::FILE *OpenForReading(const tonekit_char16 *path);
 

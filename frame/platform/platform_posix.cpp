@@ -37,6 +37,25 @@ void CloseEvent(AutoResetEvent *event)
 
 namespace {
 
+// In the part of a thread's memory that is there from its start: the other part is allocated on first use,
+// and the process ends if that fails.
+__attribute__((tls_model("initial-exec"))) thread_local void *threadPointer = nullptr;
+
+} // namespace
+
+bool SetThreadPointer(void *pointer)
+{
+    threadPointer = pointer;
+    return true;
+}
+
+void *ThreadPointer()
+{
+    return threadPointer;
+}
+
+namespace {
+
 constexpr char32_t kReplacement = 0xFFFD;
 
 bool IsHighSurrogate(char16_t unit)

@@ -26,6 +26,27 @@ void CloseEvent(AutoResetEvent *event)
     CloseHandle(reinterpret_cast<HANDLE>(event));
 }
 
+namespace {
+
+// The compiler's own thread-local memory ends the process if it can't be allocated.
+DWORD ThreadSlot()
+{
+    static const DWORD slot = TlsAlloc();
+    return slot;
+}
+
+} // namespace
+
+bool SetThreadPointer(void *pointer)
+{
+    return ThreadSlot() != TLS_OUT_OF_INDEXES && TlsSetValue(ThreadSlot(), pointer) != 0;
+}
+
+void *ThreadPointer()
+{
+    return TlsGetValue(ThreadSlot());
+}
+
 std::FILE *OpenForReading(const tonekit_char16 *path)
 {
     if (!path)

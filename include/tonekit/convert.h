@@ -9,8 +9,13 @@
  *
  * A converter turns one stream of interleaved PCM into another: SRC4_Init, then SRC4_Write and SRC4_Read for
  * each buffer of the stream, SRC4_Flush until it declines, SRC4_Deinit. One thread at a time per handle;
- * handles are independent of one another. All memory is allocated by SRC4_Init; nothing is allocated later,
- * save scratch for the two ends of the stream.
+ * handles are independent of one another. SRC4_Init allocates all buffers. Later the two ends of the stream
+ * need scratch, and the resampler may lengthen its buffers.
+ *
+ * When memory runs out and no new-handler helps, SRC4_Init, SRC4_Read and SRC4_Flush throw std::bad_alloc,
+ * and so do the members that they call. Nothing is leaked. A handle that has thrown is to be released; until
+ * then every call is allowed, and what it yields has a gap or is empty. (A library that was built without the
+ * sources of libsoxr doesn't hold this: the packaged libsoxr doesn't check its allocations, and crashes.)
  *
  * Sample encodings, by format code and bits per sample:
  *

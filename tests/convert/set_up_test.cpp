@@ -6,6 +6,9 @@
 #include <iterator>
 #include <vector>
 
+#ifdef TONEKIT_OWN_SOXR
+    #include "convert/soxr/names.h"
+#endif
 #include <soxr.h>
 
 #include "convert/mix.h"
@@ -162,15 +165,13 @@ TEST_F(SetUp, PassBandsAreTheWorkedValues)
 double DelayOf(uint32_t inputRate, uint32_t outputRate, uint32_t mode, uint8_t aliasing)
 {
     SetSampleRateConverterParameters2(mode, aliasing);
-    const soxr_t resampler = CreateResampler(inputRate, outputRate, 1, RecipeForSpan(24));
+    soxr_t resampler = CreateResampler(inputRate, outputRate, 1, RecipeForSpan(24));
     EXPECT_NE(resampler, nullptr);
     std::vector<float> silence(60000);
     std::vector<float> out(400000);
-    size_t consumed = 0;
-    size_t produced = 0;
-    soxr_process(resampler, silence.data(), silence.size(), &consumed, out.data(), out.size(), &produced);
+    RunResampler(resampler, silence.data(), silence.size(), out.data(), out.size());
     const double delay = soxr_delay(resampler);
-    soxr_delete(resampler);
+    DeleteResampler(resampler);
     return delay;
 }
 
@@ -302,7 +303,8 @@ TEST_F(SetUp, ExhaustedMemoryThrowsAndLeaksNothing)
                 }
                 AllowAllocations();
                 const bool done = handle != nullptr;
-                EXPECT_EQ(done, n > (outputRate == 44100 ? 6u : 7u)) << "the buffers and the object";
+                EXPECT_EQ(done, !AllocationHasFailed());
+                EXPECT_TRUE(!done || n > (outputRate == 44100 ? 6u : 7u)) << "the buffers and the object";
                 SRC4_Deinit(handle);
                 EXPECT_EQ(LiveAllocations(), before) << n;
                 if (done)

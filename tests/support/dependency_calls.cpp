@@ -5,6 +5,13 @@
 
 #include <ebur128.h>
 
+#ifdef TONEKIT_OWN_SOXR // whose functions have names of their own
+    #define __real_soxr_create __real_tonekit_soxr_create
+    #define __wrap_soxr_create __wrap_tonekit_soxr_create
+    #define __real_soxr_delete __real_tonekit_soxr_delete
+    #define __wrap_soxr_delete __wrap_tonekit_soxr_delete
+#endif
+
 extern "C" {
 soxr_t __real_soxr_create(double inputRate, double outputRate, unsigned channels, soxr_error_t *error,
                           soxr_io_spec_t const *io, soxr_quality_spec_t const *quality,

@@ -1,0 +1,33 @@
+# patches.cmake: copies fetched sources and mends them.
+
+# Copies a folder of sources to another and applies patches of the calling folder, in the order given. A patch that doesn't apply
+# exactly ends the configuration. What is there already from the same sources and patches is left alone.
+function(tonekit_patch_sources from to)
+    list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE patches)
+    set(state ${from})
+    foreach(patch IN LISTS patches)
+        file(SHA256 ${patch} hash)
+        string(APPEND state "\n${hash}")
+    endforeach()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${patches})
+    if(EXISTS ${to}/patched)
+        file(READ ${to}/patched done)
+    endif()
+    if("${done}" STREQUAL "${state}")
+        return()
+    endif()
+    find_program(TONEKIT_PATCH patch)
+    if(NOT TONEKIT_PATCH)
+        message(FATAL_ERROR "The program patch is missing; it mends ${from}")
+    endif()
+    file(REMOVE_RECURSE ${to})
+    file(COPY ${from}/ DESTINATION ${to})
+    foreach(patch IN LISTS patches)
+        execute_process(COMMAND ${TONEKIT_PATCH} --batch --forward --fuzz=0 --strip=1 --input=${patch}
+            WORKING_DIRECTORY ${to} RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
+        if(failed)
+            message(FATAL_ERROR "${patch} doesn't apply to ${from}:\n${output}")
+        endif()
+    endforeach()
+    file(WRITE ${to}/patched "${state}")
+endfunction()

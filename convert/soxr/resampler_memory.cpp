@@ -1,0 +1,148 @@
+// resampler_memory.cpp: the heap that libsoxr is compiled with.
+#include "convert/soxr/resampler_memory.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <shared_mutex>
+
+#include "frame/allocator.h"
+#include "frame/platform.h"
+
+namespace tonekit {
+
+namespace {
+
+// SIZE_MAX, which no allocator gives, for more than there can be.
+std::size_t WithHeader(std::size_t bytes)
+{
+    return bytes > SIZE_MAX - sizeof(ResamplerBlock) ? SIZE_MAX : bytes + sizeof(ResamplerBlock);
+}
+
+ResamplerBlock *BlockOf(void *memory)
+{
+    return static_cast<ResamplerBlock *>(memory) - 1;
+}
+
+void Unlink(ResamplerBlock *block)
+{
+    block->previous->next = block->next;
+    block->next->previous = block->previous;
+}
+
+void *LinkIntoThread(void *memory)
+{
+    auto *ring = static_cast<ResamplerBlock *>(ThreadPointer());
+    auto *block = static_cast<ResamplerBlock *>(memory);
+    block->previous = ring;
+    block->next = ring->next;
+    ring->next->previous = block;
+    ring->next = block;
+    return block + 1;
+}
+
+std::shared_mutex &TablesLock()
+{
+    static std::shared_mutex lock;
+    return lock;
+}
+
+} // namespace
+
+NewResamplerBlocks::NewResamplerBlocks()
+{
+    if (!SetThreadPointer(&ring_))
+        throw std::bad_alloc();
+}
+
+NewResamplerBlocks::~NewResamplerBlocks()
+{
+    SetThreadPointer(nullptr);
+    while (ring_.next != &ring_) {
+        ResamplerBlock *block = ring_.next;
+        Unlink(block);
+        Release(block);
+    }
+}
+
+void NewResamplerBlocks::Keep()
+{
+    Unlink(&ring_);
+    ring_ = {&ring_, &ring_};
+}
+
+} // namespace tonekit
+
+using namespace tonekit;
+
+extern "C" {
+
+void *tonekit_soxr_malloc(std::size_t bytes)
+{
+    return LinkIntoThread(Allocate(WithHeader(bytes)));
+}
+
+void *tonekit_soxr_calloc(std::size_t count, std::size_t bytes)
+{
+    std::size_t product = 0;
+    if (__builtin_mul_overflow(count, bytes, &product))
+        product = SIZE_MAX;
+    return LinkIntoThread(AllocateZeroed(WithHeader(product)));
+}
+
+// A block that moves has new neighbours' pointers; no memory leaves it as it was.
+void *tonekit_soxr_realloc(void *memory, std::size_t bytes)
+{
+    if (!memory)
+        return tonekit_soxr_malloc(bytes);
+    auto *block = static_cast<ResamplerBlock *>(Reallocate(BlockOf(memory), WithHeader(bytes)));
+    block->previous->next = block;
+    block->next->previous = block;
+    return block + 1;
+}
+
+void tonekit_soxr_free(void *memory)
+{
+    if (!memory)
+        return;
+    Unlink(BlockOf(memory));
+    Release(BlockOf(memory));
+}
+
+void tonekit_soxr_share_tables()
+{
+    TablesLock().lock_shared();
+}
+
+void tonekit_soxr_cease_sharing_tables()
+{
+    TablesLock().unlock_shared();
+}
+
+void tonekit_soxr_own_tables()
+{
+    TablesLock().lock();
+}
+
+void tonekit_soxr_cease_owning_tables()
+{
+    TablesLock().unlock();
+}
+
+void *tonekit_soxr_grow_table(void *table, std::size_t bytes)
+{
+    return std::realloc(table, bytes);
+}
+
+void tonekit_soxr_free_table(void *table)
+{
+    std::free(table);
+}
+
+void tonekit_soxr_give_up_growing()
+{
+    TablesLock().unlock();
+    throw std::bad_alloc();
+}
+
+} // extern "C"
