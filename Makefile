@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install uninstall windows test-windows format check-format clean
+.PHONY: help lib convert test bench install uninstall deb dist windows test-windows format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -14,6 +14,8 @@ help:
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
+	@echo "make deb                                     Debian packages in $(BUILD)/deb"
+	@echo "make dist                                    a release archive in $(BUILD)/dist, the same to the byte from one commit"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
 	@echo "make format                                  lay the sources out"
@@ -51,6 +53,17 @@ install:
 
 uninstall:
 	@scripts/uninstall "$(PREFIX)"
+
+deb:
+	@scripts/ensure_packages build deb
+	@scripts/configure release -DCMAKE_INSTALL_PREFIX=/usr -DTONEKIT_CODEC=ON $(CMAKE_ARGS)
+	@cmake --build --preset release -j $(JOBS) --target tonekit tonekit-convert
+	@scripts/make_packages build
+
+dist:
+	@scripts/ensure_packages build
+	@scripts/configure release -DTONEKIT_CODEC=ON $(CMAKE_ARGS)
+	@scripts/make_archive build
 
 windows:
 	@scripts/ensure_packages windows
