@@ -47,7 +47,7 @@ bench:
 install:
 	@scripts/install --check "$(PREFIX)"
 	@scripts/ensure_packages build
-	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@scripts/configure $(PRESET) -DCMAKE_INSTALL_PREFIX="$(PREFIX)" $(CMAKE_ARGS)
 	@$(COMPILE) --target tonekit tonekit-convert
 	@scripts/install $(BUILD) "$(PREFIX)"
 
