@@ -144,6 +144,7 @@ private:
     {
         reports_[index].error = error;
         reports_[index].input.path = Utf8Name(jobs_[index].input);
+        reports_[index].output.path = Utf8Name(jobs_[index].output);
         progress_.Report(index, 1, 0, "");
         console_.Complain(error);
     }
@@ -208,7 +209,7 @@ int RunJobs(const Options &options, const Extras &extras, const std::vector<Job>
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const auto &reports = batch.reports();
     if (options.json)
-        console.Say(reports.size() == 1 ? ReportJson(reports[0]) : ReportJson(reports, seconds));
+        console.Say(ReportJson(reports, seconds));
     const bool allDone = std::all_of(reports.begin(), reports.end(),
                                      [](const ConversionReport &r) { return r.error.empty(); });
     return allDone ? 0 : 1;

@@ -28,7 +28,7 @@ struct FileInfo {
 FileInfo LookAt(const Options &options, const std::filesystem::path &path);
 
 std::string InfoText(const FileInfo &info);
-// One JSON object: the file's, or one with all of them under "files".
+// One JSON object with all files under "files", however many there are.
 std::string InfoJson(const std::vector<FileInfo> &infos);
 
 } // namespace tonekit::host

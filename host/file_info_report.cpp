@@ -5,6 +5,7 @@
 #include "host/report_parts.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tonekit::host {
 
@@ -58,42 +59,57 @@ std::string PictureText(const Picture &picture)
            " bytes";
 }
 
-void AddInfo(JsonWriter &json, const FileInfo &info)
+// A tag may have several values, so that each has a list of them.
+Json ValuesJson(const std::string &text)
 {
-    json.BeginObject();
-    json.Truth("ok", info.error.empty());
-    if (!info.error.empty())
-        json.Text("error", info.error);
-    AddStreamMembers(json, info.stream);
-    if (info.hdcd)
-        AddHdcd(json, *info.hdcd);
-    json.BeginObject("tags");
+    Json values = Json::array();
+    size_t start = 0;
+    for (size_t end = 0; end != std::string::npos; start = end + 1) {
+        end = text.find(kValueSeparator, start);
+        values.push_back(text.substr(start, end == std::string::npos ? end : end - start));
+    }
+    return values;
+}
+
+Json TagsJson(const FileInfo &info)
+{
+    Json tags = Json::object();
     for (const auto &[key, value] : info.text)
-        json.Text(key.c_str(), Shown(value));
-    json.EndObject();
-    json.BeginArray("pictures");
-    for (const Picture &picture : info.pictures) {
-        json.BeginObject();
-        json.Text("type", NameOfPictureType(picture.type));
-        json.Text("mime", picture.mime);
-        json.Whole("bytes", picture.data.size());
-        json.EndObject();
-    }
-    json.EndArray();
-    json.BeginArray("chapters");
-    for (const Chapter &chapter : info.chapters) {
-        json.BeginObject();
-        json.Text("start", ChapterTime(chapter.position));
-        json.Text("name", chapter.name);
-        json.EndObject();
-    }
-    json.EndArray();
-    if (info.loudness)
-        AddLoudness(json, *info.loudness);
-    if (info.digest)
-        AddDigest(json, *info.digest);
-    AddWarnings(json, info.warnings);
-    json.EndObject();
+        tags[key] = ValuesJson(value);
+    return tags;
+}
+
+Json PicturesJson(const FileInfo &info)
+{
+    Json pictures = Json::array();
+    for (const Picture &picture : info.pictures)
+        pictures.push_back({{"type", NameOfPictureType(picture.type)},
+                            {"mime", picture.mime.empty() ? Json() : Json(picture.mime)},
+                            {"bytes", picture.data.size()}});
+    return pictures;
+}
+
+Json ChaptersJson(const FileInfo &info)
+{
+    Json chapters = Json::array();
+    for (const Chapter &chapter : info.chapters)
+        chapters.push_back({{"start", ChapterTime(chapter.position)}, {"name", chapter.name}});
+    return chapters;
+}
+
+Json InfoOfFileJson(const FileInfo &info)
+{
+    const bool known = info.error.empty();
+    Json json = {{"ok", known}, {"error", ErrorJson(info.error)}};
+    json.update(StreamJson(info.stream));
+    json.update({{"hdcd", HdcdJson(info.hdcd)},
+                 {"tags", known ? TagsJson(info) : Json()},
+                 {"pictures", known ? PicturesJson(info) : Json()},
+                 {"chapters", known ? ChaptersJson(info) : Json()},
+                 {"replaygain", LoudnessJson(info.loudness)},
+                 {"hash", DigestJson(info.digest)},
+                 {"warnings", info.warnings}});
+    return json;
 }
 
 } // namespace
@@ -125,20 +141,13 @@ std::string InfoText(const FileInfo &info)
 
 std::string InfoJson(const std::vector<FileInfo> &infos)
 {
-    JsonWriter json;
-    if (infos.size() == 1) {
-        AddInfo(json, infos[0]);
-        return json.text();
+    Json files = Json::array();
+    bool ok = true;
+    for (const FileInfo &info : infos) {
+        files.push_back(InfoOfFileJson(info));
+        ok = ok && info.error.empty();
     }
-    json.BeginObject();
-    json.Truth("ok", std::all_of(infos.begin(), infos.end(),
-                                 [](const FileInfo &info) { return info.error.empty(); }));
-    json.BeginArray("files");
-    for (const FileInfo &info : infos)
-        AddInfo(json, info);
-    json.EndArray();
-    json.EndObject();
-    return json.text();
+    return JsonText({{"ok", ok}, {"files", std::move(files)}});
 }
 
 } // namespace tonekit::host

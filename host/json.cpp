@@ -1,123 +1,29 @@
-// json.cpp: JSON text, with all strings valid UTF-8.
+// json.cpp: JSON text that is safe to show.
 #include "host/json.h"
 
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 
 namespace tonekit::host {
 
-namespace {
-
-// Length of the well-formed UTF-8 character at the start of the text; 0 if there is none.
-size_t CharacterLength(std::string_view text)
+std::string JsonText(const Json &value)
 {
-    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-    const auto follows = [&](size_t i) { return (byte(i) & 0xC0) == 0x80; };
-    const unsigned lead = byte(0);
-    if (lead < 0x80)
-        return 1;
-    if (lead >= 0xC2 && lead <= 0xDF)
-        return follows(1) ? 2 : 0;
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        const bool overlong = lead == 0xE0 && byte(1) < 0xA0;
-        const bool surrogate = lead == 0xED && byte(1) >= 0xA0;
-        return !overlong && !surrogate && follows(1) && follows(2) ? 3 : 0;
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        const bool overlong = lead == 0xF0 && byte(1) < 0x90;
-        const bool tooHigh = lead == 0xF4 && byte(1) >= 0x90;
-        return !overlong && !tooHigh && follows(1) && follows(2) && follows(3) ? 4 : 0;
-    }
-    return 0;
-}
-
-std::string Quoted(std::string_view value)
-{
-    std::string result = "\"";
-    while (!value.empty()) {
-        const auto c = static_cast<unsigned char>(value[0]);
-        const size_t length = CharacterLength(value);
-        if (c == '"' || c == '\\') {
-            result += '\\';
-            result += value[0];
-        } else if (c < 0x20 || c == 0x7F) {
-            char escape[8];
-            std::snprintf(escape, sizeof(escape), "\\u%04x", c);
-            result += escape;
-        } else if (length == 0) {
-            result += "\\ufffd";
-        } else {
-            result += value.substr(0, length);
+    const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
+    std::string safe;
+    safe.reserve(text.size());
+    // What is left to escape stands in strings alone: delete, and U+0080 to U+009F, whose first byte is 0xC2.
+    for (size_t i = 0; i < text.size(); i++) {
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+        const bool isC1 = text[i] == '\xC2' && next >= 0x80 && next <= 0x9F;
+        if (text[i] != '\x7F' && !isC1) {
+            safe += text[i];
+            continue;
         }
-        value.remove_prefix(length ? length : 1);
+        char escape[8];
+        std::snprintf(escape, sizeof(escape), "\\u%04x", isC1 ? next : 0x7Fu);
+        safe += escape;
+        i += isC1 ? 1 : 0;
     }
-    return result + "\"";
-}
-
-} // namespace
-
-void JsonWriter::Next(const char *name)
-{
-    if (depth_ > 0)
-        text_ += (first_ ? "\n" : ",\n") + std::string(2 * depth_, ' ');
-    first_ = false;
-    if (name)
-        text_ += Quoted(name) + ": ";
-}
-
-void JsonWriter::Begin(const char *name, char bracket)
-{
-    Next(name);
-    text_ += bracket;
-    depth_++;
-    first_ = true;
-}
-
-void JsonWriter::End(char bracket)
-{
-    depth_--;
-    if (!first_)
-        text_ += "\n" + std::string(2 * depth_, ' ');
-    text_ += bracket;
-    first_ = false;
-}
-
-void JsonWriter::Text(const char *name, std::string_view value)
-{
-    Next(name);
-    text_ += Quoted(value);
-}
-
-void JsonWriter::Whole(const char *name, uint64_t value)
-{
-    Next(name);
-    text_ += std::to_string(value);
-}
-
-void JsonWriter::Real(const char *name, double value, int decimals)
-{
-    if (!std::isfinite(value)) {
-        Null(name);
-        return;
-    }
-    Next(name);
-    char digits[400]; // the longest double in fixed form has 309 in front of the point
-    const auto result =
-        std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, decimals);
-    text_.append(digits, result.ptr);
-}
-
-void JsonWriter::Truth(const char *name, bool value)
-{
-    Next(name);
-    text_ += value ? "true" : "false";
-}
-
-void JsonWriter::Null(const char *name)
-{
-    Next(name);
-    text_ += "null";
+    return safe;
 }
 
 } // namespace tonekit::host

@@ -4,41 +4,31 @@
 #include "host/console.h"
 #include "host/report_parts.h"
 
+#include <utility>
+
 namespace tonekit::host {
 
 namespace {
 
-void AddConversion(JsonWriter &json, const char *name, const ConversionReport &report)
+Json ConversionJson(const ConversionReport &report)
 {
-    json.BeginObject(name);
-    json.Truth("ok", report.error.empty());
-    if (!report.error.empty())
-        json.Text("error", report.error);
-    if (report.error.empty()) {
-        AddStream(json, "input", report.input);
-        AddStream(json, "output", report.output);
-        if (report.resampled)
-            json.Text("quality", NameOf(report.quality));
-        json.Truth("copied", report.copied);
-        AddEncoder(json, report.encoder);
-        json.Truth("dither", report.dithered);
-        if (report.hdcd)
-            AddHdcd(json, *report.hdcd);
-        json.Truth("hdcdDecoded", report.hdcdDecoded);
-        if (report.loudness)
-            AddLoudness(json, *report.loudness);
-        if (report.digest)
-            AddDigest(json, *report.digest);
-        json.Whole("frames", report.output.frames);
-        json.Real("seconds", report.seconds, 6);
-        json.Real("speed", report.Speed(), 2);
-    } else {
-        json.BeginObject("input");
-        json.Text("path", report.input.path);
-        json.EndObject();
-    }
-    AddWarnings(json, report.warnings);
-    json.EndObject();
+    const bool done = report.error.empty();
+    const auto ifDone = [&](const Json &value) { return done ? value : Json(); };
+    return {{"ok", done},
+            {"error", ErrorJson(report.error)},
+            {"input", StreamJson(report.input)},
+            {"output", StreamJson(report.output)},
+            {"quality", report.resampled ? Json(NameOf(report.quality)) : Json()},
+            {"copied", ifDone(report.copied)},
+            {"encoder", EncoderJson(report.encoder)},
+            {"dither", ifDone(report.dithered)},
+            {"hdcd", HdcdJson(report.hdcd)},
+            {"hdcdDecoded", ifDone(report.hdcdDecoded)},
+            {"replaygain", LoudnessJson(report.loudness)},
+            {"hash", DigestJson(report.digest)},
+            {"seconds", ifDone(report.seconds)},
+            {"speed", ifDone(report.Speed())},
+            {"warnings", report.warnings}};
 }
 
 std::string StreamText(const StreamReport &stream)
@@ -64,35 +54,23 @@ std::string ReportText(const ConversionReport &report)
            " s, " + Decimal(speed, speed < 10 ? 1 : 0) + " times real time";
 }
 
-std::string ReportJson(const ConversionReport &report)
-{
-    JsonWriter json;
-    AddConversion(json, nullptr, report);
-    return json.text();
-}
-
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds)
 {
     uint64_t frames = 0;
     double audioSeconds = 0;
     bool ok = true;
+    Json files = Json::array();
     for (const ConversionReport &report : reports) {
         frames += report.output.frames;
         audioSeconds += report.error.empty() ? report.input.Seconds() : 0;
         ok = ok && report.error.empty();
+        files.push_back(ConversionJson(report));
     }
-    JsonWriter json;
-    json.BeginObject();
-    json.Truth("ok", ok);
-    json.BeginArray("files");
-    for (const ConversionReport &report : reports)
-        AddConversion(json, nullptr, report);
-    json.EndArray();
-    json.Whole("frames", frames);
-    json.Real("seconds", seconds, 6);
-    json.Real("speed", seconds > 0 ? audioSeconds / seconds : 0, 2);
-    json.EndObject();
-    return json.text();
+    return JsonText({{"ok", ok},
+                     {"files", std::move(files)},
+                     {"frames", frames},
+                     {"seconds", seconds},
+                     {"speed", seconds > 0 ? audioSeconds / seconds : 0}});
 }
 
 } // namespace tonekit::host

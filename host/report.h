@@ -59,9 +59,7 @@ struct ConversionReport {
 
 // The summary line for people.
 std::string ReportText(const ConversionReport &report);
-// One JSON object.
-std::string ReportJson(const ConversionReport &report);
-// One JSON object for many files; `seconds` is what they took together.
+// One JSON object for one file or many; `seconds` is what they took together.
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds);
 
 } // namespace tonekit::host

@@ -2,7 +2,6 @@
 #include "host/report_parts.h"
 
 #include <charconv>
-#include <limits>
 
 namespace tonekit::host {
 
@@ -14,80 +13,60 @@ std::string Decimal(double value, int decimals)
     return std::string(digits, result.ptr);
 }
 
-void AddStreamMembers(JsonWriter &json, const StreamReport &stream)
+Json StreamJson(const StreamReport &stream)
 {
-    json.Text("path", stream.path);
-    json.Text("type", stream.type);
-    if (!stream.encoding.empty())
-        json.Text("encoding", stream.encoding);
-    json.Truth("lossy", stream.lossy);
-    json.Whole("rate", stream.format.rate);
-    json.Whole("channels", stream.format.channels);
-    json.Text("format", NameOf(stream.format.sample));
-    json.Whole("bits", BitsOf(stream.format.sample));
-    json.Truth("float", IsFloat(stream.format.sample));
-    if (stream.frames == 0) { // not said, and not counted
-        json.Null("frames");
-        json.Null("seconds");
-        return;
-    }
-    json.Whole("frames", stream.frames);
-    json.Real("seconds", stream.Seconds(), 6);
+    const AudioFormat &format = stream.format;
+    const bool known = format.rate != 0;
+    const bool hasDepth = known && !stream.lossy;
+    const bool counted = known && stream.frames != 0;
+    return {{"path", stream.path},
+            {"type", known ? Json(stream.type) : Json()},
+            {"encoding", stream.encoding.empty() ? Json() : Json(stream.encoding)},
+            {"lossy", known ? Json(stream.lossy) : Json()},
+            {"rate", known ? Json(format.rate) : Json()},
+            {"channels", known ? Json(format.channels) : Json()},
+            {"format", hasDepth ? Json(NameOf(format.sample)) : Json()},
+            {"bits", hasDepth ? Json(BitsOf(format.sample)) : Json()},
+            {"float", hasDepth ? Json(IsFloat(format.sample)) : Json()},
+            {"frames", counted ? Json(stream.frames) : Json()},
+            {"seconds", counted ? Json(stream.Seconds()) : Json()}};
 }
 
-void AddStream(JsonWriter &json, const char *name, const StreamReport &stream)
-{
-    json.BeginObject(name);
-    AddStreamMembers(json, stream);
-    json.EndObject();
-}
-
-void AddWarnings(JsonWriter &json, const std::vector<std::string> &warnings)
-{
-    json.BeginArray("warnings");
-    for (const std::string &warning : warnings)
-        json.Text(nullptr, warning);
-    json.EndArray();
-}
-
-void AddEncoder(JsonWriter &json, const EncoderSettings &settings)
+Json EncoderJson(const EncoderSettings &settings)
 {
     if (!settings.Any())
-        return;
-    json.BeginObject("encoder");
-    if (settings.bitRate)
-        json.Whole("bitrate", *settings.bitRate);
-    if (settings.vbrQuality)
-        json.Real("vbr", *settings.vbrQuality, 1);
-    if (settings.compression)
-        json.Whole("compression", *settings.compression);
-    json.EndObject();
+        return nullptr;
+    return {{"bitrate", settings.bitRate ? Json(*settings.bitRate) : Json()},
+            {"vbr", settings.vbrQuality ? Json(*settings.vbrQuality) : Json()},
+            {"compression", settings.compression ? Json(*settings.compression) : Json()}};
 }
 
-void AddLoudness(JsonWriter &json, const Loudness &loudness)
+Json LoudnessJson(const std::optional<Loudness> &loudness)
 {
-    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-    json.BeginObject("replaygain");
-    json.Real("gain", loudness.gain.value_or(kNone), 2);
-    json.Real("peak", loudness.peak.value_or(kNone), 6);
-    json.Truth("truePeak", loudness.truePeak);
-    json.EndObject();
+    if (!loudness)
+        return nullptr;
+    return {{"gain", loudness->gain ? Json(*loudness->gain) : Json()},
+            {"peak", loudness->peak ? Json(*loudness->peak) : Json()},
+            {"truePeak", loudness->truePeak}};
 }
 
-void AddDigest(JsonWriter &json, const Digest &digest)
+Json DigestJson(const std::optional<Digest> &digest)
 {
-    json.BeginObject("hash");
-    json.Text("algorithm", NameOf(digest.kind));
-    json.Text("digest", digest.hex);
-    json.EndObject();
+    if (!digest)
+        return nullptr;
+    return {{"algorithm", NameOf(digest->kind)}, {"digest", digest->hex}};
 }
 
-void AddHdcd(JsonWriter &json, HdcdFinding finding)
+Json HdcdJson(const std::optional<HdcdFinding> &finding)
 {
-    json.BeginObject("hdcd");
-    json.Truth("detected", finding != HdcdFinding::None);
-    json.Truth("effective", finding == HdcdFinding::Effective);
-    json.EndObject();
+    if (!finding)
+        return nullptr;
+    return {{"detected", *finding != HdcdFinding::None}, {"effective", *finding == HdcdFinding::Effective}};
+}
+
+Json ErrorJson(const std::string &error)
+{
+    return error.empty() ? Json() : Json(error);
 }
 
 std::string FormatText(const StreamReport &stream)

@@ -4,20 +4,21 @@
 #include "host/json.h"
 #include "host/report.h"
 
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace tonekit::host {
 
-void AddStream(JsonWriter &json, const char *name, const StreamReport &stream);
-// The same without an object around it.
-void AddStreamMembers(JsonWriter &json, const StreamReport &stream);
-void AddWarnings(JsonWriter &json, const std::vector<std::string> &warnings);
-// Nothing where no setting was chosen.
-void AddEncoder(JsonWriter &json, const EncoderSettings &settings);
-void AddLoudness(JsonWriter &json, const Loudness &loudness);
-void AddDigest(JsonWriter &json, const Digest &digest);
-void AddHdcd(JsonWriter &json, HdcdFinding finding);
+// All but the path is null for a stream that nobody could look at, and what has to do with sample depth for a
+// coder that has none.
+Json StreamJson(const StreamReport &stream);
+// Null where nothing was chosen, measured or looked for.
+Json EncoderJson(const EncoderSettings &settings);
+Json LoudnessJson(const std::optional<Loudness> &loudness);
+Json DigestJson(const std::optional<Digest> &digest);
+Json HdcdJson(const std::optional<HdcdFinding> &finding);
+// Null for an empty one.
+Json ErrorJson(const std::string &error);
 
 // "44100 Hz, 16 bit, stereo", without the depth where the file has none
 std::string FormatText(const StreamReport &stream);

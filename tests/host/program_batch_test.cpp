@@ -1,4 +1,5 @@
 // program_batch_test.cpp: many files at once, and tags through the whole program.
+#include "host/json.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
@@ -66,7 +67,12 @@ TEST(Batch, OneBadFileDoesntStopTheOthers)
     EXPECT_TRUE(fs::exists(folder / "out/in0.wav"));
     EXPECT_FALSE(fs::exists(folder / "out/in1.wav"));
     EXPECT_TRUE(fs::exists(folder / "out/in2.wav"));
-    EXPECT_NE(outcome.out.find("\"files\": ["), std::string::npos);
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["ok"], false);
+    ASSERT_EQ(json["files"].size(), 3u);
+    EXPECT_EQ(json["files"][0]["output"]["path"], folder / "out/in0.wav");
+    EXPECT_EQ(json["files"][1]["input"]["path"], arguments[1]);
+    EXPECT_EQ(json["files"][2]["ok"], true);
 }
 
 TEST(Batch, TwoInputsCantBecomeOneOutput)
@@ -97,7 +103,10 @@ TEST(Batch, InfoOfManyFilesIsOneObject)
     arguments.insert(arguments.end(), {"--info", "--json"});
     const Outcome outcome = RunHost(arguments);
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.out.find("\"files\": ["), std::string::npos);
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["ok"], true);
+    ASSERT_EQ(json["files"].size(), 2u);
+    EXPECT_EQ(json["files"][1]["path"], arguments[1]);
 }
 
 TEST(TagsOfTheProgram, TravelThroughAllTypesOfFile)

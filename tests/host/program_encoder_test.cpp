@@ -83,7 +83,7 @@ TEST_F(EncoderOfTheProgram, SummaryAndJsonSayWhatWasChosen)
     EXPECT_NE(json("--bitrate", "192k", "a.mp3").find("\"bitrate\": 192000"), std::string::npos);
     EXPECT_NE(json("--vbr", "7.5", "a.ogg").find("\"vbr\": 7.5"), std::string::npos);
     EXPECT_NE(json("--compression", "5", "a.flac").find("\"compression\": 5"), std::string::npos);
-    EXPECT_EQ(RunHost({"--json", folder / "music.wav", folder / "a.mp3"}).out.find("encoder"),
+    EXPECT_NE(RunHost({"--json", folder / "music.wav", folder / "a.mp3"}).out.find("\"encoder\": null"),
               std::string::npos);
 }
 

@@ -1,4 +1,5 @@
 // program_failure_test.cpp: bad input and bad luck end in one line, the right status and no harm.
+#include "host/json.h"
 #include "tests/host/failures.h"
 
 namespace tonekit::host::test {
@@ -103,8 +104,37 @@ TEST_F(Failures, AreToldInJsonToo)
 {
     const Outcome outcome = RunHost({"--json", folder / "none.wav", folder / "out.wav"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.out.find("\"ok\": false"), std::string::npos);
-    EXPECT_NE(outcome.out.find("no such file"), std::string::npos);
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["ok"], false);
+    const Json &file = json["files"][0];
+    EXPECT_EQ(file["error"], folder / "none.wav" + ": no such file");
+    EXPECT_EQ(file["warnings"], Json::array());
+    EXPECT_EQ(file["input"]["path"], folder / "none.wav");
+    EXPECT_EQ(file["output"]["path"], folder / "out.wav");
+    for (const char *side : {"input", "output"}) {
+        for (const char *member : {"type", "encoding", "lossy", "rate", "channels", "format", "bits", "float",
+                                   "frames", "seconds"})
+            EXPECT_EQ(file[side].at(member), nullptr) << member;
+    }
+    for (const char *member : {"quality", "copied", "encoder", "dither", "hdcd", "hdcdDecoded", "replaygain",
+                               "hash", "seconds", "speed"})
+        EXPECT_EQ(file.at(member), nullptr) << member;
+}
+
+TEST_F(Failures, OfInformationAreToldInJsonToo)
+{
+    const Outcome outcome = RunHost({"--info", "--json", folder / "good.wav", folder / "none.wav"});
+    EXPECT_EQ(outcome.status, 1);
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["ok"], false);
+    EXPECT_EQ(json["files"][0]["rate"], 44100);
+    const Json &file = json["files"][1];
+    EXPECT_EQ(file["ok"], false);
+    EXPECT_EQ(file["path"], folder / "none.wav");
+    for (const char *member :
+         {"type", "encoding", "lossy", "rate", "channels", "format", "bits", "float", "frames", "seconds",
+          "hdcd", "tags", "pictures", "chapters", "replaygain", "hash"})
+        EXPECT_EQ(file.at(member), nullptr) << member;
 }
 
 TEST_F(Failures, ABrokenTagIsOnlyAWarning)
