@@ -66,12 +66,20 @@ function(tonekit_bill_windows)
         tonekit_bill_package(${owner} CONTAINS ${name} "${version}" "${licence_${name}}"
             "pkg:deb/debian/${name}@${version}?arch=source" ${checksum})
     endforeach()
+    tonekit_bill_json()
     tonekit_bill_package(tonekit-convert CONTAINS zlib "NOASSERTION" "Zlib" "pkg:deb/debian/libz-mingw-w64-dev")
     foreach(name libstdc++ libgcc)
         tonekit_bill_package(libtonekit DEPENDS_ON ${name} "${CMAKE_CXX_COMPILER_VERSION}"
             "GPL-3.0-or-later WITH GCC-exception-3.1" "pkg:deb/debian/gcc-mingw-w64-x86-64-posix")
     endforeach()
     tonekit_bill_package(libtonekit DEPENDS_ON winpthreads "NOASSERTION" "MIT AND BSD-3-Clause" "pkg:deb/debian/mingw-w64-x86-64-dev")
+endfunction()
+
+# Headers alone, compiled in.
+function(tonekit_bill_json)
+    if(TARGET tonekit-convert)
+        tonekit_bill_package(tonekit-convert CONTAINS nlohmann-json "NOASSERTION" "MIT" "pkg:deb/debian/nlohmann-json3-dev")
+    endif()
 endfunction()
 
 # libsoxr, compiled in, with the checksum of its tarball.
@@ -92,6 +100,7 @@ function(tonekit_bill_shared)
     else()
         set(soxr "libtonekit|libsoxr|soxr|LGPL-2.1-or-later")
     endif()
+    tonekit_bill_json()
     foreach(row ${soxr} "libtonekit|libebur128|libebur128|MIT AND BSD-3-Clause"
             "tonekit-convert|libsndfile|sndfile|LGPL-2.1-or-later" "tonekit-convert|taglib|taglib|LGPL-2.1-only OR MPL-1.1")
         string(REPLACE "|" ";" fields "${row}")
