@@ -20,4 +20,8 @@ struct Converter {
 // left out.
 std::vector<Converter> PeerConverters();
 
+// The peers in more of their settings: those above; libsamplerate's medium sinc; libswresample with a filter
+// of 256 taps at exact phases; zita-resampler with its longest usual filter; speexdsp at its best quality.
+std::vector<Converter> MorePeerConverters();
+
 } // namespace tonekit
