@@ -1,5 +1,6 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install uninstall deb dist windows test-windows format check-format clean
+.PHONY: help lib convert test bench install uninstall deb dist windows test-windows quality site test-site format \
+        check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -18,6 +19,9 @@ help:
 	@echo "make dist                                    a release archive in $(BUILD)/dist, the same to the byte from one commit"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
+	@echo "make quality                                 measure quality beside peers into docs/quality"
+	@echo "make site                                    build the site with the measured quality into $(BUILD)/site"
+	@echo "make test-site                               build the site and test it in headless Chromium"
 	@echo "make format                                  lay the sources out"
 
 lib:
@@ -76,6 +80,20 @@ test-windows: windows
 	@scripts/configure release -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset release -j $(JOBS) --target tiers
 	@scripts/windows/run_tests
+
+quality:
+	@scripts/ensure_packages build quality
+	@scripts/configure $(PRESET) -DTONEKIT_QUALITY=ON $(CMAKE_ARGS)
+	@$(COMPILE) --target convert_signals --target tonekit
+	@/usr/bin/python3 benchmarks/quality/measure_quality.py $(BUILD) docs/quality $(ARGS)
+
+site:
+	@scripts/ensure_packages site
+	@scripts/build_site $(BUILD)/site --omit=dev
+
+test-site:
+	@scripts/ensure_packages site quality test-site
+	@scripts/test_site $(BUILD)/site
 
 format:
 	@scripts/ensure_packages format
