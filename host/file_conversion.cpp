@@ -52,6 +52,12 @@ public:
     ConversionReport Run()
     {
         const auto start = std::chrono::steady_clock::now();
+        if (options_.dryRun) {
+            Describe();
+            return report_;
+        }
+        if (job_.inFolder)
+            MakeFolderOf(job_.output);
         SafeOutput output(job_.output);
         if (plan_.copyFile)
             Copy(output);
@@ -94,7 +100,7 @@ private:
         CheckLength(taps.frames());
         writer.Finish();
 
-        DescribeResult();
+        Describe();
         taps.Tell(report_);
     }
 
@@ -111,9 +117,7 @@ private:
         });
         if (taps.Measures())
             taps.Tell(report_);
-        report_.output = report_.input;
-        report_.output.path = Utf8Name(job_.output);
-        report_.copied = true;
+        Describe();
     }
 
     // Sends all samples through.
@@ -204,10 +208,18 @@ private:
         TransferTags(options_, extras_, transfer, report_.warnings);
     }
 
-    void DescribeResult()
+    // All of the report that is known before the work.
+    void Describe()
     {
+        report_.dryRun = options_.dryRun;
+        if (plan_.copyFile) {
+            report_.output = report_.input;
+            report_.output.path = Utf8Name(job_.output);
+            report_.copied = true;
+            return;
+        }
         report_.output = {Utf8Name(job_.output),  plan_.container->name, "",
-                          plan_.container->lossy, plan_.target,          0};
+                          plan_.container->lossy, plan_.target,          plan_.expectedFrames};
         report_.quality = options_.quality;
         report_.encoder = plan_.encoder;
         report_.resampled = plan_.source.rate != plan_.target.rate;
@@ -228,11 +240,42 @@ private:
     ConversionReport report_;
 };
 
+// A report that names the files and no more.
+ConversionReport ReportOfNames(const Options &options, const Job &job)
+{
+    ConversionReport report;
+    report.input.path = Utf8Name(job.input);
+    report.output.path = Utf8Name(job.output);
+    report.skipped = job.skipped;
+    report.dryRun = options.dryRun;
+    return report;
+}
+
+ConversionReport CopyPlainly(const Options &options, const Job &job, const ProgressSink &progress)
+{
+    ConversionReport report = ReportOfNames(options, job);
+    report.plainCopy = true;
+    if (AreSameFile(job.input, job.output))
+        throw Failure(Utf8Name(job.output) + ": input and output are the same file");
+    if (options.dryRun)
+        return report;
+    MakeFolderOf(job.output);
+    SafeOutput output(job.output);
+    File file = output.Create();
+    CopyFile(job.input, file, report.output.path, [&](double done) { progress(done, 0); });
+    output.Commit();
+    return report;
+}
+
 } // namespace
 
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress)
 {
+    if (!job.skipped.empty())
+        return ReportOfNames(options, job);
+    if (job.plainCopy)
+        return CopyPlainly(options, job, progress);
     return FileConversion(options, extras, job, progress).Run();
 }
 

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
 
 namespace tonekit::host {
 
@@ -16,12 +17,17 @@ struct Job {
     std::filesystem::path output;
     // The type that --type or the output's extension asks for.
     const Container *container = nullptr;
+    bool inFolder = false;    // folders on the way to the output are made
+    bool plainCopy = false;   // the input isn't audio and is copied as it is
+    std::string skipped = {}; // why nothing is done; empty: something is
+    std::string error = {};   // why nothing can be done; empty: something can
 };
 
 // The part that is done, 0 to 1, and the seconds of music that have gone through.
 using ProgressSink = std::function<void(double done, double audioSeconds)>;
 
-// Converts the file. Throws Failure or Interrupted; the output then is as it was before.
+// Converts, copies or skips the file, or finds out what would be done in a dry run. Throws Failure or
+// Interrupted; the output then is as it was before.
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress);
 

@@ -2,6 +2,7 @@
 #include "host/batch.h"
 #include "host/failure.h"
 #include "host/file_info.h"
+#include "host/jobs.h"
 #include "host/options.h"
 #include "host/paths.h"
 #include "host/platform.h"

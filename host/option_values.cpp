@@ -1,6 +1,8 @@
 // option_values.cpp: numbers, names and pairs on the command line.
 #include "host/option_values.h"
 
+#include "host/name_template.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -112,6 +114,12 @@ void SetTag(Options &options, const std::string &text)
     const std::string key = text.substr(0, equals);
     std::erase_if(options.set, [&](const auto &earlier) { return EqualKeys(earlier.first, key); });
     options.set.emplace_back(key, text.substr(equals + 1));
+}
+
+std::string Template(const std::string &text)
+{
+    NameTemplate checked(text);
+    return text;
 }
 
 std::string FileName(const std::string &text)

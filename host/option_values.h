@@ -45,5 +45,7 @@ ContainerKind Type(const std::string &text);
 // KEY=VALUE into the options; the last value given for a key is the one that counts.
 void SetTag(Options &options, const std::string &text);
 std::string FileName(const std::string &text);
+// A template of file names that makes sense.
+std::string Template(const std::string &text);
 
 } // namespace tonekit::host

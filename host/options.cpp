@@ -87,6 +87,8 @@ private:
     {
         if (options_.encoder.bitRate && options_.encoder.vbrQuality)
             throw UsageError("--bitrate and --vbr exclude each other");
+        if (options_.copyOthers && options_.nameTemplate)
+            throw UsageError("--copy-others and --name exclude each other: what isn't audio has no tags");
         if (options_.inPlace && audioOption_)
             throw UsageError("--in-place keeps the audio as it is: leave --" +
                              std::string(audioOption_->name) + " out");

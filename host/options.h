@@ -58,7 +58,14 @@ struct Options {
     std::optional<HashKind> hash;
 
     // How the program behaves.
-    unsigned jobs = 1;
+    std::optional<unsigned> jobs; // files at a time; as many as there are cores
+    bool dryRun = false;
+
+    // What becomes of folders.
+    bool copyOthers = false;                 // of the files that aren't audio
+    bool update = false;                     // only what is older than its input
+    bool noClobber = false;                  // only what isn't there
+    std::optional<std::string> nameTemplate; // of outputs
     bool quiet = false;
     bool json = false;
 };

@@ -19,7 +19,9 @@ Json ConversionJson(const ConversionReport &report)
             {"input", StreamJson(report.input)},
             {"output", StreamJson(report.output)},
             {"quality", report.resampled ? Json(NameOf(report.quality)) : Json()},
-            {"copied", ifDone(report.copied)},
+            {"dryRun", report.dryRun},
+            {"skipped", report.skipped.empty() ? Json() : Json(report.skipped)},
+            {"copied", ifDone(report.copied || report.plainCopy)},
             {"encoder", EncoderJson(report.encoder)},
             {"dither", ifDone(report.dithered)},
             {"hdcd", HdcdJson(report.hdcd)},
@@ -40,6 +42,10 @@ std::string StreamText(const StreamReport &stream)
 
 std::string ReportText(const ConversionReport &report)
 {
+    if (report.HasNamesOnly())
+        return report.input.path + " -> " + report.output.path + ": " +
+               (report.skipped.empty() ? "copied" : "skipped, " + report.skipped) +
+               (report.dryRun ? " (dry run)" : "");
     std::string text = StreamText(report.input) + " -> " + StreamText(report.output);
     if (report.copied)
         text += ", audio unchanged";
@@ -49,6 +55,8 @@ std::string ReportText(const ConversionReport &report)
         text += ", dithered";
     if (report.hdcdDecoded)
         text += ", HDCD decoded";
+    if (report.dryRun)
+        return text + " (dry run)";
     const double speed = report.Speed();
     return text + "\n  " + ClockTime(report.output.Seconds()) + " of audio in " + Decimal(report.seconds, 2) +
            " s, " + Decimal(speed, speed < 10 ? 1 : 0) + " times real time";

@@ -43,7 +43,10 @@ struct ConversionReport {
     double seconds = 0; // that the work took
     Quality quality = Quality::High;
     EncoderSettings encoder;
-    bool copied = false; // the coded audio is that of the input
+    std::string skipped;    // why nothing was done; empty: something was
+    bool dryRun = false;    // what would be done
+    bool plainCopy = false; // of a file that isn't audio
+    bool copied = false;    // the coded audio is that of the input
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;
@@ -53,6 +56,8 @@ struct ConversionReport {
     std::vector<std::string> warnings;
     std::string error; // empty: done
 
+    // Nothing is known of the streams.
+    bool HasNamesOnly() const { return plainCopy || !skipped.empty(); }
     // Music per time: a multiple of real time.
     double Speed() const { return seconds > 0 ? input.Seconds() / seconds : 0; }
 };

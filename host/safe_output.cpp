@@ -83,6 +83,19 @@ void SafeOutput::Commit()
     temporary_.clear();
 }
 
+void MakeFolderOf(const fs::path &file)
+{
+    std::error_code error;
+    const fs::path folder = file.parent_path();
+    if (folder.empty())
+        return;
+    fs::create_directories(folder, error);
+    std::error_code ignored;
+    if (!fs::is_directory(folder, ignored))
+        Fail(folder,
+             "the folder can't be made: " + (error ? error.message() : "there is a file of that name"));
+}
+
 bool AreSameFile(const fs::path &a, const fs::path &b)
 {
     std::error_code error;

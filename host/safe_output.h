@@ -30,6 +30,9 @@ private:
     std::filesystem::path temporary_;
 };
 
+// Makes the folders on the way to a file that aren't there yet. Throws Failure.
+void MakeFolderOf(const std::filesystem::path &file);
+
 // Tells whether two names lead to one existing file, by hard or symbolic links too.
 bool AreSameFile(const std::filesystem::path &a, const std::filesystem::path &b);
 

@@ -32,7 +32,7 @@ TEST(Options, WithoutAnyTheOutputIsAsTheInput)
     EXPECT_EQ(options.hdcd, HdcdChoice::Off);
     EXPECT_TRUE(options.limiter);
     EXPECT_TRUE(options.tags);
-    EXPECT_EQ(options.jobs, 1u);
+    EXPECT_FALSE(options.jobs);
 }
 
 TEST(Options, ValuesStandBehindABlankOrAnEqualsSign)

@@ -381,6 +381,8 @@ TEST(Program, JsonIsOneObjectOfWhatWasDone)
                        {"input", input},
                        {"output", output},
                        {"quality", "high"},
+                       {"dryRun", false},
+                       {"skipped", nullptr},
                        {"copied", false},
                        {"encoder", nullptr},
                        {"dither", false},

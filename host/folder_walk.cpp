@@ -1,0 +1,124 @@
+// folder_walk.cpp: walks folders in a fixed order.
+#include "host/folder_walk.h"
+
+#include "host/container.h"
+#include "host/paths.h"
+#include "host/platform.h"
+#include "host/safe_output.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+namespace tonekit::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Types of audio file that are read and not written.
+constexpr const char *kOtherExtensions[] = {"mp1", "mp2", "wavex", "aifc", "sph",  "nist", "voc",
+                                            "avr", "paf", "fap",   "svx",  "8svx", "pvf",  "sd2"};
+
+bool HasAudioExtension(const fs::path &path)
+{
+    std::string extension = Utf8Name(path.extension());
+    if (extension.size() < 2)
+        return false;
+    extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    return ContainerByExtension(extension) ||
+           std::find(std::begin(kOtherExtensions), std::end(kOtherExtensions), extension) !=
+               std::end(kOtherExtensions);
+}
+
+// For names without an extension, as downloads have them.
+bool StartsAsAudio(const fs::path &path)
+{
+    char bytes[12] = {};
+    size_t got = 0;
+    File file;
+    if (!path.extension().empty() || file.OpenToRead(path) || file.Read(bytes, sizeof(bytes), got) ||
+        got < sizeof(bytes))
+        return false;
+    const auto has = [&](size_t place, const char *text) {
+        return std::memcmp(bytes + place, text, std::strlen(text)) == 0;
+    };
+    const bool wave = (has(0, "RIFF") || has(0, "RF64")) && has(8, "WAVE");
+    const bool aiff = has(0, "FORM") && has(8, "AIF");
+    return wave || aiff || has(0, "fLaC") || has(0, "OggS") || has(0, "caff") || has(0, ".snd") ||
+           has(0, "ID3");
+}
+
+class Walk {
+public:
+    Walk(fs::path root, fs::path excluded) : root_(std::move(root)), excluded_(std::move(excluded)) {}
+
+    std::vector<FoundFile> Run()
+    {
+        Enter(root_, "");
+        return std::move(found_);
+    }
+
+private:
+    void Enter(const fs::path &folder, const fs::path &relative)
+    {
+        const auto leadsBack = [&](const fs::path &outer) { return AreSameFile(outer, folder); };
+        if (std::any_of(outer_.begin(), outer_.end(), leadsBack)) {
+            Complain(folder, relative, "the link leads back to a folder around it");
+            return;
+        }
+        std::error_code error;
+        std::vector<fs::path> names;
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+            names.push_back(entry->path().filename());
+        if (error) {
+            Complain(folder, relative, "the folder can't be read: " + error.message());
+            return;
+        }
+        std::sort(names.begin(), names.end());
+        outer_.push_back(folder);
+        for (const fs::path &name : names) {
+            if (Utf8Name(name)[0] != '.')
+                Look(folder / name, relative / name);
+        }
+        outer_.pop_back();
+    }
+
+    void Look(const fs::path &path, const fs::path &relative)
+    {
+        std::error_code error;
+        const fs::file_status status = fs::status(path, error);
+        if (fs::is_directory(status)) {
+            if (excluded_.empty() || !AreSameFile(path, excluded_))
+                Enter(path, relative);
+        } else if (fs::is_regular_file(status)) {
+            found_.push_back({path, relative, HasAudioExtension(path) || StartsAsAudio(path), ""});
+        } else if (status.type() == fs::file_type::not_found) {
+            if (HasAudioExtension(path))
+                Complain(path, relative, "the link leads nowhere");
+        } else if (error) {
+            Complain(path, relative, error.message());
+        }
+    }
+
+    void Complain(const fs::path &path, const fs::path &relative, const std::string &what)
+    {
+        found_.push_back({path, relative, false, Utf8Name(path) + ": " + what});
+    }
+
+    fs::path root_;
+    fs::path excluded_;
+    std::vector<fs::path> outer_; // folders on the way to the present one
+    std::vector<FoundFile> found_;
+};
+
+} // namespace
+
+std::vector<FoundFile> WalkFolder(const fs::path &folder, const fs::path &excluded)
+{
+    return Walk(folder, excluded).Run();
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,264 @@
+// jobs.cpp: finds inputs, places outputs, and refuses what can't go well.
+#include "host/jobs.h"
+
+#include "host/audio_reader.h"
+#include "host/failure.h"
+#include "host/folder_walk.h"
+#include "host/name_template.h"
+#include "host/paths.h"
+#include "host/plan.h"
+#include "host/platform.h"
+#include "host/tag_reader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <optional>
+#include <set>
+
+namespace tonekit::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ExtensionOf(const fs::path &path)
+{
+    const std::string extension = Utf8Name(path.extension());
+    return extension.empty() ? extension : extension.substr(1);
+}
+
+const Container &WantedContainer(const Options &options, const fs::path &output)
+{
+    if (options.type)
+        return ContainerOf(*options.type);
+    const std::string extension = ExtensionOf(output);
+    if (const Container *container = ContainerByExtension(extension))
+        return *container;
+    if (extension.empty())
+        throw UsageError(Utf8Name(output) +
+                         ": without an extension the file type is unknown: add one, or --type");
+    throw UsageError(Utf8Name(output) + ": no file type goes by ." + extension +
+                     ": choose another, or add --type");
+}
+
+bool IsFolder(const fs::path &path)
+{
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+bool MeansFolder(const Options &options)
+{
+    const char last = options.output.back();
+    return options.inputs.size() > 1 || options.nameTemplate || last == '/' ||
+           last == fs::path::preferred_separator || IsFolder(PathFromUtf8(options.output)) ||
+           IsFolder(PathFromUtf8(options.inputs[0]));
+}
+
+// Before anything is written.
+void CheckInputsAreThere(const Options &options)
+{
+    for (const std::string &input : options.inputs) {
+        std::error_code error;
+        if (fs::status(PathFromUtf8(input), error).type() == fs::file_type::not_found)
+            throw Failure(input + ": no such file");
+    }
+}
+
+// What the command line names, with the files of folders in their places.
+std::vector<FoundFile> FindInputs(const Options &options, const fs::path &output)
+{
+    std::vector<FoundFile> found;
+    for (const std::string &input : options.inputs) {
+        const fs::path path = PathFromUtf8(input);
+        if (!IsFolder(path)) {
+            found.push_back({path, path.filename(), true, ""});
+            continue;
+        }
+        const std::vector<FoundFile> inside = WalkFolder(path, output);
+        const bool any = std::any_of(inside.begin(), inside.end(), [&](const FoundFile &file) {
+            return file.audio || !file.error.empty() || options.copyOthers;
+        });
+        if (!any)
+            throw Failure(input + ": the folder holds no audio files");
+        found.insert(found.end(), inside.begin(), inside.end());
+    }
+    return found;
+}
+
+std::string Capitals(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
+
+// The text tags that the output of this input will have.
+std::map<std::string, std::string> TagsOf(const Options &options, const fs::path &input)
+{
+    std::map<std::string, std::string> tags;
+    if (options.tags) {
+        const TagBlockPointer block = NewTagBlock();
+        std::vector<std::string> ignored;
+        TagChoice choice;
+        choice.chapters = false;
+        choice.frontCover = false;
+        ReadTags(input, AudioReader(input).tagKind(), choice, block.get(), ignored);
+        ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
+            std::string text;
+            for (const char c : value)
+                text += c == kValueSeparator ? std::string(", ") : std::string(1, c);
+            tags[Capitals(key)] = text;
+        });
+    }
+    for (const auto &[key, value] : options.set)
+        tags[Capitals(key)] = value;
+    return tags;
+}
+
+// Where inputs go in a folder.
+class Placement {
+public:
+    Placement(const Options &options, fs::path folder) : options_(options), folder_(std::move(folder))
+    {
+        if (options.nameTemplate)
+            template_.emplace(*options.nameTemplate);
+    }
+
+    fs::path Of(const FoundFile &file) const
+    {
+        if (!file.audio)
+            return folder_ / file.relative;
+        fs::path name = file.relative;
+        if (options_.type)
+            name.replace_extension(ContainerOf(*options_.type).extensions[0]);
+        if (template_) {
+            const auto tags = TagsOf(options_, file.path);
+            const auto lookup = [&](const std::string &key) {
+                const auto place = tags.find(key);
+                return place != tags.end() ? std::optional(place->second) : std::nullopt;
+            };
+            const fs::path extension = name.extension();
+            name = template_->NameOf(lookup, Utf8Name(file.path.stem()));
+            name += extension;
+        }
+        return folder_ / name;
+    }
+
+private:
+    const Options &options_;
+    fs::path folder_;
+    std::optional<NameTemplate> template_;
+};
+
+// One name for a file, however it is reached.
+fs::path Identity(const fs::path &path)
+{
+    std::error_code error;
+    const fs::path known = fs::weakly_canonical(path, error);
+    return ComparableName(error ? path.lexically_normal() : known);
+}
+
+// No two outputs may be one, and none may be the input of another.
+void CheckOutputs(const std::vector<Job> &jobs)
+{
+    std::map<fs::path, const Job *> inputs;
+    for (const Job &job : jobs) {
+        if (job.error.empty())
+            inputs.emplace(Identity(job.input), &job);
+    }
+    std::map<fs::path, const Job *> takenBy;
+    for (const Job &job : jobs) {
+        if (!job.error.empty())
+            continue;
+        const fs::path identity = Identity(job.output);
+        const auto [taken, isNew] = takenBy.emplace(identity, &job);
+        if (!isNew)
+            throw UsageError(Utf8Name(taken->second->input) + " and " + Utf8Name(job.input) +
+                             " would both become " + Utf8Name(job.output));
+        const auto input = inputs.find(identity);
+        if (input != inputs.end() && input->second != &job)
+            throw UsageError(Utf8Name(job.input) + " would be written over " +
+                             Utf8Name(input->second->input) + ", which is an input too");
+    }
+}
+
+std::string ReasonToSkip(const Options &options, const Job &job)
+{
+    std::error_code error;
+    if (!options.noClobber && !options.update)
+        return "";
+    const auto written = fs::last_write_time(job.output, error);
+    if (error)
+        return "";
+    if (options.noClobber)
+        return "exists";
+    return written >= fs::last_write_time(job.input, error) && !error ? "up to date" : "";
+}
+
+std::vector<Job> JobsInPlace(const Options &options)
+{
+    std::vector<Job> jobs;
+    std::set<fs::path> seen;
+    for (const FoundFile &file : FindInputs(options, "")) {
+        if (!file.audio && file.error.empty())
+            continue;
+        if (!seen.insert(Identity(file.path)).second)
+            throw UsageError(Utf8Name(file.path) + " is named twice");
+        jobs.push_back({file.path, file.path});
+        jobs.back().error = file.error;
+    }
+    return jobs;
+}
+
+std::vector<Job> JobsInFolder(const Options &options)
+{
+    const fs::path folder = PathFromUtf8(options.output);
+    const Placement placement(options, folder);
+    std::vector<Job> jobs;
+    for (const FoundFile &file : FindInputs(options, folder)) {
+        if (!file.audio && file.error.empty() && !options.copyOthers)
+            continue;
+        Job job{file.path, {}};
+        job.error = file.error;
+        job.inFolder = true;
+        job.plainCopy = !file.audio;
+        try {
+            if (job.error.empty())
+                job.output = placement.Of(file);
+        } catch (const Failure &failure) {
+            job.error = failure.what();
+        }
+        if (job.error.empty() && file.audio) {
+            job.container = &WantedContainer(options, job.output);
+            CheckTarget(options, *job.container);
+        }
+        jobs.push_back(job);
+    }
+    return jobs;
+}
+
+} // namespace
+
+std::vector<Job> MakeJobs(const Options &options)
+{
+    CheckInputsAreThere(options);
+    if (options.inPlace)
+        return JobsInPlace(options);
+    std::vector<Job> jobs;
+    if (MeansFolder(options)) {
+        jobs = JobsInFolder(options);
+        CheckOutputs(jobs);
+    } else {
+        const fs::path output = PathFromUtf8(options.output);
+        jobs.push_back({PathFromUtf8(options.inputs[0]), output, &WantedContainer(options, output)});
+        CheckTarget(options, *jobs[0].container);
+    }
+    for (Job &job : jobs) {
+        if (job.error.empty())
+            job.skipped = ReasonToSkip(options, job);
+    }
+    return jobs;
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,16 @@
+// jobs.h: from the names on the command line to pairs of an input and an output.
+#pragma once
+
+#include "host/file_conversion.h"
+#include "host/options.h"
+
+#include <vector>
+
+namespace tonekit::host {
+
+// Pairs every input with its output: the file that the command line names, or one in the folder that it
+// names. Folders among the inputs are walked. Nothing is written; throws UsageError or Failure if an input is
+// missing or two files would become one. A place in a folder that can't be read is a job with an error.
+std::vector<Job> MakeJobs(const Options &options);
+
+} // namespace tonekit::host

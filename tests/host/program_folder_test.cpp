@@ -1,0 +1,240 @@
+// program_folder_test.cpp: folders in, folders out.
+#include "tests/host/failures.h"
+
+#include <chrono>
+#include <filesystem>
+
+namespace tonekit::host::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A small library: music/one/{a.wav,cover.jpg}, music/two/deep/b.flac, music/{c.wav,notes.txt,.hidden.wav}.
+class Folders : public Failures {
+protected:
+    void SetUp() override
+    {
+        Failures::SetUp();
+        fs::create_directories(folder / "music/one");
+        fs::create_directories(folder / "music/two/deep");
+        WriteSound(folder / "music/one/a.wav", Noise(kWav16, 44100, 2, 3000, 1));
+        WriteText(folder / "music/one/cover.jpg", "picture");
+        WriteSound(folder / "music/two/deep/b.flac",
+                   Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 2, 3000, 2));
+        WriteSound(folder / "music/c.wav", Noise(kWav16, 44100, 2, 3000, 3));
+        WriteText(folder / "music/notes.txt", "notes");
+        WriteText(folder / "music/.hidden.wav", "hidden");
+    }
+
+    // All regular files below a folder, in order.
+    std::vector<std::string> Tree(const std::string &name) const
+    {
+        std::vector<std::string> names;
+        std::error_code error;
+        for (const auto &entry : fs::recursive_directory_iterator(folder / name, error)) {
+            if (entry.is_regular_file())
+                names.push_back(entry.path().lexically_relative(folder.path() / name).generic_string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    Outcome Run(std::vector<std::string> arguments)
+    {
+        Outcome outcome = RunHost(arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        return outcome;
+    }
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(Folders, AreWalkedAndKeepTheirStructure)
+{
+    Run({"-t", "flac", folder / "music", folder / "out"});
+    EXPECT_EQ(Tree("out"), (Names{"c.flac", "one/a.flac", "two/deep/b.flac"}));
+    EXPECT_EQ(ReadSound(folder / "out/one/a.flac").samples, ReadSound(folder / "music/one/a.wav").samples);
+    EXPECT_EQ(ReadText(folder / "out/two/deep/b.flac"), ReadText(folder / "music/two/deep/b.flac"));
+}
+
+TEST_F(Folders, BringWhatIsntAudioIfAsked)
+{
+    const Outcome outcome = Run({"-t", "flac", "--copy-others", folder / "music", folder / "out"});
+    EXPECT_EQ(Tree("out"), (Names{"c.flac", "notes.txt", "one/a.flac", "one/cover.jpg", "two/deep/b.flac"}));
+    EXPECT_EQ(ReadText(folder / "out/one/cover.jpg"), "picture");
+    EXPECT_NE(outcome.out.find("notes.txt: copied\n"), std::string::npos) << outcome.out;
+}
+
+TEST_F(Folders, FileNamesWithoutExtensionAreKnownByTheirBytes)
+{
+    fs::rename(folder / "music/c.wav", folder / "music/download");
+    Run({"-t", "flac", folder / "music", folder / "out"});
+    EXPECT_EQ(Tree("out"), (Names{"download.flac", "one/a.flac", "two/deep/b.flac"}));
+}
+
+TEST_F(Folders, UpdateDoesWhatIsOlderOrMissing)
+{
+    Run({"-t", "flac", folder / "music", folder / "out"});
+    fs::remove(folder / "out/c.flac");
+    WriteText(folder / "out/one/a.flac", "stale");
+    WriteText(folder / "out/two/deep/b.flac", "fresh");
+    const auto now = fs::last_write_time(folder / "music/c.wav");
+    fs::last_write_time(folder / "out/one/a.flac", now - std::chrono::hours(1));
+    fs::last_write_time(folder / "out/two/deep/b.flac", now + std::chrono::hours(1));
+    const Outcome outcome = Run({"--update", "-t", "flac", folder / "music", folder / "out"});
+    EXPECT_TRUE(fs::exists(folder / "out/c.flac"));
+    EXPECT_NE(ReadText(folder / "out/one/a.flac"), "stale");
+    EXPECT_EQ(ReadText(folder / "out/two/deep/b.flac"), "fresh");
+    EXPECT_NE(outcome.out.find("b.flac: skipped, up to date\n"), std::string::npos) << outcome.out;
+    const std::string json = Run({"--update", "--json", "-t", "flac", folder / "music", folder / "out"}).out;
+    EXPECT_NE(json.find("\"skipped\": \"up to date\""), std::string::npos) << json;
+}
+
+TEST_F(Folders, NoClobberKeepsWhatIsThere)
+{
+    EXPECT_NE(Run({"--no-clobber", folder / "good.wav", folder / "old.wav"}).out.find("skipped, exists"),
+              std::string::npos);
+    EXPECT_EQ(ReadText(folder / "old.wav"), "precious");
+    Run({"--no-clobber", folder / "good.wav", folder / "new.wav"});
+    EXPECT_TRUE(fs::exists(folder / "new.wav"));
+}
+
+TEST_F(Folders, DryRunsWriteNothing)
+{
+    const std::vector<std::string> before = Tree(".");
+    const Outcome outcome =
+        Run({"--dry-run", "--copy-others", "-t", "mp3", folder / "music", folder / "out"});
+    EXPECT_EQ(Tree("."), before);
+    EXPECT_FALSE(fs::exists(folder / "out"));
+    EXPECT_NE(outcome.out.find("a.mp3 (MP3, 44100 Hz, stereo) (dry run)\n"), std::string::npos)
+        << outcome.out;
+    EXPECT_NE(outcome.out.find("notes.txt: copied (dry run)\n"), std::string::npos) << outcome.out;
+    Run({"--dry-run", "--in-place", "--set", "TITLE=New", folder / "music"});
+    EXPECT_EQ(RunHost({"--info", folder / "music/c.wav"}).out.find("TITLE"), std::string::npos);
+    EXPECT_NE(
+        Run({"--json", "--dry-run", folder / "good.wav", folder / "x.flac"}).out.find("\"dryRun\": true"),
+        std::string::npos);
+}
+
+TEST_F(Folders, TemplatesNameOutputsByTags)
+{
+    Run({"--in-place", "--set", "ARTIST=AC/DC", "--set", "ALBUM=Live?", "--set", "TITLE=One", "--set",
+         "TRACKNUMBER=1/9", folder / "music/one/a.wav"});
+    Run({"-t", "flac", "--name", "{albumartist}/{album}/{track:02} {title}", folder / "music",
+         folder / "out"});
+    EXPECT_EQ(Tree("out"), (Names{"AC_DC/Live_/01 One.flac", "Unknown Albumartist/Unknown Album/00 b.flac",
+                                  "Unknown Albumartist/Unknown Album/00 c.flac"}));
+    // What --set sets counts, and so does the extension of an input.
+    Run({"--set", "title=Mine", "--name", "{title}", folder / "good.wav", folder / "single"});
+    EXPECT_EQ(Tree("single"), Names{"Mine.wav"});
+}
+
+TEST_F(Folders, InPlaceChangesAllTheirFiles)
+{
+    Run({"--in-place", "--set", "ALBUM=All", folder / "music"});
+    for (const char *name : {"music/one/a.wav", "music/two/deep/b.flac", "music/c.wav"})
+        EXPECT_NE(RunHost({"--info", folder / name}).out.find("ALBUM       All"), std::string::npos) << name;
+}
+
+TEST_F(Folders, OutputsInsideTheInputArentInputs)
+{
+    Run({"-t", "flac", folder / "music", folder / "music/flac"});
+    Run({"-t", "flac", folder / "music", folder / "music/flac"});
+    EXPECT_EQ(Tree("music/flac"), (Names{"c.flac", "one/a.flac", "two/deep/b.flac"}));
+}
+
+TEST_F(Folders, ReportsComeInOrderForAnyNumberOfJobs)
+{
+    // The first files take longest.
+    for (int i = 0; i < 6; i++)
+        WriteSound(folder / ("music/" + std::to_string(i) + ".wav"),
+                   Noise(kWav16, 44100, 2, static_cast<size_t>(300000 - 50000 * i)));
+    WriteText(folder / "music/3.wav", "not audio");
+    const auto names = [&](const char *jobs) {
+        const Outcome outcome =
+            RunHost({"-j", jobs, "-r", "48k", "-t", "flac", folder / "music", folder / "out"});
+        EXPECT_EQ(outcome.status, 1);
+        std::string places;
+        for (size_t at = outcome.out.find(" -> "); at != std::string::npos;
+             at = outcome.out.find(" -> ", at + 1))
+            places += outcome.out.substr(at, outcome.out.find(" (", at) - at) + "\n";
+        return places;
+    };
+    const std::string alone = names("1");
+    EXPECT_NE(alone, "");
+    EXPECT_EQ(names("4"), alone);
+    EXPECT_LT(alone.find("0.flac"), alone.find("1.flac"));
+    EXPECT_LT(alone.find("5.flac"), alone.find("two"));
+}
+
+TEST_F(Folders, ThatGiveTwoFilesOfOneNameAreRefused)
+{
+    WriteSound(folder / "music/one/a.aiff", Noise(SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 44100, 2, 100));
+    ExpectFailure(2, "would both become", {"-t", "flac", folder / "music", folder / "out"});
+    ExpectFailure(2, "would both become",
+                  {"--name", "same", folder / "good.wav", folder / "music/c.wav", folder / "out"});
+    // good.wav is an input, and the output of another.
+    fs::create_directory(folder / "other");
+    WriteSound(folder / "other/good.wav", Noise(kWav16, 44100, 2, 100));
+    const std::string good = ReadText(folder / "good.wav");
+    ExpectFailure(2, "which is an input too",
+                  {folder / "other/good.wav", folder / "music/c.wav", folder / "good.wav", "-t", "wav",
+                   "--name", "{title}", folder.path().string(), "--set", "TITLE="});
+    EXPECT_EQ(ReadText(folder / "good.wav"), good);
+}
+
+TEST_F(Folders, MissingInputsAreRefusedBeforeAnythingIsWritten)
+{
+    ExpectFailure(1, "none.wav: no such file", {folder / "good.wav", folder / "none.wav", folder / "out"});
+    EXPECT_FALSE(fs::exists(folder / "out"));
+}
+
+TEST_F(Folders, WithoutAudioAreAFailure)
+{
+    fs::create_directory(folder / "empty");
+    ExpectFailure(1, "the folder holds no audio files", {folder / "empty", folder / "out"});
+}
+
+TEST_F(Folders, TemplatesThatLeaveTheFolderAreWrongUsage)
+{
+    for (const char *text : {"../{title}", "/tmp/{title}", "a/../../{title}", "{title", "{track:xx}"})
+        ExpectFailure(2, "--name must ", {"--name", text, folder / "good.wav", folder / "out"});
+    ExpectFailure(2, "exclude each other",
+                  {"--name", "{title}", "--copy-others", folder / "music", folder / "out"});
+}
+
+#ifndef _WIN32
+TEST_F(Folders, ALoopOfLinksIsToldAndTheRestIsDone)
+{
+    fs::create_directory_symlink(folder / "music", folder / "music/two/again");
+    fs::create_symlink("self", folder / "music/self");
+    const Outcome outcome = RunHost({"-t", "flac", folder / "music", folder / "out"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("again: the link leads back to a folder around it\n"), std::string::npos)
+        << outcome.err;
+    EXPECT_NE(outcome.err.find("music/self: "), std::string::npos) << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2);
+    EXPECT_EQ(Tree("out"), (Names{"c.flac", "one/a.flac", "two/deep/b.flac"}));
+}
+
+TEST_F(Folders, AnUnreadableFolderIsToldAndTheRestIsDone)
+{
+    fs::permissions(folder / "music/one", fs::perms::none);
+    std::error_code error;
+    fs::directory_iterator probe(folder / "music/one", error);
+    if (!error) {
+        fs::permissions(folder / "music/one", fs::perms::all);
+        GTEST_SKIP() << "this user may read every folder";
+    }
+    const Outcome outcome = RunHost({"-t", "flac", folder / "music", folder / "out"});
+    fs::permissions(folder / "music/one", fs::perms::all);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("one: the folder can't be read: Permission denied\n"), std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(Tree("out"), (Names{"c.flac", "two/deep/b.flac"}));
+}
+#endif
+
+} // namespace
+} // namespace tonekit::host::test
