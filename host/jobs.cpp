@@ -56,9 +56,11 @@ bool MeansFolder(const Options &options)
            IsFolder(PathFromUtf8(options.inputs[0]));
 }
 
-// Before anything is written.
+// Before anything is written. A single input is missed in its own conversion.
 void CheckInputsAreThere(const Options &options)
 {
+    if (options.inputs.size() == 1)
+        return;
     for (const std::string &input : options.inputs) {
         std::error_code error;
         if (fs::status(PathFromUtf8(input), error).type() == fs::file_type::not_found)
@@ -239,6 +241,16 @@ std::vector<Job> JobsInFolder(const Options &options)
 }
 
 } // namespace
+
+std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
+{
+    std::vector<fs::path> files;
+    for (const FoundFile &file : FindInputs(options, "")) {
+        if (file.audio || !file.error.empty())
+            files.push_back(file.path);
+    }
+    return files;
+}
 
 std::vector<Job> MakeJobs(const Options &options)
 {

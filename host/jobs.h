@@ -4,6 +4,7 @@
 #include "host/file_conversion.h"
 #include "host/options.h"
 
+#include <filesystem>
 #include <vector>
 
 namespace tonekit::host {
@@ -12,5 +13,9 @@ namespace tonekit::host {
 // names. Folders among the inputs are walked. Nothing is written; throws UsageError or Failure if an input is
 // missing or two files would become one. A place in a folder that can't be read is a job with an error.
 std::vector<Job> MakeJobs(const Options &options);
+
+// The files that --info looks at: the inputs, with the audio files of folders among them. What is missing, or
+// can't be read, is among them too.
+std::vector<std::filesystem::path> FilesToLookAt(const Options &options);
 
 } // namespace tonekit::host

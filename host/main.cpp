@@ -34,12 +34,12 @@ int Inform(const Options &options)
     NoteInterrupts();
     Console console(false);
     std::vector<FileInfo> infos;
-    for (const std::string &input : options.inputs) {
+    for (const std::filesystem::path &input : FilesToLookAt(options)) {
         FileInfo info;
         try {
-            info = LookAt(options, PathFromUtf8(input));
+            info = LookAt(options, input);
         } catch (const Failure &failure) {
-            info.stream.path = input;
+            info.stream.path = Utf8Name(input);
             info.error = failure.what();
             console.Complain(failure.what());
         }

@@ -137,6 +137,14 @@ TEST_F(Folders, InPlaceChangesAllTheirFiles)
         EXPECT_NE(RunHost({"--info", folder / name}).out.find("ALBUM       All"), std::string::npos) << name;
 }
 
+TEST_F(Folders, InfoLooksAtAllTheirAudio)
+{
+    const std::string out = Run({"--info", folder / "music"}).out;
+    for (const char *name : {"music/one/a.wav\n", "music/two/deep/b.flac\n", "music/c.wav\n"})
+        EXPECT_NE(out.find(name), std::string::npos) << out;
+    EXPECT_EQ(out.find("notes.txt"), std::string::npos);
+}
+
 TEST_F(Folders, OutputsInsideTheInputArentInputs)
 {
     Run({"-t", "flac", folder / "music", folder / "music/flac"});

@@ -1,6 +1,6 @@
 // program_posix_test.cpp: the program under circumstances that only POSIX systems let a test arrange.
-#include "host/batch.h"
 #include "host/failure.h"
+#include "host/jobs.h"
 #include "host/platform.h"
 #include "tests/host/failures.h"
 #include "tests/host/run_program_posix.h"
