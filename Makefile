@@ -1,6 +1,6 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install uninstall deb dist windows test-windows quality site test-site format \
-        check-format clean
+.PHONY: help lib convert test bench install uninstall deb dist windows windows-zip test-windows quality site test-site \
+        format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -18,6 +18,7 @@ help:
 	@echo "make deb                                     Debian packages in $(BUILD)/deb"
 	@echo "make dist                                    a release archive in $(BUILD)/dist, the same to the byte from one commit"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
+	@echo "make windows-zip                             pack the Windows build into build-windows/dist"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
 	@echo "make quality                                 measure quality beside peers into docs/quality"
 	@echo "make site                                    build the site with the measured quality into $(BUILD)/site"
@@ -74,6 +75,9 @@ windows:
 	@scripts/windows/build_dependencies
 	@scripts/configure windows -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset windows -j $(JOBS)
+
+windows-zip: windows
+	@scripts/windows/make_archive
 
 test-windows: windows
 	@scripts/ensure_packages build test recording test-windows

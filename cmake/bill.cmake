@@ -78,7 +78,11 @@ endfunction()
 # Headers alone, compiled in.
 function(tonekit_bill_json)
     if(TARGET tonekit-convert)
-        tonekit_bill_package(tonekit-convert CONTAINS nlohmann-json "NOASSERTION" "MIT" "pkg:deb/debian/nlohmann-json3-dev")
+        file(STRINGS ${TONEKIT_JSON_HEADERS}/nlohmann/detail/abi_macros.hpp lines
+            REGEX "^#define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH) +[0-9]+")
+        list(TRANSFORM lines REPLACE ".*_(MAJOR|MINOR|PATCH) +([0-9]+).*" "\\2")
+        list(JOIN lines "." version)
+        tonekit_bill_package(tonekit-convert CONTAINS nlohmann-json "${version}" "MIT" "pkg:generic/nlohmann-json@${version}")
     endif()
 endfunction()
 
