@@ -5,16 +5,47 @@
 
 #include "frame/dispatch.h"
 #include "frame/platform.h"
+#include "tests/support/shared_library.h"
 
 extern "C" const char *const tonekit_dispatch_names[];
 
 namespace tonekit {
+
+namespace {
+
+const SharedLibrary *exporter = nullptr;
+std::set<std::string> suffixedNames;
+
+} // namespace
+
+void TakeExportsOf(const SharedLibrary *library)
+{
+    exporter = library;
+}
+
+const std::set<std::string> &SuffixedNamesTaken()
+{
+    return suffixedNames;
+}
+
+void *SingleAddress(const char *name, void *own)
+{
+    void *const address = exporter ? exporter->Address(name) : nullptr;
+    return address ? address : own;
+}
 
 void *BodyAddress(const char *name, char letter)
 {
     const char *position = letter ? std::strchr(kLetters, letter) : nullptr;
     if (!position)
         return nullptr;
+    const std::string suffixed = std::string(name) + "." + letter;
+    if (void *address = exporter ? exporter->Address(suffixed) : nullptr) {
+        suffixedNames.insert(suffixed);
+        return address;
+    }
+    if (void *address = SingleAddress(name, nullptr))
+        return address;
     for (int row = 0; tonekit_dispatch_names[row]; ++row)
         if (std::strcmp(tonekit_dispatch_names[row], name) == 0)
             return tonekit_dispatch_rows[row].bodies[position - kLetters];

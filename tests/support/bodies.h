@@ -1,9 +1,13 @@
 // bodies.h: finds the bodies of dispatched functions by name and letter.
 #pragma once
 
+#include <set>
+#include <string>
 #include <vector>
 
 namespace tonekit {
+
+class SharedLibrary;
 
 // The eight letters in ascending demand.
 inline constexpr const char *kLetters = "ALMNPRSV";
@@ -15,6 +19,24 @@ template <class Function>
 Function *Body(const char *name, char letter)
 {
     return reinterpret_cast<Function *>(BodyAddress(name, letter));
+}
+
+// From now on, exported functions are those of a finished library: Body and BodyAddress look for NAME.LETTER
+// among its exports, then for NAME where that alone is exported. What it doesn't export stays the program's
+// own. Null ends that.
+void TakeExportsOf(const SharedLibrary *library);
+
+// Each NAME.LETTER that has been found there so far.
+const std::set<std::string> &SuffixedNamesTaken();
+
+// The function of that name that has one build: the finished library's while it is taken, else the program's
+// own, which is given.
+void *SingleAddress(const char *name, void *own);
+
+template <class Function>
+Function *Single(const char *name, Function *own)
+{
+    return reinterpret_cast<Function *>(SingleAddress(name, reinterpret_cast<void *>(own)));
 }
 
 // The names of all dispatched functions, in the order of the dispatch list.

@@ -499,10 +499,10 @@ static void ExerciseCodec(const Bodies &bodies, Random &random, Record &record)
 {
     const Codec codec = BodyCodec(bodies.Letter());
     const Image image = TestImage(random.Next(), 60 + random.Below(60), 50 + random.Below(60), 3);
-    JPEG_Init(ReadStream, WriteStream);
+    Single("JPEG_Init", JPEG_Init)(ReadStream, WriteStream);
     EncodeWithMarkers(codec, image, {.quality = 88, .horizontal = 2, .vertical = 1}, record);
     DecodePart(codec, record);
-    JPEG_Init(nullptr, nullptr);
+    Single("JPEG_Init", JPEG_Init)(nullptr, nullptr);
     const Bytes marked = stream;
     for (const bool progressive : {false, true})
         for (const bool arithmetic : {false, true})

@@ -19,8 +19,10 @@ namespace tonekit::tiers {
 // The bodies of the tier under test.
 class Bodies {
 public:
-    explicit Bodies(char letter) : letter_(letter) {}
+    Bodies(char letter, bool ofLibrary) : letter_(letter), ofLibrary_(ofLibrary) {}
     char Letter() const { return letter_; }
+    // Whether the run is compared with that of a finished library, whose inner state can't be set.
+    bool OfLibrary() const { return ofLibrary_; }
     template <class Function>
     Function *Get(const char *name) const
     {
@@ -29,6 +31,7 @@ public:
 
 private:
     char letter_;
+    bool ofLibrary_;
 };
 
 // What a case has observed.

@@ -10,6 +10,7 @@
 
 #include "frame/dispatch.h"
 #include "frame/platform.h"
+#include "tests/support/shared_library.h"
 #include "tests/tiers/tiers.h"
 
 namespace tonekit::tiers {
@@ -37,6 +38,7 @@ struct Options {
     bool digests = false;
     std::string tiers = kLetters;
     const char *function = nullptr;
+    const SharedLibrary *library = nullptr;
     std::uint64_t seed = 1;
 };
 
@@ -46,11 +48,20 @@ bool Covers(const Case &one, const char *name)
                        [name](const char *covered) { return std::strcmp(covered, name) == 0; });
 }
 
-Record Run(const Case &one, char letter, std::uint64_t seed)
+Record Run(const Case &one, char letter, const Options &options)
 {
     Record record;
-    Random random(seed);
-    one.exercise(Bodies(letter), random, record);
+    Random random(options.seed);
+    one.exercise(Bodies(letter, options.library != nullptr), random, record);
+    return record;
+}
+
+// The same with what the finished library exports.
+Record RunLibrary(const Case &one, char letter, const Options &options)
+{
+    TakeExportsOf(options.library);
+    Record record = Run(one, letter, options);
+    TakeExportsOf(nullptr);
     return record;
 }
 
@@ -73,14 +84,16 @@ struct Counts {
 
 void Compare(const Case &one, const Options &options, Counts &counts)
 {
-    const Record baseline = Run(one, 'A', options.seed);
+    const Record baseline = Run(one, 'A', options);
     for (const char letter : options.tiers) {
         if (!ProcessorRuns(letter)) {
             std::printf("skipped %s.%c: this processor lacks its features\n", one.label, letter);
             ++counts.skipped;
             continue;
         }
-        const Record record = letter == 'A' ? baseline : Run(one, letter, options.seed);
+        const Record record = options.library ? RunLibrary(one, letter, options)
+                              : letter == 'A' ? baseline
+                                              : Run(one, letter, options);
         const auto &expected = baseline.Bytes();
         const auto &actual = record.Bytes();
         const auto place = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
@@ -103,7 +116,7 @@ void PrintDigests(const Case &one, const Options &options)
     for (const char letter : options.tiers) {
         if (!ProcessorRuns(letter))
             continue;
-        const Record record = Run(one, letter, options.seed);
+        const Record record = Run(one, letter, options);
         std::uint64_t digest = 0xCBF29CE484222325;
         for (const std::uint8_t byte : record.Bytes())
             digest = (digest ^ byte) * 0x100000001B3;
@@ -115,7 +128,7 @@ double Seconds(const Case &one, char letter)
 {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
-    one.bench(Bodies(letter));
+    one.bench(Bodies(letter, false));
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
@@ -173,6 +186,19 @@ int PrintSelected()
     return 0;
 }
 
+// Whether a function is exported with its letters.
+bool HasSuffixedExports(const SharedLibrary &library, const char *name)
+{
+    return library.Address(std::string(name) + ".A") != nullptr;
+}
+
+// Of a finished library, only cases that call what it exports tell anything.
+bool CallsExports(const Case &one, const SharedLibrary &library)
+{
+    return std::any_of(one.names.begin(), one.names.end(),
+                       [&library](const char *name) { return HasSuffixedExports(library, name); });
+}
+
 // A row that no case covers is a failure: nobody would notice a wrong body of it.
 int CountUncovered()
 {
@@ -192,7 +218,7 @@ int CountUncovered()
 int Usage()
 {
     std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--digests] [--tier LETTERS] "
-                         "[--function NAME] [--seed N]\n");
+                         "[--function NAME] [--seed N] [--library FILE]\n");
     return 2;
 }
 
@@ -213,6 +239,8 @@ bool Parse(int argc, char **argv, Options &options)
             options.tiers = argv[++i];
         else if (word == "--function" && hasValue)
             options.function = argv[++i];
+        else if (word == "--library" && hasValue)
+            options.library = new SharedLibrary(argv[++i]); // for good
         else if (word == "--seed" && hasValue)
             options.seed = std::strtoull(argv[++i], nullptr, 0);
         else
@@ -246,6 +274,8 @@ int Main(int argc, char **argv)
         counts.failed += CountUncovered();
     for (const Case &one : Cases()) {
         if (options.function && !Covers(one, options.function))
+            continue;
+        if (options.library && !CallsExports(one, *options.library))
             continue;
         if (options.bench && one.bench)
             Bench(one, options);
