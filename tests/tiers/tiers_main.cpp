@@ -215,6 +215,21 @@ int CountUncovered()
     return uncovered;
 }
 
+// Each suffixed name that this processor can run has to have been looked up, and so called, by some case.
+int CountUncalled(const SharedLibrary &library)
+{
+    int uncalled = 0;
+    for (const char *name : DispatchedNames())
+        for (const char letter : RunnableLetters()) {
+            const std::string suffixed = std::string(name) + "." + letter;
+            if (library.Address(suffixed) && !SuffixedNamesTaken().count(suffixed)) {
+                std::printf("FAILED %s: no case calls it\n", suffixed.c_str());
+                ++uncalled;
+            }
+        }
+    return uncalled;
+}
+
 int Usage()
 {
     std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--digests] [--tier LETTERS] "
@@ -282,6 +297,8 @@ int Main(int argc, char **argv)
         if (!options.bench && one.exercise)
             Compare(one, options, counts);
     }
+    if (options.library && !options.function && options.tiers == kLetters)
+        counts.failed += CountUncalled(*options.library);
     if (!options.bench)
         std::printf("%d passed, %d failed, %d skipped\n", counts.passed, counts.failed, counts.skipped);
     return counts.failed == 0 ? 0 : 1;
