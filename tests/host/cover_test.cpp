@@ -4,10 +4,15 @@
 #include "host/failure.h"
 #include "host/jpeg_picture.h"
 #include "host/scale_picture.h"
+#include "tests/reference/resample_model.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <numbers>
+#include <random>
+#include <utility>
 
 namespace tonekit::host {
 namespace {
@@ -113,6 +118,38 @@ TEST(ScalePicture, KeepsAConstantColourAndTheAskedSize)
     EXPECT_EQ(scaled.width, 10u);
     EXPECT_EQ(scaled.height, 5u);
     EXPECT_EQ(Colours(scaled), std::vector<Bytes>(50, Bytes{10, 200, 30}));
+}
+
+// A sinc under the middle of one that is three times as wide.
+double Lanczos3(double distance)
+{
+    const auto sinc = [](double x) {
+        return x == 0 ? 1 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
+    };
+    return std::fabs(distance) < 3 ? sinc(distance) * sinc(distance / 3) : 0;
+}
+
+TEST(ScalePicture, PutsTheFirstRowAndColumnOnThoseOfThePicture)
+{
+    // Pixels of the model and bytes of the picture are the same numbers in little-endian order.
+    PixelImage image{31, 22, {}};
+    reference::Pixels pixels;
+    std::mt19937 random(1);
+    for (int i = 0; i < 31 * 22; i++) {
+        pixels.push_back(random() & 0xFFFFFF);
+        for (int byte = 0; byte < 4; byte++)
+            image.pixels.push_back(static_cast<uint8_t>(pixels.back() >> 8 * byte));
+    }
+    for (const auto &[width, height] : {std::pair{17, 9}, std::pair{40, 50}, std::pair{31, 11}}) {
+        const PixelImage scaled =
+            ScalePicture(image, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+        const reference::Pixels expected = reference::Resampled(pixels, 31, 22, width, height, Lanczos3, 3);
+        ASSERT_EQ(scaled.pixels.size(), expected.size() * 4);
+        for (size_t i = 0; i < expected.size(); i++)
+            for (size_t byte = 0; byte < 3; byte++)
+                ASSERT_NEAR(scaled.pixels[i * 4 + byte], expected[i] >> 8 * byte & 0xFF, 1)
+                    << "pixel " << i << " of " << width << " by " << height;
+    }
 }
 
 TEST(Cover, PngAndGifStayAsTheyAre)
