@@ -81,6 +81,16 @@ function(tonekit_link_for_windows)
     if(TONEKIT_INSTALL)
         install(FILES ${runtime} DESTINATION ${CMAKE_INSTALL_BINDIR})
         install(FILES ${TONEKIT_GENERATED}/tonekit.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        # CMake strips what it has built itself. The debug information of Debian's runtime is ten times its size.
+        list(JOIN TONEKIT_WINDOWS_RUNTIME " " names)
+        install(CODE "
+            if(CMAKE_INSTALL_DO_STRIP)
+                foreach(name ${names})
+                    execute_process(COMMAND \"${CMAKE_STRIP}\"
+                        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/\${name}\"
+                        COMMAND_ERROR_IS_FATAL ANY)
+                endforeach()
+            endif()")
     endif()
 endfunction()
 
