@@ -12,17 +12,27 @@ extern "C" {
  * Text encodings
  *
  * A text is zero-terminated, and is read up to its terminator, so no length is passed anywhere. "Unicode" is
- * UTF-16 in the processor's byte order. "ANSI" is the system's code page: on Windows the active code page
- * (GetACP); elsewhere the character set of the locale that the process, or the calling thread, has set, asked
- * anew at each call. Plain ASCII, which is what a process has that sets no locale, stands for windows-1252.
+ * UTF-16 in the processor's byte order. "ANSI" is the system's code page, asked anew at each call: on Windows
+ * the active code page (GetACP), elsewhere the character set of the locale that the process, or the calling
+ * thread, has set. Elsewhere plain ASCII, which is what a process has that sets no locale, is taken for
+ * windows-1252.
  *
  * Each conversion returns a new text of exactly the size needed, terminator included. It is the caller's, to
  * be given back with UNC_freeStr or UNC_freeWStr. An empty text gives a new empty text. Null comes back for a
- * null text, and from the ANSI functions if the system has no converter for its own code page; never for what
- * stands in the text and never for want of memory. When memory runs out, the process's new-handler is called
- * as long as there is one, then std::bad_alloc is thrown; nothing leaks.
+ * null text, and from the ANSI functions if the system refuses its own code page; never for what is in the
+ * text and never for want of memory. When memory runs out, the process's new-handler is called as long as
+ * there is one, then std::bad_alloc is thrown; nothing leaks.
  *
- * What can't be converted is replaced, on Windows as the system does it, elsewhere by these rules:
+ * On Windows the system makes every conversion and replaces what can't be converted: MultiByteToWideChar with
+ * MB_PRECOMPOSED from ANSI, WideCharToMultiByte with WC_COMPOSITECHECK and WC_SEPCHARS to ANSI, both without
+ * flags for UTF-8. Windows refuses these flags for code pages that take none, UTF-8 (65001) among them. Where
+ * that is the active code page, by a setting of the system or by activeCodePage in the program's manifest,
+ * the four ANSI functions return null for every text; such a program has UTF-8 in place of ANSI and needs
+ * UNC_UnicodeToUtf8 and UNC_Utf8ToUnicode alone.
+ *
+ * Elsewhere the library itself converts UTF-8 and windows-1252. Any other code page is the system's iconv's,
+ * which is opened for each call; that takes some microseconds. What can't be converted is replaced by these
+ * rules:
  *
  *   - Ill-formed UTF-8 becomes U+FFFD, one for each maximal part: the longest run of bytes that begins a
  *     well-formed character, or one byte that begins none. Overlong forms, surrogates and values above
@@ -34,9 +44,6 @@ extern "C" {
  *   - On the way to ANSI a character and the combining mark behind it are first composed to the one
  *     precomposed character, if Unicode's canonical compositions have one: e, U+0301 becomes U+00E9.
  *     Marks are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
- *
- * UTF-8 and windows-1252 are converted by the library itself. Any other code page is the system's iconv's,
- * which is opened for each call; that takes some microseconds.
  *
  * Every function may be called from any thread at any time; setting the locale meanwhile is as unsafe as it
  * always is.
