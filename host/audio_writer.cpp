@@ -4,6 +4,7 @@
 #include "host/aiff_lengths.h"
 #include "host/channel_layout.h"
 #include "host/failure.h"
+#include "host/peak_time.h"
 
 #include <cstring>
 #include <utility>
@@ -128,6 +129,8 @@ void AudioWriter::Finish()
     stream_.Stop();
     if (kind_ == ContainerKind::Aiff && !stream_.error())
         stream_.Note(MendAiffLengths(stream_.file(), frames_, format_.FrameBytes()));
+    if (kind_ == ContainerKind::Rf64 && !stream_.error())
+        stream_.Note(ClearPeakTime(stream_.file()));
     stream_.Finish();
     CheckStored(0, 0);
 }

@@ -223,5 +223,27 @@ TEST(AudioReader, SixChannelsOfOggComeInTheConvertersOrder)
         EXPECT_EQ(energy[c] > 100, c == 2) << c << ": " << energy[c];
 }
 
+TEST(AudioWriter, LeavesTheTimeOfDayOutOfFloatFiles)
+{
+    TemporaryFolder folder;
+    const std::vector<float> samples(200, 0.25f);
+    for (const char *extension : {"wav", "rf64", "w64", "caf", "aiff", "au"}) {
+        const std::string name = folder / (std::string("a.") + extension);
+        File file;
+        ASSERT_FALSE(file.CreateNew(name));
+        AudioWriter writer(std::move(file), name, *ContainerByExtension(extension), {Float32, 2, 44100});
+        writer.Write(samples.data(), 100);
+        writer.Finish();
+        const std::string bytes = test::ReadText(name);
+        const size_t peak = bytes.find("PEAK");
+        EXPECT_EQ(peak != std::string::npos, std::string(extension) == "rf64") << extension;
+        // Name, size and version of the chunk are in front of its time.
+        if (peak != std::string::npos) {
+            EXPECT_EQ(bytes.substr(peak + 12, 4), std::string(4, '\0'));
+        }
+        EXPECT_EQ(test::ReadSound(name).samples, std::vector<int32_t>(200, 0x20000000)) << extension;
+    }
+}
+
 } // namespace
 } // namespace tonekit::host
