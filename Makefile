@@ -82,7 +82,7 @@ windows-zip: windows
 test-windows: windows
 	@scripts/ensure_packages build test recording test-windows
 	@scripts/configure release -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
-	@cmake --build --preset release -j $(JOBS) --target tiers
+	@cmake --build --preset release -j $(JOBS) --target tiers tonekit-convert fixed_time
 	@scripts/windows/run_tests
 
 quality:
