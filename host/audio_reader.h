@@ -3,6 +3,7 @@
 
 #include "host/container.h"
 #include "host/sample_format.h"
+#include "host/sample_source.h"
 #include "host/sound_stream.h"
 #include "host/tag_kind.h"
 
@@ -14,31 +15,25 @@
 namespace tonekit::host {
 
 // All failures are thrown as Failure, with the file's name in front.
-class AudioReader {
+class AudioReader final : public SampleSource {
 public:
     // Opens the file and makes sure that it holds audio, all of it, in at most 8 channels.
     explicit AudioReader(const std::filesystem::path &path);
     // The same for a file that messages call by another name.
     AudioReader(const std::filesystem::path &path, const std::string &shownName);
 
-    const AudioFormat &format() const { return format_; }
-    // The number of frames that the file promises; 0 if it doesn't say.
-    uint64_t frames() const { return frames_; }
-    // The type of file and the way in which it keeps its samples: "WAV" and "Signed 16 bit PCM"
-    const std::string &type() const { return type_; }
-    const std::string &encoding() const { return encoding_; }
-    // The container that would hold the very same coded audio; null if none of those written does.
-    const Container *container() const { return container_; }
-    // The form of its tags.
-    TagKind tagKind() const { return tagKind_; }
-    // The samples come out of a coder that keeps no exact sample values.
-    bool lossy() const { return lossy_; }
+    std::string name() const override { return shownName_; }
+    const AudioFormat &format() const override { return format_; }
+    uint64_t frames() const override { return frames_; }
+    const std::string &type() const override { return type_; }
+    const std::string &encoding() const override { return encoding_; }
+    const Container *container() const override { return container_; }
+    TagKind tagKind() const override { return tagKind_; }
+    bool lossy() const override { return lossy_; }
 
-    // Fills the buffer with up to `frames` frames in format(), channels in the converter's order. Returns how
-    // many; 0 at the end. Throws if the file ends before it should.
-    uint32_t Read(void *buffer, uint32_t frames);
-    // Goes back to the first frame.
-    void Rewind();
+    // Throws if the file ends before it should.
+    uint32_t Read(void *buffer, uint32_t frames) override;
+    void Rewind() override;
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;

@@ -28,24 +28,25 @@ constexpr uint32_t kReadFrames = 16384;
 
 class FileConversion {
 public:
-    FileConversion(const Options &options, const Extras &extras, const Job &job, const ProgressSink &progress)
-        : options_(options), extras_(extras), job_(job), progress_(progress), reader_(job.input)
+    FileConversion(const Options &options, const Extras &extras, SampleSource &source, const Job &job,
+                   const ProgressSink &progress)
+        : options_(options), extras_(extras), job_(job), progress_(progress), source_(source)
     {
         if (!options.inPlace && AreSameFile(job.input, job.output))
             throw Failure(Utf8Name(job.output) + ": input and output are the same file");
-        report_.input = {Utf8Name(job.input), reader_.type(),   reader_.encoding(),
-                         reader_.lossy(),     reader_.format(), reader_.frames()};
+        report_.input = {source_.name(),  source_.type(),   source_.encoding(),
+                         source_.lossy(), source_.format(), source_.frames()};
         const bool decodeHdcd = DecideHdcd();
         try {
             plan_ = options.inPlace
-                        ? PlanToKeep(reader_.format())
+                        ? PlanToKeep(source_.format())
                         : MakePlan(options,
-                                   {reader_.format(), reader_.frames(), reader_.lossy(), reader_.container()},
+                                   {source_.format(), source_.frames(), source_.lossy(), source_.container()},
                                    *job.container, decodeHdcd);
-            if (options.inPlace && reader_.tagKind() == TagKind::None)
+            if (options.inPlace && source_.tagKind() == TagKind::None)
                 throw Failure("this type of file can't hold tags");
         } catch (const Failure &failure) {
-            throw Failure(Utf8Name(job.input) + ": " + failure.what());
+            throw Failure(source_.name() + ": " + failure.what());
         }
     }
 
@@ -77,13 +78,13 @@ private:
     {
         if (options_.hdcd == HdcdChoice::Off)
             return false;
-        if (!CanCarryHdcd(reader_)) {
+        if (!CanCarryHdcd(source_)) {
             if (options_.hdcd == HdcdChoice::On)
-                throw Failure(Utf8Name(job_.input) + ": HDCD needs 16 bit stereo, and this is " +
-                              NameOf(reader_.format()));
+                throw Failure(source_.name() + ": HDCD needs 16 bit stereo, and this is " +
+                              NameOf(source_.format()));
             return false;
         }
-        report_.hdcd = ScanForHdcd(reader_);
+        report_.hdcd = ScanForHdcd(source_);
         if (options_.hdcd == HdcdChoice::On && *report_.hdcd != HdcdFinding::Effective)
             report_.warnings.push_back(report_.input.path +
                                        ": no HDCD that changes the sound in its first minute; "
@@ -140,7 +141,7 @@ private:
 
         std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
         uint64_t done = 0;
-        while (const uint32_t frames = reader_.Read(block.data(), kReadFrames)) {
+        while (const uint32_t frames = source_.Read(block.data(), kReadFrames)) {
             const void *samples = block.data();
             if (loudest > 0)
                 samples = before.Guarded(samples, size_t{frames} * plan_.source.channels);
@@ -165,7 +166,7 @@ private:
     {
         if (InterruptNoted())
             throw Interrupted();
-        const double all = static_cast<double>(reader_.frames());
+        const double all = static_cast<double>(source_.frames());
         progress_(all > 0 ? static_cast<double>(done) / all : 0,
                   static_cast<double>(done) / plan_.source.rate);
     }
@@ -197,9 +198,9 @@ private:
     {
         TagTransfer transfer;
         transfer.input = job_.input;
-        transfer.inputKind = reader_.tagKind();
+        transfer.inputKind = source_.tagKind();
         transfer.written = written;
-        transfer.writtenKind = plan_.copyFile ? reader_.tagKind() : plan_.container->tags;
+        transfer.writtenKind = plan_.copyFile ? source_.tagKind() : plan_.container->tags;
         transfer.copied = plan_.copyFile;
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
@@ -235,7 +236,7 @@ private:
     const Extras &extras_;
     const Job &job_;
     const ProgressSink &progress_;
-    AudioReader reader_;
+    SampleSource &source_;
     Plan plan_;
     ConversionReport report_;
 };
@@ -276,7 +277,14 @@ ConversionReport ConvertFile(const Options &options, const Extras &extras, const
         return ReportOfNames(options, job);
     if (job.plainCopy)
         return CopyPlainly(options, job, progress);
-    return FileConversion(options, extras, job, progress).Run();
+    AudioReader reader(job.input);
+    return ConvertSamples(options, extras, reader, job, progress);
+}
+
+ConversionReport ConvertSamples(const Options &options, const Extras &extras, SampleSource &source,
+                                const Job &job, const ProgressSink &progress)
+{
+    return FileConversion(options, extras, source, job, progress).Run();
 }
 
 } // namespace tonekit::host

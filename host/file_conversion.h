@@ -5,6 +5,7 @@
 #include "host/extras.h"
 #include "host/options.h"
 #include "host/report.h"
+#include "host/sample_source.h"
 
 #include <filesystem>
 #include <functional>
@@ -25,10 +26,15 @@ struct Job {
 
 // The part that is done, 0 to 1, and the seconds of music that have gone through.
 using ProgressSink = std::function<void(double done, double audioSeconds)>;
+inline void IgnoreProgress(double, double) {}
 
 // Converts, copies or skips the file, or finds out what would be done in a dry run. Throws Failure or
 // Interrupted; the output then is as it was before.
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress);
+
+// The same with samples from elsewhere; the job's input may be empty.
+ConversionReport ConvertSamples(const Options &options, const Extras &extras, SampleSource &source,
+                                const Job &job, const ProgressSink &progress);
 
 } // namespace tonekit::host

@@ -19,7 +19,7 @@ namespace {
 constexpr uint32_t kReadFrames = 16384;
 
 // Reads the whole audio for what only all samples tell.
-void Measure(const Options &options, AudioReader &reader, FileInfo &info)
+void Measure(const Options &options, SampleSource &reader, FileInfo &info, const ProgressSink &progress)
 {
     std::optional<LoudnessMeter> loudness;
     std::optional<SampleDigest> digest;
@@ -39,6 +39,9 @@ void Measure(const Options &options, AudioReader &reader, FileInfo &info)
         if (digest)
             digest->Take(block.data(), size_t{got} * reader.format().FrameBytes());
         frames += got;
+        const double all = static_cast<double>(reader.frames());
+        progress(all > 0 ? static_cast<double>(frames) / all : 0,
+                 static_cast<double>(frames) / reader.format().rate);
     }
     info.stream.frames = frames;
     if (loudness)
@@ -49,7 +52,7 @@ void Measure(const Options &options, AudioReader &reader, FileInfo &info)
 
 } // namespace
 
-FileInfo LookAt(const Options &options, const std::filesystem::path &path)
+FileInfo LookAt(const Options &options, const std::filesystem::path &path, const ProgressSink &progress)
 {
     FileInfo info;
     AudioReader reader(path);
@@ -57,7 +60,7 @@ FileInfo LookAt(const Options &options, const std::filesystem::path &path)
                    reader.lossy(), reader.format(), reader.frames()};
     if (CanCarryHdcd(reader))
         info.hdcd = ScanForHdcd(reader);
-    Measure(options, reader, info);
+    Measure(options, reader, info, progress);
 
     const TagBlockPointer block = NewTagBlock();
     ReadTags(path, reader.tagKind(), {}, block.get(), info.warnings);

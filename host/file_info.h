@@ -1,6 +1,7 @@
 // file_info.h: tells what a file is.
 #pragma once
 
+#include "host/file_conversion.h"
 #include "host/options.h"
 #include "host/report.h"
 #include "host/tag_block.h"
@@ -24,8 +25,10 @@ struct FileInfo {
     std::string error; // empty: all is known
 };
 
-// Looks at one file; reads all of it if loudness or digest are asked for. Throws Failure or Interrupted.
-FileInfo LookAt(const Options &options, const std::filesystem::path &path);
+// Looks at one file; reads all of it if loudness or digest are asked for, and then tells how far it is.
+// Throws Failure or Interrupted.
+FileInfo LookAt(const Options &options, const std::filesystem::path &path,
+                const ProgressSink &progress = IgnoreProgress);
 
 std::string InfoText(const FileInfo &info);
 // One JSON object with all files under "files", however many there are.

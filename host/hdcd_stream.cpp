@@ -23,29 +23,29 @@ HdcdDecoderPointer NewDecoder()
 
 } // namespace
 
-bool CanCarryHdcd(const AudioReader &reader)
+bool CanCarryHdcd(const SampleSource &source)
 {
-    return reader.format().sample == SampleFormat::Int16 && reader.format().channels == 2;
+    return source.format().sample == SampleFormat::Int16 && source.format().channels == 2;
 }
 
-HdcdFinding ScanForHdcd(AudioReader &reader)
+HdcdFinding ScanForHdcd(SampleSource &source)
 {
     const HdcdDecoderPointer decoder = NewDecoder();
     std::vector<int16_t> samples(size_t{kBlockFrames} * 2);
-    uint64_t left = uint64_t{kScanSeconds} * reader.format().rate;
+    uint64_t left = uint64_t{kScanSeconds} * source.format().rate;
     uint32_t detected = 0;
     // 2 is the last word: no later block takes it back.
     while (left > 0 && detected < 2) {
         if (InterruptNoted())
             throw Interrupted();
         const uint32_t wanted = static_cast<uint32_t>(std::min<uint64_t>(left, kBlockFrames));
-        const uint32_t got = reader.Read(samples.data(), wanted);
+        const uint32_t got = source.Read(samples.data(), wanted);
         if (got == 0)
             break;
         detected = hdcd_scan16(decoder.get(), samples.data(), static_cast<int32_t>(got));
         left -= got;
     }
-    reader.Rewind();
+    source.Rewind();
     return detected == 0 ? HdcdFinding::None : detected == 1 ? HdcdFinding::NoEffect : HdcdFinding::Effective;
 }
 

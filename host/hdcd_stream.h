@@ -1,8 +1,8 @@
 // hdcd_stream.h: finds HDCD in an audio file and decodes it.
 #pragma once
 
-#include "host/audio_reader.h"
 #include "host/report.h"
+#include "host/sample_source.h"
 
 #include <cstdint>
 #include <memory>
@@ -12,10 +12,10 @@
 namespace tonekit::host {
 
 // HDCD lives in the lowest bits of 16 bit stereo.
-bool CanCarryHdcd(const AudioReader &reader);
+bool CanCarryHdcd(const SampleSource &source);
 
 // Scans the first minute and goes back to the first frame.
-HdcdFinding ScanForHdcd(AudioReader &reader);
+HdcdFinding ScanForHdcd(SampleSource &source);
 
 struct ReleaseHdcdDecoder {
     void operator()(HdcdDecoder *decoder) const { hdcd_free(decoder); }

@@ -6,7 +6,6 @@
 #include "host/options.h"
 #include "host/paths.h"
 #include "host/platform.h"
-#include "host/stream_converter.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -22,7 +21,6 @@ namespace {
 
 int Convert(const Options &options)
 {
-    ApplySharedSettings(options);
     const std::vector<Job> jobs = MakeJobs(options);
     NoteInterrupts();
     Console console(!options.quiet);

@@ -172,6 +172,11 @@ std::string HelpOfRow(const OptionRow &row)
 
 } // namespace
 
+std::span<const OptionRow> OptionRows()
+{
+    return kRows;
+}
+
 const OptionRow *RowByName(std::string_view name)
 {
     const auto *row = std::find_if(std::begin(kRows), std::end(kRows), [&](const OptionRow &candidate) {

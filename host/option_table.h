@@ -3,6 +3,7 @@
 
 #include "host/options.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,9 @@ struct OptionRow {
     void (*apply)(Options &options, const std::string &value);
     bool changesAudio = false; // or where it goes: of no use where files are changed in place
 };
+
+// All rows, in the order in which help lists them.
+std::span<const OptionRow> OptionRows();
 
 // The row of an option; null if there is none.
 const OptionRow *RowByName(std::string_view name);

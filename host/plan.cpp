@@ -26,17 +26,6 @@ SampleFormat WantedFormat(const Options &options, const Source &source, bool dec
     return source.format.sample;
 }
 
-bool WantsDither(const Options &options, const Plan &plan)
-{
-    // The converter never dithers 32 bits, and with no step to hide there is nothing to dither in a float.
-    if (plan.copySamples || IsFloat(plan.target.sample) || plan.target.sample == SampleFormat::Int32)
-        return false;
-    if (options.dither != DitherChoice::Auto)
-        return options.dither == DitherChoice::On;
-    return plan.decodeHdcd ? plan.target.sample < SampleFormat::Int24
-                           : BitsOf(plan.target.sample) < BitsOf(plan.source.sample);
-}
-
 const Container &RoomyContainer(const Container &wanted, const Plan &plan)
 {
     const uint64_t bytes = plan.expectedFrames * plan.target.FrameBytes();
@@ -50,6 +39,17 @@ const Container &RoomyContainer(const Container &wanted, const Plan &plan)
 }
 
 } // namespace
+
+bool WantsDither(const Options &options, const Plan &plan)
+{
+    // The converter never dithers 32 bits, and with no step to hide there is nothing to dither in a float.
+    if (plan.copySamples || IsFloat(plan.target.sample) || plan.target.sample == SampleFormat::Int32)
+        return false;
+    if (options.dither != DitherChoice::Auto)
+        return options.dither == DitherChoice::On;
+    return plan.decodeHdcd ? plan.target.sample < SampleFormat::Int24
+                           : BitsOf(plan.target.sample) < BitsOf(plan.source.sample);
+}
 
 void CheckTarget(const Options &options, const Container &wanted)
 {

@@ -34,6 +34,9 @@ void CheckTarget(const Options &options, const Container &wanted);
 // The plan of a file whose audio is kept as it is, in the form in which the file has it.
 Plan PlanToKeep(const AudioFormat &format);
 
+// Whether the samples of the plan, complete but for this, are to be dithered.
+bool WantsDither(const Options &options, const Plan &plan);
+
 // `wanted` is the container that the output's name or --type asks for. Throws Failure, without a file's name,
 // if such an input can't become what is asked for.
 Plan MakePlan(const Options &options, const Source &source, const Container &wanted, bool decodeHdcd);

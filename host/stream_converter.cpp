@@ -1,8 +1,10 @@
 // stream_converter.cpp: the calling order of a conversion.
 #include "host/stream_converter.h"
 
+#include "host/shared_settings.h"
+
+#include <optional>
 #include <tonekit/convert.h>
-#include <tonekit/frame.h>
 
 namespace tonekit::host {
 
@@ -28,19 +30,41 @@ uint32_t QualitySpan(Quality quality)
     return 0;
 }
 
+void *NewConverter(const Options &options, const Plan &plan)
+{
+    const SettingHold hold(CreationSetting(), CreationValue(options));
+    return SRC4_Init(plan.decodeHdcd ? kHdcdFormatCode : FormatCodeOf(plan.source.sample),
+                     plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample), plan.source.channels,
+                     plan.source.rate, FormatCodeOf(plan.target.sample), BitsOf(plan.target.sample),
+                     plan.target.channels, plan.target.rate, plan.dither, options.limiter, 0,
+                     QualitySpan(options.quality));
+}
+
 } // namespace
 
+void StreamConverter::Release::operator()(void *handle) const
+{
+    SRC4_Deinit(handle);
+}
+
 StreamConverter::StreamConverter(const Options &options, const Plan &plan)
-    : handle_(SRC4_Init(plan.decodeHdcd ? kHdcdFormatCode : FormatCodeOf(plan.source.sample),
-                        plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample), plan.source.channels,
-                        plan.source.rate, FormatCodeOf(plan.target.sample), BitsOf(plan.target.sample),
-                        plan.target.channels, plan.target.rate, plan.dither, options.limiter, 0,
-                        QualitySpan(options.quality)))
+    : ditherMode_(static_cast<uint32_t>(options.ditherMode)), hdcdGain_(options.hdcdGain),
+      dither_(plan.dither), decodeHdcd_(plan.decodeHdcd), handle_(NewConverter(options, plan))
 {}
 
-StreamConverter::~StreamConverter()
+StreamConverter::~StreamConverter() = default;
+
+// Makes one call of the library with the settings that it reads. The sink is never called under them.
+template <class Call>
+uint32_t StreamConverter::WithSettings(Call call) const
 {
-    SRC4_Deinit(handle_);
+    std::optional<SettingHold> mode;
+    std::optional<SettingHold> gain;
+    if (dither_)
+        mode.emplace(DitherModeSetting(), ditherMode_);
+    if (decodeHdcd_)
+        gain.emplace(HdcdGainSetting(), hdcdGain_);
+    return call();
 }
 
 void StreamConverter::Write(const void *samples, uint32_t frames, const FrameSink &sink)
@@ -48,8 +72,8 @@ void StreamConverter::Write(const void *samples, uint32_t frames, const FrameSin
     void *out = nullptr;
     uint32_t outFrames = 0;
     uint32_t outBytes = 0;
-    SRC4_Write(handle_, samples, frames);
-    while (SRC4_Read(handle_, &out, &outFrames, &outBytes)) {
+    SRC4_Write(handle_.get(), samples, frames);
+    while (WithSettings([&] { return SRC4_Read(handle_.get(), &out, &outFrames, &outBytes); })) {
         if (outFrames > 0)
             sink(out, outFrames);
     }
@@ -60,18 +84,10 @@ void StreamConverter::Finish(const FrameSink &sink)
     void *out = nullptr;
     uint32_t outFrames = 0;
     uint32_t outBytes = 0;
-    while (SRC4_Flush(handle_, &out, &outFrames, &outBytes)) {
+    while (WithSettings([&] { return SRC4_Flush(handle_.get(), &out, &outFrames, &outBytes); })) {
         if (outFrames > 0)
             sink(out, outFrames);
     }
-}
-
-void ApplySharedSettings(const Options &options)
-{
-    SetSampleRateConverterParameters2(static_cast<uint32_t>(options.filter), options.aliasing ? 1 : 0);
-    // Whether a conversion dithers is decided for each one; here it is only allowed.
-    SetDitherParameters(1, static_cast<uint32_t>(options.ditherMode));
-    SetHDCDGain(options.hdcdGain);
 }
 
 } // namespace tonekit::host

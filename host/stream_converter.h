@@ -6,13 +6,16 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace tonekit::host {
 
 // Takes converted frames; they are valid during the call only.
 using FrameSink = std::function<void(const void *samples, uint32_t frames)>;
 
-// One stream from the plan's source format (or from decoded HDCD) to its target format, on one thread.
+// One stream from the plan's source format (or from decoded HDCD) to its target format, on one thread at a
+// time. Takes its turn with the library's process-wide settings by itself, so that streams with different
+// ones may run at once.
 class StreamConverter {
 public:
     StreamConverter(const Options &options, const Plan &plan);
@@ -24,11 +27,17 @@ public:
     void Finish(const FrameSink &sink);
 
 private:
-    void *handle_;
-};
+    struct Release {
+        void operator()(void *handle) const;
+    };
+    template <class Call>
+    uint32_t WithSettings(Call call) const;
 
-// Hands the options that all converters of the process share to the library. Call before the first converter
-// is made.
-void ApplySharedSettings(const Options &options);
+    uint32_t ditherMode_;
+    uint32_t hdcdGain_;
+    bool dither_;
+    bool decodeHdcd_;
+    std::unique_ptr<void, Release> handle_;
+};
 
 } // namespace tonekit::host

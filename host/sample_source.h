@@ -1,0 +1,42 @@
+// sample_source.h: where the samples of a conversion come from: a file, or a caller's memory.
+#pragma once
+
+#include "host/container.h"
+#include "host/sample_format.h"
+#include "host/tag_kind.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tonekit::host {
+
+// Interleaved samples of one format, channels in the converter's order. Failures are thrown as Failure.
+class SampleSource {
+public:
+    SampleSource() = default;
+    SampleSource(const SampleSource &) = delete;
+    SampleSource &operator=(const SampleSource &) = delete;
+    virtual ~SampleSource() = default;
+
+    // What messages and reports call it.
+    virtual std::string name() const = 0;
+    virtual const AudioFormat &format() const = 0;
+    // The number of frames that it promises; 0 if it doesn't say.
+    virtual uint64_t frames() const = 0;
+    // The type of file and the way in which it keeps its samples: "WAV" and "Signed 16 bit PCM"
+    virtual const std::string &type() const = 0;
+    virtual const std::string &encoding() const = 0;
+    // The container that would hold the very same coded audio; null if none of those written does.
+    virtual const Container *container() const = 0;
+    // The form of its tags.
+    virtual TagKind tagKind() const = 0;
+    // The samples come out of a coder that keeps no exact sample values.
+    virtual bool lossy() const = 0;
+
+    // Fills the buffer with up to `frames` frames in format(). Returns how many; 0 at the end.
+    virtual uint32_t Read(void *buffer, uint32_t frames) = 0;
+    // Goes back to the first frame.
+    virtual void Rewind() = 0;
+};
+
+} // namespace tonekit::host
