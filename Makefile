@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install uninstall deb dist windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test bench install uninstall deb dist wheel test-python bench-python windows windows-zip test-windows quality site test-site \
         format check-format clean
 
 PREFIX ?= /usr/local
@@ -17,6 +17,9 @@ help:
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
 	@echo "make deb                                     Debian packages in $(BUILD)/deb"
 	@echo "make dist                                    a release archive in $(BUILD)/dist, the same to the byte from one commit"
+	@echo "make wheel                                   build the Python package: build/wheel/*.whl and *.tar.gz"
+	@echo "make test-python                             build it, install it in a fresh environment and test it there"
+	@echo "make bench-python                            measure it beside other resamplers of Python"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make windows-zip                             pack the Windows build into build-windows/dist"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
@@ -69,6 +72,17 @@ dist:
 	@scripts/ensure_packages build
 	@scripts/configure release -DTONEKIT_CODEC=ON $(CMAKE_ARGS)
 	@scripts/make_archive build
+
+wheel:
+	@scripts/ensure_packages build python
+	@command -v cargo >/dev/null || [ -x "$$HOME/.cargo/bin/cargo" ] || scripts/ensure_packages cargo || true
+	@CMAKE_ARGS="$(CMAKE_ARGS)" CMAKE_BUILD_PARALLEL_LEVEL=$(JOBS) scripts/python/wheel $(BUILD)/wheel
+
+bench-python: wheel
+	@scripts/python/bench $(BUILD)/wheel $(ARGS)
+
+test-python: wheel
+	@scripts/python/test $(BUILD)/wheel
 
 windows:
 	@scripts/ensure_packages windows

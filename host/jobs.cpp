@@ -252,6 +252,14 @@ std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
     return files;
 }
 
+Job JobFor(const Options &options, const fs::path &input)
+{
+    const fs::path output = PathFromUtf8(options.output);
+    const Job job{input, output, &WantedContainer(options, output)};
+    CheckTarget(options, *job.container);
+    return job;
+}
+
 std::vector<Job> MakeJobs(const Options &options)
 {
     CheckInputsAreThere(options);
@@ -262,9 +270,7 @@ std::vector<Job> MakeJobs(const Options &options)
         jobs = JobsInFolder(options);
         CheckOutputs(jobs);
     } else {
-        const fs::path output = PathFromUtf8(options.output);
-        jobs.push_back({PathFromUtf8(options.inputs[0]), output, &WantedContainer(options, output)});
-        CheckTarget(options, *jobs[0].container);
+        jobs.push_back(JobFor(options, PathFromUtf8(options.inputs[0])));
     }
     for (Job &job : jobs) {
         if (job.error.empty())

@@ -14,6 +14,9 @@ namespace tonekit::host {
 // missing or two files would become one. A place in a folder that can't be read is a job with an error.
 std::vector<Job> MakeJobs(const Options &options);
 
+// The pair of an input that may be anything, and the output that the options name. Throws UsageError.
+Job JobFor(const Options &options, const std::filesystem::path &input);
+
 // The files that --info looks at: the inputs, with the audio files of folders among them. What is missing, or
 // can't be read, is among them too.
 std::vector<std::filesystem::path> FilesToLookAt(const Options &options);

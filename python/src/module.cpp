@@ -1,0 +1,100 @@
+// module.cpp: the extension module tonekit._core, on which the package's Python code stands.
+#include "host/failure.h"
+#include "host/option_table.h"
+#include "python/src/files.h"
+#include "python/src/image.h"
+#include "python/src/measurements.h"
+#include "python/src/stream.h"
+
+#include <nanobind/stl/optional.h>
+#include <nanobind/stl/pair.h>
+#include <nanobind/stl/string.h>
+#include <nanobind/stl/tuple.h>
+#include <nanobind/stl/vector.h>
+#include <tonekit/frame.h>
+
+namespace tonekit::python {
+
+namespace nb = nanobind;
+
+namespace {
+
+host::SampleFormat SampleOf(uint32_t bits, bool isFloat)
+{
+    using host::SampleFormat;
+    for (const SampleFormat sample : {SampleFormat::Int8, SampleFormat::Int16, SampleFormat::Int24,
+                                      SampleFormat::Int32, SampleFormat::Float32, SampleFormat::Float64}) {
+        if (host::BitsOf(sample) == bits && host::IsFloat(sample) == isFloat)
+            return sample;
+    }
+    throw nb::value_error("there is no such sample format");
+}
+
+void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint32_t rate,
+                const ArrayFormat &output, const OptionList &options, bool hdcd)
+{
+    const host::Options read = ReadOptions(options);
+    // The filter is designed here.
+    const nb::gil_scoped_release released;
+    new (self) Stream(StreamFormat{input, channels, rate, output, hdcd}, read);
+}
+
+// Name, what the value is called or nothing for a switch, and help.
+std::vector<std::tuple<std::string, std::optional<std::string>, std::string>> OptionTable()
+{
+    std::vector<std::tuple<std::string, std::optional<std::string>, std::string>> table;
+    for (const host::OptionRow &row : host::OptionRows()) {
+        if (row.name)
+            table.emplace_back(
+                row.name, row.argument ? std::optional<std::string>(row.argument) : std::nullopt, row.help);
+    }
+    return table;
+}
+
+void BindStream(nb::module_ &module)
+{
+    nb::class_<ArrayFormat>(module, "ArrayFormat", "How the samples of arrays are stored.")
+        .def(
+            "__init__",
+            [](ArrayFormat *self, uint32_t bits, bool isFloat, bool wide24) {
+                new (self) ArrayFormat{SampleOf(bits, isFloat), wide24};
+            },
+            nb::arg("bits"), nb::arg("is_float"), nb::arg("wide24"));
+    nb::class_<Stream>(module, "Stream", "One stream of samples through the converter.")
+        .def("__init__", MakeStream, nb::arg("input"), nb::arg("channels"), nb::arg("rate"),
+             nb::arg("output"), nb::arg("options"), nb::arg("hdcd"))
+        .def("run", &Stream::Run, nb::arg("array").none(), nb::arg("last"), nb::arg("flat"),
+             nb::sig("def run(self, array: object | None, last: bool, flat: bool) -> "
+                     "numpy.typing.NDArray[typing.Any]"),
+             "Converts the frames of an array and ends the stream if `last` says so.")
+        .def("close", &Stream::Close, "Ends the stream and frees its memory.")
+        .def_prop_ro("input_channels", &Stream::inputChannels, "Samples in a frame of input.")
+        .def_prop_ro("output_channels", &Stream::outputChannels, "Samples in a frame of output.")
+        .def_prop_ro("input_frames", &Stream::inputFrames, "Frames taken so far.")
+        .def_prop_ro("output_frames", &Stream::outputFrames, "Frames returned so far.")
+        .def_prop_ro("dithers", &Stream::dithers, "Whether the output is dithered.")
+        .def_prop_ro("ended", &Stream::ended, "Whether the stream has ended.");
+}
+
+} // namespace
+
+} // namespace tonekit::python
+
+NB_MODULE(_core, module)
+{
+    using namespace tonekit::python;
+    namespace nb = nanobind;
+    module.doc() = "The compiled part of tonekit; use the package's own functions.";
+    nb::exception<tonekit::host::Failure>(module, "FileError", PyExc_OSError);
+    BindStream(module);
+    BindFiles(module);
+    BindMeasurements(module);
+    BindImage(module);
+    module.def(
+        "check_option",
+        [](const std::string &name, const std::string &value) {
+            ReadOptions({{name, value}});
+        },
+        nb::arg("name"), nb::arg("value"), "Raises ValueError if the option doesn't take the value.");
+    module.def("option_table", OptionTable, "The options of file conversions: name, value and help of each.");
+}

@@ -1,0 +1,239 @@
+"""Audio files."""
+
+import hashlib
+import os
+import subprocess
+import sys
+import typing
+import wave
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+import tonekit
+from tonekit import _file_options, _options
+
+
+def make_wav(path: Path, samples: np.ndarray, rate: int = 44100) -> Path:
+    with wave.open(str(path), "wb") as file:
+        file.setnchannels(samples.shape[1])
+        file.setsampwidth(2)
+        file.setframerate(rate)
+        file.writeframes(samples.astype("<i2").tobytes())
+    return path
+
+
+@pytest.fixture
+def tone() -> np.ndarray:
+    t = np.arange(22050) / 44100
+    return np.round(8000 * np.sin(2 * np.pi * np.outer(t, [440, 660]))).astype(np.int16)
+
+
+def test_samples_come_back_from_a_file_of_another_writer(tmp_path: Path, tone: np.ndarray) -> None:
+    samples, rate = tonekit.read(make_wav(tmp_path / "a.wav", tone))
+    assert rate == 44100
+    assert samples.dtype == np.int16
+    assert np.array_equal(samples, tone)
+
+
+@pytest.mark.parametrize("name", ["a.wav", "a.flac", "a.aiff", "a.w64", "a.caf"])
+@pytest.mark.parametrize(("bits", "dtype"), [(16, np.int16), (24, np.int32)])
+def test_written_samples_come_back(tmp_path: Path, tone: np.ndarray, name: str, bits: int, dtype: type) -> None:
+    x = tone if bits == 16 else tone.astype(np.int32) * 65536 + 256
+    report = tonekit.write(tmp_path / name, x, 44100, in_dtype="int24" if bits == 24 else None)
+    assert report["ok"] and report["output"]["frames"] == 22050
+    samples, rate = tonekit.read(tmp_path / name)
+    assert (rate, samples.dtype) == (44100, dtype)
+    assert np.array_equal(samples, x)
+
+
+def test_reading_converts_as_convert_does(tmp_path: Path, tone: np.ndarray) -> None:
+    path = make_wav(tmp_path / "a.wav", tone)
+    samples, rate = tonekit.read(path, rate=16000, channels=1, dtype="float32")
+    assert rate == 16000
+    assert np.array_equal(samples, tonekit.convert(tone, 44100, 16000, channels=1, dtype="float32"))
+
+
+def test_converting_a_file_is_converting_its_samples(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    report = tonekit.convert_file(source, tmp_path / "b.flac", rate=48000, bits=24, hash="sha256", dither=False)
+    expected = tonekit.convert(tone, 44100, 48000, dtype="packed24")
+    assert report["hash"]["digest"] == hashlib.sha256(expected.tobytes()).hexdigest()
+    assert (report["output"]["rate"], report["output"]["bits"], report["output"]["frames"]) == (48000, 24, 24000)
+    assert np.array_equal(tonekit.read(tmp_path / "b.flac", dtype="packed24").samples, expected)
+
+
+def test_tags_loudness_and_facts(tmp_path: Path, tone: np.ndarray) -> None:
+    path = tmp_path / "a.flac"
+    tonekit.write(path, tone, 44100, set={"TITLE": "Évening", "track": 3}, replaygain=True)
+    facts = tonekit.info(path, hash="sha256")
+    assert facts["tags"]["TITLE"] == ["Évening"]
+    assert "REPLAYGAIN_TRACK_GAIN" in facts["tags"]
+    assert (facts["rate"], facts["channels"], facts["bits"], facts["frames"]) == (44100, 2, 16, 22050)
+    assert facts["hash"]["digest"] == hashlib.sha256(tone.tobytes()).hexdigest()
+    tonekit.convert_file(path, tmp_path / "b.flac", set={"TITLE": None})
+    assert "TITLE" not in tonekit.info(tmp_path / "b.flac")["tags"]
+
+
+def test_folder_takes_the_name_of_the_source(tmp_path: Path, tone: np.ndarray) -> None:
+    (tmp_path / "out").mkdir()
+    tonekit.convert_file(make_wav(tmp_path / "a.wav", tone), tmp_path / "out", type="flac")
+    assert [p.name for p in (tmp_path / "out").iterdir()] == ["a.flac"]
+
+
+def test_what_is_there_can_be_kept(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    old = make_wav(tmp_path / "b.wav", tone[:10]).read_bytes()
+    for option in ("update", "no_clobber", "dry_run"):
+        assert tonekit.convert_file(source, tmp_path / "b.wav", rate=8000, **{option: True})["ok"]
+        assert (tmp_path / "b.wav").read_bytes() == old
+
+
+def test_progress_rises_to_the_end(tmp_path: Path, tone: np.ndarray) -> None:
+    steps: list[tuple[float, float]] = []
+    source = make_wav(tmp_path / "a.wav", np.tile(tone, (20, 1)))
+    tonekit.convert_file(source, tmp_path / "b.wav", rate=8000, progress=lambda *step: steps.append(step))
+    assert steps == sorted(steps)
+    assert steps[-1] == (1.0, 10.0)
+
+
+def test_what_progress_raises_ends_the_conversion(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", np.tile(tone, (20, 1)))
+    old = make_wav(tmp_path / "b.wav", tone[:10]).read_bytes()
+
+    def stop(done: float, seconds: float) -> None:
+        raise KeyError("enough")
+
+    with pytest.raises(KeyError, match="enough"):
+        tonekit.convert_file(source, tmp_path / "b.wav", rate=8000, progress=stop)
+    assert (tmp_path / "b.wav").read_bytes() == old
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["a.wav", "b.wav"]
+
+
+_INTERRUPTED = """
+import sys, tonekit
+try:
+    for i in range(1000):
+        tonekit.convert_file(sys.argv[1], sys.argv[2], rate=48000, quality="best",
+                             progress=lambda *_: print("works", flush=True) if i == 0 else None)
+except KeyboardInterrupt:
+    print("interrupted")
+"""
+
+
+def test_ctrl_c_leaves_no_temporary_file(tmp_path: Path, tone: np.ndarray) -> None:
+    import signal
+
+    source = make_wav(tmp_path / "a.wav", np.tile(tone, (200, 1)))
+    # The signal may be ignored where the tests run.
+    process = subprocess.Popen(
+        [sys.executable, "-c", _INTERRUPTED, str(source), str(tmp_path / "b.wav")],
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.default_int_handler),
+    )
+    assert process.stdout is not None
+    assert process.stdout.readline() == "works\n"
+    process.send_signal(signal.SIGINT)
+    out, err = process.communicate(timeout=60)
+    assert out.splitlines()[-1] == "interrupted", err
+    assert process.returncode == 0
+    assert {p.name for p in tmp_path.iterdir()} <= {"a.wav", "b.wav"}
+
+
+def test_many_files_at_once(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    filters = ["normal", "steep", "steeper"]
+
+    def convert(i: int) -> str:
+        report = tonekit.convert_file(source, tmp_path / f"{i}.wav", rate=48000, filter=filters[i % 3], hash="sha256")
+        return str(report["hash"]["digest"])
+
+    alone = [convert(i) for i in range(3)]
+    assert len(set(alone)) == 3
+    with ThreadPoolExecutor(6) as pool:
+        assert list(pool.map(convert, range(18))) == alone * 6
+
+
+def test_files_that_are_no_audio(tmp_path: Path, tone: np.ndarray) -> None:
+    text = tmp_path / "text.wav"
+    text.write_text("no audio")
+    source = make_wav(tmp_path / "a.wav", tone)
+    cut = tmp_path / "cut.wav"
+    cut.write_bytes(source.read_bytes()[:-1000])
+    for broken in (text, cut):
+        for work in (tonekit.read, tonekit.info, lambda path: tonekit.convert_file(path, tmp_path / "out.wav")):
+            with pytest.raises(tonekit.FileError, match=broken.name):
+                work(broken)
+    assert not (tmp_path / "out.wav").exists()
+    assert issubclass(tonekit.FileError, OSError)
+    with pytest.raises(FileNotFoundError):
+        tonekit.read(tmp_path / "none.wav")
+    with pytest.raises(tonekit.FileError, match="folder"):
+        tonekit.info(tmp_path)
+    with pytest.raises(IsADirectoryError):
+        tonekit.convert_file(tmp_path, tmp_path / "out")
+    with pytest.raises(tonekit.FileError, match="text.wav"):
+        tonekit.convert_file(text, tmp_path)
+    with pytest.raises(tonekit.FileError, match="same file"):
+        tonekit.convert_file(source, source)
+    with pytest.raises(tonekit.FileError, match="no folder"):
+        tonekit.write(tmp_path / "none" / "a.wav", tone, 44100)
+
+
+@pytest.mark.parametrize(
+    ("options", "kind", "message"),
+    [
+        ({"rate": 10}, ValueError, "rate must be a rate from 1000"),
+        ({"bits": 12}, ValueError, "bits must be one of: 8, 16, 24, 32, 32f, 64f"),
+        ({"type": "exe"}, ValueError, "type must be one of: wav"),
+        ({"cover_size": 0}, ValueError, "cover_size must be a whole number from 1 to 4096, not '0'"),
+        ({"no_tags": "yes"}, TypeError, "no_tags must be True or False"),
+        ({"set": "TITLE=x"}, TypeError, "set must be a mapping"),
+        ({"set": {"a=b": "x"}}, ValueError, "set must have names"),
+        ({"hash": "md5"}, ValueError, "hash must be one of: sha256, sha512"),
+        ({"rate": [1]}, TypeError, "rate must be a text or a whole number"),
+        ({"jobs": 2}, TypeError, "convert_file\\(\\) has no option 'jobs'"),
+        ({"progress": 5}, TypeError, "progress must be a function"),
+    ],
+)
+def test_wrong_options_are_named(tmp_path: Path, tone: np.ndarray, options, kind, message) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    with pytest.raises(kind, match=message):
+        tonekit.convert_file(source, tmp_path / "b.wav", **options)
+    assert not (tmp_path / "b.wav").exists()
+
+
+def test_messages_speak_of_arguments_and_not_of_a_command_line(tmp_path: Path, tone: np.ndarray) -> None:
+    with pytest.raises(ValueError, match="or add type$"):
+        tonekit.write(tmp_path / "a.xyz", tone, 44100)
+
+
+def test_names_are_paths_and_texts(tmp_path: Path, tone: np.ndarray) -> None:
+    tonekit.write(str(tmp_path / "ä ö.wav"), tone, 44100)
+    assert tonekit.info(tmp_path / "ä ö.wav")["path"] == str(tmp_path / "ä ö.wav")
+    for wrong in (b"a.wav", 5, None):
+        with pytest.raises(TypeError):
+            tonekit.convert_file(tmp_path / "ä ö.wav", wrong)
+    with pytest.raises(ValueError):
+        tonekit.write("", tone, 44100)
+    with pytest.raises(ValueError):
+        tonekit.write(os.fspath(tmp_path / "a\0.wav"), tone, 44100)
+
+
+def test_writing_checks_its_samples(tmp_path: Path) -> None:
+    with pytest.raises(ValueError, match="1 to 8 channels, not 9"):
+        tonekit.write(tmp_path / "a.wav", np.zeros((4, 9)), 44100)
+    with pytest.raises(TypeError, match="int64"):
+        tonekit.write(tmp_path / "a.wav", np.zeros(4, np.int64), 44100)
+    with pytest.raises(ValueError, match="rate"):
+        tonekit.write(tmp_path / "a.wav", np.zeros(4), 0)
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_options_and_their_types_are_those_of_the_program() -> None:
+    assert set(typing.get_type_hints(_file_options.FileOptions)) == set(_options.TABLE)
+    assert all(f"``{name}``" in (tonekit.convert_file.__doc__ or "") for name in _options.TABLE)
