@@ -46,6 +46,24 @@ TEST_F(SharedBodies, ChangeChannelOrderHasThree)
     EXPECT_EQ(Groups("ChangeChannelOrder"), "A=R=S=V L M=N=P");
 }
 
+// The same letters share as in the program's own table of bodies.
+TEST_F(SharedBodies, EveryFunctionSharesAsTheDispatchListSays)
+{
+    int compared = 0;
+    for (const char *name : DispatchedNames()) {
+        if (!Address(std::string(name) + ".A"))
+            continue;
+        for (const char *one = kLetters; *one; ++one)
+            for (const char *other = kLetters; *other; ++other)
+                EXPECT_EQ(Address(std::string(name) + "." + *one) ==
+                              Address(std::string(name) + "." + *other),
+                          BodyAddress(name, *one) == BodyAddress(name, *other))
+                    << name << " " << *one << " " << *other;
+        ++compared;
+    }
+    EXPECT_GT(compared, 70);
+}
+
 TEST_F(SharedBodies, EntriesStandBesideTheirBodies)
 {
     for (const char *name : {"ChangeChannelOrder", "SRC4_Init", "_ZN21CSampleRateConverter38ResampleEjb"})

@@ -49,42 +49,39 @@ void Start(Module *module, Object *object, Arguments... arguments)
     (*reinterpret_cast<void (**)(Object *, Arguments...)>(module))(object, arguments...);
 }
 
-void Call(const Bodies &bodies, const char *name, j_compress_ptr compressor)
+// Makes a module that an object's member then points to.
+template <class Object, class Module, class... Flag>
+void Make(const Bodies &bodies, const char *name, Object *object, Module *Object::*member, Record &record,
+          Flag... flag)
 {
-    bodies.Get<void(j_compress_ptr)>(name)(compressor);
-}
-
-void Call(const Bodies &bodies, const char *name, j_decompress_ptr decompressor)
-{
-    bodies.Get<void(j_decompress_ptr)>(name)(decompressor);
-}
-
-template <class Object>
-void Call(const Bodies &bodies, const char *name, Object *object, boolean flag)
-{
-    bodies.Get<void(Object *, boolean)>(name)(object, flag);
+    object->*member = nullptr;
+    bodies.Get<void(Object *, Flag...)>(name)(object, flag...);
+    record.AddNumber(object->*member != nullptr);
 }
 
 // What jpeg_start_compress does, module by module.
-void StartEncoder(const Bodies &bodies, Compressor &compressor, const Encoding &encoding)
+void StartEncoder(const Bodies &bodies, Compressor &compressor, const Encoding &encoding, Record &record)
 {
-    auto *object = static_cast<j_compress_ptr>(&compressor);
+    using Object = jpeg_compress_struct;
+    Object *object = &compressor;
+    const boolean whole = object->num_scans > 1 || object->optimize_coding;
     CODEC(compressor.codec, jpeg_suppress_tables)(object, FALSE);
     object->err->reset_error_mgr(reinterpret_cast<j_common_ptr>(object));
     object->dest->init_destination(object);
-    Call(bodies, "jinit_c_master_control", object, FALSE);
-    Call(bodies, "jinit_color_converter", object);
-    Call(bodies, "jinit_downsampler", object);
-    Call(bodies, "jinit_c_prep_controller", object, FALSE);
-    Call(bodies, "jinit_forward_dct", object);
-    Call(bodies,
+    // Uses the record that is there from the start.
+    bodies.Get<void(Object *, boolean)>("jinit_c_master_control")(object, FALSE);
+    Make(bodies, "jinit_color_converter", object, &Object::cconvert, record);
+    Make(bodies, "jinit_downsampler", object, &Object::downsample, record);
+    Make(bodies, "jinit_c_prep_controller", object, &Object::prep, record, boolean{FALSE});
+    Make(bodies, "jinit_forward_dct", object, &Object::fdct, record);
+    Make(bodies,
          encoding.arithmetic    ? "jinit_arith_encoder"
          : encoding.progressive ? "jinit_phuff_encoder"
                                 : "jinit_huff_encoder",
-         object);
-    Call(bodies, "jinit_c_coef_controller", object, object->num_scans > 1 || object->optimize_coding);
-    Call(bodies, "jinit_c_main_controller", object, FALSE);
-    Call(bodies, "jinit_marker_writer", object);
+         object, &Object::entropy, record);
+    Make(bodies, "jinit_c_coef_controller", object, &Object::coef, record, whole);
+    Make(bodies, "jinit_c_main_controller", object, &Object::main, record, boolean{FALSE});
+    Make(bodies, "jinit_marker_writer", object, &Object::marker, record);
     object->mem->realize_virt_arrays(reinterpret_cast<j_common_ptr>(object));
     Start(object->marker, object);
     Start(object->master, object);
@@ -92,7 +89,7 @@ void StartEncoder(const Bodies &bodies, Compressor &compressor, const Encoding &
     object->global_state = kScanning;
 }
 
-Bytes EncodeByModules(const Bodies &bodies, const Image &image, const Encoding &encoding)
+Bytes EncodeByModules(const Bodies &bodies, const Image &image, const Encoding &encoding, Record &record)
 {
     const Codec codec = BodyCodec(bodies.Letter());
     Compressor compressor(codec);
@@ -100,10 +97,11 @@ Bytes EncodeByModules(const Bodies &bodies, const Image &image, const Encoding &
     unsigned long size = 0;
     CODEC(codec, jpeg_mem_dest)(&compressor, &data, &size);
     Configure(compressor, image, encoding);
-    StartEncoder(bodies, compressor, encoding);
+    StartEncoder(bodies, compressor, encoding, record);
     WriteRows(compressor, image);
     CODEC(codec, jpeg_finish_compress)(&compressor);
     const std::unique_ptr<unsigned char, decltype(&std::free)> owner(data, std::free);
+    record.Add(data, size);
     return {data, data + size};
 }
 
@@ -124,25 +122,26 @@ void DecodeByModules(const Bodies &bodies, const Bytes &file, bool merged, bool 
 {
     const Codec codec = BodyCodec(bodies.Letter());
     Decompressor decompressor(codec);
-    auto *object = static_cast<j_decompress_ptr>(&decompressor);
-    Call(bodies, "jinit_marker_reader", object);
+    using Object = jpeg_decompress_struct;
+    Object *object = &decompressor;
+    Make(bodies, "jinit_marker_reader", object, &Object::marker, record);
     CODEC(codec, jpeg_mem_src)(object, file.data(), file.size());
     CODEC(codec, jpeg_read_header)(object, TRUE);
     object->do_fancy_upsampling = !merged;
-    Call(bodies, "jinit_master_decompress", object);
+    bodies.Get<void(Object *)>("jinit_master_decompress")(object);
     object->global_state = kPreload;
     CODEC(codec, jpeg_start_decompress)(object);
     if (merged) {
-        Call(bodies, "jinit_merged_upsampler", object);
+        Make(bodies, "jinit_merged_upsampler", object, &Object::upsample, record);
     } else {
-        Call(bodies, "jinit_color_deconverter", object);
-        Call(bodies, "jinit_upsampler", object);
+        Make(bodies, "jinit_color_deconverter", object, &Object::cconvert, record);
+        Make(bodies, "jinit_upsampler", object, &Object::upsample, record);
     }
-    Call(bodies, "jinit_d_post_controller", object, FALSE);
-    Call(bodies, "jinit_inverse_dct", object);
-    Call(bodies, arithmetic ? "jinit_arith_decoder" : "jinit_huff_decoder", object);
-    Call(bodies, "jinit_d_coef_controller", object, FALSE);
-    Call(bodies, "jinit_d_main_controller", object, FALSE);
+    Make(bodies, "jinit_d_post_controller", object, &Object::post, record, boolean{FALSE});
+    Make(bodies, "jinit_inverse_dct", object, &Object::idct, record);
+    Make(bodies, arithmetic ? "jinit_arith_decoder" : "jinit_huff_decoder", object, &Object::entropy, record);
+    Make(bodies, "jinit_d_coef_controller", object, &Object::coef, record, boolean{FALSE});
+    Make(bodies, "jinit_d_main_controller", object, &Object::main, record, boolean{FALSE});
     Start(object->entropy, object);
     Start(object->coef, object);
     Start(object->master, object);
@@ -153,15 +152,17 @@ void DecodeWithQuantizer(const Bodies &bodies, const Bytes &file, bool twoPass, 
 {
     const Codec codec = BodyCodec(bodies.Letter());
     Decompressor decompressor(codec);
-    auto *object = static_cast<j_decompress_ptr>(&decompressor);
+    using Object = jpeg_decompress_struct;
+    Object *object = &decompressor;
     CODEC(codec, jpeg_mem_src)(object, file.data(), file.size());
     CODEC(codec, jpeg_read_header)(object, TRUE);
     object->quantize_colors = TRUE;
     object->desired_number_of_colors = 50;
     object->two_pass_quantize = twoPass;
     CODEC(codec, jpeg_start_decompress)(object);
-    Call(bodies, twoPass ? "jinit_2pass_quantizer" : "jinit_1pass_quantizer", object);
-    Start(object->cquantize, object, FALSE);
+    Make(bodies, twoPass ? "jinit_2pass_quantizer" : "jinit_1pass_quantizer", object, &Object::cquantize,
+         record);
+    Start(object->cquantize, object, boolean{FALSE});
     ReadRows(decompressor, record);
 }
 
@@ -172,7 +173,8 @@ void RecordProgress(const Bodies &bodies, const Bytes &file, Record &record)
     Decompressor decompressor(codec);
     CODEC(codec, jpeg_mem_src)(&decompressor, file.data(), file.size());
     CODEC(codec, jpeg_read_header)(&decompressor, TRUE);
-    Call(bodies, "jinit_phuff_decoder", &decompressor);
+    Make(bodies, "jinit_phuff_decoder", static_cast<j_decompress_ptr>(&decompressor),
+         &jpeg_decompress_struct::entropy, record);
     record.Add(decompressor.coef_bits,
                static_cast<size_t>(decompressor.num_components) * sizeof *decompressor.coef_bits);
     CODEC(codec, jpeg_start_decompress)(&decompressor);
@@ -186,13 +188,11 @@ static void ExerciseModules(const Bodies &bodies, Random &random, Record &record
     for (int round = 0; round < 6; ++round) {
         const Image image = TestImage(random.Next(), 30 + random.Below(90), 20 + random.Below(60), 3);
         for (const bool arithmetic : {false, true}) {
-            const Bytes file = EncodeByModules(bodies, image, {.arithmetic = arithmetic});
-            record.Add(file.data(), file.size());
+            const Bytes file = EncodeByModules(bodies, image, {.arithmetic = arithmetic}, record);
             for (const bool merged : {false, true})
                 DecodeByModules(bodies, file, merged, arithmetic, record);
         }
-        const Bytes progressive = EncodeByModules(bodies, image, {.progressive = true});
-        record.Add(progressive.data(), progressive.size());
+        const Bytes progressive = EncodeByModules(bodies, image, {.progressive = true}, record);
         RecordProgress(bodies, progressive, record);
         for (const bool twoPass : {false, true})
             DecodeWithQuantizer(bodies, progressive, twoPass, record);
