@@ -158,7 +158,9 @@ void AudioReader::Open()
     if (const std::error_code error = stream_.file().OpenToRead(path_))
         Fail(error.message());
     uint64_t size = 0;
-    if (!stream_.file().Size(size) && size == 0)
+    if (const std::error_code error = stream_.file().Size(size))
+        Fail(error.message());
+    if (size == 0)
         Fail("the file is empty");
     CheckComplete();
 
@@ -188,10 +190,14 @@ void AudioReader::Open()
 // Before libsndfile starts, which keeps its own account of the file's position.
 void AudioReader::CheckComplete()
 {
-    if (const uint64_t missing = MissingBytes(stream_.file()))
-        Fail(missing == 1
-                 ? "the file is cut off"
-                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+    try {
+        if (const uint64_t missing = MissingBytes(stream_.file()))
+            Fail(missing == 1
+                     ? "the file is cut off"
+                     : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
     if (const std::error_code error = stream_.file().SeekTo(0))
         Fail(error.message());
 }

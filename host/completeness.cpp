@@ -5,21 +5,19 @@
 #include "host/completeness.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <system_error>
 #include <vector>
 
 namespace tonekit::host {
 
 namespace {
 
-// Reads numbers of a header; past the end of the file or after an error all of them are 0 and ok() is false.
+// Reads numbers of a header; past the end of the file all of them are 0 and ok() is false.
 class HeaderBytes {
 public:
-    explicit HeaderBytes(File &file) : file_(file)
-    {
-        if (file_.Size(size_))
-            size_ = 0;
-    }
+    explicit HeaderBytes(File &file) : file_(file) { Check(file_.Size(size_)); }
 
     uint64_t size() const { return size_; }
     bool ok() const { return ok_; }
@@ -37,11 +35,21 @@ public:
     bool Fetch(uint64_t position, void *buffer, size_t length)
     {
         size_t got = 0;
-        ok_ = !file_.SeekTo(position) && !file_.Read(buffer, length, got) && got == length;
-        return ok_;
+        // Broken headers lead beyond every file.
+        if (position > static_cast<uint64_t>(INT64_MAX))
+            return ok_ = false;
+        Check(file_.SeekTo(position));
+        Check(file_.Read(buffer, length, got));
+        return ok_ = got == length;
     }
 
 private:
+    static void Check(const std::error_code &error)
+    {
+        if (error)
+            throw std::system_error(error);
+    }
+
     uint64_t Number(uint64_t position, int bytes, bool bigEndian)
     {
         unsigned char found[8] = {};

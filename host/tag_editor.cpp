@@ -103,6 +103,7 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
     const std::vector<Picture> pictures =
         edit.pictureSize != 0 ? PicturesIn(path, kind) : std::vector<Picture>();
     TagFile file(path, kind, TagStream::Access::Change);
+    file.CheckSystem(shownName);
     if (!file.IsValid())
         throw Failure(shownName + (file.IsTooLong() ? ": the file is too long for its tags to be changed"
                                                     : ": the tags are broken and can't be changed"));

@@ -1,6 +1,8 @@
 // tag_file.cpp: TagLib's files by kind.
 #include "host/tag_file.h"
 
+#include "host/failure.h"
+
 #include <aifffile.h>
 #include <apetag.h>
 #include <id3v1tag.h>
@@ -60,6 +62,12 @@ TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Acc
     : kind_(kind), stream_(path, access), tooLong_(stream_.isOpen() && stream_.IsTooLong()),
       file_(stream_.isOpen() && !tooLong_ ? OpenFile(stream_, kind) : nullptr)
 {}
+
+void TagFile::CheckSystem(const std::string &shownName) const
+{
+    if (stream_.error())
+        throw Failure(shownName + ": reading the tags failed: " + stream_.error().message());
+}
 
 TagLib::ID3v2::Tag *TagFile::id3() const
 {

@@ -21,6 +21,8 @@ public:
     // Whether TagLib understands the file.
     bool IsValid() const { return file_ && file_->isValid(); }
     bool IsTooLong() const { return tooLong_; }
+    // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
+    void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
     TagLib::PropertyMap Properties() const { return file_->properties(); }
 

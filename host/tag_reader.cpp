@@ -107,6 +107,7 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
         return;
     const std::string name = Utf8Name(path);
     const TagFile file(path, kind, TagStream::Access::Read);
+    file.CheckSystem(name);
     if (!file.IsValid()) {
         warnings.push_back(name + (file.IsTooLong() ? ": the file is too long for its tags to be read"
                                                     : ": the tags are broken and are left behind"));

@@ -26,6 +26,7 @@ void WriteTags(const std::filesystem::path &path, TagKind kind, const TagBlock *
                const std::string &shownName, std::vector<std::string> &warnings)
 {
     TagFile file(path, kind, TagStream::Access::Change);
+    file.CheckSystem(shownName);
     if (!file.IsValid()) {
         warnings.push_back(shownName + ": the tags could not be written");
         return;
