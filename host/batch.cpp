@@ -6,6 +6,7 @@
 #include "host/platform.h"
 #include "host/progress.h"
 #include "host/report_parts.h"
+#include "host/terminal_text.h"
 
 #include <algorithm>
 #include <atomic>
@@ -41,8 +42,12 @@ public:
         const size_t count = std::min<size_t>(options_.jobs.value_or(cores), jobs_.size());
         {
             std::vector<std::jthread> helpers;
-            for (size_t i = 1; i < count; i++)
-                helpers.emplace_back([this] { Work(); });
+            try {
+                for (size_t i = 1; i < count; i++)
+                    helpers.emplace_back([this] { Work(); });
+            } catch (const std::exception &) {
+                // The system starts no more: those that there are do all the work.
+            }
             Work();
         }
         // After an interrupt there are finished files after unfinished ones.
@@ -124,7 +129,7 @@ private:
             console_.Say("  ReplayGain " + LoudnessText(*report.loudness));
         if (report.digest)
             console_.Say(std::string(NameOf(report.digest->kind)) + " " + report.digest->hex + "  " +
-                         report.output.path);
+                         TerminalText(report.output.path));
     }
 
     const Options &options_;

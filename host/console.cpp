@@ -2,6 +2,7 @@
 #include "host/console.h"
 
 #include "host/platform.h"
+#include "host/terminal_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -79,14 +80,14 @@ void Console::Say(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     ClearProgress();
-    Print(stdout, line + "\n");
+    Print(stdout, TerminalText(line, true) + "\n");
 }
 
 void Console::Complain(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     ClearProgress();
-    Print(stderr, "tonekit-convert: " + line + "\n");
+    Print(stderr, "tonekit-convert: " + TerminalText(line) + "\n");
 }
 
 void Console::ShowProgress(double done, double audioSeconds, const std::string &label)
@@ -97,7 +98,7 @@ void Console::ShowProgress(double done, double audioSeconds, const std::string &
         return;
     nextDraw_ = now + kDrawInterval;
     const double elapsed = std::chrono::duration<double>(now - start_).count();
-    DrawOverLine(ProgressLine(done, audioSeconds, elapsed, label, TerminalColumns()));
+    DrawOverLine(ProgressLine(done, audioSeconds, elapsed, TerminalText(label), TerminalColumns()));
     drawn_ = true;
 }
 

@@ -18,9 +18,15 @@ constexpr uint64_t kLargestFile = uint64_t{256} << 20;
 
 std::vector<uint8_t> ReadWhole(const std::string &name)
 {
+    // Opening a pipe that nobody writes into would wait for ever.
+    std::error_code error;
+    const auto status = std::filesystem::status(PathFromUtf8(name), error);
+    if (status.type() != std::filesystem::file_type::not_found && !error &&
+        !std::filesystem::is_regular_file(status))
+        throw Failure(name + ": is not a regular file");
     File file;
     uint64_t size = 0;
-    std::error_code error = file.OpenToRead(PathFromUtf8(name));
+    error = file.OpenToRead(PathFromUtf8(name));
     if (!error)
         error = file.Size(size);
     if (!error && size > kLargestFile)

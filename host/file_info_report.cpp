@@ -3,6 +3,7 @@
 #include "host/file_info.h"
 #include "host/json.h"
 #include "host/report_parts.h"
+#include "host/terminal_text.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,10 +30,10 @@ std::string Shown(const std::string &value)
             text += "; ";
         else if (c == '\n')
             text += "\n" + std::string(kLabelWidth + 2, ' ');
-        else if (static_cast<unsigned char>(c) >= 0x20 && c != 0x7F)
+        else
             text += c;
     }
-    return text;
+    return TerminalText(text, true);
 }
 
 std::string NameOfPictureType(int type)
@@ -54,7 +55,7 @@ std::string NameOfPictureType(int type)
 
 std::string PictureText(const Picture &picture)
 {
-    const std::string mime = picture.mime.empty() ? "unknown kind" : picture.mime;
+    const std::string mime = picture.mime.empty() ? "unknown kind" : TerminalText(picture.mime);
     return NameOfPictureType(picture.type) + ", " + mime + ", " + std::to_string(picture.data.size()) +
            " bytes";
 }
@@ -117,7 +118,7 @@ Json InfoOfFileJson(const FileInfo &info)
 std::string InfoText(const FileInfo &info)
 {
     const StreamReport &stream = info.stream;
-    std::string text = stream.path + "\n";
+    std::string text = TerminalText(stream.path) + "\n";
     text += Line("Type", stream.lossy ? stream.type : stream.type + ", " + stream.encoding);
     text += Line("Format", FormatText(stream));
     const std::string length =
@@ -126,7 +127,7 @@ std::string InfoText(const FileInfo &info)
     if (info.hdcd)
         text += Line("HDCD", HdcdText(*info.hdcd));
     for (const auto &[key, value] : info.text)
-        text += Line(Shown(key), Shown(value));
+        text += Line(TerminalText(key), Shown(value));
     for (const Picture &picture : info.pictures)
         text += Line("Picture", PictureText(picture));
     for (const Chapter &chapter : info.chapters)

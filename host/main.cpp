@@ -6,10 +6,12 @@
 #include "host/options.h"
 #include "host/paths.h"
 #include "host/platform.h"
+#include "host/terminal_text.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -27,20 +29,32 @@ int Convert(const Options &options)
     return RunJobs(options, LoadExtras(options), jobs, console);
 }
 
+// One file's trouble, lack of memory too, is its own.
+FileInfo Look(const Options &options, const std::filesystem::path &input)
+{
+    FileInfo info;
+    info.stream.path = Utf8Name(input);
+    try {
+        return LookAt(options, input);
+    } catch (const Interrupted &) {
+        throw;
+    } catch (const std::bad_alloc &) {
+        info.error = Utf8Name(input) + ": not enough memory";
+    } catch (const std::exception &error) {
+        info.error = error.what();
+    }
+    return info;
+}
+
 int Inform(const Options &options)
 {
     NoteInterrupts();
     Console console(false);
     std::vector<FileInfo> infos;
     for (const std::filesystem::path &input : FilesToLookAt(options)) {
-        FileInfo info;
-        try {
-            info = LookAt(options, input);
-        } catch (const Failure &failure) {
-            info.stream.path = Utf8Name(input);
-            info.error = failure.what();
-            console.Complain(failure.what());
-        }
+        FileInfo info = Look(options, input);
+        if (!info.error.empty())
+            console.Complain(info.error);
         for (const std::string &warning : info.warnings)
             console.Complain("warning: " + warning);
         if (!options.json && info.error.empty())
@@ -73,7 +87,7 @@ int Run(const Options &options)
 
 void Complain(const std::string &text)
 {
-    Print(stderr, "tonekit-convert: " + text + "\n");
+    Print(stderr, "tonekit-convert: " + TerminalText(text) + "\n");
 }
 
 } // namespace
@@ -81,6 +95,7 @@ void Complain(const std::string &text)
 int Main(int argc, char **argv)
 {
     KeepStandardStreams();
+    SilenceLibraries();
     try {
         const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
         if (std::ferror(stdout))
@@ -92,6 +107,9 @@ int Main(int argc, char **argv)
     } catch (const Interrupted &) {
         Complain("interrupted");
         EndAsInterrupted();
+    } catch (const std::bad_alloc &) {
+        Complain("not enough memory");
+        return 1;
     } catch (const std::exception &error) {
         Complain(error.what());
         return 1;

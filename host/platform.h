@@ -23,14 +23,22 @@ public:
     std::error_code OpenToRead(const std::filesystem::path &path);
     // Opens an existing file to read and write.
     std::error_code OpenToChange(const std::filesystem::path &path);
-    // Creates a file that must not exist yet, with the permissions that any new file of this user gets.
-    std::error_code CreateNew(const std::filesystem::path &path);
+    // Creates a file that must not exist yet, with the permissions that any new file of this user gets, or
+    // with no more than these.
+    std::error_code CreateNew(const std::filesystem::path &path,
+                              std::filesystem::perms widest = std::filesystem::perms(0666));
+    // Marks a new file as one in work for as long as `mark` is open, so that RemoveIfLeftBehind keeps it.
+    // False if another process takes it for left behind and removes it. Where the file system knows no marks,
+    // there are none.
+    bool MarkAsInWork(File &mark) const;
     // Fills the buffer; `got` is smaller than `size` only at the end of the file or after an error.
     std::error_code Read(void *buffer, size_t size, size_t &got);
     std::error_code Write(const void *data, size_t size);
     std::error_code SeekTo(uint64_t position);
     std::error_code Tell(uint64_t &position);
     std::error_code Size(uint64_t &size);
+    // Waits until what was written is on the disk, where the file system can say so.
+    std::error_code Sync();
     // Cuts the file to this size.
     std::error_code Truncate(uint64_t size);
     // Reports what some systems tell only here: that earlier writes could not be stored after all.
@@ -44,6 +52,9 @@ private:
 // Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to);
 
+// Removes a file that was once marked as in work, if the process that did it is gone, and nothing else.
+void RemoveIfLeftBehind(const std::filesystem::path &path);
+
 // The name that a chain of symbolic links ends in, whether or not there is a file of that name.
 std::filesystem::path WithoutLinks(const std::filesystem::path &path);
 
@@ -56,6 +67,9 @@ bool MayWrite(const std::filesystem::path &path);
 // Makes sure that standard input, output and error are there, before any file is opened: where the caller
 // closed one, the next file would get its number, and messages would go into the audio.
 void KeepStandardStreams();
+
+// Keeps the lines that libraries write on standard error by themselves off it. Print still writes there.
+void SilenceLibraries();
 
 // The arguments behind the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,6 +28,16 @@ extern "C" void NoteSignal(int number)
 {
     notedSignal.store(number, std::memory_order_relaxed);
 }
+
+// Standard error, where another stream is in its place.
+std::FILE *ownMessages = nullptr;
+
+#ifdef __GLIBC__
+ssize_t Swallow(void *, const char *, size_t size)
+{
+    return static_cast<ssize_t>(size);
+}
+#endif
 
 } // namespace
 
@@ -55,10 +66,23 @@ std::error_code File::OpenToChange(const std::filesystem::path &path)
     return IsOpen() ? std::error_code() : LastError();
 }
 
-std::error_code File::CreateNew(const std::filesystem::path &path)
+std::error_code File::CreateNew(const std::filesystem::path &path, std::filesystem::perms widest)
 {
-    handle_ = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    handle_ = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, static_cast<mode_t>(widest) & 0777);
     return IsOpen() ? std::error_code() : LastError();
+}
+
+// A lock belongs to the open file, and goes with the last descriptor of it, however the process ends.
+bool File::MarkAsInWork(File &mark) const
+{
+    if (flock(handle_, LOCK_EX | LOCK_NB) != 0)
+        return errno != EWOULDBLOCK;
+    struct stat status;
+    if (fstat(handle_, &status) == 0 && status.st_nlink == 0)
+        return false;
+    mark.Close();
+    mark.handle_ = fcntl(handle_, F_DUPFD_CLOEXEC, 0);
+    return true;
 }
 
 std::error_code File::Read(void *buffer, size_t size, size_t &got)
@@ -114,6 +138,17 @@ std::error_code File::Size(uint64_t &size)
     return {};
 }
 
+std::error_code File::Sync()
+{
+    int result = 0;
+    do {
+        result = fsync(handle_);
+    } while (result != 0 && errno == EINTR);
+    // Some file systems can't; what they have to say is said elsewhere.
+    return result != 0 && errno != EINVAL && errno != ENOSYS && errno != ENOTSUP ? LastError()
+                                                                                 : std::error_code();
+}
+
 std::error_code File::Truncate(uint64_t size)
 {
     return ftruncate(handle_, static_cast<off_t>(size)) != 0 ? LastError() : std::error_code();
@@ -128,6 +163,18 @@ std::error_code File::Close()
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     return rename(from.c_str(), to.c_str()) != 0 ? LastError() : std::error_code();
+}
+
+void RemoveIfLeftBehind(const std::filesystem::path &path)
+{
+    const int handle = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (handle < 0)
+        return;
+    struct stat status;
+    if (fstat(handle, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+        flock(handle, LOCK_EX | LOCK_NB) == 0)
+        unlink(path.c_str());
+    close(handle);
 }
 
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)
@@ -165,6 +212,17 @@ void KeepStandardStreams()
     }
 }
 
+void SilenceLibraries()
+{
+#ifdef __GLIBC__
+    // The GNU C library lets programs put another stream in the place of its own.
+    if (std::FILE *const nowhere = fopencookie(nullptr, "w", {nullptr, Swallow, nullptr, nullptr})) {
+        ownMessages = stderr;
+        stderr = nowhere;
+    }
+#endif
+}
+
 std::vector<std::string> Utf8Arguments(int argc, char **argv)
 {
     return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
@@ -172,8 +230,9 @@ std::vector<std::string> Utf8Arguments(int argc, char **argv)
 
 void Print(std::FILE *stream, const std::string &text)
 {
-    std::fputs(text.c_str(), stream);
-    std::fflush(stream);
+    std::FILE *const place = stream == stderr && ownMessages ? ownMessages : stream;
+    std::fputs(text.c_str(), place);
+    std::fflush(place);
 }
 
 bool StandardErrorIsTerminal()

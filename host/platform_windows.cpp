@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -108,11 +109,22 @@ std::error_code File::OpenToChange(const std::filesystem::path &path)
     return IsOpen() ? std::error_code() : LastError();
 }
 
-std::error_code File::CreateNew(const std::filesystem::path &path)
+std::error_code File::CreateNew(const std::filesystem::path &path, std::filesystem::perms)
 {
     handle_ =
         _wopen(path.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
     return IsOpen() ? std::error_code() : LastError();
+}
+
+// A mark that stays open would keep the file from being renamed.
+bool File::MarkAsInWork(File &) const
+{
+    return true;
+}
+
+std::error_code File::Sync()
+{
+    return _commit(handle_) != 0 ? LastError() : std::error_code();
 }
 
 std::error_code File::Read(void *buffer, size_t size, size_t &got)
@@ -224,9 +236,24 @@ bool MayWrite(const std::filesystem::path &path)
     return _waccess(path.c_str(), 2) == 0;
 }
 
+// Whoever works on a file has it open nearly all of the time, and then it can't be removed; for the moments
+// between, only files that nobody has touched for a day go.
+void RemoveIfLeftBehind(const std::filesystem::path &path)
+{
+    std::error_code error;
+    const auto touched = std::filesystem::last_write_time(path, error);
+    if (!error && std::filesystem::file_time_type::clock::now() - touched > std::chrono::hours(24))
+        std::filesystem::remove(path, error);
+}
+
 void KeepStandardStreams()
 {
     // The C library never hands their numbers to other files.
+}
+
+void SilenceLibraries()
+{
+    // There is no way to put another stream in the place of the C library's own.
 }
 
 std::vector<std::string> Utf8Arguments(int, char **)

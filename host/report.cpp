@@ -3,6 +3,7 @@
 
 #include "host/console.h"
 #include "host/report_parts.h"
+#include "host/terminal_text.h"
 
 #include <utility>
 
@@ -35,7 +36,7 @@ Json ConversionJson(const ConversionReport &report)
 
 std::string StreamText(const StreamReport &stream)
 {
-    return stream.path + " (" + stream.type + ", " + FormatText(stream) + ")";
+    return TerminalText(stream.path) + " (" + stream.type + ", " + FormatText(stream) + ")";
 }
 
 } // namespace

@@ -4,7 +4,10 @@
 #include "host/failure.h"
 #include "host/paths.h"
 
+#include <mutex>
 #include <random>
+#include <set>
+#include <string_view>
 
 namespace tonekit::host {
 
@@ -17,17 +20,55 @@ namespace fs = std::filesystem;
     throw Failure(Utf8Name(path) + ": " + what);
 }
 
+constexpr std::string_view kPrefix = ".tonekit-";
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr size_t kRandomLetters = 8;
+
 // Short, so that it fits wherever the target's name fits, and hidden from plain listings.
 fs::path TemporaryName(const fs::path &target)
 {
-    static const char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr size_t kLongestExtension = 16;
     std::random_device random;
-    std::string name = ".tonekit-";
-    for (int i = 0; i < 8; i++)
-        name += letters[random() % (sizeof(letters) - 1)];
+    std::string name(kPrefix);
+    for (size_t i = 0; i < kRandomLetters; i++)
+        name += kLetters[random() % kLetters.size()];
     fs::path path = target.parent_path() / name;
-    path += target.extension();
+    if (target.extension().native().size() <= kLongestExtension)
+        path += target.extension();
     return path;
+}
+
+bool IsTemporaryName(const std::string &name)
+{
+    const size_t end = kPrefix.size() + kRandomLetters;
+    return name.starts_with(kPrefix) && name.find_first_not_of(kLetters, kPrefix.size()) >= end &&
+           (name.size() == end || (name.size() > end && name[end] == '.'));
+}
+
+// Once for each folder: what other runs leave later is for later runs.
+void RemoveLeftBehind(const fs::path &folder)
+{
+    static std::mutex mutex;
+    static std::set<fs::path> done;
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!done.insert(folder).second)
+        return;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        if (IsTemporaryName(Utf8Name(entry->path().filename())))
+            RemoveIfLeftBehind(entry->path());
+    }
+}
+
+// The permissions of a file that may not be there yet; its owner may read and write in any case.
+fs::perms WidestPermissions(const fs::path &target)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(target, error);
+    if (!fs::exists(status))
+        return fs::perms(0666);
+    return (status.permissions() & fs::perms::all) | fs::perms::owner_read | fs::perms::owner_write;
 }
 
 } // namespace
@@ -36,6 +77,8 @@ SafeOutput::SafeOutput(const fs::path &target) : shown_(target), target_(Without
 {
     std::error_code error;
     const fs::file_status status = fs::status(target_, error);
+    if (status.type() == fs::file_type::none)
+        Fail(shown_, error.message());
     if (fs::is_directory(status))
         Fail(shown_, "is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status))
@@ -45,6 +88,7 @@ SafeOutput::SafeOutput(const fs::path &target) : shown_(target), target_(Without
     const fs::path folder = target_.parent_path().empty() ? fs::path(".") : target_.parent_path();
     if (!fs::is_directory(folder, error))
         Fail(shown_, "there is no folder " + Utf8Name(folder));
+    RemoveLeftBehind(folder);
 }
 
 SafeOutput::~SafeOutput()
@@ -60,7 +104,9 @@ File SafeOutput::Create()
     for (int i = 0; i < kAttempts; i++) {
         const fs::path name = TemporaryName(target_);
         File file;
-        const std::error_code error = file.CreateNew(name);
+        const std::error_code error = file.CreateNew(name, WidestPermissions(target_));
+        if (!error && !file.MarkAsInWork(mark_))
+            continue;
         if (!error) {
             temporary_ = name;
             return file;
@@ -74,13 +120,20 @@ File SafeOutput::Create()
 void SafeOutput::Commit()
 {
     std::error_code error;
+    File file;
+    if ((error = file.OpenToChange(temporary_)) || (error = file.Sync()) || (error = file.Close()))
+        Fail(shown_, "can't be written: " + error.message());
     const fs::file_status old = fs::status(target_, error);
     if (fs::exists(old))
         fs::permissions(temporary_, old.permissions(), error);
-    error = MoveInPlaceOf(temporary_, target_);
+    else if (old.type() == fs::file_type::not_found)
+        error.clear();
+    if (!error)
+        error = MoveInPlaceOf(temporary_, target_);
     if (error)
         Fail(shown_, "can't be written: " + error.message());
     temporary_.clear();
+    mark_.Close();
 }
 
 void MakeFolderOf(const fs::path &file)

@@ -9,6 +9,7 @@ namespace tonekit::host {
 
 // Work goes into a file of a temporary name in the target's folder; Commit puts it in the target's place in
 // one step. Without Commit the temporary file is gone when this object is, and the target is as it was.
+// A run that is killed leaves its temporary file; the next one into the same folder removes it.
 class SafeOutput {
 public:
     // Checks that the target can be written: its folder exists and it isn't a folder, a device or
@@ -21,13 +22,15 @@ public:
     // Creates the temporary file; its name ends in the target's extension.
     File Create();
     const std::filesystem::path &temporary() const { return temporary_; }
-    // The file must be closed. An existing target's permissions are kept.
+    // The file must be closed. It is on the disk before it takes the target's place. An existing target's
+    // permissions are kept.
     void Commit();
 
 private:
     std::filesystem::path shown_;
     std::filesystem::path target_;
     std::filesystem::path temporary_;
+    File mark_; // says that the temporary file is in work
 };
 
 // Makes the folders on the way to a file that aren't there yet. Throws Failure.

@@ -342,7 +342,8 @@ TEST(Program, InfoKeepsControlCharactersFromTheTerminal)
              "c\td\x01"
              "e",
              folder / "a.wav", folder / "b.flac"});
-    EXPECT_NE(Convert({"--info", folder / "b.flac"}).out.find("  TITLE       a[2Jbcde\n"), std::string::npos);
+    EXPECT_NE(Convert({"--info", folder / "b.flac"}).out.find("  TITLE       a\\x1b[2Jb\\x7fc\\td\\x01e\n"),
+              std::string::npos);
     const std::string json = Convert({"--info", "--json", folder / "b.flac"}).out;
     EXPECT_NE(json.find("\"a\\u001b[2Jb\\u007fc\\td\\u0001e\""), std::string::npos) << json;
 }

@@ -23,6 +23,10 @@ namespace {
         const rlimit limit{circumstances.fileSizeLimit, circumstances.fileSizeLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (circumstances.memoryLimit) {
+        const rlimit limit{circumstances.memoryLimit, circumstances.memoryLimit};
+        setrlimit(RLIMIT_AS, &limit);
+    }
     if (circumstances.closedStreams) {
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);

@@ -7,6 +7,7 @@ namespace tonekit::host::test {
 
 struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
+    unsigned long memoryLimit = 0;   // bytes of address space; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file stands in `watchedFolder`
     std::string watchedFolder = {};
     bool signalIgnored = false; // the program inherits the signal as ignored, as a job in the background does

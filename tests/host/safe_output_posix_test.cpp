@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tonekit::host {
@@ -27,6 +28,26 @@ TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
     output.Commit();
     EXPECT_EQ(fs::status(folder / "a.wav").permissions(), perms);
     EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, IsNeverOpenToMoreThanTheOldFile)
+{
+    TemporaryFolder folder;
+    const mode_t mask = umask(022);
+    for (const auto &[old, allowed] : {std::pair{0600u, 0600u}, {0640u, 0640u}, {0400u, 0600u}}) {
+        WriteText(folder / "a.wav", "old");
+        fs::permissions(folder / "a.wav", fs::perms(old));
+        if (access((folder / "a.wav").c_str(), W_OK) == 0) {
+            SafeOutput output(folder / "a.wav");
+            const File file = output.Create();
+            EXPECT_EQ(fs::status(output.temporary()).permissions(), fs::perms(allowed));
+        }
+        fs::remove(folder / "a.wav");
+    }
+    SafeOutput output(folder / "new.wav");
+    const File file = output.Create();
+    EXPECT_EQ(fs::status(output.temporary()).permissions(), fs::perms(0644));
+    umask(mask);
 }
 
 TEST(SafeOutput, WritesThroughASymbolicLink)

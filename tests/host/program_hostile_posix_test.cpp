@@ -1,0 +1,135 @@
+// program_hostile_posix_test.cpp: hostile names, files that are none, closed doors and files left behind, as
+// POSIX systems let a test arrange them.
+#include "tests/host/failures.h"
+#include "tests/host/run_program_posix.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tonekit::host::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST_F(Failures, OfPicturesAndChaptersThatAreNoFiles)
+{
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const char *option : {"--cover", "--chapters"}) {
+        ExpectFailure(1, "pipe: is not a regular file",
+                      {option, folder / "pipe", folder / "good.wav", folder / "a.flac"});
+        ExpectFailure(1, "is not a regular file",
+                      {option, folder.path().string(), folder / "good.wav", folder / "a.flac"});
+    }
+}
+
+TEST_F(Failures, OfNamesThatAreTooLong)
+{
+    const std::string name = folder / (std::string(300, 'n') + ".wav");
+    ExpectFailure(1, "nn.wav: File name too long\n", {folder / "good.wav", name});
+    ExpectFailure(1, "nn.wav: File name too long\n", {name, folder / "a.wav"});
+    ExpectFailure(1, "File name too long\n", {folder / "good.wav", name + "/"});
+    ExpectFailure(1, "File name too long\n", {"--cover", name, folder / "good.wav", folder / "a.wav"});
+}
+
+TEST_F(Failures, SayNamesWithoutWhatATerminalObeys)
+{
+    ExpectFailure(1, "a\\nb\\x1b[2J\\u009b\\xff.wav: no such file",
+                  {folder / "a\nb\x1B[2J\xC2\x9B\xFF.wav", folder / "x.wav"});
+}
+
+TEST(HostileNames, AreShownInOneLine)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    const std::string name = folder / "b\n\x1B[31mc\xC2\x85\xFF.wav";
+    const Outcome outcome = RunHost({"--hash", "sha256", folder / "a.wav", name});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 3) << outcome.out;
+    EXPECT_EQ(outcome.out.find_first_of("\x1B\xFF\x85"), std::string::npos) << outcome.out;
+    const Outcome info = RunHost({"--info", name});
+    EXPECT_EQ(info.out.find(folder / "b\\n\\x1b[31mc\\u0085\\xff.wav\n"), 0u) << info.out;
+}
+
+TEST(HostileNames, MayHaveLongExtensions)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    const std::string name = folder / ("b." + std::string(250, 'e'));
+    EXPECT_EQ(RunHost({"-q", "-t", "flac", folder / "a.wav", name}).err, "");
+    EXPECT_TRUE(fs::exists(name));
+}
+
+TEST(LeftBehind, TemporaryFilesOfKilledRunsGo)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    for (const char *name : {".tonekit-0123abcd.wav", ".tonekit-0123abce", ".tonekit-inwork00.wav",
+                             ".tonekit-notes", ".tonekit-0123ABCD.wav", "tonekit-0123abcd.wav"})
+        WriteText(folder / name, "old");
+    fs::create_symlink("a.wav", folder / ".tonekit-symlink0.wav");
+    const int inWork = open((folder / ".tonekit-inwork00.wav").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(inWork, LOCK_EX | LOCK_NB), 0);
+    EXPECT_EQ(RunHost({"-q", folder / "a.wav", folder / "b.wav"}).status, 0);
+    close(inWork);
+    EXPECT_EQ(folder.Names(),
+              (std::vector<std::string>{".tonekit-0123ABCD.wav", ".tonekit-inwork00.wav", ".tonekit-notes",
+                                        ".tonekit-symlink0.wav", "a.wav", "b.wav", "tonekit-0123abcd.wav"}));
+}
+
+TEST(LeftBehind, AKilledRunLeavesWhatTheNextOneRemoves)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 44100 * 60));
+    const Circumstances killed = {.signal = SIGKILL, .watchedFolder = folder.path().string()};
+    EXPECT_EQ(
+        RunHostUnder(killed, {"-q", "-r", "96000", "--quality", "best", folder / "a.wav", folder / "b.wav"})
+            .status,
+        128 + SIGKILL);
+    EXPECT_EQ(folder.Names().size(), 2u);
+    EXPECT_EQ(RunHost({"-q", folder / "a.wav", folder / "c.wav"}).status, 0);
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a.wav", "c.wav"}));
+}
+
+TEST(HostileAudio, LetsNoLibraryWriteOnStandardError)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.mp3", Tone(SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, 44100, 2, 44100 * 5, 440));
+    const std::string whole = ReadText(folder / "a.mp3");
+    for (uint32_t seed = 1; seed <= 20; seed++) {
+        std::string broken = whole;
+        uint32_t state = seed;
+        for (int i = 0; i < 40; i++) {
+            state = state * 1664525 + 1013904223;
+            broken[state % broken.size()] = static_cast<char>(state >> 24);
+        }
+        WriteText(folder / "b.mp3", broken);
+        const Outcome outcome = RunHost({"-q", folder / "b.mp3", folder / "b.wav"});
+        for (size_t line = 0; line < outcome.err.size(); line = outcome.err.find('\n', line) + 1)
+            EXPECT_EQ(outcome.err.compare(line, 17, "tonekit-convert: "), 0) << outcome.err;
+    }
+}
+
+TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need room of their own";
+#endif
+    TemporaryFolder folder;
+    std::vector<std::string> arguments = {"-j", "64"};
+    for (int i = 0; i < 64; i++) {
+        arguments.push_back(folder / (std::to_string(i) + ".wav"));
+        WriteSound(arguments.back(), Noise(kWav16, 44100, 2, 1000));
+    }
+    arguments.push_back(folder / "out/");
+    const Outcome outcome = RunHostUnder({.memoryLimit = 300ul << 20}, arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    for (int i = 0; i < 64; i++)
+        EXPECT_TRUE(fs::exists(folder / ("out/" + std::to_string(i) + ".wav")));
+}
+
+} // namespace
+} // namespace tonekit::host::test

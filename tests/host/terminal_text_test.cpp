@@ -1,0 +1,41 @@
+// terminal_text_test.cpp: what becomes of texts on their way to a terminal.
+#include "host/terminal_text.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host {
+namespace {
+
+TEST(TerminalText, LeavesOrdinaryTextAlone)
+{
+    const std::string text = " plain \\ \"text\" \u00a0\u00e4\u65e5\U0001F3B5~";
+    EXPECT_EQ(TerminalText(text), text);
+    EXPECT_EQ(TerminalText(""), "");
+}
+
+TEST(TerminalText, EscapesControlCharacters)
+{
+    EXPECT_EQ(TerminalText("a\nb\tc\rd\x1B[2J\x7F"), "a\\nb\\tc\\rd\\x1b[2J\\x7f");
+    EXPECT_EQ(TerminalText(std::string("\0", 1)), "\\x00");
+    EXPECT_EQ(TerminalText("\xC2\x80\xC2\x9B\xC2\x9F"), "\\u0080\\u009b\\u009f");
+    EXPECT_EQ(TerminalText("\u202e\u2066\u2028"), "\\u202e\\u2066\\u2028");
+}
+
+TEST(TerminalText, KeepsLinesWhereAsked)
+{
+    EXPECT_EQ(TerminalText("a\nb\r", true), "a\nb\\r");
+}
+
+TEST(TerminalText, EscapesWhatIsNoUtf8ByteByByte)
+{
+    EXPECT_EQ(TerminalText("\xFF"), "\\xff");
+    EXPECT_EQ(TerminalText("a\xC3"), "a\\xc3");
+    EXPECT_EQ(TerminalText("\xC0\x80"), "\\xc0\\x80");
+    EXPECT_EQ(TerminalText("\xED\xA0\x80"), "\\xed\\xa0\\x80");
+    EXPECT_EQ(TerminalText("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");
+    EXPECT_EQ(TerminalText("\xE0\x80\x80x"), "\\xe0\\x80\\x80x");
+    EXPECT_EQ(TerminalText("\xF0\x9F\x8E"), "\\xf0\\x9f\\x8e");
+}
+
+} // namespace
+} // namespace tonekit::host
