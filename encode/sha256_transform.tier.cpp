@@ -2,7 +2,7 @@
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 
@@ -53,6 +53,7 @@ struct Sha256 {
     using Word = uint32_t;
     using Four = __m128i;
     static constexpr int kRounds = 64;
+    static constexpr int kBlocks = 1;
     static constexpr int kSumOfE[3] = {6, 11, 25};
     static constexpr int kSumOfA[3] = {2, 13, 22};
 
@@ -84,11 +85,80 @@ struct Sha256 {
     }
 };
 
+#ifdef __AVX2__
+template <int bits>
+inline __m256i Rotated(__m256i words)
+{
+    return _mm256_or_si256(_mm256_srli_epi32(words, bits), _mm256_slli_epi32(words, 32 - bits));
+}
+
+inline __m256i SmallSigma0(__m256i words)
+{
+    return _mm256_xor_si256(_mm256_xor_si256(Rotated<7>(words), Rotated<18>(words)),
+                            _mm256_srli_epi32(words, 3));
+}
+
+inline __m256i SmallSigma1(__m256i pairs)
+{
+    const __m256i rotations = _mm256_xor_si256(_mm256_srli_epi64(pairs, 17), _mm256_srli_epi64(pairs, 19));
+    return _mm256_xor_si256(rotations, _mm256_srli_epi32(pairs, 10));
+}
+
+// Two blocks at once, one in each lane.
+struct Sha256Pair : Sha256 {
+    using Four = __m256i;
+    static constexpr int kBlocks = 2;
+
+    static inline Four Load(const uint8_t *bytes)
+    {
+        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
+        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + 64));
+        const __m256i order =
+            _mm256_broadcastsi128_si256(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+        return _mm256_shuffle_epi8(_mm256_set_m128i(second, first), order);
+    }
+
+    static inline void ReplaceFirst(Four &w0, Four w1, Four w2, Four w3)
+    {
+        w0 = _mm256_add_epi32(_mm256_add_epi32(w0, _mm256_alignr_epi8(w3, w2, 4)),
+                              SmallSigma0(_mm256_alignr_epi8(w1, w0, 4)));
+        const __m256i sums = SmallSigma1(_mm256_shuffle_epi32(w3, 0xfa));
+        w0 = _mm256_add_epi32(w0, _mm256_shuffle_epi8(sums, EvenInto(0)));
+    }
+
+    static inline void ReplaceLast(Four &w0, Four, Four, Four)
+    {
+        const __m256i sums = SmallSigma1(_mm256_shuffle_epi32(w0, 0x50));
+        w0 = _mm256_add_epi32(w0, _mm256_shuffle_epi8(sums, EvenInto(8)));
+    }
+
+    static inline void Store(Four words, int round, Word *to)
+    {
+        const __m256i constants = _mm256_broadcastsi128_si256(
+            _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round)));
+        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_add_epi32(words, constants));
+    }
+
+private:
+    // Brings the even words of each lane to the byte given, and zeroes the rest.
+    static inline __m256i EvenInto(int byte)
+    {
+        const __m128i first = _mm_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i last = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 0, 1, 2, 3, 8, 9, 10, 11);
+        return _mm256_broadcastsi128_si256(byte == 0 ? first : last);
+    }
+};
+#endif
+
 } // namespace
 
 TONEKIT_INTERNAL_BODY(Sha256Transform, void,
                       (uint32_t * state, const uint8_t *blocks, std::size_t blockCount))
 {
+#ifdef __AVX2__
+    for (; blockCount >= 2; blockCount -= 2, blocks += 2 * 64)
+        Compress<Sha256Pair>(state, blocks);
+#endif
     for (; blockCount != 0; --blockCount, blocks += 64)
         Compress<Sha256>(state, blocks);
 }

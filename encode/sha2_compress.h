@@ -3,11 +3,13 @@
 // For tier units only, which include it inside their namespace. What a hash brings along (see the parameter
 // Hash):
 //   Word                       uint32_t or uint64_t
-//   Four                       four words of the message schedule, in vector registers
+//   Four                       four words of the message schedule of each block, in vector registers
 //   kRounds                    64 or 80
-//   kSumOfE, kSumOfA           the three rotations of the sums over e and a
-//   Load(bytes)                four words of the message
-//   Next(w0, w1, w2, w3)       the four words of the schedule behind the sixteen given
+//   kBlocks                    blocks whose schedules are made at once: 1, or 2 in the lanes of wider
+//   registers kSumOfE, kSumOfA           the three rotations of the sums over e and a Load(bytes) four words
+//   of the message ReplaceFirst, ReplaceLast  (w0, w1, w2, w3): make the first or last two of the four words
+//   after the sixteen
+//                              given, in the place of w0
 //   Store(words, round, to)    stores four words with the constants of the rounds from round on added
 #pragma once
 
@@ -66,7 +68,8 @@ struct Working {
         state[7] += h;
     }
 
-    // Two rounds of eight in turn. Scheduled: the rounds' words of the schedule, constants added.
+    // Two rounds of eight in turn. Scheduled: the four words of the schedule that they and the two rounds
+    // before or after them take, constants added.
     [[gnu::always_inline]] inline void Rounds01(const Word *scheduled)
     {
         Round(a, b, c, d, e, f, g, h, scheduled[0]);
@@ -81,95 +84,126 @@ struct Working {
 
     [[gnu::always_inline]] inline void Rounds45(const Word *scheduled)
     {
-        Round(e, f, g, h, a, b, c, d, scheduled[4]);
-        Round(d, e, f, g, h, a, b, c, scheduled[5]);
+        Round(e, f, g, h, a, b, c, d, scheduled[0]);
+        Round(d, e, f, g, h, a, b, c, scheduled[1]);
     }
 
     [[gnu::always_inline]] inline void Rounds67(const Word *scheduled)
     {
-        Round(c, d, e, f, g, h, a, b, scheduled[6]);
-        Round(b, c, d, e, f, g, h, a, scheduled[7]);
+        Round(c, d, e, f, g, h, a, b, scheduled[2]);
+        Round(b, c, d, e, f, g, h, a, scheduled[3]);
     }
 
 private:
     // One round, with the variables named as in the standard; its c comes in bXorC.
-    [[gnu::always_inline]] inline void Round(Word a, Word b, Word c, Word &d, Word e, Word f, Word g, Word &h,
+    [[gnu::always_inline]] inline void Round(Word a, Word b, Word, Word &d, Word e, Word f, Word g, Word &h,
                                              Word scheduled)
     {
         Word sum = AsGrouped<Word>(h + scheduled);
+#ifdef __BMI__
+        sum = AsGrouped<Word>(sum + AsGrouped<Word>(e & f));
+        sum = AsGrouped<Word>(sum + (~e & g));
+#else
         sum = AsGrouped<Word>(sum + Chosen(e, f, g));
-        const Word sumOfE = AsGrouped(Sum(e, Hash::kSumOfE));
+#endif
+        sum = AsGrouped<Word>(sum + Sum(e, Hash::kSumOfE));
         d = AsGrouped<Word>(d + sum);
-        d = AsGrouped<Word>(d + sumOfE);
-        sum = AsGrouped<Word>(sum + sumOfE);
         const Word aXorB = a ^ b;
-        sum = AsGrouped<Word>(sum + (b & c));
-        sum = AsGrouped<Word>(sum + (a & bXorC));
+        sum = AsGrouped<Word>(sum + AsGrouped<Word>((bXorC & aXorB) ^ b));
         h = AsGrouped<Word>(sum + Sum(a, Hash::kSumOfA));
         bXorC = aXorB;
     }
 };
 
-// The schedule of sixteen rounds with the constants added. It goes through memory, where a round takes its
-// word as the operand of an addition; the compiler knows a dearer way, out of the vector registers one by
-// one.
+// The schedule with the constants added: of sixteen rounds of one block, or of all rounds of two. It goes
+// through memory, where a round takes its word as the operand of an addition; the compiler knows a dearer
+// way, out of the vector registers one by one.
 template <class Hash>
 struct Schedule {
-    alignas(16) typename Hash::Word word[16];
+    static constexpr int kStride = Hash::kBlocks * 4; // from four words of a block to its next four
+    alignas(32) typename Hash::Word word[Hash::kBlocks == 1 ? 16 : Hash::kBlocks * Hash::kRounds];
 
     [[gnu::always_inline]] inline void Put(typename Hash::Four words, int round)
     {
-        Hash::Store(words, round, word + round % 16);
+        Hash::Store(words, round, word + Place(round));
         asm("" : "+m"(word));
+    }
+
+    // The first of the four words from round on, of the first block.
+    [[gnu::always_inline]] inline const typename Hash::Word *At(int round) const
+    {
+        return word + Place(round);
+    }
+
+    [[gnu::always_inline]] static inline int Place(int round)
+    {
+        return (Hash::kBlocks == 1 ? round % 16 : round) / 4 * kStride;
     }
 };
 
-// The schedule is made in the vector unit, always sixteen rounds ahead. The rounds fill the scalar unit and
-// are one chain of dependent steps, beside which the schedule costs next to nothing.
+// Sixteen rounds beside which the schedule of the next sixteen is made.
 template <class Hash>
-[[gnu::always_inline]] inline void Compress(typename Hash::Word *state, const uint8_t *block)
+[[gnu::always_inline]] inline void RoundsAndSchedule(Working<Hash> &working, Schedule<Hash> &schedule,
+                                                     typename Hash::Four (&w)[4], int round)
 {
-    using Four = typename Hash::Four;
+    Hash::ReplaceFirst(w[0], w[1], w[2], w[3]);
+    working.Rounds01(schedule.At(round - 16));
+    Hash::ReplaceLast(w[0], w[1], w[2], w[3]);
+    working.Rounds23(schedule.At(round - 16));
+    schedule.Put(w[0], round);
+    Hash::ReplaceFirst(w[1], w[2], w[3], w[0]);
+    working.Rounds45(schedule.At(round - 12));
+    Hash::ReplaceLast(w[1], w[2], w[3], w[0]);
+    working.Rounds67(schedule.At(round - 12));
+    schedule.Put(w[1], round + 4);
+    Hash::ReplaceFirst(w[2], w[3], w[0], w[1]);
+    working.Rounds01(schedule.At(round - 8));
+    Hash::ReplaceLast(w[2], w[3], w[0], w[1]);
+    working.Rounds23(schedule.At(round - 8));
+    schedule.Put(w[2], round + 8);
+    Hash::ReplaceFirst(w[3], w[0], w[1], w[2]);
+    working.Rounds45(schedule.At(round - 4));
+    Hash::ReplaceLast(w[3], w[0], w[1], w[2]);
+    working.Rounds67(schedule.At(round - 4));
+    schedule.Put(w[3], round + 12);
+}
+
+// Eight rounds whose words of the schedule are ready.
+template <class Hash>
+[[gnu::always_inline]] inline void EightRounds(Working<Hash> &working, const typename Hash::Word *scheduled)
+{
+    working.Rounds01(scheduled);
+    working.Rounds23(scheduled);
+    working.Rounds45(scheduled + Schedule<Hash>::kStride);
+    working.Rounds67(scheduled + Schedule<Hash>::kStride);
+}
+
+// Hash::kBlocks blocks. The schedule is made in the vector unit, always sixteen rounds ahead of the first
+// block's. The rounds fill the scalar unit and are one chain of dependent steps, beside which the schedule
+// costs little; made for two blocks at once it costs half as much.
+template <class Hash>
+[[gnu::always_inline]] inline void Compress(typename Hash::Word *state, const uint8_t *blocks)
+{
     constexpr int kBytes = 4 * sizeof(typename Hash::Word);
     Working<Hash> working(state);
     Schedule<Hash> schedule;
-    Four w0 = Hash::Load(block);
-    Four w1 = Hash::Load(block + kBytes);
-    Four w2 = Hash::Load(block + 2 * kBytes);
-    Four w3 = Hash::Load(block + 3 * kBytes);
-    schedule.Put(w0, 0);
-    schedule.Put(w1, 4);
-    schedule.Put(w2, 8);
-    schedule.Put(w3, 12);
-    for (int round = 16; round < Hash::kRounds; round += 16) {
-        Hash::ReplaceFirst(w0, w1, w2, w3);
-        working.Rounds01(schedule.word);
-        Hash::ReplaceLast(w0, w1, w2, w3);
-        working.Rounds23(schedule.word);
-        schedule.Put(w0, round);
-        Hash::ReplaceFirst(w1, w2, w3, w0);
-        working.Rounds45(schedule.word);
-        Hash::ReplaceLast(w1, w2, w3, w0);
-        working.Rounds67(schedule.word);
-        schedule.Put(w1, round + 4);
-        Hash::ReplaceFirst(w2, w3, w0, w1);
-        working.Rounds01(schedule.word + 8);
-        Hash::ReplaceLast(w2, w3, w0, w1);
-        working.Rounds23(schedule.word + 8);
-        schedule.Put(w2, round + 8);
-        Hash::ReplaceFirst(w3, w0, w1, w2);
-        working.Rounds45(schedule.word + 8);
-        Hash::ReplaceLast(w3, w0, w1, w2);
-        working.Rounds67(schedule.word + 8);
-        schedule.Put(w3, round + 12);
-    }
-    for (int half = 0; half < 16; half += 8) {
-        working.Rounds01(schedule.word + half);
-        working.Rounds23(schedule.word + half);
-        working.Rounds45(schedule.word + half);
-        working.Rounds67(schedule.word + half);
-    }
+    typename Hash::Four w[4] = {Hash::Load(blocks), Hash::Load(blocks + kBytes),
+                                Hash::Load(blocks + 2 * kBytes), Hash::Load(blocks + 3 * kBytes)};
+    schedule.Put(w[0], 0); // a loop would keep the words in memory
+    schedule.Put(w[1], 4);
+    schedule.Put(w[2], 8);
+    schedule.Put(w[3], 12);
+    for (int round = 16; round < Hash::kRounds; round += 16)
+        RoundsAndSchedule<Hash>(working, schedule, w, round);
+    for (int round = Hash::kRounds - 16; round < Hash::kRounds; round += 8)
+        EightRounds<Hash>(working, schedule.At(round));
     working.AddTo(state);
+    if constexpr (Hash::kBlocks == 2) {
+        Working<Hash> second(state);
+        for (int round = 0; round < Hash::kRounds; round += 8)
+            EightRounds<Hash>(second, schedule.At(round) + 4);
+        second.AddTo(state);
+    }
 }
 
 } // namespace

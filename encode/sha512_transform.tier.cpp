@@ -2,7 +2,7 @@
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 
@@ -79,6 +79,7 @@ struct Sha512 {
         __m128i first, last;
     };
     static constexpr int kRounds = 80;
+    static constexpr int kBlocks = 1;
     static constexpr int kSumOfE[3] = {14, 18, 41};
     static constexpr int kSumOfA[3] = {28, 34, 39};
 
@@ -104,11 +105,90 @@ struct Sha512 {
     }
 };
 
+#ifdef __AVX2__
+template <int bits>
+inline __m256i Rotated(__m256i words)
+{
+    return _mm256_or_si256(_mm256_srli_epi64(words, bits), _mm256_slli_epi64(words, 64 - bits));
+}
+
+inline __m256i SmallSigma0(__m256i words)
+{
+    return _mm256_xor_si256(_mm256_xor_si256(Rotated<1>(words), Rotated<8>(words)),
+                            _mm256_srli_epi64(words, 7));
+}
+
+inline __m256i SmallSigma1(__m256i words)
+{
+    return _mm256_xor_si256(_mm256_xor_si256(Rotated<19>(words), Rotated<61>(words)),
+                            _mm256_srli_epi64(words, 6));
+}
+
+// Two blocks at once, one in each lane.
+struct Sha512Pair : Sha512 {
+    struct Four {
+        __m256i first, last;
+    };
+    static constexpr int kBlocks = 2;
+
+    static inline Four Load(const uint8_t *bytes) { return {TwoWords(bytes), TwoWords(bytes + 16)}; }
+
+    static inline void ReplaceFirst(Four &w0, Four, Four w2, Four w3)
+    {
+        w0.first = NextTwo(w0.first, Further(w0.first, w0.last), Further(w2.first, w2.last), w3.last);
+    }
+
+    static inline void ReplaceLast(Four &w0, Four w1, Four w2, Four w3)
+    {
+        w0.last = NextTwo(w0.last, Further(w0.last, w1.first), Further(w2.last, w3.first), w0.first);
+    }
+
+    static inline void Store(Four words, int round, Word *to)
+    {
+        const __m256i first = _mm256_add_epi64(words.first, Constants(round));
+        const __m256i last = _mm256_add_epi64(words.last, Constants(round + 2));
+        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_permute2x128_si256(first, last, 0x20));
+        _mm256_store_si256(reinterpret_cast<__m256i *>(to + 4), _mm256_permute2x128_si256(first, last, 0x31));
+    }
+
+private:
+    static inline __m256i TwoWords(const uint8_t *bytes)
+    {
+        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
+        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + 128));
+        const __m256i order =
+            _mm256_broadcastsi128_si256(_mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8));
+        return _mm256_shuffle_epi8(_mm256_set_m128i(second, first), order);
+    }
+
+    static inline __m256i Further(__m256i first, __m256i second)
+    {
+        return _mm256_alignr_epi8(second, first, 8);
+    }
+
+    static inline __m256i NextTwo(__m256i before16, __m256i before15, __m256i before7, __m256i before2)
+    {
+        const __m256i early = _mm256_add_epi64(_mm256_add_epi64(before16, before7), SmallSigma0(before15));
+        return _mm256_add_epi64(early, SmallSigma1(before2));
+    }
+
+    static inline __m256i Constants(int round)
+    {
+        return _mm256_broadcastsi128_si256(
+            _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round)));
+    }
+};
+#endif
+
 } // namespace
 
 TONEKIT_INTERNAL_BODY(Sha512Transform, void,
                       (uint64_t * state, const uint8_t *blocks, std::size_t blockCount))
 {
+#ifdef __AVX2__
+    for (; blockCount >= 2; blockCount -= 2, blocks += 2 * 128)
+        Compress<Sha512Pair>(state, blocks);
+#endif
     for (; blockCount != 0; --blockCount, blocks += 128)
         Compress<Sha512>(state, blocks);
 }
