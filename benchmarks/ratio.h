@@ -14,6 +14,8 @@
 #include <sys/resource.h>
 #include <time.h>
 
+#include "tests/support/measured_rows.h"
+
 namespace tonekit {
 
 class RatioTable {
@@ -28,7 +30,8 @@ public:
         rows_.push_back({std::move(name), limit, std::move(ours), std::move(peer)});
     }
 
-    // Options: --filter TEXT, --quick. Gives 0 if every row that has a limit keeps it.
+    // Options: --filter TEXT, --quick, --json FILE (appends a line a row). Returns 0 if every row that has a
+    // limit keeps it.
     int Run(int argc, char **argv)
     {
         const char *filter = "";
@@ -36,11 +39,13 @@ public:
         for (int i = 1; i < argc; ++i) {
             if (std::strcmp(argv[i], "--filter") == 0 && i + 1 < argc)
                 filter = argv[++i];
+            else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc)
+                json_ = argv[++i];
             else if (std::strcmp(argv[i], "--quick") == 0)
                 quick = true;
         }
-        std::printf("\n%s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), "", "ours", "beside", "ratio",
-                    "limit");
+        std::printf("\n%s, on %s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), ProcessorName().c_str(), "",
+                    "ours", "beside", "ratio", "limit");
         int result = 0;
         for (const Row &row : rows_)
             if (row.name.find(filter) != std::string::npos && !Report(row, quick))
@@ -100,7 +105,7 @@ private:
         return values[values.size() / 2];
     }
 
-    static bool Report(const Row &row, bool quick)
+    bool Report(const Row &row, bool quick) const
     {
         const unsigned oursTimes = TimesPerTurn(row.ours);
         const unsigned peerTimes = TimesPerTurn(row.peer);
@@ -121,10 +126,12 @@ private:
             std::printf(" %7.2f %s", row.limit, kept ? "ok" : "short");
         std::printf("\n");
         std::fflush(stdout);
+        AppendRow(json_, {title_, row.name, Median(ours), Median(peer), ratio, row.limit});
         return kept;
     }
 
     std::string title_;
+    std::string json_;
     std::vector<Row> rows_;
 };
 

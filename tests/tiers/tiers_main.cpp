@@ -10,6 +10,7 @@
 
 #include "frame/dispatch.h"
 #include "frame/platform.h"
+#include "tests/support/measured_rows.h"
 #include "tests/support/shared_library.h"
 #include "tests/tiers/tiers.h"
 
@@ -40,6 +41,7 @@ struct Options {
     const char *function = nullptr;
     const SharedLibrary *library = nullptr;
     std::uint64_t seed = 1;
+    std::string json;
 };
 
 bool Covers(const Case &one, const char *name)
@@ -132,10 +134,27 @@ double Seconds(const Case &one, char letter)
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-// Medians of repetitions that take turns between the bodies.
-void Bench(const Case &one, const Options &options)
+double Median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+// The median of the ratios of neighbouring turns: how much faster the second is.
+double Gain(const std::vector<double> &first, const std::vector<double> &second)
+{
+    std::vector<double> ratios;
+    for (std::size_t turn = 0; turn < first.size(); ++turn)
+        ratios.push_back(first[turn] / second[turn]);
+    return Median(ratios);
+}
+
+// Medians of repetitions that take turns between the bodies. Returns how many bodies are slower than the next
+// lower one by more than 3 %: such a letter had better share that body.
+int Bench(const Case &one, const Options &options)
 {
     constexpr int kRepetitions = 21;
+    constexpr double kLeastGain = 0.97;
     std::vector<char> letters;
     for (const char letter : options.tiers)
         if (ProcessorRuns(letter) && HasOwnBody(one, letter))
@@ -144,15 +163,20 @@ void Bench(const Case &one, const Options &options)
     for (int repetition = 0; repetition < kRepetitions; ++repetition)
         for (std::size_t i = 0; i < letters.size(); ++i)
             times[i].push_back(Seconds(one, letters[i]));
-    double baseline = 0;
+    int slower = 0;
     for (std::size_t i = 0; i < letters.size(); ++i) {
-        std::nth_element(times[i].begin(), times[i].begin() + kRepetitions / 2, times[i].end());
-        const double median = times[i][kRepetitions / 2];
-        if (i == 0)
-            baseline = median;
-        std::printf("%-40s %c %10.3f us  %5.2f of %c\n", one.label, letters[i], median * 1e6,
-                    baseline / median, letters[0]);
+        const double ratio = Gain(times[0], times[i]);
+        std::printf("%-40s %c %10.3f us  %5.2f of %c", one.label, letters[i], Median(times[i]) * 1e6, ratio,
+                    letters[0]);
+        if (i > 0 && Gain(times[i - 1], times[i]) < kLeastGain) {
+            std::printf("  slower than %c", letters[i - 1]);
+            ++slower;
+        }
+        std::printf("\n");
+        AppendRow(options.json, {"bodies", std::string(one.label) + " ." + letters[i], Median(times[i]),
+                                 Median(times[0]), ratio, 0});
     }
+    return slower;
 }
 
 int List()
@@ -233,7 +257,7 @@ int CountUncalled(const SharedLibrary &library)
 int Usage()
 {
     std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--digests] [--tier LETTERS] "
-                         "[--function NAME] [--seed N] [--library FILE]\n");
+                         "[--function NAME] [--seed N] [--library FILE] [--json FILE]\n");
     return 2;
 }
 
@@ -256,6 +280,8 @@ bool Parse(int argc, char **argv, Options &options)
             options.function = argv[++i];
         else if (word == "--library" && hasValue)
             options.library = new SharedLibrary(argv[++i]); // for good
+        else if (word == "--json" && hasValue)
+            options.json = argv[++i];
         else if (word == "--seed" && hasValue)
             options.seed = std::strtoull(argv[++i], nullptr, 0);
         else
@@ -272,6 +298,17 @@ int Digests(const Options &options)
     return 0;
 }
 
+int BenchAll(const Options &options)
+{
+    std::printf("%s\n", ProcessorName().c_str());
+    int slower = 0;
+    for (const Case &one : Cases())
+        if (one.bench && (!options.function || Covers(one, options.function)))
+            slower += Bench(one, options);
+    std::printf("%d bodies are slower than the next lower one\n", slower);
+    return slower == 0 ? 0 : 1;
+}
+
 int Main(int argc, char **argv)
 {
     Options options;
@@ -283,24 +320,23 @@ int Main(int argc, char **argv)
         return PrintSelected();
     if (options.digests)
         return Digests(options);
+    if (options.bench)
+        return BenchAll(options);
     std::printf("seed %llu\n", static_cast<unsigned long long>(options.seed));
     Counts counts;
-    if (!options.function && !options.bench)
+    if (!options.function)
         counts.failed += CountUncovered();
     for (const Case &one : Cases()) {
         if (options.function && !Covers(one, options.function))
             continue;
         if (options.library && !CallsExports(one, *options.library))
             continue;
-        if (options.bench && one.bench)
-            Bench(one, options);
-        if (!options.bench && one.exercise)
+        if (one.exercise)
             Compare(one, options, counts);
     }
     if (options.library && !options.function && options.tiers == kLetters)
         counts.failed += CountUncalled(*options.library);
-    if (!options.bench)
-        std::printf("%d passed, %d failed, %d skipped\n", counts.passed, counts.failed, counts.skipped);
+    std::printf("%d passed, %d failed, %d skipped\n", counts.passed, counts.failed, counts.skipped);
     return counts.failed == 0 ? 0 : 1;
 }
 
