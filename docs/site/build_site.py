@@ -5,6 +5,7 @@ Usage: build_site.py SOURCE_FOLDER OUTPUT_FOLDER CHART_LIBRARY_FOLDER
 """
 
 import glob
+import json
 import os
 import re
 import shutil
@@ -75,9 +76,16 @@ def processor_sections(quality):
 
 
 def benchmark_tables(source):
-    """The kept results of the benchmarks, by processor."""
-    files = sorted(glob.glob(os.path.join(source, "benchmarks", "results", "**", "*.json"), recursive=True))
-    return [{"name": os.path.relpath(path, os.path.join(source, "benchmarks", "results")), "data": quality_data.load(path)} for path in files]
+    """The kept results of the benchmarks: for each processor its tables, each with its rows."""
+    processors = []
+    for path in sorted(glob.glob(os.path.join(source, "benchmarks", "results", "*.json"))):
+        with open(path, encoding="utf-8") as file:
+            rows = [json.loads(line) for line in file if line.strip()]
+        tables = {}
+        for row in rows:
+            tables.setdefault(row["table"], []).append(row)
+        processors.append({"name": rows[0]["processor"], "tables": tables})
+    return processors
 
 
 def settings_of(documents, source, headers, quality):
