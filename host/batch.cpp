@@ -1,6 +1,7 @@
 // batch.cpp: from the names on the command line to finished files.
 #include "host/batch.h"
 
+#include "host/album_loudness.h"
 #include "host/failure.h"
 #include "host/paths.h"
 #include "host/platform.h"
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -30,11 +33,24 @@ uint64_t SizeOf(const fs::path &path)
 
 // The files in work, shared by the threads.
 class Batch {
+    struct Album {
+        std::vector<size_t> members;
+        std::atomic<size_t> left{0}; // members that aren't measured yet
+    };
+
 public:
     Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console)
         : options_(options), extras_(extras), jobs_(jobs), console_(console), reports_(jobs.size()),
-          finished_(jobs.size()), progress_(console, Weights(jobs))
-    {}
+          pending_(jobs.size()), interrupted_(jobs.size()), finished_(jobs.size()),
+          progress_(console, Weights(jobs))
+    {
+        for (size_t i = 0; i < jobs.size(); i++) {
+            if (!jobs[i].album.empty() && jobs[i].error.empty()) {
+                albums_[jobs[i].album].members.push_back(i);
+                albums_[jobs[i].album].left++;
+            }
+        }
+    }
 
     void Run()
     {
@@ -76,29 +92,74 @@ private:
 
     void ConvertOne(size_t index)
     {
-        ConversionReport &report = reports_[index];
         const Job &job = jobs_[index];
         const std::string label = Utf8Name(job.output.filename());
-        try {
+        Guarded(index, [&] {
             if (!job.error.empty())
                 throw Failure(job.error);
-            report = ConvertFile(options_, extras_, job, [&](double done, double audioSeconds) {
-                progress_.Report(index, done, audioSeconds, label);
-            });
+            pending_[index] =
+                BeginFile(options_, extras_, job, [this, index, label](double done, double audioSeconds) {
+                    progress_.Report(index, done, audioSeconds, label);
+                });
+        });
+        const auto album = albums_.find(job.album);
+        if (album == albums_.end())
+            FinishOne(index, std::nullopt);
+        else if (--album->second.left == 0)
+            FinishAlbum(album->second);
+    }
+
+    // Runs a step of one file's work, which may fail.
+    template <class Step>
+    void Guarded(size_t index, const Step &step)
+    {
+        try {
+            step();
         } catch (const Interrupted &) {
             // All threads see the same note; the caller tells it once.
-            return;
+            interrupted_[index] = true;
         } catch (const std::bad_alloc &) {
-            Fail(index, Utf8Name(job.input) + ": not enough memory");
+            Fail(index, Utf8Name(jobs_[index].input) + ": not enough memory");
         } catch (const std::exception &error) {
             Fail(index, error.what());
         }
-        progress_.Report(index, 1, report.error.empty() ? report.input.Seconds() : 0, label);
+    }
+
+    void FinishOne(size_t index, const std::optional<Loudness> &album)
+    {
+        if (pending_[index])
+            Guarded(index, [&] { reports_[index] = pending_[index]->Finish(album); });
+        pending_[index].reset();
+        if (interrupted_[index])
+            return;
+        const ConversionReport &report = reports_[index];
+        progress_.Report(index, 1, report.error.empty() ? report.input.Seconds() : 0,
+                         Utf8Name(jobs_[index].output.filename()));
         Finish(index);
+    }
+
+    // The last file of an album ends the work of all.
+    void FinishAlbum(const Album &album)
+    {
+        std::vector<const AlbumPart *> parts;
+        Loudness loudness;
+        loudness.truePeak = options_.truePeak;
+        for (const size_t index : album.members) {
+            if (!pending_[index] || !pending_[index]->report().albumPart)
+                continue;
+            const ConversionReport &report = pending_[index]->report();
+            parts.push_back(report.albumPart.get());
+            if (report.loudness->peak)
+                loudness.peak = std::max(loudness.peak.value_or(0), *report.loudness->peak);
+        }
+        loudness.gain = AlbumPart::GainOf(parts);
+        for (const size_t index : album.members)
+            FinishOne(index, parts.empty() ? std::nullopt : std::optional(loudness));
     }
 
     void Fail(size_t index, const std::string &error)
     {
+        pending_[index].reset();
         reports_[index] = {};
         reports_[index].error = error;
         reports_[index].input.path = Utf8Name(jobs_[index].input);
@@ -127,6 +188,8 @@ private:
             console_.Say(ReportText(report));
         if (!options_.quiet && report.loudness)
             console_.Say("  ReplayGain " + LoudnessText(*report.loudness));
+        if (!options_.quiet && report.albumLoudness)
+            console_.Say("  ReplayGain of the album " + LoudnessText(*report.albumLoudness));
         if (report.digest)
             console_.Say(std::string(NameOf(report.digest->kind)) + " " + report.digest->hex + "  " +
                          TerminalText(report.output.path));
@@ -137,6 +200,9 @@ private:
     const std::vector<Job> &jobs_;
     Console &console_;
     std::vector<ConversionReport> reports_;
+    std::vector<std::unique_ptr<PendingFile>> pending_;
+    std::vector<char> interrupted_; // not bool, of which several share a byte
+    std::map<std::string, Album> albums_;
     std::mutex mutex_; // of what follows
     std::vector<bool> finished_;
     size_t told_ = 0; // all before it are

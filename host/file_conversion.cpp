@@ -26,11 +26,12 @@ namespace {
 
 constexpr uint32_t kReadFrames = 16384;
 
-class FileConversion {
+class FileConversion : public PendingFile {
 public:
     FileConversion(const Options &options, const Extras &extras, SampleSource &source, const Job &job,
                    const ProgressSink &progress)
-        : options_(options), extras_(extras), job_(job), progress_(progress), source_(source)
+        : options_(options), extras_(extras), job_(job), progress_(progress), source_(source),
+          inputKind_(source.tagKind())
     {
         if (!options.inPlace && AreSameFile(job.input, job.output))
             throw Failure(Utf8Name(job.output) + ": input and output are the same file");
@@ -50,26 +51,47 @@ public:
         }
     }
 
-    ConversionReport Run()
+    // The same with a source of its own.
+    FileConversion(const Options &options, const Extras &extras, std::unique_ptr<SampleSource> source,
+                   const Job &job, const ProgressSink &progress)
+        : FileConversion(options, extras, *source, job, progress)
+    {
+        owned_ = std::move(source);
+    }
+
+    void Produce()
     {
         const auto start = std::chrono::steady_clock::now();
         if (options_.dryRun) {
             Describe();
-            return report_;
+            return;
         }
         if (job_.inFolder)
             MakeFolderOf(job_.output);
-        SafeOutput output(job_.output);
+        output_.emplace(job_.output);
         if (plan_.copyFile)
-            Copy(output);
+            Copy(*output_);
         else
-            Encode(output);
-        AddTags(output.temporary());
-        CheckResult(output.temporary());
+            Encode(*output_);
+        // Many files can wait for the last one of their album.
+        owned_.reset();
+        report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+    const ConversionReport &report() const override { return report_; }
+
+    ConversionReport Finish(const std::optional<Loudness> &album) override
+    {
+        if (options_.dryRun)
+            return report_;
+        const auto start = std::chrono::steady_clock::now();
+        report_.albumLoudness = album;
+        AddTags(output_->temporary());
+        CheckResult(output_->temporary());
         if (InterruptNoted())
             throw Interrupted();
-        output.Commit();
-        report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        output_->Commit();
+        report_.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return report_;
     }
 
@@ -198,14 +220,15 @@ private:
     {
         TagTransfer transfer;
         transfer.input = job_.input;
-        transfer.inputKind = source_.tagKind();
+        transfer.inputKind = inputKind_;
         transfer.written = written;
-        transfer.writtenKind = plan_.copyFile ? source_.tagKind() : plan_.container->tags;
+        transfer.writtenKind = plan_.copyFile ? inputKind_ : plan_.container->tags;
         transfer.copied = plan_.copyFile;
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
         transfer.loudness = report_.loudness;
+        transfer.albumLoudness = report_.albumLoudness;
         TransferTags(options_, extras_, transfer, report_.warnings);
     }
 
@@ -235,9 +258,23 @@ private:
     const Options &options_;
     const Extras &extras_;
     const Job &job_;
-    const ProgressSink &progress_;
-    SampleSource &source_;
+    const ProgressSink progress_;
+    std::unique_ptr<SampleSource> owned_;
+    SampleSource &source_; // until all is read
+    TagKind inputKind_;
+    std::optional<SafeOutput> output_;
     Plan plan_;
+    ConversionReport report_;
+};
+
+// A file that needs no end.
+class DoneFile : public PendingFile {
+public:
+    explicit DoneFile(ConversionReport report) : report_(std::move(report)) {}
+    const ConversionReport &report() const override { return report_; }
+    ConversionReport Finish(const std::optional<Loudness> &) override { return report_; }
+
+private:
     ConversionReport report_;
 };
 
@@ -270,21 +307,31 @@ ConversionReport CopyPlainly(const Options &options, const Job &job, const Progr
 
 } // namespace
 
+std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
+                                       const ProgressSink &progress)
+{
+    if (!job.skipped.empty())
+        return std::make_unique<DoneFile>(ReportOfNames(options, job));
+    if (job.plainCopy)
+        return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
+    auto file = std::make_unique<FileConversion>(options, extras, std::make_unique<AudioReader>(job.input),
+                                                 job, progress);
+    file->Produce();
+    return file;
+}
+
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress)
 {
-    if (!job.skipped.empty())
-        return ReportOfNames(options, job);
-    if (job.plainCopy)
-        return CopyPlainly(options, job, progress);
-    AudioReader reader(job.input);
-    return ConvertSamples(options, extras, reader, job, progress);
+    return BeginFile(options, extras, job, progress)->Finish(std::nullopt);
 }
 
 ConversionReport ConvertSamples(const Options &options, const Extras &extras, SampleSource &source,
                                 const Job &job, const ProgressSink &progress)
 {
-    return FileConversion(options, extras, source, job, progress).Run();
+    FileConversion conversion(options, extras, source, job, progress);
+    conversion.Produce();
+    return conversion.Finish(std::nullopt);
 }
 
 } // namespace tonekit::host

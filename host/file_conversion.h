@@ -9,6 +9,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace tonekit::host {
@@ -20,6 +22,7 @@ struct Job {
     const Container *container = nullptr;
     bool inFolder = false;    // folders on the way to the output are made
     bool plainCopy = false;   // the input isn't audio and is copied as it is
+    std::string album = {};   // what all files of its album have in common; empty: no album is measured
     std::string skipped = {}; // why nothing is done; empty: something is
     std::string error = {};   // why nothing can be done; empty: something can
 };
@@ -28,8 +31,22 @@ struct Job {
 using ProgressSink = std::function<void(double done, double audioSeconds)>;
 inline void IgnoreProgress(double, double) {}
 
-// Converts, copies or skips the file, or finds out what would be done in a dry run. Throws Failure or
-// Interrupted; the output then is as it was before.
+// A file whose work is done but for its tags; without Finish nothing of it remains.
+class PendingFile {
+public:
+    virtual ~PendingFile() = default;
+    virtual const ConversionReport &report() const = 0;
+    // Writes the tags, those of the file's album too, and puts the output in its place. Throws Failure or
+    // Interrupted; the output then is as it was before.
+    virtual ConversionReport Finish(const std::optional<Loudness> &album) = 0;
+};
+
+// Converts, copies or skips the file, or finds out what would be done in a dry run. What is given here must
+// live as long as the result. Throws Failure or Interrupted; the output then is as it was before.
+std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
+                                       const ProgressSink &progress);
+
+// Begins and finishes the file.
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress);
 

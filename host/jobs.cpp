@@ -240,6 +240,39 @@ std::vector<Job> JobsInFolder(const Options &options)
     return jobs;
 }
 
+// An album has a name and an artist, or lies in one folder.
+std::string AlbumOf(const Options &options, const fs::path &input)
+{
+    auto tags = TagsOf(options, input);
+    const std::string folder = Utf8Name(Identity(input).parent_path());
+    const std::string &name = tags["ALBUM"];
+    const std::string &artist = tags["ALBUMARTIST"];
+    if (name.empty())
+        return "folder\n" + folder;
+    return "album\n" + name + "\n" + (artist.empty() ? folder : artist);
+}
+
+// An album of which one file is to be done is done whole, since its gain is that of all.
+void GroupByAlbum(const Options &options, std::vector<Job> &jobs)
+{
+    std::set<std::string> inWork;
+    for (Job &job : jobs) {
+        if (job.plainCopy || !job.error.empty())
+            continue;
+        try {
+            job.album = AlbumOf(options, job.input);
+        } catch (const Failure &failure) {
+            job.error = failure.what();
+        }
+        if (job.skipped.empty() && job.error.empty())
+            inWork.insert(job.album);
+    }
+    for (Job &job : jobs) {
+        if (inWork.contains(job.album) && !options.noClobber)
+            job.skipped.clear();
+    }
+}
+
 } // namespace
 
 std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
@@ -263,9 +296,13 @@ Job JobFor(const Options &options, const fs::path &input)
 std::vector<Job> MakeJobs(const Options &options)
 {
     CheckInputsAreThere(options);
-    if (options.inPlace)
-        return JobsInPlace(options);
     std::vector<Job> jobs;
+    if (options.inPlace) {
+        jobs = JobsInPlace(options);
+        if (options.albumGain)
+            GroupByAlbum(options, jobs);
+        return jobs;
+    }
     if (MeansFolder(options)) {
         jobs = JobsInFolder(options);
         CheckOutputs(jobs);
@@ -276,6 +313,8 @@ std::vector<Job> MakeJobs(const Options &options)
         if (job.error.empty())
             job.skipped = ReasonToSkip(options, job);
     }
+    if (options.albumGain)
+        GroupByAlbum(options, jobs);
     return jobs;
 }
 

@@ -6,10 +6,11 @@
 
 namespace tonekit::host {
 
-LoudnessMeter::LoudnessMeter(bool truePeak, const AudioFormat &format)
+LoudnessMeter::LoudnessMeter(bool truePeak, const AudioFormat &format, bool forAlbum)
     : truePeak_(truePeak), format_(format),
       state_(truePeak ? ReplayGain_Init_TruePeak(format.channels, format.rate)
-                      : ReplayGain_Init(format.channels, format.rate))
+                      : ReplayGain_Init(format.channels, format.rate)),
+      albumPart_(forAlbum ? std::make_shared<AlbumPart>(format) : nullptr)
 {}
 
 void LoudnessMeter::Take(const void *samples, uint32_t frames)
@@ -21,6 +22,8 @@ void LoudnessMeter::Take(const void *samples, uint32_t frames)
         const uint32_t part = std::min(frames, kPart);
         SamplesToDouble(format_.sample, next, values_.data(), size_t{part} * format_.channels);
         ReplayGain_Process(state_.get(), values_.data(), part);
+        if (albumPart_)
+            albumPart_->Take(values_.data(), part);
         next += size_t{part} * format_.FrameBytes();
         frames -= part;
     }

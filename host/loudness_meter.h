@@ -1,6 +1,7 @@
 // loudness_meter.h: ReplayGain of a stream of samples.
 #pragma once
 
+#include "host/album_loudness.h"
 #include "host/report.h"
 #include "host/sample_format.h"
 
@@ -13,10 +14,13 @@ namespace tonekit::host {
 
 class LoudnessMeter {
 public:
-    LoudnessMeter(bool truePeak, const AudioFormat &format);
+    // `forAlbum`: what an album needs of the track is kept, too.
+    LoudnessMeter(bool truePeak, const AudioFormat &format, bool forAlbum = false);
 
     void Take(const void *samples, uint32_t frames);
     Loudness Result() const;
+    // Null if it wasn't asked for.
+    std::shared_ptr<AlbumPart> albumPart() const { return albumPart_; }
 
 private:
     struct Release {
@@ -26,6 +30,7 @@ private:
     bool truePeak_;
     AudioFormat format_;
     std::unique_ptr<ReplayGainState, Release> state_;
+    std::shared_ptr<AlbumPart> albumPart_;
     std::vector<double> values_;
 };
 

@@ -95,8 +95,13 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text) { o.tags = false; }},
 
     {nullptr, 0, nullptr, "What is found out on the way", nullptr},
-    {"replaygain", 0, nullptr, "measure loudness and peak, and write the REPLAYGAIN_TRACK tags",
-     [](Options &o, Text) { o.replayGain = true; }},
+    {"replaygain", 0, "[album]",
+     "measure loudness and peak, and write the REPLAYGAIN_TRACK tags (R128_TRACK_GAIN in Opus); with album "
+     "those of albums too: files of one ALBUM tag, or else of one folder",
+     [](Options &o, Text v) {
+         o.replayGain = true;
+         o.albumGain = ReplayGainOfAlbums(v);
+     }},
     {"true-peak", 0, nullptr, "the same with the peak between the samples (slower)",
      [](Options &o, Text) { o.replayGain = o.truePeak = true; }},
     {"hash", 0, "sha256|sha512",

@@ -122,6 +122,12 @@ std::string Template(const std::string &text)
     return text;
 }
 
+bool ReplayGainOfAlbums(const std::string &text)
+{
+    constexpr Choice<bool> choices[] = {{"track", false}, {"album", true}};
+    return !text.empty() && Choose(text, choices);
+}
+
 std::string FileName(const std::string &text)
 {
     if (text.empty())

@@ -44,6 +44,8 @@ SampleFormat Bits(const std::string &text);
 ContainerKind Type(const std::string &text);
 // KEY=VALUE into the options; the last value given for a key is the one that counts.
 void SetTag(Options &options, const std::string &text);
+// "album", or "track" as without a value.
+bool ReplayGainOfAlbums(const std::string &text);
 std::string FileName(const std::string &text);
 // A template of file names that makes sense.
 std::string Template(const std::string &text);

@@ -50,6 +50,14 @@ private:
         return arguments_[next_++];
     }
 
+    // A value that may be missing is known by its word.
+    std::string OptionalValue()
+    {
+        const bool given =
+            next_ < arguments_.size() && (arguments_[next_] == "track" || arguments_[next_] == "album");
+        return given ? arguments_[next_++] : "";
+    }
+
     // --name, --name value or --name=value
     void LongOption(const std::string &text)
     {
@@ -62,6 +70,8 @@ private:
             throw UsageError("--" + name + " takes no value");
         if (!row->argument)
             Apply(*row, "");
+        else if (row->argument[0] == '[' && equals == std::string::npos)
+            Apply(*row, OptionalValue());
         else
             Apply(*row, equals != std::string::npos ? text.substr(equals + 1) : NextValue("--" + name));
     }

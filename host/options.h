@@ -54,6 +54,7 @@ struct Options {
 
     // What is found out on the way.
     bool replayGain = false;
+    bool albumGain = false; // of albums too
     bool truePeak = false;
     std::optional<HashKind> hash;
 

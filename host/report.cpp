@@ -28,6 +28,7 @@ Json ConversionJson(const ConversionReport &report)
             {"hdcd", HdcdJson(report.hdcd)},
             {"hdcdDecoded", ifDone(report.hdcdDecoded)},
             {"replaygain", LoudnessJson(report.loudness)},
+            {"albumReplaygain", LoudnessJson(report.albumLoudness)},
             {"hash", DigestJson(report.digest)},
             {"seconds", ifDone(report.seconds)},
             {"speed", ifDone(report.Speed())},

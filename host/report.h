@@ -6,11 +6,14 @@
 #include "host/sample_format.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tonekit::host {
+
+class AlbumPart;
 
 struct Loudness {
     std::optional<double> gain; // dB; none for silence or less than the measurement needs
@@ -52,6 +55,8 @@ struct ConversionReport {
     bool hdcdDecoded = false;
     std::optional<HdcdFinding> hdcd;
     std::optional<Loudness> loudness;
+    std::optional<Loudness> albumLoudness;
+    std::shared_ptr<AlbumPart> albumPart; // what the track adds to its album; mostly null
     std::optional<Digest> digest;
     std::vector<std::string> warnings;
     std::string error; // empty: done

@@ -7,7 +7,7 @@ ResultTaps::ResultTaps(const Options &options, const AudioFormat &format, AudioW
     : format_(format), writer_(writer)
 {
     if (options.replayGain)
-        loudness_.emplace(options.truePeak, format);
+        loudness_.emplace(options.truePeak, format, options.albumGain);
     if (options.hash)
         digest_.emplace(*options.hash);
 }
@@ -26,8 +26,10 @@ void ResultTaps::Take(const void *samples, uint32_t frames)
 void ResultTaps::Tell(ConversionReport &report)
 {
     report.output.frames = frames_;
-    if (loudness_)
+    if (loudness_) {
         report.loudness = loudness_->Result();
+        report.albumPart = loudness_->albumPart();
+    }
     if (digest_)
         report.digest = digest_->Finish();
 }

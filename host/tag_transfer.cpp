@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <initializer_list>
 #include <string_view>
 
 namespace tonekit::host {
@@ -24,13 +26,35 @@ std::string Capitals(std::string text)
 
 using TextTag = std::pair<std::string, std::string>;
 
-std::vector<TextTag> LoudnessTags(const Loudness &loudness)
+// Opus has a form of its own: a whole number of 1/256 dB to a reference that is 5 dB lower.
+std::string GainIn(TagKind kind, double gain)
+{
+    constexpr double kStep = 256;
+    constexpr double kToReference = -23.0 + 18.0;
+    if (kind != TagKind::Opus)
+        return Decimal(gain, 2) + " dB";
+    return std::to_string(std::lround(std::clamp((gain + kToReference) * kStep, -32768.0, 32767.0)));
+}
+
+void AddLoudnessTags(const Loudness &loudness, TagKind kind, const std::string &of,
+                     std::vector<TextTag> &tags)
+{
+    const bool opus = kind == TagKind::Opus;
+    if (loudness.gain)
+        tags.emplace_back(opus ? "R128_" + of + "_GAIN" : "REPLAYGAIN_" + of + "_GAIN",
+                          GainIn(kind, *loudness.gain));
+    if (loudness.peak && !opus)
+        tags.emplace_back("REPLAYGAIN_" + of + "_PEAK", Decimal(*loudness.peak, 6));
+}
+
+// What was measured, in the form of the kind of file.
+std::vector<TextTag> LoudnessTags(const TagTransfer &transfer)
 {
     std::vector<TextTag> tags;
-    if (loudness.gain)
-        tags.emplace_back("REPLAYGAIN_TRACK_GAIN", Decimal(*loudness.gain, 2) + " dB");
-    if (loudness.peak)
-        tags.emplace_back("REPLAYGAIN_TRACK_PEAK", Decimal(*loudness.peak, 6));
+    if (transfer.loudness)
+        AddLoudnessTags(*transfer.loudness, transfer.writtenKind, "TRACK", tags);
+    if (transfer.albumLoudness)
+        AddLoudnessTags(*transfer.albumLoudness, transfer.writtenKind, "ALBUM", tags);
     return tags;
 }
 
@@ -43,9 +67,15 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
         if (Capitals(setKey) == name)
             return false;
     }
-    if (transfer.loudness && name.starts_with("REPLAYGAIN_TRACK_"))
+    const auto startsWithAny = [&](std::initializer_list<const char *> starts) {
+        return std::any_of(starts.begin(), starts.end(),
+                           [&](const char *start) { return name.starts_with(start); });
+    };
+    if (transfer.loudness && startsWithAny({"REPLAYGAIN_TRACK_", "R128_TRACK_"}))
         return false;
-    return !transfer.loudnessChanged || !name.starts_with("REPLAYGAIN_");
+    if (transfer.albumLoudness && startsWithAny({"REPLAYGAIN_ALBUM_", "R128_ALBUM_"}))
+        return false;
+    return !transfer.loudnessChanged || !startsWithAny({"REPLAYGAIN_", "R128_"});
 }
 
 void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
@@ -92,10 +122,8 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     TagBlockPointer block = NewTagBlock();
     for (const auto &[key, value] : options.set)
         ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
-    if (transfer.loudness) {
-        for (const auto &[key, value] : LoudnessTags(*transfer.loudness))
-            ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
-    }
+    for (const auto &[key, value] : LoudnessTags(transfer))
+        ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
     if (extras.chapters)
         AddChapters(block.get(), *extras.chapters);
     if (extras.cover)
@@ -106,15 +134,22 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     return WithFittedPictures(options, transfer, std::move(block), warnings);
 }
 
-TagEdit EditOf(const Options &options, const Extras &extras, const std::optional<Loudness> &loudness)
+TagEdit EditOf(const Options &options, const Extras &extras, const TagTransfer &transfer)
 {
     TagEdit edit;
     edit.removeOthers = !options.tags;
-    if (loudness) {
-        edit.texts = {{"REPLAYGAIN_TRACK_GAIN", ""}, {"REPLAYGAIN_TRACK_PEAK", ""}};
-        for (const TextTag &tag : LoudnessTags(*loudness))
-            edit.texts.push_back(tag);
-    }
+    // An empty text takes out what an earlier measurement left.
+    const auto takeOut = [&](const std::string &of) {
+        for (const std::string &key :
+             {"REPLAYGAIN_" + of + "_GAIN", "REPLAYGAIN_" + of + "_PEAK", "R128_" + of + "_GAIN"})
+            edit.texts.emplace_back(key, "");
+    };
+    if (transfer.loudness)
+        takeOut("TRACK");
+    if (transfer.albumLoudness)
+        takeOut("ALBUM");
+    for (const TextTag &tag : LoudnessTags(transfer))
+        edit.texts.push_back(tag);
     edit.texts.insert(edit.texts.end(), options.set.begin(), options.set.end());
     edit.chapters = extras.chapters;
     edit.cover = extras.cover;
@@ -127,7 +162,7 @@ void TransferTags(const Options &options, const Extras &extras, const TagTransfe
                   std::vector<std::string> &warnings)
 {
     if (transfer.copied && transfer.writtenKind != TagKind::None) {
-        const TagEdit edit = EditOf(options, extras, transfer.loudness);
+        const TagEdit edit = EditOf(options, extras, transfer);
         if (!edit.ChangesNothing())
             EditTags(transfer.written, transfer.writtenKind, edit, transfer.end, transfer.shownName,
                      warnings);

@@ -25,6 +25,7 @@ struct TagTransfer {
     bool copied = false;   // the written file is a copy of the input, tags and all
     bool loudnessChanged = false;
     std::optional<Loudness> loudness;
+    std::optional<Loudness> albumLoudness;
 };
 
 // Gathers the tags of options, extras, measurement and input in a tag block, in this order of precedence.

@@ -390,6 +390,7 @@ TEST(Program, JsonIsOneObjectOfWhatWasDone)
                        {"hdcd", nullptr},
                        {"hdcdDecoded", false},
                        {"replaygain", nullptr},
+                       {"albumReplaygain", nullptr},
                        {"hash", nullptr},
                        {"warnings", Json::array()}};
     EXPECT_EQ(json, (Json{{"ok", true}, {"files", Json::array({file})}, {"frames", 48000}}));
