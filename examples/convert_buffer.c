@@ -8,8 +8,9 @@ int main(void)
     void *out;
     uint32_t frames, bytes, total = 0;
 
-    /*                           format, bits, channels, rate;  the same out */
-    void *converter = SRC4_Init(0, 16, 2, 44100, 0, 24, 2, 96000, false, true, 0, 24);
+    /* format, bits, channels and rate of the input, the same of the output, dither, limiter, quality */
+    void *converter = SRC4_Init(TONEKIT_FORMAT_INTEGER, 16, 2, 44100, TONEKIT_FORMAT_INTEGER, 24, 2, 96000,
+                                false, true, 0, TONEKIT_QUALITY_28_BITS);
     SRC4_Write(converter, input, 44100);
     while (SRC4_Read(converter, &out, &frames, &bytes))
         total += frames; /* `bytes` bytes at `out` are yours until the next call */

@@ -35,7 +35,7 @@ HdcdFinding ScanForHdcd(SampleSource &source)
     uint64_t left = uint64_t{kScanSeconds} * source.format().rate;
     uint32_t detected = 0;
     // 2 is the last word: no later block takes it back.
-    while (left > 0 && detected < 2) {
+    while (left > 0 && detected < TONEKIT_HDCD_USED) {
         if (InterruptNoted())
             throw Interrupted();
         const uint32_t wanted = static_cast<uint32_t>(std::min<uint64_t>(left, kBlockFrames));

@@ -11,13 +11,23 @@
 #include <utility>
 #include <vector>
 
+#include <tonekit/frame.h>
+
 namespace tonekit::host {
 
 enum class Command { Convert, Info, Help, Version };
 enum class Quality { Normal, High, VeryHigh, Best };
-enum class Filter : uint32_t { Normal = 0, Steep = 1, Steeper = 2 };
+enum class Filter : uint32_t {
+    Normal = TONEKIT_FILTER_NORMAL,
+    Steep = TONEKIT_FILTER_STEEP,
+    Steeper = TONEKIT_FILTER_STEEPER
+};
 enum class DitherChoice { Auto, On, Off };
-enum class DitherMode : uint32_t { Rectangular = 0, Triangular = 1, Shaped = 2 };
+enum class DitherMode : uint32_t {
+    Rectangular = TONEKIT_DITHER_RECTANGULAR,
+    Triangular = TONEKIT_DITHER_TRIANGULAR,
+    Shaped = TONEKIT_DITHER_SHAPED
+};
 enum class HdcdChoice { Auto, On, Off };
 enum class HashKind { Sha256, Sha512 };
 

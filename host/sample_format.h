@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include <tonekit/convert.h>
+
 namespace tonekit::host {
 
 // Interleaved little-endian samples: 8 bit unsigned with silence at 128, 16, 24 (packed into 3 bytes) and 32
@@ -40,10 +42,10 @@ constexpr uint32_t BytesOf(SampleFormat format)
     return BitsOf(format) / 8;
 }
 
-// The converter's format code: 0 integer, 1 float.
+// The converter's format code.
 constexpr uint32_t FormatCodeOf(SampleFormat format)
 {
-    return IsFloat(format) ? 1 : 0;
+    return IsFloat(format) ? TONEKIT_FORMAT_FLOAT : TONEKIT_FORMAT_INTEGER;
 }
 
 // "16 bit", "32 bit float"

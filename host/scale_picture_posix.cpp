@@ -12,8 +12,6 @@ namespace tonekit::host {
 
 namespace {
 
-constexpr uint32_t kLanczos3 = 7;
-
 PixelImage &Image(TonekitBitmap bitmap)
 {
     return *static_cast<PixelImage *>(bitmap);
@@ -79,8 +77,8 @@ void Discard(TonekitDevice *, TonekitBitmap bitmap)
 PixelImage ScalePicture(const PixelImage &image, uint32_t width, uint32_t height)
 {
     TonekitDevice device{Describe, Make, Fetch, Store, Discard};
-    const std::unique_ptr<PixelImage> result(static_cast<PixelImage *>(
-        CreateResampledBitmap(&device, const_cast<PixelImage *>(&image), width, height, kLanczos3)));
+    const std::unique_ptr<PixelImage> result(static_cast<PixelImage *>(CreateResampledBitmap(
+        &device, const_cast<PixelImage *>(&image), width, height, TONEKIT_SCALE_LANCZOS_3)));
     if (!result)
         throw Failure("not enough memory to scale a picture");
     return std::move(*result);

@@ -10,8 +10,6 @@ namespace tonekit::host {
 
 namespace {
 
-constexpr uint32_t kLanczos3 = 7;
-
 struct DeleteBitmap {
     void operator()(HBITMAP bitmap) const { DeleteObject(bitmap); }
 };
@@ -83,7 +81,8 @@ PixelImage ScalePicture(const PixelImage &image, uint32_t width, uint32_t height
     void *pixels = nullptr;
     const BitmapPointer source = MakeBitmap(image.width, image.height, pixels);
     std::memcpy(pixels, image.pixels.data(), image.pixels.size());
-    const BitmapPointer scaled(CreateResampledBitmap(context.get(), source.get(), width, height, kLanczos3));
+    const BitmapPointer scaled(
+        CreateResampledBitmap(context.get(), source.get(), width, height, TONEKIT_SCALE_LANCZOS_3));
     if (!scaled)
         Fail();
     PixelImage result{width, height, {}};

@@ -11,7 +11,6 @@ namespace tonekit::host {
 namespace {
 
 // Samples from an HDCD decoder.
-constexpr uint32_t kHdcdFormatCode = 2;
 constexpr uint32_t kHdcdBits = 32;
 
 // The span of bits by which the library chooses its resampler.
@@ -19,21 +18,21 @@ uint32_t QualitySpan(Quality quality)
 {
     switch (quality) {
     case Quality::Normal:
-        return 0;
+        return TONEKIT_QUALITY_20_BITS;
     case Quality::High:
-        return 24;
+        return TONEKIT_QUALITY_28_BITS;
     case Quality::VeryHigh:
-        return 31;
+        return TONEKIT_QUALITY_32_BITS;
     case Quality::Best:
-        return 33;
+        return TONEKIT_QUALITY_BEST;
     }
-    return 0;
+    return TONEKIT_QUALITY_20_BITS;
 }
 
 void *NewConverter(const Options &options, const Plan &plan)
 {
     const SettingHold hold(CreationSetting(), CreationValue(options));
-    return SRC4_Init(plan.decodeHdcd ? kHdcdFormatCode : FormatCodeOf(plan.source.sample),
+    return SRC4_Init(plan.decodeHdcd ? TONEKIT_FORMAT_HDCD : FormatCodeOf(plan.source.sample),
                      plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample), plan.source.channels,
                      plan.source.rate, FormatCodeOf(plan.target.sample), BitsOf(plan.target.sample),
                      plan.target.channels, plan.target.rate, plan.dither, options.limiter, 0,

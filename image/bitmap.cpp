@@ -12,19 +12,6 @@ namespace tonekit {
 
 namespace {
 
-// Last-error values; the platform's bit for application-defined errors is set in each.
-enum : uint32_t {
-    kNoSource = 0x20000001,
-    kUnreadableSource = 0x20000002,
-    kSourceNotFetched = 0x20000003,
-    kTargetNotCreated = 0x20000004,
-    kUnreadableTarget = 0x20000005,
-    kOutOfMemory = 0x20000006,
-    kEngineFailed = 0x20000007,
-    kResultNotStored = 0x20000008,
-    kBadFilter = 0x20000009,
-};
-
 constexpr uint32_t kLargestSide = 4096;
 constexpr double kLargestRadius = 16.0;
 
@@ -155,36 +142,36 @@ private:
 TonekitBitmap Resample(TonekitDeviceContext dc, TonekitBitmap source, uint32_t width, uint32_t height,
                        const Filter &filter, uint32_t &step)
 {
-    step = kNoSource;
+    step = TONEKIT_BITMAP_NO_SOURCE;
     if (!source)
         return {};
-    step = kUnreadableSource;
+    step = TONEKIT_BITMAP_UNREADABLE_SOURCE;
     Pixels from;
     if (!from.Describe(dc, source))
         return {};
-    step = kTargetNotCreated;
+    step = TONEKIT_BITMAP_TARGET_NOT_CREATED;
     TargetBitmap target(dc);
     if (!target.Create(width, height))
         return {};
-    step = kUnreadableTarget;
+    step = TONEKIT_BITMAP_UNREADABLE_TARGET;
     Pixels to;
     if (!to.Describe(dc, target.get()))
         return {};
-    step = kOutOfMemory;
+    step = TONEKIT_BITMAP_OUT_OF_MEMORY;
     if (!from.Allocate())
         return {};
-    step = kSourceNotFetched;
+    step = TONEKIT_BITMAP_SOURCE_NOT_FETCHED;
     if (!FetchPixels(dc, source, from.header(), from.get()))
         return {};
-    step = kOutOfMemory;
+    step = TONEKIT_BITMAP_OUT_OF_MEMORY;
     if (!to.Allocate())
         return {};
-    step = kEngineFailed;
+    step = TONEKIT_BITMAP_ENGINE_FAILED;
     from.Widen();
     if (!ResampleBitmapPixels(from.get(), from.header().width, from.header().height, to.get(),
                               to.header().width, to.header().height, filter.kernel, filter.radius))
         return {};
-    step = kResultNotStored;
+    step = TONEKIT_BITMAP_RESULT_NOT_STORED;
     to.Narrow();
     if (!StorePixels(dc, target.get(), to.header(), to.get()))
         return {};
@@ -224,7 +211,7 @@ extern "C" TonekitBitmap CreateUserFilterResampledBitmap(TonekitDeviceContext dc
                                                          TonekitKernel kernel, double radius)
 {
     if (!kernel || radius < 0.0 || radius > tonekit::kLargestRadius) {
-        tonekit::WriteLastError(tonekit::kBadFilter);
+        tonekit::WriteLastError(TONEKIT_BITMAP_BAD_FILTER);
         return {};
     }
     return tonekit::ResampleBitmap(dc, source, width, height, {kernel, radius});

@@ -8,9 +8,19 @@
  * Streams
  *
  * A converter turns one stream of interleaved PCM into another: SRC4_Init, then SRC4_Write and SRC4_Read for
- * each buffer of the stream, SRC4_Flush until it declines, SRC4_Deinit. One thread at a time per handle;
- * handles are independent of one another. SRC4_Init allocates all buffers. Later the two ends of the stream
- * need scratch, and the resampler may lengthen its buffers.
+ * each buffer of the stream, SRC4_Flush until it declines, SRC4_Deinit. The loop is,
+ * as examples/stream_wav.c has it:
+ *
+ *     while ((frames = fread(buffer, 4, 4096, in)) > 0) {
+ *         SRC4_Write(converter, buffer, (uint32_t)frames);
+ *         while (SRC4_Read(converter, &block, &blockFrames, &blockBytes))
+ *             total += fwrite(block, 1, blockBytes, out);
+ *     }
+ *     while (SRC4_Flush(converter, &block, &blockFrames, &blockBytes))
+ *         total += fwrite(block, 1, blockBytes, out);
+ *
+ * One thread at a time per handle; handles are independent of one another. SRC4_Init allocates all buffers.
+ * Later the two ends of the stream need scratch, and the resampler may lengthen its buffers.
  *
  * When memory runs out and no new-handler helps, SRC4_Init, SRC4_Read and SRC4_Flush throw std::bad_alloc,
  * and so do the members that they call. Nothing is leaked. A handle that has thrown is to be released; until
@@ -19,11 +29,11 @@
  *
  * Sample encodings, by format code and bits per sample:
  *
- *   - format 0, integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in 3 bytes) and 32
- *     bits, signed from 16 bits up; as input also 64 bits
- *   - format 1, IEEE float, nominal range -1.0 to +1.0: 32 and 64 bits
- *   - format 2, input only, 32 bits: the samples that hdcd_process leaves, to which the gain of SetHDCDGain
- *     is applied
+ *   - TONEKIT_FORMAT_INTEGER, integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in 3
+ * bytes) and 32 bits, signed from 16 bits up; as input also 64 bits
+ *   - TONEKIT_FORMAT_FLOAT, IEEE float, nominal range -1.0 to +1.0: 32 and 64 bits
+ *   - TONEKIT_FORMAT_HDCD, input only, 32 bits: the samples that hdcd_process leaves, to which the gain of
+ * SetHDCDGain is applied
  *
  * Channel orders, by count:
  *
@@ -37,6 +47,26 @@
  *
  * Of 3 input channels the third is ignored, of more than 8 those behind the eighth.
  *
+ * Gains of a change of channels are constants of four decimal places. Each is a whole number of decibels, so
+ * that every step away from a channel's own place halves its power: 0.7079 is -3 dB, 0.5012 -6 dB, 0.3548 -9
+ * dB, 0.2512 -12 dB and 0.1778 -15 dB; the one exception is 0.4898, -6.2 dB (back to surround, 8 to 4
+ * channels). 1 and 0.5 are exact. Left and right keep the gain 1 in every pair but those to mono.
+ * convert/README.md lists the matrices of all 49 pairs, and which of them can exceed full scale.
+ *
+ * Blocks and delay. A converter works in blocks of input frames. With r = outputRate / inputRate a block is
+ *
+ *   - 262144 frames at equal rates
+ *   - 65536 / r, rounded down, at least 512, from a lower rate to a higher one
+ *   - 65536 * (1 - r), rounded down, at least 512, from a higher rate to a lower one
+ *
+ * frames: 60211 from 44100 to 48000 Hz, 5324 back. SRC4_Read declines until a block is full, so the first
+ * output comes after that many frames of input. From then on the output lags the input by the frames that
+ * wait for a full block, by an edge of about 50 ms that is held back at unequal rates (2400 frames at 48000
+ * Hz), and by half the length of the filter. From 44100 to 48000 Hz the first block brings 62769 of its 65536
+ * frames at TONEKIT_QUALITY_28_BITS: 2400 are held back and 367 are inside the filter; the steepest filter
+ * holds 8701. The flush brings all of them, and the whole output has the length of the input. Members
+ * blockFrames and outputEdgeFrames of the classes hold the numbers of a converter.
+ *
  * Nothing is rejected. An input encoding that isn't listed reads as silence, an output encoding that isn't
  * listed leaves the output bytes unwritten, and a pair of channel counts without a matrix (3, 0 or more than
  * 8 output channels) gives silence of the right length.
@@ -45,6 +75,17 @@
  * up by the mix; dither; to the output encoding. At equal rates the work is done in double. Integer PCM with
  * equal encodings, channels and rates is copied byte for byte, without dither.
  */
+
+/* Format codes. */
+#define TONEKIT_FORMAT_INTEGER 0u
+#define TONEKIT_FORMAT_FLOAT 1u
+#define TONEKIT_FORMAT_HDCD 2u /* input only: what hdcd_process leaves, 32 bits */
+
+/* Resampler qualities: values for qualityHigh with a qualityLow of 0. Each is the lowest of its span. */
+#define TONEKIT_QUALITY_20_BITS 0u  /* 0 to 23: precision of 20 bits, in float */
+#define TONEKIT_QUALITY_28_BITS 24u /* 24 to 30: 28 bits, in float */
+#define TONEKIT_QUALITY_32_BITS 31u /* 31 and 32: 32 bits, in double */
+#define TONEKIT_QUALITY_BEST 33u    /* from 33 on: 56 bits or the most that the resampler has, in double */
 
 #ifdef __cplusplus
 extern "C" {

@@ -111,6 +111,9 @@ TONEKIT_API tonekit_char16 *UNC_RemoveUnicodeAPIPath(const tonekit_char16 *path)
  * be called from any thread at any time.
  */
 
+/* What the functions below return when they refuse. */
+#define TONEKIT_ENCODE_REFUSED 0xFFFFFFFFu
+
 /**
  * Encodes data in this library's own UU packing. It has the characters of the classical uuencode, space
  * (0x20) to underscore (0x5F), but neither its bit order nor its lines, and only UUDecode reads it.
@@ -134,7 +137,8 @@ TONEKIT_API uint32_t UUEncode(const void *data, int32_t length, char **text);
  * @param text    zero-terminated; a single character behind the last group of four is ignored
  * @param data    gets new memory with the bytes, not terminated; to be given back even if there are none
  * @param length  gets the number of bytes: 3 for 4 characters, 1 for 2 left over, 2 for 3 left over
- * @return 0; 0xFFFFFFFF for an empty or null text, and for one whose bytes could not be counted in 32 bits
+ * @return 0; TONEKIT_ENCODE_REFUSED for an empty or null text, and for one whose bytes could not be counted
+ * in 32 bits
  */
 TONEKIT_API uint32_t UUDecode(const char *text, void **data, uint32_t *length);
 
@@ -147,7 +151,8 @@ TONEKIT_API void UUFreeMem(void *memory);
  * @param data    length bytes, anywhere
  * @param length  1 to 268435455 (2^28 - 1)
  * @param text    gets the new text: 4 characters for every 3 bytes begun, and the terminating zero
- * @return 0; 0xFFFFFFFF for length 0 (unlike UUEncode), for a length from 2^28 on, and for null data
+ * @return 0; TONEKIT_ENCODE_REFUSED for length 0 (unlike UUEncode), for a length from 2^28 on, and for null
+ * data
  */
 TONEKIT_API uint32_t BASE64Encode(const void *data, uint32_t length, char **text);
 
@@ -161,8 +166,8 @@ TONEKIT_API uint32_t BASE64Encode(const void *data, uint32_t length, char **text
  * @param text    zero-terminated
  * @param data    gets new memory with the bytes, not terminated; to be given back even if there are none
  * @param length  gets the number of bytes, which can be 0: the texts "T" and "A=" are valid
- * @return 0; 0xFFFFFFFF for an empty or null text, for one with any other character, even behind a '=', and
- *         for one whose bytes could not be counted in 32 bits
+ * @return 0; TONEKIT_ENCODE_REFUSED for an empty or null text, for one with any other character, even behind
+ * a '=', and for one whose bytes could not be counted in 32 bits
  */
 TONEKIT_API uint32_t BASE64Decode(const char *text, void **data, uint32_t *length);
 

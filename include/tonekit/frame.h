@@ -43,13 +43,29 @@ extern "C" {
  *
  * Each is one process-wide value that lives as long as the process. Any thread may read or write at any time
  * without a lock: a reader sees the old value or the new one. No setter reports a rejected value.
+ *
+ * SRC4_Init reads the filter mode, aliasing and whether dither is allowed, and a converter keeps what it has
+ * read. So a program whose converters need different filters sets the mode and creates the converter under
+ * one lock of its own (the global lock below serves), and afterwards the converters run side by side. The
+ * dither mode and the HDCD gain are read at every block: all converters of a process that dither or take HDCD
+ * input share them at any time.
  */
+
+/* Modes of SetSampleRateConverterParameters2. */
+#define TONEKIT_FILTER_NORMAL 0u  /* pass band to about 0.91 of Nyquist */
+#define TONEKIT_FILTER_STEEP 1u   /* to about 0.982 */
+#define TONEKIT_FILTER_STEEPER 2u /* to about 0.995 */
+
+/* Modes of SetDitherParameters. */
+#define TONEKIT_DITHER_RECTANGULAR 0u
+#define TONEKIT_DITHER_TRIANGULAR 1u /* high-pass triangular */
+#define TONEKIT_DITHER_SHAPED 2u     /* triangular, with noise shaping */
 
 /**
  * Chooses the resampling filter of converters set up from now on; a running converter does not change.
  *
- * @param mode      0 normal, 1 steep (pass band to about 0.982 of Nyquist), 2 steeper (about 0.995). Any
- *                  other value stores 0.
+ * @param mode      TONEKIT_FILTER_NORMAL, TONEKIT_FILTER_STEEP or TONEKIT_FILTER_STEEPER. Any other value
+ *                  stores TONEKIT_FILTER_NORMAL.
  * @param aliasing  non-zero lets the stop band begin above the Nyquist frequency, which shortens the filter
  *                  and allows a little aliasing; it counts only between rates of 44100 Hz and up. Any value
  *                  is stored.
@@ -61,9 +77,9 @@ TONEKIT_API void SetSampleRateConverterParameters2(uint32_t mode, uint8_t aliasi
  *
  * @param enable  non-zero allows dither in converters set up from now on (they must also ask for it
  *                themselves); starts as 0
- * @param mode    0 rectangular, 1 high-pass triangular, 2 triangular with noise shaping; starts as 1; takes
- *                effect at the next block, in running converters too. Any other value leaves the mode as it
- *                was.
+ * @param mode    TONEKIT_DITHER_RECTANGULAR, TONEKIT_DITHER_TRIANGULAR (at start) or TONEKIT_DITHER_SHAPED;
+ *                takes effect at the next block, in running converters too. Any other value leaves the mode
+ *                as it was.
  */
 TONEKIT_API void SetDitherParameters(uint32_t enable, uint32_t mode);
 

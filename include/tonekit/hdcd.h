@@ -4,6 +4,11 @@
 
 #include <tonekit/frame.h>
 
+/* Results of hdcd_detected and the scans. */
+#define TONEKIT_HDCD_NONE 0u  /* no HDCD so far */
+#define TONEKIT_HDCD_CODES 1u /* both channels carry codes that have never changed the sound */
+#define TONEKIT_HDCD_USED 2u  /* both carry codes, and gain or peak extension was used */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -17,9 +22,11 @@ extern "C" {
  * The usual order of calls:
  *
  *   1. hdcd_new
- *   2. hdcd_scan or hdcd_scan16 on block after block, until the answer is 2 or enough has been heard
+ *   2. hdcd_scan or hdcd_scan16 on block after block, until the answer is TONEKIT_HDCD_USED or enough has
+ * been heard
  *   3. hdcd_reset, because a scan leaves the decoder in the middle of the stream
- *   4. hdcd_process on block after block, in stream order; a converter takes the result as format code 2
+ *   4. hdcd_process on block after block, in stream order; a converter takes the result as
+ * TONEKIT_FORMAT_HDCD
  *   5. hdcd_free
  *
  * A decoder always works on two channels of 16 bits and counts its times in frames as if at 44100 Hz,
@@ -81,9 +88,9 @@ TONEKIT_API void hdcd_free(HdcdDecoder *decoder);
 /**
  * Tells what the blocks so far have shown, by the state at the end of each.
  *
- * @return 0: no HDCD so far, or in one channel only. 1: both channels carry codes, but these have never
- *         changed the sound. 2: both carry codes, and gain or peak extension was used. It never falls until a
- *         reset. 0 for null.
+ * @return TONEKIT_HDCD_NONE: no HDCD so far, or in one channel only, or a null decoder. TONEKIT_HDCD_CODES:
+ *         both channels carry codes, but these have never changed the sound. TONEKIT_HDCD_USED: both carry
+ *         codes, and gain or peak extension was used. It never falls until a reset.
  */
 TONEKIT_API uint32_t hdcd_detected(const HdcdDecoder *decoder);
 

@@ -83,6 +83,32 @@ typedef TonekitDevice *TonekitDeviceContext;
 
 #endif
 
+/* Filters of CreateResampledBitmap. */
+#define TONEKIT_SCALE_B_SPLINE_2 0u /* quadratic B-spline */
+#define TONEKIT_SCALE_BOX 1u
+#define TONEKIT_SCALE_CATMULL_ROM 2u
+#define TONEKIT_SCALE_COSINE 3u     /* raised cosine */
+#define TONEKIT_SCALE_CUBIC_6 4u    /* six-point cubic */
+#define TONEKIT_SCALE_B_SPLINE_3 5u /* cubic B-spline */
+#define TONEKIT_SCALE_HERMITE 6u
+#define TONEKIT_SCALE_LANCZOS_3 7u
+#define TONEKIT_SCALE_LANCZOS_8 8u
+#define TONEKIT_SCALE_MITCHELL 9u
+#define TONEKIT_SCALE_QUADRATIC 10u           /* interpolating quadratic */
+#define TONEKIT_SCALE_B_SPLINE_2_EXPANDED 11u /* quadratic B-spline, multiplied out */
+#define TONEKIT_SCALE_TRIANGLE 12u
+
+/* Last-error values of the two functions below. */
+#define TONEKIT_BITMAP_NO_SOURCE 0x20000001u
+#define TONEKIT_BITMAP_UNREADABLE_SOURCE 0x20000002u
+#define TONEKIT_BITMAP_SOURCE_NOT_FETCHED 0x20000003u
+#define TONEKIT_BITMAP_TARGET_NOT_CREATED 0x20000004u
+#define TONEKIT_BITMAP_UNREADABLE_TARGET 0x20000005u
+#define TONEKIT_BITMAP_OUT_OF_MEMORY 0x20000006u
+#define TONEKIT_BITMAP_ENGINE_FAILED 0x20000007u
+#define TONEKIT_BITMAP_RESULT_NOT_STORED 0x20000008u
+#define TONEKIT_BITMAP_BAD_FILTER 0x20000009u
+
 /**
  * Scales a bitmap with one of thirteen filters.
  *
@@ -111,17 +137,17 @@ typedef TonekitDevice *TonekitDeviceContext;
  *         elsewhere), or null. With null the last-error value (GetLastError on Windows, errno elsewhere) is
  *         one of the codes below; success leaves it as it was. All that a failed call has made is released.
  *
- * | code       | meaning                                                                    |
- * |------------|----------------------------------------------------------------------------|
- * | 0x20000001 | no source bitmap                                                           |
- * | 0x20000002 | the source can't be read, or isn't one plane of 24 or 32 bits              |
- * | 0x20000003 | the source's pixels couldn't be fetched in full                            |
- * | 0x20000004 | the target bitmap couldn't be created                                      |
- * | 0x20000005 | the target can't be read, or isn't one plane of 24 or 32 bits              |
- * | 0x20000006 | out of memory for a pixel buffer, or a bitmap too large for one (4 GiB)    |
- * | 0x20000007 | the engine failed: out of memory, an empty bitmap, or a kernel that throws |
- * | 0x20000008 | the result couldn't be stored in full                                      |
- * | 0x20000009 | a bad filter argument                                                      |
+ * | TONEKIT_BITMAP                  | meaning                                                             |
+ * |---------------------------------|---------------------------------------------------------------------|
+ * | 0x20000001, _NO_SOURCE          | no source bitmap                                                    |
+ * | 0x20000002, _UNREADABLE_SOURCE  | the source can't be read, or isn't one plane of 24 or 32 bits       |
+ * | 0x20000003, _SOURCE_NOT_FETCHED | the source's pixels couldn't be fetched in full                     |
+ * | 0x20000004, _TARGET_NOT_CREATED | the target bitmap couldn't be created                               |
+ * | 0x20000005, _UNREADABLE_TARGET  | the target can't be read, or isn't one plane of 24 or 32 bits       |
+ * | 0x20000006, _OUT_OF_MEMORY      | no memory for a pixel buffer, or a bitmap too large for one (4 GiB) |
+ * | 0x20000007, _ENGINE_FAILED      | out of memory, an empty bitmap, or a kernel that throws             |
+ * | 0x20000008, _RESULT_NOT_STORED  | the result couldn't be stored in full                               |
+ * | 0x20000009, _BAD_FILTER         | a bad filter argument                                               |
  *
  * No state is kept: calls on different bitmaps may run at once, as far as the device allows it. No exception
  * leaves the call; one that a kernel or an operation of the device raises counts as that one's failure.

@@ -40,9 +40,22 @@ extern "C" {
  * Memory. Texts and data that are handed out lie inside the block. They stay valid until the next add to that
  * block, or until ID3Helper_Free. Arguments are copied and never kept.
  *
+ * A walk over all texts, as examples/tag_block.c has it:
+ *
+ *     for (bool more = ID3Helper_GetFirst(block, &item); more; more = ID3Helper_GetNext(block, &item))
+ *         printf("%s = %s\n", item.key, item.value);
+ *
  * Threads. No locks. One writer at a time per block and nobody else while it writes; any number of threads
  * may read and walk one block side by side while nobody adds.
  */
+
+/* What ID3Helper_GetChapter_Position returns for a chapter that isn't there. */
+#define TONEKIT_NO_POSITION UINT64_MAX
+
+/* Picture types in common use; any value from 0 to 255 is stored. */
+#define TONEKIT_PICTURE_OTHER 0u
+#define TONEKIT_PICTURE_FRONT_COVER 3u
+#define TONEKIT_PICTURE_BACK_COVER 4u
 
 /** A tag block; made by ID3Helper_Alloc or ID3Helper_Copy, released by ID3Helper_Free. */
 typedef struct TagBlock TagBlock;
@@ -270,7 +283,7 @@ TONEKIT_API uint32_t ID3Helper_GetChapterCount_Name(const TagBlock *block);
  *
  * @param number  taken as unsigned. 0 equals the number of every key that is no position key, so that all
  *                ordinary tags are read as time strings.
- * @return the position in units of 100 ns; all bits set if there is none
+ * @return the position in units of 100 ns; TONEKIT_NO_POSITION if there is none
  */
 TONEKIT_API uint64_t ID3Helper_GetChapter_Position(const TagBlock *block, int32_t number);
 

@@ -1,5 +1,6 @@
 // frozen_abi.cpp: the public headers declare what version 1.0 declares, to a caller in C++. Compiled, never
 // run.
+#include "tests/abi/constants.h"
 #include "tests/abi/prototypes.h"
 #include "tests/abi/records.h"
 
