@@ -4,6 +4,8 @@
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
 
 namespace tonekit::host {
 namespace {
@@ -157,6 +159,34 @@ TEST(Options, TheManualTellsOfEveryOptionInTheHelp)
         options++;
     }
     EXPECT_GT(options, 25u);
+}
+
+// The text of a manual's line without its marks: .BR \-r ", " \-\-rate " \fIHZ\fR" is -r, --rate HZ.
+std::string WithoutMarks(std::string line)
+{
+    const std::regex blank(" +(?=(?:[^\"]*\"[^\"]*\")*[^\"]*$)"); // outside of quotes
+    line = std::regex_replace(line.substr(line.find(' ') + 1), blank, "");
+    return std::regex_replace(line, std::regex(R"(\\f[A-Z]|\\(?=-)|")"), "");
+}
+
+TEST(Options, TheHelpHasEveryOptionOfTheManualWithItsValue)
+{
+    const std::string manual = test::ReadText(TONEKIT_SOURCE_DIR "/docs/tonekit-convert.1");
+    const size_t start = manual.find(".SH OPTIONS");
+    std::istringstream lines(manual.substr(start, manual.find(".SH EXIT STATUS") - start));
+    const std::string help = HelpText();
+    size_t options = 0;
+    for (std::string line, last; std::getline(lines, line); last = line) {
+        if (last != ".TP" || line.find("\\-") == std::string::npos)
+            continue;
+        const std::string option = WithoutMarks(line);
+        // What the help says of it follows after blanks or in a line of its own.
+        const bool found =
+            help.find(option + "  ") != std::string::npos || help.find(option + "\n") != std::string::npos;
+        EXPECT_TRUE(found) << option;
+        options++;
+    }
+    EXPECT_GT(options, 30u);
 }
 
 TEST(Options, HelpFitsIntoEightyColumns)
