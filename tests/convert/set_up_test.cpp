@@ -1,6 +1,7 @@
 // set_up_test.cpp: what a converter derives from its arguments and from the settings.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <iterator>
@@ -383,6 +384,28 @@ TEST_F(SetUp, EveryBufferHas16SpareElements)
                       row.element * (6 * (row.block + 2 * row.inputEdge) + 16));
         }
     }
+}
+
+// Memory comes with other bytes in it here.
+TEST_F(SetUp, StagesAndTheDithersOfEveryChannelStartFromZero)
+{
+    for (const uint32_t span : {0u, 33u})
+        for (const uint32_t outputRate : {48000u, 44100u}) {
+            std::vector<AllocationRequest> requests;
+            RecordAllocations(&requests);
+            const Handle c(SRC4_Init(0, 16, 2, 48000, 0, 24, 6, outputRate, true, false, 0, span));
+            RecordAllocations(nullptr);
+            const void *const zeroed[] = {c->floatDithers, c->doubleDithers, c->stageFloatBase,
+                                          c->stageDoubleBase};
+            int seen = 0;
+            for (const void *memory : zeroed) {
+                const auto *bytes = static_cast<const uint8_t *>(memory);
+                const size_t count = BytesAt(requests, memory);
+                EXPECT_EQ(std::count(bytes, bytes + count, 0), static_cast<int64_t>(count));
+                seen += count != 0;
+            }
+            EXPECT_EQ(seen, outputRate == 48000 ? 1 : 2);
+        }
 }
 
 TEST_F(SetUp, InitHandsTheBuffersOver)

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 
 extern "C" {
 void *__real_malloc(std::size_t bytes);
@@ -33,6 +34,14 @@ void *Record(void *memory, std::size_t bytes)
     if (memory && recorded)
         recorded->push_back({memory, bytes});
     return memory;
+}
+
+// The same for memory that may come with anything in it.
+void *Dirty(void *memory, std::size_t bytes)
+{
+    if (memory && recorded)
+        std::memset(memory, 0xEE, bytes);
+    return Record(memory, bytes);
 }
 
 } // namespace
@@ -104,7 +113,7 @@ void RecordAllocations(std::vector<AllocationRequest> *requests)
 void *__wrap_malloc(std::size_t bytes)
 {
     return tonekit::CountRequest() ? nullptr
-                                   : tonekit::Record(tonekit::CountGiven(__real_malloc(bytes)), bytes);
+                                   : tonekit::Dirty(tonekit::CountGiven(__real_malloc(bytes)), bytes);
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t bytes)

@@ -192,6 +192,21 @@ TEST_P(TagBlockTest, HiddenKeysAreFoundAndTakenButNotWalked)
     EXPECT_EQ(WalkedKeys(), (std::vector<std::string>{"!*?id3x2", "!*?ID"}));
 }
 
+// The prefix alone hides an item, even where the bytes in use end with it.
+TEST_P(TagBlockTest, ATornItemIsHiddenByItsPrefixAlone)
+{
+    tags.ID3Helper_AddStr(block, "!*?ID3", std::string(100, 'v').c_str());
+    for (const uint32_t prefixBytes : {5u, 6u, 7u}) {
+        block->used = 5 + prefixBytes;
+        TagBlockItem item;
+        memset(&item, 0, sizeof item);
+        EXPECT_FALSE(ID3Helper_GetFirst(block, &item));
+        const bool hidden = prefixBytes >= 6;
+        EXPECT_EQ(item.key != nullptr, hidden) << prefixBytes;
+        EXPECT_EQ(uint32_t{item.cursor}, hidden ? 5u + 7 + 101 : 5 + prefixBytes) << prefixBytes;
+    }
+}
+
 TEST_P(TagBlockTest, ABlockOfHiddenKeysEndsTheWalkAtItsEnd)
 {
     tags.ID3Helper_AddStr(block, "!*?ID3X", "hidden");
