@@ -6,6 +6,7 @@
 #include "python/src/measurements.h"
 #include "python/src/stream.h"
 
+#include <cstdlib>
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/pair.h>
 #include <nanobind/stl/string.h>
@@ -30,12 +31,26 @@ host::SampleFormat SampleOf(uint32_t bits, bool isFloat)
     throw nb::value_error("there is no such sample format");
 }
 
+// The heap gives its end back to the system beyond a limit, which grows with the largest block that was ever
+// mapped and freed. Without one, the memory of each short conversion would be fetched page by page anew.
+void LetHeapKeepStreams()
+{
+    constexpr size_t kBlock = size_t{8} << 20; // never touched
+    static const bool done = [] {
+        void *volatile block = std::malloc(kBlock);
+        std::free(block);
+        return true;
+    }();
+    static_cast<void>(done);
+}
+
 void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint32_t rate,
                 const ArrayFormat &output, const OptionList &options, bool hdcd)
 {
     const host::Options read = ReadOptions(options);
     // The filter is designed here.
     const nb::gil_scoped_release released;
+    LetHeapKeepStreams();
     new (self) Stream(StreamFormat{input, channels, rate, output, hdcd}, read);
 }
 
@@ -65,7 +80,7 @@ void BindStream(nb::module_ &module)
              nb::arg("output"), nb::arg("options"), nb::arg("hdcd"))
         .def("run", &Stream::Run, nb::arg("array").none(), nb::arg("last"), nb::arg("flat"),
              nb::sig("def run(self, array: object | None, last: bool, flat: bool) -> "
-                     "numpy.typing.NDArray[typing.Any]"),
+                     "numpy.typing.NDArray[typing.Any] | None"),
              "Converts the frames of an array and ends the stream if `last` says so.")
         .def("close", &Stream::Close, "Ends the stream and frees its memory.")
         .def_prop_ro("input_channels", &Stream::inputChannels, "Samples in a frame of input.")

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <sys/mman.h>
 
 namespace tonekit::python {
 
@@ -43,6 +44,18 @@ void Widen(uint8_t *to, const uint8_t *from, size_t count)
     }
 }
 
+// Writing large arrays for the first time costs less with large pages; NumPy asks for them too.
+void AskForHugePages(void *memory, size_t size)
+{
+    constexpr size_t kWorthwhile = size_t{4} << 20;
+    constexpr uintptr_t kPage = 4096;
+    if (size < kWorthwhile)
+        return;
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(memory) + size) / kPage * kPage;
+    madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE); // a wish: failure changes nothing
+}
+
 } // namespace
 
 void ResultArray::Reserve(uint64_t frames)
@@ -58,6 +71,7 @@ void ResultArray::Reserve(uint64_t frames)
     static_cast<void>(bytes_.release());
     bytes_.reset(static_cast<uint8_t *>(larger));
     room_ = frames;
+    AskForHugePages(larger, frames * frameBytes);
 }
 
 void ResultArray::Add(const void *samples, uint32_t frames)

@@ -60,7 +60,7 @@ Stream::Stream(const StreamFormat &format, const host::Options &options)
         hdcd_.emplace();
 }
 
-NumpyArray Stream::Run(nb::handle array, bool last, bool flat)
+nb::object Stream::Run(nb::handle array, bool last, bool flat)
 {
     const Occupation occupation(busy_);
     if (ended_) {
@@ -79,14 +79,16 @@ NumpyArray Stream::Run(nb::handle array, bool last, bool flat)
     {
         const nb::gil_scoped_release released;
         SignalCheck signals;
-        if (samples)
-            result.Reserve(last ? ExpectedFrames(samples->frames()) + 1 : 0);
+        if (samples && last)
+            result.Reserve(ExpectedFrames(samples->frames()) + 1);
         if (samples)
             WriteArray(*samples, result, signals);
         if (last)
             Finish(result, signals);
     }
-    return result.Take(flat);
+    if (result.frames() == 0 && !last)
+        return nb::none();
+    return nb::cast(result.Take(flat));
 }
 
 void Stream::Close()

@@ -31,9 +31,10 @@ public:
     Stream(const StreamFormat &format, const host::Options &options);
 
     // Converts the frames of an array and, if `last` says so, ends the stream. `flat` makes the result an
-    // array of one dimension. Releases the GIL meanwhile. Throws nb::python_error with RuntimeError if
-    // another thread is in here, or the stream has ended.
-    NumpyArray Run(nanobind::handle array, bool last, bool flat);
+    // array of one dimension; None stands for an array of no frames while the stream goes on. Releases the
+    // GIL meanwhile. Throws nb::python_error with RuntimeError if another thread is in here, or the stream
+    // has ended.
+    nanobind::object Run(nanobind::handle array, bool last, bool flat);
 
     // Ends the stream without its last frames. Throws as Run does if another thread is in here.
     void Close();

@@ -5,11 +5,12 @@ from __future__ import annotations
 from collections.abc import Iterable, Iterator
 from types import TracebackType
 
+import numpy as np
 import numpy.typing as npt
 
 from . import _core
 from ._options import TABLE, option_list
-from ._samples import Array, Samples, format_of, sample_type, whole
+from ._samples import Array, Samples, dtype_of, format_of, sample_type, whole
 
 # The options of the table that concern arrays.
 _OF_ARRAYS = {
@@ -49,6 +50,13 @@ def _stream(
     )
 
 
+def _whole(stream: _core.Stream, x: Array | None, flat: bool) -> Array:
+    """Converts what is left of a stream; there is a result, if an empty one."""
+    result = stream.run(x, True, flat)
+    assert result is not None
+    return result
+
+
 def resample(
     x: npt.ArrayLike,
     in_rate: int,
@@ -85,7 +93,7 @@ def resample(
     whole(out_rate, "out_rate")
     options: dict[str, object] = {"quality": quality, "filter": filter, "aliasing": aliasing}
     stream = _stream(samples.type, samples.channels, in_rate, out_rate, samples.type, options)
-    return stream.run(samples.array, True, samples.flat)
+    return _whole(stream, samples.array, samples.flat)
 
 
 def convert(
@@ -143,7 +151,7 @@ def convert(
         "limiter": limiter,
     }
     stream = _stream(samples.type, samples.channels, in_rate, out_rate, out_type, options)
-    return stream.run(samples.array, True, samples.flat and stream.output_channels == 1)
+    return _whole(stream, samples.array, samples.flat and stream.output_channels == 1)
 
 
 class Converter:
@@ -200,7 +208,13 @@ class Converter:
             "limiter": limiter,
         }
         self._stream = _stream(self._in_type, self._in_channels, in_rate, out_rate, self._out_type, options)
+        self._remember_input()
+
+    def _remember_input(self) -> None:
+        """Notes what blocks usually are, so that little has to be asked of them."""
         self._flat = self._in_channels == 1 and self._stream.output_channels == 1
+        self._in_numpy = None if self._in_type == "packed24" else dtype_of(self._in_type)
+        self._in_dimensions = 1 if self._flat else 2
 
     def write(self, x: npt.ArrayLike) -> Array:
         """Takes a block and returns what is ready, which may be an array of 0 frames.
@@ -209,17 +223,30 @@ class Converter:
             With one channel in and out, the first block decides whether results have one dimension or two.
         :raises RuntimeError: after :meth:`flush`, or while another thread is using this converter
         """
-        samples = Samples(x, self._in_type)
-        if self._stream.input_frames == 0:
-            self._flat = samples.flat and self._stream.output_channels == 1
-        return self._stream.run(samples.array, False, self._flat)
+        if type(x) is np.ndarray and x.dtype is self._in_numpy and x.ndim == self._in_dimensions and x.flags.aligned:
+            array = x  # the usual block, of which the extension checks the rest
+        else:
+            samples = Samples(x, self._in_type)
+            array = samples.array
+            if self._stream.input_frames == 0:
+                self._flat = samples.flat and self._stream.output_channels == 1
+                self._in_dimensions = 1 if samples.flat else 2
+        result = self._stream.run(array, False, self._flat)
+        return self._nothing() if result is None else result
+
+    def _nothing(self) -> Array:
+        """An array of no frames."""
+        shape: tuple[int, ...] = (0,) if self._flat else (0, self._stream.output_channels)
+        if self._out_type == "packed24":
+            shape += (3,)
+        return np.empty(shape, dtype_of(self._out_type))
 
     def flush(self) -> Array:
         """Ends the stream and returns its last frames.
 
         :raises RuntimeError: after an earlier flush, or while another thread is using this converter
         """
-        return self._stream.run(None, True, self._flat)
+        return _whole(self._stream, None, self._flat)
 
     def process(self, blocks: Iterable[npt.ArrayLike]) -> Iterator[Array]:
         """Converts all blocks of an iterable, and yields what is ready, without empty arrays, to the end of the stream.

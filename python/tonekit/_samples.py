@@ -40,6 +40,11 @@ def format_of(name: str) -> _core.ArrayFormat:
     return _ARRAY_FORMATS[name]
 
 
+def dtype_of(name: str) -> np.dtype[Any]:
+    """The dtype of arrays of a sample type."""
+    return _DTYPES[name]
+
+
 def name_of(bits: int, is_float: bool) -> str:
     """The sample type of a file: 24 bits come as int24."""
     return next(n for n, f in _FORMATS.items() if f[:2] == (bits, is_float))

@@ -75,7 +75,6 @@ class Decoder(Converter):
         self._in_channels = 2
         self._in_type = "int16"
         self._out_type = sample_type(dtype, "dtype")
-        self._flat = False
         decibels = whole(gain, "gain")
         if not 0 <= decibels <= 6:
             raise ValueError(f"gain must be a whole number from 0 to 6, not {gain}")
@@ -90,8 +89,10 @@ class Decoder(Converter):
             "limiter": limiter,
         }
         self._stream = _stream("int16", 2, in_rate, out_rate, self._out_type, options, hdcd=True)
+        self._remember_input()
 
     def write(self, x: npt.ArrayLike) -> npt.NDArray[np.generic]:
         """Takes int16 samples of shape ``(frames, 2)`` and returns what is ready, as :meth:`tonekit.Converter.write`."""
-        _check(Samples(x))
+        if type(x) is not np.ndarray or x.dtype is not self._in_numpy or x.shape[1:] != (2,):
+            _check(Samples(x))
         return super().write(x)
