@@ -20,23 +20,12 @@ TONEKIT_SIBLING(MixLimitedFloat, void,
                 (const float (*matrix)[8], uint32_t rows, uint32_t inputChannels, uint32_t columns,
                  const float *input, float *output, uint32_t frames, float *gain));
 
-TONEKIT_SIBLING(FloatDitherProcessBlock, void,
-                (FloatDither * dither, int32_t mode, float scale, float *samples, uint32_t count,
-                 uint32_t stride));
-TONEKIT_SIBLING(DoubleDitherProcessBlock, void,
-                (DoubleDither * dither, int32_t mode, double scale, double *samples, uint32_t count,
-                 uint32_t stride));
-
 TONEKIT_SIBLING(FloatDitherProcessFrames, void,
                 (FloatDither * dithers, int32_t mode, float scale, float *samples, uint32_t frames,
                  uint32_t channels));
 TONEKIT_SIBLING(DoubleDitherProcessFrames, void,
                 (DoubleDither * dithers, int32_t mode, double scale, double *samples, uint32_t frames,
                  uint32_t channels));
-
-TONEKIT_SIBLING(BiquadRunDouble, void,
-                (Biquad * filter, uint32_t count, const double *input, double *output));
-TONEKIT_SIBLING(BiquadRunFloat, void, (Biquad * filter, uint32_t count, const float *input, float *output));
 
 TONEKIT_SIBLING(BiquadRunStridedDouble, void,
                 (Biquad * filter, uint32_t count, const double *input, double *output, uint32_t stride));

@@ -23,10 +23,10 @@ namespace {
 // The values stand here as numbers, so that every system gives the same filter whatever its mathematics
 // library.
 constexpr ResamplerRecipe kRecipes[] = {
-    {4, 20, 0.42033251004210753, false},
-    {6, 28, 0.43612210864972273, false},
-    {7, 32, 0.4413292382724795, true},
-    {11, 56, 0.41763670497771965, true},
+    {20, 0.42033251004210753, false},
+    {28, 0.43612210864972273, false},
+    {32, 0.4413292382724795, true},
+    {56, 0.41763670497771965, true},
 };
 
 // Transition band, as a part of the Nyquist frequency, outside the -3 dB point: normal, steep, steeper.

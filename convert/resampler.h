@@ -7,9 +7,8 @@
 
 namespace tonekit {
 
-// A resampler quality: recipe number, precision and place of the filter's -3 dB point.
+// A resampler quality: precision and place of the filter's -3 dB point.
 struct ResamplerRecipe {
-    uint32_t number;    // 4, 6, 7, 11
     double precision;   // bits
     double halfPower;   // -3 dB point of the prototype filter as a part of its transition, see resampler.cpp
     bool useDoublePath; // samples go through the resampler in double

@@ -43,5 +43,3 @@
 
 // Declares the body of the same tier of a function that another unit defines. A call of it is direct.
 #define TONEKIT_SIBLING(function, result, arguments) result function arguments TONEKIT_LABEL(function)
-#define TONEKIT_MEMBER_SIBLING(function, symbol, result, arguments)                                          \
-    result function arguments TONEKIT_LABEL(symbol)

@@ -98,15 +98,16 @@ TEST_F(SetUp, RatesOfZeroDoNotCrash)
 TEST_F(SetUp, TakesTheRecipeFromTheUnsignedSpan)
 {
     struct Row {
-        uint32_t low, high, recipe;
+        uint32_t low, high, precision;
         bool doublePath;
     };
     constexpr Row kRows[] = {
-        {5, 5, 4, false}, {0, 23, 4, false}, {0, 24, 6, false},         {8, 38, 6, false}, {0, 31, 7, true},
-        {1, 33, 7, true}, {0, 33, 11, true}, {0, 0xFFFFFFFF, 11, true}, {10, 9, 11, true},
+        {5, 5, 20, false},  {0, 23, 20, false},        {0, 24, 28, false},
+        {8, 38, 28, false}, {0, 31, 32, true},         {1, 33, 32, true},
+        {0, 33, 56, true},  {0, 0xFFFFFFFF, 56, true}, {10, 9, 56, true},
     };
     for (const Row &row : kRows) {
-        EXPECT_EQ(RecipeForSpan(row.high - row.low).number, row.recipe);
+        EXPECT_EQ(RecipeForSpan(row.high - row.low).precision, row.precision);
         const Handle c(SRC4_Init(0, 16, 1, 44100, 0, 16, 1, 48000, false, false, row.low, row.high));
         EXPECT_EQ(c->useDoublePath, row.doublePath);
         EXPECT_EQ(c->workInputDouble != nullptr, row.doublePath);
