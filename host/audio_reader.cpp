@@ -7,6 +7,7 @@
 #include "host/paths.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace tonekit::host {
 
@@ -93,6 +94,27 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
             return &container;
     }
     return nullptr;
+}
+
+// The bytes of an ID3v2 tag in front of everything else; 0 where there is none, or nothing after it.
+uint64_t LeadingTagBytes(File &file)
+{
+    unsigned char header[10] = {};
+    size_t got = 0;
+    uint64_t size = 0;
+    for (const std::error_code &error :
+         {file.SeekTo(0), file.Read(header, sizeof(header), got), file.Size(size)}) {
+        if (error)
+            throw std::system_error(error);
+    }
+    if (got < sizeof(header) || std::memcmp(header, "ID3", 3) != 0)
+        return 0;
+    uint64_t bytes = 0; // 7 bits in each byte
+    for (int i = 6; i < 10; i++)
+        bytes = bytes << 7 | (header[i] & 0x7F);
+    constexpr unsigned char kHasFooter = 0x10;
+    bytes += sizeof(header) + (header[5] & kHasFooter ? sizeof(header) : 0);
+    return bytes < size ? bytes : 0;
 }
 
 std::string NameOfPart(int format)
@@ -190,7 +212,11 @@ void AudioReader::Open()
 // Before libsndfile starts, which keeps its own account of the file's position.
 void AudioReader::CheckComplete()
 {
+    uint64_t start = 0;
     try {
+        // libmpg123 would read the tag too, in a time that grows with the square of its frames.
+        start = LeadingTagBytes(stream_.file());
+        stream_.SkipTo(start);
         if (const uint64_t missing = MissingBytes(stream_.file()))
             Fail(missing == 1
                      ? "the file is cut off"
@@ -198,7 +224,7 @@ void AudioReader::CheckComplete()
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
-    if (const std::error_code error = stream_.file().SeekTo(0))
+    if (const std::error_code error = stream_.file().SeekTo(start))
         Fail(error.message());
 }
 

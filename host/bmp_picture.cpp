@@ -2,6 +2,7 @@
 #include "host/bmp_picture.h"
 
 #include "host/failure.h"
+#include "host/platform.h"
 
 #include <bit>
 #include <cstdlib>
@@ -109,8 +110,8 @@ Layout ReadLayout(const Bytes &bytes)
     ReadBitFields(bytes, compression, headerSize, layout);
     if (layout.bits <= 8 && (layout.colours == 0 || layout.colours > 1u << layout.bits))
         layout.colours = 1u << layout.bits;
-    if (layout.width == 0 || layout.height == 0 || uint64_t{layout.width} * layout.height > kMostPixels)
-        throw Failure("a BMP of this size can't be read");
+    if (layout.width == 0 || layout.height == 0 || uint64_t{layout.width} * layout.height > MostPixels())
+        throw Failure("a BMP of this size can't be read (--memory allows more)");
     return layout;
 }
 
@@ -163,6 +164,8 @@ PixelImage DecodeBmp(const std::vector<uint8_t> &file)
     PixelImage image{layout.width, layout.height, {}};
     image.pixels.resize(size_t{layout.width} * layout.height * 4);
     for (uint32_t y = 0; y < layout.height; y++) {
+        if (InterruptNoted())
+            throw Interrupted();
         const uint32_t line = layout.topDown ? y : layout.height - 1 - y;
         for (uint32_t x = 0; x < layout.width; x++)
             PutPixel(bytes, layout, layout.pixels + rowBytes * line, x,

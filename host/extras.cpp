@@ -3,6 +3,7 @@
 
 #include "host/cover.h"
 #include "host/failure.h"
+#include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/platform.h"
 
@@ -14,7 +15,10 @@ namespace tonekit::host {
 namespace {
 
 // Nobody means a file larger than this to go into a tag.
-constexpr uint64_t kLargestFile = uint64_t{256} << 20;
+uint64_t LargestFile()
+{
+    return MemoryLimit() / 4;
+}
 
 std::vector<uint8_t> ReadWhole(const std::string &name)
 {
@@ -29,8 +33,8 @@ std::vector<uint8_t> ReadWhole(const std::string &name)
     error = file.OpenToRead(PathFromUtf8(name));
     if (!error)
         error = file.Size(size);
-    if (!error && size > kLargestFile)
-        throw Failure(name + ": is too large");
+    if (!error && size > LargestFile())
+        throw Failure(name + ": is too large (--memory allows more)");
     std::vector<uint8_t> bytes(error ? 0 : static_cast<size_t>(size));
     size_t got = 0;
     if (!error)

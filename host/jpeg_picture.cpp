@@ -2,6 +2,8 @@
 #include "host/jpeg_picture.h"
 
 #include "host/failure.h"
+#include "host/memory_limit.h"
+#include "host/platform.h"
 
 #include <algorithm>
 #include <csetjmp>
@@ -21,6 +23,7 @@ namespace {
 // the calls.
 struct ErrorManager {
     jpeg_error_mgr base;
+    jpeg_progress_mgr progress;
     std::jmp_buf back;
     char message[JMSG_LENGTH_MAX];
 };
@@ -35,8 +38,22 @@ void LeaveCodec(j_common_ptr codec)
 // Damaged data that the codec can work around is not worth a word.
 void SayNothing(j_common_ptr) {}
 
+// Runs for every row of blocks of every scan. A progressive picture may repeat its scans without end.
+void WatchWork(j_common_ptr codec)
+{
+    constexpr int kMostScans = 200;
+    auto *manager = reinterpret_cast<ErrorManager *>(codec->err);
+    const bool tooMany =
+        codec->is_decompressor && reinterpret_cast<j_decompress_ptr>(codec)->input_scan_number > kMostScans;
+    if (!tooMany && !InterruptNoted())
+        return;
+    std::strcpy(manager->message, tooMany ? "a JPEG of so many scans can't be read" : "interrupted");
+    std::longjmp(manager->back, 1);
+}
+
 void Prepare(ErrorManager &manager, jpeg_error_mgr *&slot)
 {
+    manager.progress.progress_monitor = WatchWork;
     slot = jpeg_std_error(&manager.base);
     manager.base.error_exit = LeaveCodec;
     manager.base.output_message = SayNothing;
@@ -88,6 +105,7 @@ bool ReadHeader(jpeg_decompress_struct &codec, ErrorManager &manager, FILE *stre
     if (setjmp(manager.back))
         return false;
     jpeg_create_decompress(&codec);
+    codec.progress = &manager.progress;
     jpeg_stdio_src(&codec, stream);
     jpeg_read_header(&codec, TRUE);
     return true;
@@ -122,6 +140,22 @@ bool ReadRows(jpeg_decompress_struct &codec, ErrorManager &manager, uint8_t *pix
     return true;
 }
 
+// The decoded rows, and the coefficients of pictures that come in several scans, which the codec keeps whole.
+// Pictures that are decoded smaller than they are still take time by their own size.
+bool NeedsTooMuch(jpeg_decompress_struct &codec)
+{
+    constexpr uint64_t kMostSmaller = 16;
+    const uint64_t pixels = uint64_t{codec.image_width} * codec.image_height;
+    const bool keepsCoefficients = jpeg_has_multiple_scans(&codec);
+    uint64_t coefficients = 0;
+    for (int i = 0; keepsCoefficients && i < codec.num_components; i++) {
+        const jpeg_component_info &part = codec.comp_info[i];
+        coefficients += uint64_t{part.width_in_blocks} * part.height_in_blocks * DCTSIZE2;
+    }
+    return uint64_t{codec.output_width} * codec.output_height > MostPixels() ||
+           pixels > MostPixels() * kMostSmaller || coefficients * sizeof(JCOEF) > MemoryLimit() * 3 / 8;
+}
+
 // Pictures for print say how much ink; those of the common maker say how much is left out.
 void InkToLight(PixelImage &image, bool inverted)
 {
@@ -153,7 +187,12 @@ struct Decoder {
     Decoder &operator=(const Decoder &) = delete;
     ~Decoder() { jpeg_destroy_decompress(&codec); }
 
-    [[noreturn]] void Fail() { throw Failure(manager.message); }
+    [[noreturn]] void Fail()
+    {
+        if (InterruptNoted())
+            throw Interrupted();
+        throw Failure(manager.message);
+    }
 
 private:
     Decoder(const uint8_t *file, size_t bytes) : stream{file, bytes, {}} { Prepare(manager, codec.err); }
@@ -165,6 +204,7 @@ bool Encode(jpeg_compress_struct &codec, ErrorManager &manager, const PixelImage
     if (setjmp(manager.back))
         return false;
     jpeg_create_compress(&codec);
+    codec.progress = &manager.progress;
     jpeg_stdio_dest(&codec, stream);
     codec.image_width = image.width;
     codec.image_height = image.height;
@@ -201,8 +241,8 @@ PixelImage DecodeJpeg(const std::vector<uint8_t> &file, uint32_t size)
     jpeg_decompress_struct &codec = decoder.codec;
     if (!ChooseOutput(codec, decoder.manager, size))
         decoder.Fail();
-    if (uint64_t{codec.output_width} * codec.output_height > kMostPixels)
-        throw Failure("a JPEG of this size can't be read");
+    if (NeedsTooMuch(codec))
+        throw Failure("a JPEG of this size can't be read (--memory allows more)");
     PixelImage image{codec.output_width, codec.output_height, {}};
     image.pixels.resize(size_t{image.width} * image.height * 4);
     const bool ink = codec.out_color_space == JCS_CMYK;
@@ -222,6 +262,8 @@ std::vector<uint8_t> EncodeJpeg(const PixelImage &image, int quality)
     Prepare(manager, codec.err);
     const bool done = Encode(codec, manager, image, quality, HandleOf(stream));
     jpeg_destroy_compress(&codec);
+    if (InterruptNoted())
+        throw Interrupted();
     if (!done)
         throw Failure(manager.message);
     return std::move(stream.written);

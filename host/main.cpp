@@ -3,6 +3,7 @@
 #include "host/failure.h"
 #include "host/file_info.h"
 #include "host/jobs.h"
+#include "host/memory_limit.h"
 #include "host/options.h"
 #include "host/paths.h"
 #include "host/platform.h"
@@ -70,6 +71,7 @@ int Inform(const Options &options)
 
 int Run(const Options &options)
 {
+    SetMemoryLimit(uint64_t{options.memoryMiB} << 20);
     switch (options.command) {
     case Command::Help:
         Print(stdout, HelpText());

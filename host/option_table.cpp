@@ -129,6 +129,8 @@ constexpr OptionRow kRows[] = {
     {nullptr, 0, nullptr, "How the program behaves", nullptr},
     {"jobs", 'j', "N", "convert N files at a time (as many as the machine has cores)",
      [](Options &o, Text v) { o.jobs = Number(v, 1, 256); }},
+    {"memory", 0, "MIB", "the most memory that pictures and tags of a file may take (256)",
+     [](Options &o, Text v) { o.memoryMiB = Number(v, 16, 1 << 20); }},
     {"info", 'i', nullptr, "tell what each INPUT is, and convert nothing",
      [](Options &o, Text) { o.command = Command::Info; }},
     {"json", 0, nullptr, "tell what was done, or what the files are, as one JSON object",

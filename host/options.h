@@ -69,6 +69,7 @@ struct Options {
     std::optional<HashKind> hash;
 
     // How the program behaves.
+    unsigned memoryMiB = 256;     // that pictures and tags of a file may take
     std::optional<unsigned> jobs; // files at a time; as many as there are cores
     bool dryRun = false;
 

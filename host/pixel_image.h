@@ -1,6 +1,8 @@
 // pixel_image.h: a decoded picture.
 #pragma once
 
+#include "host/memory_limit.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -13,7 +15,11 @@ struct PixelImage {
     std::vector<uint8_t> pixels;
 };
 
-// More than any sleeve was ever scanned with; beyond it lie broken headers. 1 GiB of pixels.
-constexpr uint64_t kMostPixels = uint64_t{1} << 28;
+// The pixels that a decoded picture may have under the limit of memory: 4 bytes each, and more than as much
+// again for the file, for a smaller copy and for the codec's coefficients. 4096 by 4096 with 256 MiB.
+inline uint64_t MostPixels()
+{
+    return MemoryLimit() / 16;
+}
 
 } // namespace tonekit::host

@@ -64,6 +64,9 @@ std::filesystem::path ComparableName(const std::filesystem::path &path);
 // Tells whether an existing file may be written by this user.
 bool MayWrite(const std::filesystem::path &path);
 
+// The bytes that the C library's allocator set aside for an allocation.
+size_t SizeOfAllocation(void *memory);
+
 // Makes sure that standard input, output and error are there, before any file is opened: where the caller
 // closed one, the next file would get its number, and messages would go into the audio.
 void KeepStandardStreams();

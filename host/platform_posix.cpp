@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -200,6 +201,11 @@ std::filesystem::path ComparableName(const std::filesystem::path &path)
 bool MayWrite(const std::filesystem::path &path)
 {
     return access(path.c_str(), W_OK) == 0;
+}
+
+size_t SizeOfAllocation(void *memory)
+{
+    return malloc_usable_size(memory);
 }
 
 void KeepStandardStreams()

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <utility>
 #include <windows.h>
@@ -244,6 +245,11 @@ void RemoveIfLeftBehind(const std::filesystem::path &path)
     const auto touched = std::filesystem::last_write_time(path, error);
     if (!error && std::filesystem::file_time_type::clock::now() - touched > std::chrono::hours(24))
         std::filesystem::remove(path, error);
+}
+
+size_t SizeOfAllocation(void *memory)
+{
+    return _msize(memory);
 }
 
 void KeepStandardStreams()

@@ -1,6 +1,7 @@
 // sound_stream.cpp: libsndfile's virtual file over the platform's files.
 #include "host/sound_stream.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace tonekit::host {
@@ -16,14 +17,14 @@ sf_count_t Length(void *user)
 {
     uint64_t size = 0;
     Stream(user).Note(Stream(user).file().Size(size));
-    return static_cast<sf_count_t>(size);
+    return static_cast<sf_count_t>(size - std::min(size, Stream(user).start()));
 }
 
 sf_count_t Tell(void *user)
 {
     uint64_t position = 0;
     Stream(user).Note(Stream(user).file().Tell(position));
-    return static_cast<sf_count_t>(position);
+    return static_cast<sf_count_t>(position - std::min(position, Stream(user).start()));
 }
 
 sf_count_t Seek(sf_count_t offset, int whence, void *user)
@@ -36,7 +37,8 @@ sf_count_t Seek(sf_count_t offset, int whence, void *user)
     // Broken headers lead to places before the start; that is the header's fault and no error of the system.
     if (offset + base < 0)
         return -1;
-    Stream(user).Note(Stream(user).file().SeekTo(static_cast<uint64_t>(offset + base)));
+    Stream(user).Note(
+        Stream(user).file().SeekTo(static_cast<uint64_t>(offset + base) + Stream(user).start()));
     return offset + base;
 }
 

@@ -19,6 +19,9 @@ public:
     ~SoundStream();
 
     File &file() { return file_; }
+    // Lets libsndfile's file begin at this place of the open one.
+    void SkipTo(uint64_t start) { start_ = start; }
+    uint64_t start() const { return start_; }
     // Starts libsndfile on the open file; on failure handle() is null.
     void Start(int mode, SF_INFO &info);
     // Lets libsndfile write what it still holds; the file stays open.
@@ -33,6 +36,7 @@ public:
 
 private:
     File file_;
+    uint64_t start_ = 0;
     SNDFILE *handle_ = nullptr;
     std::error_code error_;
 };

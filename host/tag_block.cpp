@@ -40,12 +40,20 @@ std::vector<Picture> PicturesOf(const TagBlock *block)
 std::vector<Chapter> ChaptersOf(const TagBlock *block)
 {
     std::map<uint32_t, Chapter> byNumber;
+    std::map<uint32_t, std::string> names;
     TagBlockItem item;
     for (bool found = ID3Helper_GetFirst(block, &item); found; found = ID3Helper_GetNext(block, &item)) {
         const uint32_t number = CHAPTER_Get_Number(item.key);
         uint64_t position = 0;
         if (number != 0 && CHAPTER_HMS_String_To_Position100nS(item.value, &position))
-            byNumber[number] = {position, ID3Helper_GetChapter_Name(block, static_cast<int32_t>(number))};
+            byNumber.emplace(number, Chapter{position, ""});
+        // In this one walk: looking each name up would be a walk of its own.
+        if (const uint32_t named = CHAPTERNAME_Get_Number(item.key))
+            names.emplace(named, item.value);
+    }
+    for (auto &[number, chapter] : byNumber) {
+        if (const auto name = names.find(number); name != names.end())
+            chapter.name = name->second;
     }
     std::vector<Chapter> chapters;
     for (const auto &[number, chapter] : byNumber)

@@ -105,8 +105,11 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
     TagFile file(path, kind, TagStream::Access::Change);
     file.CheckSystem(shownName);
     if (!file.IsValid())
-        throw Failure(shownName + (file.IsTooLong() ? ": the file is too long for its tags to be changed"
-                                                    : ": the tags are broken and can't be changed"));
+        throw Failure(shownName +
+                      (file.IsTooLarge()
+                           ? ": the tags need too much memory to be changed (--memory allows more)"
+                       : file.IsTooLong() ? ": the file is too long for its tags to be changed"
+                                          : ": the tags are broken and can't be changed"));
     Editor(file, edit, shownName, warnings).Run(end, pictures);
     const std::error_code error =
         file.Save(edit.removeOthers ? TagFile::Forms::New : TagFile::Forms::AsFound);

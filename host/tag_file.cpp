@@ -2,6 +2,7 @@
 #include "host/tag_file.h"
 
 #include "host/failure.h"
+#include "host/memory_limit.h"
 
 #include <aifffile.h>
 #include <apetag.h>
@@ -10,6 +11,7 @@
 #include <id3v2header.h>
 #include <infotag.h>
 #include <mpegfile.h>
+#include <new>
 #include <opusfile.h>
 #include <vorbisfile.h>
 #include <wavfile.h>
@@ -59,9 +61,21 @@ bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
 } // namespace
 
 TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access)
-    : kind_(kind), stream_(path, access), tooLong_(stream_.isOpen() && stream_.IsTooLong()),
-      file_(stream_.isOpen() && !tooLong_ ? OpenFile(stream_, kind) : nullptr)
-{}
+    : kind_(kind), stream_(path, access), tooLong_(stream_.isOpen() && stream_.IsTooLong())
+{
+    if (!stream_.isOpen() || tooLong_)
+        return;
+    // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,
+    // as pictures are copied and written, takes as much again.
+    AllocationBudget budget(MemoryLimit() * 3 / 8);
+    try {
+        file_ = OpenFile(stream_, kind);
+    } catch (const std::bad_alloc &) {
+        if (!budget.exceeded())
+            throw;
+        tooLarge_ = true;
+    }
+}
 
 void TagFile::CheckSystem(const std::string &shownName) const
 {

@@ -21,6 +21,8 @@ public:
     // Whether TagLib understands the file.
     bool IsValid() const { return file_ && file_->isValid(); }
     bool IsTooLong() const { return tooLong_; }
+    // Whether its tags need more memory than they may have.
+    bool IsTooLarge() const { return tooLarge_; }
     // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
     void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
@@ -44,6 +46,7 @@ private:
     TagKind kind_;
     TagStream stream_;
     bool tooLong_;
+    bool tooLarge_ = false;
     std::unique_ptr<TagLib::File> file_;
 };
 

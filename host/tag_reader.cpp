@@ -1,6 +1,7 @@
 // tag_reader.cpp: text, pictures and chapters out of ID3v2 tags and Vorbis comments.
 #include "host/tag_reader.h"
 
+#include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/tag_file.h"
 
@@ -26,31 +27,94 @@ std::string Joined(const TagLib::StringList &values)
     return text;
 }
 
-void AddPicture(TagBlock *block, const TagChoice &choice, int type, const TagLib::String &mime,
-                const TagLib::ByteVector &data)
-{
-    if (type == kFrontCover && !choice.frontCover)
-        return;
-    ID3Helper_AddImage(block, Utf8(mime).c_str(), static_cast<uint32_t>(type), data.size(), data.data());
-}
+// Brings what a file holds into a block, as far as its count and its size stay within reason: a block is
+// searched from its start for each item that is added.
+class Intake {
+public:
+    Intake(const TagChoice &choice, TagBlock *block)
+        : choice_(choice), block_(block), pictureBytesLeft_(MemoryLimit() / 8)
+    {}
 
-void AddPictures(const TagLib::List<TagLib::FLAC::Picture *> &pictures, const TagChoice &choice,
-                 TagBlock *block)
+    const TagChoice &choice() const { return choice_; }
+
+    void Text(const std::string &key, const std::string &value)
+    {
+        if (texts_ == kMostTexts || key.size() + value.size() > textBytesLeft_) {
+            textsLeftOut_++;
+            return;
+        }
+        texts_++;
+        textBytesLeft_ -= key.size() + value.size();
+        ID3Helper_AddStr(block_, key.c_str(), value.c_str());
+    }
+
+    void Chapter(uint32_t number, uint64_t position, const std::string &title)
+    {
+        if (chapters_ == kMostChapters || title.size() > textBytesLeft_) {
+            chaptersLeftOut_++;
+            return;
+        }
+        chapters_++;
+        textBytesLeft_ -= title.size();
+        ID3Helper_AddChapter_UTF8(block_, number, position, title.c_str());
+    }
+
+    void Picture(int type, const TagLib::String &mime, const TagLib::ByteVector &data)
+    {
+        if (type == kFrontCover && !choice_.frontCover)
+            return;
+        if (data.size() > pictureBytesLeft_) {
+            picturesLeftOut_++;
+            return;
+        }
+        pictureBytesLeft_ -= data.size();
+        ID3Helper_AddImage(block_, Utf8(mime).c_str(), static_cast<uint32_t>(type), data.size(), data.data());
+    }
+
+    void Tell(const std::string &name, std::vector<std::string> &warnings) const
+    {
+        const auto tell = [&](size_t count, const char *one, const char *many, const char *why) {
+            if (count > 0)
+                warnings.push_back(name + ": " + std::to_string(count) + " " + (count == 1 ? one : many) +
+                                   why);
+        };
+        tell(textsLeftOut_, "text tag is", "text tags are", " left out: more than a file may have");
+        tell(chaptersLeftOut_, "chapter is", "chapters are", " left out: more than a file may have");
+        tell(picturesLeftOut_, "picture is", "pictures are",
+             " left out: more memory than pictures may take (--memory allows more)");
+    }
+
+private:
+    static constexpr size_t kMostTexts = 4096;
+    static constexpr size_t kMostChapters = 4096;
+
+    const TagChoice &choice_;
+    TagBlock *block_;
+    size_t texts_ = 0;
+    size_t chapters_ = 0;
+    size_t textBytesLeft_ = size_t{16} << 20;
+    uint64_t pictureBytesLeft_;
+    size_t textsLeftOut_ = 0;
+    size_t chaptersLeftOut_ = 0;
+    size_t picturesLeftOut_ = 0;
+};
+
+void AddPictures(const TagLib::List<TagLib::FLAC::Picture *> &pictures, Intake &intake)
 {
     for (const TagLib::FLAC::Picture *picture : pictures)
-        AddPicture(block, choice, picture->type(), picture->mimeType(), picture->data());
+        intake.Picture(picture->type(), picture->mimeType(), picture->data());
 }
 
-void AddId3Pictures(const TagLib::ID3v2::Tag &tag, const TagChoice &choice, TagBlock *block)
+void AddId3Pictures(const TagLib::ID3v2::Tag &tag, Intake &intake)
 {
     for (const TagLib::ID3v2::Frame *frame : tag.frameList("APIC")) {
         if (const auto *picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame *>(frame))
-            AddPicture(block, choice, picture->type(), picture->mimeType(), picture->picture());
+            intake.Picture(picture->type(), picture->mimeType(), picture->picture());
     }
 }
 
 // Chapters of ID3v2 have times in milliseconds and no numbers.
-void AddId3Chapters(const TagLib::ID3v2::Tag &tag, TagBlock *block)
+void AddId3Chapters(const TagLib::ID3v2::Tag &tag, Intake &intake)
 {
     constexpr uint64_t kMillisecond = 10'000;
     std::vector<Chapter> chapters;
@@ -64,12 +128,14 @@ void AddId3Chapters(const TagLib::ID3v2::Tag &tag, TagBlock *block)
     }
     std::stable_sort(chapters.begin(), chapters.end(),
                      [](const Chapter &a, const Chapter &b) { return a.position < b.position; });
-    AddChapters(block, chapters);
+    uint32_t number = 0;
+    for (const Chapter &chapter : chapters)
+        intake.Chapter(++number, chapter.position, chapter.name);
 }
 
 // Text tags, and the chapters of Vorbis comments, which are pairs of text tags too.
-void AddProperties(const TagLib::PropertyMap &properties, const TagChoice &choice, TagBlock *block,
-                   std::vector<std::string> &warnings, const std::string &name)
+void AddProperties(const TagLib::PropertyMap &properties, Intake &intake, std::vector<std::string> &warnings,
+                   const std::string &name)
 {
     for (const auto &[keyText, values] : properties) {
         const std::string key = Utf8(keyText);
@@ -77,7 +143,7 @@ void AddProperties(const TagLib::PropertyMap &properties, const TagChoice &choic
             continue;
         if (const uint32_t number = CHAPTER_Get_Number(key.c_str())) {
             uint64_t position = 0;
-            if (!choice.chapters)
+            if (!intake.choice().chapters)
                 continue;
             if (!CHAPTER_HMS_String_To_Position100nS(Joined(values).c_str(), &position)) {
                 warnings.push_back(name + ": the time of " + key +
@@ -85,9 +151,9 @@ void AddProperties(const TagLib::PropertyMap &properties, const TagChoice &choic
                 continue;
             }
             const std::string title = Joined(properties[keyText + "NAME"]);
-            ID3Helper_AddChapter_UTF8(block, number, position, title.c_str());
-        } else if (choice.text(key)) {
-            ID3Helper_AddStr(block, key.c_str(), Joined(values).c_str());
+            intake.Chapter(number, position, title);
+        } else if (intake.choice().text(key)) {
+            intake.Text(key, Joined(values));
         }
     }
 }
@@ -109,22 +175,27 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
     const TagFile file(path, kind, TagStream::Access::Read);
     file.CheckSystem(name);
     if (!file.IsValid()) {
-        warnings.push_back(name + (file.IsTooLong() ? ": the file is too long for its tags to be read"
-                                                    : ": the tags are broken and are left behind"));
+        warnings.push_back(name +
+                           (file.IsTooLarge()
+                                ? ": the tags need too much memory and are left behind (--memory allows more)"
+                            : file.IsTooLong() ? ": the file is too long for its tags to be read"
+                                               : ": the tags are broken and are left behind"));
         return;
     }
-    AddProperties(file.Properties(), choice, block, warnings, name);
+    Intake intake(choice, block);
+    AddProperties(file.Properties(), intake, warnings, name);
     if (const TagLib::ID3v2::Tag *tag = file.id3()) {
         if (IsBroken(*tag))
             warnings.push_back(name + ": the ID3 tag is broken and is left behind");
-        AddId3Pictures(*tag, choice, block);
+        AddId3Pictures(*tag, intake);
         if (choice.chapters)
-            AddId3Chapters(*tag, block);
+            AddId3Chapters(*tag, intake);
     }
     if (TagLib::Ogg::XiphComment *comment = file.xiph())
-        AddPictures(comment->pictureList(), choice, block);
+        AddPictures(comment->pictureList(), intake);
     if (TagLib::FLAC::File *flac = file.flac())
-        AddPictures(flac->pictureList(), choice, block);
+        AddPictures(flac->pictureList(), intake);
+    intake.Tell(name, warnings);
 }
 
 } // namespace tonekit::host

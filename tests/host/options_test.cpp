@@ -140,8 +140,8 @@ TEST(Options, HelpNamesEveryOptionOfItsTable)
          {"--rate",       "--channels",  "--bits",        "--type",          "--quality",  "--filter",
           "--aliasing",   "--dither",    "--dither-mode", "--limiter",       "--hdcd",     "--hdcd-gain",
           "--set",        "--cover",     "--cover-size",  "--cover-quality", "--chapters", "--no-tags",
-          "--replaygain", "--true-peak", "--hash",        "--jobs",          "--info",     "--json",
-          "--quiet",      "--version",   "--help"})
+          "--replaygain", "--true-peak", "--hash",        "--jobs",          "--memory",   "--info",
+          "--json",       "--quiet",     "--version",     "--help"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }
 

@@ -1,12 +1,16 @@
 // program_hostile_test.cpp: the program with inputs that are made to do harm.
+#include "host/json.h"
 #include "tests/host/failures.h"
 
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 namespace tonekit::host::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 // A WAV file of 32-bit floats at a rate that all coders take as it is.
 void WriteFloats(const std::string &name, const std::vector<float> &samples)
@@ -107,6 +111,118 @@ TEST(HostileSamples, AreCopiedWhereTheyCanBe)
     WriteFloats(folder / "a.wav", samples);
     EXPECT_EQ(RunHost({"-q", folder / "a.wav", folder / "b.w64"}).err, "");
     EXPECT_EQ(ReadFloats(folder / "b.w64"), samples);
+}
+
+// Numbers of an ID3v2 tag's headers, 7 bits a byte.
+std::string Sevens(size_t number)
+{
+    std::string bytes;
+    for (int shift = 21; shift >= 0; shift -= 7)
+        bytes += static_cast<char>(number >> shift & 0x7F);
+    return bytes;
+}
+
+std::string Frame(const std::string &id, const std::string &content, char flags = 0)
+{
+    return id + Sevens(content.size()) + std::string(1, '\0') + flags + content;
+}
+
+// Puts an ID3v2 tag of these frames before the music.
+void WriteTagged(const std::string &name, const std::string &frames)
+{
+    WriteSound(name, Tone(SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, 44100, 2, 44100, 440));
+    const std::string music = ReadText(name);
+    WriteText(name, std::string("ID3\4\0\0", 6) + Sevens(frames.size()) + frames + music);
+}
+
+// A deflate stream of 'A' and so many repetitions of it, 258 each: nothing else packs so tightly.
+std::string PackedRepetitions(size_t count)
+{
+    std::string packed("\x78\x9C");
+    unsigned bits = 0;
+    int filled = 0;
+    const auto put = [&](unsigned code, int length) {
+        while (length-- > 0) {
+            bits |= (code >> length & 1) << filled;
+            if (++filled == 8) {
+                packed += static_cast<char>(bits);
+                bits = 0;
+                filled = 0;
+            }
+        }
+    };
+    put(0b110, 3);      // the last block, of fixed codes, whose lower bit comes first
+    put(0x30 + 'A', 8); // the letter
+    for (size_t i = 0; i < count; i++)
+        put(0b1100010100000, 13); // 258 letters, from one letter before
+    put(0, 7 + 8);
+    return packed;
+}
+
+TEST(HostileTags, ThatUnfoldAreLeftOut)
+{
+    TemporaryFolder folder;
+    constexpr char kCompressedWithLength = 0x09;
+    WriteTagged(folder / "a.mp3",
+                Frame("TIT2", "\3Bomb") +
+                    Frame("APIC", Sevens(1000) + PackedRepetitions(1'000'000), kCompressedWithLength));
+    const Outcome outcome = RunHost({"-q", folder / "a.mp3", folder / "a.wav"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err,
+              "tonekit-convert: warning: " + folder / "a.mp3" +
+                  ": the tags need too much memory and are left behind (--memory allows more)\n");
+    EXPECT_EQ(RunHost({"-q", "--set", "A=b", folder / "a.mp3", folder / "b.mp3"}).status, 1);
+    EXPECT_EQ(RunHost({"-q", "--memory", "4096", folder / "a.mp3", folder / "b.wav"}).status, 0);
+}
+
+TEST(HostileTags, OfManyTextsAndChaptersAreReadInPartAndSoon)
+{
+    TemporaryFolder folder;
+    std::string frames;
+    for (int i = 0; i < 20000; i++) {
+        const std::string number = std::to_string(i);
+        frames += Frame("TXXX", "\3key" + number + std::string(1, '\0') + "value");
+        const std::string start = {0, static_cast<char>(i >> 16), static_cast<char>(i >> 8),
+                                   static_cast<char>(i)};
+        frames += Frame("CHAP", "c" + number + std::string(1, '\0') + start + start + std::string(8, '\xFF'));
+    }
+    WriteTagged(folder / "a.mp3", frames);
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome outcome = RunHost({"-q", folder / "a.mp3", folder / "a.flac"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.err.find("15904 text tags are left out: more than a file may have\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_NE(outcome.err.find("15904 chapters are left out: more than a file may have\n"),
+              std::string::npos);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    const Json json = Json::parse(RunHost({"--info", "--json", folder / "a.flac"}).out)["files"][0];
+    EXPECT_EQ(json["tags"].size(), 4096u);
+    EXPECT_EQ(json["chapters"].size(), 4096u);
+}
+
+TEST(HostilePictures, OfManyPixelsAreRefused)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 1000));
+    // 16384 by 16384 pixels of one bit; the file system keeps only the header.
+    const std::string bmp("BM\x3E\0\0\2\0\0\0\0\x3E\0\0\0\x28\0\0\0\0\x40\0\0\0\x40\0\0\1\0\1\0", 30);
+    WriteText(folder / "a.bmp", bmp + std::string(32, '\0'));
+    fs::resize_file(folder / "a.bmp", 62 + (uintmax_t{32} << 20));
+    // 65500 by 65500 pixels in several scans.
+    std::string jpeg("\xFF\xD8\xFF\xDB\0\x43\0", 7);
+    jpeg += std::string(64, '\x10');
+    jpeg += std::string("\xFF\xC2\0\x11\x08\xFF\xDC\xFF\xDC\3\1\x11\0\2\x11\0\3\x11\0", 19);
+    jpeg += std::string("\xFF\xC4\0\x14\0\1", 6) + std::string(16, '\0');
+    jpeg += std::string("\xFF\xDA\0\x0C\3\1\0\2\0\3\0\0\0\0", 14) + std::string(8, '\0') + "\xFF\xD9";
+    WriteText(folder / "a.jpg", jpeg);
+    for (const char *name : {"a.bmp", "a.jpg"}) {
+        const Outcome outcome =
+            RunHost({"--cover", folder / name, "--cover-size", "100", folder / "a.wav", folder / "b.flac"});
+        EXPECT_EQ(outcome.status, 1) << name;
+        EXPECT_NE(outcome.err.find("of this size can't be read (--memory allows more)\n"), std::string::npos)
+            << outcome.err;
+    }
 }
 
 } // namespace

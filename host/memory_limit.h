@@ -1,0 +1,35 @@
+// memory_limit.h: how much memory one input may make the program take.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tonekit::host {
+
+// Bytes that pictures and tags of one file may take together on their way; 256 MiB unless set.
+uint64_t MemoryLimit();
+void SetMemoryLimit(uint64_t bytes);
+
+// While it lives, what this thread allocates by operator new, libraries' allocations too, may not grow by
+// more than so many bytes: an allocation beyond throws std::bad_alloc. Budgets don't nest.
+class AllocationBudget {
+public:
+    explicit AllocationBudget(uint64_t bytes);
+    AllocationBudget(const AllocationBudget &) = delete;
+    AllocationBudget &operator=(const AllocationBudget &) = delete;
+    ~AllocationBudget();
+
+    // Whether an allocation was refused.
+    bool exceeded() const { return exceeded_; }
+
+    // For operator new and delete.
+    void Take(size_t bytes);
+    void Count(size_t bytes) { left_ -= static_cast<int64_t>(bytes); }
+    void GiveBack(size_t bytes) { left_ += static_cast<int64_t>(bytes); }
+
+private:
+    int64_t left_;
+    bool exceeded_ = false;
+};
+
+} // namespace tonekit::host
