@@ -374,9 +374,9 @@ uint32_t ConvertThroughResampler(Converter &c, const void *input, uint32_t frame
         if (produced != skipped)
             result = Deliver<Path>(c, skipped, produced - skipped);
     }
-    // The work input is free again, and holds a block unless there is no channel; then the stage is all
-    // zeros.
-    if (frames != 0 && frames != c.blockFrames && c.inputChannels != 0)
+    // The work input is free again, and holds a block unless there is no input channel; then the stage is all
+    // zeros. Without an output channel the stage holds nothing.
+    if (frames != 0 && frames != c.blockFrames && c.inputChannels != 0 && c.outputChannels != 0)
         RotateStage(Path::Stage(c), Path::WorkInput(c), c.blockFrames, frames);
     return result;
 }

@@ -77,6 +77,8 @@ soxr_t TryPrecisions(uint32_t inputRate, uint32_t outputRate, uint32_t channels,
 soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channels,
                        const ResamplerRecipe &recipe)
 {
+    if (channels == 0) // libsoxr would make one, and crash when it is fed
+        return nullptr;
     const bool aliasing = ResamplerAliasing() != 0 && inputRate >= kLeastRateWithAliasing &&
                           outputRate >= kLeastRateWithAliasing;
     soxr_quality_spec_t quality = ResamplerQuality(recipe, ResamplerMode(), aliasing);

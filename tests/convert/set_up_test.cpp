@@ -323,6 +323,25 @@ TEST_F(SetUp, CountsBeyond32BitsAreExhaustedMemory)
     EXPECT_EQ(LiveAllocations(), before);
 }
 
+TEST_F(SetUp, FramesOfNoChannelsEndWithoutAResampler)
+{
+    const std::vector<int16_t> samples(2 * 70000, 100);
+    for (const uint32_t span : {0u, 33u})
+        for (const uint32_t frames : {0u, 3000u, 70000u}) {
+            void *handle = SRC4_Init(0, 16, 2, 32000, 0, 16, 0, 44100, false, false, 0, span);
+            EXPECT_EQ(static_cast<CSampleRateConverter4 *>(handle)->resampler, nullptr);
+            SRC4_Write(handle, samples.data(), frames);
+            void *out = nullptr;
+            uint32_t outFrames = 0;
+            uint32_t bytes = 0;
+            while (SRC4_Read(handle, &out, &outFrames, &bytes))
+                EXPECT_EQ(bytes, 0u);
+            while (SRC4_Flush(handle, &out, &outFrames, &bytes))
+                EXPECT_EQ(bytes, 0u);
+            SRC4_Deinit(handle);
+        }
+}
+
 TEST_F(SetUp, DestroyingNullDoesNothing)
 {
     SRC4_Deinit(nullptr);
