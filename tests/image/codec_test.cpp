@@ -156,6 +156,34 @@ TEST(Codec, CompressionPaysForItsTime)
     EXPECT_LT(arithmetic, progressive);
 }
 
+// Fewer than two chroma samples are left of two. Simple upsampling merged with the change of colours must do
+// the same as it does for the whole picture.
+TEST(Codec, CropOfMergedUpsamplingMayLeaveOneChromaSample)
+{
+    const Image image = TestImage(9, 3, 5, 3);
+    for (const int vertical : {1, 2})
+        for (const Codec &codec : AllBodies()) {
+            const Bytes file = Encode(codec, image, {.vertical = vertical});
+            const Image whole = Decode(codec, file, {.fancy = false});
+            Decompressor object(codec);
+            CODEC(codec, jpeg_mem_src)(&object, file.data(), file.size());
+            CODEC(codec, jpeg_read_header)(&object, TRUE);
+            object.do_fancy_upsampling = FALSE;
+            CODEC(codec, jpeg_start_decompress)(&object);
+            JDIMENSION offset = 0;
+            JDIMENSION width = 2;
+            CODEC(codec, jpeg_crop_scanline)(&object, &offset, &width);
+            ASSERT_EQ(width, 2u);
+            for (size_t y = 0; y < 5; ++y) {
+                uint8_t row[6] = {};
+                JSAMPROW rows = row;
+                ASSERT_EQ(CODEC(codec, jpeg_read_scanlines)(&object, &rows, 1), 1u);
+                EXPECT_TRUE(std::equal(row, row + 6, whole.samples.data() + 9 * y)) << y;
+            }
+            CODEC(codec, jpeg_finish_decompress)(&object);
+        }
+}
+
 TEST(Codec, BodiesMayTakeTurnsOnOneObject)
 {
     const Image image = TestImage(8, 120, 80, 3);

@@ -339,7 +339,7 @@ void HdcdProcessLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t
 {
     HdcdChannelState *c = decoder->channel;
     std::int32_t gain[2] = {c[0].running_gain, c[1].running_gain};
-    if (decoder->analyze_mode)
+    if (decoder->analyze_mode && count > 0)
         for (int i = 0; i < 2; ++i)
             Prepare(c[i], samples + i, count, 2);
     bool extend[2];
