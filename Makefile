@@ -1,6 +1,6 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
 .PHONY: help lib convert test bench install uninstall deb dist wheel test-python bench-python windows windows-zip test-windows quality site test-site \
-        format check-format clean
+        fuzz format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -26,6 +26,7 @@ help:
 	@echo "make quality                                 measure quality beside peers into docs/quality"
 	@echo "make site                                    build the site with the measured quality into $(BUILD)/site"
 	@echo "make test-site                               build the site and test it in headless Chromium"
+	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time"
 	@echo "make format                                  lay the sources out"
 
 lib:
@@ -112,6 +113,12 @@ site:
 test-site:
 	@scripts/ensure_packages site quality test-site
 	@scripts/test_site $(BUILD)/site
+
+fuzz:
+	@scripts/ensure_packages build test fuzz
+	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@cmake --build --preset fuzz -j $(JOBS) --target fuzz_targets
+	@scripts/run_fuzz build-fuzz $(or $(SECONDS),60) $(TARGETS)
 
 format:
 	@scripts/ensure_packages format

@@ -56,8 +56,11 @@ endfunction()
 function(tonekit_link_for_elf)
     set(map ${TONEKIT_GENERATED}/tonekit.map)
     set_target_properties(tonekit PROPERTIES LINK_DEPENDS ${map})
-    target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,defs -Wl,--no-undefined
-        -Wl,-z,noexecstack -Wl,-z,relro -Wl,-z,now -Wl,-z,text)
+    target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,noexecstack -Wl,-z,relro
+        -Wl,-z,now -Wl,-z,text)
+    if(NOT TONEKIT_LIBFUZZER) # whose programs have the sanitizers' functions
+        target_link_options(tonekit PRIVATE -Wl,-z,defs -Wl,--no-undefined)
+    endif()
 endfunction()
 
 # tonekit.dll exports what the module definition names. The C++ runtime stands beside it, shared with the host, since an

@@ -78,12 +78,44 @@ function(tonekit_write_left_out)
     file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/left_out.txt CONTENT "${text}\n" @ONLY)
 endfunction()
 
-# A fuzz target: NAME_fuzz.cpp with LLVMFuzzerTestOneInput. The suite replays its corpus and some random rounds.
+# Random rounds of each fuzz target in the suite; a round of src4 makes two resamplers.
+set(TONEKIT_FUZZ_ROUNDS 2000)
+set(TONEKIT_FUZZ_ROUNDS_src4 150)
+
+# A fuzz target: NAME_fuzz.cpp with LLVMFuzzerTestOneInput. The suite replays its corpus and some random rounds; the fuzz
+# preset builds it with libFuzzer instead.
 function(tonekit_fuzz name)
-    add_executable(${name}_fuzz ${name}_fuzz.cpp ${PROJECT_SOURCE_DIR}/fuzz/replay_main.cpp)
+    add_executable(${name}_fuzz ${name}_fuzz.cpp)
     target_link_libraries(${name}_fuzz PRIVATE tonekit_internal tonekit_test_support)
     target_link_options(${name}_fuzz PRIVATE ${TONEKIT_WRAPPED_CALLS})
-    add_test(NAME fuzz.${name} COMMAND ${name}_fuzz --random 2000 ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+    tonekit_run_fuzz(${name})
+endfunction()
+
+# The same for the program's units, which meet the library as a caller does.
+function(tonekit_host_fuzz name)
+    add_executable(${name}_fuzz ${name}_fuzz.cpp)
+    target_link_libraries(${name}_fuzz PRIVATE tonekit_host)
+    target_include_directories(${name}_fuzz PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    if(NOT TONEKIT_LIBFUZZER)
+        target_sources(${name}_fuzz PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/random.cpp)
+    endif()
+    tonekit_run_fuzz(${name})
+endfunction()
+
+# Gives a fuzz target its main function and its test.
+function(tonekit_run_fuzz name)
+    if(TONEKIT_LIBFUZZER)
+        target_link_options(${name}_fuzz PRIVATE -fsanitize=fuzzer)
+    else()
+        target_sources(${name}_fuzz PRIVATE ${PROJECT_SOURCE_DIR}/fuzz/replay_main.cpp)
+        set(rounds ${TONEKIT_FUZZ_ROUNDS})
+        if(TONEKIT_FUZZ_ROUNDS_${name})
+            set(rounds ${TONEKIT_FUZZ_ROUNDS_${name}})
+        endif()
+        add_test(NAME fuzz.${name}
+            COMMAND ${name}_fuzz --random ${rounds} ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+    endif()
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_FUZZ_TARGETS ${name}_fuzz)
 endfunction()
 
 # A benchmark program of ratios.

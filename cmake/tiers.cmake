@@ -14,4 +14,5 @@ set(TONEKIT_TIER_OPTIONS_V ${TONEKIT_TIER_OPTIONS_S} -mavx2 -mfma -mmovbe -mbmi 
 
 # For every tier unit: no exceptions and no run-time types, because their tables are weak symbols that the linker could
 # take from the wrong body; no link-time optimisation, which would merge bodies.
-set(TONEKIT_TIER_UNIT_OPTIONS -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-lto -fno-ipa-icf)
+set(TONEKIT_TIER_UNIT_OPTIONS -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-lto
+    $<$<CXX_COMPILER_ID:GNU>:-fno-ipa-icf>)

@@ -16,6 +16,10 @@
 namespace {
 
 using Samples = std::vector<std::int32_t>;
+using Process = decltype(tonekit::hdcd_process_linked);
+
+// Frames that one input may decode: enough for many packets and for timers to lapse.
+constexpr std::size_t kMostFrames = 1536;
 
 void Require(bool condition)
 {
@@ -72,16 +76,28 @@ void HidePacket(Input &input, Samples &samples)
     }
 }
 
+// The bodies that differ, found once.
+const std::vector<Process *> &Bodies()
+{
+    static const std::vector<Process *> bodies = [] {
+        std::vector<Process *> found;
+        for (const char letter : tonekit::RunnableLetters()) {
+            auto *body = tonekit::Body<Process>("hdcd_process_linked", letter);
+            if (found.empty() || found.back() != body)
+                found.push_back(body);
+        }
+        return found;
+    }();
+    return bodies;
+}
+
 // One decoder for each body, the model, and a decoder that only scans.
 class Decoders {
 public:
     Decoders()
     {
-        for (const char letter : tonekit::RunnableLetters()) {
-            bodies_.push_back(
-                tonekit::Body<decltype(tonekit::hdcd_process_linked)>("hdcd_process_linked", letter));
+        for (std::size_t i = 0; i < Bodies().size(); ++i)
             decoders_.push_back(hdcd_new());
-        }
         model_ = *decoders_[0];
     }
     ~Decoders()
@@ -106,9 +122,9 @@ public:
         const auto frames = static_cast<std::int32_t>(block.size() / 2);
         Samples expected = block;
         tonekit::reference::HdcdProcessLinked(&model_, expected.data(), frames);
-        for (std::size_t i = 0; i < bodies_.size(); ++i) {
+        for (std::size_t i = 0; i < Bodies().size(); ++i) {
             Samples samples = block;
-            bodies_[i](decoders_[i], samples.data(), frames);
+            Bodies()[i](decoders_[i], samples.data(), frames);
             Require(samples == expected);
             Require(tonekit::reference::HdcdDifferences(*decoders_[i], model_).empty());
         }
@@ -116,7 +132,6 @@ public:
     }
 
 private:
-    std::vector<decltype(tonekit::hdcd_process_linked) *> bodies_;
     std::vector<HdcdDecoder *> decoders_;
     HdcdDecoder *scanner_ = hdcd_new();
     HdcdDecoder model_{};
@@ -128,7 +143,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     Input input(data, size);
     Decoders decoders;
-    while (!input.Empty()) {
+    std::size_t decoded = 0;
+    while (!input.Empty() && decoded < kMostFrames) {
         const std::uint8_t action = input.Byte();
         if ((action & 0xF0) == 0xF0) {
             decoders.ChangeAll(
@@ -139,6 +155,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                 [&](HdcdDecoder *decoder) { decoder->channel[action & 1].sustain_reset = timer; });
         } else {
             Samples samples = TakeFrames(input, (action & 0x80) != 0 ? action & 0x7F : 12u * action);
+            decoded += samples.size() / 2;
             for (std::uint8_t packets = input.Byte() & 7; packets != 0; --packets)
                 HidePacket(input, samples);
             decoders.Decode(samples);

@@ -1,8 +1,10 @@
 // sha_fuzz.cpp: SHA-2 and HMAC of arbitrary messages, at once and cut as the input says, each body beside the
 // baseline.
 //
+// The input ends after kLongestInput bytes, which fill several blocks of each member.
+//
 // The first byte is the size of the key, which follows, and then the message. The message's own bytes say
-// where it is cut.
+// where it is cut, and its last byte says which member of the family it goes to.
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
@@ -12,6 +14,8 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+
+constexpr size_t kLongestInput = 320;
 
 void Require(bool condition)
 {
@@ -68,19 +72,56 @@ Bytes Mac(const Member &member, const Bytes &key, const Bytes &message)
     return mac;
 }
 
+// The bodies of one member, found once.
+template <int bits>
+const std::vector<tonekit::Sha2Member<bits>> &Bodies()
+{
+    static const auto bodies = [] {
+        std::vector<tonekit::Sha2Member<bits>> found;
+        for (const char letter : tonekit::RunnableLetters())
+            found.emplace_back(letter);
+        return found;
+    }();
+    return bodies;
+}
+
+template <int bits>
+void Check(const Bytes &key, const Bytes &message)
+{
+    const auto &bodies = Bodies<bits>();
+    const Bytes digest = Digest(bodies[0], message);
+    const Bytes mac = Mac(bodies[0], key, message);
+    for (std::size_t i = 1; i < bodies.size(); ++i) {
+        // Letters may share a body.
+        if (bodies[i].hash == bodies[i - 1].hash && bodies[i].update == bodies[i - 1].update)
+            continue;
+        Require(Digest(bodies[i], message) == digest);
+        Require(Mac(bodies[i], key, message) == mac);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    size = std::min(size, kLongestInput);
     const std::size_t keySize = size ? std::min<std::size_t>(data[0], size - 1) : 0;
     const uint8_t *const rest = size ? data + 1 : data;
     const Bytes key(rest, rest + keySize);
     const Bytes message(rest + keySize, data + size);
-    for (const char letter : tonekit::RunnableLetters())
-        tonekit::ForEachSha2Member(letter, [&](const auto &member) {
-            const std::decay_t<decltype(member)> baseline('A');
-            Require(Digest(member, message) == Digest(baseline, message));
-            Require(Mac(member, key, message) == Mac(baseline, key, message));
-        });
+    switch (size ? data[size - 1] % 4 : 0) {
+    case 0:
+        Check<224>(key, message);
+        break;
+    case 1:
+        Check<256>(key, message);
+        break;
+    case 2:
+        Check<384>(key, message);
+        break;
+    default:
+        Check<512>(key, message);
+        break;
+    }
     return 0;
 }

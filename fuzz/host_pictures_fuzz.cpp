@@ -1,0 +1,58 @@
+// host_pictures_fuzz.cpp: the program's readers of pictures on arbitrary files. They may refuse with Failure,
+// and nothing else; what they accept has the size that its header says.
+#include <vector>
+
+#include "fuzz/input_bytes.h"
+#include "host/bmp_picture.h"
+#include "host/cover.h"
+#include "host/failure.h"
+#include "host/jpeg_picture.h"
+#include "host/picture_facts.h"
+
+namespace {
+
+using namespace tonekit::host;
+
+constexpr std::uint64_t kMostWorked = 1 << 16;
+
+void Jpeg(const std::vector<std::uint8_t> &file, std::uint32_t limit, int quality)
+{
+    const PictureSize size = SizeOfJpeg(file);
+    if (std::uint64_t{size.width} * size.height > kMostWorked)
+        return;
+    const PixelImage image = DecodeJpeg(file, limit);
+    tonekit::fuzz::Require(image.width <= size.width && image.height <= size.height && image.width > 0);
+    EncodeJpeg(image, quality);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    tonekit::fuzz::InputBytes input(data, size);
+    const std::uint32_t limit = input.Byte();
+    const int quality = 1 + static_cast<int>(input.Below(100));
+    const std::vector<std::uint8_t> file(input.Rest(), input.Rest() + input.Size());
+    const PictureFacts facts = FactsOf(file);
+    MimeTypeOf(facts.kind);
+    try {
+        if (IsBmp(file)) {
+            if (std::uint64_t{facts.width} * facts.height > kMostWorked)
+                return 0;
+            const PixelImage image = DecodeBmp(file);
+            tonekit::fuzz::Require(image.width > 0 && image.height > 0);
+        } else if (IsJpeg(file)) {
+            Jpeg(file, limit, quality);
+        }
+    } catch (const Failure &) {
+        return 0;
+    }
+    if (std::uint64_t{facts.width} * facts.height > kMostWorked)
+        return 0;
+    try {
+        MakeCover(file, "cover", limit, quality);
+    } catch (const Failure &) {
+        // A picture that is refused.
+    }
+    return 0;
+}

@@ -1,0 +1,47 @@
+// host_reader_fuzz.cpp: the program's reader of audio files and its look at their completeness, on arbitrary
+// files. Refusals are Failure and nothing else.
+#include <vector>
+
+#include "fuzz/memory_file.h"
+#include "host/audio_reader.h"
+#include "host/completeness.h"
+#include "host/failure.h"
+#include "host/platform.h"
+
+namespace {
+
+constexpr int kMostBlocks = 16;
+constexpr std::uint32_t kBlockFrames = 1024;
+
+void ReadAll(tonekit::host::AudioReader &reader)
+{
+    const tonekit::host::AudioFormat &format = reader.format();
+    tonekit::fuzz::Require(format.channels >= 1 && format.channels <= 8);
+    std::vector<std::uint8_t> buffer(std::size_t{kBlockFrames} * format.channels * 8);
+    for (int block = 0; block < kMostBlocks; ++block)
+        if (reader.Read(buffer.data(), kBlockFrames) == 0)
+            return;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    using namespace tonekit::host;
+    static tonekit::fuzz::MemoryFile file;
+    file.Set(data, size);
+    {
+        File opened;
+        tonekit::fuzz::Require(!opened.OpenToRead(file.Path()));
+        MissingBytes(opened);
+    }
+    try {
+        AudioReader reader(file.Path(), "input");
+        ReadAll(reader);
+        reader.Rewind();
+        ReadAll(reader);
+    } catch (const Failure &) {
+        // A file that is refused.
+    }
+    return 0;
+}

@@ -1,0 +1,45 @@
+// host_tags_fuzz.cpp: the tags of arbitrary files, read as each kind of file into a tag block. Refusals are
+// Failure or warnings, and the block can be walked afterwards.
+#include <string>
+#include <vector>
+
+#include "fuzz/memory_file.h"
+#include "host/failure.h"
+#include "host/tag_reader.h"
+#include <tonekit/tags.h>
+
+namespace {
+
+using namespace tonekit::host;
+
+void Walk(const TagBlock *block)
+{
+    TagBlockItem item;
+    for (bool more = ID3Helper_GetFirst(block, &item); more; more = ID3Helper_GetNext(block, &item))
+        tonekit::fuzz::Require(item.key != nullptr && item.value != nullptr);
+    TagBlockPicture picture;
+    for (bool more = ID3Helper_GetFirstImage(block, &picture); more;
+         more = ID3Helper_GetNextImage(block, &picture))
+        tonekit::fuzz::Require(picture.data != nullptr || picture.size == 0);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static tonekit::fuzz::MemoryFile file;
+    tonekit::fuzz::InputBytes input(data, size);
+    const TagKind kind = input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis,
+                                      TagKind::Opus, TagKind::Mpeg, TagKind::None});
+    file.Set(input.Rest(), input.Size());
+    TagBlock *block = ID3Helper_Alloc();
+    std::vector<std::string> warnings;
+    try {
+        ReadTags(file.Path(), kind, {}, block, warnings);
+    } catch (const Failure &) {
+        // A file that is refused.
+    }
+    Walk(block);
+    ID3Helper_Free(block);
+    return 0;
+}

@@ -1,0 +1,36 @@
+// memory_file.h: a file that lives in memory and has a path, for targets that open files by name.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "fuzz/input_bytes.h"
+
+namespace tonekit::fuzz {
+
+class MemoryFile {
+public:
+    MemoryFile() : descriptor_(memfd_create("fuzz", 0)), path_("/proc/self/fd/" + std::to_string(descriptor_))
+    {
+        Require(descriptor_ >= 0);
+    }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile &) = delete;
+    MemoryFile &operator=(const MemoryFile &) = delete;
+
+    const std::string &Path() const { return path_; }
+    void Set(const std::uint8_t *data, std::size_t size)
+    {
+        Require(ftruncate(descriptor_, 0) == 0);
+        Require(pwrite(descriptor_, data, size, 0) == static_cast<ssize_t>(size));
+    }
+
+private:
+    int descriptor_;
+    std::string path_;
+};
+
+} // namespace tonekit::fuzz
