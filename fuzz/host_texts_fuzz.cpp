@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     report.warnings = {text, ""};
     report.error = size % 2 == 0 ? "" : text;
     report.seconds = size == 0 ? 0 : data[0];
-    CheckJson(ReportJson(report));
+    CheckJson(ReportJson({report}, 1));
     CheckJson(ReportJson({report, report}, 1));
     ReportText(report);
     return 0;

@@ -1,13 +1,26 @@
 // codec_test.cpp: the JPEG codec with each of its allocations failing: its error, no crash and no block left.
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
 #include <vector>
 
 #include "tests/memory/every_allocation.h"
+#include "tests/support/bodies.h"
 #include "tests/support/codec_driver.h"
 
 namespace tonekit::codec {
 namespace {
+
+// The best body. Looks each name up once, so that later calls allocate nothing.
+Codec RememberingCodec()
+{
+    return {"best body", [](const char *name) {
+                static std::map<const char *, void *> found;
+                const auto at = found.find(name);
+                return at != found.end() ? at->second
+                                         : found[name] = BodyAddress(name, RunnableLetters().back());
+            }};
+}
 
 // Encodes; the codec's error becomes the lack of memory that it is.
 void EncodeOrThrow(const Codec &codec, const Image &image, const Encoding &encoding)
@@ -32,7 +45,7 @@ void EncodeOrThrow(const Codec &codec, const Image &image, const Encoding &encod
 
 TEST(EveryAllocation, OfAnEncodingMayFail)
 {
-    const Codec codec = AllBodies().back();
+    const Codec codec = RememberingCodec();
     const Image image = TestImage(1, 40, 24, 3);
     for (const bool arithmetic : {false, true}) {
         Encoding encoding{.profile = JCP_MAX_COMPRESSION, .arithmetic = arithmetic, .scans = false};
@@ -43,7 +56,7 @@ TEST(EveryAllocation, OfAnEncodingMayFail)
 
 TEST(EveryAllocation, OfADecodingMayFail)
 {
-    const Codec codec = AllBodies().back();
+    const Codec codec = RememberingCodec();
     const Image image = TestImage(1, 40, 24, 3);
     for (const bool progressive : {false, true}) {
         const Bytes file = Encode(codec, image, {.progressive = progressive});
