@@ -1,6 +1,6 @@
 // analyze.cpp: the analysis modes, which replace the audio by a tone whose loudness shows a feature of the
 // stream.
-#include "hdcd/gain.h"
+#include "hdcd/analyze.h"
 
 #include "hdcd/gain_ramp.h"
 #include "hdcd/hdcd_tables.h"

@@ -100,10 +100,6 @@ extern "C" void hdcd_decoder_init(HdcdDecoder *decoder, std::uint32_t sample_rat
 extern "C" void hdcd_set_log(void *decoder_or_channel, HdcdLogSink *sink);
 extern "C" void hdcd_set_analyze_mode(void *decoder_or_channel, std::uint32_t mode);
 
-// Starts the decoder afresh for another format: 0 (44100), 44100, 48000, 88200, 96000, 176400 or 192000 Hz,
-// and 0 (16), 16, 20 or 24 bits. Gives 1; 0 with nothing changed for anything else and for null.
-extern "C" std::uint32_t hdcd_reconfigure(HdcdDecoder *decoder, std::uint32_t sample_rate, std::int32_t bits);
-
 } // namespace tonekit
 
 // The whole decoder.

@@ -4,6 +4,7 @@
 // timer lapses, is the first to be heard under the new control.
 #include "hdcd/siblings.h"
 
+#include "hdcd/analyze.h"
 #include "hdcd/gain_ramp.h"
 
 #include <cstddef>

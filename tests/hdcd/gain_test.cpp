@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "hdcd/analyze.h"
 #include "hdcd/hdcd_tables.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/reference/hdcd_model.h"

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "hdcd/decoder.h"
 #include "tests/hdcd/hdcd_bodies.h"
 
 namespace tonekit {
