@@ -191,6 +191,7 @@ def test_files_that_are_no_audio(tmp_path: Path, tone: np.ndarray) -> None:
         ({"bits": 12}, ValueError, "bits must be one of: 8, 16, 24, 32, 32f, 64f"),
         ({"type": "exe"}, ValueError, "type must be one of: wav"),
         ({"cover_size": 0}, ValueError, "cover_size must be a whole number from 1 to 4096, not '0'"),
+        ({"replaygain": "album"}, TypeError, "replaygain must be True or False"),
         ({"no_tags": "yes"}, TypeError, "no_tags must be True or False"),
         ({"set": "TITLE=x"}, TypeError, "set must be a mapping"),
         ({"set": {"a=b": "x"}}, ValueError, "set must have names"),

@@ -10,10 +10,11 @@ from . import _core
 OptionList = list[tuple[str, str]]
 
 # Options that only a command line needs.
-_OF_THE_PROGRAM = frozenset({"in-place", "copy-others", "jobs", "info", "json", "quiet", "version", "help"})
+_OF_THE_PROGRAM = frozenset({"in-place", "copy-others", "jobs", "memory", "info", "json", "quiet", "version", "help"})
 # Option (as an argument), what its value is called (None for a switch), help.
 TABLE = {
-    name.replace("-", "_"): (name, value, text)
+    # What a value in brackets asks for concerns many files at a time.
+    name.replace("-", "_"): (name, None if value and value.startswith("[") else value, text)
     for name, value, text in _core.option_table()
     if name not in _OF_THE_PROGRAM
 }
