@@ -4,11 +4,11 @@
 #include "host/bmp_picture.h"
 #include "host/failure.h"
 #include "host/jpeg_picture.h"
+#include "host/picture_facts.h"
 #include "host/scale_picture.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <optional>
 
 namespace tonekit::host {
@@ -17,19 +17,10 @@ namespace {
 
 constexpr const char *kJpegType = "image/jpeg";
 
-bool StartsWith(const std::vector<uint8_t> &file, const char *text, size_t length)
+// Kinds that go into tags as they are.
+bool IsKept(PictureKind kind)
 {
-    return file.size() >= length && std::memcmp(file.data(), text, length) == 0;
-}
-
-bool IsPng(const std::vector<uint8_t> &file)
-{
-    return StartsWith(file, "\x89PNG\r\n\x1A\n", 8);
-}
-
-bool IsGif(const std::vector<uint8_t> &file)
-{
-    return StartsWith(file, "GIF8", 4);
+    return kind == PictureKind::Png || kind == PictureKind::Gif || kind == PictureKind::WebP;
 }
 
 PixelImage FittedInto(PixelImage image, uint32_t size)
@@ -61,13 +52,13 @@ std::optional<std::vector<uint8_t>> Remade(const std::vector<uint8_t> &file, uin
 
 Picture MakeCover(std::vector<uint8_t> file, const std::string &name, uint32_t size, int quality)
 {
-    if (IsPng(file) || IsGif(file)) {
+    if (const PictureKind kind = FactsOf(file).kind; IsKept(kind)) {
         if (size != 0)
             throw Failure(name + ": only BMP and JPEG pictures can be scaled");
-        return {kFrontCover, IsPng(file) ? "image/png" : "image/gif", std::move(file)};
+        return {kFrontCover, MimeTypeOf(kind), std::move(file)};
     }
     if (!IsBmp(file) && !IsJpeg(file))
-        throw Failure(name + ": is no picture that is known (BMP, JPEG, PNG or GIF)");
+        throw Failure(name + ": is no picture that is known (BMP, JPEG, PNG, GIF or WebP)");
     try {
         if (auto remade = Remade(file, size, quality))
             return {kFrontCover, kJpegType, std::move(*remade)};

@@ -1,5 +1,6 @@
 // main.cpp: tonekit-convert.
 #include "host/batch.h"
+#include "host/extract_cover.h"
 #include "host/failure.h"
 #include "host/file_info.h"
 #include "host/jobs.h"
@@ -47,6 +48,19 @@ FileInfo Look(const Options &options, const std::filesystem::path &input)
     return info;
 }
 
+int Extract(const Options &options)
+{
+    NoteInterrupts();
+    Console console(false);
+    std::vector<std::string> warnings;
+    const std::string line = ExtractCover(options, warnings);
+    for (const std::string &warning : warnings)
+        console.Complain("warning: " + warning);
+    if (!options.quiet)
+        console.Say(line);
+    return 0;
+}
+
 int Inform(const Options &options)
 {
     NoteInterrupts();
@@ -81,6 +95,8 @@ int Run(const Options &options)
         return 0;
     case Command::Info:
         return Inform(options);
+    case Command::ExtractCover:
+        return Extract(options);
     case Command::Convert:
         return Convert(options);
     }

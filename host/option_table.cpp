@@ -78,7 +78,7 @@ constexpr OptionRow kRows[] = {
      "What travels beside the audio (text tags, pictures and chapters; WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
     {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",
      [](Options &o, Text v) { SetTag(o, v); }},
-    {"cover", 0, "FILE", "put this BMP or JPEG picture (PNG and GIF as they are) on the front cover",
+    {"cover", 0, "FILE", "put this BMP or JPEG picture (PNG, GIF and WebP as they are) on the front cover",
      [](Options &o, Text v) { o.cover = FileName(v); }},
     {"cover-size", 0, "N", "scale larger pictures, those of the input too, to fit N by N pixels, as JPEG",
      [](Options &o, Text v) { o.coverSize = Number(v, 1, 4096); }},
@@ -86,6 +86,13 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.coverQuality = static_cast<int>(Number(v, 1, 100)); }},
     {"chapters", 0, "FILE", "chapters: a line each of start time and name, as 0:03:21.5 Second movement",
      [](Options &o, Text v) { o.chapters = FileName(v); }},
+    {"extract-cover", 0, "FILE",
+     "write the front cover of the INPUT, or else its first picture, as it is into FILE; there is no OUTPUT",
+     [](Options &o, Text v) {
+         o.extractCover = FileName(v);
+         o.command = Command::ExtractCover;
+     },
+     true},
     {"in-place", 0, nullptr,
      "change the tags, pictures and chapters of the INPUTs themselves; there is no OUTPUT, and the audio "
      "stays "
@@ -204,6 +211,7 @@ std::string HelpText()
     std::string text = "Usage: tonekit-convert [options] INPUT OUTPUT\n"
                        "       tonekit-convert [options] INPUT... FOLDER\n"
                        "       tonekit-convert --in-place [options] INPUT...\n"
+                       "       tonekit-convert --extract-cover FILE INPUT\n"
                        "       tonekit-convert --info [options] INPUT...\n"
                        "\n"
                        "Converts audio files between rates, channels, sample formats and file types.\n"

@@ -122,6 +122,14 @@ private:
             options_.inputs = names_;
             return;
         }
+        if (options_.command == Command::ExtractCover) {
+            if (names_.size() != 1)
+                throw UsageError("--extract-cover takes one INPUT and no OUTPUT");
+            if (options_.json)
+                throw UsageError("--extract-cover has no report in JSON: leave --json out");
+            options_.inputs = names_;
+            return;
+        }
         if (options_.inPlace) {
             if (names_.empty())
                 throw UsageError("--in-place needs a file");

@@ -15,7 +15,7 @@
 
 namespace tonekit::host {
 
-enum class Command { Convert, Info, Help, Version };
+enum class Command { Convert, Info, ExtractCover, Help, Version };
 enum class Quality { Normal, High, VeryHigh, Best };
 enum class Filter : uint32_t {
     Normal = TONEKIT_FILTER_NORMAL,
@@ -61,6 +61,7 @@ struct Options {
     uint32_t coverSize = 0; // 0: as it is
     int coverQuality = 90;
     std::optional<std::string> chapters;
+    std::optional<std::string> extractCover;
 
     // What is found out on the way.
     bool replayGain = false;
