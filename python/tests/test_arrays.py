@@ -43,7 +43,7 @@ def test_result_has_type_and_dimensions_of_the_input(dtype: str, shape: tuple[in
     frames=st.integers(0, 3000),
     channels=st.sampled_from([1, 2, 4, 6]),
     dtype=st.sampled_from(TYPES),
-    order=st.sampled_from(["F", "reversed", "every second", "offset", "swapped", "read-only", "unaligned"]),
+    order=st.sampled_from(["F", "reversed", "turned", "every second", "offset", "swapped", "read-only", "unaligned"]),
     rates=st.tuples(st.sampled_from(RATES), st.sampled_from(RATES)),
 )
 @settings(max_examples=60, deadline=None)
@@ -55,6 +55,8 @@ def test_memory_order_changes_nothing(
         other = np.asfortranarray(x)
     elif order == "reversed":
         other = np.ascontiguousarray(x[::-1, ::-1])[::-1, ::-1]
+    elif order == "turned":
+        other = np.ascontiguousarray(x[:, ::-1])[:, ::-1]
     elif order == "every second":
         other = np.repeat(x, 2, axis=0)[::2]
     elif order == "offset":
@@ -98,6 +100,12 @@ def test_blocks_of_a_stream_are_the_whole(
     result = np.concatenate(parts)
     assert result.dtype == whole.dtype
     assert np.array_equal(result.view(np.uint8), whole.view(np.uint8))
+
+
+def test_channels_in_reverse_order_in_memory() -> None:
+    x = noise(500, 2, "int16")
+    turned = np.ascontiguousarray(x[:, ::-1])[:, ::-1]
+    assert np.array_equal(tonekit.convert(turned, 44100, dtype="int32"), x.astype(np.int32) * 65536)
 
 
 def test_long_stream_spans_many_blocks() -> None:
