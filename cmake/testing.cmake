@@ -42,6 +42,7 @@ function(tonekit_test name)
         TONEKIT_SOURCE_DIR="${PROJECT_SOURCE_DIR}" TONEKIT_BUILD_DIR="${PROJECT_BINARY_DIR}")
     target_link_options(${name} PRIVATE ${TONEKIT_WRAPPED_CALLS})
     add_dependencies(${name} tonekit)
+    set_property(GLOBAL APPEND PROPERTY TONEKIT_TEST_PROGRAMS ${name})
     tonekit_discover_tests(${name})
 endfunction()
 
@@ -71,8 +72,11 @@ function(tonekit_tests_left_out_on_windows program reason)
     endif()
 endfunction()
 
-# Writes the list that the test run shows.
-function(tonekit_write_left_out)
+# Writes the lists of the programs whose main selects a tier, and of what the test run shows as left out.
+function(tonekit_write_test_lists)
+    get_property(programs GLOBAL PROPERTY TONEKIT_TEST_PROGRAMS)
+    list(JOIN programs "\n" text)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/test_programs.txt CONTENT "${text}\n" @ONLY)
     get_property(left_out GLOBAL PROPERTY TONEKIT_LEFT_OUT)
     list(JOIN left_out "\n" text)
     file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/left_out.txt CONTENT "${text}\n" @ONLY)

@@ -107,6 +107,7 @@ template <uint32_t Channels, bool HighPass, class T, class Dither, class Divide>
 void AddNoise(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t stride, Divide divide)
 {
     using V = Values<T, Channels>;
+    using Frame = Lanes<T, static_cast<int>(Channels)>;
     const auto scales = V::Spread(scale).value;
     const auto divisors = V::Spread(divide.by).value;
     NoiseSource<Channels> source(visits);
@@ -128,11 +129,11 @@ void AddNoise(Dither *dithers, T scale, T *samples, uint64_t visits, uint64_t st
             } else {
                 sums = V::Narrow(V::Widen(steps) - now);
             }
-            Lanes<T, Channels>{divide(sums, divisors)}.Store(samples);
+            Frame{divide(sums, divisors)}.Store(samples);
         }
         visits -= frames;
     }
-    Lanes<T, Channels>{last}.Store(previous);
+    Frame{last}.Store(previous);
     for (uint32_t c = 0; c < Channels; ++c)
         dithers[c].previous = previous[c];
 }

@@ -201,7 +201,8 @@ struct Row {
     }
     [[gnu::always_inline]] bool AnyAbove(T limit) const
     {
-        return AnyLaneAbove(head.value, limit) | tail.AnyAbove(limit);
+        // Without a branch.
+        return (unsigned{AnyLaneAbove(head.value, limit)} | unsigned{tail.AnyAbove(limit)}) != 0;
     }
 };
 

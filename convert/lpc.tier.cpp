@@ -128,7 +128,10 @@ template <class T>
 struct Channel {
     T *first; // of the stretch
     ptrdiff_t stride;
-    [[gnu::always_inline]] T &operator[](ptrdiff_t frame) const { return first[frame * stride]; }
+    [[gnu::always_inline]] T &operator[](size_t frame) const
+    {
+        return first[static_cast<ptrdiff_t>(frame) * stride];
+    }
 };
 
 template <class T>

@@ -17,7 +17,7 @@ void LimitFrame(const T (*matrix)[8], uint32_t rows, uint32_t columns, const T *
     for (uint32_t i = 1; i < rows; ++i) {
         for (uint32_t o = 0; o < columns && o < 8; ++o) {
             output[o] = Add(output[o], Multiply(Multiply(matrix[i][o], input[i]), gain));
-            const T magnitude = __builtin_fabs(output[o]);
+            const T magnitude = static_cast<T>(__builtin_fabs(output[o]));
             if (magnitude > T(1)) {
                 const double ratio = static_cast<double>(magnitude) / static_cast<double>(gain);
                 gain = static_cast<T>(1.0 / ratio);

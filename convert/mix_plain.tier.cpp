@@ -21,22 +21,6 @@ void MixFrames(const T (*matrix)[8], uint32_t rows, uint32_t inputChannels, cons
     }
 }
 
-[[gnu::always_inline]] inline __m128d LeftSamples(__m128d frame)
-{
-    return _mm_unpacklo_pd(frame, frame);
-}
-[[gnu::always_inline]] inline __m128d RightSamples(__m128d frame)
-{
-    return _mm_unpackhi_pd(frame, frame);
-}
-[[gnu::always_inline]] inline __m128 LeftSamples(__m128 frames)
-{
-    return _mm_shuffle_ps(frames, frames, 0xA0);
-}
-[[gnu::always_inline]] inline __m128 RightSamples(__m128 frames)
-{
-    return _mm_shuffle_ps(frames, frames, 0xF5);
-}
 #if defined(__AVX__)
 [[gnu::always_inline]] inline __m256d LeftSamples(__m256d frames)
 {
@@ -54,25 +38,43 @@ void MixFrames(const T (*matrix)[8], uint32_t rows, uint32_t inputChannels, cons
 {
     return _mm256_movehdup_ps(frames);
 }
+#else
+[[gnu::always_inline]] inline __m128d LeftSamples(__m128d frame)
+{
+    return _mm_unpacklo_pd(frame, frame);
+}
+[[gnu::always_inline]] inline __m128d RightSamples(__m128d frame)
+{
+    return _mm_unpackhi_pd(frame, frame);
+}
+[[gnu::always_inline]] inline __m128 LeftSamples(__m128 frames)
+{
+    return _mm_shuffle_ps(frames, frames, 0xA0);
+}
+[[gnu::always_inline]] inline __m128 RightSamples(__m128 frames)
+{
+    return _mm_shuffle_ps(frames, frames, 0xF5);
+}
 #endif
 
 // Stereo to stereo, the mix of nearly every conversion: as many frames at a time as a register holds.
 template <class T>
 void MixStereo(const T (*matrix)[8], uint32_t inputChannels, const T *input, T *output, uint32_t frames)
 {
-    constexpr uint32_t kWidth = LaneWidth<T>(8);
+    constexpr int kLanes = LaneWidth<T>(8);
+    constexpr uint32_t kWidth = kLanes;
     constexpr uint32_t kFrames = kWidth / 2;
     T repeated[2][kWidth];
     for (uint32_t i = 0; i < kWidth; ++i) {
         repeated[0][i] = matrix[0][i % 2];
         repeated[1][i] = matrix[1][i % 2];
     }
-    const auto fromLeft = Lanes<T, kWidth>::Load(repeated[0]);
-    const auto fromRight = Lanes<T, kWidth>::Load(repeated[1]);
+    const auto fromLeft = Lanes<T, kLanes>::Load(repeated[0]);
+    const auto fromRight = Lanes<T, kLanes>::Load(repeated[1]);
     uint32_t done = 0;
     for (; frames - done >= kFrames; done += kFrames, input += kWidth, output += kWidth) {
-        const auto samples = Lanes<T, kWidth>::Load(input);
-        const Lanes<T, kWidth> sums{Add(Multiply(fromLeft.value, LeftSamples(samples.value)),
+        const auto samples = Lanes<T, kLanes>::Load(input);
+        const Lanes<T, kLanes> sums{Add(Multiply(fromLeft.value, LeftSamples(samples.value)),
                                         Multiply(fromRight.value, RightSamples(samples.value)))};
         sums.Store(output);
     }

@@ -43,6 +43,26 @@ template <class Word>
     return AsGrouped<Word>((f ^ g) & e) ^ g;
 }
 
+// One round, with the variables named as in the standard. Its c comes in bXorC, which goes on to the next.
+template <class Hash, class Word>
+[[gnu::always_inline]] inline void Round(Word a, Word b, Word, Word &d, Word e, Word f, Word g, Word &h,
+                                         Word &bXorC, Word scheduled)
+{
+    Word sum = AsGrouped<Word>(h + scheduled);
+#ifdef __BMI__
+    sum = AsGrouped<Word>(sum + AsGrouped<Word>(e & f));
+    sum = AsGrouped<Word>(sum + (~e & g));
+#else
+    sum = AsGrouped<Word>(sum + Chosen(e, f, g));
+#endif
+    sum = AsGrouped<Word>(sum + Sum(e, Hash::kSumOfE));
+    d = AsGrouped<Word>(d + sum);
+    const Word aXorB = a ^ b;
+    sum = AsGrouped<Word>(sum + AsGrouped<Word>((bXorC & aXorB) ^ b));
+    h = AsGrouped<Word>(sum + Sum(a, Hash::kSumOfA));
+    bXorC = aXorB;
+}
+
 // The working variables of a block. A round moves them all on by one place; here they stay where they are,
 // and the rounds take them in turn.
 template <class Hash>
@@ -72,46 +92,26 @@ struct Working {
     // before or after them take, constants added.
     [[gnu::always_inline]] inline void Rounds01(const Word *scheduled)
     {
-        Round(a, b, c, d, e, f, g, h, scheduled[0]);
-        Round(h, a, b, c, d, e, f, g, scheduled[1]);
+        Round<Hash>(a, b, c, d, e, f, g, h, bXorC, scheduled[0]);
+        Round<Hash>(h, a, b, c, d, e, f, g, bXorC, scheduled[1]);
     }
 
     [[gnu::always_inline]] inline void Rounds23(const Word *scheduled)
     {
-        Round(g, h, a, b, c, d, e, f, scheduled[2]);
-        Round(f, g, h, a, b, c, d, e, scheduled[3]);
+        Round<Hash>(g, h, a, b, c, d, e, f, bXorC, scheduled[2]);
+        Round<Hash>(f, g, h, a, b, c, d, e, bXorC, scheduled[3]);
     }
 
     [[gnu::always_inline]] inline void Rounds45(const Word *scheduled)
     {
-        Round(e, f, g, h, a, b, c, d, scheduled[0]);
-        Round(d, e, f, g, h, a, b, c, scheduled[1]);
+        Round<Hash>(e, f, g, h, a, b, c, d, bXorC, scheduled[0]);
+        Round<Hash>(d, e, f, g, h, a, b, c, bXorC, scheduled[1]);
     }
 
     [[gnu::always_inline]] inline void Rounds67(const Word *scheduled)
     {
-        Round(c, d, e, f, g, h, a, b, scheduled[2]);
-        Round(b, c, d, e, f, g, h, a, scheduled[3]);
-    }
-
-private:
-    // One round, with the variables named as in the standard; its c comes in bXorC.
-    [[gnu::always_inline]] inline void Round(Word a, Word b, Word, Word &d, Word e, Word f, Word g, Word &h,
-                                             Word scheduled)
-    {
-        Word sum = AsGrouped<Word>(h + scheduled);
-#ifdef __BMI__
-        sum = AsGrouped<Word>(sum + AsGrouped<Word>(e & f));
-        sum = AsGrouped<Word>(sum + (~e & g));
-#else
-        sum = AsGrouped<Word>(sum + Chosen(e, f, g));
-#endif
-        sum = AsGrouped<Word>(sum + Sum(e, Hash::kSumOfE));
-        d = AsGrouped<Word>(d + sum);
-        const Word aXorB = a ^ b;
-        sum = AsGrouped<Word>(sum + AsGrouped<Word>((bXorC & aXorB) ^ b));
-        h = AsGrouped<Word>(sum + Sum(a, Hash::kSumOfA));
-        bXorC = aXorB;
+        Round<Hash>(c, d, e, f, g, h, a, b, bXorC, scheduled[2]);
+        Round<Hash>(b, c, d, e, f, g, h, a, bXorC, scheduled[3]);
     }
 };
 

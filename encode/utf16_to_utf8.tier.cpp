@@ -487,7 +487,7 @@ inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
         return count + SumOfBytes(_mm_and_si128(last, LastBytes(units - i)));
     }
     for (; i < units; i++)
-        count += (text[i] >= 0x80) + (text[i] >= 0x800);
+        count += static_cast<std::size_t>((text[i] >= 0x80) + (text[i] >= 0x800));
     return count;
 }
 

@@ -38,8 +38,8 @@ struct UU {
     {
         const uint32_t gathered = static_cast<uint8_t>(characters[count] - kFirstCharacter);
         for (std::size_t i = 0; i < count; ++i)
-            bytes[i] =
-                static_cast<uint8_t>((characters[i] - kFirstCharacter) | (gathered << (2 + 2 * i) & 0xc0));
+            bytes[i] = static_cast<uint8_t>(static_cast<uint32_t>(characters[i] - kFirstCharacter) |
+                                            (gathered << (2 + 2 * i) & 0xc0));
     }
 
     // Three bytes at once, in one word. A product moves the top bits of all three to the fourth byte: t0 by

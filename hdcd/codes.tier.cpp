@@ -188,7 +188,7 @@ std::int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, std
             _mm_unpacklo_epi32(_mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1)), GatherLsbs(samples));
         const __m128i nextView = Scrambled(nextBits);
         const __m128i view = _mm_or_si128(_mm_srli_epi64(newestView, 32),
-                                          _mm_and_si128(nextView, _mm_set1_epi64x(0xFFFFFFFF00000000)));
+                                          _mm_and_si128(nextView, _mm_set1_epi64x(-0x100000000)));
         const std::uint32_t left =
             HuntThroughStep(static_cast<std::uint64_t>(_mm_cvtsi128_si64(view)), leftDue);
         const std::uint32_t right = HuntThroughStep(

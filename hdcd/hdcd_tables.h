@@ -1,12 +1,13 @@
 // hdcd_tables.h: the constant tables of the decoder, all of them made at compile time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tonekit {
 
 // A plain array that a constexpr function can return.
-template <class Entry, int Count>
+template <class Entry, std::size_t Count>
 struct HdcdTable {
     Entry entry[Count];
 

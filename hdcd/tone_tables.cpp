@@ -17,17 +17,18 @@ constexpr double Sine(double x)
     return sum;
 }
 
-// sin(2 pi index / Count) * 0.1 * 32767, truncated towards zero. Count is a multiple of 4.
-template <int Count>
-constexpr HdcdTable<std::int16_t, Count> ToneTable()
+// sin(2 pi index / Size) * 0.1 * 32767, truncated towards zero. Size is a multiple of 4.
+template <std::size_t Size>
+constexpr HdcdTable<std::int16_t, Size> ToneTable()
 {
+    constexpr int kCount = Size;
     constexpr double kPi = 3.141592653589793238;
-    HdcdTable<std::int16_t, Count> table{};
-    for (int index = 0; index < Count; ++index) {
-        const int half = index % (Count / 2);
-        const int quarter = half <= Count / 4 ? half : Count / 2 - half;
-        const int value = static_cast<int>(Sine(2 * kPi * quarter / Count) * 0.1 * 32767);
-        table.entry[index] = static_cast<std::int16_t>(index < Count / 2 ? value : -value);
+    HdcdTable<std::int16_t, Size> table{};
+    for (int index = 0; index < kCount; ++index) {
+        const int half = index % (kCount / 2);
+        const int quarter = half <= kCount / 4 ? half : kCount / 2 - half;
+        const int value = static_cast<int>(Sine(2 * kPi * quarter / kCount) * 0.1 * 32767);
+        table.entry[index] = static_cast<std::int16_t>(index < kCount / 2 ? value : -value);
     }
     return table;
 }

@@ -17,7 +17,7 @@ bool AllWithin(const Sample *samples, size_t count, Sample loudest)
 {
     size_t within = 0;
     for (size_t i = 0; i < count; i++)
-        within += std::abs(samples[i]) <= loudest ? 1 : 0;
+        within += std::abs(samples[i]) <= loudest ? 1u : 0u;
     return within == count;
 }
 

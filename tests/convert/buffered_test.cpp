@@ -65,7 +65,7 @@ TEST_P(Buffered, EachReadDeliversOnePass)
     std::vector<int16_t> data(2 * (3 * 5324 + 10));
     SRC4_Write(handle_, data.data(), 3 * 5324 + 10);
     uint32_t total = 0;
-    for (int block = 0; block < 3; ++block) {
+    for (uint32_t block = 0; block < 3; ++block) {
         EXPECT_EQ(Read(), 1u);
         EXPECT_EQ(Object().writeConsumed, (block + 1) * 5324u);
         total += frames_;
@@ -81,8 +81,9 @@ TEST_P(Buffered, FlushAtEqualRatesHandsThePartialBlockOver)
 {
     Init(48000, 48000);
     std::vector<int16_t> data(200);
-    for (int i = 0; i < 200; ++i)
-        data[i] = static_cast<int16_t>(i - 100);
+    int16_t next = -100;
+    for (int16_t &sample : data)
+        sample = next++;
     SRC4_Write(handle_, data.data(), 100);
     EXPECT_EQ(Read(), 0u);
     EXPECT_EQ(Flush(), 1u);
@@ -223,7 +224,7 @@ TEST_P(Buffered, PiecesOfAnySizeGiveTheBytesOfOneWrite)
         const auto whole = Convert(GetParam(), data, row.inputRate, row.outputRate, row.quality, {150000});
         EXPECT_EQ(whole, Convert(GetParam(), data, row.inputRate, row.outputRate, row.quality, sizes));
         EXPECT_EQ(whole, Convert(GetParam(), data, row.inputRate, row.outputRate, row.quality, {4096}));
-        EXPECT_NEAR(whole.size() / 6.0, 150000.0 * row.outputRate / row.inputRate, 1.0);
+        EXPECT_NEAR(static_cast<double>(whole.size()) / 6.0, 150000.0 * row.outputRate / row.inputRate, 1.0);
     }
 }
 

@@ -241,7 +241,7 @@ TYPED_TEST(DitherTest, RoundingPredictionUsesSixtyFourBitIntegers)
 TYPED_TEST(DitherTest, StateRunsOnFromBlockToBlock)
 {
     for (const int32_t mode : {0, 1, 2}) {
-        Random random(mode);
+        Random random(static_cast<uint64_t>(mode));
         std::vector<TypeParam> whole(1500), parts;
         FillAudio(random, whole.data(), whole.size());
         parts = whole;

@@ -52,14 +52,14 @@ TEST(LevinsonDurbinTest, APerfectPredictionStopsEarlyAndDampsWhatItHas)
 {
     // A cosine: two taps predict it without an error.
     std::vector<double> r(9), a(8, 9.0);
-    for (int k = 0; k < 9; ++k)
-        r[k] = std::cos(0.5 * k);
+    for (std::size_t k = 0; k < 9; ++k)
+        r[k] = std::cos(0.5 * static_cast<double>(k));
     const int32_t used = LevinsonDurbin(r.data(), a.data(), 8);
     EXPECT_EQ(2, used);
     EXPECT_NEAR(-2 * std::cos(0.5) * 0.999, a[0], 1e-6);
     EXPECT_NEAR(0.999 * 0.999, a[1], 1e-6);
     for (int k = used; k < 8; ++k)
-        EXPECT_EQ(0.0, a[k]);
+        EXPECT_EQ(0.0, a.data()[k]);
 }
 
 TEST(LevinsonDurbinTest, RandomAutocorrelationsGiveTheModelsBits)
@@ -67,9 +67,11 @@ TEST(LevinsonDurbinTest, RandomAutocorrelationsGiveTheModelsBits)
     Random random(1);
     for (int32_t order = 0; order <= 40; ++order)
         for (int round = 0; round < 20; ++round) {
-            std::vector<double> x(200), r(order + 1), expected(std::max(order, 1)), actual(expected.size());
+            const auto lags = static_cast<std::size_t>(order);
+            std::vector<double> x(200), r(lags + 1), expected(std::max(lags, std::size_t{1}));
+            std::vector<double> actual(expected.size());
             FillAudio(random, x.data(), x.size());
-            for (int k = 0; k <= order; ++k)
+            for (std::size_t k = 0; k <= lags; ++k)
                 for (std::size_t i = 0; i + k < x.size(); ++i)
                     r[k] += x[i] * x[i + k];
             EXPECT_EQ(reference::LevinsonDurbin(r, expected, order),
@@ -98,7 +100,7 @@ protected:
     static void Extrapolate(std::vector<T> &buffer, uint32_t length, int32_t channels, int32_t order,
                             uint32_t before, uint32_t after, char letter = 'A')
     {
-        T *stretch = buffer.data() + std::size_t(before) * (channels > 0 ? channels : 0);
+        T *stretch = buffer.data() + std::size_t{before} * static_cast<uint32_t>(std::max(channels, 0));
         Body<ExtrapolateFunction<T>>(Form<T>::kName, letter)(stretch, length, channels, order, before, after);
     }
 };
@@ -119,7 +121,7 @@ TYPED_TEST(LpcTest, AlmostSilenceHoldsTheEdgeSamples)
     buffer[5] = TypeParam(2e-7);
     buffer[24] = TypeParam(-3e-7);
     this->Extrapolate(buffer, 20, 1, 32, 5, 5);
-    for (int i = 0; i < 5; ++i) {
+    for (std::size_t i = 0; i < 5; ++i) {
         EXPECT_EQ(TypeParam(2e-7), buffer[i]);
         EXPECT_EQ(TypeParam(-3e-7), buffer[25 + i]);
     }
@@ -136,14 +138,14 @@ TYPED_TEST(LpcTest, AConstantContinuesAndDecaysSlowly)
 
 TYPED_TEST(LpcTest, ASineContinuesOnBothSidesWithFallingAmplitude)
 {
-    const int before = 400, length = 4000, after = 400;
+    const uint32_t before = 400, length = 4000, after = 400;
     std::vector<TypeParam> buffer(before + length + after);
     for (std::size_t i = 0; i < buffer.size(); ++i)
         buffer[i] = static_cast<TypeParam>(std::sin(0.05 * static_cast<double>(i)));
     const std::vector<TypeParam> sine = buffer;
     this->Extrapolate(buffer, length, 1, 32, before, after);
     double early = 0, late = 0;
-    for (int i = 0; i < before; ++i) {
+    for (uint32_t i = 0; i < before; ++i) {
         EXPECT_NEAR(sine[i], buffer[i], 0.5);
         EXPECT_NEAR(sine[before + length + i], buffer[before + length + i], 0.5);
         (i < 200 ? early : late) =
@@ -205,7 +207,7 @@ TYPED_TEST(LpcTest, NothingWrittenExceedsTen)
             sample =
                 static_cast<TypeParam>(std::exp(20 * random.Uniform() - 10) * (random.Below(2) ? 1 : -1));
         this->Extrapolate(buffer, 40, 1, 32, 100, 100);
-        for (int i = 0; i < 100; ++i)
+        for (std::size_t i = 0; i < 100; ++i)
             for (const TypeParam sample : {buffer[i], buffer[140 + i]}) {
                 EXPECT_LE(std::fabs(sample), TypeParam(10));
                 reached = reached || std::fabs(sample) == TypeParam(10);
@@ -227,13 +229,14 @@ TYPED_TEST(LpcTest, EveryBodyPredictsLikeTheModel)
                 for (const int32_t channels : {1, 2, 6})
                     for (const auto &[before, after] : {Room{0, 20}, {20, 0}, {9, 33}, {0, 1}})
                         for (const uint32_t rarity : {1000000u, 300u}) {
-                            std::vector<T> expected((before + length + after) * channels);
+                            const auto width = static_cast<uint32_t>(channels);
+                            std::vector<T> expected((before + length + after) * width);
                             FillNasty(random, expected.data(), expected.size(), rarity);
                             GuardedBuffer buffer(expected.size() * sizeof(T), sizeof(T));
                             std::copy(expected.begin(), expected.end(), buffer.template As<T>());
                             reference::Extrapolate(expected, length, channels, order, before, after);
                             Body<ExtrapolateFunction<T>>(Form<T>::kName,
-                                                         letter)(buffer.template As<T>() + before * channels,
+                                                         letter)(buffer.template As<T>() + before * width,
                                                                  length, channels, order, before, after);
                             ASSERT_TRUE(SameBits(expected.data(), buffer.template As<T>(), expected.size()))
                                 << letter << ": " << length << " frames, order " << order << ", " << before

@@ -181,7 +181,7 @@ TYPED_TEST(MixTest, ColumnsBeyondTheMatrixAreZeroEvenForNaN)
 {
     const TypeParam nan = std::numeric_limits<TypeParam>::quiet_NaN();
     const auto output = this->Mix(2, 12, {nan, nan});
-    for (int o = 8; o < 12; ++o)
+    for (std::size_t o = 8; o < 12; ++o)
         EXPECT_EQ(TypeParam(0), output[o]);
 }
 

@@ -386,7 +386,7 @@ TEST_P(PassTest, RotationKeepsOnlyEightBitsOfSomeSamples)
         std::vector<uint8_t> data(8 * 5324);
         const double values[] = {300.75, -1.5, 0.9,  1e20, std::numeric_limits<double>::quiet_NaN(),
                                  -257.0, 3e9,  128.0};
-        for (int i = 0; i < 8; ++i)
+        for (std::size_t i = 0; i < 8; ++i)
             std::memcpy(&data[8 * i], &values[i], 8);
         data.resize(8 * 2662);
         pair.Call(data, 2662, false); // half a block: 2662 cycles of two samples

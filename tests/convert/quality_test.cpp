@@ -97,7 +97,8 @@ TEST(Quality, EdgesOfAToneDoNotRing)
     const Samples out = ConvertDouble(Sine(500, 44100, 130000), 1, 44100, 1, 48000, 33);
     double worst = 0;
     for (size_t i = 0; i < 200; ++i)
-        worst = std::max(worst, std::abs(out[i] - 0.5 * std::sin(2 * std::numbers::pi * 500 * i / 48000.0)));
+        worst = std::max(worst, std::abs(out[i] - 0.5 * std::sin(2 * std::numbers::pi * 500 *
+                                                                 static_cast<double>(i) / 48000.0)));
     EXPECT_LT(worst, 0.01) << "a hard start would overshoot by several per cent";
 }
 

@@ -77,7 +77,7 @@ TEST_F(ResamplerTest, ModeAndAliasingAreThoseOfTheSettings)
     constexpr double kPassBand[] = {0.9137436532733066, 0.9827487306546613, 0.9948246191963984};
     constexpr double kStopBand[] = {1.05, 1.01, 1.003};
     for (uint32_t mode = 0; mode < 3; ++mode)
-        for (const uint8_t aliasing : {0, 1, 200}) {
+        for (const uint8_t aliasing : std::initializer_list<uint8_t>{0, 1, 200}) {
             SetSampleRateConverterParameters2(mode, aliasing);
             const soxr_quality_spec_t quality = Requests(44100, 48000).back().quality;
             EXPECT_DOUBLE_EQ(quality.passband_end, kPassBand[mode]);

@@ -25,7 +25,7 @@ namespace tonekit {
 namespace {
 
 struct Handle {
-    explicit Handle(void *handle) : handle(handle) {}
+    explicit Handle(void *created) : handle(created) {}
     ~Handle() { SRC4_Deinit(handle); }
     Handle(const Handle &) = delete;
     Handle &operator=(const Handle &) = delete;

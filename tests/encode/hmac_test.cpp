@@ -160,8 +160,9 @@ TEST_P(Hmac, TakesKeysOfAnySize)
 {
     Random random(2104);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (const std::size_t keySize : {0, 1, 27, 28, 31, 32, 63, 64, 65, 127, 128, 129, 200, 1000})
-            for (const std::size_t size : {0, 1, 64, 200}) {
+        for (const std::size_t keySize :
+             {0u, 1u, 27u, 28u, 31u, 32u, 63u, 64u, 65u, 127u, 128u, 129u, 200u, 1000u})
+            for (const std::size_t size : {0u, 1u, 64u, 200u}) {
                 const Bytes key = RandomBytes(random, keySize);
                 const Bytes message = RandomBytes(random, size);
                 EXPECT_EQ(MacOf(member, key, message), Hex(reference::Hmac(member.kBits, key, message)))

@@ -168,7 +168,7 @@ TEST_P(Sha2, TheLengthsAroundTheLengthFieldByteByByte)
     Random random(55);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
         for (const std::size_t length :
-             {1, 55, 56, 57, 63, 64, 65, 111, 112, 113, 119, 120, 127, 128, 129, 256}) {
+             {1u, 55u, 56u, 57u, 63u, 64u, 65u, 111u, 112u, 113u, 119u, 120u, 127u, 128u, 129u, 256u}) {
             const Bytes message = RandomBytes(random, length);
             typename std::decay_t<decltype(member)>::Context context;
             member.init(&context);
@@ -213,7 +213,7 @@ TEST_P(Sha2, UpdateWithNothingChangesNothing)
         typename std::decay_t<decltype(member)>::Context context, before;
         std::memset(&context, 0, sizeof context);
         member.init(&context);
-        for (const std::uint8_t byte : {1, 2, 3}) {
+        for (const std::uint8_t byte : std::initializer_list<std::uint8_t>{1, 2, 3}) {
             std::memcpy(&before, &context, sizeof context);
             member.update(&context, nullptr, 0);
             EXPECT_EQ(std::memcmp(&before, &context, sizeof context), 0);

@@ -37,7 +37,7 @@ int FailEachAllocation(Action action)
     for (int n = 1;; n++) {
         const int64_t live = LiveAllocations();
         const int64_t converters = LiveTextConverters();
-        FailAllocation(n);
+        FailAllocation(static_cast<uint64_t>(n));
         bool thrown = false;
         try {
             UNC_freeStr(action());

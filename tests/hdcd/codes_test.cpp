@@ -301,7 +301,7 @@ TEST_P(HdcdCodes, WideStridesAndOneChannelReadTheirOwnSamples)
 // Random streams, states and cuts against the model, samples beyond 16 bits too.
 TEST_P(HdcdCodes, AgreesWithTheModel)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 400; ++round) {
         Samples samples(2 * (1 + random.Below(2000)));
         random.Fill(samples.data(), samples.size() * sizeof samples[0]);

@@ -139,7 +139,7 @@ TEST_P(HdcdGain, NegativeCountsDoNothing)
 
 TEST_P(HdcdGain, EnvelopeAgreesWithTheModel)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 600; ++round) {
         const auto count = static_cast<std::int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
         const auto stride = static_cast<std::int32_t>(1 + random.Below(3));
@@ -164,7 +164,7 @@ TEST_P(HdcdGain, EnvelopeAgreesWithTheModel)
 
 TEST_P(HdcdGain, BothChannelsAtOnceAgreeWithTheModelHoweverTheRunIsCut)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 600; ++round) {
         const auto frames = static_cast<std::int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
         GuardedBuffer buffer(static_cast<std::size_t>(frames) * 8, 4 * random.Below(16));

@@ -60,7 +60,7 @@ TEST(HdcdInterface, PlainAudioStaysAtNothing)
 
 TEST(HdcdInterface, CodesWithoutEffectAreOneUntilGainOrPeaksMakeThemTwo)
 {
-    for (const std::uint8_t effective : {0x01, 0x10}) {
+    for (const std::uint8_t effective : std::initializer_list<std::uint8_t>{0x01, 0x10}) {
         const OwnedDecoder decoder = NewDecoder();
         Samples samples = Encoded(1000, 0x00, 0x20);
         hdcd_process(decoder.get(), samples.data(), 1000);
@@ -203,7 +203,7 @@ class HdcdScan : public HdcdBodies {};
 // A scan of equal blocks, wide or narrow, is a decode without the output.
 TEST_P(HdcdScan, LeavesTheStateOfADecodeAndTheSamplesAsTheyWere)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 60; ++round) {
         RandomStream stream(random);
         const OwnedDecoder decoded = NewDecoder();

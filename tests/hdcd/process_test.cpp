@@ -32,7 +32,7 @@ std::int32_t Attenuated(std::int32_t sample, int gain)
 
 TEST_P(HdcdProcess, WithoutCodesEverySampleIsMultipliedBy32768)
 {
-    for (const std::size_t frames : {1, 2, 31, 32, 33, 63, 64, 511, 512, 513, 1024, 5000}) {
+    for (const std::size_t frames : {1u, 2u, 31u, 32u, 33u, 63u, 64u, 511u, 512u, 513u, 1024u, 5000u}) {
         Samples samples = NoiseFrames(frames, frames, 32768);
         const Samples before = samples;
         Linked(samples);
@@ -165,7 +165,7 @@ TEST_P(HdcdProcess, OneFrameBlocksOfCodesOnTheSameFramesEqualOneBlock)
 
 TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 150; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);
@@ -191,7 +191,7 @@ TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
 TEST_P(HdcdProcess, FollowingMovesTheStateAsDecodingDoes)
 {
     auto *follow = Get<decltype(FollowLinked)>("FollowLinked");
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 60; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);
@@ -212,7 +212,7 @@ TEST_P(HdcdProcess, FollowingMovesTheStateAsDecodingDoes)
 
 TEST_P(HdcdProcess, SingleChannelsAgreeWithTheModel)
 {
-    Random random(GetParam());
+    Random random(static_cast<std::uint64_t>(GetParam()));
     for (int round = 0; round < 150; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);

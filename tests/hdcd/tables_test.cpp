@@ -100,12 +100,13 @@ TEST(HdcdTables, PeakRisesAllTheWay)
         EXPECT_GT(HdcdPeakTable[index], HdcdPeakTable[index - 1]);
 }
 
-template <int Count>
-void ExpectTone(const HdcdTable<std::int16_t, Count> &table)
+template <std::size_t Size>
+void ExpectTone(const HdcdTable<std::int16_t, Size> &table)
 {
+    constexpr int kCount = Size;
     constexpr long double kPi = 3.14159265358979323846264338327950288L;
-    for (int index = 0; index < Count; ++index)
-        EXPECT_EQ(table[index], static_cast<int>(std::sin(2 * kPi * index / Count) * 0.1L * 32767)) << index;
+    for (int index = 0; index < kCount; ++index)
+        EXPECT_EQ(table[index], static_cast<int>(std::sin(2 * kPi * index / kCount) * 0.1L * 32767)) << index;
 }
 
 TEST(HdcdTables, TonesAreOnePeriodOfASine)

@@ -55,8 +55,8 @@ INSTANTIATE_TEST_SUITE_P(Forms, Completeness,
                                          FileForm{"au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
                                          FileForm{"ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
                                          FileForm{"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}),
-                         [](const auto &info) {
-                             return std::string(info.param.extension) + std::to_string(info.index);
+                         [](const auto &one) {
+                             return std::string(one.param.extension) + std::to_string(one.index);
                          });
 
 TEST(CompletenessOfCaf, CountsTheSamplesOfTheHeader)

@@ -162,7 +162,7 @@ TEST_P(TagsOfEveryKind, ThatAreBrokenGiveAWarningOrNothing)
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, TagsOfEveryKind, testing::ValuesIn(kForms),
-                         [](const auto &info) { return std::string(info.param.extension); });
+                         [](const auto &one) { return std::string(one.param.extension); });
 
 TEST(Tags, ABrokenId3TagIsTold)
 {

@@ -281,7 +281,7 @@ TEST(ResampledBitmap, EachFailingAllocationHasItsCodeAndLeavesNothing)
 
 TEST(ResampledBitmap, TakesOnlyOnePlaneOfTwentyFourOrThirtyTwoBits)
 {
-    for (const uint16_t bits : {0, 1, 8, 16, 23, 25, 31, 48, 64}) {
+    for (const uint16_t bits : std::initializer_list<uint16_t>{0, 1, 8, 16, 23, 25, 31, 48, 64}) {
         MemoryDevice device;
         Bitmap source(8, 8, bits);
         EXPECT_EQ(Resample(device, &source, 4, 4), nullptr);
@@ -292,7 +292,7 @@ TEST(ResampledBitmap, TakesOnlyOnePlaneOfTwentyFourOrThirtyTwoBits)
         EXPECT_EQ(errno, 0x20000005) << bits;
         EXPECT_TRUE(device.made.empty());
     }
-    for (const uint16_t planes : {0, 2, 4}) {
+    for (const uint16_t planes : std::initializer_list<uint16_t>{0, 2, 4}) {
         MemoryDevice device;
         Bitmap source(8, 8, 32);
         source.description.planes = planes;

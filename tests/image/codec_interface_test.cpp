@@ -117,7 +117,7 @@ TEST_P(CodecInterface, TheStandardErrorManagerEndsTheProcess)
 
 TEST_P(CodecInterface, ProfilesOfAnySizeComeBack)
 {
-    for (const size_t size : {1, 100, 65519, 65520, 200000}) {
+    for (const size_t size : {1u, 100u, 65519u, 65520u, 200000u}) {
         Bytes profile(size);
         for (size_t i = 0; i < size; ++i)
             profile[i] = static_cast<uint8_t>(i * 7 + i / 256);

@@ -162,7 +162,7 @@ TEST_F(JpegHooks, AnyCountAboveZeroIsDataEnough)
 {
     const Bytes file = Encode(codec, image, {.progressive = true});
     const Image expected = Decode(codec, file);
-    for (const size_t most : {1, 2, 7, 4095}) {
+    for (const size_t most : {1u, 2u, 7u, 4095u}) {
         stream = Stream();
         stream.data = file;
         stream.most = most;

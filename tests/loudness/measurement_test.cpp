@@ -256,7 +256,7 @@ TEST(Measurement, RefusedChangeLosesTheMeasurementForGood)
 TEST(Measurement, PeakAsksForTheChannelsOfTheBeginning)
 {
     std::vector<double> samples(6 * 100, 0.125);
-    for (int frame = 0; frame < 100; frame++)
+    for (std::size_t frame = 0; frame < 100; frame++)
         samples[6 * frame + 4] = 0.5; // a channel that the state was not made with
     ReplayGainState *state = ReplayGain_Init(2, 44100);
     ReplayGain_Change(state, 6, 44100);

@@ -11,7 +11,7 @@ TEST(EveryAllocation, OfAMeasurementMayFail)
 {
     const std::vector<double> samples(6 * 48000, 0.25);
     for (auto *init : {ReplayGain_Init, ReplayGain_Init_TruePeak})
-        for (const std::uint32_t rate : {44100, 96000, 192000}) {
+        for (const std::uint32_t rate : {44100u, 96000u, 192000u}) {
             const std::uint64_t allocations = FailEachInTurn([&] {
                 ReplayGainState *state = init(2, rate);
                 ReplayGain_Process(state, samples.data(), 48000);

@@ -6,8 +6,10 @@
 
 namespace tonekit::reference {
 
-inline int32_t LevinsonDurbin(const std::vector<double> &r, std::vector<double> &a, int32_t order)
+inline int32_t LevinsonDurbin(const std::vector<double> &lags, std::vector<double> &taps, int32_t order)
 {
+    const double *const r = lags.data();
+    double *const a = taps.data();
     if (order < 1) {
         if (order != 0)
             return order;
@@ -58,11 +60,15 @@ void Extrapolate(std::vector<T> &buffer, uint32_t length, int32_t channels, int3
     // What the taps reach beyond either end of the line is 0.
     const int64_t margin = std::max(order, 1);
     const int64_t start = margin + before;
-    std::vector<T> line(start + length + after + margin);
-    std::vector<double> r(std::max(order, 0) + 1), a(std::max(order, 1));
+    std::vector<T> work(static_cast<std::size_t>(start + length + after + margin));
+    std::vector<double> lags(static_cast<std::size_t>(std::max(order, 0)) + 1);
+    std::vector<double> taps(static_cast<std::size_t>(margin));
+    T *const line = work.data();
+    double *const r = lags.data();
+    const double *const a = taps.data();
     for (int32_t c = 0; c < channels; c++) {
-        auto sample = [&](int64_t frame) -> T & { return buffer[(before + frame) * channels + c]; };
-        std::fill(line.begin(), line.end(), T(0));
+        auto sample = [&](int64_t frame) -> T & { return buffer.data()[(before + frame) * channels + c]; };
+        std::fill(work.begin(), work.end(), T(0));
         const T half = static_cast<T>(static_cast<float>(length + 1) * 0.5f);
         for (uint32_t i = 0; i < length; i++) {
             const T u = (static_cast<T>(i + 1) - half) / half;
@@ -73,7 +79,7 @@ void Extrapolate(std::vector<T> &buffer, uint32_t length, int32_t channels, int3
             for (int64_t i = 0; i + k < length; i++)
                 r[k] += static_cast<double>(line[start + i + k]) * static_cast<double>(line[start + i]);
         }
-        const int32_t m = LevinsonDurbin(r, a, order);
+        const int32_t m = LevinsonDurbin(lags, taps, order);
         for (uint32_t i = 0; i < length; i++)
             line[start + i] = sample(i);
         auto limit = [](T value) {

@@ -143,10 +143,11 @@ private:
         const std::size_t channels = s_.outputChannels;
         const std::size_t edge = n_.inputEdgeFrames * channels;
         const std::size_t first = behind ? (n_.blockFrames - history) * channels + edge : 0;
-        std::vector<T> part(stage_.begin() + first, stage_.begin() + first + history * channels + edge);
+        T *const place = stage_.data() + first;
+        std::vector<T> part(place, place + history * channels + edge);
         reference::Extrapolate(part, history, static_cast<int32_t>(channels), 32,
                                behind ? 0 : n_.inputEdgeFrames, behind ? n_.inputEdgeFrames : 0);
-        std::copy(part.begin(), part.end(), stage_.begin() + first);
+        std::copy(part.begin(), part.end(), place);
     }
 
     uint32_t Feed(uint32_t frames, bool last)
@@ -175,7 +176,7 @@ private:
     {
         const std::size_t channels = s_.outputChannels;
         const std::vector<T> mixed = LoadAndMix(input, frames);
-        std::copy(mixed.begin(), mixed.end(), stage_.begin() + n_.inputEdgeFrames * channels);
+        std::copy(mixed.begin(), mixed.end(), stage_.data() + n_.inputEdgeFrames * channels);
         const uint32_t produced = Feed(frames, last);
         const uint32_t skipped = skip_;
         std::vector<uint8_t> out;

@@ -46,7 +46,7 @@ struct WellFormedRow {
     struct {
         uint8_t first, last;
     } bytes[4];
-    int length;
+    std::size_t length;
 };
 
 inline const std::vector<WellFormedRow> &WellFormedRows()
@@ -71,10 +71,10 @@ inline std::vector<char32_t> CharactersOfUtf8(const std::string &text)
     std::vector<char32_t> characters;
     std::size_t at = 0;
     while (at < text.size()) {
-        int longest = 0;
+        std::size_t longest = 0;
         bool complete = false;
         for (const WellFormedRow &row : WellFormedRows()) {
-            int matched = 0;
+            std::size_t matched = 0;
             while (matched < row.length && at + matched < text.size()) {
                 const uint8_t byte = static_cast<uint8_t>(text[at + matched]);
                 if (byte < row.bytes[matched].first || byte > row.bytes[matched].last)
@@ -94,7 +94,7 @@ inline std::vector<char32_t> CharactersOfUtf8(const std::string &text)
         char32_t character = static_cast<uint8_t>(text[at]);
         if (longest > 1)
             character &= 0x7f >> longest;
-        for (int i = 1; i < longest; i++)
+        for (std::size_t i = 1; i < longest; i++)
             character = character << 6 | (static_cast<uint8_t>(text[at + i]) & 0x3f);
         characters.push_back(character);
         at += longest;

@@ -65,10 +65,10 @@ Errors::Errors(const Codec &codec) : jpeg_error_mgr{}
     output_message = Silent;
 }
 
-Compressor::Compressor(const Codec &codec) : jpeg_compress_struct{}, codec(codec), errors(codec)
+Compressor::Compressor(const Codec &used) : jpeg_compress_struct{}, codec(used), errors(used)
 {
     err = &errors;
-    CODEC(codec, jpeg_CreateCompress)(this, JPEG_LIB_VERSION, sizeof(jpeg_compress_struct));
+    CODEC(used, jpeg_CreateCompress)(this, JPEG_LIB_VERSION, sizeof(jpeg_compress_struct));
 }
 
 Compressor::~Compressor()
@@ -76,10 +76,10 @@ Compressor::~Compressor()
     CODEC(codec, jpeg_destroy_compress)(this);
 }
 
-Decompressor::Decompressor(const Codec &codec) : jpeg_decompress_struct{}, codec(codec), errors(codec)
+Decompressor::Decompressor(const Codec &used) : jpeg_decompress_struct{}, codec(used), errors(used)
 {
     err = &errors;
-    CODEC(codec, jpeg_CreateDecompress)(this, JPEG_LIB_VERSION, sizeof(jpeg_decompress_struct));
+    CODEC(used, jpeg_CreateDecompress)(this, JPEG_LIB_VERSION, sizeof(jpeg_decompress_struct));
 }
 
 Decompressor::~Decompressor()

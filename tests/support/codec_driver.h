@@ -48,7 +48,7 @@ std::vector<Codec> AllBodies();
 
 // A fatal error of the codec.
 struct Failure : std::runtime_error {
-    Failure(int code, const char *text) : std::runtime_error(text), code(code) {}
+    Failure(int number, const char *text) : std::runtime_error(text), code(number) {}
     int code;
 };
 
@@ -60,7 +60,7 @@ struct Errors : jpeg_error_mgr {
 
 // A compression or decompression object of a codec.
 struct Compressor : jpeg_compress_struct {
-    explicit Compressor(const Codec &codec);
+    explicit Compressor(const Codec &used);
     Compressor(const Compressor &) = delete;
     Compressor &operator=(const Compressor &) = delete;
     ~Compressor();
@@ -69,7 +69,7 @@ struct Compressor : jpeg_compress_struct {
 };
 
 struct Decompressor : jpeg_decompress_struct {
-    explicit Decompressor(const Codec &codec);
+    explicit Decompressor(const Codec &used);
     Decompressor(const Decompressor &) = delete;
     Decompressor &operator=(const Decompressor &) = delete;
     ~Decompressor();

@@ -66,6 +66,6 @@ protected:
 
 #define TONEKIT_ON_EVERY_BODY(fixture)                                                                       \
     INSTANTIATE_TEST_SUITE_P(Body, fixture, testing::ValuesIn(::tonekit::RunnableLetters()),                 \
-                             [](const auto &info) { return std::string(1, info.param); })
+                             [](const auto &one) { return std::string(1, one.param); })
 
 } // namespace tonekit

@@ -157,11 +157,12 @@ static void ExerciseLpcForm(void (*extrapolate)(T *, uint32_t, int32_t, int32_t,
                                {64, 1, -1, 3, 3},
                                {700, 1, 80, 0, 90}})
         for (const uint32_t rarity : {0xFFFFFFFFu, 1000u, 100u, 3u}) {
-            const std::size_t count = (shape.before + shape.length + shape.after) * shape.channels;
+            const auto width = static_cast<uint32_t>(shape.channels);
+            const std::size_t count = (shape.before + shape.length + shape.after) * width;
             GuardedBuffer buffer(count * sizeof(T), random.Below(8) * sizeof(T));
             FillNasty(random, buffer.As<T>(), count, rarity);
-            extrapolate(buffer.As<T>() + shape.before * shape.channels, shape.length, shape.channels,
-                        shape.order, shape.before, shape.after);
+            extrapolate(buffer.As<T>() + shape.before * width, shape.length, shape.channels, shape.order,
+                        shape.before, shape.after);
             record.Guards(buffer);
         }
 }

@@ -52,7 +52,7 @@ static void ExerciseResampleLines(const Bodies &bodies, Random &random, Record &
 {
     auto *body = bodies.Get<decltype(ResampleLines)>("ResampleLines");
     for (size_t lines = 1; lines <= 19; ++lines)
-        for (const size_t stride : {1, 7, 25, 200}) {
+        for (const size_t stride : {1u, 7u, 25u, 200u}) {
             const size_t source = 1 + random.Below(300);
             const size_t positions = 1 + random.Below(90);
             const RandomList weights(random, positions, source, stride);

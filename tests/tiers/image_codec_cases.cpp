@@ -290,7 +290,7 @@ void EncodeWithMarkers(const Codec &codec, const Image &image, const Encoding &e
     const unsigned table[64] = {16, 11, 10, 16, 24, 40, 51, 61};
     CODEC(codec, jpeg_add_quant_table)(&compressor, 1, table, 150, TRUE);
     CODEC(codec, jpeg_set_linear_quality)(&compressor, 120, TRUE);
-    compressor.q_scale_factor[0] = CODEC(codec, jpeg_float_quality_scaling)(83.5f);
+    compressor.q_scale_factor[0] = static_cast<int>(CODEC(codec, jpeg_float_quality_scaling)(83.5f));
     CODEC(codec, jpeg_default_qtables)(&compressor, TRUE);
     CODEC(codec, jpeg_suppress_tables)(&compressor, FALSE);
     record.AddNumber(CODEC(codec, jpeg_c_bool_param_supported)(&compressor, JBOOLEAN_TRELLIS_QUANT));
