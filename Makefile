@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test bench install uninstall deb dist wheel test-python bench-python windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test faults bench install uninstall deb dist wheel test-python bench-python windows windows-zip test-windows quality site test-site \
         fuzz format check-format clean
 
 PREFIX ?= /usr/local
@@ -12,6 +12,7 @@ help:
 	@echo "make convert [IN=file] [OUT=file] [ARGS=...]  convert an audio file; without IN a recording that Debian ships"
 	@echo "make test                                    build and run every test"
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
+	@echo "make faults                                  fail each system call and allocation of ten conversions in turn"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
@@ -84,6 +85,12 @@ bench-python: wheel
 
 test-python: wheel
 	@scripts/python/test $(BUILD)/wheel
+
+faults:
+	@scripts/ensure_packages build test
+	@scripts/configure $(PRESET) -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@$(COMPILE) --target tonekit-convert tonekit_inject
+	@tests/faults/run_faults $(BUILD)/bin/tonekit-convert $(BUILD)/tests/faults/tonekit_inject.so
 
 windows:
 	@scripts/ensure_packages windows
