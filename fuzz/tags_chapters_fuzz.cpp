@@ -38,9 +38,11 @@ std::string TakeText(InputBytes &input)
     return text.c_str();
 }
 
-std::u16string Widened(const std::string &text)
+using WideText = std::basic_string<tonekit_char16>;
+
+WideText Widened(const std::string &text)
 {
-    return std::u16string(text.begin(), text.end());
+    return WideText(text.begin(), text.end());
 }
 
 // What a block of sound items has not got yet is found there afterwards; broken items may hide it.
@@ -89,7 +91,7 @@ void Keys(const std::string &text)
 {
     using namespace tonekit;
     static const std::vector<char> letters = RunnableLetters();
-    const std::u16string wide = Widened(text);
+    const WideText wide = Widened(text);
     for (const char letter : letters) {
         const auto narrowNumber = Body<decltype(CHAPTER_Get_Number)>("CHAPTER_Get_Number", letter);
         const auto wideNumber = Body<decltype(CHAPTER_Get_NumberW)>("CHAPTER_Get_NumberW", letter);

@@ -3,6 +3,7 @@
 
 #include <clocale>
 #include <cstring>
+#include <initializer_list>
 
 namespace tonekit {
 
