@@ -133,7 +133,7 @@ void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomI
 
 static void ExerciseStream(const Bodies &bodies, Random &random, Record &record)
 {
-    for (int stream = 0; stream < 40; ++stream) {
+    for (int stream = 0; stream < bodies.Rounds(40); ++stream) {
         const Route route = RandomRoute(random);
         const bool floats = route.input[0] == 1 && (ResamplesFloats(route) || random.Below(2) == 0);
         RecordStream(bodies, route, floats ? RandomFloats : RandomBytes, Nans::kAsTheyAre, random, record);
@@ -147,7 +147,7 @@ namespace {
 // NaNs reach the resampler.
 void RecordNans(const Bodies &bodies, Nans nans, Random &random, Record &record)
 {
-    for (int stream = 0; stream < 8; ++stream) {
+    for (int stream = 0; stream < bodies.Rounds(8); ++stream) {
         Route route = RandomRoute(random);
         while (!ResamplesFloats(route))
             route = RandomRoute(random);

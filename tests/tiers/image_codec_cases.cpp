@@ -42,7 +42,7 @@ JCOEF RandomCoefficient(Random &random)
 
 static void ExerciseForwardTransforms(const Bodies &bodies, Random &random, Record &record)
 {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < bodies.Rounds(200); ++round) {
         GuardedBuffer integers(64 * sizeof(int));
         GuardedBuffer floats(64 * sizeof(float));
         for (const char *name : {"jpeg_fdct_islow", "jpeg_fdct_ifast"}) {
@@ -81,7 +81,7 @@ static void ExerciseInverseTransforms(const Bodies &bodies, Random &random, Reco
     CODEC(codec, jpeg_read_header)(&decompressor, TRUE);
     CODEC(codec, jpeg_start_decompress)(&decompressor);
     for (const auto &[name, size] : transforms)
-        for (int round = 0; round < 60; ++round) {
+        for (int round = 0; round < bodies.Rounds(60); ++round) {
             alignas(64) JCOEF block[64];
             int integers[64];
             float floats[64];
@@ -109,7 +109,7 @@ TONEKIT_TIER_CASE(ExerciseInverseTransforms, "jpeg_idct_10x10", "jpeg_idct_11x11
 static void ExerciseCodecUtilities(const Bodies &bodies, Random &random, Record &record)
 {
     const Codec codec = BodyCodec(bodies.Letter());
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < bodies.Rounds(100); ++round) {
         const long value = random.Below(1000000), unit = 1 + random.Below(1000);
         record.AddNumber(bodies.Get<long(long, long)>("jdiv_round_up")(value, unit));
         record.AddNumber(bodies.Get<long(long, long)>("jround_up")(value, unit));
@@ -520,7 +520,7 @@ static void ExerciseCodec(const Bodies &bodies, Random &random, Record &record)
                 for (const bool fancy : {false, true}) // the merged upsampler, and the other one
                     AddImage(record, Decode(codec, file, {.fancy = fancy}));
                 AddImage(record, Decode(codec, file, {.space = JCS_RGB, .colours = 32, .twoPass = false}));
-                for (int round = 0; round < 4; ++round)
+                for (int round = 0; round < bodies.Rounds(4); ++round)
                     DecodeBroken(codec, file, random, record);
                 if (progressive) {
                     DecodeInPasses(codec, file, record);

@@ -256,8 +256,9 @@ int CountUncalled(const SharedLibrary &library)
 
 int Usage()
 {
-    std::fprintf(stderr, "usage: tiers [--list] [--selected] [--bench] [--digests] [--tier LETTERS] "
-                         "[--function NAME] [--seed N] [--library FILE] [--json FILE]\n");
+    std::fprintf(stderr,
+                 "usage: tiers [--list] [--selected] [--bench] [--digests] [--short] [--tier LETTERS] "
+                 "[--function NAME] [--seed N] [--library FILE] [--json FILE]\n");
     return 2;
 }
 
@@ -272,6 +273,8 @@ bool Parse(int argc, char **argv, Options &options)
             options.selected = true;
         else if (word == "--bench")
             options.bench = true;
+        else if (word == "--short")
+            Bodies::isShort = true;
         else if (word == "--digests")
             options.digests = true;
         else if (word == "--tier" && hasValue)
