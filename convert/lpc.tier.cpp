@@ -132,6 +132,11 @@ struct Channel {
     {
         return first[static_cast<ptrdiff_t>(frame) * stride];
     }
+    // The frames ahead of the stretch, the nearest first.
+    [[gnu::always_inline]] T &Ahead(size_t frame) const
+    {
+        return first[(-1 - static_cast<ptrdiff_t>(frame)) * stride];
+    }
 };
 
 template <class T>
@@ -160,7 +165,7 @@ void ExtrapolateChannel(Channel<T> channel, size_t length, int32_t order, size_t
             line[-1 - static_cast<ptrdiff_t>(k)] = k < length + after ? channel[k] : T(0);
         Predict(line, before, scratch.narrowTaps, used);
         for (size_t j = 0; j < before; ++j)
-            channel[-1 - static_cast<ptrdiff_t>(j)] = line[j];
+            channel.Ahead(j) = line[j];
     }
 }
 

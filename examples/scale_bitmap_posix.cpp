@@ -23,7 +23,7 @@ int32_t Describe(TonekitDevice *, TonekitBitmap bitmap, TonekitBitmapDescription
 
 TonekitBitmap Make(TonekitDevice *, int32_t width, int32_t height)
 {
-    return new Bitmap{width, height, std::vector<uint8_t>(4 * std::size_t(width) * height)};
+    return new Bitmap{width, height, std::vector<uint8_t>(4 * std::size_t(width) * std::size_t(height))};
 }
 
 int32_t Fetch(TonekitDevice *, TonekitBitmap bitmap, uint32_t first, uint32_t lines, void *pixels,

@@ -124,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const Conversion c = TakeConversion(input);
     const std::uint32_t frames = input.Byte() * (input.Flag() ? 1u : 16u);
     const std::uint32_t chunk = 1 + input.Byte();
-    const std::uint32_t otherChunk = 1 + 8 * input.Byte();
+    const std::uint32_t otherChunk = 1 + 8u * input.Byte();
     const Bytes samples = TakeFrames(input, c, frames);
     const Bytes baseline = Stream('A', c, samples, frames).Run(chunk);
     Require(Stream(best, c, samples, frames).Run(otherChunk) == baseline);

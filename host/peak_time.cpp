@@ -22,7 +22,8 @@ std::error_code ClearPeakTime(File &file)
             return {};
         if (std::memcmp(header, "PEAK", 4) == 0)
             break;
-        const uint64_t size = header[4] | header[5] << 8 | header[6] << 16 | uint64_t{header[7]} << 24;
+        const uint64_t size = uint64_t{header[4]} | uint64_t{header[5]} << 8 | uint64_t{header[6]} << 16 |
+                              uint64_t{header[7]} << 24;
         position += sizeof(header) + size + (size & 1);
     }
     if (const std::error_code error = file.SeekTo(position + kTimeInPeak))

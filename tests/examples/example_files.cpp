@@ -49,7 +49,7 @@ std::vector<int32_t> Samples(const std::string &file, std::size_t skip)
     std::vector<int32_t> samples;
     for (std::size_t i = skip; i + 3 <= bytes.size(); i += 3) {
         uint32_t value = 0;
-        for (int byte = 0; byte < 3; ++byte)
+        for (std::size_t byte = 0; byte < 3; ++byte)
             value |= uint32_t{static_cast<uint8_t>(bytes[i + byte])} << (8 + 8 * byte);
         samples.push_back(static_cast<int32_t>(value) >> 8);
     }

@@ -93,7 +93,7 @@ constexpr Conversion kConversions[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(, EveryAllocationOf, testing::ValuesIn(kConversions),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &instance) { return instance.param.name; });
 
 } // namespace
 } // namespace tonekit

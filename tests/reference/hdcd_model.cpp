@@ -393,10 +393,10 @@ void HdcdUpdateDetection(HdcdDecoder *decoder)
         if (c.count_transient_filter)
             d.uses_transient_filter = 1;
         d.total_packets += c.code_counterA + c.code_counterB;
-        d.packet_type |= (c.code_counterA ? 1 : 0) + (c.code_counterB ? 2 : 0);
+        d.packet_type |= (c.code_counterA ? 1u : 0u) + (c.code_counterB ? 2u : 0u);
         if (c.count_peak_extend && d.peak_extend != 1)
             d.peak_extend = c.count_peak_extend == c.code_counterA + c.code_counterB ? 2 : 1;
-        const float gain = c.max_gain * -0.5f;
+        const float gain = static_cast<float>(c.max_gain) * -0.5f;
         if (c.max_gain && gain < d.max_gain_adjustment)
             d.max_gain_adjustment = gain;
         if (!c.max_gain && d.max_gain_adjustment > 0)

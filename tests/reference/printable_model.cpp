@@ -49,7 +49,7 @@ Bytes UUBytes(const std::string &text)
         const std::string gathered = Bits((group.back() - 0x20) & 0xff, 8).substr(2);
         for (std::size_t i = 0; i + 1 < group.size(); ++i) {
             const std::uint8_t low = static_cast<std::uint8_t>(group[i] - 0x20);
-            bytes.push_back(low | Number(gathered.substr(2 * i, 2) + "000000"));
+            bytes.push_back(static_cast<std::uint8_t>(low | Number(gathered.substr(2 * i, 2) + "000000")));
         }
     }
     return bytes;

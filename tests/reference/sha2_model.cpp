@@ -1,6 +1,8 @@
 // sha2_model.cpp: SHA-2 and HMAC step by step, with constants made from the prime numbers.
 #include "tests/reference/sha2_model.h"
 
+#include <limits>
+
 namespace tonekit::reference {
 namespace {
 
@@ -10,9 +12,9 @@ using Number = std::array<std::uint64_t, 8>;
 Number Product(const Number &x, const Number &y)
 {
     Number product{};
-    for (int i = 0; i < 8; ++i) {
+    for (std::size_t i = 0; i < 8; ++i) {
         std::uint64_t carry = 0;
-        for (int j = 0; i + j < 8; ++j) {
+        for (std::size_t j = 0; i + j < 8; ++j) {
             const std::uint64_t digit = product[i + j] + x[i] * y[j] + carry;
             product[i + j] = digit & 0xffffffff;
             carry = digit >> 32;
@@ -23,7 +25,7 @@ Number Product(const Number &x, const Number &y)
 
 bool IsAbove(const Number &x, const Number &y)
 {
-    for (int i = 7; i >= 0; --i)
+    for (std::size_t i = 8; i-- > 0;)
         if (x[i] != y[i])
             return x[i] > y[i];
     return false;
@@ -31,16 +33,16 @@ bool IsAbove(const Number &x, const Number &y)
 
 // The first 64 bits of the fractional part of the square root (power 2) or cube root (power 3) of a prime:
 // the root of prime * 2^(64 * power), found bit by bit, without its whole part.
-std::uint64_t FractionOfRoot(std::uint64_t prime, int power)
+std::uint64_t FractionOfRoot(std::uint64_t prime, std::size_t power)
 {
     Number scaled{};
     scaled[2 * power] = prime;
     Number root{};
-    for (int bit = 70; bit >= 0; --bit) {
+    for (std::size_t bit = 71; bit-- > 0;) {
         Number larger = root;
         larger[bit / 32] |= std::uint64_t{1} << bit % 32;
         Number raised = larger;
-        for (int i = 1; i < power; ++i)
+        for (std::size_t i = 1; i < power; ++i)
             raised = Product(raised, larger);
         if (!IsAbove(raised, scaled))
             root = larger;
@@ -48,10 +50,10 @@ std::uint64_t FractionOfRoot(std::uint64_t prime, int power)
     return root[1] << 32 | root[0];
 }
 
-std::vector<std::uint64_t> FractionsOfRoots(int count, int power)
+std::vector<std::uint64_t> FractionsOfRoots(std::size_t count, std::size_t power)
 {
     std::vector<std::uint64_t> fractions;
-    for (std::uint64_t candidate = 2; static_cast<int>(fractions.size()) < count; ++candidate) {
+    for (std::uint64_t candidate = 2; fractions.size() < count; ++candidate) {
         bool prime = true;
         for (std::uint64_t divisor = 2; divisor < candidate; ++divisor)
             prime = prime && candidate % divisor != 0;
@@ -63,14 +65,16 @@ std::vector<std::uint64_t> FractionsOfRoots(int count, int power)
 
 struct Width32 {
     using Word = std::uint32_t;
-    static constexpr int kRounds = 64, kConstantShift = 32;
+    static constexpr std::size_t kRounds = 64;
+    static constexpr int kConstantShift = 32;
     static constexpr int kSum0[3] = {2, 13, 22}, kSum1[3] = {6, 11, 25};
     static constexpr int kSigma0[3] = {7, 18, 3}, kSigma1[3] = {17, 19, 10}; // the last of each is a shift
 };
 
 struct Width64 {
     using Word = std::uint64_t;
-    static constexpr int kRounds = 80, kConstantShift = 0;
+    static constexpr std::size_t kRounds = 80;
+    static constexpr int kConstantShift = 0;
     static constexpr int kSum0[3] = {28, 34, 39}, kSum1[3] = {14, 18, 41};
     static constexpr int kSigma0[3] = {1, 8, 7}, kSigma1[3] = {19, 61, 6};
 };
@@ -78,7 +82,7 @@ struct Width64 {
 template <class Word>
 Word RotateRight(Word word, int bits)
 {
-    return static_cast<Word>(word >> bits | word << (8 * sizeof(Word) - bits));
+    return word >> bits | word << (std::numeric_limits<Word>::digits - bits);
 }
 
 template <class Word>
@@ -98,17 +102,17 @@ void Compress(std::array<Word, 8> &state, const std::uint8_t *block)
 {
     static const std::vector<std::uint64_t> constants = FractionsOfRoots(Width::kRounds, 3);
     std::vector<Word> w;
-    for (int t = 0; t < 16; ++t) {
+    for (std::size_t t = 0; t < 16; ++t) {
         Word word = 0;
         for (std::size_t i = 0; i < sizeof(Word); ++i)
             word = static_cast<Word>(word << 8 | block[t * sizeof(Word) + i]);
         w.push_back(word);
     }
-    for (int t = 16; t < Width::kRounds; ++t)
+    for (std::size_t t = 16; t < Width::kRounds; ++t)
         w.push_back(Sigma(w[t - 2], Width::kSigma1) + w[t - 7] + Sigma(w[t - 15], Width::kSigma0) +
                     w[t - 16]);
     auto [a, b, c, d, e, f, g, h] = state;
-    for (int t = 0; t < Width::kRounds; ++t) {
+    for (std::size_t t = 0; t < Width::kRounds; ++t) {
         const Word constant = static_cast<Word>(constants[t] >> Width::kConstantShift);
         const Word t1 = h + Sum(e, Width::kSum1) + ((e & f) ^ (~e & g)) + constant + w[t];
         const Word t2 = Sum(a, Width::kSum0) + ((a & b) ^ (a & c) ^ (b & c));
@@ -122,12 +126,12 @@ void Compress(std::array<Word, 8> &state, const std::uint8_t *block)
         a = t1 + t2;
     }
     const std::array<Word, 8> worked = {a, b, c, d, e, f, g, h};
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         state[i] += worked[i];
 }
 
 template <class Width, class Word = typename Width::Word>
-Bytes Digest(std::array<Word, 8> state, int digestBytes, Bytes message, std::uint64_t countedBefore)
+Bytes Digest(std::array<Word, 8> state, std::size_t digestBytes, Bytes message, std::uint64_t countedBefore)
 {
     const std::size_t blockBytes = 16 * sizeof(Word);
     const auto lengthInBits = static_cast<std::uint32_t>((message.size() + countedBefore) * 8);
@@ -165,18 +169,18 @@ Bytes Sha2(int bits, const Bytes &message, std::uint64_t countedBefore)
     // SHA-256 and SHA-512 start with the first eight primes; SHA-384 with the next eight, and SHA-224 with
     // the low halves of those.
     static const std::vector<std::uint64_t> roots = FractionsOfRoots(16, 2);
-    const int firstPrime = bits == 224 || bits == 384 ? 8 : 0;
+    const std::size_t firstPrime = bits == 224 || bits == 384 ? 8 : 0;
     if (bits >= 384) {
         std::array<std::uint64_t, 8> state;
-        for (int i = 0; i < 8; ++i)
+        for (std::size_t i = 0; i < 8; ++i)
             state[i] = roots[firstPrime + i];
-        return Digest<Width64>(state, bits / 8, message, countedBefore);
+        return Digest<Width64>(state, static_cast<std::size_t>(bits / 8), message, countedBefore);
     }
     std::array<std::uint32_t, 8> state;
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         state[i] =
             static_cast<std::uint32_t>(bits == 224 ? roots[firstPrime + i] : roots[firstPrime + i] >> 32);
-    return Digest<Width32>(state, bits / 8, message, countedBefore);
+    return Digest<Width32>(state, static_cast<std::size_t>(bits / 8), message, countedBefore);
 }
 
 Bytes Hmac(int bits, const Bytes &key, const Bytes &message)

@@ -262,9 +262,9 @@ struct Coefficients {
     explicit Coefficients(Random &random)
     {
         for (auto &block : source)
-            for (int i = 0; i < 64; ++i)
-                block[i] =
-                    static_cast<JCOEF>(static_cast<int>(random.Below(8000 / (1 + i))) - 4000 / (1 + i));
+            for (std::uint32_t i = 0; i < 64; ++i)
+                block[i] = static_cast<JCOEF>(static_cast<int>(random.Below(8000 / (1 + i))) -
+                                              static_cast<int>(4000 / (1 + i)));
         for (int i = 0; i < 64; ++i) {
             table.quantval[i] = static_cast<UINT16>(3 + i);
             norm[i] = 1.0 / (1 + i);

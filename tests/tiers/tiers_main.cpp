@@ -136,8 +136,9 @@ double Seconds(const Case &one, char letter)
 
 double Median(std::vector<double> values)
 {
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
+    const auto middle = values.begin() + std::ssize(values) / 2;
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 // The median of the ratios of neighbouring turns: how much faster the second is.
