@@ -71,7 +71,8 @@ private:
         }
         std::error_code error;
         std::vector<fs::path> names;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        for (fs::directory_iterator entry = EntriesOf(folder, error), end; !error && entry != end;
+             entry.increment(error))
             names.push_back(entry->path().filename());
         if (error) {
             Complain(folder, relative, "the folder can't be read: " + error.message());

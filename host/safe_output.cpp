@@ -54,7 +54,7 @@ void RemoveLeftBehind(const fs::path &folder)
     if (!done.insert(folder).second)
         return;
     std::error_code error;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+    for (fs::directory_iterator entry = EntriesOf(folder, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
         if (IsTemporaryName(Utf8Name(entry->path().filename())))
             RemoveIfLeftBehind(entry->path());

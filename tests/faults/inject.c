@@ -1,8 +1,9 @@
 /* inject.c: preloaded into a program, makes the n-th system call or allocation of a kind fail.
  *
  * FAULT_KIND names the call, FAULT_NUMBER says which one (from 1), FAULT_ERROR the errno (0: a count of one
- * byte). FAULT_REPORT names a file to which the number of calls goes at the end when nothing is to fail. Only
- * calls after the program's main has begun count.
+ * byte). FAULT_REPORT names a file to which the number of calls goes at the end when nothing is to fail.
+ * FAULT_CALLER names a file that gets the name of the object whose allocation failed. Only calls after the
+ * program's main has begun count.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -137,17 +138,32 @@ extern void *__libc_malloc(size_t size);
 extern void *__libc_calloc(size_t count, size_t size);
 extern void *__libc_realloc(void *memory, size_t size);
 
+/* No memory for the caller at an address. */
+static void *NoMemory(void *address)
+{
+    Dl_info object;
+    const char *name = getenv("FAULT_CALLER");
+    ready = 0;
+    FILE *const file = name && dladdr(address, &object) ? fopen(name, "w") : NULL;
+    if (file) {
+        fputs(object.dli_fname, file);
+        fclose(file);
+    }
+    errno = ENOMEM;
+    return NULL;
+}
+
 void *malloc(size_t size)
 {
-    return Fails("memory") ? errno = ENOMEM, (void *)0 : __libc_malloc(size);
+    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_malloc(size);
 }
 
 void *calloc(size_t count, size_t size)
 {
-    return Fails("memory") ? errno = ENOMEM, (void *)0 : __libc_calloc(count, size);
+    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_calloc(count, size);
 }
 
 void *realloc(void *memory, size_t size)
 {
-    return Fails("memory") ? errno = ENOMEM, (void *)0 : __libc_realloc(memory, size);
+    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_realloc(memory, size);
 }
