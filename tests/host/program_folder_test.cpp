@@ -1,54 +1,11 @@
 // program_folder_test.cpp: folders in, folders out.
-#include "tests/host/failures.h"
+#include "tests/host/folders.h"
 
 #include <chrono>
 #include <filesystem>
 
 namespace tonekit::host::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-// A small library: music/one/{a.wav,cover.jpg}, music/two/deep/b.flac, music/{c.wav,notes.txt,.hidden.wav}.
-class Folders : public Failures {
-protected:
-    void SetUp() override
-    {
-        Failures::SetUp();
-        fs::create_directories(folder / "music/one");
-        fs::create_directories(folder / "music/two/deep");
-        WriteSound(folder / "music/one/a.wav", Noise(kWav16, 44100, 2, 3000, 1));
-        WriteText(folder / "music/one/cover.jpg", "picture");
-        WriteSound(folder / "music/two/deep/b.flac",
-                   Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 2, 3000, 2));
-        WriteSound(folder / "music/c.wav", Noise(kWav16, 44100, 2, 3000, 3));
-        WriteText(folder / "music/notes.txt", "notes");
-        WriteText(folder / "music/.hidden.wav", "hidden");
-    }
-
-    // All regular files below a folder, in order.
-    std::vector<std::string> Tree(const std::string &name) const
-    {
-        std::vector<std::string> names;
-        std::error_code error;
-        for (const auto &entry : fs::recursive_directory_iterator(folder / name, error)) {
-            if (entry.is_regular_file())
-                names.push_back(entry.path().lexically_relative(folder.path() / name).generic_string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    Outcome Run(std::vector<std::string> arguments)
-    {
-        Outcome outcome = RunHost(arguments);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_EQ(outcome.err, "");
-        return outcome;
-    }
-};
-
-using Names = std::vector<std::string>;
 
 TEST_F(Folders, AreWalkedAndKeepTheirStructure)
 {
@@ -213,38 +170,6 @@ TEST_F(Folders, TemplatesThatLeaveTheFolderAreWrongUsage)
     ExpectFailure(2, "exclude each other",
                   {"--name", "{title}", "--copy-others", folder / "music", folder / "out"});
 }
-
-#ifndef _WIN32
-TEST_F(Folders, ALoopOfLinksIsToldAndTheRestIsDone)
-{
-    fs::create_directory_symlink(folder / "music", folder / "music/two/again");
-    fs::create_symlink("self", folder / "music/self");
-    const Outcome outcome = RunHost({"-t", "flac", folder / "music", folder / "out"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.err.find("again: the link leads back to a folder around it\n"), std::string::npos)
-        << outcome.err;
-    EXPECT_NE(outcome.err.find("music/self: "), std::string::npos) << outcome.err;
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2);
-    EXPECT_EQ(Tree("out"), (Names{"c.flac", "one/a.flac", "two/deep/b.flac"}));
-}
-
-TEST_F(Folders, AnUnreadableFolderIsToldAndTheRestIsDone)
-{
-    fs::permissions(folder / "music/one", fs::perms::none);
-    std::error_code error;
-    fs::directory_iterator probe(folder / "music/one", error);
-    if (!error) {
-        fs::permissions(folder / "music/one", fs::perms::all);
-        GTEST_SKIP() << "this user may read every folder";
-    }
-    const Outcome outcome = RunHost({"-t", "flac", folder / "music", folder / "out"});
-    fs::permissions(folder / "music/one", fs::perms::all);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.err.find("one: the folder can't be read: Permission denied\n"), std::string::npos)
-        << outcome.err;
-    EXPECT_EQ(Tree("out"), (Names{"c.flac", "two/deep/b.flac"}));
-}
-#endif
 
 } // namespace
 } // namespace tonekit::host::test
