@@ -8,8 +8,8 @@
     if (text ~ /^Test command: .*--gtest/)
         tells[number] = 1
     if (text ~ /^\[  PASSED  \] [0-9]+ tests?\./) { passed[number] += $5; told[number] = 1 }
-    if (text ~ /^\[  FAILED  \] [0-9]+ tests?,/) { failed[number] += $5; told[number] = 1 }
-    if (text ~ /^\[  SKIPPED \] [0-9]+ tests?,/) { skipped[number] += $5 }
+    if (text ~ /^\[  SKIPPED \] [0-9]+ tests?[.,]/) { skipped[number] += $5 }
+    if (text ~ /^\[==========\] [0-9]+ tests? from .* ran\./) { ran[number] += $3; told[number] = 1 }
 }
 /^ *[0-9]+\/[0-9]+ Test +#[0-9]+: / {
     match($0, /#[0-9]+/)
@@ -21,6 +21,8 @@
         good = 0
     if (!told[number] && good)
         passed[number] = 1
+    if (told[number])
+        failed[number] = ran[number] - passed[number] - skipped[number]
     if (!good && failed[number] == 0)
         failed[number] = 1
     if (!good)
