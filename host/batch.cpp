@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <shared_mutex>
 #include <thread>
 
 namespace tonekit::host {
@@ -97,10 +98,20 @@ private:
         Guarded(index, [&] {
             if (!job.error.empty())
                 throw Failure(job.error);
-            pending_[index] =
-                BeginFile(options_, extras_, job, [this, index, label](double done, double audioSeconds) {
-                    progress_.Report(index, done, audioSeconds, label);
-                });
+            const auto begin = [&] {
+                pending_[index] =
+                    BeginFile(options_, extras_, job, [this, index, label](double done, double audioSeconds) {
+                        progress_.Report(index, done, audioSeconds, label);
+                    });
+            };
+            try {
+                const std::shared_lock together(memory_);
+                return begin();
+            } catch (const std::bad_alloc &) {
+                // Memory that isn't enough for all at once may be enough for one after another.
+            }
+            const std::unique_lock alone(memory_);
+            begin();
         });
         const auto album = albums_.find(job.album);
         if (album == albums_.end())
@@ -203,7 +214,8 @@ private:
     std::vector<std::unique_ptr<PendingFile>> pending_;
     std::vector<char> interrupted_; // not bool, of which several share a byte
     std::map<std::string, Album> albums_;
-    std::mutex mutex_; // of what follows
+    std::shared_mutex memory_; // held by a file that needs all of it, shared by the others
+    std::mutex mutex_;         // of what follows
     std::vector<bool> finished_;
     size_t told_ = 0; // all before it are
     Progress progress_;
