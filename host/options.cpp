@@ -3,10 +3,23 @@
 
 #include "host/failure.h"
 #include "host/option_table.h"
+#include "host/spelling.h"
 
 namespace tonekit::host {
 
 namespace {
+
+// "; did you mean --rate?" after a name that no option has.
+std::string Suggestion(const std::string &name)
+{
+    std::vector<std::string> names;
+    for (const OptionRow &row : OptionRows()) {
+        if (row.name)
+            names.push_back(row.name);
+    }
+    const std::string closest = ClosestName(name, names);
+    return closest.empty() ? "" : "; did you mean --" + closest + "?";
+}
 
 // One walk over the arguments.
 class Parser {
@@ -65,7 +78,7 @@ private:
         const std::string name = text.substr(0, equals);
         const OptionRow *const row = RowByName(name);
         if (!row)
-            throw UsageError("there is no option --" + name);
+            throw UsageError("there is no option --" + name + Suggestion(name));
         if (!row->argument && equals != std::string::npos)
             throw UsageError("--" + name + " takes no value");
         if (!row->argument)

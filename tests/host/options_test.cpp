@@ -96,6 +96,9 @@ TEST(Options, ThreeChannelsCantBeMade)
 TEST(Options, MistakesAreNamed)
 {
     EXPECT_EQ(MistakeIn({"--loud", "a", "b"}), "there is no option --loud");
+    EXPECT_EQ(MistakeIn({"--samplerate=48000", "a", "b"}),
+              "there is no option --samplerate; did you mean --rate?");
+    EXPECT_EQ(MistakeIn({"--ditehr=on", "a", "b"}), "there is no option --ditehr; did you mean --dither?");
     EXPECT_EQ(MistakeIn({"-z", "a", "b"}), "there is no option -z");
     EXPECT_EQ(MistakeIn({"a", "b", "--rate"}), "--rate needs a value");
     EXPECT_EQ(MistakeIn({"--quiet=1", "a", "b"}), "--quiet takes no value");
