@@ -7,7 +7,7 @@ namespace tonekit::tiers {
 
 static void ExerciseChannelOrder(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *body = bodies.Get<decltype(ChangeChannelOrder)>("ChangeChannelOrder");
+    const auto body = bodies.Get<decltype(ChangeChannelOrder)>("ChangeChannelOrder");
     for (const uint32_t bits : {4u, 8u, 12u, 16u, 20u, 24u, 32u, 64u})
         for (uint32_t channels = 1; channels <= 8; ++channels)
             for (const uint32_t frames : {0u, 1u, 2u, 7u, 100u}) {

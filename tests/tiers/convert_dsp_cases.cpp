@@ -40,13 +40,13 @@ static void ForEachMix(Random &random, Record &record, Exercise exercise)
 }
 
 template <class T>
-static void ExerciseMixPlain(PlainFunction<T> *mix, Random &random, Record &record)
+static void ExerciseMixPlain(const Traced<PlainFunction<T>> &mix, Random &random, Record &record)
 {
     ForEachMix<T>(random, record, mix);
 }
 
 template <class T>
-static void ExerciseMixLimited(LimitedFunction<T> *mix, Random &random, Record &record)
+static void ExerciseMixLimited(const Traced<LimitedFunction<T>> &mix, Random &random, Record &record)
 {
     ForEachMix<T>(random, record, [&](auto... arguments) {
         T gain = random.Below(3) == 0 ? static_cast<T>(random.Uniform()) : T(1);
@@ -66,8 +66,8 @@ TONEKIT_TIER_CASE(ExerciseMix, "MixPlainDouble", "MixPlainFloat", "MixLimitedDou
 
 // `strided` tells a block, whose last numbers are count and stride, from frames and channels.
 template <class T, class Dither>
-static void ExerciseDitherForm(void (*process)(Dither *, int32_t, T, T *, uint32_t, uint32_t), bool strided,
-                               Random &random, Record &record)
+static void ExerciseDitherForm(const Traced<void(Dither *, int32_t, T, T *, uint32_t, uint32_t)> &process,
+                               bool strided, Random &random, Record &record)
 {
     for (const int32_t mode : {-1, 0, 1, 2, 3})
         for (const uint32_t frames : {0u, 1u, 5u, 256u, 300u})
@@ -103,8 +103,8 @@ TONEKIT_TIER_CASE(ExerciseDither, "FloatDitherProcessBlock", "DoubleDitherProces
                   "FloatDitherProcessFrames", "DoubleDitherProcessFrames");
 
 template <class T>
-static void ExerciseBiquadForm(void (*run)(Biquad *, uint32_t, const T *, T *),
-                               void (*runStrided)(Biquad *, uint32_t, const T *, T *, uint32_t),
+static void ExerciseBiquadForm(const Traced<void(Biquad *, uint32_t, const T *, T *)> &run,
+                               const Traced<void(Biquad *, uint32_t, const T *, T *, uint32_t)> &runStrided,
                                Random &random, Record &record)
 {
     for (const uint32_t count : {0u, 1u, 2u, 9u, 100u})
@@ -136,8 +136,9 @@ TONEKIT_TIER_CASE(ExerciseBiquad, "BiquadRunDouble", "BiquadRunFloat", "BiquadRu
                   "BiquadRunStridedFloat");
 
 template <class T>
-static void ExerciseLpcForm(void (*extrapolate)(T *, uint32_t, int32_t, int32_t, uint32_t, uint32_t),
-                            Random &random, Record &record)
+static void
+ExerciseLpcForm(const Traced<void(T *, uint32_t, int32_t, int32_t, uint32_t, uint32_t)> &extrapolate,
+                Random &random, Record &record)
 {
     struct Shape {
         uint32_t length;

@@ -12,8 +12,8 @@ namespace {
 constexpr uint32_t kLongest = 3001;
 
 template <class Sample>
-void ExerciseLoad(void (*body)(const void *, Sample *, uint32_t), uint32_t sampleBytes, Random &random,
-                  Record &record)
+void ExerciseLoad(const Traced<void(const void *, Sample *, uint32_t)> &body, uint32_t sampleBytes,
+                  Random &random, Record &record)
 {
     for (uint32_t count = 0; count <= kLongest; count += count < 100 ? 1 : 967) {
         GuardedBuffer source(count * sampleBytes, random.Below(64));
@@ -28,7 +28,7 @@ void ExerciseLoad(void (*body)(const void *, Sample *, uint32_t), uint32_t sampl
 }
 
 template <class Sample>
-void StoreOnce(void (*body)(void *, const Sample *, uint32_t), uint32_t sampleBytes,
+void StoreOnce(const Traced<void(void *, const Sample *, uint32_t)> &body, uint32_t sampleBytes,
                const std::vector<Sample> &samples, Random &random, Record &record)
 {
     GuardedBuffer destination(samples.size() * sampleBytes, random.Below(64));
@@ -37,8 +37,8 @@ void StoreOnce(void (*body)(void *, const Sample *, uint32_t), uint32_t sampleBy
 }
 
 template <class Sample>
-void ExerciseStore(void (*body)(void *, const Sample *, uint32_t), uint32_t sampleBytes, Random &random,
-                   Record &record)
+void ExerciseStore(const Traced<void(void *, const Sample *, uint32_t)> &body, uint32_t sampleBytes,
+                   Random &random, Record &record)
 {
     for (uint32_t count = 0; count <= kLongest; count += count < 100 ? 1 : 967) {
         StoreOnce(body, sampleBytes, RandomBitPatterns<Sample>(count, random), random, record);

@@ -114,7 +114,8 @@ void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomI
     uint32_t outBytes = 0;
     while (bodies.Get<decltype(SRC4_Read)>("SRC4_Read")(handle, &out, &outFrames, &outBytes))
         AddAudio(out, outBytes, output, nans, record);
-    auto *resample = bodies.Get<uint32_t(void *, uint32_t, bool)>("_ZN21CSampleRateConverter38ResampleEjb");
+    const auto resample =
+        bodies.Get<uint32_t(void *, uint32_t, bool)>("_ZN21CSampleRateConverter38ResampleEjb");
     uint32_t waiting = converter->blockFill;
     for (int call = 0; call < 5; ++call, waiting = 0) {
         const uint32_t result = resample(handle, waiting, waiting == 0);
@@ -201,7 +202,7 @@ static void ExerciseClass(const Bodies &bodies, Random &random, Record &record)
     void *out = nullptr;
     uint32_t frames = 0;
     uint32_t bytes = 0;
-    auto *read =
+    const auto read =
         bodies.Get<bool(void *, void *&, uint32_t &, uint32_t &)>("_ZN21CSampleRateConverter44ReadERPvRjS2_");
     while (read(memory, out, frames, bytes))
         record.Add(out, bytes);

@@ -21,7 +21,7 @@ static std::string RandomText(Random &random, std::uint32_t length)
 }
 
 template <class Encode, class Length>
-static void RecordEncoded(Encode *encode, const GuardedBuffer &data, Length length, Record &record)
+static void RecordEncoded(const Encode &encode, const GuardedBuffer &data, Length length, Record &record)
 {
     char *text = nullptr;
     record.AddValue(encode(data.data(), length, &text));
@@ -32,7 +32,8 @@ static void RecordEncoded(Encode *encode, const GuardedBuffer &data, Length leng
 }
 
 template <class Decode>
-static void RecordDecoded(Decode *decode, const std::string &text, std::size_t misalignment, Record &record)
+static void RecordDecoded(const Decode &decode, const std::string &text, std::size_t misalignment,
+                          Record &record)
 {
     GuardedBuffer input(text.size() + 1, misalignment);
     std::memcpy(input.data(), text.c_str(), text.size() + 1);
@@ -47,10 +48,10 @@ static void RecordDecoded(Decode *decode, const std::string &text, std::size_t m
 
 static void ExercisePrintable(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *uuEncode = bodies.Get<decltype(UUEncode)>("UUEncode");
-    auto *uuDecode = bodies.Get<decltype(UUDecode)>("UUDecode");
-    auto *base64Encode = bodies.Get<decltype(BASE64Encode)>("BASE64Encode");
-    auto *base64Decode = bodies.Get<decltype(BASE64Decode)>("BASE64Decode");
+    const auto uuEncode = bodies.Get<decltype(UUEncode)>("UUEncode");
+    const auto uuDecode = bodies.Get<decltype(UUDecode)>("UUDecode");
+    const auto base64Encode = bodies.Get<decltype(BASE64Encode)>("BASE64Encode");
+    const auto base64Decode = bodies.Get<decltype(BASE64Decode)>("BASE64Decode");
     for (uint32_t length = 0; length < 300; ++length) {
         GuardedBuffer data(length, random.Below(32));
         random.Fill(data.data(), length);
@@ -66,7 +67,7 @@ TONEKIT_TIER_CASE(ExercisePrintable, "UUEncode", "UUDecode", "BASE64Encode", "BA
 static const std::string kBytes(48 * 1024, 'x');
 
 template <class Encode>
-static void EncodeBytes(Encode *encode)
+static void EncodeBytes(const Encode &encode)
 {
     char *text;
     encode(kBytes.data(), 48 * 1024, &text);
@@ -74,7 +75,7 @@ static void EncodeBytes(Encode *encode)
 }
 
 template <class Decode>
-static void DecodeText(Decode *decode)
+static void DecodeText(const Decode &decode)
 {
     static const std::string text(64 * 1024, 'x');
     void *data;

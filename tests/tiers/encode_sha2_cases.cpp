@@ -10,7 +10,7 @@ namespace tonekit::tiers {
 template <class Word>
 static void ExerciseTransform(const Bodies &bodies, Random &random, Record &record, const char *name)
 {
-    auto *body = bodies.Get<void(Word *, const uint8_t *, std::size_t)>(name);
+    const auto body = bodies.Get<void(Word *, const uint8_t *, std::size_t)>(name);
     for (std::size_t blocks = 0; blocks <= 5; ++blocks) {
         GuardedBuffer state(8 * sizeof(Word));
         random.Fill(state.data(), state.size());
@@ -38,21 +38,22 @@ static void ExerciseHashes(const Bodies &bodies, Random &random, Record &record)
             GuardedBuffer message(random.Below(700), random.Below(16));
             random.Fill(message.data(), message.size());
             GuardedBuffer digest(member.kDigestBytes, random.Below(8));
-            member.hash(message.data(), static_cast<uint32_t>(message.size()), digest.data());
+            bodies.Named(member.name, member.hash)(message.data(), static_cast<uint32_t>(message.size()),
+                                                   digest.data());
             record.Guards(digest);
 
             GuardedBuffer memory(sizeof(Context));
             random.Fill(memory.data(), memory.size());
             auto *context = memory.template As<Context>();
-            member.init(context);
+            bodies.Named(member.name + "_init", member.init)(context);
             context->total_length = random.Below(2) ? 0 : static_cast<uint32_t>(random.Next());
             for (std::size_t at = 0; at < message.size();) {
                 const uint32_t piece = random.Below(static_cast<uint32_t>(message.size() - at) + 1);
-                member.update(context, message.data() + at, piece);
+                bodies.Named(member.name + "_update", member.update)(context, message.data() + at, piece);
                 at += piece;
                 record.Guards(memory);
             }
-            member.final(context, digest.data());
+            bodies.Named(member.name + "_final", member.final)(context, digest.data());
             record.Guards(memory);
             record.Guards(digest);
         }
@@ -75,20 +76,22 @@ static void ExerciseMacs(const Bodies &bodies, Random &random, Record &record)
             const auto size = static_cast<uint32_t>(message.size());
             GuardedBuffer mac(random.Below(member.kDigestBytes + 1), random.Below(8));
             const auto macSize = static_cast<uint32_t>(mac.size());
-            member.mac(key.data(), keySize, message.data(), size, mac.data(), macSize);
+            bodies.Named("hmac_" + member.name, member.mac)(key.data(), keySize, message.data(), size,
+                                                            mac.data(), macSize);
             record.Guards(mac);
 
             GuardedBuffer memory(sizeof(MacRecord));
             random.Fill(memory.data(), memory.size());
             auto *macRecord = memory.template As<MacRecord>();
-            member.macInit(macRecord, key.data(), keySize);
+            bodies.Named("hmac_" + member.name + "_init", member.macInit)(macRecord, key.data(), keySize);
             for (int repeat = 0; repeat < 2; ++repeat) {
-                member.update(&macRecord->inner, message.data(), size);
+                bodies.Named(member.name + "_update", member.update)(&macRecord->inner, message.data(), size);
                 record.Guards(memory);
-                member.macFinal(macRecord, mac.data(), macSize);
+                bodies.Named("hmac_" + member.name + "_final", member.macFinal)(macRecord, mac.data(),
+                                                                                macSize);
                 record.Guards(memory);
                 record.Guards(mac);
-                member.macReinit(macRecord);
+                bodies.Named("hmac_" + member.name + "_reinit", member.macReinit)(macRecord);
             }
             record.Guards(memory);
         }

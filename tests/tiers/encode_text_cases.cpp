@@ -46,9 +46,9 @@ std::size_t FillBytes(Random &random, char *bytes)
 
 void ExerciseUtf16(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *measure = bodies.Get<decltype(Utf16Length)>("Utf16Length");
-    auto *count = bodies.Get<decltype(Utf16BytesAsUtf8)>("Utf16BytesAsUtf8");
-    auto *convert = bodies.Get<decltype(Utf16ToUtf8)>("Utf16ToUtf8");
+    const auto measure = bodies.Get<decltype(Utf16Length)>("Utf16Length");
+    const auto count = bodies.Get<decltype(Utf16BytesAsUtf8)>("Utf16BytesAsUtf8");
+    const auto convert = bodies.Get<decltype(Utf16ToUtf8)>("Utf16ToUtf8");
     for (int round = 0; round < 2000; round++) {
         GuardedBuffer text((kMost + 1) * sizeof(tonekit_char16), 2 * random.Below(16));
         FillUnits(random, text.As<tonekit_char16>());
@@ -67,8 +67,8 @@ void ExerciseUtf16(const Bodies &bodies, Random &random, Record &record)
 
 void ExerciseUtf8(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *count = bodies.Get<decltype(Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16");
-    auto *convert = bodies.Get<decltype(Utf8ToUtf16)>("Utf8ToUtf16");
+    const auto count = bodies.Get<decltype(Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16");
+    const auto convert = bodies.Get<decltype(Utf8ToUtf16)>("Utf8ToUtf16");
     for (int round = 0; round < 2000; round++) {
         GuardedBuffer text(3 * kMost + 1, random.Below(16));
         const std::size_t bytes = FillBytes(random, text.As<char>());
@@ -86,8 +86,8 @@ void ExerciseUtf8(const Bodies &bodies, Random &random, Record &record)
 
 void ExerciseWindows1252(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *decode = bodies.Get<decltype(Windows1252ToUtf16)>("Windows1252ToUtf16");
-    auto *encode = bodies.Get<decltype(Utf16ToWindows1252)>("Utf16ToWindows1252");
+    const auto decode = bodies.Get<decltype(Windows1252ToUtf16)>("Windows1252ToUtf16");
+    const auto encode = bodies.Get<decltype(Utf16ToWindows1252)>("Utf16ToWindows1252");
     for (int round = 0; round < 1000; round++) {
         const std::size_t length = random.Below(kMost);
         GuardedBuffer bytes(length, random.Below(16));
@@ -110,7 +110,7 @@ void ExerciseWindows1252(const Bodies &bodies, Random &random, Record &record)
 
 void ExerciseChangeEndian(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *body = bodies.Get<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian");
+    const auto body = bodies.Get<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian");
     for (int round = 0; round < 500; round++) {
         GuardedBuffer text((kMost + 1) * sizeof(tonekit_char16), 2 * random.Below(16));
         FillUnits(random, text.As<tonekit_char16>());
@@ -121,7 +121,7 @@ void ExerciseChangeEndian(const Bodies &bodies, Random &random, Record &record)
 
 void ExercisePath(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *body = bodies.Get<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath");
+    const auto body = bodies.Get<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath");
     static constexpr tonekit_char16 kPrefix[] = UTF16("\\\\?\\UNC\\");
     for (int round = 0; round < 500; round++) {
         GuardedBuffer path((kMost + 9) * sizeof(tonekit_char16), 2 * random.Below(16));

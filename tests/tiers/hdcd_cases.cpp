@@ -32,7 +32,7 @@ static void Place(const std::vector<Sample> &samples, GuardedBuffer &buffer)
 
 static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
+    const auto findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
     for (int round = 0; round < 20; ++round) {
         RandomStream stream(random);
         HdcdDecoder *decoder = hdcd_new();
@@ -53,8 +53,8 @@ TONEKIT_TIER_CASE(ExerciseFindCodes, "hdcd_find_codes");
 
 static void ExerciseGain(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *envelope = bodies.Get<decltype(hdcd_envelope)>("hdcd_envelope");
-    auto *linked = bodies.Get<decltype(EnvelopeLinked)>("EnvelopeLinked");
+    const auto envelope = bodies.Get<decltype(hdcd_envelope)>("hdcd_envelope");
+    const auto linked = bodies.Get<decltype(EnvelopeLinked)>("EnvelopeLinked");
     for (const std::uint32_t frames :
          {0u, 1u, 2u, 3u, 7u, 8u, 15u, 16u, 17u, 31u, 32u, 33u, 63u, 64u, 65u, 700u, 3000u})
         for (int round = 0; round < 20; ++round) {
@@ -83,9 +83,9 @@ TONEKIT_TIER_CASE(ExerciseGain, "hdcd_envelope", "EnvelopeLinked");
 
 static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *channel = bodies.Get<decltype(hdcd_process_channel)>("hdcd_process_channel");
-    auto *linked = bodies.Get<decltype(hdcd_process_linked)>("hdcd_process_linked");
-    auto *follow = bodies.Get<decltype(FollowLinked)>("FollowLinked");
+    const auto channel = bodies.Get<decltype(hdcd_process_channel)>("hdcd_process_channel");
+    const auto linked = bodies.Get<decltype(hdcd_process_linked)>("hdcd_process_linked");
+    const auto follow = bodies.Get<decltype(FollowLinked)>("FollowLinked");
     for (int round = 0; round < 30; ++round) {
         RandomStream stream(random);
         HdcdDecoder *decoder = hdcd_new();
@@ -110,8 +110,8 @@ TONEKIT_TIER_CASE(ExerciseProcess, "hdcd_process_channel", "hdcd_process_linked"
 
 static void ExerciseInterface(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *scan = bodies.Get<decltype(hdcd_scan)>("hdcd_scan");
-    auto *scan16 = bodies.Get<decltype(hdcd_scan16)>("hdcd_scan16");
+    const auto scan = bodies.Get<decltype(hdcd_scan)>("hdcd_scan");
+    const auto scan16 = bodies.Get<decltype(hdcd_scan16)>("hdcd_scan16");
     for (int round = 0; round < 20; ++round) {
         RandomStream stream(random);
         HdcdDecoder *decoder = hdcd_new();
@@ -150,7 +150,7 @@ static std::vector<std::int32_t> &BenchFrames()
 
 static void BenchFindCodes(const Bodies &bodies)
 {
-    auto *findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
+    const auto findCodes = bodies.Get<decltype(hdcd_find_codes)>("hdcd_find_codes");
     static HdcdDecoder *decoder = hdcd_new();
     findCodes(decoder->channel, 2, BenchFrames().data(), 8192, 0);
 }
@@ -158,7 +158,7 @@ TONEKIT_TIER_BENCH(BenchFindCodes, "hdcd_find_codes");
 
 static void BenchEnvelopeHeld(const Bodies &bodies)
 {
-    auto *linked = bodies.Get<decltype(EnvelopeLinked)>("EnvelopeLinked");
+    const auto linked = bodies.Get<decltype(EnvelopeLinked)>("EnvelopeLinked");
     LinkedGain gain = {{16, 16}, {0, 0}, {512, 512}, 512};
     linked(BenchFrames().data(), 8192, &gain);
 }
@@ -166,7 +166,7 @@ TONEKIT_TIER_BENCH(BenchEnvelopeHeld, "EnvelopeLinked");
 
 static void BenchScan(const Bodies &bodies)
 {
-    auto *scan = bodies.Get<decltype(hdcd_scan)>("hdcd_scan");
+    const auto scan = bodies.Get<decltype(hdcd_scan)>("hdcd_scan");
     static HdcdDecoder *decoder = hdcd_new();
     scan(decoder, BenchFrames().data(), 8192);
 }

@@ -50,7 +50,7 @@ struct RandomList {
 
 static void ExerciseResampleLines(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *body = bodies.Get<decltype(ResampleLines)>("ResampleLines");
+    const auto body = bodies.Get<decltype(ResampleLines)>("ResampleLines");
     for (size_t lines = 1; lines <= 19; ++lines)
         for (const size_t stride : {1u, 7u, 25u, 200u}) {
             const size_t source = 1 + random.Below(300);

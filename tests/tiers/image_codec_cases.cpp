@@ -1,7 +1,7 @@
 // image_codec_cases.cpp: the JPEG codec: its arithmetic called directly, and all the rest through whole
 // encodings, decodings and lossless transformations that are made to take every path.
 #include "tests/support/codec_driver.h"
-#include "tests/tiers/tiers.h"
+#include "tests/tiers/codec_of.h"
 
 #include <tonekit/codec/transupp.h>
 #include <tonekit/image.h>
@@ -73,7 +73,7 @@ static void ExerciseInverseTransforms(const Bodies &bodies, Random &random, Reco
         {"jpeg_idct_ifast", 8},  {"jpeg_idct_float", 8},
     };
     // A decompressor that has started holds the table of clamped samples.
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     const Bytes file =
         Encode(codec, TestImage(1, 8, 8, 1), {.space = JCS_GRAYSCALE, .horizontal = 1, .vertical = 1});
     Decompressor decompressor(codec);
@@ -108,7 +108,7 @@ TONEKIT_TIER_CASE(ExerciseInverseTransforms, "jpeg_idct_10x10", "jpeg_idct_11x11
 
 static void ExerciseCodecUtilities(const Bodies &bodies, Random &random, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     for (int round = 0; round < bodies.Rounds(100); ++round) {
         const long value = random.Below(1000000), unit = 1 + random.Below(1000);
         record.AddNumber(bodies.Get<long(long, long)>("jdiv_round_up")(value, unit));
@@ -497,7 +497,7 @@ Bytes CutAndCoarsened(const Bytes &file)
 
 static void ExerciseCodec(const Bodies &bodies, Random &random, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     const Image image = TestImage(random.Next(), 60 + random.Below(60), 50 + random.Below(60), 3);
     Single("JPEG_Init", JPEG_Init)(ReadStream, WriteStream);
     EncodeWithMarkers(codec, image, {.quality = 88, .horizontal = 2, .vertical = 1}, record);
@@ -577,14 +577,14 @@ const Image &BenchImage()
 
 static void BenchBaselineEncoding(const Bodies &bodies)
 {
-    Encode(BodyCodec(bodies.Letter()), BenchImage(), {.quality = 90});
+    Encode(CodecOf(bodies), BenchImage(), {.quality = 90});
 }
 TONEKIT_TIER_BENCH(BenchBaselineEncoding, "jpeg_write_scanlines");
 
 static void BenchDecoding(const Bodies &bodies)
 {
     static const Bytes file = Encode(PlainCodec(), BenchImage(), {.quality = 90});
-    Decode(BodyCodec(bodies.Letter()), file);
+    Decode(CodecOf(bodies), file);
 }
 TONEKIT_TIER_BENCH(BenchDecoding, "jpeg_read_scanlines");
 

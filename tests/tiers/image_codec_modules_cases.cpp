@@ -2,7 +2,7 @@
 // encoder and a decoder put together one by one, Huffman tables, bits, and the search for better
 // coefficients.
 #include "tests/support/codec_driver.h"
-#include "tests/tiers/tiers.h"
+#include "tests/tiers/codec_of.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -91,7 +91,7 @@ void StartEncoder(const Bodies &bodies, Compressor &compressor, const Encoding &
 
 Bytes EncodeByModules(const Bodies &bodies, const Image &image, const Encoding &encoding, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Compressor compressor(codec);
     unsigned char *data = nullptr;
     unsigned long size = 0;
@@ -120,7 +120,7 @@ void ReadRows(Decompressor &decompressor, Record &record)
 // Takes the place of each module that jpeg_start_decompress has chosen, before anything has been decoded.
 void DecodeByModules(const Bodies &bodies, const Bytes &file, bool merged, bool arithmetic, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Decompressor decompressor(codec);
     using Object = jpeg_decompress_struct;
     Object *object = &decompressor;
@@ -150,7 +150,7 @@ void DecodeByModules(const Bodies &bodies, const Bytes &file, bool merged, bool 
 
 void DecodeWithQuantizer(const Bodies &bodies, const Bytes &file, bool twoPass, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Decompressor decompressor(codec);
     using Object = jpeg_decompress_struct;
     Object *object = &decompressor;
@@ -169,7 +169,7 @@ void DecodeWithQuantizer(const Bodies &bodies, const Bytes &file, bool twoPass, 
 // The progress of each coefficient, before any scan.
 void RecordProgress(const Bodies &bodies, const Bytes &file, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Decompressor decompressor(codec);
     CODEC(codec, jpeg_mem_src)(&decompressor, file.data(), file.size());
     CODEC(codec, jpeg_read_header)(&decompressor, TRUE);
@@ -209,7 +209,7 @@ TONEKIT_TIER_CASE(ExerciseModules, "jinit_1pass_quantizer", "jinit_2pass_quantiz
 
 static void ExerciseHuffmanTables(const Bodies &bodies, Random &random, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Compressor compressor(codec);
     Decompressor decompressor(codec);
     Bytes source(3000);
@@ -287,7 +287,7 @@ void RecordSearch(const Coefficients &coefficients, Record &record)
 
 static void ExerciseTrellis(const Bodies &bodies, Random &random, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     const Image image = TestImage(7, 64, 48, 3);
     for (const bool arithmetic : {false, true})
         for (int round = 0; round < 5; ++round) {
@@ -317,7 +317,7 @@ static void ExerciseTrellis(const Bodies &bodies, Random &random, Record &record
                                               c.norm, c.norm, &c.lastDc, nullptr, nullptr);
             } else {
                 EncodingTable *tables[2] = {};
-                auto *make = bodies.Get<void(j_compress_ptr, boolean, int, EncodingTable **)>(
+                const auto make = bodies.Get<void(j_compress_ptr, boolean, int, EncodingTable **)>(
                     "jpeg_make_c_derived_tbl");
                 make(&compressor, TRUE, 0, &tables[0]);
                 make(&compressor, FALSE, 0, &tables[1]);
@@ -335,7 +335,7 @@ TONEKIT_TIER_CASE(ExerciseTrellis, "jget_arith_rates", "quantize_trellis", "quan
 
 static void ExerciseColourSpacesAndRestarts(const Bodies &bodies, Random &random, Record &record)
 {
-    const Codec codec = BodyCodec(bodies.Letter());
+    const Codec codec = CodecOf(bodies);
     Compressor compressor(codec);
     compressor.input_components = 3;
     compressor.in_color_space = JCS_RGB;

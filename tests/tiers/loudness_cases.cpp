@@ -8,7 +8,7 @@ namespace tonekit::tiers {
 
 static void ExerciseGetPeak(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *body = bodies.Get<decltype(ReplayGain_GetPeak)>("ReplayGain_GetPeak");
+    const auto body = bodies.Get<decltype(ReplayGain_GetPeak)>("ReplayGain_GetPeak");
     record.AddValue(body(nullptr));
     for (const uint32_t channels : {0u, 1u, 2u, 6u, 64u, 65u}) {
         ReplayGainState *state =

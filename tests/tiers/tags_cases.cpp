@@ -47,8 +47,8 @@ void RecordText(const char *text, Record &record)
 // Adds texts and pictures by the bodies under test.
 TagBlock *RandomBlock(const Bodies &bodies, Random &random)
 {
-    auto *addStr = bodies.Get<decltype(ID3Helper_AddStr)>("ID3Helper_AddStr");
-    auto *addImage = bodies.Get<decltype(ID3Helper_AddImage)>("ID3Helper_AddImage");
+    const auto addStr = bodies.Get<decltype(ID3Helper_AddStr)>("ID3Helper_AddStr");
+    const auto addImage = bodies.Get<decltype(ID3Helper_AddImage)>("ID3Helper_AddImage");
     TagBlock *const block = ID3Helper_Alloc();
     for (uint32_t items = random.Below(120); items > 0; --items) {
         if (random.Below(4) == 0) {
@@ -75,9 +75,9 @@ void Tear(TagBlock *block, Random &random)
 
 void RecordPictures(const Bodies &bodies, const TagBlock *block, Random &random, Record &record)
 {
-    auto *first = bodies.Get<decltype(ID3Helper_GetFirstImage)>("ID3Helper_GetFirstImage");
-    auto *next = bodies.Get<decltype(ID3Helper_GetNextImage)>("ID3Helper_GetNextImage");
-    auto *getImage = bodies.Get<decltype(ID3Helper_GetImage)>("ID3Helper_GetImage");
+    const auto first = bodies.Get<decltype(ID3Helper_GetFirstImage)>("ID3Helper_GetFirstImage");
+    const auto next = bodies.Get<decltype(ID3Helper_GetNextImage)>("ID3Helper_GetNextImage");
+    const auto getImage = bodies.Get<decltype(ID3Helper_GetImage)>("ID3Helper_GetImage");
     TagBlockPicture picture;
     for (bool more = first(block, &picture); more; more = next(block, &picture)) {
         record.AddValue(picture.type);
@@ -94,13 +94,14 @@ void RecordPictures(const Bodies &bodies, const TagBlock *block, Random &random,
 
 void RecordLookups(const Bodies &bodies, const TagBlock *block, Random &random, Record &record)
 {
-    auto *getStr = bodies.Get<decltype(ID3Helper_GetStr)>("ID3Helper_GetStr");
+    const auto getStr = bodies.Get<decltype(ID3Helper_GetStr)>("ID3Helper_GetStr");
     for (int i = 0; i < 40; ++i)
         RecordText(getStr(block, RandomKey(random).c_str()), record);
     for (const char *const count : {"ID3Helper_GetChapterCount_Position", "ID3Helper_GetChapterCount_Name"})
         record.AddValue(bodies.Get<decltype(ID3Helper_GetChapterCount_Name)>(count)(block));
-    auto *position = bodies.Get<decltype(ID3Helper_GetChapter_Position)>("ID3Helper_GetChapter_Position");
-    auto *name = bodies.Get<decltype(ID3Helper_GetChapter_Name)>("ID3Helper_GetChapter_Name");
+    const auto position =
+        bodies.Get<decltype(ID3Helper_GetChapter_Position)>("ID3Helper_GetChapter_Position");
+    const auto name = bodies.Get<decltype(ID3Helper_GetChapter_Name)>("ID3Helper_GetChapter_Name");
     for (int32_t number = -1; number < 40; ++number) {
         record.AddValue(position(block, number));
         RecordText(name(block, number), record);
@@ -111,7 +112,7 @@ void RecordLookups(const Bodies &bodies, const TagBlock *block, Random &random, 
 
 static void ExerciseTagBlocks(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *copy = bodies.Get<decltype(ID3Helper_Copy)>("ID3Helper_Copy");
+    const auto copy = bodies.Get<decltype(ID3Helper_Copy)>("ID3Helper_Copy");
     for (int round = 0; round < 100; ++round) {
         TagBlock *const block = RandomBlock(bodies, random);
         RecordBlock(block, record);
@@ -148,12 +149,12 @@ TONEKIT_TIER_CASE(ExerciseChapterKeys, "CHAPTER_Get_Number", "CHAPTER_Get_Number
 
 static void ExerciseTimes(const Bodies &bodies, Random &random, Record &record)
 {
-    auto *narrow =
+    const auto narrow =
         bodies.Get<decltype(CHAPTER_HMS_String_To_Position100nS)>("CHAPTER_HMS_String_To_Position100nS");
-    auto *wide =
+    const auto wide =
         bodies.Get<decltype(CHAPTER_HMS_String_To_Position100nSW)>("CHAPTER_HMS_String_To_Position100nSW");
-    auto *toPosition = bodies.Get<decltype(SamplesToN100nS)>("SamplesToN100nS");
-    auto *toSamples = bodies.Get<decltype(N100nSToSamples)>("N100nSToSamples");
+    const auto toPosition = bodies.Get<decltype(SamplesToN100nS)>("SamplesToN100nS");
+    const auto toSamples = bodies.Get<decltype(N100nSToSamples)>("N100nSToSamples");
     for (int round = 0; round < 2000; ++round) {
         const std::string text = (random.Below(2) == 0 ? "1:2:" : "") + RandomTime(random);
         GuardedBuffer position(8, random.Below(8) * 8);

@@ -8,25 +8,66 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
+#include "tests/tiers/record.h"
 
 namespace tonekit::tiers {
+
+// A body whose calls are noted in the record of the run, if there is one.
+template <class Function>
+class Traced;
+
+template <class Result, class... Arguments>
+class Traced<Result(Arguments...)> {
+public:
+    Traced(std::string name, Result (*body)(Arguments...), Record *record)
+        : name_(std::move(name)), body_(body), record_(record)
+    {}
+    Result operator()(Arguments... arguments) const
+    {
+        if (record_)
+            record_->AddCall(name_, arguments...);
+        return body_(arguments...);
+    }
+
+private:
+    std::string name_;
+    Result (*body_)(Arguments...);
+    Record *record_;
+};
 
 // The bodies of the tier under test.
 class Bodies {
 public:
-    Bodies(char letter, bool ofLibrary) : letter_(letter), ofLibrary_(ofLibrary) {}
+    Bodies(char letter, bool ofLibrary, Record *record)
+        : letter_(letter), ofLibrary_(ofLibrary), record_(record)
+    {}
     char Letter() const { return letter_; }
     // Whether the run is compared with that of a finished library, whose inner state can't be set.
     bool OfLibrary() const { return ofLibrary_; }
     template <class Function>
-    Function *Get(const char *name) const
+    Traced<Function> Get(const std::string &name) const
     {
-        return Body<Function>(name, letter_);
+        return Named(name, Body<Function>(name.c_str(), letter_));
+    }
+    // A body that has been found already.
+    template <class Function>
+    Traced<Function> Named(const std::string &name, Function *body) const
+    {
+        return {name, body, record_};
+    }
+    // The address of a body, which is about to be called.
+    void *Address(const char *name) const
+    {
+        if (record_)
+            record_->AddLookup(name);
+        return BodyAddress(name, letter_);
     }
     // How many of a case's rounds to make: an eighth with --short, for an emulated processor.
     int Rounds(int whole) const { return isShort ? (whole + 7) / 8 : whole; }
@@ -35,35 +76,7 @@ public:
 private:
     char letter_;
     bool ofLibrary_;
-};
-
-// What a case has observed.
-class Record {
-public:
-    void Add(const void *bytes, std::size_t count)
-    {
-        const auto *begin = static_cast<const std::uint8_t *>(bytes);
-        bytes_.insert(bytes_.end(), begin, begin + count);
-    }
-    template <class Value>
-    void AddValue(const Value &value)
-    {
-        Add(&value, sizeof value);
-    }
-    // Adds a number of a type whose size differs between systems.
-    void AddNumber(std::int64_t number) { AddValue(number); }
-    // Adds the buffer's bytes and fails the case if a guard zone around them has changed.
-    void Guards(const GuardedBuffer &buffer)
-    {
-        Add(buffer.data(), buffer.size());
-        intact_ = intact_ && buffer.Intact();
-    }
-    const std::vector<std::uint8_t> &Bytes() const { return bytes_; }
-    bool Intact() const { return intact_; }
-
-private:
-    std::vector<std::uint8_t> bytes_;
-    bool intact_ = true;
+    Record *record_;
 };
 
 using ExerciseFunction = void (*)(const Bodies &, Random &, Record &);
