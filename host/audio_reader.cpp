@@ -117,6 +117,23 @@ uint64_t LeadingTagBytes(File &file)
     return bytes < size ? bytes : 0;
 }
 
+// Each frame is found by its number, and doesn't depend on others.
+bool SeeksExactly(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+        return true;
+    default:
+        return false;
+    }
+}
+
 std::string NameOfPart(int format)
 {
     SF_FORMAT_INFO info{};
@@ -203,6 +220,7 @@ void AudioReader::Open()
     frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
     vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     lossy_ = IsLossy(subtype);
+    seekable_ = frames_ > 0 && SeeksExactly(info.format);
     container_ = ContainerWithSame(info.format, format_);
     tagKind_ = TagKindOf(info.format);
     type_ = NameOfType(info.format);
@@ -288,6 +306,17 @@ void AudioReader::CheckEnd()
         Fail("holds no audio (0 frames)");
     if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
+}
+
+bool AudioReader::TrySeek(uint64_t frame)
+{
+    if (!seekable_ || frame >= frames_)
+        return false;
+    if (sf_seek(stream_.handle(), static_cast<sf_count_t>(frame), SEEK_SET) != static_cast<sf_count_t>(frame))
+        Fail("can't go to frame " + std::to_string(frame) + " of the audio (" +
+             SoundFileError(stream_.handle()) + ")");
+    position_ = frame;
+    return true;
 }
 
 void AudioReader::Rewind()

@@ -34,6 +34,8 @@ public:
     // Throws if the file ends before it should.
     uint32_t Read(void *buffer, uint32_t frames) override;
     void Rewind() override;
+    // Coders with a memory of what came before are read through.
+    bool TrySeek(uint64_t frame) override;
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;
@@ -53,6 +55,7 @@ private:
     TagKind tagKind_ = TagKind::None;
     bool vorbisOrder_ = false;
     bool lossy_ = false;
+    bool seekable_ = false;
     std::string type_;
     std::string encoding_;
     std::vector<int32_t> wide_; // samples of 8 and 24 bits as libsndfile gives them

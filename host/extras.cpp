@@ -6,6 +6,7 @@
 #include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/platform.h"
+#include "host/time_text.h"
 
 #include <algorithm>
 #include <sstream>
@@ -44,18 +45,6 @@ std::vector<uint8_t> ReadWhole(const std::string &name)
                       (error == std::errc::no_such_file_or_directory ? "no such file" : error.message()));
     bytes.resize(got);
     return bytes;
-}
-
-// Seconds alone, or with minutes, or with hours and minutes in front.
-bool ParseTime(const std::string &text, uint64_t &position)
-{
-    if (text.empty() || text.find_first_not_of("0123456789:.") != std::string::npos)
-        return false;
-    const auto colons = std::count(text.begin(), text.end(), ':');
-    if (colons > 2)
-        return false;
-    const std::string whole = (colons == 0 ? "0:0:" : colons == 1 ? "0:" : "") + text;
-    return CHAPTER_HMS_String_To_Position100nS(whole.c_str(), &position);
 }
 
 } // namespace

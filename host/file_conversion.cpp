@@ -6,6 +6,7 @@
 #include "host/failure.h"
 #include "host/file_copy.h"
 #include "host/hdcd_stream.h"
+#include "host/open_input.h"
 #include "host/paths.h"
 #include "host/plan.h"
 #include "host/platform.h"
@@ -162,6 +163,8 @@ private:
             hdcd.emplace();
 
         std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
+        if (hdcd)
+            LeadIn(*hdcd, block);
         uint64_t done = 0;
         while (const uint32_t frames = source_.Read(block.data(), kReadFrames)) {
             const void *samples = block.data();
@@ -182,6 +185,16 @@ private:
         if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
             report_.warnings.push_back(Utf8Name(job_.output) + ": " +
                                        GuardText(silenced, after.clamped(), loudest));
+    }
+
+    // What a code in the samples asks for lasts beyond it, into a part that begins later.
+    void LeadIn(HdcdStream &hdcd, std::vector<uint8_t> &block)
+    {
+        while (const uint32_t frames = source_.ReadBefore(block.data(), kReadFrames)) {
+            hdcd.Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
+            if (InterruptNoted())
+                throw Interrupted();
+        }
     }
 
     void ReportProgress(uint64_t done)
@@ -226,6 +239,7 @@ private:
         transfer.copied = plan_.copyFile;
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
+        transfer.part = job_.part;
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
         transfer.loudness = report_.loudness;
         transfer.albumLoudness = report_.albumLoudness;
@@ -236,6 +250,7 @@ private:
     void Describe()
     {
         report_.dryRun = options_.dryRun;
+        report_.part = job_.part;
         if (plan_.copyFile) {
             report_.output = report_.input;
             report_.output.path = Utf8Name(job_.output);
@@ -314,8 +329,7 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
         return std::make_unique<DoneFile>(ReportOfNames(options, job));
     if (job.plainCopy)
         return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
-    auto file = std::make_unique<FileConversion>(options, extras, std::make_unique<AudioReader>(job.input),
-                                                 job, progress);
+    auto file = std::make_unique<FileConversion>(options, extras, OpenInput(job), job, progress);
     file->Produce();
     return file;
 }

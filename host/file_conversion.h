@@ -3,6 +3,7 @@
 
 #include "host/container.h"
 #include "host/extras.h"
+#include "host/file_part.h"
 #include "host/options.h"
 #include "host/report.h"
 #include "host/sample_source.h"
@@ -20,8 +21,9 @@ struct Job {
     std::filesystem::path output;
     // The type that --type or the output's extension asks for.
     const Container *container = nullptr;
-    bool inFolder = false;    // folders on the way to the output are made
-    bool plainCopy = false;   // the input isn't audio and is copied as it is
+    std::optional<FilePart> part = {}; // of the input; none: all of it
+    bool inFolder = false;             // folders on the way to the output are made
+    bool plainCopy = false;            // the input isn't audio and is copied as it is
     std::string album = {};   // what all files of its album have in common; empty: no album is measured
     std::string skipped = {}; // why nothing is done; empty: something is
     std::string error = {};   // why nothing can be done; empty: something can

@@ -56,6 +56,14 @@ bool MeansFolder(const Options &options)
            IsFolder(PathFromUtf8(options.inputs[0]));
 }
 
+// The part of each input that --start and --end ask for.
+std::optional<FilePart> PartOf(const Options &options)
+{
+    if (!options.start && !options.end)
+        return std::nullopt;
+    return FilePart{options.start.value_or(0), options.end};
+}
+
 // Before anything is written. A single input is missed in its own conversion.
 void CheckInputsAreThere(const Options &options)
 {
@@ -225,6 +233,7 @@ std::vector<Job> JobsInFolder(const Options &options)
         job.error = file.error;
         job.inFolder = true;
         job.plainCopy = !file.audio;
+        job.part = file.audio ? PartOf(options) : std::nullopt;
         try {
             if (job.error.empty())
                 job.output = placement.Of(file);
@@ -288,7 +297,8 @@ std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
 Job JobFor(const Options &options, const fs::path &input)
 {
     const fs::path output = PathFromUtf8(options.output);
-    const Job job{input, output, &WantedContainer(options, output)};
+    Job job{input, output, &WantedContainer(options, output)};
+    job.part = PartOf(options);
     CheckTarget(options, *job.container);
     return job;
 }

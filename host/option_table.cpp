@@ -49,6 +49,12 @@ constexpr OptionRow kRows[] = {
     {"compression", 0, "N", "FLAC's compression level, from 0 (fastest) to 8 (smallest)",
      [](Options &o, Text v) { o.encoder.compression = Number(v, 0, 8); }, true},
 
+    {nullptr, 0, nullptr, "What of it", nullptr},
+    {"start", 0, "TIME", "begin here: seconds with a fraction, minutes:seconds or hours:minutes:seconds",
+     [](Options &o, Text v) { o.start = Position(v); }, true},
+    {"end", 0, "TIME", "end before this place of the input", [](Options &o, Text v) { o.end = Position(v); },
+     true},
+
     {nullptr, 0, nullptr, "How it is made", nullptr},
     {"quality", 0, "NAME",
      "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "

@@ -2,6 +2,7 @@
 #include "host/option_values.h"
 
 #include "host/name_template.h"
+#include "host/time_text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -126,6 +127,15 @@ bool ReplayGainOfAlbums(const std::string &text)
 {
     constexpr Choice<bool> choices[] = {{"track", false}, {"album", true}};
     return !text.empty() && Choose(text, choices);
+}
+
+uint64_t Position(const std::string &text)
+{
+    constexpr uint64_t kLatest = 1000ull * 3600 * 10'000'000; // beyond it products with rates would wrap
+    uint64_t position = 0;
+    if (!ParseTime(text, position) || position > kLatest)
+        throw UsageError("must be a time such as 83.5, 1:23.5 or 0:01:23.500");
+    return position;
 }
 
 std::string FileName(const std::string &text)

@@ -46,6 +46,8 @@ ContainerKind Type(const std::string &text);
 void SetTag(Options &options, const std::string &text);
 // "album", or "track" as without a value.
 bool ReplayGainOfAlbums(const std::string &text);
+// A position in units of 100 ns.
+uint64_t Position(const std::string &text);
 std::string FileName(const std::string &text);
 // A template of file names that makes sense.
 std::string Template(const std::string &text);

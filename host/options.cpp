@@ -110,6 +110,9 @@ private:
     {
         if (options_.encoder.bitRate && options_.encoder.vbrQuality)
             throw UsageError("--bitrate and --vbr exclude each other");
+        if (options_.end && *options_.end <= options_.start.value_or(0))
+            throw UsageError("--end must be after " +
+                             std::string(options_.start ? "--start" : "the start of the audio"));
         if (options_.copyOthers && options_.nameTemplate)
             throw UsageError("--copy-others and --name exclude each other: what isn't audio has no tags");
         if (options_.inPlace && audioOption_)

@@ -3,6 +3,7 @@
 
 #include "host/container.h"
 #include "host/encoder_settings.h"
+#include "host/file_part.h"
 #include "host/sample_format.h"
 
 #include <cstdint>
@@ -52,6 +53,10 @@ struct Options {
     bool limiter = true;
     HdcdChoice hdcd = HdcdChoice::Off;
     uint32_t hdcdGain = 6;
+
+    // What of it.
+    std::optional<uint64_t> start; // in 100 ns
+    std::optional<uint64_t> end;
 
     // What travels beside the audio.
     bool inPlace = false; // the tags of the inputs are changed, and there is no output

@@ -19,6 +19,7 @@ Json ConversionJson(const ConversionReport &report)
             {"error", ErrorJson(report.error)},
             {"input", StreamJson(report.input)},
             {"output", StreamJson(report.output)},
+            {"part", PartJson(report.part)},
             {"quality", report.resampled ? Json(NameOf(report.quality)) : Json()},
             {"dryRun", report.dryRun},
             {"skipped", report.skipped.empty() ? Json() : Json(report.skipped)},
@@ -49,6 +50,8 @@ std::string ReportText(const ConversionReport &report)
                (report.skipped.empty() ? "copied" : "skipped, " + report.skipped) +
                (report.dryRun ? " (dry run)" : "");
     std::string text = StreamText(report.input) + " -> " + StreamText(report.output);
+    if (report.part)
+        text += ", " + PartText(*report.part);
     if (report.copied)
         text += ", audio unchanged";
     if (report.encoder.Any())

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/encoder_settings.h"
+#include "host/file_part.h"
 #include "host/options.h"
 #include "host/sample_format.h"
 
@@ -46,10 +47,11 @@ struct ConversionReport {
     double seconds = 0; // that the work took
     Quality quality = Quality::High;
     EncoderSettings encoder;
-    std::string skipped;    // why nothing was done; empty: something was
-    bool dryRun = false;    // what would be done
-    bool plainCopy = false; // of a file that isn't audio
-    bool copied = false;    // the coded audio is that of the input
+    std::string skipped;          // why nothing was done; empty: something was
+    std::optional<FilePart> part; // of the input; none: all of it
+    bool dryRun = false;          // what would be done
+    bool plainCopy = false;       // of a file that isn't audio
+    bool copied = false;          // the coded audio is that of the input
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;

@@ -1,6 +1,8 @@
 // report_parts.cpp: streams, loudness, digests and HDCD as text and JSON.
 #include "host/report_parts.h"
 
+#include "host/time_text.h"
+
 #include <charconv>
 
 namespace tonekit::host {
@@ -30,6 +32,14 @@ Json StreamJson(const StreamReport &stream)
             {"float", hasDepth ? Json(IsFloat(format.sample)) : Json()},
             {"frames", counted ? Json(stream.frames) : Json()},
             {"seconds", counted ? Json(stream.Seconds()) : Json()}};
+}
+
+Json PartJson(const std::optional<FilePart> &part)
+{
+    if (!part)
+        return nullptr;
+    const auto seconds = [](uint64_t position) { return static_cast<double>(position) / 1e7; };
+    return {{"start", seconds(part->start)}, {"end", part->end ? Json(seconds(*part->end)) : Json()}};
 }
 
 Json EncoderJson(const EncoderSettings &settings)
@@ -82,6 +92,11 @@ std::string LoudnessText(const Loudness &loudness)
         loudness.gain ? Decimal(*loudness.gain, 2) + " dB" : "unknown (too quiet or too short)";
     const std::string peak = loudness.peak ? Decimal(*loudness.peak, 6) : "unknown";
     return gain + (loudness.truePeak ? ", true peak " : ", peak ") + peak;
+}
+
+std::string PartText(const FilePart &part)
+{
+    return "from " + TimeText(part.start) + (part.end ? " to " + TimeText(*part.end) : " on");
 }
 
 std::string HdcdText(HdcdFinding finding)

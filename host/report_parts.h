@@ -13,6 +13,7 @@ namespace tonekit::host {
 // coder that has none.
 Json StreamJson(const StreamReport &stream);
 // Null where nothing was chosen, measured or looked for.
+Json PartJson(const std::optional<FilePart> &part);
 Json EncoderJson(const EncoderSettings &settings);
 Json LoudnessJson(const std::optional<Loudness> &loudness);
 Json DigestJson(const std::optional<Digest> &digest);
@@ -25,6 +26,8 @@ std::string FormatText(const StreamReport &stream);
 // "-6.52 dB, peak 0.988647"
 std::string LoudnessText(const Loudness &loudness);
 // "no", "yes (no effect)", "yes"
+// "from 0:00:01.500 to 0:00:03.000"
+std::string PartText(const FilePart &part);
 std::string HdcdText(HdcdFinding finding);
 // A number with so many decimals and a point, in every locale.
 std::string Decimal(double value, int decimals);

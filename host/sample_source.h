@@ -33,6 +33,11 @@ public:
     // The samples come out of a coder that keeps no exact sample values.
     virtual bool lossy() const = 0;
 
+    // Goes to a frame where that is exact and quick; false: only reading on leads there.
+    virtual bool TrySeek(uint64_t) { return false; }
+    // Reads frames that are there before the first one, from their start on, for decoders whose state comes
+    // from them. Returns how many; 0 where they end, or where reading has begun.
+    virtual uint32_t ReadBefore(void *, uint32_t) { return 0; }
     // Fills the buffer with up to `frames` frames in format(). Returns how many; 0 at the end.
     virtual uint32_t Read(void *buffer, uint32_t frames) = 0;
     // Goes back to the first frame.

@@ -4,6 +4,7 @@
 #include "host/cover.h"
 #include "host/paths.h"
 #include "host/report_parts.h"
+#include "host/tag_changes.h"
 #include "host/tag_editor.h"
 #include "host/tag_reader.h"
 #include "host/tag_writer.h"
@@ -71,11 +72,21 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
         return std::any_of(starts.begin(), starts.end(),
                            [&](const char *start) { return name.starts_with(start); });
     };
-    if (transfer.loudness && startsWithAny({"REPLAYGAIN_TRACK_", "R128_TRACK_"}))
+    if ((transfer.loudness || transfer.part) && startsWithAny({"REPLAYGAIN_TRACK_", "R128_TRACK_"}))
+        return false;
+    // Its places are those of the whole file.
+    if (transfer.part && name == "CUESHEET")
         return false;
     if (transfer.albumLoudness && startsWithAny({"REPLAYGAIN_ALBUM_", "R128_ALBUM_"}))
         return false;
     return !transfer.loudnessChanged || !startsWithAny({"REPLAYGAIN_", "R128_"});
+}
+
+void AddPictures(TagBlock *block, const std::vector<Picture> &pictures)
+{
+    for (const Picture &picture : pictures)
+        ID3Helper_AddImage(block, picture.mime.c_str(), static_cast<uint32_t>(picture.type),
+                           static_cast<uint32_t>(picture.data.size()), picture.data.data());
 }
 
 void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
@@ -85,7 +96,17 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
     choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
     choice.chapters = !extras.chapters;
     choice.frontCover = !extras.cover;
-    ReadTags(transfer.input, transfer.inputKind, choice, block, warnings);
+    if (!transfer.part) {
+        ReadTags(transfer.input, transfer.inputKind, choice, block, warnings);
+        return;
+    }
+    const TagBlockPointer whole = NewTagBlock();
+    ReadTags(transfer.input, transfer.inputKind, choice, whole.get(), warnings);
+    ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
+        ID3Helper_AddStr(block, key.c_str(), value.c_str());
+    });
+    AddChapters(block, ChaptersOfPart(ChaptersOf(whole.get()), *transfer.part));
+    AddPictures(block, PicturesOf(whole.get()));
 }
 
 bool IsEmpty(const TagBlock *block)
@@ -106,11 +127,10 @@ TagBlockPointer WithFittedPictures(const Options &options, const TagTransfer &tr
         ID3Helper_AddStr(fitted.get(), key.c_str(), value.c_str());
     });
     AddChapters(fitted.get(), ChaptersOf(block.get()));
-    for (Picture &picture : PicturesOf(block.get())) {
+    std::vector<Picture> pictures = PicturesOf(block.get());
+    for (Picture &picture : pictures)
         FitPicture(picture, Utf8Name(transfer.input), options.coverSize, options.coverQuality, warnings);
-        ID3Helper_AddImage(fitted.get(), picture.mime.c_str(), static_cast<uint32_t>(picture.type),
-                           static_cast<uint32_t>(picture.data.size()), picture.data.data());
-    }
+    AddPictures(fitted.get(), pictures);
     return fitted;
 }
 
@@ -125,10 +145,10 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     for (const auto &[key, value] : LoudnessTags(transfer))
         ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
     if (extras.chapters)
-        AddChapters(block.get(), *extras.chapters);
+        AddChapters(block.get(),
+                    transfer.part ? ChaptersOfPart(*extras.chapters, *transfer.part) : *extras.chapters);
     if (extras.cover)
-        ID3Helper_AddImage(block.get(), extras.cover->mime.c_str(), kFrontCover,
-                           static_cast<uint32_t>(extras.cover->data.size()), extras.cover->data.data());
+        AddPictures(block.get(), {{kFrontCover, extras.cover->mime, extras.cover->data}});
     if (options.tags)
         AddFileTags(options, extras, transfer, block.get(), warnings);
     return WithFittedPictures(options, transfer, std::move(block), warnings);

@@ -56,6 +56,8 @@ class FileOptions(WriteOptions, total=False):
     """Options of convert_file."""
 
     rate: int | str | None
+    start: int | str | None
+    end: int | str | None
     name: str | None
     update: bool
     no_clobber: bool

@@ -145,7 +145,8 @@ def write(
     :param rate: their rate in Hz, which is the file's too
     :param in_dtype: ``"int24"`` or ``"packed24"`` if ``x`` has 24-bit samples in one of these forms
     :param progress: as for :func:`convert_file`
-    :param options: those of :func:`convert_file` without ``rate``, ``name``, ``update``, ``no_clobber`` and ``dry_run``
+    :param options: those of :func:`convert_file` without ``rate``, ``start``, ``end``, ``name``, ``update``, ``no_clobber`` and
+        ``dry_run``
     :return: the report, as of :func:`convert_file`
     :raises FileError: (an OSError) where the file can't be written; ValueError, TypeError: where an argument doesn't make
         sense
@@ -163,9 +164,11 @@ def write(
     )
 
 
-# Samples of an array have a rate, a name that the caller gives, and no age.
+# Samples of an array have a rate, a name that the caller gives, and no age, and are cut by its own means.
 _OF_WRITING = {
-    name: row for name, row in TABLE.items() if name not in ("rate", "name", "update", "no_clobber", "dry_run")
+    name: row
+    for name, row in TABLE.items()
+    if name not in ("rate", "start", "end", "name", "update", "no_clobber", "dry_run")
 }
 
 

@@ -75,6 +75,17 @@ TEST(Hdcd, AutoDecodesItWhereItHasAnEffect)
     EXPECT_NEAR(PeakOf(folder / "b.wav"), kAmplitude * std::pow(10, -6 / 20.0) * 0.99763, 0.002);
 }
 
+TEST(Hdcd, OfAPartIsDecodedFromTheStartOfTheFileOn)
+{
+    TemporaryFolder folder;
+    WriteHdcd(folder / "a.wav", kGain);
+    RunHost({"--hdcd", "on", folder / "a.wav", folder / "whole.wav"});
+    RunHost({"--hdcd", "on", "--start", "2", folder / "a.wav", folder / "part.wav"});
+    const Sound whole = ReadSound(folder / "whole.wav");
+    EXPECT_EQ(ReadSound(folder / "part.wav").samples,
+              std::vector<int32_t>(whole.samples.begin() + 2 * 88200, whole.samples.end()));
+}
+
 TEST(Hdcd, AutoLeavesOtherFilesAlone)
 {
     TemporaryFolder folder;
