@@ -12,19 +12,12 @@ namespace tonekit::TONEKIT_TIER {
 
 TONEKIT_MEMBER_BODY(ConstructConverter3, _ZN21CSampleRateConverter3C1Ev, void, (CSampleRateConverter3 * self))
 {
-    std::memset(static_cast<void *>(self), 0, sizeof *self);
-    self->mixLimiterGainDouble = 1.0;
-    self->mixLimiterGainFloat = 1.0f;
-    self->loadDouble = LoadSilenceToDouble;
-    self->loadFloat = LoadSilenceToFloat;
-    self->storeDouble = reinterpret_cast<StoreDoubleKernel>(StoreNothing);
-    self->storeFloat = reinterpret_cast<StoreFloatKernel>(StoreNothing);
+    Construct(*self, SilentKernels());
 }
 
 TONEKIT_MEMBER_BODY(ConstructConverter4, _ZN21CSampleRateConverter4C1Ev, void, (CSampleRateConverter4 * self))
 {
-    std::memset(static_cast<void *>(self), 0, sizeof *self);
-    ConstructConverter3(self);
+    Construct(*self, SilentKernels());
 }
 
 TONEKIT_MEMBER_BODY(AssignConverter3, _ZN21CSampleRateConverter3aSERKS_, CSampleRateConverter3 *,
@@ -43,23 +36,10 @@ TONEKIT_MEMBER_BODY(AssignConverter4, _ZN21CSampleRateConverter4aSERKS_, CSample
 
 namespace {
 
-void SetUp(CSampleRateConverter3 *self, const ConverterArguments &arguments)
+// A converter has its kernels from its construction on; those that its encodings name take their place.
+ConverterKernels KernelsOf(const CSampleRateConverter3 *self, const ConverterArguments &arguments)
 {
-    SetUpFormats(*self, arguments);
-    SelectLoadKernels(self->inputFormat, self->inputBits, self->loadDouble, self->loadFloat);
-    SelectStoreKernels(self->outputFormat, self->outputBits, self->storeDouble, self->storeFloat);
-    SetUpStream(*self, arguments);
-}
-
-void SetUpBuffered(CSampleRateConverter4 *self, const ConverterArguments &arguments)
-{
-    SetUp(self, arguments);
-    self->readFrameBytes = (arguments.inputBits * arguments.inputChannels) >> 3;
-    self->readOutputFrameBytes = (arguments.outputBits * arguments.outputChannels) >> 3;
-    self->writeRemaining = 0;
-    self->blockFill = 0;
-    self->totalFramesIn = 0;
-    self->totalFramesOut = 0;
+    return ChooseKernels({self->loadDouble, self->loadFloat, self->storeDouble, self->storeFloat}, arguments);
 }
 
 } // namespace
@@ -70,8 +50,10 @@ TONEKIT_MEMBER_BODY(InitConverter3, _ZN21CSampleRateConverter34InitEjjjjjjjjRPvS
                      uint32_t outputChannels, uint32_t outputRate, void *&inputBuffer, void *&outputBuffer,
                      bool dither, bool autoLimit, uint32_t qualityLow, uint32_t qualityHigh))
 {
-    SetUp(self, {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits, outputChannels,
-                 outputRate, dither, autoLimit, qualityLow, qualityHigh});
+    const ConverterArguments arguments{inputFormat,  inputBits,  inputChannels,  inputRate,
+                                       outputFormat, outputBits, outputChannels, outputRate,
+                                       dither,       autoLimit,  qualityLow,     qualityHigh};
+    SetUp(*self, KernelsOf(self, arguments), arguments);
     inputBuffer = self->inputBuffer;
     outputBuffer = self->outputBuffer;
 }
@@ -82,8 +64,10 @@ TONEKIT_MEMBER_BODY(InitConverter4, _ZN21CSampleRateConverter44InitEjjjjjjjjbbjj
                      uint32_t outputChannels, uint32_t outputRate, bool dither, bool autoLimit,
                      uint32_t qualityLow, uint32_t qualityHigh))
 {
-    SetUpBuffered(self, {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits,
-                         outputChannels, outputRate, dither, autoLimit, qualityLow, qualityHigh});
+    const ConverterArguments arguments{inputFormat,  inputBits,  inputChannels,  inputRate,
+                                       outputFormat, outputBits, outputChannels, outputRate,
+                                       dither,       autoLimit,  qualityLow,     qualityHigh};
+    SetUp(*self, KernelsOf(self, arguments), arguments);
 }
 
 namespace {
@@ -132,9 +116,10 @@ TONEKIT_BODY(SRC4_Init, void *,
               uint32_t outputFormat, uint32_t outputBits, uint32_t outputChannels, uint32_t outputRate,
               bool dither, bool autoLimit, uint32_t qualityLow, uint32_t qualityHigh))
 {
-    return NewConverter(ConstructConverter4, SetUpBuffered,
-                        {inputFormat, inputBits, inputChannels, inputRate, outputFormat, outputBits,
-                         outputChannels, outputRate, dither, autoLimit, qualityLow, qualityHigh});
+    const ConverterArguments arguments{inputFormat,  inputBits,  inputChannels,  inputRate,
+                                       outputFormat, outputBits, outputChannels, outputRate,
+                                       dither,       autoLimit,  qualityLow,     qualityHigh};
+    return NewConverter(ChooseKernels(SilentKernels(), arguments), arguments);
 }
 
 TONEKIT_BODY(SRC4_Read, uint32_t, (void *handle, void **out, uint32_t *outFrames, uint32_t *outBytes))

@@ -4,7 +4,7 @@
 
 #include "frame/tier.h"
 
-#include <tonekit/convert.h>
+#include "convert/set_up.h"
 
 namespace tonekit::TONEKIT_TIER {
 
@@ -58,18 +58,14 @@ struct StoreRow {
 };
 
 // What a new converter holds: input that reads as silence, output that is not written.
-inline void SelectDefaultKernels(LoadDoubleKernel &loadDouble, LoadFloatKernel &loadFloat,
-                                 StoreDoubleKernel &storeDouble, StoreFloatKernel &storeFloat)
+inline ConverterKernels SilentKernels()
 {
-    loadDouble = LoadSilenceToDouble;
-    loadFloat = LoadSilenceToFloat;
-    storeDouble = reinterpret_cast<StoreDoubleKernel>(StoreNothing);
-    storeFloat = reinterpret_cast<StoreFloatKernel>(StoreNothing);
+    return {LoadSilenceToDouble, LoadSilenceToFloat, reinterpret_cast<StoreDoubleKernel>(StoreNothing),
+            reinterpret_cast<StoreFloatKernel>(StoreNothing)};
 }
 
-// Leaves both as they are where no row matches.
-inline void SelectLoadKernels(uint32_t format, uint32_t bits, LoadDoubleKernel &toDouble,
-                              LoadFloatKernel &toFloat)
+// Puts the load kernels of an input encoding in place of those given, if a row matches.
+inline void ChooseLoads(uint32_t format, uint32_t bits, ConverterKernels &kernels)
 {
     static constexpr LoadRow kRows[] = {
         {0, 8, LoadInt8ToDouble, LoadInt8ToFloat},
@@ -83,14 +79,13 @@ inline void SelectLoadKernels(uint32_t format, uint32_t bits, LoadDoubleKernel &
     };
     for (const LoadRow &row : kRows)
         if (row.format == format && row.bits == bits) {
-            toDouble = row.toDouble;
-            toFloat = row.toFloat;
+            kernels.loadDouble = row.toDouble;
+            kernels.loadFloat = row.toFloat;
         }
 }
 
-// Leaves both as they are where no row matches.
-inline void SelectStoreKernels(uint32_t format, uint32_t bits, StoreDoubleKernel &fromDouble,
-                               StoreFloatKernel &fromFloat)
+// The same for the store kernels of an output encoding.
+inline void ChooseStores(uint32_t format, uint32_t bits, ConverterKernels &kernels)
 {
     static constexpr StoreRow kRows[] = {
         {0, 8, StoreDoubleToInt8, StoreFloatToInt8},
@@ -102,9 +97,17 @@ inline void SelectStoreKernels(uint32_t format, uint32_t bits, StoreDoubleKernel
     };
     for (const StoreRow &row : kRows)
         if (row.format == format && row.bits == bits) {
-            fromDouble = row.fromDouble;
-            fromFloat = row.fromFloat;
+            kernels.storeDouble = row.fromDouble;
+            kernels.storeFloat = row.fromFloat;
         }
+}
+
+// The kernels for both encodings; where no row matches, those given stay.
+inline ConverterKernels ChooseKernels(ConverterKernels kernels, const ConverterArguments &arguments)
+{
+    ChooseLoads(arguments.inputFormat, arguments.inputBits, kernels);
+    ChooseStores(arguments.outputFormat, arguments.outputBits, kernels);
+    return kernels;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "convert/set_up.h"
 
 #include <cstddef>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <numeric>
@@ -164,6 +165,51 @@ void SetUpSizes(CSampleRateConverter3 &c)
     c.outputFrameBytes = (c.outputBits * c.outputChannels) >> 3;
 }
 
+// Formats, dither and low-pass.
+void SetUpFormats(CSampleRateConverter3 &converter, const ConverterArguments &arguments)
+{
+    converter.inputFormat = arguments.inputFormat;
+    converter.inputBits = arguments.inputBits;
+    converter.inputChannels = arguments.inputChannels;
+    converter.inputRate = arguments.inputRate;
+    converter.outputFormat = arguments.outputFormat;
+    converter.outputBits = arguments.outputBits;
+    converter.outputChannels = arguments.outputChannels;
+    converter.outputRate = arguments.outputRate;
+    converter.autoLimitRequested = arguments.autoLimit;
+    converter.ditherActive = DitherEnabled() != 0 && arguments.dither;
+    BiquadLowPass(&converter.lfeLowPass, static_cast<int32_t>(arguments.outputRate), kLfeFrequency,
+                  kLfeResonance);
+    converter.ditherScale = DitherScale(arguments.outputBits);
+    if (arguments.outputBits == 32)
+        converter.ditherActive = false;
+}
+
+// Matrices, resampler, sizes and buffers.
+void SetUpStream(CSampleRateConverter3 &converter, const ConverterArguments &arguments)
+{
+    SetUpMix(converter);
+    const bool resampling = arguments.inputRate != arguments.outputRate;
+    const ResamplerRecipe &recipe = RecipeForSpan(arguments.qualityHigh - arguments.qualityLow);
+    converter.useDoublePath = resampling && recipe.useDoublePath;
+    SetUpSizes(converter);
+    // Ahead of the resampler: a channel count that no memory can hold ends here, before libsoxr sees it.
+    AllocateBuffers(converter);
+    if (resampling) {
+        converter.resampler =
+            CreateResampler(arguments.inputRate, arguments.outputRate, arguments.outputChannels, recipe);
+        converter.resamplerActive = true;
+    }
+}
+
+void SetKernels(CSampleRateConverter3 &converter, const ConverterKernels &kernels)
+{
+    converter.loadDouble = kernels.loadDouble;
+    converter.loadFloat = kernels.loadFloat;
+    converter.storeDouble = kernels.storeDouble;
+    converter.storeFloat = kernels.storeFloat;
+}
+
 } // namespace
 
 BlockSizes DeriveBlockSizes(uint32_t inputRate, uint32_t outputRate)
@@ -190,48 +236,46 @@ BlockSizes DeriveBlockSizes(uint32_t inputRate, uint32_t outputRate)
     return {block, inputEdge, reducedOutput * multiple, Truncate(fed * ratio + kOutputReserve)};
 }
 
-void SetUpFormats(CSampleRateConverter3 &converter, const ConverterArguments &arguments)
+void Construct(CSampleRateConverter3 &converter, const ConverterKernels &kernels)
 {
-    converter.inputFormat = arguments.inputFormat;
-    converter.inputBits = arguments.inputBits;
-    converter.inputChannels = arguments.inputChannels;
-    converter.inputRate = arguments.inputRate;
-    converter.outputFormat = arguments.outputFormat;
-    converter.outputBits = arguments.outputBits;
-    converter.outputChannels = arguments.outputChannels;
-    converter.outputRate = arguments.outputRate;
-    converter.autoLimitRequested = arguments.autoLimit;
-    converter.ditherActive = DitherEnabled() != 0 && arguments.dither;
-    BiquadLowPass(&converter.lfeLowPass, static_cast<int32_t>(arguments.outputRate), kLfeFrequency,
-                  kLfeResonance);
-    converter.ditherScale = DitherScale(arguments.outputBits);
-    if (arguments.outputBits == 32)
-        converter.ditherActive = false;
+    std::memset(static_cast<void *>(&converter), 0, sizeof converter);
+    converter.mixLimiterGainDouble = 1.0;
+    converter.mixLimiterGainFloat = 1.0f;
+    SetKernels(converter, kernels);
 }
 
-void SetUpStream(CSampleRateConverter3 &converter, const ConverterArguments &arguments)
+void Construct(CSampleRateConverter4 &converter, const ConverterKernels &kernels)
 {
-    SetUpMix(converter);
-    const bool resampling = arguments.inputRate != arguments.outputRate;
-    const ResamplerRecipe &recipe = RecipeForSpan(arguments.qualityHigh - arguments.qualityLow);
-    converter.useDoublePath = resampling && recipe.useDoublePath;
-    SetUpSizes(converter);
-    // Ahead of the resampler: a channel count that no memory can hold ends here, before libsoxr sees it.
-    AllocateBuffers(converter);
-    if (resampling) {
-        converter.resampler =
-            CreateResampler(arguments.inputRate, arguments.outputRate, arguments.outputChannels, recipe);
-        converter.resamplerActive = true;
-    }
+    std::memset(static_cast<void *>(&converter), 0, sizeof converter);
+    Construct(static_cast<CSampleRateConverter3 &>(converter), kernels);
 }
 
-CSampleRateConverter4 *NewConverter(ConstructConverter construct, InitConverter init,
-                                    const ConverterArguments &arguments)
+void SetUp(CSampleRateConverter3 &converter, const ConverterKernels &kernels,
+           const ConverterArguments &arguments)
+{
+    SetUpFormats(converter, arguments);
+    SetKernels(converter, kernels);
+    SetUpStream(converter, arguments);
+}
+
+void SetUp(CSampleRateConverter4 &converter, const ConverterKernels &kernels,
+           const ConverterArguments &arguments)
+{
+    SetUp(static_cast<CSampleRateConverter3 &>(converter), kernels, arguments);
+    converter.readFrameBytes = (arguments.inputBits * arguments.inputChannels) >> 3;
+    converter.readOutputFrameBytes = (arguments.outputBits * arguments.outputChannels) >> 3;
+    converter.writeRemaining = 0;
+    converter.blockFill = 0;
+    converter.totalFramesIn = 0;
+    converter.totalFramesOut = 0;
+}
+
+CSampleRateConverter4 *NewConverter(const ConverterKernels &kernels, const ConverterArguments &arguments)
 {
     auto *converter = static_cast<CSampleRateConverter4 *>(Allocate(sizeof(CSampleRateConverter4)));
-    construct(converter);
+    Construct(*converter, kernels);
     try {
-        init(converter, arguments);
+        SetUp(*converter, kernels, arguments);
     } catch (...) {
         SRC4_Deinit(converter);
         throw;

@@ -1,4 +1,5 @@
-// set_up.h: the parts of a converter's set-up that are the same for every processor.
+// set_up.h: a converter's construction and set-up, which are the same for every processor but for its
+// kernels.
 #pragma once
 
 #include <cstdint>
@@ -24,17 +25,26 @@ struct BlockSizes {
 };
 BlockSizes DeriveBlockSizes(uint32_t inputRate, uint32_t outputRate);
 
-// Formats, dither and low-pass: everything that is settled before the kernels are chosen.
-void SetUpFormats(CSampleRateConverter3 &converter, const ConverterArguments &arguments);
+// The kernels of a converter, which a tier chooses from its own.
+struct ConverterKernels {
+    LoadDoubleKernel loadDouble;
+    LoadFloatKernel loadFloat;
+    StoreDoubleKernel storeDouble;
+    StoreFloatKernel storeFloat;
+};
 
-// Matrices, resampler, sizes and buffers: everything after that. Throws as the allocator does; the destructor
-// frees what the converter has got so far.
-void SetUpStream(CSampleRateConverter3 &converter, const ConverterArguments &arguments);
+// Makes a converter of memory that holds anything.
+void Construct(CSampleRateConverter3 &converter, const ConverterKernels &kernels);
+void Construct(CSampleRateConverter4 &converter, const ConverterKernels &kernels);
 
-// Memory for a converter, which construct and init then set up; it is given back if init throws.
-using ConstructConverter = void (*)(CSampleRateConverter4 *);
-using InitConverter = void (*)(CSampleRateConverter4 *, const ConverterArguments &);
-CSampleRateConverter4 *NewConverter(ConstructConverter construct, InitConverter init,
-                                    const ConverterArguments &arguments);
+// Sets a constructed converter up. Throws as the allocator does; the destructor frees what the converter has
+// got so far.
+void SetUp(CSampleRateConverter3 &converter, const ConverterKernels &kernels,
+           const ConverterArguments &arguments);
+void SetUp(CSampleRateConverter4 &converter, const ConverterKernels &kernels,
+           const ConverterArguments &arguments);
+
+// Allocates, constructs and sets up a converter. Throws as the allocator does, and leaves nothing then.
+CSampleRateConverter4 *NewConverter(const ConverterKernels &kernels, const ConverterArguments &arguments);
 
 } // namespace tonekit

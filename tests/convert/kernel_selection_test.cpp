@@ -10,13 +10,6 @@
 namespace tonekit {
 namespace {
 
-struct Kernels {
-    LoadDoubleKernel loadDouble = nullptr;
-    LoadFloatKernel loadFloat = nullptr;
-    StoreDoubleKernel storeDouble = nullptr;
-    StoreFloatKernel storeFloat = nullptr;
-};
-
 template <class Kernel>
 void *Address(Kernel kernel)
 {
@@ -25,16 +18,16 @@ void *Address(Kernel kernel)
 
 void ExpectLoads(uint32_t format, uint32_t bits, const char *toDouble, const char *toFloat)
 {
-    Kernels kernels;
-    A::SelectLoadKernels(format, bits, kernels.loadDouble, kernels.loadFloat);
+    ConverterKernels kernels{};
+    A::ChooseLoads(format, bits, kernels);
     EXPECT_EQ(Address(kernels.loadDouble), BodyAddress(toDouble, 'A')) << format << " " << bits;
     EXPECT_EQ(Address(kernels.loadFloat), BodyAddress(toFloat, 'A')) << format << " " << bits;
 }
 
 void ExpectStores(uint32_t format, uint32_t bits, const char *fromDouble, const char *fromFloat)
 {
-    Kernels kernels;
-    A::SelectStoreKernels(format, bits, kernels.storeDouble, kernels.storeFloat);
+    ConverterKernels kernels{};
+    A::ChooseStores(format, bits, kernels);
     EXPECT_EQ(Address(kernels.storeDouble), BodyAddress(fromDouble, 'A')) << format << " " << bits;
     EXPECT_EQ(Address(kernels.storeFloat), BodyAddress(fromFloat, 'A')) << format << " " << bits;
 }
@@ -67,13 +60,13 @@ TEST(KernelSelection, AnythingElseLeavesWhatIsThere)
         for (uint32_t bits = 0; bits < 130; ++bits) {
             const bool isInteger = format == 0 && (bits == 8 || bits == 16 || bits == 24 || bits == 32);
             const bool isFloat = format == 1 && (bits == 32 || bits == 64);
-            Kernels kernels;
-            A::SelectLoadKernels(format, bits, kernels.loadDouble, kernels.loadFloat);
+            ConverterKernels kernels{};
+            A::ChooseLoads(format, bits, kernels);
             const bool loads =
                 isInteger || isFloat || (format == 0 && bits == 64) || (format == 2 && bits == 32);
             EXPECT_EQ(kernels.loadDouble != nullptr, loads) << format << " " << bits;
             EXPECT_EQ(kernels.loadFloat != nullptr, loads) << format << " " << bits;
-            A::SelectStoreKernels(format, bits, kernels.storeDouble, kernels.storeFloat);
+            A::ChooseStores(format, bits, kernels);
             EXPECT_EQ(kernels.storeDouble != nullptr, isInteger || isFloat) << format << " " << bits;
             EXPECT_EQ(kernels.storeFloat != nullptr, isInteger || isFloat) << format << " " << bits;
         }
@@ -81,8 +74,7 @@ TEST(KernelSelection, AnythingElseLeavesWhatIsThere)
 
 TEST(KernelSelection, ANewConverterReadsSilenceAndWritesNothing)
 {
-    Kernels kernels;
-    A::SelectDefaultKernels(kernels.loadDouble, kernels.loadFloat, kernels.storeDouble, kernels.storeFloat);
+    const ConverterKernels kernels = A::SilentKernels();
     EXPECT_EQ(Address(kernels.loadDouble), BodyAddress("LoadSilenceToDouble", 'A'));
     EXPECT_EQ(Address(kernels.loadFloat), BodyAddress("LoadSilenceToFloat", 'A'));
     EXPECT_EQ(Address(kernels.storeDouble), BodyAddress("StoreNothing", 'A'));
