@@ -4,11 +4,13 @@
 
 #include <cstring>
 
-#include "convert/converter_siblings.h"
-#include "convert/sample_formats_siblings.h"
+#include "convert/kernel_choice.h"
+#include "convert/resample.h"
 #include "convert/set_up.h"
 
 namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_SIBLING(ResampleFrom);
 
 TONEKIT_MEMBER_BODY(ConstructConverter3, _ZN21CSampleRateConverter3C1Ev, void, (CSampleRateConverter3 * self))
 {

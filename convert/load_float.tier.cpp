@@ -2,6 +2,7 @@
 #include "frame/tier.h"
 
 #include "convert/packed_samples.h"
+#include "convert/sample_formats.h"
 
 namespace tonekit::TONEKIT_TIER {
 

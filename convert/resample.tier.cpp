@@ -3,12 +3,26 @@
 
 #include <cstring>
 
-#include "convert/converter_siblings.h"
-#include "convert/dsp_siblings.h"
+#include "convert/biquad.h"
+#include "convert/dither.h"
+#include "convert/lpc.h"
+#include "convert/mix.h"
+#include "convert/resample.h"
 #include "convert/resampler.h"
 #include "frame/settings.h"
 
 namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_SIBLING(MixPlainDouble);
+TONEKIT_SIBLING(MixPlainFloat);
+TONEKIT_SIBLING(MixLimitedDouble);
+TONEKIT_SIBLING(MixLimitedFloat);
+TONEKIT_SIBLING(FloatDitherProcessFrames);
+TONEKIT_SIBLING(DoubleDitherProcessFrames);
+TONEKIT_SIBLING(BiquadRunStridedDouble);
+TONEKIT_SIBLING(BiquadRunStridedFloat);
+TONEKIT_SIBLING(LpcExtrapolateDouble);
+TONEKIT_SIBLING(LpcExtrapolateFloat);
 
 namespace {
 

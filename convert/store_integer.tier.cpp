@@ -7,6 +7,7 @@
 
 #include "convert/integer_packing.h"
 #include "convert/packed_samples.h"
+#include "convert/sample_formats.h"
 #include "convert/sample_vectors.h"
 
 namespace tonekit::TONEKIT_TIER {

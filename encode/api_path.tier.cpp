@@ -1,4 +1,5 @@
 // api_path.tier.cpp: removes the long-path prefix of the Windows file interface.
+#include "encode/utf.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 #include <cstddef>
@@ -8,7 +9,7 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_SIBLING(Utf16Length, std::size_t, (const tonekit_char16 *text, uint32_t *bits));
+TONEKIT_SIBLING(Utf16Length);
 
 namespace {
 

@@ -1,5 +1,6 @@
 // change_endian.tier.cpp: swaps the bytes of UTF-16 text in place.
 #include "encode/text_lanes.h"
+#include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstddef>
 #include <cstdint>
@@ -7,7 +8,7 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_SIBLING(Utf16Length, std::size_t, (const tonekit_char16 *text, uint32_t *bits));
+TONEKIT_SIBLING(Utf16Length);
 
 TONEKIT_BODY(UNC_ChangeEndian, void, (tonekit_char16 * text))
 {

@@ -1,6 +1,7 @@
 // sha256.tier.cpp: SHA-224 and SHA-256, and HMAC over them.
 #include <tonekit/encode.h>
 
+#include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
 #include <emmintrin.h>
@@ -13,7 +14,7 @@ namespace tonekit::TONEKIT_TIER {
 
 #include "encode/hmac_message.h"
 
-TONEKIT_SIBLING(Sha256Transform, void, (uint32_t *, const uint8_t *, std::size_t));
+TONEKIT_SIBLING(Sha256Transform);
 
 namespace {
 

@@ -1,6 +1,7 @@
 // sha512.tier.cpp: SHA-384 and SHA-512, and HMAC over them.
 #include <tonekit/encode.h>
 
+#include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
 #include <emmintrin.h>
@@ -13,7 +14,7 @@ namespace tonekit::TONEKIT_TIER {
 
 #include "encode/hmac_message.h"
 
-TONEKIT_SIBLING(Sha512Transform, void, (uint64_t *, const uint8_t *, std::size_t));
+TONEKIT_SIBLING(Sha512Transform);
 
 namespace {
 

@@ -25,21 +25,34 @@
     attributes result function arguments TONEKIT_LABEL(symbol);                                              \
     result function arguments
 
-// Opens the definition of an exported function's body, which is found under function.LETTER.
+#define TONEKIT_CHECK_(declared, result, arguments)                                                          \
+    static_assert(__is_same(decltype(declared), result arguments),                                           \
+                  "the header declares " #declared " otherwise");
+
+// Opens the definition of an exported function's body, which is found under function.LETTER. Its public
+// header has to be included.
 #define TONEKIT_BODY(function, result, arguments)                                                            \
+    TONEKIT_CHECK_(::function, result, arguments)                                                            \
     TONEKIT_DEFINE_(function, function, TONEKIT_ROW_export_##function, result, arguments, TONEKIT_API)
 
 // The same for a function of which only the entry is exported.
 #define TONEKIT_PLAIN_BODY(function, result, arguments)                                                      \
+    TONEKIT_CHECK_(::function, result, arguments)                                                            \
     TONEKIT_DEFINE_(function, function, TONEKIT_ROW_plain_##function, result, arguments, )
 
 // The same for a class member: SYMBOL is its mangled name, and the object is the first argument.
 #define TONEKIT_MEMBER_BODY(function, symbol, result, arguments)                                             \
     TONEKIT_DEFINE_(function, symbol, TONEKIT_ROW_export_##symbol, result, arguments, TONEKIT_API)
 
-// The same for a dispatched function that is not exported.
+// The same for a dispatched function that is not exported: a header declares it in namespace tonekit, as
+// extern "C".
 #define TONEKIT_INTERNAL_BODY(function, result, arguments)                                                   \
+    TONEKIT_CHECK_(::tonekit::function, result, arguments)                                                   \
     TONEKIT_DEFINE_(function, function, TONEKIT_ROW_intern_##function, result, arguments, )
 
-// Declares the body of the same tier of a function that another unit defines. A call of it is direct.
-#define TONEKIT_SIBLING(function, result, arguments) result function arguments TONEKIT_LABEL(function)
+// Declares the body of the same tier of an internal function that another unit defines, with the type that
+// its header gives it. A call of it is direct.
+#define TONEKIT_SIBLING(function) extern decltype(::tonekit::function) function TONEKIT_LABEL(function)
+
+// The same for an exported function.
+#define TONEKIT_EXPORTED_SIBLING(function) extern decltype(::function) function TONEKIT_LABEL(function)

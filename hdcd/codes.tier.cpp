@@ -7,6 +7,7 @@
 // alone, up to the step in which a prefix stands; that one is read look by look.
 #include "frame/tier.h"
 
+#include "hdcd/entries.h"
 #include "hdcd/hdcd_log.h"
 #include "hdcd/hdcd_state.h"
 #include "hdcd/hdcd_tables.h"

@@ -1,5 +1,4 @@
-// entries.h: the dispatched functions of this family, as ordinary code calls them. Tier units include
-// siblings.h.
+// entries.h: the dispatched functions of this family that are not exported.
 #pragma once
 
 #include "hdcd/control.h"

@@ -2,14 +2,19 @@
 //
 // The scan goes one frame ahead of the gain stage, so that the frame that completes a code, or on which a
 // timer lapses, is the first to be heard under the new control.
-#include "hdcd/siblings.h"
+#include "frame/tier.h"
 
 #include "hdcd/analyze.h"
+#include "hdcd/entries.h"
 #include "hdcd/gain_ramp.h"
 
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_SIBLING(hdcd_find_codes);
+TONEKIT_SIBLING(hdcd_envelope);
+TONEKIT_SIBLING(EnvelopeLinked);
 
 namespace {
 
@@ -41,8 +46,8 @@ void RunChannel(HdcdChannelState *state, HdcdSample *samples, std::int32_t count
         state->running_gain = hdcd_analyze(samples, count, stride, state->running_gain, control.target,
                                            control.extend, state->analyze_mode, state->sustain, -1);
     else
-        state->running_gain = hdcd_envelope(samples, count, stride, state->bits, state->running_gain,
-                                            control.target, control.extend);
+        state->running_gain = TONEKIT_TIER::hdcd_envelope(
+            samples, count, stride, state->bits, state->running_gain, control.target, control.extend);
 }
 
 // A linked block on its way through the decoder.
@@ -72,7 +77,7 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
         for (int i = 0; i < 2; ++i)
             gain->gain[i] = RampTowards(gain->gain[i], gain->target, frames).reached;
     else if (decoder->analyze_mode == 0)
-        EnvelopeLinked(block->samples, frames, gain);
+        TONEKIT_TIER::EnvelopeLinked(block->samples, frames, gain);
     else
         for (int i = 0; i < 2; ++i)
             gain->gain[i] =
@@ -101,8 +106,8 @@ std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t 
         std::int32_t remaining = count;
         std::int32_t lead = 0;
         do {
-            const std::int32_t scanned =
-                hdcd_find_codes(channels, 2, FrameAt(block.samples, lead, 2), remaining - lead, 0);
+            const std::int32_t scanned = TONEKIT_TIER::hdcd_find_codes(
+                channels, 2, FrameAt(block.samples, lead, 2), remaining - lead, 0);
             const std::int32_t run = scanned + lead - 1;
             RunLinked(&block, run);
             TakeControl(&block);
@@ -128,7 +133,7 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
         PrepareAnalysis(state, samples, count, stride);
     if (count >= 1) {
         ChannelControl control = ControlOf(state);
-        std::int32_t run = hdcd_find_codes(state, 1, samples, count, stride) - 1;
+        std::int32_t run = TONEKIT_TIER::hdcd_find_codes(state, 1, samples, count, stride) - 1;
         std::int32_t remaining = count;
         for (;;) {
             RunChannel(state, samples, run, stride, control);
@@ -137,7 +142,7 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
             control = ControlOf(state);
             if (remaining <= 1)
                 break;
-            run = hdcd_find_codes(state, 1, FrameAt(samples, 1, stride), remaining - 1, stride);
+            run = TONEKIT_TIER::hdcd_find_codes(state, 1, FrameAt(samples, 1, stride), remaining - 1, stride);
         }
         RunChannel(state, samples, 1, stride, control);
     }

@@ -1,7 +1,8 @@
 // scan.tier.cpp: looks for HDCD in a block by following what its decoding would do.
-#include "hdcd/siblings.h"
+#include "frame/tier.h"
 
 #include "hdcd/detection.h"
+#include "hdcd/entries.h"
 
 #include <emmintrin.h>
 
@@ -10,6 +11,8 @@
 #include <cstring>
 
 namespace tonekit::TONEKIT_TIER {
+
+TONEKIT_SIBLING(FollowLinked);
 
 namespace {
 
@@ -60,7 +63,7 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
             return kHdcdNotDetected;
         block = BlockToFollow(decoder, copy, samples, count);
     }
-    FollowLinked(decoder, block, frames);
+    TONEKIT_TIER::FollowLinked(decoder, block, frames);
     UpdateDetection(decoder);
     std::free(copy);
     return decoder->detection.detected;

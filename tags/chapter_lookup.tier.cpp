@@ -5,9 +5,9 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_SIBLING(CHAPTER_Get_Number, uint32_t, (const char *));
-TONEKIT_SIBLING(CHAPTERNAME_Get_Number, uint32_t, (const char *));
-TONEKIT_SIBLING(CHAPTER_HMS_String_To_Position100nS, bool, (const char *, uint64_t *));
+TONEKIT_EXPORTED_SIBLING(CHAPTER_Get_Number);
+TONEKIT_EXPORTED_SIBLING(CHAPTERNAME_Get_Number);
+TONEKIT_EXPORTED_SIBLING(CHAPTER_HMS_String_To_Position100nS);
 
 namespace {
 

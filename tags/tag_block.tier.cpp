@@ -8,7 +8,7 @@
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_SIBLING(ID3Helper_GetStr, const char *, (const TagBlock *, const char *));
+TONEKIT_EXPORTED_SIBLING(ID3Helper_GetStr);
 
 TONEKIT_BODY(ID3Helper_AddStr, void, (TagBlock * block, const char *key, const char *value))
 {

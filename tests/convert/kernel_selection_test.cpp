@@ -4,7 +4,7 @@
 // The selection is code of a tier; here it is that of the baseline.
 #define TONEKIT_TIER A
 #define TONEKIT_ROWS <cstdint>
-#include "convert/sample_formats_siblings.h"
+#include "convert/kernel_choice.h"
 #include "tests/support/bodies.h"
 
 namespace tonekit {

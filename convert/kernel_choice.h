@@ -1,45 +1,45 @@
-// sample_formats_siblings.h: the kernels of the tier that includes it, and their selection by format code and
-// bits.
+// kernel_choice.h: the kernels of the tier that includes it, and their choice by format code and bits.
 #pragma once
 
 #include "frame/tier.h"
 
+#include "convert/sample_formats.h"
 #include "convert/set_up.h"
 
 namespace tonekit::TONEKIT_TIER {
 
-TONEKIT_SIBLING(LoadInt8ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadInt8ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadInt16ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadInt16ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadInt24ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadInt24ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadInt32ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadInt32ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadInt64ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadInt64ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadHdcdInt32ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadHdcdInt32ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadFloat32ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadFloat32ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadFloat64ToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadFloat64ToFloat, void, (const void *, float *, uint32_t));
-TONEKIT_SIBLING(LoadSilenceToDouble, void, (const void *, double *, uint32_t));
-TONEKIT_SIBLING(LoadSilenceToFloat, void, (const void *, float *, uint32_t));
+TONEKIT_SIBLING(LoadInt8ToDouble);
+TONEKIT_SIBLING(LoadInt8ToFloat);
+TONEKIT_SIBLING(LoadInt16ToDouble);
+TONEKIT_SIBLING(LoadInt16ToFloat);
+TONEKIT_SIBLING(LoadInt24ToDouble);
+TONEKIT_SIBLING(LoadInt24ToFloat);
+TONEKIT_SIBLING(LoadInt32ToDouble);
+TONEKIT_SIBLING(LoadInt32ToFloat);
+TONEKIT_SIBLING(LoadInt64ToDouble);
+TONEKIT_SIBLING(LoadInt64ToFloat);
+TONEKIT_SIBLING(LoadHdcdInt32ToDouble);
+TONEKIT_SIBLING(LoadHdcdInt32ToFloat);
+TONEKIT_SIBLING(LoadFloat32ToDouble);
+TONEKIT_SIBLING(LoadFloat32ToFloat);
+TONEKIT_SIBLING(LoadFloat64ToDouble);
+TONEKIT_SIBLING(LoadFloat64ToFloat);
+TONEKIT_SIBLING(LoadSilenceToDouble);
+TONEKIT_SIBLING(LoadSilenceToFloat);
 
-TONEKIT_SIBLING(StoreDoubleToInt8, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToInt8, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreDoubleToInt16, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToInt16, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreDoubleToInt24, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToInt24, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreDoubleToInt32, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToInt32, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreDoubleToFloat32, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToFloat32, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreDoubleToFloat64, void, (void *, const double *, uint32_t));
-TONEKIT_SIBLING(StoreFloatToFloat64, void, (void *, const float *, uint32_t));
-TONEKIT_SIBLING(StoreNothing, void, (void *, const void *, uint32_t));
+TONEKIT_SIBLING(StoreDoubleToInt8);
+TONEKIT_SIBLING(StoreFloatToInt8);
+TONEKIT_SIBLING(StoreDoubleToInt16);
+TONEKIT_SIBLING(StoreFloatToInt16);
+TONEKIT_SIBLING(StoreDoubleToInt24);
+TONEKIT_SIBLING(StoreFloatToInt24);
+TONEKIT_SIBLING(StoreDoubleToInt32);
+TONEKIT_SIBLING(StoreFloatToInt32);
+TONEKIT_SIBLING(StoreDoubleToFloat32);
+TONEKIT_SIBLING(StoreFloatToFloat32);
+TONEKIT_SIBLING(StoreDoubleToFloat64);
+TONEKIT_SIBLING(StoreFloatToFloat64);
+TONEKIT_SIBLING(StoreNothing);
 
 namespace {
 
