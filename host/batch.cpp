@@ -6,6 +6,7 @@
 #include "host/paths.h"
 #include "host/platform.h"
 #include "host/progress.h"
+#include "host/progress_json.h"
 #include "host/report_parts.h"
 #include "host/terminal_text.h"
 
@@ -43,7 +44,8 @@ public:
     Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console)
         : options_(options), extras_(extras), jobs_(jobs), console_(console), reports_(jobs.size()),
           pending_(jobs.size()), interrupted_(jobs.size()), finished_(jobs.size()),
-          progress_(console, Weights(jobs))
+          progress_(options.progress == ProgressChoice::Json ? static_cast<ProgressView &>(lines_) : console,
+                    ProgressFiles(jobs))
     {
         for (size_t i = 0; i < jobs.size(); i++) {
             if (!jobs[i].album.empty() && jobs[i].error.empty()) {
@@ -77,12 +79,13 @@ public:
     const std::vector<ConversionReport> &reports() const { return reports_; }
 
 private:
-    static std::vector<uint64_t> Weights(const std::vector<Job> &jobs)
+    static std::vector<ProgressFile> ProgressFiles(const std::vector<Job> &jobs)
     {
-        std::vector<uint64_t> weights;
+        std::vector<ProgressFile> files;
         for (const Job &job : jobs)
-            weights.push_back(job.skipped.empty() && job.error.empty() ? SizeOf(job.input) : 0);
-        return weights;
+            files.push_back({Utf8Name(job.output.filename()),
+                             job.skipped.empty() && job.error.empty() ? SizeOf(job.input) : 0});
+        return files;
     }
 
     void Work()
@@ -94,14 +97,14 @@ private:
     void ConvertOne(size_t index)
     {
         const Job &job = jobs_[index];
-        const std::string label = Utf8Name(job.output.filename());
         Guarded(index, [&] {
             if (!job.error.empty())
                 throw Failure(job.error);
+            progress_.Report(index, 0, 0);
             const auto begin = [&] {
                 pending_[index] =
-                    BeginFile(options_, extras_, job, [this, index, label](double done, double audioSeconds) {
-                        progress_.Report(index, done, audioSeconds, label);
+                    BeginFile(options_, extras_, job, [this, index](double done, double audioSeconds) {
+                        progress_.Report(index, done, audioSeconds);
                     });
             };
             try {
@@ -143,9 +146,7 @@ private:
         pending_[index].reset();
         if (interrupted_[index])
             return;
-        const ConversionReport &report = reports_[index];
-        progress_.Report(index, 1, report.error.empty() ? report.input.Seconds() : 0,
-                         Utf8Name(jobs_[index].output.filename()));
+        progress_.Finish(index, reports_[index]);
         Finish(index);
     }
 
@@ -193,6 +194,8 @@ private:
             console_.Complain("warning: " + warning);
         if (!report.error.empty())
             console_.Complain(report.error);
+        if (report.error.empty() && (options_.json || !StandardOutputIsTerminal()))
+            console_.Remark(FinishedText(report));
         if (options_.json || !report.error.empty())
             return;
         if (!options_.quiet)
@@ -218,6 +221,7 @@ private:
     std::mutex mutex_;         // of what follows
     std::vector<bool> finished_;
     size_t told_ = 0; // all before it are
+    ProgressJson lines_;
     Progress progress_;
     std::atomic<size_t> next_{0};
 };

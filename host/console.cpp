@@ -2,31 +2,13 @@
 #include "host/console.h"
 
 #include "host/platform.h"
+#include "host/progress_lines.h"
 #include "host/terminal_text.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 namespace tonekit::host {
-
-namespace {
-
-constexpr std::chrono::milliseconds kDrawInterval{100};
-
-// Cuts a UTF-8 text to so many characters.
-std::string Cut(const std::string &text, size_t characters)
-{
-    size_t end = 0;
-    for (; end < text.size() && characters > 0; characters--) {
-        end++;
-        while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-            end++;
-    }
-    return text.substr(0, end);
-}
-
-} // namespace
 
 std::string ClockTime(double seconds)
 {
@@ -39,67 +21,51 @@ std::string ClockTime(double seconds)
     return text;
 }
 
-std::string ProgressLine(double done, double audioSeconds, double elapsedSeconds, const std::string &label,
-                         unsigned columns)
-{
-    constexpr int kBar = 24;
-    done = std::clamp(done, 0.0, 1.0);
-    const int filled = static_cast<int>(done * kBar);
-    std::string line = "[" + std::string(static_cast<size_t>(filled), '#') +
-                       std::string(static_cast<size_t>(kBar - filled), '.') + "]";
-    const double speed = elapsedSeconds > 0 ? audioSeconds / elapsedSeconds : 0;
-    char text[64];
-    std::snprintf(text, sizeof(text), " %3.0f%%  %.*fx", std::floor(done * 100), speed < 10 ? 1 : 0, speed);
-    line += text;
-    // The first moments say too little about the rest.
-    if (done > 0 && elapsedSeconds > 0.3)
-        line += "  " + ClockTime(elapsedSeconds * (1 - done) / done) + " left";
-    line += "  " + label;
-    return Cut(line, columns > 1 ? columns - 1 : 1);
-}
-
-Console::Console(bool progressWanted)
-    : progress_(progressWanted && StandardErrorIsTerminal()), start_(std::chrono::steady_clock::now()),
-      nextDraw_(start_)
-{}
+Console::Console(bool progressWanted) : progress_(progressWanted && StandardErrorIsTerminal()) {}
 
 Console::~Console()
 {
-    ClearProgress();
+    if (!shown_.empty())
+        DrawStatus({});
 }
 
-void Console::ClearProgress()
+// The progress moves down for the text.
+void Console::PrintAbove(std::FILE *stream, const std::string &text)
 {
-    if (!drawn_)
-        return;
-    DrawOverLine("");
-    drawn_ = false;
+    if (!shown_.empty())
+        DrawStatus({});
+    Print(stream, text);
+    if (!shown_.empty())
+        DrawStatus(shown_);
 }
 
 void Console::Say(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ClearProgress();
-    Print(stdout, TerminalText(line, true) + "\n");
+    PrintAbove(stdout, TerminalText(line, true) + "\n");
 }
 
 void Console::Complain(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ClearProgress();
-    Print(stderr, "tonekit-convert: " + TerminalText(line) + "\n");
+    PrintAbove(stderr, "tonekit-convert: " + TerminalText(line) + "\n");
 }
 
-void Console::ShowProgress(double done, double audioSeconds, const std::string &label)
+void Console::Remark(const std::string &line)
 {
-    const auto now = std::chrono::steady_clock::now();
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (!progress_ || now < nextDraw_)
+    if (progress_)
+        PrintAbove(stderr, TerminalText(line) + "\n");
+}
+
+void Console::Show(const ProgressState &state)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!progress_)
         return;
-    nextDraw_ = now + kDrawInterval;
-    const double elapsed = std::chrono::duration<double>(now - start_).count();
-    DrawOverLine(ProgressLine(done, audioSeconds, elapsed, TerminalText(label), TerminalColumns()));
-    drawn_ = true;
+    shown_ =
+        state.finished < state.files ? ProgressLines(state, SizeOfTerminal()) : std::vector<std::string>();
+    DrawStatus(shown_);
 }
 
 } // namespace tonekit::host

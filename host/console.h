@@ -1,46 +1,42 @@
-// console.h: the lines that the program prints, and the progress line beneath them.
+// console.h: the lines that the program prints, and the progress beneath them.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
+#include "host/progress_state.h"
+
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace tonekit::host {
 
 // Any thread may use it at any time.
-class Console {
+class Console final : public ProgressView {
 public:
-    // The progress line is shown only if wanted and if standard error is a terminal.
+    // Progress is shown only if wanted and if standard error is a terminal.
     explicit Console(bool progressWanted);
     Console(const Console &) = delete;
     Console &operator=(const Console &) = delete;
-    ~Console();
+    ~Console() override;
 
     // A line on standard output.
     void Say(const std::string &line);
     // A line on standard error, with the program's name in front.
     void Complain(const std::string &line);
+    // A line on standard error for those who watch progress there; elsewhere nothing.
+    void Remark(const std::string &line);
 
-    // Redraws the progress line, at most some ten times a second. `done` is the part of all work that is
-    // done, from 0 to 1; `audioSeconds` the music that has gone through so far; `label` what is being worked
-    // on.
-    void ShowProgress(double done, double audioSeconds, const std::string &label);
+    // Draws progress anew.
+    void Show(const ProgressState &state) override;
+    // Each file has its own lines, which Say prints in the order of the inputs.
+    void ShowFinished(size_t, const ConversionReport &) override {}
 
 private:
-    void ClearProgress();
+    void PrintAbove(std::FILE *stream, const std::string &text);
 
     std::mutex mutex_;
     const bool progress_;
-    bool drawn_ = false;
-    const std::chrono::steady_clock::time_point start_;
-    std::chrono::steady_clock::time_point nextDraw_;
+    std::vector<std::string> shown_; // the progress that is on the terminal
 };
-
-// The progress line of a terminal with so many columns: a bar, the percentage, the speed as a multiple of
-// real time, the time left and the label.
-std::string ProgressLine(double done, double audioSeconds, double elapsedSeconds, const std::string &label,
-                         unsigned columns);
 
 // 0:07, 3:21, 1:02:03
 std::string ClockTime(double seconds);

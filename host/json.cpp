@@ -5,9 +5,11 @@
 
 namespace tonekit::host {
 
-std::string JsonText(const Json &value)
+namespace {
+
+std::string SafeText(const Json &value, int indent)
 {
-    const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
+    const std::string text = value.dump(indent, ' ', false, Json::error_handler_t::replace);
     std::string safe;
     safe.reserve(text.size());
     // What is left to escape stands in strings alone: delete, and U+0080 to U+009F, whose first byte is 0xC2.
@@ -24,6 +26,18 @@ std::string JsonText(const Json &value)
         i += isC1 ? 1 : 0;
     }
     return safe;
+}
+
+} // namespace
+
+std::string JsonText(const Json &value)
+{
+    return SafeText(value, 2);
+}
+
+std::string JsonLine(const Json &value)
+{
+    return SafeText(value, -1);
 }
 
 } // namespace tonekit::host

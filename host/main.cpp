@@ -27,7 +27,7 @@ int Convert(const Options &options)
 {
     const std::vector<Job> jobs = MakeJobs(options);
     NoteInterrupts();
-    Console console(!options.quiet);
+    Console console(options.progress == ProgressChoice::Auto && !options.quiet);
     return RunJobs(options, LoadExtras(options), jobs, console);
 }
 

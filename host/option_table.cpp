@@ -25,6 +25,8 @@ constexpr Choice<HdcdChoice> kHdcds[] = {
     {"auto", HdcdChoice::Auto}, {"on", HdcdChoice::On}, {"off", HdcdChoice::Off}};
 constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
 constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512", HashKind::Sha512}};
+constexpr Choice<ProgressChoice> kProgresses[] = {
+    {"auto", ProgressChoice::Auto}, {"json", ProgressChoice::Json}, {"off", ProgressChoice::Off}};
 
 using Text = const std::string &;
 
@@ -122,7 +124,8 @@ constexpr OptionRow kRows[] = {
      "the file's "
      "sample format, 8 bit unsigned, 24 bit in 3 bytes; those of MP3, Ogg and Opus are 32 bit float, on "
      "their way into "
-     "or out of the coder. From 512 MiB of samples on it differs from other programs' digests",
+     "or out of the coder. From 512 MiB of samples on it differs from other programs' digests; that of "
+     "dithered samples differs from run to run",
      [](Options &o, Text v) { o.hash = Choose(v, kHashes); }},
 
     {nullptr, 0, nullptr, "Folders (an INPUT that is one is walked, and its folders are kept in FOLDER)",
@@ -148,6 +151,10 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text) { o.command = Command::Info; }},
     {"json", 0, nullptr, "tell what was done, or what the files are, as one JSON object",
      [](Options &o, Text) { o.json = true; }},
+    {"progress", 0, "WHEN",
+     "auto (on a terminal, the default), json (for programs: a JSON object on each line of standard error) "
+     "or off",
+     [](Options &o, Text v) { o.progress = Choose(v, kProgresses); }},
     {"quiet", 'q', nullptr, "no progress and no summary", [](Options &o, Text) { o.quiet = true; }},
     {"version", 'V', nullptr, "print the version", [](Options &o, Text) { o.command = Command::Version; }},
     {"help", 'h', nullptr, "print this", [](Options &o, Text) { o.command = Command::Help; }},

@@ -31,6 +31,7 @@ enum class DitherMode : uint32_t {
 };
 enum class HdcdChoice { Auto, On, Off };
 enum class HashKind { Sha256, Sha512 };
+enum class ProgressChoice { Auto, Json, Off };
 
 struct Options {
     Command command = Command::Convert;
@@ -78,6 +79,7 @@ struct Options {
     unsigned memoryMiB = 256;     // that pictures and tags of a file may take
     std::optional<unsigned> jobs; // files at a time; as many as there are cores
     bool dryRun = false;
+    ProgressChoice progress = ProgressChoice::Auto;
 
     // What becomes of folders.
     bool copyOthers = false;                 // of the files that aren't audio

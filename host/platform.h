@@ -80,11 +80,20 @@ std::vector<std::string> Utf8Arguments(int argc, char **argv);
 
 // Prints UTF-8 text in one piece on standard output or standard error; the stream keeps an error.
 void Print(std::FILE *stream, const std::string &text);
+bool StandardOutputIsTerminal();
+// A terminal on which lines can be drawn anew.
 bool StandardErrorIsTerminal();
-// Puts a line, or nothing, in the place of the one that the terminal on standard error has begun.
-void DrawOverLine(const std::string &line);
-// Columns of the terminal on standard error; 80 if it doesn't say.
-unsigned TerminalColumns();
+// Puts lines, or nothing, in the place of those that the terminal on standard error was given last time. The
+// cursor is at their beginning then.
+void DrawStatus(const std::vector<std::string> &lines);
+struct TerminalSize {
+    unsigned columns = 80;
+    unsigned rows = 24;
+};
+// The size of the terminal on standard error, as above if it doesn't say.
+TerminalSize SizeOfTerminal();
+// The columns that a character takes on a terminal, 0 to 2.
+unsigned ColumnsOfCharacter(uint32_t code);
 
 // From now on Ctrl-C and termination requests are noted instead of ending the process, a closed pipe and a
 // file size limit are ordinary errors of the write that meets them.

@@ -1,12 +1,17 @@
 // platform_posix.cpp: the platform's services on POSIX systems.
 #include "host/platform.h"
 
+#include "host/terminal_drawing.h"
+
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cwchar>
 #include <fcntl.h>
+#include <locale.h>
 #include <malloc.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -241,20 +246,46 @@ void Print(std::FILE *stream, const std::string &text)
     std::fflush(place);
 }
 
+bool StandardOutputIsTerminal()
+{
+    return isatty(STDOUT_FILENO) == 1;
+}
+
 bool StandardErrorIsTerminal()
 {
-    return isatty(STDERR_FILENO) == 1;
+    const char *const kind = std::getenv("TERM");
+    return isatty(STDERR_FILENO) == 1 && !(kind && std::string_view(kind) == "dumb");
 }
 
-void DrawOverLine(const std::string &line)
+void DrawStatus(const std::vector<std::string> &lines)
 {
-    Print(stderr, "\r" + line + "\x1b[K");
+    Print(stderr, TerminalDrawing(lines));
 }
 
-unsigned TerminalColumns()
+TerminalSize SizeOfTerminal()
 {
+    TerminalSize known;
     winsize size{};
-    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0)
+        return known;
+    if (size.ws_col > 0)
+        known.columns = size.ws_col;
+    if (size.ws_row > 0)
+        known.rows = size.ws_row;
+    return known;
+}
+
+// The C library knows the characters, whatever the user's locale is.
+unsigned ColumnsOfCharacter(uint32_t code)
+{
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    if (unicode == locale_t{})
+        return 1;
+    const locale_t users = uselocale(unicode);
+    const int columns = wcwidth(static_cast<wchar_t>(code));
+    uselocale(users);
+    // What it doesn't know takes one column, if any.
+    return columns < 0 ? 1 : static_cast<unsigned>(columns);
 }
 
 void NoteInterrupts()

@@ -288,31 +288,65 @@ void Print(std::FILE *stream, const std::string &text)
     std::fflush(stream);
 }
 
+bool StandardOutputIsTerminal()
+{
+    return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
+}
+
 bool StandardErrorIsTerminal()
 {
     return IsConsole(GetStdHandle(STD_ERROR_HANDLE));
 }
 
 // Without control sequences, which consoles before Windows 10 don't know.
-void DrawOverLine(const std::string &line)
+void DrawStatus(const std::vector<std::string> &lines)
 {
+    static size_t drawn = 0; // lines of the last time; calls come one after another
     const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
-    WriteOn(console, "\r" + line);
+    const size_t rows = std::max(lines.size(), drawn);
+    drawn = lines.size();
     CONSOLE_SCREEN_BUFFER_INFO info;
-    if (!GetConsoleScreenBufferInfo(console, &info))
+    for (size_t i = 0; i < rows; i++) {
+        WriteOn(console, (i > 0 ? "\n\r" : "\r") + (i < lines.size() ? lines[i] : ""));
+        if (!GetConsoleScreenBufferInfo(console, &info))
+            return;
+        DWORD cleared;
+        FillConsoleOutputCharacterW(console, L' ',
+                                    static_cast<DWORD>(info.dwSize.X - info.dwCursorPosition.X),
+                                    info.dwCursorPosition, &cleared);
+    }
+    if (rows == 0)
         return;
-    DWORD cleared;
-    FillConsoleOutputCharacterW(console, L' ', static_cast<DWORD>(info.dwSize.X - info.dwCursorPosition.X),
-                                info.dwCursorPosition, &cleared);
+    const int top = info.dwCursorPosition.Y - static_cast<int>(rows - 1);
+    SetConsoleCursorPosition(console, {0, static_cast<SHORT>(std::max(top, 0))});
 }
 
-unsigned TerminalColumns()
+TerminalSize SizeOfTerminal()
 {
     CONSOLE_SCREEN_BUFFER_INFO info;
     if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info))
-        return 80;
+        return {};
     // A line that fills the last column of a console scrolls it.
-    return static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left);
+    return {static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left),
+            static_cast<unsigned>(info.srWindow.Bottom - info.srWindow.Top + 1)};
+}
+
+// The blocks of the characters that consoles draw with two columns, and those of joining marks.
+unsigned ColumnsOfCharacter(uint32_t code)
+{
+    struct Block {
+        uint32_t first, last;
+    };
+    static constexpr Block kJoining[] = {
+        {0x0300, 0x036F}, {0x200B, 0x200F}, {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
+    static constexpr Block kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},
+                                      {0xA960, 0xA97F},   {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},
+                                      {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},
+                                      {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
+    const auto holds = [&](const Block &block) { return code >= block.first && code <= block.last; };
+    if (std::any_of(std::begin(kJoining), std::end(kJoining), holds))
+        return 0;
+    return std::any_of(std::begin(kWide), std::end(kWide), holds) ? 2 : 1;
 }
 
 void NoteInterrupts()

@@ -41,6 +41,13 @@ std::string StreamText(const StreamReport &stream)
     return TerminalText(stream.path) + " (" + stream.type + ", " + FormatText(stream) + ")";
 }
 
+std::string SpeedText(const ConversionReport &report)
+{
+    const double speed = report.Speed();
+    return ClockTime(report.output.Seconds()) + " of audio in " + Decimal(report.seconds, 2) + " s, " +
+           Decimal(speed, speed < 10 ? 1 : 0) + " times real time";
+}
+
 } // namespace
 
 std::string ReportText(const ConversionReport &report)
@@ -62,9 +69,16 @@ std::string ReportText(const ConversionReport &report)
         text += ", HDCD decoded";
     if (report.dryRun)
         return text + " (dry run)";
-    const double speed = report.Speed();
-    return text + "\n  " + ClockTime(report.output.Seconds()) + " of audio in " + Decimal(report.seconds, 2) +
-           " s, " + Decimal(speed, speed < 10 ? 1 : 0) + " times real time";
+    return text + "\n  " + SpeedText(report);
+}
+
+std::string FinishedText(const ConversionReport &report)
+{
+    if (!report.skipped.empty())
+        return report.output.path + ": skipped, " + report.skipped;
+    if (report.HasNamesOnly())
+        return report.output.path + ": copied";
+    return report.output.path + ": " + SpeedText(report);
 }
 
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds)

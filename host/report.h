@@ -71,6 +71,8 @@ struct ConversionReport {
 
 // The summary line for people.
 std::string ReportText(const ConversionReport &report);
+// The output's name and the speed, for those who get the summary elsewhere.
+std::string FinishedText(const ConversionReport &report);
 // One JSON object for one file or many; `seconds` is what they took together.
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds);
 

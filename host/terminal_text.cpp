@@ -1,5 +1,7 @@
-// terminal_text.cpp: escapes what terminals would obey.
+// terminal_text.cpp: escapes what terminals would obey, and knows the room that the rest takes.
 #include "host/terminal_text.h"
+
+#include "host/platform.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -76,6 +78,30 @@ std::string TerminalText(const std::string &text, bool lines)
         i += character.bytes;
     }
     return shown;
+}
+
+size_t ColumnsOf(const std::string &text)
+{
+    size_t columns = 0;
+    for (size_t i = 0; i < text.size();) {
+        const Character character = First(text, i);
+        columns += character.bytes > 0 ? ColumnsOfCharacter(character.code) : 1;
+        i += character.bytes > 0 ? character.bytes : 1;
+    }
+    return columns;
+}
+
+std::string CutToColumns(const std::string &text, size_t columns)
+{
+    size_t used = 0;
+    for (size_t i = 0; i < text.size();) {
+        const Character character = First(text, i);
+        used += character.bytes > 0 ? ColumnsOfCharacter(character.code) : 1;
+        if (used > columns)
+            return text.substr(0, i);
+        i += character.bytes > 0 ? character.bytes : 1;
+    }
+    return text;
 }
 
 } // namespace tonekit::host

@@ -1,6 +1,7 @@
 // terminal_text.h: texts of others as a terminal may get them.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace tonekit::host {
@@ -9,5 +10,11 @@ namespace tonekit::host {
 // turn the direction of writing, and bytes that are no UTF-8 become escapes such as \n, \x1b or \u009b. With
 // `lines`, line feeds stay.
 std::string TerminalText(const std::string &text, bool lines = false);
+
+// The columns that a text takes on a terminal: East Asian characters and pictures take two, marks that join
+// the character before them none.
+size_t ColumnsOf(const std::string &text);
+// The text, or as much of its beginning as fits into so many columns.
+std::string CutToColumns(const std::string &text, size_t columns);
 
 } // namespace tonekit::host

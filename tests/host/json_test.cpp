@@ -17,6 +17,11 @@ TEST(Json, KeepsTheOrderOfMembers)
               "  \"empty\": {}\n}");
 }
 
+TEST(Json, FitsIntoALineWhereAsked)
+{
+    EXPECT_EQ(JsonLine({{"a", Json::array({1, "\n\x7F"})}}), "{\"a\":[1,\"\\n\\u007f\"]}");
+}
+
 TEST(Json, EscapesWhatATerminalWouldObey)
 {
     EXPECT_EQ(JsonText("a\"b\\c\nd\x1F\x7F"), "\"a\\\"b\\\\c\\nd\\u001f\\u007f\"");

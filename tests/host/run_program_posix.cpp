@@ -124,14 +124,14 @@ Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::
     return outcome;
 }
 
-Outcome RunOnTerminal(const std::vector<std::string> &arguments)
+Outcome RunOnTerminal(const std::vector<std::string> &arguments, unsigned columns)
 {
     Outcome outcome;
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
     if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
         return outcome;
     const std::string name = ptsname(terminal);
-    const winsize size{25, 100, 0, 0};
+    const winsize size{25, static_cast<unsigned short>(columns), 0, 0};
     ioctl(terminal, TIOCSWINSZ, &size);
     const pid_t process = fork();
     if (process == 0) {

@@ -19,7 +19,7 @@ struct Circumstances {
 
 Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::string> &arguments);
 
-// On a terminal of 100 columns; `out` then holds both outputs as the terminal gets them.
-Outcome RunOnTerminal(const std::vector<std::string> &arguments);
+// On a terminal of so many columns; `out` then holds both outputs as the terminal gets them.
+Outcome RunOnTerminal(const std::vector<std::string> &arguments, unsigned columns = 100);
 
 } // namespace tonekit::host::test

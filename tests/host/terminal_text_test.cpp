@@ -37,5 +37,24 @@ TEST(TerminalText, EscapesWhatIsNoUtf8ByteByByte)
     EXPECT_EQ(TerminalText("\xF0\x9F\x8E"), "\\xf0\\x9f\\x8e");
 }
 
+TEST(TerminalText, TakesColumnsByItsCharacters)
+{
+    EXPECT_EQ(ColumnsOf(""), 0u);
+    EXPECT_EQ(ColumnsOf("abc \u00e4\u20ac"), 6u);
+    EXPECT_EQ(ColumnsOf("\u97f3\u697d\uac00\uff21\U0001F3B5\U00020000"), 12u);
+    EXPECT_EQ(ColumnsOf("e\u0301\u200d"), 1u);
+    EXPECT_EQ(ColumnsOf("\xff"), 1u);
+}
+
+TEST(TerminalText, IsCutBetweenCharacters)
+{
+    EXPECT_EQ(CutToColumns("\u00e4\u00f6\u00fc", 2), "\u00e4\u00f6");
+    EXPECT_EQ(CutToColumns("a\u97f3\u697d", 2), "a");
+    EXPECT_EQ(CutToColumns("a\u97f3\u697d", 3), "a\u97f3");
+    EXPECT_EQ(CutToColumns("e\u0301x", 1), "e\u0301");
+    EXPECT_EQ(CutToColumns("abc", 3), "abc");
+    EXPECT_EQ(CutToColumns("abc", 0), "");
+}
+
 } // namespace
 } // namespace tonekit::host

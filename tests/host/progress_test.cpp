@@ -1,0 +1,98 @@
+// progress_test.cpp: the sum of many files, and its form for programs.
+#include "host/progress.h"
+#include "host/progress_json.h"
+#include "host/report.h"
+
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace tonekit::host {
+namespace {
+
+// Keeps what it is shown.
+class Notes : public ProgressView {
+public:
+    void Show(const ProgressState &state) override { states.push_back(state); }
+    void ShowFinished(size_t index, const ConversionReport &report) override
+    {
+        finished.emplace_back(index, report.error);
+    }
+    std::vector<ProgressState> states;
+    std::vector<std::pair<size_t, std::string>> finished;
+};
+
+TEST(Progress, WeighsFilesByTheirSizes)
+{
+    Notes notes;
+    Progress progress(notes, {{"small", 99}, {"large", 299}});
+    progress.Report(1, 0.5, 30);
+    ASSERT_EQ(notes.states.size(), 1u);
+    EXPECT_EQ(notes.states[0].files, 2u);
+    EXPECT_EQ(notes.states[0].finished, 0u);
+    EXPECT_DOUBLE_EQ(notes.states[0].done, 150.0 / 400);
+    EXPECT_DOUBLE_EQ(notes.states[0].audioSeconds, 30);
+    ASSERT_EQ(notes.states[0].inWork.size(), 1u);
+    EXPECT_EQ(notes.states[0].inWork[0].name, "large");
+    EXPECT_EQ(notes.states[0].inWork[0].done, 0.5);
+}
+
+TEST(Progress, IsShownAtOnceAndThenNotTooOften)
+{
+    Notes notes;
+    Progress progress(notes, {{"a", 1}, {"b", 1}});
+    for (int i = 0; i < 100; i++)
+        progress.Report(0, i / 100.0, i);
+    EXPECT_LT(notes.states.size(), 20u);
+    EXPECT_GE(notes.states.size(), 1u);
+}
+
+TEST(Progress, EndsWithAllFinishedFailedOnesToo)
+{
+    Notes notes;
+    Progress progress(notes, {{"a", 0}, {"b", 1000000}});
+    ConversionReport good;
+    good.input.format.rate = 100;
+    good.input.frames = 500;
+    ConversionReport bad;
+    bad.error = "no";
+    progress.Finish(1, bad);
+    progress.Finish(0, good);
+    const std::vector<std::pair<size_t, std::string>> expected = {{1, "no"}, {0, ""}};
+    EXPECT_EQ(notes.finished, expected);
+    ASSERT_GE(notes.states.size(), 1u);
+    EXPECT_EQ(notes.states.back().finished, 2u);
+    EXPECT_EQ(notes.states.back().done, 1);
+    EXPECT_EQ(notes.states.back().audioSeconds, 5);
+    EXPECT_TRUE(notes.states.back().inWork.empty());
+}
+
+TEST(ProgressJson, IsAnObjectInALine)
+{
+    const ProgressState state = {3, 1, 0.25, 60, 2, {{"a\n\u97f3.flac", 0.5}}};
+    EXPECT_EQ(ProgressJsonLine(state),
+              "{\"event\":\"progress\",\"files\":3,\"finished\":1,\"done\":0.25,\"seconds\":2.0,"
+              "\"audioSeconds\":60.0,\"speed\":30.0,\"secondsLeft\":6.0,"
+              "\"inWork\":[{\"name\":\"a\\n\u97f3.flac\",\"done\":0.5}]}");
+    EXPECT_NE(ProgressJsonLine({1, 0, 0, 0, 0, {}}).find("\"secondsLeft\":null,\"inWork\":[]"),
+              std::string::npos);
+}
+
+TEST(ProgressJson, TellsOfEachFinishedFile)
+{
+    ConversionReport report;
+    report.input.path = "a.wav";
+    report.input.format.rate = 10;
+    report.input.frames = 100;
+    report.output.path = "b.flac";
+    report.seconds = 0.5;
+    EXPECT_EQ(FinishedJsonLine(2, report),
+              "{\"event\":\"finished\",\"index\":2,\"input\":\"a.wav\",\"output\":\"b.flac\",\"ok\":true,"
+              "\"error\":null,\"skipped\":null,\"seconds\":0.5,\"speed\":20.0}");
+    report.error = "broken";
+    EXPECT_EQ(FinishedJsonLine(0, report),
+              "{\"event\":\"finished\",\"index\":0,\"input\":\"a.wav\",\"output\":\"b.flac\",\"ok\":false,"
+              "\"error\":\"broken\",\"skipped\":null,\"seconds\":null,\"speed\":null}");
+}
+
+} // namespace
+} // namespace tonekit::host
