@@ -106,8 +106,10 @@ void ReplayGain_Process(ReplayGainState *state, const double *samples, uint32_t 
 {
     if (state == nullptr)
         return;
-    if (state->ebur128 != nullptr)
-        ebur128_add_frames_double(state->ebur128, samples, frames);
+    // After a failed allocation libebur128 writes past its buffer with the next samples.
+    if (state->ebur128 != nullptr &&
+        ebur128_add_frames_double(state->ebur128, samples, frames) == EBUR128_ERROR_NOMEM)
+        ebur128_destroy(&state->ebur128); // leaves null
     state->samples_seen += frames;
 }
 

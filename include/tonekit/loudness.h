@@ -17,9 +17,10 @@ extern "C" {
  * EBU R 128, measured by libebur128.
  *
  * No call reports an error. If libebur128 can't measure the format (it takes 1 to 64 channels at up to
- * 2822400 Hz; rates under 100 Hz are refused, too), or a change of format fails, the state lives on without a
- * measurement: it still counts frames, and its loudness and peak are the missing value. The missing value is
- * a quiet NaN: the float with the bits 0x7FFFFFFF, which is what ID3Helper_GetNaN gives, widened to double.
+ * 2822400 Hz; rates under 100 Hz are refused, too), a change of format fails, or its memory runs out, the
+ * state lives on without a measurement: it still counts frames, and its loudness and peak are the missing
+ * value. The missing value is a quiet NaN: the float with the bits 0x7FFFFFFF, which is what ID3Helper_GetNaN
+ * gives, widened to double.
  *
  * One thread at a time for each state; states share nothing.
  */
