@@ -12,7 +12,7 @@ help:
 	@echo "make convert [IN=file] [OUT=file] [ARGS=...]  convert an audio file; without IN a recording that Debian ships"
 	@echo "make test                                    build and run every test"
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
-	@echo "make faults                                  fail each system call and allocation of ten conversions in turn"
+	@echo "make faults                                  fail each system call and allocation of real conversions in turn"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"

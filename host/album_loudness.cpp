@@ -4,6 +4,7 @@
 #include "host/failure.h"
 
 #include <cmath>
+#include <new>
 
 namespace tonekit::host {
 
@@ -50,9 +51,12 @@ std::optional<double> AlbumPart::GainOf(const std::vector<const AlbumPart *> &pa
     for (const AlbumPart *part : parts)
         states.push_back(part->state_.get());
     double loudness = 0;
-    if (states.empty() ||
-        ebur128_loudness_global_multiple(states.data(), states.size(), &loudness) != EBUR128_SUCCESS ||
-        !std::isfinite(loudness))
+    if (states.empty())
+        return std::nullopt;
+    const int result = ebur128_loudness_global_multiple(states.data(), states.size(), &loudness);
+    if (result == EBUR128_ERROR_NOMEM)
+        throw std::bad_alloc();
+    if (result != EBUR128_SUCCESS || !std::isfinite(loudness))
         return std::nullopt;
     return kReference - loudness;
 }

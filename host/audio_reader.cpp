@@ -246,24 +246,30 @@ void AudioReader::CheckComplete()
         Fail(error.message());
 }
 
+template <class Sample>
+sf_count_t AudioReader::Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples,
+                                uint32_t frames)
+{
+    return stream_.Call([&](SNDFILE *handle) { return read(handle, samples, frames); });
+}
+
 sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
 {
-    SNDFILE *const handle = stream_.handle();
     const size_t samples = size_t{frames} * format_.channels;
     auto *bytes = static_cast<uint8_t *>(buffer);
     switch (format_.sample) {
     case SampleFormat::Int8: {
         wide_.resize(samples);
-        const sf_count_t got = sf_readf_int(handle, wide_.data(), frames);
+        const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
         for (sf_count_t i = 0; i < got * format_.channels; i++)
             bytes[i] = static_cast<uint8_t>((wide_[static_cast<size_t>(i)] >> 24) + 128);
         return got;
     }
     case SampleFormat::Int16:
-        return sf_readf_short(handle, static_cast<short *>(buffer), frames);
+        return Fetched(sf_readf_short, static_cast<short *>(buffer), frames);
     case SampleFormat::Int24: {
         wide_.resize(samples);
-        const sf_count_t got = sf_readf_int(handle, wide_.data(), frames);
+        const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
         for (sf_count_t i = 0; i < got * format_.channels; i++) {
             const auto sample = static_cast<uint32_t>(wide_[static_cast<size_t>(i)]);
             *bytes++ = static_cast<uint8_t>(sample >> 8);
@@ -273,11 +279,11 @@ sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
         return got;
     }
     case SampleFormat::Int32:
-        return sf_readf_int(handle, static_cast<int *>(buffer), frames);
+        return Fetched(sf_readf_int, static_cast<int *>(buffer), frames);
     case SampleFormat::Float32:
-        return sf_readf_float(handle, static_cast<float *>(buffer), frames);
+        return Fetched(sf_readf_float, static_cast<float *>(buffer), frames);
     case SampleFormat::Float64:
-        return sf_readf_double(handle, static_cast<double *>(buffer), frames);
+        return Fetched(sf_readf_double, static_cast<double *>(buffer), frames);
     }
     return 0;
 }
@@ -312,7 +318,8 @@ bool AudioReader::TrySeek(uint64_t frame)
 {
     if (!seekable_ || frame >= frames_)
         return false;
-    if (sf_seek(stream_.handle(), static_cast<sf_count_t>(frame), SEEK_SET) != static_cast<sf_count_t>(frame))
+    const auto place = static_cast<sf_count_t>(frame);
+    if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) != place)
         Fail("can't go to frame " + std::to_string(frame) + " of the audio (" +
              SoundFileError(stream_.handle()) + ")");
     position_ = frame;
@@ -321,7 +328,7 @@ bool AudioReader::TrySeek(uint64_t frame)
 
 void AudioReader::Rewind()
 {
-    if (sf_seek(stream_.handle(), 0, SEEK_SET) != 0)
+    if (stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
         Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
     position_ = 0;
 }

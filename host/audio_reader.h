@@ -42,6 +42,8 @@ private:
     void CheckPath() const;
     void Open();
     void CheckComplete();
+    template <class Sample>
+    sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
     void CheckEnd();
 

@@ -14,7 +14,7 @@ namespace tonekit::host {
 namespace {
 
 // The loudspeakers of each channel count in the converter's order, for the header of WAV files.
-void NameLoudspeakers(SNDFILE *handle, uint32_t channels)
+void NameLoudspeakers(SoundStream &stream, uint32_t channels)
 {
     static const std::vector<int> layouts[9] = {
         {},
@@ -35,7 +35,10 @@ void NameLoudspeakers(SNDFILE *handle, uint32_t channels)
     if (channels > 8 || layouts[channels].empty())
         return;
     std::vector<int> map = layouts[channels];
-    sf_command(handle, SFC_SET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(map.size() * sizeof(int)));
+    stream.Call([&](SNDFILE *handle) {
+        return sf_command(handle, SFC_SET_CHANNEL_MAP_INFO, map.data(),
+                          static_cast<int>(map.size() * sizeof(int)));
+    });
 }
 
 } // namespace
@@ -57,10 +60,10 @@ AudioWriter::AudioWriter(File file, const std::string &shownName, const Containe
         Fail(std::string(container.name) + " can't be written (" + SoundFileError(nullptr) + ")");
     // The peak chunk carries the time of day, so that equal runs would give unequal files.
     sf_command(stream_.handle(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    if (!ApplySettings(stream_.handle(), container, format, settings))
+    if (!stream_.Call([&](SNDFILE *handle) { return ApplySettings(handle, container, format, settings); }))
         Fail(std::string(container.name) + " can't be written with " + NameOf(settings));
     if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX)
-        NameLoudspeakers(stream_.handle(), format.channels);
+        NameLoudspeakers(stream_, format.channels);
 }
 
 void AudioWriter::Fail(const std::string &what) const
@@ -76,6 +79,13 @@ void AudioWriter::CheckStored(sf_count_t stored, uint32_t frames) const
         Fail("writing failed (" + SoundFileError(stream_.handle()) + ")");
 }
 
+template <class Sample>
+sf_count_t AudioWriter::Stored(sf_count_t (*write)(SNDFILE *, const Sample *, sf_count_t),
+                               const Sample *samples, uint32_t frames)
+{
+    return stream_.Call([&](SNDFILE *handle) { return write(handle, samples, frames); });
+}
+
 void AudioWriter::Write(const void *samples, uint32_t frames)
 {
     const uint64_t size = uint64_t{frames} * format_.FrameBytes();
@@ -89,7 +99,6 @@ void AudioWriter::Write(const void *samples, uint32_t frames)
         samples = turned_.data();
     }
 
-    SNDFILE *const handle = stream_.handle();
     const size_t count = size_t{frames} * format_.channels;
     const auto *bytes = static_cast<const uint8_t *>(samples);
     sf_count_t stored = 0;
@@ -98,26 +107,26 @@ void AudioWriter::Write(const void *samples, uint32_t frames)
         wide_.resize(count);
         for (size_t i = 0; i < count; i++)
             wide_[i] = static_cast<int32_t>(static_cast<uint32_t>(bytes[i] ^ 0x80) << 24);
-        stored = sf_writef_int(handle, wide_.data(), frames);
+        stored = Stored(sf_writef_int, wide_.data(), frames);
         break;
     case SampleFormat::Int16:
-        stored = sf_writef_short(handle, static_cast<const short *>(samples), frames);
+        stored = Stored(sf_writef_short, static_cast<const short *>(samples), frames);
         break;
     case SampleFormat::Int24:
         wide_.resize(count);
         for (size_t i = 0; i < count; i++, bytes += 3)
             wide_[i] = static_cast<int32_t>(uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]} << 16 |
                                             uint32_t{bytes[2]} << 24);
-        stored = sf_writef_int(handle, wide_.data(), frames);
+        stored = Stored(sf_writef_int, wide_.data(), frames);
         break;
     case SampleFormat::Int32:
-        stored = sf_writef_int(handle, static_cast<const int *>(samples), frames);
+        stored = Stored(sf_writef_int, static_cast<const int *>(samples), frames);
         break;
     case SampleFormat::Float32:
-        stored = sf_writef_float(handle, static_cast<const float *>(samples), frames);
+        stored = Stored(sf_writef_float, static_cast<const float *>(samples), frames);
         break;
     case SampleFormat::Float64:
-        stored = sf_writef_double(handle, static_cast<const double *>(samples), frames);
+        stored = Stored(sf_writef_double, static_cast<const double *>(samples), frames);
         break;
     }
     CheckStored(stored, frames);

@@ -27,6 +27,9 @@ public:
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;
+    template <class Sample>
+    sf_count_t Stored(sf_count_t (*write)(SNDFILE *, const Sample *, sf_count_t), const Sample *samples,
+                      uint32_t frames);
     void CheckStored(sf_count_t stored, uint32_t frames) const;
 
     std::string shownName_;

@@ -69,12 +69,8 @@ private:
             Complain(folder, relative, "the link leads back to a folder around it");
             return;
         }
-        std::error_code error;
         std::vector<fs::path> names;
-        for (fs::directory_iterator entry = EntriesOf(folder, error), end; !error && entry != end;
-             entry.increment(error))
-            names.push_back(entry->path().filename());
-        if (error) {
+        if (const std::error_code error = NamesIn(folder, names)) {
             Complain(folder, relative, "the folder can't be read: " + error.message());
             return;
         }

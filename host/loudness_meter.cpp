@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 namespace tonekit::host {
 
@@ -11,7 +12,21 @@ LoudnessMeter::LoudnessMeter(bool truePeak, const AudioFormat &format, bool forA
       state_(truePeak ? ReplayGain_Init_TruePeak(format.channels, format.rate)
                       : ReplayGain_Init(format.channels, format.rate)),
       albumPart_(forAlbum ? std::make_shared<AlbumPart>(format) : nullptr)
-{}
+{
+    CheckMemory();
+}
+
+// A measurement that is lost where the format can be measured was lost to a failed allocation.
+void LoudnessMeter::CheckMemory() const
+{
+    constexpr uint32_t kMostChannels = 64;
+    constexpr uint32_t kLeastRate = 100;
+    constexpr uint32_t kMostRate = 2'822'400;
+    const bool measurable =
+        format_.channels <= kMostChannels && format_.rate >= kLeastRate && format_.rate <= kMostRate;
+    if (measurable && std::isnan(ReplayGain_GetPeak(state_.get())))
+        throw std::bad_alloc();
+}
 
 void LoudnessMeter::Take(const void *samples, uint32_t frames)
 {
@@ -31,6 +46,7 @@ void LoudnessMeter::Take(const void *samples, uint32_t frames)
 
 Loudness LoudnessMeter::Result() const
 {
+    CheckMemory();
     const auto known = [](double value) {
         return std::isnan(value) ? std::nullopt : std::optional<double>(value);
     };

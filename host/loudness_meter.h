@@ -14,6 +14,7 @@ namespace tonekit::host {
 
 class LoudnessMeter {
 public:
+    // Throws std::bad_alloc, as Result does, where memory for the measurement ran out.
     // `forAlbum`: what an album needs of the track is kept, too.
     LoudnessMeter(bool truePeak, const AudioFormat &format, bool forAlbum = false);
 
@@ -26,6 +27,8 @@ private:
     struct Release {
         void operator()(ReplayGainState *state) const { ReplayGain_Deinit(state); }
     };
+
+    void CheckMemory() const;
 
     bool truePeak_;
     AudioFormat format_;

@@ -55,6 +55,9 @@ std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::file
 // Removes a file that was once marked as in work, if the process that did it is gone, and nothing else.
 void RemoveIfLeftBehind(const std::filesystem::path &path);
 
+// Appends the names in a folder, in no order. The standard's iterator ends the program where memory runs out.
+std::error_code NamesIn(const std::filesystem::path &folder, std::vector<std::filesystem::path> &names);
+
 // The name that a chain of symbolic links ends in, whether or not there is a file of that name.
 std::filesystem::path WithoutLinks(const std::filesystem::path &path);
 

@@ -7,10 +7,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
+#include <dirent.h>
 #include <fcntl.h>
 #include <locale.h>
 #include <malloc.h>
+#include <memory>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -25,6 +28,22 @@ namespace {
 std::error_code LastError()
 {
     return std::error_code(errno, std::generic_category());
+}
+
+// Again for as long as a signal is all that keeps the call from its work.
+template <class Call>
+auto Uninterrupted(Call call)
+{
+    decltype(call()) result;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+int Open(const std::filesystem::path &path, int flags, mode_t mode = 0)
+{
+    return Uninterrupted([&] { return open(path.c_str(), flags | O_CLOEXEC, mode); });
 }
 
 std::atomic<int> notedSignal{0};
@@ -62,19 +81,19 @@ File::~File()
 
 std::error_code File::OpenToRead(const std::filesystem::path &path)
 {
-    handle_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    handle_ = Open(path, O_RDONLY);
     return IsOpen() ? std::error_code() : LastError();
 }
 
 std::error_code File::OpenToChange(const std::filesystem::path &path)
 {
-    handle_ = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    handle_ = Open(path, O_RDWR);
     return IsOpen() ? std::error_code() : LastError();
 }
 
 std::error_code File::CreateNew(const std::filesystem::path &path, std::filesystem::perms widest)
 {
-    handle_ = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, static_cast<mode_t>(widest) & 0777);
+    handle_ = Open(path, O_RDWR | O_CREAT | O_EXCL, static_cast<mode_t>(widest) & 0777);
     return IsOpen() ? std::error_code() : LastError();
 }
 
@@ -95,11 +114,10 @@ std::error_code File::Read(void *buffer, size_t size, size_t &got)
 {
     got = 0;
     while (got < size) {
-        const ssize_t count = read(handle_, static_cast<char *>(buffer) + got, size - got);
+        const ssize_t count =
+            Uninterrupted([&] { return read(handle_, static_cast<char *>(buffer) + got, size - got); });
         if (count == 0)
             break;
-        if (count < 0 && errno == EINTR)
-            continue;
         if (count < 0)
             return LastError();
         got += static_cast<size_t>(count);
@@ -111,9 +129,8 @@ std::error_code File::Write(const void *data, size_t size)
 {
     size_t done = 0;
     while (done < size) {
-        const ssize_t count = write(handle_, static_cast<const char *>(data) + done, size - done);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = Uninterrupted(
+            [&] { return write(handle_, static_cast<const char *>(data) + done, size - done); });
         if (count < 0)
             return LastError();
         done += static_cast<size_t>(count);
@@ -146,10 +163,7 @@ std::error_code File::Size(uint64_t &size)
 
 std::error_code File::Sync()
 {
-    int result = 0;
-    do {
-        result = fsync(handle_);
-    } while (result != 0 && errno == EINTR);
+    const int result = Uninterrupted([&] { return fsync(handle_); });
     // Some file systems can't; what they have to say is said elsewhere.
     return result != 0 && errno != EINVAL && errno != ENOSYS && errno != ENOTSUP ? LastError()
                                                                                  : std::error_code();
@@ -157,13 +171,15 @@ std::error_code File::Sync()
 
 std::error_code File::Truncate(uint64_t size)
 {
-    return ftruncate(handle_, static_cast<off_t>(size)) != 0 ? LastError() : std::error_code();
+    const int result = Uninterrupted([&] { return ftruncate(handle_, static_cast<off_t>(size)); });
+    return result != 0 ? LastError() : std::error_code();
 }
 
 std::error_code File::Close()
 {
     const int handle = std::exchange(handle_, -1);
-    return handle >= 0 && close(handle) != 0 ? LastError() : std::error_code();
+    // An interrupted call has closed the file all the same.
+    return handle >= 0 && close(handle) != 0 && errno != EINTR ? LastError() : std::error_code();
 }
 
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
@@ -181,6 +197,24 @@ void RemoveIfLeftBehind(const std::filesystem::path &path)
         flock(handle, LOCK_EX | LOCK_NB) == 0)
         unlink(path.c_str());
     close(handle);
+}
+
+std::error_code NamesIn(const std::filesystem::path &folder, std::vector<std::filesystem::path> &names)
+{
+    struct CloseFolder {
+        void operator()(DIR *open) const { closedir(open); }
+    };
+    const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
+    if (!open)
+        return LastError();
+    for (;;) {
+        errno = 0;
+        const dirent *const entry = readdir(open.get());
+        if (!entry)
+            return errno != 0 ? LastError() : std::error_code();
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
 }
 
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)

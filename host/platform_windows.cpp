@@ -247,6 +247,17 @@ void RemoveIfLeftBehind(const std::filesystem::path &path)
         std::filesystem::remove(path, error);
 }
 
+std::error_code NamesIn(const std::filesystem::path &folder, std::vector<std::filesystem::path> &names)
+{
+    try {
+        for (const auto &entry : std::filesystem::directory_iterator(folder))
+            names.push_back(entry.path().filename());
+    } catch (const std::filesystem::filesystem_error &failure) {
+        return failure.code();
+    }
+    return {};
+}
+
 size_t SizeOfAllocation(void *memory)
 {
     return _msize(memory);

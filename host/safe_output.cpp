@@ -8,6 +8,8 @@
 #include <random>
 #include <set>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tonekit::host {
 
@@ -53,11 +55,11 @@ void RemoveLeftBehind(const fs::path &folder)
     const std::lock_guard<std::mutex> lock(mutex);
     if (!done.insert(folder).second)
         return;
-    std::error_code error;
-    for (fs::directory_iterator entry = EntriesOf(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error)) {
-        if (IsTemporaryName(Utf8Name(entry->path().filename())))
-            RemoveIfLeftBehind(entry->path());
+    std::vector<fs::path> names;
+    NamesIn(folder, names); // what can't be read stays as it is
+    for (const fs::path &name : names) {
+        if (IsTemporaryName(Utf8Name(name)))
+            RemoveIfLeftBehind(folder / name);
     }
 }
 
@@ -102,13 +104,13 @@ File SafeOutput::Create()
 {
     constexpr int kAttempts = 100;
     for (int i = 0; i < kAttempts; i++) {
-        const fs::path name = TemporaryName(target_);
+        fs::path name = TemporaryName(target_);
         File file;
         const std::error_code error = file.CreateNew(name, WidestPermissions(target_));
         if (!error && !file.MarkAsInWork(mark_))
             continue;
         if (!error) {
-            temporary_ = name;
+            temporary_ = std::move(name); // a copy could fail and leave the file
             return file;
         }
         if (error != std::errc::file_exists)

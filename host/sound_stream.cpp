@@ -64,19 +64,22 @@ sf_count_t Write(const void *data, sf_count_t count, void *user)
 
 SoundStream::~SoundStream()
 {
-    Stop();
+    try {
+        Stop();
+    } catch (const std::bad_alloc &) { // an output without its end is of no use to anyone
+    }
 }
 
 void SoundStream::Start(int mode, SF_INFO &info)
 {
     SF_VIRTUAL_IO io{Length, Seek, Read, Write, Tell};
-    handle_ = sf_open_virtual(&io, mode, &info, this);
+    handle_ = Call([&](SNDFILE *) { return sf_open_virtual(&io, mode, &info, this); });
 }
 
 void SoundStream::Stop()
 {
     if (handle_)
-        sf_close(handle_);
+        Call(sf_close);
     handle_ = nullptr;
 }
 

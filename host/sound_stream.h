@@ -1,9 +1,11 @@
 // sound_stream.h: lets libsndfile read and write through the platform's files, and keeps the system's error.
 #pragma once
 
+#include "host/library_memory.h"
 #include "host/platform.h"
 
 #include <filesystem>
+#include <new>
 #include <sndfile.h>
 #include <string>
 #include <system_error>
@@ -29,6 +31,19 @@ public:
     // The same, and closes the file.
     void Finish();
 
+    // Calls libsndfile with the handle. Neither it nor the coders below check all of their allocations: where
+    // one fails this throws std::bad_alloc, and the handle is null from then on.
+    template <class Work>
+    auto Call(Work work)
+    {
+        const CheckedLibraryMemory checked;
+        try {
+            return work(handle_);
+        } catch (const std::bad_alloc &) {
+            handle_ = nullptr;
+            throw;
+        }
+    }
     SNDFILE *handle() const { return handle_; }
     // The first error that the system reported; no error if there was none.
     const std::error_code &error() const { return error_; }

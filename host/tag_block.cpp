@@ -5,9 +5,23 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 #include <map>
+#include <new>
+#include <string_view>
 
 namespace tonekit::host {
+
+namespace {
+
+// A key that was taken has a value, too. No key, or no value, is never stored.
+void RequireText(const TagBlock *block, const char *key, const char *value)
+{
+    if (*key != 0 && *value != 0 && *ID3Helper_GetStr(block, key) == 0)
+        throw std::bad_alloc();
+}
+
+} // namespace
 
 TagBlockPointer NewTagBlock()
 {
@@ -61,11 +75,50 @@ std::vector<Chapter> ChaptersOf(const TagBlock *block)
     return chapters;
 }
 
-void AddChapters(TagBlock *block, const std::vector<Chapter> &chapters)
+TagBlockFiller::TagBlockFiller(TagBlock *block) : block_(block), last_()
+{
+    TagBlockPicture next = last_;
+    while (ID3Helper_GetNextImage(block_, &next))
+        last_ = next;
+}
+
+void TagBlockFiller::AddText(const std::string &key, const std::string &value)
+{
+    ID3Helper_AddStr(block_, key.c_str(), value.c_str());
+    RequireText(block_, key.c_str(), value.c_str());
+}
+
+void TagBlockFiller::AddPicture(int type, const std::string &mime, const void *data, size_t size)
+{
+    if (size == 0)
+        return;
+    ID3Helper_AddImage(block_, mime.c_str(), static_cast<uint32_t>(type), static_cast<uint32_t>(size), data);
+    if (!ID3Helper_GetNextImage(block_, &last_) || last_.size != size ||
+        (!mime.empty() && mime.c_str() != std::string_view(last_.mime)) ||
+        std::memcmp(last_.data, data, size) != 0)
+        throw std::bad_alloc();
+}
+
+void TagBlockFiller::AddPicture(const Picture &picture)
+{
+    AddPicture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+}
+
+void TagBlockFiller::AddChapter(uint32_t number, uint64_t position, const std::string &name)
+{
+    char key[32];
+    ID3Helper_AddChapter_UTF8(block_, number, position, name.c_str());
+    std::snprintf(key, sizeof(key), "CHAPTER%03" PRIu32, number);
+    RequireText(block_, key, "a time");
+    std::snprintf(key, sizeof(key), "CHAPTER%03" PRIu32 "NAME", number);
+    RequireText(block_, key, name.c_str());
+}
+
+void TagBlockFiller::AddChapters(const std::vector<Chapter> &chapters)
 {
     uint32_t number = 0;
     for (const Chapter &chapter : chapters)
-        ID3Helper_AddChapter_UTF8(block, ++number, chapter.position, chapter.name.c_str());
+        AddChapter(++number, chapter.position, chapter.name);
 }
 
 std::string ChapterTime(uint64_t position)

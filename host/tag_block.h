@@ -42,8 +42,23 @@ void ForEachText(const TagBlock *block,
 std::vector<Picture> PicturesOf(const TagBlock *block);
 // The chapters in the order of their numbers.
 std::vector<Chapter> ChaptersOf(const TagBlock *block);
-// Adds chapters, numbered from 1.
-void AddChapters(TagBlock *block, const std::vector<Chapter> &chapters);
+
+// Adds to a block. What the block has no memory for it drops without a word; here that is std::bad_alloc.
+class TagBlockFiller {
+public:
+    explicit TagBlockFiller(TagBlock *block);
+
+    void AddText(const std::string &key, const std::string &value);
+    void AddPicture(int type, const std::string &mime, const void *data, size_t size);
+    void AddPicture(const Picture &picture);
+    void AddChapter(uint32_t number, uint64_t position, const std::string &name);
+    // Numbered from 1.
+    void AddChapters(const std::vector<Chapter> &chapters);
+
+private:
+    TagBlock *block_;
+    TagBlockPicture last_; // whose cursor is where the next picture will be
+};
 
 // 00:03:21.500; as many decimals as needed, at least three and at most seven
 std::string ChapterTime(uint64_t position);

@@ -32,7 +32,7 @@ std::string Joined(const TagLib::StringList &values)
 class Intake {
 public:
     Intake(const TagChoice &choice, TagBlock *block)
-        : choice_(choice), block_(block), pictureBytesLeft_(MemoryLimit() / 8)
+        : choice_(choice), filler_(block), pictureBytesLeft_(MemoryLimit() / 8)
     {}
 
     const TagChoice &choice() const { return choice_; }
@@ -45,7 +45,7 @@ public:
         }
         texts_++;
         textBytesLeft_ -= key.size() + value.size();
-        ID3Helper_AddStr(block_, key.c_str(), value.c_str());
+        filler_.AddText(key, value);
     }
 
     void Chapter(uint32_t number, uint64_t position, const std::string &title)
@@ -56,7 +56,7 @@ public:
         }
         chapters_++;
         textBytesLeft_ -= title.size();
-        ID3Helper_AddChapter_UTF8(block_, number, position, title.c_str());
+        filler_.AddChapter(number, position, title);
     }
 
     void Picture(int type, const TagLib::String &mime, const TagLib::ByteVector &data)
@@ -68,7 +68,7 @@ public:
             return;
         }
         pictureBytesLeft_ -= data.size();
-        ID3Helper_AddImage(block_, Utf8(mime).c_str(), static_cast<uint32_t>(type), data.size(), data.data());
+        filler_.AddPicture(type, Utf8(mime), data.data(), data.size());
     }
 
     void Tell(const std::string &name, std::vector<std::string> &warnings) const
@@ -89,7 +89,7 @@ private:
     static constexpr size_t kMostChapters = 4096;
 
     const TagChoice &choice_;
-    TagBlock *block_;
+    TagBlockFiller filler_;
     size_t texts_ = 0;
     size_t chapters_ = 0;
     size_t textBytesLeft_ = size_t{16} << 20;

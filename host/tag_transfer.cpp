@@ -82,13 +82,6 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
     return !transfer.loudnessChanged || !startsWithAny({"REPLAYGAIN_", "R128_"});
 }
 
-void AddPictures(TagBlock *block, const std::vector<Picture> &pictures)
-{
-    for (const Picture &picture : pictures)
-        ID3Helper_AddImage(block, picture.mime.c_str(), static_cast<uint32_t>(picture.type),
-                           static_cast<uint32_t>(picture.data.size()), picture.data.data());
-}
-
 void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
                  std::vector<std::string> &warnings)
 {
@@ -102,11 +95,12 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
     }
     const TagBlockPointer whole = NewTagBlock();
     ReadTags(transfer.input, transfer.inputKind, choice, whole.get(), warnings);
-    ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
-        ID3Helper_AddStr(block, key.c_str(), value.c_str());
-    });
-    AddChapters(block, ChaptersOfPart(ChaptersOf(whole.get()), *transfer.part));
-    AddPictures(block, PicturesOf(whole.get()));
+    TagBlockFiller filler(block);
+    ForEachText(whole.get(),
+                [&](const std::string &key, const std::string &value) { filler.AddText(key, value); });
+    filler.AddChapters(ChaptersOfPart(ChaptersOf(whole.get()), *transfer.part));
+    for (const Picture &picture : PicturesOf(whole.get()))
+        filler.AddPicture(picture);
 }
 
 bool IsEmpty(const TagBlock *block)
@@ -123,14 +117,14 @@ TagBlockPointer WithFittedPictures(const Options &options, const TagTransfer &tr
     if (options.coverSize == 0)
         return block;
     TagBlockPointer fitted = NewTagBlock();
-    ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
-        ID3Helper_AddStr(fitted.get(), key.c_str(), value.c_str());
-    });
-    AddChapters(fitted.get(), ChaptersOf(block.get()));
-    std::vector<Picture> pictures = PicturesOf(block.get());
-    for (Picture &picture : pictures)
+    TagBlockFiller filler(fitted.get());
+    ForEachText(block.get(),
+                [&](const std::string &key, const std::string &value) { filler.AddText(key, value); });
+    filler.AddChapters(ChaptersOf(block.get()));
+    for (Picture &picture : PicturesOf(block.get())) {
         FitPicture(picture, Utf8Name(transfer.input), options.coverSize, options.coverQuality, warnings);
-    AddPictures(fitted.get(), pictures);
+        filler.AddPicture(picture);
+    }
     return fitted;
 }
 
@@ -140,15 +134,17 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
                            std::vector<std::string> &warnings)
 {
     TagBlockPointer block = NewTagBlock();
+    TagBlockFiller filler(block.get());
     for (const auto &[key, value] : options.set)
-        ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
+        filler.AddText(key, value);
     for (const auto &[key, value] : LoudnessTags(transfer))
-        ID3Helper_AddStr(block.get(), key.c_str(), value.c_str());
+        filler.AddText(key, value);
     if (extras.chapters)
-        AddChapters(block.get(),
-                    transfer.part ? ChaptersOfPart(*extras.chapters, *transfer.part) : *extras.chapters);
+        filler.AddChapters(transfer.part ? ChaptersOfPart(*extras.chapters, *transfer.part)
+                                         : *extras.chapters);
     if (extras.cover)
-        AddPictures(block.get(), {{kFrontCover, extras.cover->mime, extras.cover->data}});
+        filler.AddPicture(kFrontCover, extras.cover->mime, extras.cover->data.data(),
+                          extras.cover->data.size());
     if (options.tags)
         AddFileTags(options, extras, transfer, block.get(), warnings);
     return WithFittedPictures(options, transfer, std::move(block), warnings);

@@ -1,9 +1,8 @@
 /* inject.c: preloaded into a program, makes the n-th system call or allocation of a kind fail.
  *
  * FAULT_KIND names the call, FAULT_NUMBER says which one (from 1), FAULT_ERROR the errno (0: a count of one
- * byte). FAULT_REPORT names a file to which the number of calls goes at the end when nothing is to fail.
- * FAULT_CALLER names a file that gets the name of the object whose allocation failed. Only calls after the
- * program's main has begun count.
+ * byte). FAULT_REPORT names a file to which the number of calls goes at the end when nothing is to fail. Only
+ * calls after this library's start count.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -101,6 +100,18 @@ int fstat(int file, struct stat *status)
     return Fails("fstat") ? errno = error, -1 : real(file, status);
 }
 
+int stat(const char *path, struct stat *status)
+{
+    REAL(int, "stat", const char *, struct stat *);
+    return Fails("stat") ? errno = error, -1 : real(path, status);
+}
+
+int lstat(const char *path, struct stat *status)
+{
+    REAL(int, "lstat", const char *, struct stat *);
+    return Fails("stat") ? errno = error, -1 : real(path, status);
+}
+
 int ftruncate(int file, off_t size)
 {
     REAL(int, "ftruncate", int, off_t);
@@ -138,32 +149,23 @@ extern void *__libc_malloc(size_t size);
 extern void *__libc_calloc(size_t count, size_t size);
 extern void *__libc_realloc(void *memory, size_t size);
 
-/* No memory for the caller at an address. */
-static void *NoMemory(void *address)
+static void *NoMemory(void)
 {
-    Dl_info object;
-    const char *name = getenv("FAULT_CALLER");
-    ready = 0;
-    FILE *const file = name && dladdr(address, &object) ? fopen(name, "w") : NULL;
-    if (file) {
-        fputs(object.dli_fname, file);
-        fclose(file);
-    }
     errno = ENOMEM;
     return NULL;
 }
 
 void *malloc(size_t size)
 {
-    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_malloc(size);
+    return Fails("memory") ? NoMemory() : __libc_malloc(size);
 }
 
 void *calloc(size_t count, size_t size)
 {
-    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_calloc(count, size);
+    return Fails("memory") ? NoMemory() : __libc_calloc(count, size);
 }
 
 void *realloc(void *memory, size_t size)
 {
-    return Fails("memory") ? NoMemory(__builtin_return_address(0)) : __libc_realloc(memory, size);
+    return Fails("memory") ? NoMemory() : __libc_realloc(memory, size);
 }

@@ -74,8 +74,8 @@ TagBlockPointer FullBlock()
     ID3Helper_AddStr(block.get(), "TRACKNUMBER", "3/12");
     ID3Helper_AddStr(block.get(), "REPLAYGAIN_TRACK_GAIN", "-6.50 dB");
     ID3Helper_AddStr(block.get(), "MY OWN KEY", "a=b");
-    AddChapters(block.get(),
-                {{0, "Start"}, {61'500 * kMillisecond, ""}, {123'250 * kMillisecond, "Ende \u2013 2"}});
+    TagBlockFiller(block.get())
+        .AddChapters({{0, "Start"}, {61'500 * kMillisecond, ""}, {123'250 * kMillisecond, "Ende \u2013 2"}});
     const uint8_t front[] = {0xFF, 0xD8, 0xFF, 0xE0, 0, 1, 2, 3, 4};
     const uint8_t back[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 9};
     ID3Helper_AddImage(block.get(), nullptr, kFrontCover, sizeof(front), front);
@@ -190,7 +190,8 @@ TEST(Tags, ChapterTimesOfId3AreRoundedToMilliseconds)
     TemporaryFolder folder;
     const std::string name = MakeFile(folder, FormOf(TagKind::Mpeg));
     const TagBlockPointer block = NewTagBlock();
-    AddChapters(block.get(), {{4999, "A"}, {5000, "B"}, {2 * kMillisecond - 5001, "C"}, {19'995'000, "D"}});
+    TagBlockFiller(block.get())
+        .AddChapters({{4999, "A"}, {5000, "B"}, {2 * kMillisecond - 5001, "C"}, {19'995'000, "D"}});
     Lines warnings;
     WriteTags(name, TagKind::Mpeg, block.get(), 25'004'999, name, warnings);
     std::vector<uint64_t> positions;
