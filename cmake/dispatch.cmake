@@ -1,18 +1,11 @@
-# dispatch.cmake: reads frame/dispatch.list and makes from it the tier objects, the dispatch entries and the export lists.
+# dispatch.cmake: makes the tier objects, the dispatch entries and the export lists from frame/dispatch.list.
 #
-# The list is the one place that names exported and dispatched functions. Its rows:
-#   unit   PATH BODIES...      a tier unit, compiled from PATH.tier.cpp once per body; A=R=S=V is one body for four letters,
-#                              built for the least demanding of them
-#   export NAME [ALIAS...]     a dispatched function of the unit, exported in the nine-name form; aliases share addresses
-#   plain  NAME                a dispatched function of the unit, of which only the entry is exported
-#   intern NAME                a dispatched function of the unit that nothing outside sees
-#   single NAME                an exported function with one build
+# What is generated are calls of macros and lists of names: the macros are in frame/dispatch_entries.S and frame/tier.h.
 
 include(${CMAKE_CURRENT_LIST_DIR}/tiers.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/dispatch_list.cmake)
 
-set(TONEKIT_DISPATCH_LIST ${PROJECT_SOURCE_DIR}/frame/dispatch.list)
 set(TONEKIT_GENERATED ${PROJECT_BINARY_DIR}/generated)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${TONEKIT_DISPATCH_LIST})
 
 # Gives a unit other sources than PATH.tier.cpp. Called before tonekit_read_dispatch_list.
 function(tonekit_unit_sources unit)
@@ -53,51 +46,22 @@ function(tonekit_body_letter body result)
             return()
         endif()
     endforeach()
-    message(FATAL_ERROR "frame/dispatch.list: no tier letter in '${body}'")
+    tonekit_list_error("no tier letter in '${body}'")
 endfunction()
 
-# Fails unless the bodies of a unit serve each letter exactly once.
-function(tonekit_check_bodies unit)
-    string(REPLACE "=" ";" letters "${ARGN}")
-    list(SORT letters)
-    if(NOT "${letters}" STREQUAL "${TONEKIT_LETTERS}")
-        message(FATAL_ERROR "frame/dispatch.list: unit ${unit} must name each of ${TONEKIT_LETTERS} once, not '${ARGN}'")
-    endif()
-endfunction()
-
-# Assembler lines that give symbol NAME the further name ALIAS in the same object.
-function(tonekit_alias_lines alias name hidden result)
-    set(lines ".globl ${alias}\\n")
-    if(NOT WIN32)
-        string(APPEND lines ".type ${alias}, @function\\n")
-        if(hidden)
-            string(APPEND lines ".hidden ${alias}\\n")
-        endif()
-    endif()
-    string(APPEND lines ".set ${alias}, ${name}\\n")
-    set(${result} "__asm__(\"${lines}\");\n" PARENT_SCOPE)
-endfunction()
-
-# The rows of a unit as a header for tier.h, with the aliases of the letters that share a body.
-function(tonekit_write_rows header unit letter letters rows)
+# Writes the rows of a unit as a header for tier.h, with the aliases of the letters that share a body.
+function(tonekit_write_rows header unit letter letters)
     set(text "// Generated from frame/dispatch.list: the rows and shared letters of ${unit}, body ${letter}.\n")
-    foreach(row IN LISTS rows)
-        string(REPLACE "|" ";" fields "${row}")
-        list(POP_FRONT fields kind name)
-        set(hidden TRUE)
-        if(kind STREQUAL "export")
-            set(hidden FALSE)
-        endif()
+    foreach(name IN LISTS TONEKIT_ROWS_${unit})
+        set(kind ${TONEKIT_KIND_${name}})
         string(APPEND text "#define TONEKIT_ROW_${kind}_${name} 1\n")
-        foreach(public IN LISTS name fields)
+        foreach(public IN LISTS name TONEKIT_ALIASES_${name})
             foreach(shared IN LISTS letters)
                 if(NOT "${public}.${shared}" STREQUAL "${name}.${letter}")
-                    tonekit_alias_lines(${public}.${shared} ${name}.${letter} ${hidden} lines)
-                    string(APPEND text "${lines}")
+                    string(APPEND text "TONEKIT_ALIAS_${kind}(${public}.${shared}, ${name}.${letter})\n")
                 endif()
-                if(WIN32 AND NOT hidden)
-                    tonekit_alias_lines(${public}$${shared} ${name}.${letter} FALSE lines)
-                    string(APPEND text "${lines}")
+                if(WIN32 AND kind STREQUAL "export")
+                    string(APPEND text "TONEKIT_ALIAS_${kind}(${public}$${shared}, ${name}.${letter})\n")
                 endif()
             endforeach()
         endforeach()
@@ -107,13 +71,11 @@ endfunction()
 
 # Joins the objects of one body into OBJECT: gives the names of the rows their suffix, inside too, and adds the names of
 # the letters that share the body.
-function(tonekit_join_objects object unit target letter letters rows)
+function(tonekit_join_objects object unit target letter letters)
     get_property(tables GLOBAL PROPERTY TONEKIT_JOINED_TABLES_${unit})
     set(aliases "")
     set(suffixes "")
-    foreach(row IN LISTS rows)
-        string(REPLACE "|" ";" fields "${row}")
-        list(GET fields 1 name)
+    foreach(name IN LISTS TONEKIT_ROWS_${unit})
         string(APPEND suffixes "${name} ${name}.${letter}\n")
         foreach(shared IN LISTS letters)
             if(NOT shared STREQUAL letter)
@@ -146,8 +108,8 @@ function(tonekit_join_objects object unit target letter letters rows)
     set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
 endfunction()
 
-# Compiles one body of a unit. ROWS holds entries KIND|NAME|ALIAS...
-function(tonekit_add_body unit body rows)
+# Compiles one body of a unit.
+function(tonekit_add_body unit body)
     tonekit_body_letter(${body} letter)
     string(REPLACE "=" ";" letters "${body}")
     string(REPLACE "/" "_" flat ${unit})
@@ -162,12 +124,12 @@ function(tonekit_add_body unit body rows)
     if(joined)
         set(object ${TONEKIT_GENERATED}/${flat}.${letter}.o)
         set_target_properties(${target} PROPERTIES TONEKIT_TIER_OPTIONS "${TONEKIT_TIER_OPTIONS_${letter}}")
-        tonekit_join_objects(${object} ${unit} ${target} ${letter} "${letters}" "${rows}")
+        tonekit_join_objects(${object} ${unit} ${target} ${letter} "${letters}")
     else()
         set(object $<TARGET_OBJECTS:${target}>)
         set(header ${TONEKIT_GENERATED}/${flat}.${letter}.h)
         target_link_libraries(${target} PRIVATE tonekit_settings)
-        tonekit_write_rows(${header} ${unit} ${letter} "${letters}" "${rows}")
+        tonekit_write_rows(${header} ${unit} ${letter} "${letters}")
         target_compile_definitions(${target} PRIVATE TONEKIT_TIER=${letter} TONEKIT_ROWS="${header}")
         target_compile_options(${target} PRIVATE ${TONEKIT_TIER_OPTIONS_${letter}}
             $<$<COMPILE_LANGUAGE:CXX>:${TONEKIT_TIER_UNIT_OPTIONS}>)
@@ -181,171 +143,81 @@ function(tonekit_add_body unit body rows)
     set_property(GLOBAL APPEND PROPERTY TONEKIT_TIER_TARGETS ${target})
 endfunction()
 
-# The entry of a dispatched function: a slot that starts at the .A body, and a jump through it. Aliases share the entry.
-function(tonekit_entry_text kind name aliases result)
-    set(text "")
-    foreach(public IN LISTS name aliases)
-        string(APPEND text "    .globl ${public}\n")
-        if(NOT WIN32)
-            string(APPEND text "    .type ${public}, @function\n")
-            if(kind STREQUAL "intern")
-                string(APPEND text "    .hidden ${public}\n")
-            endif()
-        endif()
-    endforeach()
-    string(APPEND text "    .p2align 4\n")
-    foreach(public IN LISTS name aliases)
-        string(APPEND text "${public}:\n")
-    endforeach()
-    string(APPEND text "    jmp *slot.${name}(%rip)\n")
-    if(NOT WIN32)
-        foreach(public IN LISTS name aliases)
-            string(APPEND text "    .size ${public}, . - ${public}\n")
+# Writes the rows as calls of the macros that frame/dispatch_entries.S and tests/support/dispatch_names.S define.
+function(tonekit_write_assembler_rows)
+    set(text "# Generated from frame/dispatch.list: its rows.\n")
+    foreach(unit IN LISTS TONEKIT_UNITS)
+        list(LENGTH TONEKIT_ROWS_${unit} count)
+        string(APPEND text "unit \"${unit}\", ${count}\n")
+        foreach(name IN LISTS TONEKIT_ROWS_${unit})
+            set(kind ${TONEKIT_KIND_${name}})
+            string(APPEND text "row ${kind}, ${name}\n")
+            foreach(alias IN LISTS TONEKIT_ALIASES_${name})
+                string(APPEND text "alias ${kind}, ${alias}, ${name}\n")
+            endforeach()
         endforeach()
-    endif()
-    set(${result} "${text}" PARENT_SCOPE)
-endfunction()
-
-# Writes the assembler file with entries, slots and the selection table, and the file of row names for tests.
-function(tonekit_write_entries entries slots table units names strings)
-    if(WIN32)
-        set(constant ".section .rdata,\"dr\"")
-        set(note "")
-    else()
-        set(constant ".section .data.rel.ro, \"aw\"")
-        set(note "    .section .note.GNU-stack, \"\", @progbits\n")
-    endif()
-    set(hidden "")
-    if(NOT WIN32)
-        set(hidden "    .hidden tonekit_dispatch_rows\n    .hidden tonekit_dispatch_units\n")
-    endif()
-    file(CONFIGURE OUTPUT ${TONEKIT_GENERATED}/dispatch_entries.S CONTENT
-"# Generated from frame/dispatch.list: the entries, their slots and the table that the selection at load works through.
-${hidden}    .text
-${entries}
-    .data
-    .p2align 3
-${slots}
-    ${constant}
-    .p2align 3
-    .globl tonekit_dispatch_rows
-tonekit_dispatch_rows:
-${table}
-    .globl tonekit_dispatch_units
-tonekit_dispatch_units:
-${units}    .quad 0
-${note}" @ONLY NEWLINE_STYLE LF)
-    file(CONFIGURE OUTPUT ${TONEKIT_GENERATED}/dispatch_names.S CONTENT
-"# Generated from frame/dispatch.list: the names of the rows, in the order of the table; for tests and benchmarks only.
-    ${constant}
-    .p2align 3
-    .globl tonekit_dispatch_names
-tonekit_dispatch_names:
-${names}    .quad 0
-${strings}${note}" @ONLY NEWLINE_STYLE LF)
-endfunction()
-
-# The linker's version script: the exported names and nothing else, under one version.
-function(tonekit_write_version_script names)
-    set(text "# Generated from frame/dispatch.list: all that the library exports.\nTONEKIT_1.0 {\n    global:\n")
-    foreach(name IN LISTS names)
-        string(APPEND text "        \"${name}\";\n")
     endforeach()
-    string(APPEND text "    local: *;\n};\n")
-    file(CONFIGURE OUTPUT ${TONEKIT_GENERATED}/tonekit.map CONTENT "${text}" @ONLY NEWLINE_STYLE LF)
+    file(CONFIGURE OUTPUT ${TONEKIT_GENERATED}/rows/dispatch_rows.inc CONTENT "${text}" @ONLY NEWLINE_STYLE LF)
 endfunction()
 
-# The module definition for Windows: the same names. The linker takes an export of a symbol with a dot for a forwarder to
-# another library, so the bodies have a second symbol, with $ in place of the dot, behind their exported name.
+# Lets an assembler source of the calling folder include dispatch_rows.inc.
+function(tonekit_include_rows source)
+    set_source_files_properties(${source} PROPERTIES INCLUDE_DIRECTORIES ${TONEKIT_GENERATED}/rows)
+endfunction()
+
+# All names that the library exports.
+function(tonekit_list_exports result)
+    set(names ${TONEKIT_SINGLES})
+    foreach(unit IN LISTS TONEKIT_UNITS)
+        foreach(name IN LISTS TONEKIT_ROWS_${unit})
+            if(TONEKIT_KIND_${name} STREQUAL "intern")
+                continue()
+            endif()
+            foreach(public IN LISTS name TONEKIT_ALIASES_${name})
+                list(APPEND names ${public})
+                if(TONEKIT_KIND_${name} STREQUAL "export")
+                    list(TRANSFORM TONEKIT_LETTERS PREPEND "${public}." OUTPUT_VARIABLE suffixed)
+                    list(APPEND names ${suffixed})
+                endif()
+            endforeach()
+        endforeach()
+    endforeach()
+    set(${result} "${names}" PARENT_SCOPE)
+endfunction()
+
+# Writes the linker's version script: the exported names and nothing else, under one version.
+function(tonekit_write_version_script names)
+    list(JOIN names "\";\n        \"" symbols)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/tonekit.map.in ${TONEKIT_GENERATED}/tonekit.map @ONLY NEWLINE_STYLE LF)
+endfunction()
+
+# Writes the module definition for Windows: the same names. The linker takes an export of a symbol with a dot for a forwarder
+# to another library, so a body has a second symbol, with $ in place of the dot, which is exported under its name.
 function(tonekit_write_def names)
-    set(text "; Generated from frame/dispatch.list: all that the library exports.\nLIBRARY \"tonekit.dll\"\nEXPORTS\n")
+    set(symbols "")
     foreach(name IN LISTS names)
         string(REPLACE "." "$" symbol "${name}")
         if(symbol STREQUAL name)
-            string(APPEND text "    \"${name}\"\n")
+            list(APPEND symbols "    \"${name}\"")
         else()
-            string(APPEND text "    \"${name}\" = \"${symbol}\"\n")
+            list(APPEND symbols "    \"${name}\" = \"${symbol}\"")
         endif()
     endforeach()
-    file(CONFIGURE OUTPUT ${TONEKIT_GENERATED}/tonekit.def CONTENT "${text}" @ONLY NEWLINE_STYLE LF)
+    list(JOIN symbols "\n" symbols)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/tonekit.def.in ${TONEKIT_GENERATED}/tonekit.def @ONLY NEWLINE_STYLE LF)
 endfunction()
 
 # Reads the list and does all of the above. Sets the global properties TONEKIT_OBJECTS and TONEKIT_TIER_TARGETS.
 function(tonekit_read_dispatch_list)
-    get_property(skipped_units GLOBAL PROPERTY TONEKIT_SKIPPED_UNITS)
-    file(STRINGS ${TONEKIT_DISPATCH_LIST} lines)
-    set(unit_names "")
-    set(exports "")
-    set(skipping FALSE)
-    set(unit "")
-    foreach(line IN LISTS lines)
-        string(REGEX REPLACE "#.*$" "" line "${line}")
-        string(REGEX MATCHALL "[^ \t]+" fields "${line}")
-        if(NOT fields)
-            continue()
-        endif()
-        list(POP_FRONT fields kind name)
-        if(kind STREQUAL "unit")
-            set(unit ${name})
-            set(skipping FALSE)
-            if(unit IN_LIST skipped_units)
-                set(skipping TRUE)
-                continue()
-            endif()
-            tonekit_check_bodies(${unit} ${fields})
-            list(APPEND unit_names ${unit})
-            set(bodies_${unit} ${fields})
-            set(rows_${unit} "")
-        elseif(skipping)
-            continue()
-        elseif(kind STREQUAL "single")
-            list(APPEND exports ${name})
-        elseif(kind MATCHES "^(export|plain|intern)$")
-            list(JOIN fields "|" aliases)
-            list(APPEND rows_${unit} "${kind}|${name}|${aliases}")
-        else()
-            message(FATAL_ERROR "frame/dispatch.list: unknown row '${kind} ${name}'")
-        endif()
-    endforeach()
-
-    set(entries "")
-    set(slots "")
-    set(table "")
-    set(units "")
-    set(names "")
-    set(strings "")
-    foreach(unit IN LISTS unit_names)
-        foreach(body IN LISTS bodies_${unit})
-            tonekit_add_body(${unit} ${body} "${rows_${unit}}")
-        endforeach()
-        list(LENGTH rows_${unit} count)
-        string(APPEND units "    .quad ${count} # ${unit}\n")
-        foreach(row IN LISTS rows_${unit})
-            string(REPLACE "|" ";" fields "${row}")
-            list(POP_FRONT fields kind name)
-            tonekit_entry_text(${kind} ${name} "${fields}" entry)
-            string(APPEND entries "${entry}")
-            string(APPEND slots "slot.${name}:\n    .quad ${name}.A\n")
-            string(APPEND table "    .quad slot.${name}")
-            foreach(letter IN LISTS TONEKIT_LETTERS)
-                string(APPEND table ", ${name}.${letter}")
-            endforeach()
-            string(APPEND table "\n")
-            string(APPEND names "    .quad name.${name}\n")
-            string(APPEND strings "name.${name}:\n    .asciz \"${name}\"\n")
-            if(kind STREQUAL "export")
-                foreach(public IN LISTS name fields)
-                    list(APPEND exports ${public})
-                    foreach(letter IN LISTS TONEKIT_LETTERS)
-                        list(APPEND exports ${public}.${letter})
-                    endforeach()
-                endforeach()
-            elseif(kind STREQUAL "plain")
-                list(APPEND exports ${name} ${fields})
-            endif()
+    get_property(skipped GLOBAL PROPERTY TONEKIT_SKIPPED_UNITS)
+    tonekit_parse_dispatch_list("${skipped}")
+    foreach(unit IN LISTS TONEKIT_UNITS)
+        foreach(body IN LISTS TONEKIT_BODIES_${unit})
+            tonekit_add_body(${unit} ${body})
         endforeach()
     endforeach()
-    tonekit_write_entries("${entries}" "${slots}" "${table}" "${units}" "${names}" "${strings}")
+    tonekit_write_assembler_rows()
+    tonekit_list_exports(exports)
     tonekit_write_version_script("${exports}")
     tonekit_write_def("${exports}")
 endfunction()

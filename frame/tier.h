@@ -13,7 +13,22 @@
     #error "tier.h is for tier units, which the build compiles once per body"
 #endif
 
-// The unit's rows of the dispatch list, and the aliases for the letters that share this body.
+// The alias of a body for a letter that shares it, visible or not.
+#ifdef __ELF__
+    #define TONEKIT_ALIAS_(alias, body, visibility)                                                          \
+        __asm__(".globl " #alias "\n.type " #alias ", @function\n" visibility "\n.set " #alias ", " #body    \
+                "\n");
+    #define TONEKIT_HIDDEN_(alias) ".hidden " #alias
+#else
+    #define TONEKIT_ALIAS_(alias, body, visibility)                                                          \
+        __asm__(".globl " #alias "\n.set " #alias ", " #body "\n");
+    #define TONEKIT_HIDDEN_(alias)
+#endif
+#define TONEKIT_ALIAS_export(alias, body) TONEKIT_ALIAS_(alias, body, "")
+#define TONEKIT_ALIAS_plain(alias, body) TONEKIT_ALIAS_(alias, body, TONEKIT_HIDDEN_(alias))
+#define TONEKIT_ALIAS_intern(alias, body) TONEKIT_ALIAS_(alias, body, TONEKIT_HIDDEN_(alias))
+
+// The unit's rows of the dispatch list, and such aliases.
 #include TONEKIT_ROWS
 
 #define TONEKIT_STRING_(text) #text
