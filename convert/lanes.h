@@ -161,6 +161,22 @@ TONEKIT_ADD_PRODUCT(__m128d, __m128d_u, double,
 #endif
 #undef TONEKIT_ADD_PRODUCT
 
+// The same in one rounding, where the tier can: equal if each product is exact and no sum is a NaN.
+#if defined(__FMA__)
+constexpr bool kFuses = true;
+[[gnu::always_inline]] inline __m256d AddExactProduct(__m256d sums, const double *from, __m256d factors)
+{
+    return _mm256_fmadd_pd(_mm256_loadu_pd(from), factors, sums);
+}
+#else
+constexpr bool kFuses = false;
+template <class Register>
+[[gnu::always_inline]] inline Register AddExactProduct(Register sums, const double *from, Register factors)
+{
+    return AddProduct(sums, from, factors);
+}
+#endif
+
 // N neighbouring values in as few registers as hold them.
 template <class T, int N>
 struct Row {
@@ -190,6 +206,11 @@ struct Row {
         return {{AddProduct(head.value, from, Lanes<T, kHead>::Spread(factor).value)},
                 tail.PlusProduct(from + kHead, factor)};
     }
+    [[gnu::always_inline]] Row PlusExactProduct(const T *from, T factor) const
+    {
+        return {{AddExactProduct(head.value, from, Lanes<T, kHead>::Spread(factor).value)},
+                tail.PlusExactProduct(from + kHead, factor)};
+    }
     [[gnu::always_inline]] Row Minus(const Row &term) const
     {
         return {{head.value - term.head.value}, tail.Minus(term.tail)};
@@ -213,6 +234,7 @@ struct Row<T, 0> {
     [[gnu::always_inline]] Row Times(T) const { return {}; }
     [[gnu::always_inline]] Row Plus(const Row &) const { return {}; }
     [[gnu::always_inline]] Row PlusProduct(const T *, T) const { return {}; }
+    [[gnu::always_inline]] Row PlusExactProduct(const T *, T) const { return {}; }
     [[gnu::always_inline]] Row Minus(const Row &) const { return {}; }
     [[gnu::always_inline]] Row Peaks(const Row &) const { return {}; }
     [[gnu::always_inline]] bool AnyAbove(T) const { return false; }

@@ -1,6 +1,7 @@
 // lpc.tier.cpp: predicts audio beyond both ends of a stretch, from the stretch's autocorrelation.
 #include "convert/lpc.h"
 #include "convert/lanes.h"
+#include "convert/lpc_faint.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 #include <cstddef>
@@ -12,62 +13,96 @@ namespace {
 // in the baseline, and one does in the wide tiers.
 constexpr int kLagGroup = 9 * LaneWidth<double>(8);
 
-// Samples predicted side by side.
+// Samples of a channel predicted side by side.
 constexpr int kAhead = 8;
+
+// Channels taken side by side, so that one computes while the other waits for its last sample.
+constexpr int kTogether = 2;
+
+// What one channel needs.
+template <class T>
+struct Analysis {
+    double *r;
+    double *a;
+    double *stretch; // windowed, with zeros behind it for the last group's idle lags
+    T *narrowTaps;
+    T *line;      // the latest samples before a prediction; the prediction from line[taps] on
+    int32_t used; // taps
+};
 
 // The memory of one call, in one allocation, because nothing would give back the first of two if the second
 // failed.
 template <class T>
 struct Scratch {
-    size_t taps;      // room for coefficients: the order, at least 1
-    size_t predicted; // room for predictions
-    double *r;
-    double *a;
-    double *stretch; // one windowed channel, with zeros behind it for the last group's idle lags
-    T *window;
-    T *narrowTaps;
-    T *line; // the latest samples before a prediction, then the prediction
+    size_t taps; // room for coefficients: the order, at least 1
+    Analysis<T> channel[kTogether];
 
-    Scratch(size_t length, int32_t order, size_t before, size_t after)
+    Scratch(size_t length, int32_t channels, int32_t order, size_t before, size_t after)
     {
+        const size_t together = channels < kTogether ? 1 : kTogether;
         taps = order > 1 ? static_cast<size_t>(order) : 1;
-        predicted = before > after ? before : after;
+        const size_t predicted = before > after ? before : after;
         const size_t doubles = (taps + 1) + taps + (length + kLagGroup);
-        r = static_cast<double *>(
-            Allocate(doubles * sizeof(double) + (length + taps + taps + predicted + kAhead) * sizeof(T)));
-        a = r + taps + 1;
-        stretch = a + taps;
-        window = reinterpret_cast<T *>(stretch + length + kLagGroup);
-        narrowTaps = window + length;
-        line = narrowTaps + taps;
+        const size_t narrow = taps + taps + predicted;
+        auto *wide =
+            static_cast<double *>(Allocate(together * (doubles * sizeof(double) + narrow * sizeof(T))));
+        T *rest = reinterpret_cast<T *>(wide + together * doubles);
+        for (size_t i = 0; i < together; ++i, wide += doubles, rest += narrow)
+            channel[i] = {wide, wide + taps + 1, wide + taps + 1 + taps, rest, rest + taps, 0};
+        for (size_t i = 0; i < together; ++i)
+            for (size_t j = 0; j < kLagGroup; ++j)
+                channel[i].stretch[length + j] = 0.0;
     }
+    ~Scratch() { Release(channel[0].r); }
+    Scratch(const Scratch &) = delete;
+    Scratch &operator=(const Scratch &) = delete;
 };
 
-// A Welch window: an upturned parabola, 0 just beyond both ends. Its halves mirror each other to the bit as
-// long as a float counts half frames exactly, which saves half of the divisions.
-template <class T>
-void FillWindow(T *window, size_t length)
+// Frames `from` to `to` of the channels, under a Welch window: an upturned parabola, 0 just beyond both ends.
+// A narrow counter of frames has a vector conversion to floats.
+template <int kChannels, class Counter, class T>
+[[gnu::always_inline]] inline void Window(const T *frames, size_t stride, size_t length, Counter from,
+                                          Counter to, const Analysis<T> *channels)
 {
-    constexpr size_t kExactLength = size_t{1} << 22;
     const T half = static_cast<T>(static_cast<float>(length + 1) * 0.5f);
-    const size_t formed = length < kExactLength ? (length + 1) / 2 : length;
-    for (size_t i = 0; i < formed; ++i) {
+    double *const first = channels[0].stretch;
+    double *const second = channels[kChannels - 1].stretch;
+    for (Counter i = from; i < to; ++i) {
         const T u = (static_cast<T>(i + 1) - half) / half;
-        window[i] = 1 - u * u;
+        const T window = 1 - u * u;
+        const T *frame = frames + static_cast<size_t>(i) * stride;
+        first[i] = static_cast<double>(frame[0] * window);
+        if (kChannels == 2)
+            second[i] = static_cast<double>(frame[1] * window);
     }
-    for (size_t i = formed; i < length; ++i)
-        window[i] = window[length - 1 - i];
+}
+
+template <int kChannels, class T>
+void WindowAll(const T *frames, size_t stride, size_t length, const Analysis<T> *channels)
+{
+    constexpr size_t kMost = INT32_MAX;
+    const auto narrow = static_cast<int32_t>(length < kMost ? length : kMost);
+    if (stride == kChannels)
+        Window<kChannels>(frames, kChannels, length, 0, narrow, channels);
+    else
+        Window<kChannels>(frames, stride, length, 0, narrow, channels);
+    Window<kChannels>(frames, stride, length, size_t{INT32_MAX}, length, channels);
 }
 
 // r[first] and on, as far as the group and the order go: the sum over i of x[i + lag] * x[i], for each lag in
 // ascending order of i. The group's sums run side by side as long as all of them have a term.
+template <bool kExactProducts>
 void SumLagGroup(const double *x, size_t length, size_t first, size_t end, double *r)
 {
     double sums[kLagGroup];
     auto group = Row<double, kLagGroup>{};
     const size_t common = length > end - 1 ? length - (end - 1) : 0;
-    for (size_t i = 0; i < common; ++i)
-        group = group.PlusProduct(x + i + first, x[i]);
+    for (size_t i = 0; i < common; ++i) {
+        if (kExactProducts)
+            group = group.PlusExactProduct(x + i + first, x[i]);
+        else
+            group = group.PlusProduct(x + i + first, x[i]);
+    }
     group.Store(sums);
     for (size_t lag = first; lag < end; ++lag) {
         double sum = sums[lag - first];
@@ -77,13 +112,28 @@ void SumLagGroup(const double *x, size_t length, size_t first, size_t end, doubl
     }
 }
 
+bool AnyNaN(const double *values, size_t count)
+{
+    bool any = false;
+    for (size_t i = 0; i < count; ++i)
+        any |= values[i] != values[i];
+    return any;
+}
+
+// Samples that were floats have exact products, so that one rounding of product and sum is the same as two.
+// Of several NaNs, though, a fused operation may keep another than the sum does.
+template <bool kWereFloats>
 void Autocorrelate(const double *x, size_t length, int32_t order, double *r)
 {
     if (order < 0)
         return;
     const size_t lags = static_cast<size_t>(order) + 1;
-    for (size_t first = 0; first < lags; first += kLagGroup)
-        SumLagGroup(x, length, first, lags - first < kLagGroup ? lags : first + kLagGroup, r);
+    for (size_t first = 0; first < lags; first += kLagGroup) {
+        const size_t end = lags - first < kLagGroup ? lags : first + kLagGroup;
+        SumLagGroup<kWereFloats && kFuses>(x, length, first, end, r);
+        if (kWereFloats && kFuses && AnyNaN(r + first, end - first))
+            SumLagGroup<false>(x, length, first, end, r);
+    }
 }
 
 template <class T>
@@ -95,27 +145,11 @@ template <class T>
 }
 
 // Writes `count` samples from line[0] on; the latest samples before them end at line[-1], at least as many as
-// taps. Each is minus the sum of taps[k] * line[-1 - k], from the oldest sample to the latest. A few
-// neighbours go through the oldest samples side by side, which all of them know already.
+// taps. Each is minus the sum of taps[k] * line[-1 - k], from the oldest sample to the latest.
 template <class T>
 void Predict(T *line, size_t count, const T *taps, ptrdiff_t used)
 {
-    size_t done = 0;
-    if (used >= kAhead) {
-        for (; count - done >= kAhead; done += kAhead, line += kAhead) {
-            auto sums = Row<T, kAhead>{};
-            for (ptrdiff_t k = used - 1; k >= kAhead - 1; --k)
-                sums = sums.Minus(Row<T, kAhead>::Load(line - 1 - k).Times(taps[k]));
-            sums.Store(line);
-            for (int ahead = 0; ahead < kAhead; ++ahead) {
-                T sum = line[ahead];
-                for (ptrdiff_t k = kAhead - 2; k >= 0; --k)
-                    sum = sum - Multiply(line[ahead - 1 - k], taps[k]);
-                line[ahead] = Limited(sum);
-            }
-        }
-    }
-    for (; done < count; ++done, ++line) {
+    for (size_t done = 0; done < count; ++done, ++line) {
         T sum = 0;
         for (ptrdiff_t k = used - 1; k >= 0; --k)
             sum = sum - Multiply(line[-1 - k], taps[k]);
@@ -123,49 +157,129 @@ void Predict(T *line, size_t count, const T *taps, ptrdiff_t used)
     }
 }
 
-// One channel of the frames, ahead of, in and behind the analysed stretch.
+// The same, kAhead samples of each of some lines, with at least as many taps. The neighbours go through the
+// oldest samples side by side, which all of them know already.
+template <int kLines, class T>
+void PredictAhead(T *const *lines, const T *const *taps, ptrdiff_t used)
+{
+    Row<T, kAhead> sums[kLines] = {};
+    for (ptrdiff_t k = used - 1; k >= kAhead - 1; --k)
+        for (int i = 0; i < kLines; ++i)
+            sums[i] = sums[i].Minus(Row<T, kAhead>::Load(lines[i] - 1 - k).Times(taps[i][k]));
+    T sum[kLines][kAhead];
+    T recent[kLines][kAhead - 1 + kAhead];
+    for (int i = 0; i < kLines; ++i) {
+        sums[i].Store(sum[i]);
+        for (int k = 0; k < kAhead - 1; ++k)
+            recent[i][k] = lines[i][k - (kAhead - 1)];
+    }
+#pragma GCC unroll 8
+    for (int ahead = 0; ahead < kAhead; ++ahead)
+        for (int i = 0; i < kLines; ++i) {
+            T next = sum[i][ahead];
+#pragma GCC unroll 8
+            for (int k = kAhead - 2; k >= 0; --k)
+                next = next - Multiply(recent[i][kAhead - 2 + ahead - k], taps[i][k]);
+            recent[i][kAhead - 1 + ahead] = Limited(next);
+        }
+    for (int i = 0; i < kLines; ++i)
+        for (int ahead = 0; ahead < kAhead; ++ahead)
+            lines[i][ahead] = recent[i][kAhead - 1 + ahead];
+}
+
+// The same for one line and any number of samples and taps.
 template <class T>
-struct Channel {
+void PredictLine(T *line, size_t count, const T *taps, ptrdiff_t used)
+{
+    size_t done = 0;
+    if (used >= kAhead)
+        while (count - done >= kAhead) {
+            if constexpr (sizeof(T) == sizeof(float))
+                if (IsFaint(line + done - used, used)) {
+                    const size_t faint = PredictFaint<kAhead>(line + done, count - done, taps, used);
+                    done += faint;
+                    if (faint != 0)
+                        continue;
+                }
+            T *const next = line + done;
+            PredictAhead<1>(&next, &taps, used);
+            done += kAhead;
+        }
+    Predict(line + done, count - done, taps, used);
+}
+
+template <int kLines, class T>
+void PredictLines(const Analysis<T> *channels, size_t taps, size_t count)
+{
+    T *lines[kLines];
+    const T *factors[kLines];
+    for (int i = 0; i < kLines; ++i) {
+        lines[i] = channels[i].line + taps;
+        factors[i] = channels[i].narrowTaps;
+    }
+    // Together as long as it is worthwhile, then one after the other.
+    const ptrdiff_t used = channels[0].used;
+    size_t done = 0;
+    bool together = used >= kAhead && used == channels[kLines - 1].used;
+    while (together && count - done >= kAhead) {
+        PredictAhead<kLines>(lines, factors, used);
+        done += kAhead;
+        for (int i = 0; i < kLines; ++i) {
+            lines[i] += kAhead;
+            if constexpr (sizeof(T) == sizeof(float))
+                together &= !IsFaint(lines[i] - kAhead, kAhead);
+        }
+    }
+    for (int i = 0; i < kLines; ++i)
+        PredictLine(lines[i], count - done, factors[i], channels[i].used);
+}
+
+// Some channels of the frames, ahead of, in and behind the analysed stretch.
+template <class T>
+struct Channels {
     T *first; // of the stretch
     ptrdiff_t stride;
-    [[gnu::always_inline]] T &operator[](size_t frame) const
+    [[gnu::always_inline]] T &At(ptrdiff_t frame, int channel) const
     {
-        return first[static_cast<ptrdiff_t>(frame) * stride];
-    }
-    // The frames ahead of the stretch, the nearest first.
-    [[gnu::always_inline]] T &Ahead(size_t frame) const
-    {
-        return first[(-1 - static_cast<ptrdiff_t>(frame)) * stride];
+        return first[frame * stride + channel];
     }
 };
 
-template <class T>
-void ExtrapolateChannel(Channel<T> channel, size_t length, int32_t order, size_t before, size_t after,
-                        const Scratch<T> &scratch)
+template <int kChannels, class T>
+void ExtrapolateChannels(Channels<T> frames, size_t length, int32_t order, size_t before, size_t after,
+                         Scratch<T> &scratch)
 {
-    for (size_t i = 0; i < length; ++i)
-        scratch.stretch[i] = static_cast<double>(channel[i] * scratch.window[i]);
-    Autocorrelate(scratch.stretch, length, order, scratch.r);
-    const int32_t used = LevinsonDurbin(scratch.r, scratch.a, order);
-    for (int32_t k = 0; k < used; ++k)
-        scratch.narrowTaps[k] = static_cast<T>(scratch.a[k]);
+    WindowAll<kChannels>(frames.first, static_cast<size_t>(frames.stride), length, scratch.channel);
+    for (int i = 0; i < kChannels; ++i) {
+        Analysis<T> &channel = scratch.channel[i];
+        Autocorrelate<sizeof(T) == sizeof(float)>(channel.stretch, length, order, channel.r);
+        channel.used = LevinsonDurbin(channel.r, channel.a, order);
+        for (int32_t k = 0; k < channel.used; ++k)
+            channel.narrowTaps[k] = static_cast<T>(channel.a[k]);
+    }
 
-    T *const line = scratch.line + scratch.taps;
+    const auto taps = static_cast<ptrdiff_t>(scratch.taps);
+    const auto end = static_cast<ptrdiff_t>(length);
     if (after != 0) {
-        for (size_t k = 0; k < scratch.taps; ++k)
-            line[-1 - static_cast<ptrdiff_t>(k)] = k < length ? channel[length - 1 - k] : T(0);
-        Predict(line, after, scratch.narrowTaps, used);
-        for (size_t j = 0; j < after; ++j)
-            channel[length + j] = line[j];
+        for (int i = 0; i < kChannels; ++i)
+            for (ptrdiff_t k = 0; k < taps; ++k)
+                scratch.channel[i].line[taps - 1 - k] = k < end ? frames.At(end - 1 - k, i) : T(0);
+        PredictLines<kChannels>(scratch.channel, scratch.taps, after);
+        for (int i = 0; i < kChannels; ++i)
+            for (size_t j = 0; j < after; ++j)
+                frames.At(end + static_cast<ptrdiff_t>(j), i) = scratch.channel[i].line[scratch.taps + j];
     }
     if (before != 0) {
         // The same coefficients serve backwards in time. Of a stretch shorter than the order, they reach the
         // prediction behind it.
-        for (size_t k = 0; k < scratch.taps; ++k)
-            line[-1 - static_cast<ptrdiff_t>(k)] = k < length + after ? channel[k] : T(0);
-        Predict(line, before, scratch.narrowTaps, used);
-        for (size_t j = 0; j < before; ++j)
-            channel.Ahead(j) = line[j];
+        const ptrdiff_t known = end + static_cast<ptrdiff_t>(after);
+        for (int i = 0; i < kChannels; ++i)
+            for (ptrdiff_t k = 0; k < taps; ++k)
+                scratch.channel[i].line[taps - 1 - k] = k < known ? frames.At(k, i) : T(0);
+        PredictLines<kChannels>(scratch.channel, scratch.taps, before);
+        for (int i = 0; i < kChannels; ++i)
+            for (size_t j = 0; j < before; ++j)
+                frames.At(-1 - static_cast<ptrdiff_t>(j), i) = scratch.channel[i].line[scratch.taps + j];
     }
 }
 
@@ -173,13 +287,13 @@ template <class T>
 [[gnu::always_inline]] inline void Extrapolate(T *samples, size_t length, int32_t channels, int32_t order,
                                                size_t before, size_t after)
 {
-    const Scratch<T> scratch(length, order, before, after);
-    FillWindow(scratch.window, length);
-    for (size_t i = 0; i < kLagGroup; ++i)
-        scratch.stretch[length + i] = 0.0;
-    for (int32_t c = 0; c < channels; ++c)
-        ExtrapolateChannel(Channel<T>{samples + c, channels}, length, order, before, after, scratch);
-    Release(scratch.r);
+    Scratch<T> scratch(length, channels, order, before, after);
+    int32_t c = 0;
+    for (; channels - c >= kTogether; c += kTogether)
+        ExtrapolateChannels<kTogether>(Channels<T>{samples + c, channels}, length, order, before, after,
+                                       scratch);
+    if (c < channels)
+        ExtrapolateChannels<1>(Channels<T>{samples + c, channels}, length, order, before, after, scratch);
 }
 
 } // namespace

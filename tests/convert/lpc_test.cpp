@@ -245,5 +245,34 @@ TYPED_TEST(LpcTest, EveryBodyPredictsLikeTheModel)
                         }
 }
 
+// What is predicted from noise fades through the smallest floats to 0. A tone's predictor makes a faint
+// stretch grow out of them.
+TYPED_TEST(LpcTest, EveryBodyFadesAndGrowsLikeTheModel)
+{
+    using T = TypeParam;
+    Random random(5);
+    const uint32_t length = 600, edge = 1501;
+    for (const char letter : RunnableLetters())
+        for (const uint32_t channels : {1u, 2u, 3u})
+            for (const int32_t order : {7, 32, 70})
+                for (const int exponent : {0, -100, -107, -125, -140, -148}) {
+                    std::vector<T> expected((edge + length + edge) * channels);
+                    for (uint32_t i = 0; i < length; ++i)
+                        for (uint32_t c = 0; c < channels; ++c) {
+                            const double sample = c == 1 ? std::sin(0.003 * i) : 2 * random.Uniform() - 1;
+                            const bool atAnEnd = i < 80 || i >= length - 80;
+                            expected[(edge + i) * channels + c] =
+                                static_cast<T>(std::ldexp(sample, atAnEnd ? exponent : 0));
+                        }
+                    std::vector<T> buffer = expected;
+                    reference::Extrapolate(expected, length, static_cast<int32_t>(channels), order, edge,
+                                           edge);
+                    this->Extrapolate(buffer, length, static_cast<int32_t>(channels), order, edge, edge,
+                                      letter);
+                    ASSERT_TRUE(SameBits(expected.data(), buffer.data(), expected.size()))
+                        << letter << ": " << channels << " channels, order " << order << ", " << exponent;
+                }
+}
+
 } // namespace
 } // namespace tonekit
