@@ -1,6 +1,8 @@
 // base64.tier.cpp: Base64 of RFC 4648 with the standard alphabet.
 #include <tonekit/encode.h>
 
+#include "encode/groups.h"
+#include "encode/lanes.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 
@@ -9,10 +11,6 @@
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
-
-#include "encode/lanes.h"
-
-#include "encode/groups.h"
 
 namespace {
 
@@ -186,7 +184,7 @@ struct Base64 {
 // Whether a lane's characters are all of the alphabet.
 inline bool LaneInAlphabet(const char *text)
 {
-    const __m128i outside = Equal8(Base64::InAlphabet(LoadLane(text)), _mm_setzero_si128());
+    const __m128i outside = Equal8(Base64::InAlphabet(Load128(text)), _mm_setzero_si128());
     return _mm_movemask_epi8(outside) == 0;
 }
 
@@ -202,7 +200,7 @@ inline __m128i InRange(__m128i characters, char first, char last)
 
 inline bool LaneInAlphabet(const char *text)
 {
-    const __m128i characters = LoadLane(text);
+    const __m128i characters = Load128(text);
     const __m128i letters = InRange(_mm_or_si128(characters, _mm_set1_epi8(0x20)), 'a', 'z');
     const __m128i slashOrDigits = InRange(characters, '/', '9');
     const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));

@@ -1,5 +1,5 @@
 // change_endian.tier.cpp: swaps the bytes of UTF-16 text in place.
-#include "encode/text_lanes.h"
+#include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstddef>

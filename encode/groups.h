@@ -1,7 +1,6 @@
 // groups.h: runs a code that turns groups of three bytes into four characters, and back, over any length.
 //
-// For tier units only, which include it inside their namespace, behind <immintrin.h> and lanes.h. What a code
-// brings along:
+// For tier units only. What a code brings along:
 //   EncodeGroup(three, four)   one group
 //   DecodeGroup(four, three)   and back
 //   Spread()                   which of 12 bytes each of 16 places needs, or -128 for none
@@ -12,40 +11,29 @@
 // Nothing in front of or behind data and text is read or written.
 #pragma once
 
+#include "encode/lanes.h"
+
+namespace tonekit::TONEKIT_TIER {
 namespace {
 
 constexpr std::size_t kGroupBytes = 3;
 constexpr std::size_t kGroupCharacters = 4;
 
-inline __m128i LoadLane(const void *from)
-{
-    return _mm_loadu_si128(static_cast<const __m128i *>(from));
-}
-
-inline void StoreLane(void *to, __m128i lane)
-{
-    _mm_storeu_si128(static_cast<__m128i *>(to), lane);
-}
-
 #if defined(__SSSE3__)
 
 inline void Store12(uint8_t *to, __m128i lane)
 {
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(to), lane);
+    StoreHalf(to, lane);
     const int last = _mm_cvtsi128_si32(_mm_srli_si128(lane, 8));
     __builtin_memcpy(to + 8, &last, sizeof last);
 }
-
-#endif
-
-#if defined(__SSSE3__)
 
 constexpr std::ptrdiff_t kLaneRead = 16; // bytes that are read to encode 12
 
 template <class Code>
 inline void EncodeLane(const uint8_t *data, char *text)
 {
-    StoreLane(text, Code::Encoded(Shuffle8(LoadLane(data), Code::Spread())));
+    Store128(text, Code::Encoded(Shuffle8(Load128(data), Code::Spread())));
 }
 
 #else
@@ -64,7 +52,7 @@ inline void EncodeLane(const uint8_t *data, char *text)
 {
     const __m128i low = _mm_unpacklo_epi32(LoadGroup(data), LoadGroup(data + 3));
     const __m128i high = _mm_unpacklo_epi32(LoadGroup(data + 6), LoadGroup(data + 9));
-    StoreLane(text, Code::Encoded(_mm_unpacklo_epi64(low, high)));
+    Store128(text, Code::Encoded(_mm_unpacklo_epi64(low, high)));
 }
 
 #endif
@@ -147,7 +135,7 @@ inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *d
 #endif
 #if defined(__SSSE3__)
     for (; end - from >= 16; from += 16, data += 12)
-        Store12(data, Code::Decoded(LoadLane(from)));
+        Store12(data, Code::Decoded(Load128(from)));
 #endif
     for (; end - from >= 4; from += 4, data += 3)
         Code::DecodeGroup(from, data);
@@ -155,3 +143,4 @@ inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *d
 }
 
 } // namespace
+} // namespace tonekit::TONEKIT_TIER

@@ -1,9 +1,12 @@
 // hmac_message.h: HMAC (RFC 2104) over any member of the SHA-2 family.
 //
-// For tier units only, which include it inside their namespace behind sha2_message.h. A member brings along,
-// beside what is told there, Record: HmacSha256Context or HmacSha512Context.
+// For tier units only. Besides what sha2_message.h names, a member brings along Record, which is
+// HmacSha256Context or HmacSha512Context.
 #pragma once
 
+#include "encode/sha2_message.h"
+
+namespace tonekit::TONEKIT_TIER {
 namespace {
 
 // Makes the two pads of the key, and starts both hashes with them.
@@ -65,3 +68,4 @@ inline void MacOfMessage(const uint8_t *key, uint32_t keySize, const uint8_t *me
 }
 
 } // namespace
+} // namespace tonekit::TONEKIT_TIER

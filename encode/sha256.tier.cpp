@@ -1,6 +1,8 @@
 // sha256.tier.cpp: SHA-224 and SHA-256, and HMAC over them.
 #include <tonekit/encode.h>
 
+#include "encode/hmac_message.h"
+#include "encode/sha2_message.h"
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
@@ -9,10 +11,6 @@
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
-
-#include "encode/sha2_message.h"
-
-#include "encode/hmac_message.h"
 
 TONEKIT_SIBLING(Sha256Transform);
 

@@ -1,12 +1,11 @@
 // sha256_transform.tier.cpp: the compression function of SHA-224 and SHA-256 (FIPS 180-4, 6.2.2).
+#include "encode/sha2_compress.h"
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
 #include <immintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
-
-#include "encode/sha2_compress.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // sha2_compress.h: the compression of a block, which SHA-256 and SHA-512 share but for the width of a word.
 //
-// For tier units only, which include it inside their namespace. What a hash brings along (see the parameter
+// For tier units only. What a hash brings along (see the parameter
 // Hash):
 //   Word                       uint32_t or uint64_t
 //   Four                       four words of the message schedule of each block, in vector registers
@@ -8,11 +8,16 @@
 //   kBlocks                    blocks whose schedules are made at once: 1, or 2 in the lanes of wider
 //   registers kSumOfE, kSumOfA           the three rotations of the sums over e and a Load(bytes) four words
 //   of the message ReplaceFirst, ReplaceLast  (w0, w1, w2, w3): make the first or last two of the four words
-//   after the sixteen
-//                              given, in the place of w0
+//   after the
+//                              sixteen given, in the place of w0
 //   Store(words, round, to)    stores four words with the constants of the rounds from round on added
 #pragma once
 
+#include "frame/tier.h"
+
+#include <cstdint>
+
+namespace tonekit::TONEKIT_TIER {
 namespace {
 
 // A round is one long sum, and its speed hangs on the order of the additions: what is known early first, what
@@ -207,3 +212,4 @@ template <class Hash>
 }
 
 } // namespace
+} // namespace tonekit::TONEKIT_TIER

@@ -1,13 +1,19 @@
 // sha2_message.h: how a message of any length goes through a SHA-2 hash, in pieces or at once.
 //
-// For tier units only, which include it inside their namespace, behind <emmintrin.h>. What a member of the
-// family brings along:
+// For tier units only. What a member of the family brings along:
 //   Context                   Sha256Context or Sha512Context
 //   kBlockBytes, kDigestBytes
 //   kInitialState             eight words
 //   Transform(state, blocks, blockCount)
 #pragma once
 
+#include "frame/tier.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <emmintrin.h>
+
+namespace tonekit::TONEKIT_TIER {
 namespace {
 
 inline void StoreBigEndian(uint8_t *bytes, uint32_t word)
@@ -112,3 +118,4 @@ inline void HashMessage(const uint8_t *message, uint32_t size, uint8_t *digest)
 }
 
 } // namespace
+} // namespace tonekit::TONEKIT_TIER

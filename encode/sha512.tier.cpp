@@ -1,6 +1,8 @@
 // sha512.tier.cpp: SHA-384 and SHA-512, and HMAC over them.
 #include <tonekit/encode.h>
 
+#include "encode/hmac_message.h"
+#include "encode/sha2_message.h"
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
@@ -9,10 +11,6 @@
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
-
-#include "encode/sha2_message.h"
-
-#include "encode/hmac_message.h"
 
 TONEKIT_SIBLING(Sha512Transform);
 

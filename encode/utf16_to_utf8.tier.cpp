@@ -1,5 +1,5 @@
 // utf16_to_utf8.tier.cpp: counts and writes the UTF-8 form of UTF-16 text.
-#include "encode/text_lanes.h"
+#include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstdint>

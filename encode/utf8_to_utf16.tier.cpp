@@ -1,5 +1,5 @@
 // utf8_to_utf16.tier.cpp: counts and writes the UTF-16 form of UTF-8 text.
-#include "encode/text_lanes.h"
+#include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include <cstdint>

@@ -2,6 +2,8 @@
 // behind.
 #include <tonekit/encode.h>
 
+#include "encode/groups.h"
+#include "encode/lanes.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 
@@ -10,10 +12,6 @@
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {
-
-#include "encode/lanes.h"
-
-#include "encode/groups.h"
 
 namespace {
 

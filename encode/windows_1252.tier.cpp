@@ -1,6 +1,6 @@
 // windows_1252.tier.cpp: converts between windows-1252 and UTF-16.
 #include "encode/windows_1252.h"
-#include "encode/text_lanes.h"
+#include "encode/lanes.h"
 #include "frame/tier.h"
 #include <cstdint>
 
