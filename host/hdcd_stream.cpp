@@ -1,6 +1,7 @@
 // hdcd_stream.cpp: HDCD through the library's decoder.
 #include "host/hdcd_stream.h"
 
+#include "host/bodies.h"
 #include "host/failure.h"
 #include "host/platform.h"
 
@@ -42,7 +43,7 @@ HdcdFinding ScanForHdcd(SampleSource &source)
         const uint32_t got = source.Read(samples.data(), wanted);
         if (got == 0)
             break;
-        detected = hdcd_scan16(decoder.get(), samples.data(), static_cast<int32_t>(got));
+        detected = BodiesInUse().hdcd_scan16(decoder.get(), samples.data(), static_cast<int32_t>(got));
         left -= got;
     }
     source.Rewind();

@@ -1,5 +1,6 @@
 // main.cpp: tonekit-convert.
 #include "host/batch.h"
+#include "host/bodies.h"
 #include "host/extract_cover.h"
 #include "host/failure.h"
 #include "host/file_info.h"
@@ -86,6 +87,8 @@ int Inform(const Options &options)
 int Run(const Options &options)
 {
     SetMemoryLimit(uint64_t{options.memoryMiB} << 20);
+    if (options.bodies)
+        UseBodies(*options.bodies);
     switch (options.command) {
     case Command::Help:
         Print(stdout, HelpText());

@@ -1,6 +1,7 @@
 // option_table.cpp: the options with their help, in the order in which help lists them.
 #include "host/option_table.h"
 
+#include "host/bodies.h"
 #include "host/option_values.h"
 
 #include <algorithm>
@@ -147,6 +148,10 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.jobs = Number(v, 1, 256); }},
     {"memory", 0, "MIB", "the most memory that pictures and tags of a file may take (256)",
      [](Options &o, Text v) { o.memoryMiB = Number(v, 16, 1 << 20); }},
+    {"bodies", 0, "NAME",
+     "which of the library's equal bodies run: auto (the fastest that the processor has the instructions "
+     "for, the default), plain (the library's own choice), or those of a letter: A, L, M, N, P, R, S or V",
+     [](Options &o, Text v) { o.bodies = BodyLetter(v, LettersOfProcessor()); }},
     {"info", 'i', nullptr, "tell what each INPUT is, and convert nothing",
      [](Options &o, Text) { o.command = Command::Info; }},
     {"json", 0, nullptr, "tell what was done, or what the files are, as one JSON object",

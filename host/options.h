@@ -80,6 +80,7 @@ struct Options {
     std::optional<unsigned> jobs; // files at a time; as many as there are cores
     bool dryRun = false;
     ProgressChoice progress = ProgressChoice::Auto;
+    std::optional<char> bodies; // the letter for UseBodies
 
     // What becomes of folders.
     bool copyOthers = false;                 // of the files that aren't audio

@@ -81,6 +81,10 @@ void SilenceLibraries();
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);
 
+// The function of this name in the loaded library that has `neighbour`, one of its functions; null if it has
+// none.
+void *LibraryFunction(void *neighbour, const std::string &name);
+
 // Prints UTF-8 text in one piece on standard output or standard error; the stream keeps an error.
 void Print(std::FILE *stream, const std::string &text);
 bool StandardOutputIsTerminal();

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <cwchar>
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <locale.h>
 #include <malloc.h>
@@ -271,6 +272,20 @@ void SilenceLibraries()
 std::vector<std::string> Utf8Arguments(int argc, char **argv)
 {
     return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+void *LibraryFunction(void *neighbour, const std::string &name)
+{
+    Dl_info info;
+    if (!dladdr(neighbour, &info))
+        return nullptr;
+    // Opened for good already; the loader only counts it.
+    void *const library = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    if (!library)
+        return nullptr;
+    void *const function = dlsym(library, name.c_str());
+    dlclose(library);
+    return function;
 }
 
 void Print(std::FILE *stream, const std::string &text)

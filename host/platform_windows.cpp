@@ -287,6 +287,13 @@ std::vector<std::string> Utf8Arguments(int, char **)
     return arguments;
 }
 
+// The neighbour's address may be that of a jump in the program itself.
+void *LibraryFunction(void *, const std::string &name)
+{
+    const HMODULE library = GetModuleHandleW(L"tonekit.dll");
+    return library ? reinterpret_cast<void *>(GetProcAddress(library, name.c_str())) : nullptr;
+}
+
 // A console joins no letters from bytes that come in parts, so it gets whole texts as UTF-16.
 void Print(std::FILE *stream, const std::string &text)
 {

@@ -1,6 +1,8 @@
 // sample_digest.cpp: SHA-2 over samples.
 #include "host/sample_digest.h"
 
+#include "host/bodies.h"
+
 #include <algorithm>
 
 namespace tonekit::host {
@@ -23,9 +25,9 @@ std::string Hex(const uint8_t *bytes, size_t size)
 SampleDigest::SampleDigest(HashKind kind) : kind_(kind)
 {
     if (kind_ == HashKind::Sha256)
-        sha256_init(&sha256_);
+        BodiesInUse().sha256_init(&sha256_);
     else
-        sha512_init(&sha512_);
+        BodiesInUse().sha512_init(&sha512_);
 }
 
 void SampleDigest::Take(const void *bytes, size_t size)
@@ -35,9 +37,9 @@ void SampleDigest::Take(const void *bytes, size_t size)
     while (size > 0) {
         const size_t part = std::min(size, kMost);
         if (kind_ == HashKind::Sha256)
-            sha256_update(&sha256_, next, static_cast<uint32_t>(part));
+            BodiesInUse().sha256_update(&sha256_, next, static_cast<uint32_t>(part));
         else
-            sha512_update(&sha512_, next, static_cast<uint32_t>(part));
+            BodiesInUse().sha512_update(&sha512_, next, static_cast<uint32_t>(part));
         next += part;
         size -= part;
     }
@@ -47,9 +49,9 @@ Digest SampleDigest::Finish()
 {
     uint8_t digest[64];
     if (kind_ == HashKind::Sha256)
-        sha256_final(&sha256_, digest);
+        BodiesInUse().sha256_final(&sha256_, digest);
     else
-        sha512_final(&sha512_, digest);
+        BodiesInUse().sha512_final(&sha512_, digest);
     return {kind_, Hex(digest, kind_ == HashKind::Sha256 ? 32 : 64)};
 }
 

@@ -1,6 +1,7 @@
 // stream_converter.cpp: the calling order of a conversion.
 #include "host/stream_converter.h"
 
+#include "host/bodies.h"
 #include "host/shared_settings.h"
 
 #include <optional>
@@ -32,11 +33,11 @@ uint32_t QualitySpan(Quality quality)
 void *NewConverter(const Options &options, const Plan &plan)
 {
     const SettingHold hold(CreationSetting(), CreationValue(options));
-    return SRC4_Init(plan.decodeHdcd ? TONEKIT_FORMAT_HDCD : FormatCodeOf(plan.source.sample),
-                     plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample), plan.source.channels,
-                     plan.source.rate, FormatCodeOf(plan.target.sample), BitsOf(plan.target.sample),
-                     plan.target.channels, plan.target.rate, plan.dither, options.limiter, 0,
-                     QualitySpan(options.quality));
+    return BodiesInUse().SRC4_Init(plan.decodeHdcd ? TONEKIT_FORMAT_HDCD : FormatCodeOf(plan.source.sample),
+                                   plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample),
+                                   plan.source.channels, plan.source.rate, FormatCodeOf(plan.target.sample),
+                                   BitsOf(plan.target.sample), plan.target.channels, plan.target.rate,
+                                   plan.dither, options.limiter, 0, QualitySpan(options.quality));
 }
 
 } // namespace
@@ -72,7 +73,8 @@ void StreamConverter::Write(const void *samples, uint32_t frames, const FrameSin
     uint32_t outFrames = 0;
     uint32_t outBytes = 0;
     SRC4_Write(handle_.get(), samples, frames);
-    while (WithSettings([&] { return SRC4_Read(handle_.get(), &out, &outFrames, &outBytes); })) {
+    const auto read = BodiesInUse().SRC4_Read;
+    while (WithSettings([&] { return read(handle_.get(), &out, &outFrames, &outBytes); })) {
         if (outFrames > 0)
             sink(out, outFrames);
     }

@@ -1,6 +1,7 @@
 // measurements.cpp: measures the loudness of arrays, and looks for HDCD in them.
 #include "python/src/measurements.h"
 
+#include "host/bodies.h"
 #include "host/hdcd_stream.h"
 #include "host/loudness_meter.h"
 #include "python/src/array_source.h"
@@ -113,7 +114,7 @@ uint32_t DetectHdcd(nb::handle array)
     std::vector<int16_t> block(size_t{kBlockFrames} * 2);
     uint32_t found = 0;
     while (const uint32_t frames = source.Read(block.data(), kBlockFrames)) {
-        found = hdcd_scan16(decoder.get(), block.data(), static_cast<int32_t>(frames));
+        found = host::BodiesInUse().hdcd_scan16(decoder.get(), block.data(), static_cast<int32_t>(frames));
         if (found == 2)
             break;
         signals();

@@ -1,4 +1,5 @@
 // module.cpp: the extension module tonekit._core, on which the package's Python code stands.
+#include "host/bodies.h"
 #include "host/failure.h"
 #include "host/option_table.h"
 #include "python/src/files.h"
@@ -52,6 +53,13 @@ void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint3
     const nb::gil_scoped_release released;
     LetHeapKeepStreams();
     new (self) Stream(StreamFormat{input, channels, rate, output, hdcd}, read);
+}
+
+std::string UseBodiesOf(const std::string &name)
+{
+    const host::Options options = ReadOptions({{"bodies", name}});
+    host::UseBodies(*options.bodies);
+    return *options.bodies ? std::string(1, *options.bodies) : "";
 }
 
 // Name, what the value is called or nothing for a switch, and help.
@@ -111,5 +119,7 @@ NB_MODULE(_core, module)
             ReadOptions({{name, value}});
         },
         nb::arg("name"), nb::arg("value"), "Raises ValueError if the option doesn't take the value.");
+    module.def("use_bodies", UseBodiesOf, nb::arg("name"),
+               "Chooses the bodies of the library's functions; returns their letter, or an empty text.");
     module.def("option_table", OptionTable, "The options of file conversions: name, value and help of each.");
 }

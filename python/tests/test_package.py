@@ -16,7 +16,7 @@ import tonekit
 
 PACKAGE = Path(tonekit.__file__).parent
 TREE = Path(__file__).resolve().parents[2]
-MODULES = ["tonekit", "tonekit._convert", "tonekit._files", "tonekit.hdcd", "tonekit.loudness", "tonekit.image"]
+MODULES = ["tonekit", "tonekit._bodies", "tonekit._convert", "tonekit._files", "tonekit.hdcd", "tonekit.loudness", "tonekit.image"]
 
 
 @pytest.mark.parametrize("name", MODULES)

@@ -11,6 +11,7 @@ last bit, whatever the memory order of the input, the size of its blocks and the
 """
 
 from . import hdcd, image, loudness
+from ._bodies import use_bodies
 from ._convert import Converter, convert, resample
 from ._files import Audio, FileError, convert_file, info, read, write
 
@@ -26,5 +27,6 @@ __all__ = [
     "loudness",
     "read",
     "resample",
+    "use_bodies",
     "write",
 ]
