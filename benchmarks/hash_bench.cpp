@@ -1,7 +1,7 @@
 // hash_bench.cpp: SHA-2 and HMAC beside OpenSSL without the SHA instructions, which no body of ours uses.
 //
 // OpenSSL reads which instructions it may use when it is loaded. So the program runs itself once for each of
-// its two tables, with OPENSSL_ia32cap set.
+// its tables, with OPENSSL_ia32cap set.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -27,11 +27,13 @@ struct Table {
     const char *title;
     char letter;
     double limit;
+    bool anotherMake = false;
 };
 
 const Table kTables[] = {
     {":~0x20000000", "tier V beside OpenSSL with everything but its SHA instructions", 'V', 0.97},
     {"~0xffffffff00000000:0", "tier A beside OpenSSL with SSE2 alone", 'A', 0.95},
+    {":~0", "tier A beside OpenSSL with all that the processor has", 'A', 0, true},
 };
 
 const std::vector<uint8_t> message(256 * 1024, 0x5a);
@@ -134,6 +136,7 @@ int main(int argc, char **argv)
             return RunTable(table, argc, argv);
     int result = 0;
     for (const Table &table : kTables)
-        result |= RunItself(table, argv);
+        if (table.anotherMake == RatioTable::AsAnotherMake(argc, argv))
+            result |= RunItself(table, argv);
     return result;
 }

@@ -14,6 +14,8 @@
 #include <sys/resource.h>
 #include <time.h>
 
+#include "frame/dispatch.h"
+#include "frame/platform.h"
 #include "tests/support/measured_rows.h"
 
 namespace tonekit {
@@ -30,7 +32,9 @@ public:
         rows_.push_back({std::move(name), limit, std::move(ours), std::move(peer)});
     }
 
-    // Options: --filter TEXT, --quick, --json FILE (appends a line a row). Returns 0 if every row that has a
+    // Options: --filter TEXT, --quick, --json FILE (appends a line a row). Plain names run the highest bodies
+    // that the processor has the features of, whoever made it; with --another-make they run the baseline, as
+    // the selection has it on all makes but one. Limits are for the former. Returns 0 if every row that has a
     // limit keeps it.
     int Run(int argc, char **argv)
     {
@@ -44,6 +48,10 @@ public:
             else if (std::strcmp(argv[i], "--quick") == 0)
                 quick = true;
         }
+        const bool anotherMake = AsAnotherMake(argc, argv);
+        SelectBodies(anotherMake ? std::uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
+        if (anotherMake)
+            TakeAsAnotherMake();
         std::printf("\n%s, on %s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), ProcessorName().c_str(), "",
                     "ours", "beside", "ratio", "limit");
         int result = 0;
@@ -53,6 +61,13 @@ public:
         return result;
     }
 
+    // Whether --another-make is among the options.
+    static bool AsAnotherMake(int argc, char **argv)
+    {
+        return std::any_of(argv, argv + argc,
+                           [](const char *option) { return std::strcmp(option, "--another-make") == 0; });
+    }
+
 private:
     struct Row {
         std::string name;
@@ -60,6 +75,13 @@ private:
         Action ours;
         Action peer;
     };
+
+    void TakeAsAnotherMake()
+    {
+        title_ += ", as another make sees it";
+        for (Row &row : rows_)
+            row.limit = 0;
+    }
 
     static double SecondsOf(const timeval &time)
     {
