@@ -19,12 +19,15 @@ constexpr int kAhead = 8;
 // Channels taken side by side, so that one computes while the other waits for its last sample.
 constexpr int kTogether = 2;
 
+// Samples that are windowed at a time, so that they stay in the first-level cache.
+constexpr size_t kPiece = 1024;
+
 // What one channel needs.
 template <class T>
 struct Analysis {
-    double *r;
+    double *r; // the sums of whole groups of lags
     double *a;
-    double *stretch; // windowed, with zeros behind it for the last group's idle lags
+    double *piece; // windowed samples; what idle lags read behind them doesn't matter
     T *narrowTaps;
     T *line;      // the latest samples before a prediction; the prediction from line[taps] on
     int32_t used; // taps
@@ -35,104 +38,159 @@ struct Analysis {
 template <class T>
 struct Scratch {
     size_t taps; // room for coefficients: the order, at least 1
+    size_t sums; // lags of whole groups
     Analysis<T> channel[kTogether];
 
-    Scratch(size_t length, int32_t channels, int32_t order, size_t before, size_t after)
+    Scratch(int32_t channels, int32_t order, size_t before, size_t after)
     {
         const size_t together = channels < kTogether ? 1 : kTogether;
         taps = order > 1 ? static_cast<size_t>(order) : 1;
+        sums = (taps + kLagGroup) / kLagGroup * kLagGroup;
         const size_t predicted = before > after ? before : after;
-        const size_t doubles = (taps + 1) + taps + (length + kLagGroup);
+        const size_t piece = kPiece + sums;
+        const size_t doubles = sums + taps + piece;
         const size_t narrow = taps + taps + predicted;
         auto *wide =
             static_cast<double *>(Allocate(together * (doubles * sizeof(double) + narrow * sizeof(T))));
         T *rest = reinterpret_cast<T *>(wide + together * doubles);
-        for (size_t i = 0; i < together; ++i, wide += doubles, rest += narrow)
-            channel[i] = {wide, wide + taps + 1, wide + taps + 1 + taps, rest, rest + taps, 0};
-        for (size_t i = 0; i < together; ++i)
-            for (size_t j = 0; j < kLagGroup; ++j)
-                channel[i].stretch[length + j] = 0.0;
+        for (size_t i = 0; i < together; ++i, wide += doubles, rest += narrow) {
+            channel[i] = {wide, wide + sums, wide + sums + taps, rest, rest + taps, 0};
+            for (size_t j = 0; j < piece; ++j)
+                channel[i].piece[j] = 0.0;
+        }
     }
     ~Scratch() { Release(channel[0].r); }
     Scratch(const Scratch &) = delete;
     Scratch &operator=(const Scratch &) = delete;
 };
 
-// Frames `from` to `to` of the channels, under a Welch window: an upturned parabola, 0 just beyond both ends.
-// A narrow counter of frames has a vector conversion to floats.
+// Some channels of the frames, ahead of, in and behind the analysed stretch.
+template <class T>
+struct Channels {
+    T *first; // of the stretch
+    ptrdiff_t stride;
+    [[gnu::always_inline]] T &At(ptrdiff_t frame, int channel) const
+    {
+        return first[frame * stride + channel];
+    }
+};
+
+// Frames first to end of the stretch under a Welch window: an upturned parabola, 0 just beyond both ends. A
+// narrow counter has a vector conversion to floats.
 template <int kChannels, class Counter, class T>
-[[gnu::always_inline]] inline void Window(const T *frames, size_t stride, size_t length, Counter from,
-                                          Counter to, const Analysis<T> *channels)
+[[gnu::always_inline]] inline void Window(const T *frames, size_t stride, size_t length, size_t first,
+                                          size_t end, double *one, double *other)
 {
     const T half = static_cast<T>(static_cast<float>(length + 1) * 0.5f);
-    double *const first = channels[0].stretch;
-    double *const second = channels[kChannels - 1].stretch;
-    for (Counter i = from; i < to; ++i) {
-        const T u = (static_cast<T>(i + 1) - half) / half;
+    const T *frame = frames + first * stride;
+    const auto count = static_cast<Counter>(end - first);
+    for (Counter i = 0; i < count; ++i) {
+        const T u = (static_cast<T>(static_cast<Counter>(first) + i + 1) - half) / half;
         const T window = 1 - u * u;
-        const T *frame = frames + static_cast<size_t>(i) * stride;
-        first[i] = static_cast<double>(frame[0] * window);
+        one[i] = static_cast<double>(frame[static_cast<size_t>(i) * stride] * window);
         if (kChannels == 2)
-            second[i] = static_cast<double>(frame[1] * window);
+            other[i] = static_cast<double>(frame[static_cast<size_t>(i) * stride + 1] * window);
     }
 }
 
+// Puts them at an offset in the channels' pieces.
 template <int kChannels, class T>
-void WindowAll(const T *frames, size_t stride, size_t length, const Analysis<T> *channels)
+void WindowPiece(const Channels<T> &frames, size_t length, size_t first, size_t end,
+                 const Analysis<T> *channels, size_t offset)
 {
-    constexpr size_t kMost = INT32_MAX;
-    const auto narrow = static_cast<int32_t>(length < kMost ? length : kMost);
-    if (stride == kChannels)
-        Window<kChannels>(frames, kChannels, length, 0, narrow, channels);
+    const auto stride = static_cast<size_t>(frames.stride);
+    double *const one = channels[0].piece + offset;
+    double *const other = channels[kChannels - 1].piece + offset;
+    if (end >= INT32_MAX)
+        Window<kChannels, size_t>(frames.first, stride, length, first, end, one, other);
+    else if (stride == kChannels)
+        Window<kChannels, int32_t>(frames.first, kChannels, length, first, end, one, other);
     else
-        Window<kChannels>(frames, stride, length, 0, narrow, channels);
-    Window<kChannels>(frames, stride, length, size_t{INT32_MAX}, length, channels);
+        Window<kChannels, int32_t>(frames.first, stride, length, first, end, one, other);
 }
 
-// r[first] and on, as far as the group and the order go: the sum over i of x[i + lag] * x[i], for each lag in
-// ascending order of i. The group's sums run side by side as long as all of them have a term.
+// Adds x[i + lag] * x[i] to the sum of each lag, for i from 0 to count - 1.
 template <bool kExactProducts>
-void SumLagGroup(const double *x, size_t length, size_t first, size_t end, double *r)
+void AddProducts(const double *x, size_t count, size_t lags, double *sums)
 {
-    double sums[kLagGroup];
-    auto group = Row<double, kLagGroup>{};
-    const size_t common = length > end - 1 ? length - (end - 1) : 0;
-    for (size_t i = 0; i < common; ++i) {
-        if (kExactProducts)
-            group = group.PlusExactProduct(x + i + first, x[i]);
-        else
-            group = group.PlusProduct(x + i + first, x[i]);
-    }
-    group.Store(sums);
-    for (size_t lag = first; lag < end; ++lag) {
-        double sum = sums[lag - first];
-        for (size_t i = common; i + lag < length; ++i)
-            sum = Add(sum, Multiply(x[i + lag], x[i]));
-        r[lag] = sum;
+    for (size_t first = 0; first < lags; first += kLagGroup) {
+        auto group = Row<double, kLagGroup>::Load(sums + first);
+        for (size_t i = 0; i < count; ++i) {
+            if (kExactProducts)
+                group = group.PlusExactProduct(x + i + first, x[i]);
+            else
+                group = group.PlusProduct(x + i + first, x[i]);
+        }
+        group.Store(sums + first);
     }
 }
 
-bool AnyNaN(const double *values, size_t count)
+// The same for the last samples, which fewer and fewer lags have a term for.
+void AddLastProducts(const double *x, size_t count, size_t lags, double *sums)
+{
+    for (size_t lag = 0; lag < lags; ++lag)
+        for (size_t i = 0; i + lag < count; ++i)
+            sums[lag] = Add(sums[lag], Multiply(x[i + lag], x[i]));
+}
+
+// r[lag] is the sum over i of x[i + lag] * x[i], in ascending order of i, x being the windowed stretch.
+template <bool kExactProducts, int kChannels, class T>
+void Autocorrelate(const Channels<T> &frames, size_t length, size_t order, const Scratch<T> &scratch)
+{
+    const Analysis<T> *const channels = scratch.channel;
+    for (int c = 0; c < kChannels; ++c)
+        for (size_t lag = 0; lag < scratch.sums; ++lag)
+            channels[c].r[lag] = 0.0;
+    const size_t common = length > order ? length - order : 0; // samples that all lags have a term for
+    size_t windowed = 0;
+    size_t count = 0;
+    for (size_t first = 0;; first += kPiece) {
+        count = common - first < kPiece ? common - first : kPiece;
+        // The last samples of a piece are the first ones of the next.
+        const size_t kept = windowed - first;
+        const size_t needed = first + count + order < length ? first + count + order : length;
+        if (first != 0)
+            for (int c = 0; c < kChannels; ++c)
+                __builtin_memmove(channels[c].piece, channels[c].piece + kPiece, kept * sizeof(double));
+        WindowPiece<kChannels>(frames, length, windowed, needed, channels, kept);
+        windowed = needed;
+        for (int c = 0; c < kChannels; ++c)
+            AddProducts<kExactProducts>(channels[c].piece, count, scratch.sums, channels[c].r);
+        if (first + count == common)
+            break;
+    }
+    for (int c = 0; c < kChannels; ++c)
+        AddLastProducts(channels[c].piece + count, length - common, order + 1, channels[c].r);
+}
+
+template <class T>
+bool AnyNaN(const Analysis<T> &channel, size_t lags)
 {
     bool any = false;
-    for (size_t i = 0; i < count; ++i)
-        any |= values[i] != values[i];
+    for (size_t lag = 0; lag < lags; ++lag)
+        any |= channel.r[lag] != channel.r[lag];
     return any;
 }
 
-// Samples that were floats have exact products, so that one rounding of product and sum is the same as two.
-// Of several NaNs, though, a fused operation may keep another than the sum does.
-template <bool kWereFloats>
-void Autocorrelate(const double *x, size_t length, int32_t order, double *r)
+// The coefficients of each channel. Products of samples that were floats are exact, so that one rounding of
+// product and sum is the same as two. Of several NaNs, though, a fused operation may keep another than the
+// sum does.
+template <int kChannels, class T>
+void Analyse(const Channels<T> &frames, size_t length, int32_t order, Scratch<T> &scratch)
 {
-    if (order < 0)
-        return;
-    const size_t lags = static_cast<size_t>(order) + 1;
-    for (size_t first = 0; first < lags; first += kLagGroup) {
-        const size_t end = lags - first < kLagGroup ? lags : first + kLagGroup;
-        SumLagGroup<kWereFloats && kFuses>(x, length, first, end, r);
-        if (kWereFloats && kFuses && AnyNaN(r + first, end - first))
-            SumLagGroup<false>(x, length, first, end, r);
+    if (order >= 0) {
+        constexpr bool kExactProducts = kFuses && sizeof(T) == sizeof(float);
+        const auto farthest = static_cast<size_t>(order);
+        Autocorrelate<kExactProducts, kChannels>(frames, length, farthest, scratch);
+        if (kExactProducts && (AnyNaN(scratch.channel[0], farthest + 1) ||
+                               AnyNaN(scratch.channel[kChannels - 1], farthest + 1)))
+            Autocorrelate<false, kChannels>(frames, length, farthest, scratch);
+    }
+    for (int c = 0; c < kChannels; ++c) {
+        Analysis<T> &channel = scratch.channel[c];
+        channel.used = LevinsonDurbin(channel.r, channel.a, order);
+        for (int32_t k = 0; k < channel.used; ++k)
+            channel.narrowTaps[k] = static_cast<T>(channel.a[k]);
     }
 }
 
@@ -234,30 +292,11 @@ void PredictLines(const Analysis<T> *channels, size_t taps, size_t count)
         PredictLine(lines[i], count - done, factors[i], channels[i].used);
 }
 
-// Some channels of the frames, ahead of, in and behind the analysed stretch.
-template <class T>
-struct Channels {
-    T *first; // of the stretch
-    ptrdiff_t stride;
-    [[gnu::always_inline]] T &At(ptrdiff_t frame, int channel) const
-    {
-        return first[frame * stride + channel];
-    }
-};
-
 template <int kChannels, class T>
 void ExtrapolateChannels(Channels<T> frames, size_t length, int32_t order, size_t before, size_t after,
                          Scratch<T> &scratch)
 {
-    WindowAll<kChannels>(frames.first, static_cast<size_t>(frames.stride), length, scratch.channel);
-    for (int i = 0; i < kChannels; ++i) {
-        Analysis<T> &channel = scratch.channel[i];
-        Autocorrelate<sizeof(T) == sizeof(float)>(channel.stretch, length, order, channel.r);
-        channel.used = LevinsonDurbin(channel.r, channel.a, order);
-        for (int32_t k = 0; k < channel.used; ++k)
-            channel.narrowTaps[k] = static_cast<T>(channel.a[k]);
-    }
-
+    Analyse<kChannels>(frames, length, order, scratch);
     const auto taps = static_cast<ptrdiff_t>(scratch.taps);
     const auto end = static_cast<ptrdiff_t>(length);
     if (after != 0) {
@@ -287,7 +326,7 @@ template <class T>
 [[gnu::always_inline]] inline void Extrapolate(T *samples, size_t length, int32_t channels, int32_t order,
                                                size_t before, size_t after)
 {
-    Scratch<T> scratch(length, channels, order, before, after);
+    Scratch<T> scratch(channels, order, before, after);
     int32_t c = 0;
     for (; channels - c >= kTogether; c += kTogether)
         ExtrapolateChannels<kTogether>(Channels<T>{samples + c, channels}, length, order, before, after,
