@@ -4,12 +4,12 @@
 #include <algorithm>
 
 #include "encode/composition_table.h"
+#include "frame/utf16.h"
 
 namespace tonekit {
 namespace {
 
 constexpr char32_t kFirstMark = 0x300;
-constexpr char32_t kReplacement = 0xfffd;
 
 bool InMarkPage(char32_t character)
 {
@@ -47,18 +47,8 @@ bool MayCompose(const tonekit_char16 *text, std::size_t units, uint32_t bits)
     if (bits < kFirstMark)
         return false;
     return std::any_of(text, text + units, [](char32_t unit) {
-        return unit >= kFirstMark && (InMarkPage(unit) || (unit & 0xf800) == 0xd800);
+        return unit >= kFirstMark && (InMarkPage(unit) || IsSurrogate(unit));
     });
-}
-
-char32_t NextCharacter(const tonekit_char16 *&at, const tonekit_char16 *end)
-{
-    const char32_t unit = *at++;
-    if ((unit & 0xf800) != 0xd800)
-        return unit;
-    if (unit >= 0xdc00 || at == end || (*at & 0xfc00) != 0xdc00)
-        return kReplacement;
-    return 0x10000 + ((unit & 0x3ff) << 10 | (*at++ & 0x3ffu));
 }
 
 std::size_t Compose(const tonekit_char16 *text, std::size_t units, tonekit_char16 *out)

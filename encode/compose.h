@@ -16,7 +16,4 @@ bool MayCompose(const tonekit_char16 *text, std::size_t units, uint32_t bits);
 // units written, which are no more than were read.
 std::size_t Compose(const tonekit_char16 *text, std::size_t units, tonekit_char16 *out);
 
-// The next character, with `at` moved behind it; U+FFFD for a surrogate that has no partner.
-char32_t NextCharacter(const tonekit_char16 *&at, const tonekit_char16 *end);
-
 } // namespace tonekit

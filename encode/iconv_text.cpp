@@ -8,12 +8,12 @@
 #include <iconv.h>
 
 #include "encode/new_text.h"
+#include "frame/utf16.h"
 
 namespace tonekit {
 namespace {
 
 constexpr const char *kUtf16 = "UTF-16LE"; // the processor's order, and no byte order mark
-constexpr tonekit_char16 kReplacement = 0xfffd;
 
 // Bytes in memory that grows as they come.
 class GrowingBytes {
@@ -140,18 +140,13 @@ void PutReplacement(Conversion &conversion)
     conversion.Feed(at, at + 1);
     if (out.Used() > before)
         out.DropLastIfZero<tonekit_char16>();
-    out.Put(kReplacement);
+    out.Put(tonekit_char16{kReplacementCharacter});
 }
 
 // Tag characters, U+E0000 to U+E007F, are dropped in silence by some converters.
 bool IsTag(const tonekit_char16 *text)
 {
     return text[0] == 0xdb40 && text[1] >= 0xdc00 && text[1] < 0xdc80;
-}
-
-bool IsHighSurrogate(tonekit_char16 unit)
-{
-    return (unit & 0xfc00) == 0xd800;
 }
 
 void PutQuestionMark(Conversion &conversion)

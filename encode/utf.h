@@ -5,6 +5,13 @@
 #include <tonekit/frame.h>
 
 namespace tonekit {
+
+// Whether a byte of UTF-8 is not the first of its character.
+[[gnu::always_inline]] constexpr bool IsContinuation(uint8_t byte)
+{
+    return (byte & 0xc0) == 0x80;
+}
+
 extern "C" {
 
 // Units before the zero unit; *bits becomes the OR of them all, which tells how long their other forms can

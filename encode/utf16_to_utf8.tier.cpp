@@ -1,7 +1,9 @@
-// utf16_to_utf8.tier.cpp: counts and writes the UTF-8 form of UTF-16 text.
+// utf16_to_utf8.tier.cpp: writes the UTF-8 form of UTF-16 text.
+#include "encode/compact_bytes.h"
 #include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
+#include "frame/utf16.h"
 #include <cstdint>
 #include <cstring>
 
@@ -10,21 +12,6 @@ namespace {
 
 constexpr std::size_t kBlock = 8; // units in a vector
 constexpr std::size_t kTwoBlocks = 2 * kBlock;
-
-inline bool IsHigh(uint32_t unit)
-{
-    return (unit & 0xfc00) == 0xd800;
-}
-
-inline bool IsLow(uint32_t unit)
-{
-    return (unit & 0xfc00) == 0xdc00;
-}
-
-inline void StoreBytes(char *out, uint32_t word)
-{
-    std::memcpy(out, &word, sizeof word);
-}
 
 struct Cursor {
     const tonekit_char16 *in;
@@ -46,14 +33,14 @@ inline void TakeCharacter(Cursor &at)
         put(0x80 | (unit & 0x3f));
         return;
     }
-    if (IsHigh(unit) && at.in < at.end && IsLow(*at.in)) {
-        const uint32_t point = ((unit - 0xd7c0) << 10) + (*at.in++ & 0x3ffu);
+    if (IsHighSurrogate(unit) && at.in < at.end && IsLowSurrogate(*at.in)) {
+        const uint32_t point = JoinSurrogates(unit, *at.in++);
         StoreBytes(at.out, 0x808080f0 | point >> 18 | (point >> 4 & 0x3f00) | (point << 10 & 0x3f0000) |
                                (point << 24 & 0x3f000000));
         at.out += 4;
         return;
     }
-    if (IsHigh(unit) || IsLow(unit))
+    if (IsHighSurrogate(unit) || IsLowSurrogate(unit))
         unit = 0xfffd;
     put(0xe0 | unit >> 12);
     put(0x80 | (unit >> 6 & 0x3f));
@@ -101,115 +88,6 @@ inline void TakeCharacters(Cursor &at, std::size_t units)
     for (const tonekit_char16 *stop = at.in + units; at.in < stop;)
         TakeCharacter(at);
 }
-
-constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write behind its last character
-
-#ifdef __SSSE3__
-
-// For each set of two-byte units among eight: the bytes of their forms that stay, and how many these are.
-struct CompactTable {
-    uint8_t bytes[256][16];
-    uint8_t kept[256];
-
-    constexpr void Keep(unsigned wide, unsigned from)
-    {
-        bytes[wide][kept[wide]++] = static_cast<uint8_t>(from);
-    }
-};
-
-#else
-
-// For each set of two-byte units among eight: where a byte takes the one, then the two bytes up, which
-// closes the gaps among the first four units and among the others; how many bytes stay, and of the first
-// four.
-struct CompactTable {
-    uint8_t fromOneUp[256][16];
-    uint8_t fromTwoUp[256][16];
-    uint8_t kept[256];
-    uint8_t keptLow[256];
-
-    constexpr void Keep(unsigned wide, unsigned from)
-    {
-        const unsigned to = from < 8 ? keptLow[wide]++ : 8u + kept[wide] - keptLow[wide];
-        const unsigned distance = from - to;
-        kept[wide]++;
-        if (distance & 1)
-            fromOneUp[wide][from -= 1] = 0xff;
-        if (distance & 2)
-            fromTwoUp[wide][from -= 2] = 0xff;
-    }
-};
-
-#endif
-
-constexpr CompactTable MakeCompactTable()
-{
-    CompactTable table{};
-    for (unsigned wide = 0; wide < 256; wide++)
-        for (unsigned byte = 0; byte < 16; byte++)
-            if (byte % 2 == 0 || (wide >> byte / 2 & 1))
-                table.Keep(wide, byte);
-    return table;
-}
-
-alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
-
-#ifdef __SSSE3__
-
-// Stores the forms of eight units without gaps; may write kRunAhead bytes more.
-inline char *StoreTwoByteForms(char *out, __m128i forms, uint32_t wide)
-{
-    Store128(out, _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide])));
-    return out + kCompact.kept[wide];
-}
-
-// The same, but writes no byte more.
-inline char *StoreTwoByteFormsOnly(char *out, __m128i forms, uint32_t wide)
-{
-    alignas(16) static const uint8_t kUp[24] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
-                                                12, 13, 14, 15, 15, 15, 15, 15, 15, 15, 15, 15};
-    const __m128i bytes = _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide]));
-    const uint32_t count = kCompact.kept[wide];
-    StoreHalf(out, bytes);
-    StoreHalf(out + count - 8, _mm_shuffle_epi8(bytes, Load128(kUp + count - 8)));
-    return out + count;
-}
-
-#else
-
-// The forms without gaps, those of four units in each half.
-inline __m128i Compact(__m128i forms, uint32_t wide)
-{
-    return MoveDown<8>(forms, kCompact.fromOneUp[wide], kCompact.fromTwoUp[wide]);
-}
-
-// Stores the forms of eight units without gaps; may write kRunAhead bytes more.
-inline char *StoreTwoByteForms(char *out, __m128i forms, uint32_t wide)
-{
-    const __m128i bytes = Compact(forms, wide);
-    StoreHalf(out, bytes);
-    StoreUpperHalf(out + kCompact.keptLow[wide], bytes);
-    return out + kCompact.kept[wide];
-}
-
-// The lower 4 to 8 bytes of a word.
-inline char *StoreFourToEight(char *out, uint64_t word, uint32_t count)
-{
-    StoreBytes(out, static_cast<uint32_t>(word));
-    StoreBytes(out + count - 4, static_cast<uint32_t>(word >> 8 * (count - 4)));
-    return out + count;
-}
-
-// The same, but writes no byte more.
-inline char *StoreTwoByteFormsOnly(char *out, __m128i forms, uint32_t wide)
-{
-    const __m128i bytes = Compact(forms, wide);
-    const uint32_t low = kCompact.keptLow[wide];
-    out = StoreFourToEight(out, LowerHalf(bytes), low);
-    return StoreFourToEight(out, LowerHalf(_mm_unpackhi_epi64(bytes, bytes)), kCompact.kept[wide] - low);
-}
-
-#endif
 
 // The three bytes of four units from 0x800 up, first byte lowest, in 32-bit lanes.
 inline __m128i ThreeByteForms(__m128i units)
@@ -311,38 +189,6 @@ inline bool TakeFourPairs(Cursor &at, __m128i pairs)
     at.in += kBlock;
     at.out += 2 * kBlock;
     return true;
-}
-
-// All ones for each of eight units that is a high surrogate with a low one behind it.
-inline __m128i PairsIn(const tonekit_char16 *text)
-{
-    const __m128i shape = Splat(0xfc00);
-    return _mm_and_si128(_mm_cmpeq_epi16(_mm_and_si128(Load128(text), shape), Splat(0xd800)),
-                         _mm_cmpeq_epi16(_mm_and_si128(Load128(text + 1), shape), Splat(0xdc00)));
-}
-
-inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
-{
-    std::size_t pairs = 0;
-    std::size_t i = 0;
-    while (units - i > kBlock) {
-        const std::size_t blocks = (units - i - 1) / kBlock;
-        const std::size_t stop = i + kBlock * (blocks < 255 ? blocks : 255);
-        __m128i lanes = _mm_setzero_si128();
-#pragma GCC unroll 4
-        for (; i < stop; i += kBlock)
-            lanes = _mm_sub_epi16(lanes, PairsIn(text + i));
-        pairs += SumOfBytes(lanes);
-    }
-    if (i > 0 && i + 1 < units) {
-        const std::size_t left = units - 1 - i;
-        const __m128i last = PairsIn(text + units - 1 - kBlock);
-        const __m128i lanes = _mm_and_si128(last, LastBytes(left * sizeof *text));
-        return pairs + SumOfBytes(_mm_and_si128(lanes, Splat(1)));
-    }
-    for (; i + 1 < units; i++)
-        pairs += IsHigh(text[i]) && IsLow(text[i + 1]);
-    return pairs;
 }
 
 // Takes sixteen units at a time; of text that may have others, as long as all of them are ASCII.
@@ -458,50 +304,7 @@ inline void TakeRest(Cursor &at, bool hasBlockBefore)
         TakeCharacter(at);
 }
 
-// How many bytes sixteen units have beyond one each, in a lane for each unit: one more from 0x80, one more
-// from 0x800.
-inline __m128i MoreBytes(const tonekit_char16 *text)
-{
-    const __m128i above7f =
-        _mm_packs_epi16(_mm_srli_epi16(Load128(text), 7), _mm_srli_epi16(Load128(text + kBlock), 7));
-    const __m128i more = _mm_add_epi8(_mm_cmpgt_epi8(above7f, _mm_setzero_si128()),
-                                      _mm_cmpgt_epi8(above7f, _mm_set1_epi8(0x0f)));
-    return _mm_sub_epi8(_mm_setzero_si128(), more);
-}
-
-inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
-{
-    std::size_t count = 0;
-    std::size_t i = 0;
-    while (units - i >= kTwoBlocks) {
-        const std::size_t blocks = (units - i) / kTwoBlocks;
-        const std::size_t stop = i + kTwoBlocks * (blocks < 127 ? blocks : 127);
-        __m128i lanes = _mm_setzero_si128();
-#pragma GCC unroll 4
-        for (; i < stop; i += kTwoBlocks)
-            lanes = _mm_add_epi8(lanes, MoreBytes(text + i));
-        count += SumOfBytes(lanes);
-    }
-    if (i > 0 && i < units) {
-        const __m128i last = MoreBytes(text + units - kTwoBlocks);
-        return count + SumOfBytes(_mm_and_si128(last, LastBytes(units - i)));
-    }
-    for (; i < units; i++)
-        count += static_cast<std::size_t>((text[i] >= 0x80) + (text[i] >= 0x800));
-    return count;
-}
-
 } // namespace
-
-TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, std::size_t,
-                      (const tonekit_char16 *text, std::size_t units, uint32_t bits))
-{
-    // A unit is one byte, one more from 0x80, one more from 0x800; a pair of surrogates is 4, not 6.
-    if (bits < 0x80)
-        return units;
-    const std::size_t bytes = units + CountMore(text, units);
-    return bits < 0xd800 ? bytes : bytes - 2 * CountPairs(text, units);
-}
 
 TONEKIT_INTERNAL_BODY(Utf16ToUtf8, void,
                       (const tonekit_char16 *text, std::size_t units, uint32_t bits, char *out))

@@ -1,4 +1,5 @@
-// utf8_to_utf16.tier.cpp: counts and writes the UTF-16 form of UTF-8 text.
+// utf8_to_utf16.tier.cpp: writes the UTF-16 form of UTF-8 text.
+#include "encode/compact_units.h"
 #include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
@@ -15,11 +16,6 @@ inline uint32_t Load32(const uint8_t *bytes)
     uint32_t word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
-}
-
-inline bool IsContinuation(uint8_t byte)
-{
-    return (byte & 0xc0) == 0x80;
 }
 
 struct Cursor {
@@ -85,128 +81,6 @@ inline __m128i Continuations(__m128i bytes)
 {
     return _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40));
 }
-
-constexpr std::ptrdiff_t kCompactRoom = 16; // units that the stores of a block may touch
-
-#ifdef __SSSE3__
-
-// For each set of lanes to drop from eight: the bytes of those that stay, and how many lanes these are.
-struct CompactTable {
-    uint8_t bytes[256][16];
-    uint8_t kept[256];
-
-    constexpr void Keep(unsigned dropped, unsigned lane)
-    {
-        const unsigned to = kept[dropped]++;
-        bytes[dropped][2 * to] = static_cast<uint8_t>(2 * lane);
-        bytes[dropped][2 * to + 1] = static_cast<uint8_t>(2 * lane + 1);
-    }
-};
-
-#else
-
-// For each set of lanes to drop from eight: where a lane takes the unit of the one, then the two lanes up,
-// which closes the gaps among the first four lanes and among the others; how many units stay, and of the
-// first four.
-struct CompactTable {
-    uint16_t fromOneUp[256][8];
-    uint16_t fromTwoUp[256][8];
-    uint8_t kept[256];
-    uint8_t keptLow[256];
-
-    constexpr void Keep(unsigned dropped, unsigned lane)
-    {
-        const unsigned to = lane < 4 ? keptLow[dropped]++ : 4u + kept[dropped] - keptLow[dropped];
-        const unsigned distance = lane - to;
-        kept[dropped]++;
-        if (distance & 1)
-            fromOneUp[dropped][lane -= 1] = 0xffff;
-        if (distance & 2)
-            fromTwoUp[dropped][lane -= 2] = 0xffff;
-    }
-};
-
-#endif
-
-constexpr CompactTable MakeCompactTable()
-{
-    CompactTable table{};
-    for (unsigned dropped = 0; dropped < 256; dropped++)
-        for (unsigned lane = 0; lane < 8; lane++)
-            if (!(dropped >> lane & 1))
-                table.Keep(dropped, lane);
-    return table;
-}
-
-alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
-
-inline void StoreTwo(tonekit_char16 *out, uint64_t units)
-{
-    const uint32_t two = static_cast<uint32_t>(units);
-    std::memcpy(out, &two, sizeof two);
-}
-
-// The first count of four units, and at most one unit more, or two if the count is 0.
-inline void StoreUpToFour(tonekit_char16 *out, uint64_t units, uint32_t count)
-{
-    StoreTwo(count > 2 ? out + 2 : out, units >> 32);
-    StoreTwo(out, units);
-}
-
-#ifdef __SSSE3__
-
-// Stores eight units without the dropped ones; may touch eight.
-inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dropped)
-{
-    Store128(out, _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped])));
-    return out + kCompact.kept[dropped];
-}
-
-// The same, but at most one unit more than is kept.
-inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
-{
-    if (dropped == 0xff)
-        return out;
-    const __m128i close = _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
-    const uint32_t count = kCompact.kept[dropped];
-    if (count > 4)
-        StoreUpToFour(out + 4, LowerHalf(_mm_unpackhi_epi64(close, close)), count - 4);
-    StoreUpToFour(out, LowerHalf(close), count);
-    return out + count;
-}
-
-#else
-
-// The units without the dropped ones, those of four lanes in each half.
-inline __m128i Compact(__m128i units, uint32_t dropped)
-{
-    return MoveDown<16>(units, kCompact.fromOneUp[dropped], kCompact.fromTwoUp[dropped]);
-}
-
-// Stores eight units without the dropped ones; may touch eight.
-inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dropped)
-{
-    const __m128i close = Compact(units, dropped);
-    StoreHalf(out, close);
-    StoreUpperHalf(out + kCompact.keptLow[dropped], close);
-    return out + kCompact.kept[dropped];
-}
-
-// The same, but at most one unit more than is kept.
-inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
-{
-    if (dropped == 0xff)
-        return out;
-    const __m128i close = Compact(units, dropped);
-    const uint32_t low = kCompact.keptLow[dropped];
-    const uint32_t count = kCompact.kept[dropped];
-    StoreUpToFour(out, LowerHalf(close), low);
-    if (count > low)
-        StoreUpToFour(out + low, LowerHalf(_mm_unpackhi_epi64(close, close)), count - low);
-    return out + count;
-}
-
-#endif
 
 // Sixteen bytes, and those one and two places before each.
 struct Block {
@@ -459,49 +333,7 @@ inline bool TakeRun(Cursor &at)
     return true;
 }
 
-// How many units the characters that begin in these bytes have, added to the lanes: one for each byte that is
-// no continuation, and one more for F0 and up.
-inline __m128i AddUnits(__m128i lanes, __m128i bytes)
-{
-    const __m128i begins = _mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x41));
-    const __m128i isLong = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8(-0x10)), bytes);
-    return _mm_sub_epi8(_mm_sub_epi8(lanes, begins), isLong);
-}
-
-// The last count bytes of the block that ends at end; the others become continuations, which count as
-// nothing.
-inline __m128i LastOf(const char *end, std::ptrdiff_t count)
-{
-    return Select(LastBytes(static_cast<std::size_t>(count)), Load128(end - kBlock), _mm_set1_epi8(-0x80));
-}
-
 } // namespace
-
-TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::size_t bytes))
-{
-    const char *end = text + bytes;
-    std::size_t units = 0;
-    while (end - text >= kBlock) {
-        // A lane grows by at most 2 a block and is emptied before it can overflow.
-        const std::ptrdiff_t blocks = (end - text) / kBlock;
-        const char *stop = text + kBlock * (blocks < 126 ? blocks : 126);
-        __m128i lanes = _mm_setzero_si128();
-#pragma GCC unroll 4
-        for (; text < stop; text += kBlock)
-            lanes = AddUnits(lanes, Load128(text));
-        if (end - text < kBlock) {
-            lanes = AddUnits(lanes, LastOf(end, end - text));
-            text = end;
-        }
-        units += SumOfBytes(lanes);
-    }
-    for (; text < end; text++) {
-        const uint8_t byte = static_cast<uint8_t>(*text);
-        units += !IsContinuation(byte);
-        units += byte >= 0xf0;
-    }
-    return units;
-}
 
 TONEKIT_INTERNAL_BODY(Utf8ToUtf16, std::size_t,
                       (const char *text, std::size_t bytes, tonekit_char16 *out, std::size_t room,

@@ -2,12 +2,13 @@
 #include "encode/windows_1252.h"
 #include "encode/lanes.h"
 #include "frame/tier.h"
+#include "frame/utf16.h"
 #include <cstdint>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr tonekit_char16 kReplacement = 0xfffd;
+constexpr tonekit_char16 kReplacement = kReplacementCharacter;
 
 // Bytes 80 to 9F; all others stand for the character of their own number.
 constexpr tonekit_char16 kMiddle[32] = {
@@ -34,7 +35,7 @@ inline char ByteOf(tonekit_char16 unit)
 
 inline bool IsPair(const tonekit_char16 *text)
 {
-    return (text[0] & 0xfc00) == 0xd800 && (text[1] & 0xfc00) == 0xdc00;
+    return IsHighSurrogate(text[0]) && IsLowSurrogate(text[1]);
 }
 
 // Whether all units are below 0x100 and none is from 0x80 to 0x9F, so that their low bytes are their bytes.

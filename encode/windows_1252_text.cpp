@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "encode/compose.h"
 #include "encode/new_text.h"
 #include "encode/windows_1252.h"
+#include "frame/utf16.h"
 
 namespace tonekit {
 namespace {

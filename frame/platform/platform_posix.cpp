@@ -4,6 +4,7 @@
 #include <string>
 
 #include "frame/platform.h"
+#include "frame/utf16.h"
 
 namespace tonekit {
 
@@ -56,29 +57,6 @@ void *ThreadPointer()
 
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-bool IsHighSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool IsLowSurrogate(char16_t unit)
-{
-    return unit >= 0xDC00 && unit < 0xE000;
-}
-
-// Takes one character off the text; a lone surrogate counts as U+FFFD.
-char32_t NextCharacter(const char16_t *&text)
-{
-    const char16_t unit = *text++;
-    if (IsHighSurrogate(unit) && IsLowSurrogate(*text))
-        return 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{*text++} - 0xDC00);
-    if (IsHighSurrogate(unit) || IsLowSurrogate(unit))
-        return kReplacement;
-    return unit;
-}
-
 void AppendUtf8(std::string &bytes, char32_t character)
 {
     if (character < 0x80) {
@@ -98,9 +76,10 @@ std::FILE *OpenForReading(const tonekit_char16 *path)
 {
     if (!path)
         return nullptr;
+    const tonekit_char16 *const end = path + std::char_traits<tonekit_char16>::length(path);
     std::string name;
-    while (*path)
-        AppendUtf8(name, NextCharacter(path));
+    while (path < end)
+        AppendUtf8(name, NextCharacter(path, end));
     return std::fopen(name.c_str(), "rbe");
 }
 
