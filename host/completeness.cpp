@@ -4,79 +4,22 @@
 // libsndfile is lenient here: it takes what is there. A listener whose download broke off wants to know.
 #include "host/completeness.h"
 
+#include "host/completeness_rare.h"
+#include "host/header_bytes.h"
+
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <system_error>
+#include <optional>
 #include <vector>
 
 namespace tonekit::host {
 
 namespace {
 
-// Reads numbers of a header; past the end of the file all of them are 0 and ok() is false.
-class HeaderBytes {
-public:
-    explicit HeaderBytes(File &file) : file_(file) { Check(file_.Size(size_)); }
-
-    uint64_t size() const { return size_; }
-    bool ok() const { return ok_; }
-
-    bool Has(uint64_t position, const char *text)
-    {
-        char found[16] = {};
-        const size_t length = std::strlen(text);
-        return Fetch(position, found, length) && std::memcmp(found, text, length) == 0;
-    }
-
-    uint64_t Little(uint64_t position, int bytes) { return Number(position, bytes, false); }
-    uint64_t Big(uint64_t position, int bytes) { return Number(position, bytes, true); }
-
-    bool Fetch(uint64_t position, void *buffer, size_t length)
-    {
-        size_t got = 0;
-        // Broken headers lead beyond every file.
-        if (position > static_cast<uint64_t>(INT64_MAX))
-            return ok_ = false;
-        Check(file_.SeekTo(position));
-        Check(file_.Read(buffer, length, got));
-        return ok_ = got == length;
-    }
-
-private:
-    static void Check(const std::error_code &error)
-    {
-        if (error)
-            throw std::system_error(error);
-    }
-
-    uint64_t Number(uint64_t position, int bytes, bool bigEndian)
-    {
-        unsigned char found[8] = {};
-        if (!Fetch(position, found, static_cast<size_t>(bytes)))
-            return 0;
-        if (bigEndian)
-            std::reverse(found, found + bytes);
-        uint64_t number = 0;
-        for (int i = bytes - 1; i >= 0; i--)
-            number = number << 8 | found[i];
-        return number;
-    }
-
-    File &file_;
-    uint64_t size_ = 0;
-    bool ok_ = true;
-};
-
 // A broken file could have chunks of no size for ever.
 constexpr int kMostChunks = 10000;
 
 constexpr uint64_t kUnknown32 = 0xFFFFFFFF;
-
-uint64_t Shortfall(uint64_t end, uint64_t size)
-{
-    return end > size ? end - size : 0;
-}
 
 // Walks chunks of a four-letter name and a 32-bit size until `wanted`; answers with the bytes missing from
 // it.
@@ -117,6 +60,11 @@ uint64_t MissingFromRf64(HeaderBytes &bytes)
 uint64_t MissingFromAiff(HeaderBytes &bytes)
 {
     return MissingFromChunk(bytes, "SSND", true, 0);
+}
+
+uint64_t MissingFromSvx(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "BODY", true, 0);
 }
 
 // Chunks with names of 16 bytes; sizes of 64 bits count the 24 bytes of name and size too.
@@ -219,12 +167,16 @@ uint64_t MissingBytes(File &file)
         return MissingFromW64(bytes);
     if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
         return MissingFromAiff(bytes);
+    if (bytes.Has(0, "FORM") && (bytes.Has(8, "8SVX") || bytes.Has(8, "16SV")))
+        return MissingFromSvx(bytes);
     if (bytes.Has(0, ".snd"))
         return MissingFromAu(bytes);
     if (bytes.Has(0, "caff"))
         return MissingFromCaf(bytes);
     if (bytes.Has(0, "OggS"))
         return MissingFromOgg(bytes);
+    if (const std::optional<uint64_t> missing = MissingFromRareType(bytes))
+        return *missing;
     return MissingFromMp3(bytes);
 }
 
