@@ -43,7 +43,8 @@ class Batch {
 public:
     Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console)
         : options_(options), extras_(extras), jobs_(jobs), console_(console), reports_(jobs.size()),
-          pending_(jobs.size()), interrupted_(jobs.size()), finished_(jobs.size()),
+          pending_(jobs.size()), interrupted_(jobs.size()),
+          workers_(std::min<size_t>(options.jobs.value_or(cores_), jobs.size())), finished_(jobs.size()),
           progress_(options.progress == ProgressChoice::Json ? static_cast<ProgressView &>(lines_) : console,
                     ProgressFiles(jobs))
     {
@@ -57,12 +58,10 @@ public:
 
     void Run()
     {
-        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-        const size_t count = std::min<size_t>(options_.jobs.value_or(cores), jobs_.size());
         {
             std::vector<std::jthread> helpers;
             try {
-                for (size_t i = 1; i < count; i++)
+                for (size_t i = 1; i < workers_; i++)
                     helpers.emplace_back([this] { Work(); });
             } catch (const std::exception &) {
                 // The system starts no more: those that there are do all the work.
@@ -94,6 +93,16 @@ private:
             ConvertOne(i);
     }
 
+    // A file has threads of its own where there are two cores for each file that will be in work beside it.
+    Threads ThreadsOfAFile()
+    {
+        const size_t ended = ended_; // before those that begin meanwhile
+        const size_t begun = std::min<size_t>(next_, jobs_.size());
+        const size_t inWork = begun - ended;
+        const size_t together = std::min(workers_, inWork + (jobs_.size() - begun));
+        return 2 * together <= cores_ ? Threads::Several : Threads::One;
+    }
+
     void ConvertOne(size_t index)
     {
         const Job &job = jobs_[index];
@@ -101,21 +110,22 @@ private:
             if (!job.error.empty())
                 throw Failure(job.error);
             progress_.Report(index, 0, 0);
-            const auto begin = [&] {
-                pending_[index] =
-                    BeginFile(options_, extras_, job, [this, index](double done, double audioSeconds) {
-                        progress_.Report(index, done, audioSeconds);
-                    });
+            const auto begin = [&](Threads threads) {
+                const ProgressSink report = [this, index](double done, double audioSeconds) {
+                    progress_.Report(index, done, audioSeconds);
+                };
+                pending_[index] = BeginFile(options_, extras_, job, report, threads);
             };
             try {
                 const std::shared_lock together(memory_);
-                return begin();
+                return begin(ThreadsOfAFile());
             } catch (const std::bad_alloc &) {
                 // Memory that isn't enough for all at once may be enough for one after another.
             }
             const std::unique_lock alone(memory_);
-            begin();
+            begin(Threads::One);
         });
+        ended_++;
         const auto album = albums_.find(job.album);
         if (album == albums_.end())
             FinishOne(index, std::nullopt);
@@ -213,9 +223,11 @@ private:
     const Extras &extras_;
     const std::vector<Job> &jobs_;
     Console &console_;
+    const size_t cores_ = std::max(1u, std::thread::hardware_concurrency());
     std::vector<ConversionReport> reports_;
     std::vector<std::unique_ptr<PendingFile>> pending_;
     std::vector<char> interrupted_; // not bool, of which several share a byte
+    const size_t workers_;          // files at a time, at most
     std::map<std::string, Album> albums_;
     std::shared_mutex memory_; // held by a file that needs all of it, shared by the others
     std::mutex mutex_;         // of what follows
@@ -224,6 +236,7 @@ private:
     ProgressJson lines_;
     Progress progress_;
     std::atomic<size_t> next_{0};
+    std::atomic<size_t> ended_{0}; // of those before next_, but for their tags
 };
 
 } // namespace

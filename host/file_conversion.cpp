@@ -10,6 +10,7 @@
 #include "host/paths.h"
 #include "host/plan.h"
 #include "host/platform.h"
+#include "host/read_ahead.h"
 #include "host/result_taps.h"
 #include "host/safe_output.h"
 #include "host/sample_guard.h"
@@ -26,13 +27,15 @@ namespace tonekit::host {
 namespace {
 
 constexpr uint32_t kReadFrames = 16384;
+constexpr uint64_t kShortFrames = 4 * kReadFrames; // over before threads are of any use
 
 class FileConversion : public PendingFile {
 public:
     FileConversion(const Options &options, const Extras &extras, SampleSource &source, const Job &job,
-                   const ProgressSink &progress)
+                   const ProgressSink &progress, Threads threads)
         : options_(options), extras_(extras), job_(job), progress_(progress), source_(source),
-          inputKind_(source.tagKind())
+          inputKind_(source.tagKind()),
+          ownThreads_(threads == Threads::Several && (source.frames() == 0 || source.frames() > kShortFrames))
     {
         if (!options.inPlace && AreSameFile(job.input, job.output))
             throw Failure(Utf8Name(job.output) + ": input and output are the same file");
@@ -54,8 +57,8 @@ public:
 
     // The same with a source of its own.
     FileConversion(const Options &options, const Extras &extras, std::unique_ptr<SampleSource> source,
-                   const Job &job, const ProgressSink &progress)
-        : FileConversion(options, extras, *source, job, progress)
+                   const Job &job, const ProgressSink &progress, Threads threads)
+        : FileConversion(options, extras, *source, job, progress, threads)
     {
         owned_ = std::move(source);
     }
@@ -119,7 +122,7 @@ private:
     {
         AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target,
                            plan_.encoder);
-        ResultTaps taps(options_, plan_.target, &writer);
+        ResultTaps taps(options_, plan_.target, &writer, ownThreads_);
         Pump(taps);
         CheckLength(taps.frames());
         writer.Finish();
@@ -131,7 +134,7 @@ private:
     // The coded audio stays as it is; samples are only read if something is to be measured.
     void Copy(SafeOutput &output)
     {
-        ResultTaps taps(options_, plan_.target, nullptr);
+        ResultTaps taps(options_, plan_.target, nullptr, ownThreads_);
         if (taps.Measures())
             Pump(taps);
         File file = output.Create();
@@ -147,6 +150,21 @@ private:
     // Sends all samples through.
     void Pump(ResultTaps &taps)
     {
+        try {
+            Convert(taps);
+        } catch (const Interrupted &) {
+            throw;
+        } catch (...) {
+            // An earlier block may have failed meanwhile; what fails first is what is said.
+            taps.Finish();
+            throw;
+        }
+        taps.Finish();
+    }
+
+    // Reads and converts on this thread and, where the file has threads of its own, on others beside it.
+    void Convert(ResultTaps &taps)
+    {
         // A number that is none would spoil a whole stretch in the resampler already.
         const double loudest = plan_.copyFile ? 0 : plan_.container->loudest;
         SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
@@ -159,24 +177,27 @@ private:
         std::optional<HdcdStream> hdcd;
         if (!plan_.copySamples)
             converter.emplace(options_, plan_);
-        if (plan_.decodeHdcd)
+        if (plan_.decodeHdcd) {
             hdcd.emplace();
+            LeadIn(*hdcd);
+        }
 
-        std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
-        if (hdcd)
-            LeadIn(*hdcd, block);
+        // A thread that waits for a pipe or a caller's memory could not be stopped.
+        std::error_code error;
+        ReadAhead blocks(source_, kReadFrames,
+                         ownThreads_ && std::filesystem::is_regular_file(job_.input, error));
         uint64_t done = 0;
-        while (const uint32_t frames = source_.Read(block.data(), kReadFrames)) {
-            const void *samples = block.data();
+        for (ReadAhead::Block block = blocks.Next(); block.frames > 0; block = blocks.Next()) {
+            const void *samples = block.samples;
             if (loudest > 0)
-                samples = before.Guarded(samples, size_t{frames} * plan_.source.channels);
+                samples = before.Guarded(samples, size_t{block.frames} * plan_.source.channels);
             if (hdcd)
-                samples = hdcd->Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
+                samples = hdcd->Decode(reinterpret_cast<const int16_t *>(block.samples), block.frames);
             if (converter)
-                converter->Write(samples, frames, sink);
+                converter->Write(samples, block.frames, sink);
             else
-                sink(samples, frames);
-            done += frames;
+                sink(samples, block.frames);
+            done += block.frames;
             ReportProgress(done);
         }
         if (converter)
@@ -188,8 +209,9 @@ private:
     }
 
     // What a code in the samples asks for lasts beyond it, into a part that begins later.
-    void LeadIn(HdcdStream &hdcd, std::vector<uint8_t> &block)
+    void LeadIn(HdcdStream &hdcd)
     {
+        std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
         while (const uint32_t frames = source_.ReadBefore(block.data(), kReadFrames)) {
             hdcd.Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
             if (InterruptNoted())
@@ -277,6 +299,7 @@ private:
     std::unique_ptr<SampleSource> owned_;
     SampleSource &source_; // until all is read
     TagKind inputKind_;
+    const bool ownThreads_;
     std::optional<SafeOutput> output_;
     Plan plan_;
     ConversionReport report_;
@@ -323,13 +346,13 @@ ConversionReport CopyPlainly(const Options &options, const Job &job, const Progr
 } // namespace
 
 std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
-                                       const ProgressSink &progress)
+                                       const ProgressSink &progress, Threads threads)
 {
     if (!job.skipped.empty())
         return std::make_unique<DoneFile>(ReportOfNames(options, job));
     if (job.plainCopy)
         return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
-    auto file = std::make_unique<FileConversion>(options, extras, OpenInput(job), job, progress);
+    auto file = std::make_unique<FileConversion>(options, extras, OpenInput(job), job, progress, threads);
     file->Produce();
     return file;
 }
@@ -337,13 +360,13 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress)
 {
-    return BeginFile(options, extras, job, progress)->Finish(std::nullopt);
+    return BeginFile(options, extras, job, progress, Threads::One)->Finish(std::nullopt);
 }
 
 ConversionReport ConvertSamples(const Options &options, const Extras &extras, SampleSource &source,
                                 const Job &job, const ProgressSink &progress)
 {
-    FileConversion conversion(options, extras, source, job, progress);
+    FileConversion conversion(options, extras, source, job, progress, Threads::One);
     conversion.Produce();
     return conversion.Finish(std::nullopt);
 }

@@ -43,12 +43,16 @@ public:
     virtual ConversionReport Finish(const std::optional<Loudness> &album) = 0;
 };
 
+// Whether a file is read, converted, measured and written on the calling thread alone, or on one for each.
+// The results are the same.
+enum class Threads { One, Several };
+
 // Converts, copies or skips the file, or finds out what would be done in a dry run. What is given here must
 // live as long as the result. Throws Failure or Interrupted; the output then is as it was before.
 std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
-                                       const ProgressSink &progress);
+                                       const ProgressSink &progress, Threads threads);
 
-// Begins and finishes the file.
+// Begins and finishes the file on one thread.
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
                              const ProgressSink &progress);
 

@@ -6,6 +6,7 @@
 #include "host/options.h"
 #include "host/report.h"
 #include "host/sample_digest.h"
+#include "host/side_sink.h"
 
 #include <cstdint>
 #include <optional>
@@ -15,21 +16,28 @@ namespace tonekit::host {
 // Frames are written, if there is a writer, and measured on the way as the options ask.
 class ResultTaps {
 public:
-    // `writer` may be null.
-    ResultTaps(const Options &options, const AudioFormat &format, AudioWriter *writer);
+    // `writer` may be null. With `ownThreads` it has a thread of its own, and so has all that is measured.
+    ResultTaps(const Options &options, const AudioFormat &format, AudioWriter *writer, bool ownThreads);
 
+    // What fails on another thread is thrown by a later call.
     void Take(const void *samples, uint32_t frames);
+    // Waits until all is written and measured.
+    void Finish();
     void Tell(ConversionReport &report);
     uint64_t frames() const { return frames_; }
     // Whether the options ask for anything to be measured.
     bool Measures() const { return loudness_ || digest_; }
 
 private:
+    void Measure(const void *samples, uint32_t frames);
+
     AudioFormat format_;
-    AudioWriter *writer_;
     std::optional<LoudnessMeter> loudness_;
     std::optional<SampleDigest> digest_;
     uint64_t frames_ = 0;
+    // Their threads end before what they use.
+    std::optional<SideSink> writing_;
+    std::optional<SideSink> measuring_;
 };
 
 } // namespace tonekit::host

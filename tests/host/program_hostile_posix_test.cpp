@@ -131,5 +131,35 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
         EXPECT_TRUE(fs::exists(folder / ("out/" + std::to_string(i) + ".wav")));
 }
 
+TEST(Circumstances, AFileDoesWithTheThreadsThatThereIsMemoryFor)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need room of their own";
+#endif
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 200000));
+    const auto convert = [&](unsigned long mebibytes) {
+        return RunHostUnder({.memoryLimit = mebibytes << 20},
+                            {"-q", "-r", "48000", folder / "a.wav", folder / "b.flac"});
+    };
+    ASSERT_EQ(convert(1000).status, 0);
+    const std::string expected = ReadText(folder / "b.flac");
+    int done = 0;
+    int failed = 0;
+    for (unsigned long mebibytes = 30; mebibytes < 110; mebibytes += 4) {
+        WriteText(folder / "b.flac", "precious");
+        const Outcome outcome = convert(mebibytes);
+        // Before the program itself begins, the loader has its own words.
+        ASSERT_TRUE(outcome.status == 0 || outcome.status == 1 || outcome.status == 127)
+            << mebibytes << ": " << outcome.status << outcome.err;
+        EXPECT_TRUE(ReadText(folder / "b.flac") == (outcome.status == 0 ? expected : "precious"))
+            << mebibytes;
+        (outcome.status == 0 ? done : failed)++;
+        EXPECT_EQ(folder.Names().size(), 2u) << mebibytes;
+    }
+    EXPECT_GT(done, 0);
+    EXPECT_GT(failed, 0);
+}
+
 } // namespace
 } // namespace tonekit::host::test

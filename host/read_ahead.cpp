@@ -1,0 +1,81 @@
+// read_ahead.cpp: a ring of blocks between the thread that reads and the one that asks.
+#include "host/read_ahead.h"
+
+#include <system_error>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr size_t kBlocks = 4;
+
+} // namespace
+
+ReadAhead::ReadAhead(SampleSource &source, uint32_t framesOfBlock, bool ownThread)
+    : source_(source), framesOfBlock_(framesOfBlock), slots_(ownThread ? kBlocks : 1)
+{
+    for (Slot &slot : slots_)
+        slot.samples.resize(size_t{framesOfBlock} * source.format().FrameBytes());
+    if (!ownThread)
+        return;
+    try {
+        thread_ = std::thread([this] { Work(); });
+    } catch (const std::system_error &) {
+        // The system starts no more.
+    }
+}
+
+ReadAhead::~ReadAhead()
+{
+    if (!thread_.joinable())
+        return;
+    {
+        const std::lock_guard lock(mutex_);
+        stopped_ = true;
+    }
+    changed_.notify_all();
+    thread_.join();
+}
+
+void ReadAhead::Work()
+{
+    for (bool more = true; more;) {
+        {
+            std::unique_lock lock(mutex_);
+            changed_.wait(lock, [&] { return stopped_ || read_ - used_ < slots_.size(); });
+            if (stopped_)
+                return;
+        }
+        // Only this thread changes read_, and nobody else uses a slot beyond it.
+        Slot &slot = slots_[read_ % slots_.size()];
+        try {
+            slot.frames = source_.Read(slot.samples.data(), framesOfBlock_);
+        } catch (...) {
+            slot.failure = std::current_exception();
+        }
+        more = !slot.failure && slot.frames > 0;
+        {
+            const std::lock_guard lock(mutex_);
+            read_++;
+        }
+        changed_.notify_all();
+    }
+}
+
+ReadAhead::Block ReadAhead::Next()
+{
+    if (!thread_.joinable())
+        return {slots_[0].samples.data(), source_.Read(slots_[0].samples.data(), framesOfBlock_)};
+    std::unique_lock lock(mutex_);
+    if (given_)
+        used_++;
+    given_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [&] { return read_ > used_; });
+    Slot &slot = slots_[used_ % slots_.size()];
+    if (slot.failure)
+        std::rethrow_exception(slot.failure);
+    return {slot.samples.data(), slot.frames};
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,54 @@
+// read_ahead.h: reads samples on a thread of its own, some blocks ahead of those who need them.
+#pragma once
+
+#include "host/sample_source.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace tonekit::host {
+
+// Gives the blocks that the source itself would give, and its failure after the last whole one of them. The
+// source belongs to this object until the end.
+class ReadAhead {
+public:
+    // Without `ownThread`, or where the system starts none, each block is read when it is asked for.
+    ReadAhead(SampleSource &source, uint32_t framesOfBlock, bool ownThread);
+    ReadAhead(const ReadAhead &) = delete;
+    ReadAhead &operator=(const ReadAhead &) = delete;
+    // Waits for the block that is being read.
+    ~ReadAhead();
+
+    // The next block, valid until the next call; no frames at the end. Throws what the source throws.
+    struct Block {
+        uint8_t *samples;
+        uint32_t frames;
+    };
+    Block Next();
+
+private:
+    struct Slot {
+        std::vector<uint8_t> samples;
+        uint32_t frames = 0;
+        std::exception_ptr failure;
+    };
+
+    void Work();
+
+    SampleSource &source_;
+    const uint32_t framesOfBlock_;
+    std::vector<Slot> slots_;
+    std::mutex mutex_; // of what follows
+    std::condition_variable changed_;
+    uint64_t read_ = 0; // blocks that were read; block i is in slot i modulo their number
+    uint64_t used_ = 0; // blocks that were given away and are no longer in use
+    bool given_ = false;
+    bool stopped_ = false;
+    std::thread thread_;
+};
+
+} // namespace tonekit::host
