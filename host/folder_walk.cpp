@@ -20,37 +20,6 @@ namespace fs = std::filesystem;
 constexpr const char *kOtherExtensions[] = {"mp1", "mp2", "wavex", "aifc", "sph",  "nist", "voc",
                                             "avr", "paf", "fap",   "svx",  "8svx", "pvf",  "sd2"};
 
-bool HasAudioExtension(const fs::path &path)
-{
-    std::string extension = Utf8Name(path.extension());
-    if (extension.size() < 2)
-        return false;
-    extension.erase(0, 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return std::tolower(c); });
-    return ContainerByExtension(extension) ||
-           std::find(std::begin(kOtherExtensions), std::end(kOtherExtensions), extension) !=
-               std::end(kOtherExtensions);
-}
-
-// For names without an extension, as downloads have them.
-bool StartsAsAudio(const fs::path &path)
-{
-    char bytes[12] = {};
-    size_t got = 0;
-    File file;
-    if (!path.extension().empty() || file.OpenToRead(path) || file.Read(bytes, sizeof(bytes), got) ||
-        got < sizeof(bytes))
-        return false;
-    const auto has = [&](size_t place, const char *text) {
-        return std::memcmp(bytes + place, text, std::strlen(text)) == 0;
-    };
-    const bool wave = (has(0, "RIFF") || has(0, "RF64")) && has(8, "WAVE");
-    const bool aiff = has(0, "FORM") && has(8, "AIF");
-    return wave || aiff || has(0, "fLaC") || has(0, "OggS") || has(0, "caff") || has(0, ".snd") ||
-           has(0, "ID3");
-}
-
 class Walk {
 public:
     Walk(fs::path root, fs::path excluded) : root_(std::move(root)), excluded_(std::move(excluded)) {}
@@ -112,6 +81,36 @@ private:
 };
 
 } // namespace
+
+bool HasAudioExtension(const fs::path &path)
+{
+    std::string extension = Utf8Name(path.extension());
+    if (extension.size() < 2)
+        return false;
+    extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    return ContainerByExtension(extension) ||
+           std::find(std::begin(kOtherExtensions), std::end(kOtherExtensions), extension) !=
+               std::end(kOtherExtensions);
+}
+
+bool StartsAsAudio(const fs::path &path)
+{
+    char bytes[12] = {};
+    size_t got = 0;
+    File file;
+    if (!path.extension().empty() || file.OpenToRead(path) || file.Read(bytes, sizeof(bytes), got) ||
+        got < sizeof(bytes))
+        return false;
+    const auto has = [&](size_t place, const char *text) {
+        return std::memcmp(bytes + place, text, std::strlen(text)) == 0;
+    };
+    const bool wave = (has(0, "RIFF") || has(0, "RF64")) && has(8, "WAVE");
+    const bool aiff = has(0, "FORM") && has(8, "AIF");
+    return wave || aiff || has(0, "fLaC") || has(0, "OggS") || has(0, "caff") || has(0, ".snd") ||
+           has(0, "ID3");
+}
 
 std::vector<FoundFile> WalkFolder(const fs::path &folder, const fs::path &excluded)
 {

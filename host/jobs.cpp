@@ -139,9 +139,7 @@ public:
     {
         if (!file.audio)
             return folder_ / file.relative;
-        fs::path name = file.relative;
-        if (options_.type)
-            name.replace_extension(ContainerOf(*options_.type).extensions[0]);
+        fs::path name = OutputName(options_, file.relative);
         if (template_) {
             const auto tags = TagsOf(options_, file.path);
             const auto lookup = [&](const std::string &key) {
@@ -283,6 +281,14 @@ void GroupByAlbum(const Options &options, std::vector<Job> &jobs)
 }
 
 } // namespace
+
+fs::path OutputName(const Options &options, const fs::path &name)
+{
+    fs::path result = name;
+    if (options.type)
+        result.replace_extension(ContainerOf(*options.type).extensions[0]);
+    return result;
+}
 
 std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
 {

@@ -17,6 +17,10 @@ std::vector<Job> MakeJobs(const Options &options);
 // The pair of an input that may be anything, and the output that the options name. Throws UsageError.
 Job JobFor(const Options &options, const std::filesystem::path &input);
 
+// The name that a file has in the folder of results, before a template of names: its own, with the extension
+// of the type that the options name.
+std::filesystem::path OutputName(const Options &options, const std::filesystem::path &name);
+
 // The files that --info looks at: the inputs, with the audio files of folders among them. What is missing, or
 // can't be read, is among them too.
 std::vector<std::filesystem::path> FilesToLookAt(const Options &options);

@@ -2,6 +2,7 @@
 #include "host/bodies.h"
 #include "host/failure.h"
 #include "host/option_table.h"
+#include "python/src/archives.h"
 #include "python/src/files.h"
 #include "python/src/image.h"
 #include "python/src/measurements.h"
@@ -113,6 +114,7 @@ NB_MODULE(_core, module)
     BindFiles(module);
     BindMeasurements(module);
     BindImage(module);
+    BindArchives(module);
     module.def(
         "check_option",
         [](const std::string &name, const std::string &value) {
