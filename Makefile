@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test faults bench install uninstall deb dist wheel test-python bench-python windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test faults bench install uninstall deb dist wheel test-python test-batch bench-python windows windows-zip test-windows quality site test-site \
         fuzz format check-format clean
 
 PREFIX ?= /usr/local
@@ -20,6 +20,7 @@ help:
 	@echo "make dist                                    a release archive in $(BUILD)/dist, the same to the byte from one commit"
 	@echo "make wheel                                   build the Python package: build/wheel/*.whl and *.tar.gz"
 	@echo "make test-python                             build it, install it in a fresh environment and test it there"
+	@echo "make test-batch                              test the conversion of archives at length, with a cluster of Ray"
 	@echo "make bench-python                            measure it beside other resamplers of Python"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make windows-zip                             pack the Windows build into build-windows/dist"
@@ -84,7 +85,10 @@ bench-python: wheel
 	@scripts/python/bench $(BUILD)/wheel $(ARGS)
 
 test-python: wheel
-	@scripts/python/test $(BUILD)/wheel
+	@scripts/python/test $(BUILD)/wheel batch python/tests
+
+test-batch: wheel
+	@scripts/python/test $(BUILD)/wheel ray -m "long or not long" --durations=5 python/tests/batch
 
 faults:
 	@scripts/ensure_packages build test

@@ -52,12 +52,17 @@ class WriteOptions(ConvertOptions, MeasureOptions, total=False):
     no_tags: bool
 
 
-class FileOptions(WriteOptions, total=False):
-    """Options of convert_file."""
+class ArchiveOptions(WriteOptions, total=False):
+    """Options of tonekit.batch.run."""
 
     rate: int | str | None
     start: int | str | None
     end: int | str | None
+
+
+class FileOptions(ArchiveOptions, total=False):
+    """Options of convert_file."""
+
     name: str | None
     update: bool
     no_clobber: bool

@@ -1,0 +1,66 @@
+"""A store that speaks S3, on this machine, which can be made to fail and to be slow."""
+
+from __future__ import annotations
+
+import os
+import threading
+import time
+from collections.abc import Iterable
+from types import TracebackType
+from typing import Any
+
+import pytest
+
+_moto = pytest.importorskip("moto.server", reason="moto[server] isn't installed")
+pytest.importorskip("s3fs", reason="tonekit[batch] isn't installed")
+
+
+class S3Server:
+    """moto's S3 behind a layer that spoils answers."""
+
+    def __init__(self) -> None:
+        from werkzeug.serving import make_server
+
+        self._app = _moto.DomainDispatcherApplication(_moto.create_backend_app)
+        self._server = make_server("127.0.0.1", 0, self._answer, threaded=True)
+        self._thread = threading.Thread(target=self._server.serve_forever, daemon=True)
+        self._lock = threading.Lock()
+        self.fail_every = 0  # one of so many answers is an error
+        self.slow_every = 0  # one of so many takes a second longer
+        self.requests = 0
+        self.failures = 0
+        self.puts: dict[str, int] = {}  # whole uploads by name
+        self.url = f"http://127.0.0.1:{self._server.server_port}"
+        self.storage = {"s3": {"endpoint_url": self.url, "key": "testing", "secret": "testing"}}
+
+    def environment(self) -> dict[str, str]:
+        return {
+            **os.environ,
+            "AWS_ENDPOINT_URL": self.url,
+            "AWS_ACCESS_KEY_ID": "testing",
+            "AWS_SECRET_ACCESS_KEY": "testing",
+            "AWS_DEFAULT_REGION": "us-east-1",
+        }
+
+    def _answer(self, environ: dict[str, Any], start_response: Any) -> Iterable[bytes]:
+        with self._lock:
+            self.requests += 1
+            number = self.requests
+            if environ["REQUEST_METHOD"] == "PUT":
+                self.puts[environ["PATH_INFO"]] = self.puts.get(environ["PATH_INFO"], 0) + 1
+        if self.slow_every and number % self.slow_every == 0:
+            time.sleep(1.0)
+        if self.fail_every and number % self.fail_every == 0:
+            self.failures += 1
+            environ["wsgi.input"].read(int(environ.get("CONTENT_LENGTH") or 0))
+            start_response("500 Internal Server Error", [("Content-Type", "application/xml")])
+            return [b"<Error><Code>InternalError</Code><Message>We encountered an internal error.</Message></Error>"]
+        return self._app(environ, start_response)  # type: ignore[no-any-return]
+
+    def __enter__(self) -> S3Server:
+        self._thread.start()
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
+        self._server.shutdown()
+        self._thread.join()

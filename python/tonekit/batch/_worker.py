@@ -1,0 +1,48 @@
+"""A worker process of the local engine: ``python -m tonekit.batch._worker SOCKET MARK``, started by the engine alone."""
+
+from __future__ import annotations
+
+import os
+import signal
+import struct
+import sys
+import time
+from multiprocessing.connection import Connection
+from typing import Any
+
+from ._work import Worker
+
+MARK = struct.Struct("=qq")  # number of the group, and of the file of it, that are in work
+_REPORT_SECONDS = 0.1
+
+
+def _leave(*_: object) -> None:
+    raise SystemExit(0)
+
+
+def serve(connection: Connection[Any, Any], mark: int) -> None:
+    """Does the groups that come until there are no more."""
+    job = connection.recv()
+    worker = Worker(job, f"{os.uname().nodename}:{os.getpid()}")
+    try:
+        connection.send("ready")
+        while True:
+            number, items = connection.recv()
+            outcomes, due = [], time.monotonic() + _REPORT_SECONDS
+            for index, item in enumerate(items):
+                os.pwrite(mark, MARK.pack(number, index), 0)
+                outcomes.append(worker.do(item))
+                if index + 1 == len(items) or time.monotonic() >= due:
+                    connection.send(outcomes)
+                    outcomes, due = [], time.monotonic() + _REPORT_SECONDS
+    except (EOFError, ConnectionError):
+        pass  # the run is over
+    finally:
+        worker.close()
+
+
+if __name__ == "__main__":
+    # An interrupt from the terminal reaches all processes; the driver decides.
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    signal.signal(signal.SIGTERM, _leave)
+    serve(Connection(int(sys.argv[1])), int(sys.argv[2]))
