@@ -1,12 +1,14 @@
 // batch.cpp: from the names on the command line to finished files.
 #include "host/batch.h"
 
+#include "host/album_level.h"
 #include "host/album_loudness.h"
 #include "host/failure.h"
 #include "host/paths.h"
 #include "host/platform.h"
 #include "host/progress.h"
 #include "host/progress_json.h"
+#include "host/progress_passes.h"
 #include "host/report_parts.h"
 #include "host/terminal_text.h"
 
@@ -41,15 +43,15 @@ class Batch {
     };
 
 public:
-    Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console)
+    Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console,
+          ProgressView &view)
         : options_(options), extras_(extras), jobs_(jobs), console_(console), reports_(jobs.size()),
           pending_(jobs.size()), interrupted_(jobs.size()),
           workers_(std::min<size_t>(options.jobs.value_or(cores_), jobs.size())), finished_(jobs.size()),
-          progress_(options.progress == ProgressChoice::Json ? static_cast<ProgressView &>(lines_) : console,
-                    ProgressFiles(jobs))
+          progress_(view, ProgressFiles(jobs))
     {
         for (size_t i = 0; i < jobs.size(); i++) {
-            if (!jobs[i].album.empty() && jobs[i].error.empty()) {
+            if (options.albumGain && !jobs[i].album.empty() && jobs[i].error.empty()) {
                 albums_[jobs[i].album].members.push_back(i);
                 albums_[jobs[i].album].left++;
             }
@@ -233,7 +235,6 @@ private:
     std::mutex mutex_;         // of what follows
     std::vector<bool> finished_;
     size_t told_ = 0; // all before it are
-    ProgressJson lines_;
     Progress progress_;
     std::atomic<size_t> next_{0};
     std::atomic<size_t> ended_{0}; // of those before next_, but for their tags
@@ -244,7 +245,14 @@ private:
 int RunJobs(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console)
 {
     const auto start = std::chrono::steady_clock::now();
-    Batch batch(options, extras, jobs, console);
+    ProgressJson lines;
+    ProgressView &shown =
+        options.progress == ProgressChoice::Json ? static_cast<ProgressView &>(lines) : console;
+    ProgressPasses passes(shown);
+    const bool twice = options.normalizeAlbum && !options.dryRun;
+    const std::vector<Job> ready = twice ? WithAlbumLevels(options, extras, jobs, passes) : jobs;
+    passes.BeginSecond();
+    Batch batch(options, extras, ready, console, twice ? passes : shown);
     batch.Run();
     if (InterruptNoted())
         throw Interrupted();

@@ -6,6 +6,7 @@
 #include "host/failure.h"
 #include "host/file_copy.h"
 #include "host/hdcd_stream.h"
+#include "host/level_measurement.h"
 #include "host/open_input.h"
 #include "host/paths.h"
 #include "host/plan.h"
@@ -14,7 +15,7 @@
 #include "host/result_taps.h"
 #include "host/safe_output.h"
 #include "host/sample_guard.h"
-#include "host/stream_converter.h"
+#include "host/sound_chain.h"
 #include "host/tag_transfer.h"
 
 #include <chrono>
@@ -72,6 +73,8 @@ public:
         }
         if (job_.inFolder)
             MakeFolderOf(job_.output);
+        if (plan_.changesLevel)
+            SetLevel();
         output_.emplace(job_.output);
         if (plan_.copyFile)
             Copy(*output_);
@@ -80,6 +83,11 @@ public:
         // Many files can wait for the last one of their album.
         owned_.reset();
         report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+    MeasuredLevel Measure(const ProgressSink &progress)
+    {
+        return MeasureLevel(options_, plan_, source_, progress);
     }
 
     const ConversionReport &report() const override { return report_; }
@@ -173,14 +181,8 @@ private:
             taps.Take(loudest > 0 ? after.Guarded(samples, size_t{frames} * plan_.target.channels) : samples,
                       frames);
         };
-        std::optional<StreamConverter> converter;
-        std::optional<HdcdStream> hdcd;
-        if (!plan_.copySamples)
-            converter.emplace(options_, plan_);
-        if (plan_.decodeHdcd) {
-            hdcd.emplace();
-            LeadIn(*hdcd);
-        }
+        SoundChain chain(options_, plan_);
+        chain.LeadIn(source_);
 
         // A thread that waits for a pipe or a caller's memory could not be stopped.
         std::error_code error;
@@ -191,32 +193,48 @@ private:
             const void *samples = block.samples;
             if (loudest > 0)
                 samples = before.Guarded(samples, size_t{block.frames} * plan_.source.channels);
-            if (hdcd)
-                samples = hdcd->Decode(reinterpret_cast<const int16_t *>(block.samples), block.frames);
-            if (converter)
-                converter->Write(samples, block.frames, sink);
-            else
-                sink(samples, block.frames);
+            chain.Write(samples, block.frames, sink);
             done += block.frames;
             ReportProgress(done);
         }
-        if (converter)
-            converter->Finish(sink);
+        chain.Finish(sink);
+        TellLevel(chain);
         report_.input.frames = done;
         if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
             report_.warnings.push_back(Utf8Name(job_.output) + ": " +
                                        GuardText(silenced, after.clamped(), loudest));
     }
 
-    // What a code in the samples asks for lasts beyond it, into a part that begins later.
-    void LeadIn(HdcdStream &hdcd)
+    // Measures the level where it has to be known first, and decides by how much it changes.
+    void SetLevel()
     {
-        std::vector<uint8_t> block(size_t{kReadFrames} * plan_.source.FrameBytes());
-        while (const uint32_t frames = source_.ReadBefore(block.data(), kReadFrames)) {
-            hdcd.Decode(reinterpret_cast<const int16_t *>(block.data()), frames);
-            if (InterruptNoted())
-                throw Interrupted();
+        std::shared_ptr<const MeasuredLevel> measured = job_.albumLevel;
+        if (!measured && NeedsMeasurement(options_, plan_)) {
+            measured = std::make_shared<MeasuredLevel>(
+                Measure([this](double done, double audioSeconds) { progress_(done / 2, audioSeconds / 2); }));
+            secondPass_ = true;
         }
+        report_.level = LevelFor(options_, plan_, measured.get());
+        if (options_.normalize && !report_.level->loudness)
+            report_.warnings.push_back(report_.input.path +
+                                       ": too quiet or too short for its loudness to be measured");
+        plan_.gain = FactorOf(report_.level->gain);
+        plan_.changesLevel = report_.level->gain != 0;
+        plan_.dither = WantsDither(options_, plan_);
+    }
+
+    void TellLevel(const SoundChain &chain)
+    {
+        report_.limiter = chain.limiter();
+        if (chain.tooLoud() == 0)
+            return;
+        report_.level->tooLoud = chain.tooLoud();
+        const std::string samples =
+            std::to_string(chain.tooLoud()) + (chain.tooLoud() == 1 ? " sample was" : " samples were");
+        report_.warnings.push_back(Utf8Name(job_.output) + ": " + samples +
+                                   (plan_.container->lossy
+                                        ? " made louder than full scale, where players clip"
+                                        : " clipped at full scale"));
     }
 
     void ReportProgress(uint64_t done)
@@ -224,8 +242,12 @@ private:
         if (InterruptNoted())
             throw Interrupted();
         const double all = static_cast<double>(source_.frames());
-        progress_(all > 0 ? static_cast<double>(done) / all : 0,
-                  static_cast<double>(done) / plan_.source.rate);
+        const double part = all > 0 ? static_cast<double>(done) / all : 0;
+        const double seconds = static_cast<double>(done) / plan_.source.rate;
+        if (secondPass_)
+            progress_((1 + part) / 2, (all / plan_.source.rate + seconds) / 2);
+        else
+            progress_(part, seconds);
     }
 
     // A resampler that can't be made for two rates gives nothing, and says nothing.
@@ -263,6 +285,7 @@ private:
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
         transfer.part = job_.part;
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
+        transfer.gain = report_.level ? report_.level->gain : 0;
         transfer.loudness = report_.loudness;
         transfer.albumLoudness = report_.albumLoudness;
         TransferTags(options_, extras_, transfer, report_.warnings);
@@ -302,6 +325,7 @@ private:
     const bool ownThreads_;
     std::optional<SafeOutput> output_;
     Plan plan_;
+    bool secondPass_ = false;
     ConversionReport report_;
 };
 
@@ -355,6 +379,12 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
     auto file = std::make_unique<FileConversion>(options, extras, OpenInput(job), job, progress, threads);
     file->Produce();
     return file;
+}
+
+MeasuredLevel MeasureFile(const Options &options, const Extras &extras, const Job &job,
+                          const ProgressSink &progress)
+{
+    return FileConversion(options, extras, OpenInput(job), job, progress, Threads::One).Measure(progress);
 }
 
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,

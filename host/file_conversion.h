@@ -16,6 +16,8 @@
 
 namespace tonekit::host {
 
+struct MeasuredLevel;
+
 struct Job {
     std::filesystem::path input;
     std::filesystem::path output;
@@ -24,9 +26,10 @@ struct Job {
     std::optional<FilePart> part = {}; // of the input; none: all of it
     bool inFolder = false;             // folders on the way to the output are made
     bool plainCopy = false;            // the input isn't audio and is copied as it is
-    std::string album = {};   // what all files of its album have in common; empty: no album is measured
-    std::string skipped = {}; // why nothing is done; empty: something is
-    std::string error = {};   // why nothing can be done; empty: something can
+    std::string album = {}; // what all files of its album have in common; empty: no album is measured
+    std::shared_ptr<const MeasuredLevel> albumLevel = {}; // null: the file is measured where that is needed
+    std::string skipped = {};                             // why nothing is done; empty: something is
+    std::string error = {};                               // why nothing can be done; empty: something can
 };
 
 // The part that is done, 0 to 1, and the seconds of music that have gone through.
@@ -51,6 +54,10 @@ enum class Threads { One, Several };
 // live as long as the result. Throws Failure or Interrupted; the output then is as it was before.
 std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
                                        const ProgressSink &progress, Threads threads);
+
+// Measures what the change of the file's level depends on. Throws Failure or Interrupted.
+MeasuredLevel MeasureFile(const Options &options, const Extras &extras, const Job &job,
+                          const ProgressSink &progress);
 
 // Begins and finishes the file on one thread.
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,

@@ -329,7 +329,7 @@ std::vector<Job> MakeJobs(const Options &options)
         if (job.error.empty())
             job.skipped = ReasonToSkip(options, job);
     }
-    if (options.albumGain)
+    if (options.albumGain || options.normalizeAlbum)
         GroupByAlbum(options, jobs);
     return jobs;
 }

@@ -24,6 +24,8 @@ constexpr Choice<DitherMode> kDitherModes[] = {{"rectangular", DitherMode::Recta
                                                {"shaped", DitherMode::Shaped}};
 constexpr Choice<HdcdChoice> kHdcds[] = {
     {"auto", HdcdChoice::Auto}, {"on", HdcdChoice::On}, {"off", HdcdChoice::Off}};
+constexpr Choice<MixLevel> kMixLevels[] = {{"fixed", MixLevel::Fixed}, {"auto", MixLevel::Auto}};
+constexpr Choice<bool> kByAlbum[] = {{"track", false}, {"album", true}};
 constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
 constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512", HashKind::Sha512}};
 constexpr Choice<ProgressChoice> kProgresses[] = {
@@ -69,12 +71,27 @@ constexpr OptionRow kRows[] = {
     {"aliasing", 0, nullptr,
      "allow a little aliasing above the pass band, for a shorter filter (44.1 kHz and up)",
      [](Options &o, Text) { o.aliasing = true; }, true},
-    {"dither", 0, "WHEN", "auto (when the sample depth shrinks, the default), on or off",
+    {"dither", 0, "WHEN", "auto (when the sample depth shrinks or the level changes, the default), on or off",
      [](Options &o, Text v) { o.dither = Choose(v, kDithers); }, true},
     {"dither-mode", 0, "MODE", "rectangular, triangular (high-pass, the default) or shaped (noise shaping)",
      [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }, true},
     {"limiter", 0, "on|off", "turn a mix to fewer channels down for good where it would clip (on)",
      [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }, true},
+    {"mix-level", 0, "fixed|auto",
+     "auto measures a mix to fewer channels first, and lowers the whole file evenly where it would clip, so "
+     "that "
+     "the limiter isn't needed",
+     [](Options &o, Text v) { o.mixLevel = Choose(v, kMixLevels); }, true},
+    {"gain", 0, "DB", "make it louder or, as with -3.5, softer",
+     [](Options &o, Text v) { o.gain = Decibels(v); }, true},
+    {"normalize", 0, "LUFS",
+     "bring each file to this loudness, such as -16 (replaygain: -18), in two passes; the true peak stays "
+     "below "
+     "full scale",
+     [](Options &o, Text v) { o.normalize = LoudnessTarget(v); }, true},
+    {"normalize-by", 0, "track|album",
+     "bring albums to the loudness as a whole, all of their files by one gain",
+     [](Options &o, Text v) { o.normalizeAlbum = Choose(v, kByAlbum); }, true},
     {"hdcd", 0, "WHEN",
      "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
      "default); decoded "

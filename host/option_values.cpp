@@ -1,6 +1,7 @@
 // option_values.cpp: numbers, names and pairs on the command line.
 #include "host/option_values.h"
 
+#include "host/level.h"
 #include "host/name_template.h"
 #include "host/time_text.h"
 
@@ -127,6 +128,33 @@ bool ReplayGainOfAlbums(const std::string &text)
 {
     constexpr Choice<bool> choices[] = {{"track", false}, {"album", true}};
     return !text.empty() && Choose(text, choices);
+}
+
+double Decibels(const std::string &text)
+{
+    constexpr double kMost = 100;
+    double decibels = 0;
+    const char *const start = text.data() + (text.starts_with("+") ? 1 : 0);
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(start, end, decibels, std::chars_format::fixed);
+    const std::string_view rest(stop, static_cast<size_t>(end - stop));
+    if (error != std::errc() || text.starts_with("+-") || (!rest.empty() && rest != "dB" && rest != " dB") ||
+        !(std::abs(decibels) <= kMost))
+        throw UsageError("must be decibels from -100 to 100, such as -3.5");
+    return decibels;
+}
+
+double LoudnessTarget(const std::string &text)
+{
+    constexpr double kSoftest = -70; // the gate of the measurement
+    if (text == "replaygain")
+        return kReplayGainReference;
+    double loudness = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, loudness, std::chars_format::fixed);
+    if (error != std::errc() || stop != end || !(loudness >= kSoftest && loudness <= 0))
+        throw UsageError("must be a loudness from -70 to 0 LUFS, such as -16, or replaygain (-18)");
+    return loudness;
 }
 
 uint64_t Position(const std::string &text)

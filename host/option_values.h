@@ -46,6 +46,10 @@ ContainerKind Type(const std::string &text);
 void SetTag(Options &options, const std::string &text);
 // "album", or "track" as without a value.
 bool ReplayGainOfAlbums(const std::string &text);
+// Decibels, with a sign or without, with "dB" after them or without.
+double Decibels(const std::string &text);
+// LUFS, or the word "replaygain" for its reference.
+double LoudnessTarget(const std::string &text);
 // A position in units of 100 ns.
 uint64_t Position(const std::string &text);
 std::string FileName(const std::string &text);

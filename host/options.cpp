@@ -110,6 +110,10 @@ private:
     {
         if (options_.encoder.bitRate && options_.encoder.vbrQuality)
             throw UsageError("--bitrate and --vbr exclude each other");
+        if (options_.gain != 0 && options_.normalize)
+            throw UsageError("--gain and --normalize exclude each other");
+        if (options_.normalizeAlbum && !options_.normalize)
+            throw UsageError("--normalize-by needs --normalize");
         if (options_.end && *options_.end <= options_.start.value_or(0))
             throw UsageError("--end must be after " +
                              std::string(options_.start ? "--start" : "the start of the audio"));

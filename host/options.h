@@ -30,6 +30,7 @@ enum class DitherMode : uint32_t {
     Shaped = TONEKIT_DITHER_SHAPED
 };
 enum class HdcdChoice { Auto, On, Off };
+enum class MixLevel { Fixed, Auto };
 enum class HashKind { Sha256, Sha512 };
 enum class ProgressChoice { Auto, Json, Off };
 
@@ -52,6 +53,10 @@ struct Options {
     DitherChoice dither = DitherChoice::Auto;
     DitherMode ditherMode = DitherMode::Triangular;
     bool limiter = true;
+    MixLevel mixLevel = MixLevel::Fixed;
+    double gain = 0;                 // dB
+    std::optional<double> normalize; // LUFS
+    bool normalizeAlbum = false;     // the loudness of the whole album
     HdcdChoice hdcd = HdcdChoice::Off;
     uint32_t hdcdGain = 6;
 

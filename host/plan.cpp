@@ -2,6 +2,7 @@
 #include "host/plan.h"
 
 #include "host/failure.h"
+#include "host/level.h"
 
 #include <string>
 
@@ -47,6 +48,9 @@ bool WantsDither(const Options &options, const Plan &plan)
         return false;
     if (options.dither != DitherChoice::Auto)
         return options.dither == DitherChoice::On;
+    // What was a whole number isn't one any longer.
+    if (plan.changesLevel)
+        return true;
     return plan.decodeHdcd ? plan.target.sample < SampleFormat::Int24
                            : BitsOf(plan.target.sample) < BitsOf(plan.source.sample);
 }
@@ -88,7 +92,11 @@ Plan MakePlan(const Options &options, const Source &source, const Container &wan
     if (const std::string objection = BitRateObjection(wanted, plan.target, plan.encoder); !objection.empty())
         throw Failure(std::string(wanted.name) + " " + objection);
 
-    plan.copySamples = plan.source == plan.target && !decodeHdcd;
+    const bool measured = NeedsMeasurement(options, plan);
+    plan.changesLevel = options.gain != 0 || measured;
+    // A file that is lowered evenly, or set to a loudness, needs no limiter.
+    plan.limiter = options.limiter && !measured;
+    plan.copySamples = plan.source == plan.target && !decodeHdcd && !plan.changesLevel;
     const bool rateChanges = plan.source.rate != plan.target.rate;
     if (rateChanges && (plan.source.rate < kLowestRate || plan.source.rate > kHighestRate))
         throw Failure("a rate of " + std::to_string(plan.source.rate) + " Hz can't be changed");

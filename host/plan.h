@@ -23,9 +23,15 @@ struct Plan {
     EncoderSettings encoder;
     bool dither = false;
     bool decodeHdcd = false;
+    bool limiter = true;         // where a mix can exceed full scale
+    bool changesLevel = false;   // the sound becomes louder or softer by the gain
+    double gain = 1;             // a factor
     bool copyFile = false;       // not even the coded form changes: the file is copied
     bool copySamples = false;    // nothing changes: the samples are written as they were read
     uint64_t expectedFrames = 0; // 0: unknown
+
+    // Whether sums of channels can exceed full scale.
+    bool MixesDown() const { return source.channels > target.channels; }
 };
 
 // Throws UsageError if the options alone ask for what the container can't hold.

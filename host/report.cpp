@@ -26,6 +26,8 @@ Json ConversionJson(const ConversionReport &report)
             {"copied", ifDone(report.copied || report.plainCopy)},
             {"encoder", EncoderJson(report.encoder)},
             {"dither", ifDone(report.dithered)},
+            {"level", LevelJson(report.level)},
+            {"limiter", LimiterJson(report.limiter)},
             {"hdcd", HdcdJson(report.hdcd)},
             {"hdcdDecoded", ifDone(report.hdcdDecoded)},
             {"replaygain", LoudnessJson(report.loudness)},
@@ -63,6 +65,10 @@ std::string ReportText(const ConversionReport &report)
         text += ", audio unchanged";
     if (report.encoder.Any())
         text += ", " + NameOf(report.encoder);
+    if (report.level)
+        text += ", " + LevelText(*report.level);
+    if (report.limiter)
+        text += ", " + LimiterText(*report.limiter);
     if (report.dithered)
         text += ", dithered";
     if (report.hdcdDecoded)

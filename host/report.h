@@ -27,6 +27,22 @@ struct Digest {
     std::string hex;
 };
 
+// What was done to the level of a file.
+struct LevelReport {
+    double gain = 0;                // dB
+    double wanted = 0;              // dB; more than the gain where the peak allowed no more
+    bool peakLimited = false;       // so it did
+    std::optional<double> loudness; // LUFS, that were measured for it
+    uint64_t tooLoud = 0;           // samples that are beyond full scale all the same
+};
+
+// What the limiter did to a mix.
+struct LimiterReport {
+    double gain = 0;    // dB, at its lowest
+    double start = 0;   // seconds of the input, where it first fell
+    double seconds = 0; // from there to the end
+};
+
 enum class HdcdFinding { None, NoEffect, Effective };
 
 // One side of a conversion, or a file that was looked at.
@@ -55,6 +71,8 @@ struct ConversionReport {
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;
+    std::optional<LevelReport> level;     // none: as it was
+    std::optional<LimiterReport> limiter; // none: it had nothing to do
     std::optional<HdcdFinding> hdcd;
     std::optional<Loudness> loudness;
     std::optional<Loudness> albumLoudness;

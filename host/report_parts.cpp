@@ -1,6 +1,7 @@
 // report_parts.cpp: streams, loudness, digests and HDCD as text and JSON.
 #include "host/report_parts.h"
 
+#include "host/console.h"
 #include "host/time_text.h"
 
 #include <charconv>
@@ -40,6 +41,24 @@ Json PartJson(const std::optional<FilePart> &part)
         return nullptr;
     const auto seconds = [](uint64_t position) { return static_cast<double>(position) / 1e7; };
     return {{"start", seconds(part->start)}, {"end", part->end ? Json(seconds(*part->end)) : Json()}};
+}
+
+Json LevelJson(const std::optional<LevelReport> &level)
+{
+    if (!level)
+        return nullptr;
+    return {{"gain", level->gain},
+            {"wanted", level->wanted},
+            {"peakLimited", level->peakLimited},
+            {"loudness", level->loudness ? Json(*level->loudness) : Json()},
+            {"tooLoud", level->tooLoud}};
+}
+
+Json LimiterJson(const std::optional<LimiterReport> &limiter)
+{
+    if (!limiter)
+        return nullptr;
+    return {{"gain", limiter->gain}, {"start", limiter->start}, {"seconds", limiter->seconds}};
 }
 
 Json EncoderJson(const EncoderSettings &settings)
@@ -97,6 +116,23 @@ std::string LoudnessText(const Loudness &loudness)
 std::string PartText(const FilePart &part)
 {
     return "from " + TimeText(part.start) + (part.end ? " to " + TimeText(*part.end) : " on");
+}
+
+std::string LevelText(const LevelReport &level)
+{
+    const std::string sign = level.gain > 0 ? "+" : "";
+    const std::string text = "gain " + sign + Decimal(level.gain, 2) + " dB";
+    if (!level.peakLimited)
+        return text;
+    const std::string less =
+        level.wanted == 0 ? "" : Decimal(level.wanted - level.gain, 2) + " dB less than wanted ";
+    return text + " (" + less + "to keep the peak below full scale)";
+}
+
+std::string LimiterText(const LimiterReport &limiter)
+{
+    return "turned down by up to " + Decimal(-limiter.gain, 2) + " dB by the limiter from " +
+           ClockTime(limiter.start) + " on";
 }
 
 std::string HdcdText(HdcdFinding finding)

@@ -4,8 +4,9 @@
 #include "host/bodies.h"
 #include "host/shared_settings.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
-#include <tonekit/convert.h>
 
 namespace tonekit::host {
 
@@ -33,11 +34,11 @@ uint32_t QualitySpan(Quality quality)
 void *NewConverter(const Options &options, const Plan &plan)
 {
     const SettingHold hold(CreationSetting(), CreationValue(options));
-    return BodiesInUse().SRC4_Init(plan.decodeHdcd ? TONEKIT_FORMAT_HDCD : FormatCodeOf(plan.source.sample),
-                                   plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample),
-                                   plan.source.channels, plan.source.rate, FormatCodeOf(plan.target.sample),
-                                   BitsOf(plan.target.sample), plan.target.channels, plan.target.rate,
-                                   plan.dither, options.limiter, 0, QualitySpan(options.quality));
+    return BodiesInUse().SRC4_Init(
+        plan.decodeHdcd ? TONEKIT_FORMAT_HDCD : FormatCodeOf(plan.source.sample),
+        plan.decodeHdcd ? kHdcdBits : BitsOf(plan.source.sample), plan.source.channels, plan.source.rate,
+        FormatCodeOf(plan.target.sample), BitsOf(plan.target.sample), plan.target.channels, plan.target.rate,
+        plan.dither, options.limiter && plan.limiter, 0, QualitySpan(options.quality));
 }
 
 } // namespace
@@ -89,6 +90,37 @@ void StreamConverter::Finish(const FrameSink &sink)
         if (outFrames > 0)
             sink(out, outFrames);
     }
+}
+
+// What is behind the handle.
+const CSampleRateConverter4 &StreamConverter::Converter() const
+{
+    return *static_cast<const CSampleRateConverter4 *>(handle_.get());
+}
+
+double StreamConverter::LimiterGain() const
+{
+    // The path that isn't in use stays at 1.
+    return std::min<double>(Converter().mixLimiterGainDouble, Converter().mixLimiterGainFloat);
+}
+
+bool StreamConverter::CanLimit() const
+{
+    return Converter().mixLimiterOn;
+}
+
+// The limiter looks at sums on their way, from the second row of the matrix on.
+bool StreamConverter::MixExceedsFullScale(const double *frame) const
+{
+    for (uint32_t column = 0; column < Converter().mixColumns; column++) {
+        double sum = Converter().mixMatrixDouble[0][column] * frame[0];
+        for (uint32_t row = 1; row < Converter().mixRows; row++) {
+            sum += Converter().mixMatrixDouble[row][column] * frame[row];
+            if (std::fabs(sum) > 1)
+                return true;
+        }
+    }
+    return false;
 }
 
 } // namespace tonekit::host

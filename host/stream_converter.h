@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <tonekit/convert.h>
 
 namespace tonekit::host {
 
@@ -26,12 +27,21 @@ public:
     void Write(const void *samples, uint32_t frames, const FrameSink &sink);
     void Finish(const FrameSink &sink);
 
+    // The factor by which the limiter has turned the mix down so far.
+    double LimiterGain() const;
+    // Whether there is a limiter in this conversion.
+    bool CanLimit() const;
+    // Whether the limiter, had it done nothing yet, would act on this frame of input. Full scale is at 1.0.
+    bool MixExceedsFullScale(const double *frame) const;
+
 private:
     struct Release {
         void operator()(void *handle) const;
     };
     template <class Call>
     uint32_t WithSettings(Call call) const;
+
+    const CSampleRateConverter4 &Converter() const;
 
     uint32_t ditherMode_;
     uint32_t hdcdGain_;

@@ -14,4 +14,8 @@ namespace tonekit::host {
 // that the part begins in begins with it; those outside are left out.
 std::vector<Chapter> ChaptersOfPart(const std::vector<Chapter> &chapters, const FilePart &part);
 
+// A tag as it is true after the sound became louder by so many dB: measured gains and peaks move, others
+// stay. Nothing for a measurement that is no number. `key` is in capitals.
+std::optional<std::string> TagAfterGain(const std::string &key, const std::string &value, double gain);
+
 } // namespace tonekit::host

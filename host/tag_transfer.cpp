@@ -89,16 +89,18 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
     choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
     choice.chapters = !extras.chapters;
     choice.frontCover = !extras.cover;
-    if (!transfer.part) {
+    if (!transfer.part && transfer.gain == 0) {
         ReadTags(transfer.input, transfer.inputKind, choice, block, warnings);
         return;
     }
     const TagBlockPointer whole = NewTagBlock();
     ReadTags(transfer.input, transfer.inputKind, choice, whole.get(), warnings);
     TagBlockFiller filler(block);
-    ForEachText(whole.get(),
-                [&](const std::string &key, const std::string &value) { filler.AddText(key, value); });
-    filler.AddChapters(ChaptersOfPart(ChaptersOf(whole.get()), *transfer.part));
+    ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
+        if (const std::optional<std::string> changed = TagAfterGain(Capitals(key), value, transfer.gain))
+            filler.AddText(key, *changed);
+    });
+    filler.AddChapters(ChaptersOfPart(ChaptersOf(whole.get()), transfer.part.value_or(FilePart{})));
     for (const Picture &picture : PicturesOf(whole.get()))
         filler.AddPicture(picture);
 }

@@ -24,6 +24,7 @@ struct TagTransfer {
     uint64_t end = 0;      // of the audio, in 100 ns
     bool copied = false;   // the written file is a copy of the input, tags and all
     bool loudnessChanged = false;
+    double gain = 0;              // dB by which the sound is louder than the input's
     std::optional<FilePart> part; // of the input that is in the written file; none: all of it
     std::optional<Loudness> loudness;
     std::optional<Loudness> albumLoudness;

@@ -42,6 +42,9 @@ class WriteOptions(ConvertOptions, MeasureOptions, total=False):
     bitrate: int | str | None
     vbr: int | str | None
     compression: int | None
+    mix_level: str
+    gain: int | str
+    normalize: int | str | None
     hdcd: str | bool
     hdcd_gain: int
     set: Mapping[str, str | int | None] | None

@@ -86,6 +86,17 @@ TEST(Hdcd, OfAPartIsDecodedFromTheStartOfTheFileOn)
               std::vector<int32_t>(whole.samples.begin() + 2 * 88200, whole.samples.end()));
 }
 
+TEST(Hdcd, IsDecodedBeforeAGain)
+{
+    TemporaryFolder folder;
+    WriteHdcd(folder / "a.wav", kGain);
+    RunHost({"--hdcd", "on", "--hdcd-gain", "3", "-b", "32f", folder / "a.wav", folder / "plain.wav"});
+    RunHost({"--hdcd", "on", "--hdcd-gain", "3", "-b", "32f", "--gain", "-6.0205999132796239",
+             folder / "a.wav", folder / "soft.wav"});
+    EXPECT_NEAR(PeakOf(folder / "soft.wav"), PeakOf(folder / "plain.wav") / 2, 1e-6);
+    EXPECT_GT(PeakOf(folder / "soft.wav"), 0.01);
+}
+
 TEST(Hdcd, AutoLeavesOtherFilesAlone)
 {
     TemporaryFolder folder;

@@ -1,0 +1,134 @@
+// album_level.cpp: measures many files at a time, and shares what they are together.
+#include "host/album_level.h"
+
+#include "host/failure.h"
+#include "host/level.h"
+#include "host/paths.h"
+#include "host/platform.h"
+#include "host/progress.h"
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <memory>
+#include <set>
+#include <thread>
+
+namespace tonekit::host {
+
+namespace {
+
+class AlbumPass {
+public:
+    AlbumPass(const Options &options, const Extras &extras, const std::vector<Job> &jobs, ProgressView &view)
+        : options_(options), extras_(extras), jobs_(jobs), members_(MembersOf(jobs)),
+          levels_(members_.size()), progress_(view, FilesOf(jobs, members_))
+    {}
+
+    void Run()
+    {
+        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+        const size_t count = std::min<size_t>(options_.jobs.value_or(cores), members_.size());
+        std::vector<std::jthread> helpers;
+        try {
+            for (size_t i = 1; i < count; i++)
+                helpers.emplace_back([this] { Work(); });
+        } catch (const std::exception &) {
+            // The system starts no more: those that there are do all the work.
+        }
+        Work();
+    }
+
+    // By the albums' names.
+    std::map<std::string, std::shared_ptr<const MeasuredLevel>> Albums() const
+    {
+        std::map<std::string, std::vector<std::shared_ptr<const MeasuredLevel>>> files;
+        for (size_t i = 0; i < members_.size(); i++) {
+            if (levels_[i])
+                files[jobs_[members_[i]].album].push_back(levels_[i]);
+        }
+        std::map<std::string, std::shared_ptr<const MeasuredLevel>> albums;
+        for (const auto &[name, levels] : files)
+            albums[name] = std::make_shared<MeasuredLevel>(MeasuredLevel::OfAlbum(levels));
+        return albums;
+    }
+
+private:
+    // All files of the albums of which any file is to be done.
+    static std::vector<size_t> MembersOf(const std::vector<Job> &jobs)
+    {
+        std::set<std::string> inWork;
+        for (const Job &job : jobs) {
+            if (job.skipped.empty() && job.error.empty())
+                inWork.insert(job.album);
+        }
+        std::vector<size_t> members;
+        for (size_t i = 0; i < jobs.size(); i++) {
+            if (!jobs[i].album.empty() && jobs[i].error.empty() && inWork.contains(jobs[i].album))
+                members.push_back(i);
+        }
+        return members;
+    }
+
+    static std::vector<ProgressFile> FilesOf(const std::vector<Job> &jobs, const std::vector<size_t> &members)
+    {
+        std::vector<ProgressFile> files;
+        for (const size_t member : members) {
+            std::error_code error;
+            const uintmax_t size = std::filesystem::file_size(jobs[member].input, error);
+            files.push_back({Utf8Name(jobs[member].output.filename()), error ? 0 : size});
+        }
+        return files;
+    }
+
+    void Work()
+    {
+        for (size_t i = next_++; i < members_.size() && !InterruptNoted(); i = next_++)
+            MeasureOne(i);
+    }
+
+    void MeasureOne(size_t index)
+    {
+        const Job &job = jobs_[members_[index]];
+        try {
+            progress_.Report(index, 0, 0);
+            levels_[index] = std::make_shared<MeasuredLevel>(
+                MeasureFile(options_, extras_, job, [&](double done, double audioSeconds) {
+                    progress_.Report(index, done, audioSeconds);
+                }));
+        } catch (const Interrupted &) {
+            // The caller sees the same note.
+        } catch (const std::exception &) {
+            // Comes out again in the second pass.
+        }
+        progress_.Finish(index, {});
+    }
+
+    const Options &options_;
+    const Extras &extras_;
+    const std::vector<Job> &jobs_;
+    const std::vector<size_t> members_;
+    std::vector<std::shared_ptr<const MeasuredLevel>> levels_;
+    Progress progress_;
+    std::atomic<size_t> next_{0};
+};
+
+} // namespace
+
+std::vector<Job> WithAlbumLevels(const Options &options, const Extras &extras, const std::vector<Job> &jobs,
+                                 ProgressView &view)
+{
+    AlbumPass pass(options, extras, jobs, view);
+    pass.Run();
+    if (InterruptNoted())
+        throw Interrupted();
+    const auto albums = pass.Albums();
+    std::vector<Job> ready = jobs;
+    for (Job &job : ready) {
+        if (const auto album = albums.find(job.album); album != albums.end())
+            job.albumLevel = album->second;
+    }
+    return ready;
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,19 @@
+// album_level.h: the first of two passes over albums that are brought to one loudness.
+#pragma once
+
+#include "host/extras.h"
+#include "host/file_conversion.h"
+#include "host/options.h"
+#include "host/progress_state.h"
+
+#include <vector>
+
+namespace tonekit::host {
+
+// Measures all albums of which a file is to be done, side by side, and returns the jobs with their levels. A
+// file that can't be measured counts for nothing; what is wrong with it comes out in its own work. Throws
+// Interrupted.
+std::vector<Job> WithAlbumLevels(const Options &options, const Extras &extras, const std::vector<Job> &jobs,
+                                 ProgressView &view);
+
+} // namespace tonekit::host
