@@ -1,6 +1,7 @@
 // load_float.tier.cpp: load kernels for floating point, and those that give silence.
 #include "frame/tier.h"
 
+#include "convert/alignment.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
 
@@ -12,14 +13,20 @@ template <class Source, class Work>
 inline void Convert(const void *source, Work *destination, uint32_t count)
 {
     const auto *samples = static_cast<const Source *>(source);
-    for (uint32_t i = 0; i < count; ++i)
+    uint32_t i = 0;
+    for (const uint32_t head = UntilWiderAligned(samples, destination, count); i < head; ++i)
+        destination[i] = static_cast<Work>(samples[i].value);
+    for (; i < count; ++i)
         destination[i] = static_cast<Work>(samples[i].value);
 }
 
 template <class Work>
 inline void Clear(Work *destination, uint32_t count)
 {
-    for (uint32_t i = 0; i < count; ++i)
+    uint32_t i = 0;
+    for (const uint32_t head = UntilAligned(destination, count); i < head; ++i)
+        destination[i] = 0;
+    for (; i < count; ++i)
         destination[i] = 0;
 }
 

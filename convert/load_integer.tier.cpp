@@ -3,12 +3,25 @@
 
 #include <immintrin.h>
 
+#include "convert/alignment.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
 
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
+
+// The loop of a format whose samples are computed one by one.
+template <class Packed, class Work, class One>
+inline void LoadPlain(const void *source, Work *destination, uint32_t count, One one)
+{
+    const auto *samples = static_cast<const Packed *>(source);
+    uint32_t i = 0;
+    for (const uint32_t head = UntilAligned(destination, count); i < head; ++i)
+        destination[i] = one(samples[i]);
+    for (; i < count; ++i)
+        destination[i] = one(samples[i]);
+}
 
 inline int32_t SignExtend(PackedInt24 sample)
 {
@@ -57,6 +70,12 @@ inline void LoadStep16(const PackedInt16 *samples, double *destination)
     _mm256_storeu_pd(destination + 4, LowBits<16>::ToDoubles(_mm256_shuffle_epi8(all, kHigh)));
 }
 
+inline void LoadStep16(const PackedInt16 *samples, float *destination)
+{
+    const __m256i words = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(samples)));
+    _mm256_storeu_ps(destination, _mm256_cvtepi32_ps(words) * 0x1p-15f);
+}
+
 inline void LoadStep24(const PackedInt24 *samples, double *destination)
 {
     const __m256i kBytes = _mm256_setr_epi8(0, 1, 2, -1, -1, -1, -1, -1, 3, 4, 5, -1, -1, -1, -1, -1, //
@@ -96,6 +115,19 @@ inline void LoadStep16(const PackedInt16 *samples, double *destination)
     _mm_storeu_pd(destination + 6, LowBits<16>::ToDoubles(_mm_unpackhi_epi32(high, zero)));
 }
 
+// The same with floats: the samples are the low bits of 2^8 + 1 + sample * 2^-15, whose upper half is that of
+// 2^8. Sign extension and conversion would take more than the two units that most processors have for them.
+inline void LoadStep16(const PackedInt16 *samples, float *destination)
+{
+    constexpr float kBase = 0x1p8f;
+    const __m128i all = _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples));
+    const __m128i low = _mm_xor_si128(all, _mm_set1_epi16(INT16_MIN));
+    const __m128i high = _mm_srli_epi32(_mm_castps_si128(_mm_set1_ps(kBase)), 16);
+    const __m128i highs = _mm_packs_epi32(high, high);
+    _mm_storeu_ps(destination, _mm_castsi128_ps(_mm_unpacklo_epi16(low, highs)) - (kBase + 1.0f));
+    _mm_storeu_ps(destination + 4, _mm_castsi128_ps(_mm_unpackhi_epi16(low, highs)) - (kBase + 1.0f));
+}
+
 // Four samples in the upper three bytes of each word.
 inline __m128i UpperBytes(const PackedInt24 *samples)
 {
@@ -133,10 +165,34 @@ inline void LoadOne24(PackedInt24 sample, float *destination)
     *destination = static_cast<float>(SignExtend(sample)) * 0x1p-23f;
 }
 
+inline void LoadOne16(PackedInt16 sample, double *destination)
+{
+    *destination = sample.value * 0x1p-15;
+}
+
+inline void LoadOne16(PackedInt16 sample, float *destination)
+{
+    *destination = static_cast<float>(sample.value) * 0x1p-15f;
+}
+
+template <class Work>
+inline void Load16(const void *source, Work *destination, uint32_t count)
+{
+    const auto *samples = static_cast<const PackedInt16 *>(source);
+    for (uint32_t head = UntilAligned(destination, count); head != 0; --head, --count)
+        LoadOne16(*samples++, destination++);
+    for (; count >= kInt16Step; count -= kInt16Step, samples += kInt16Step, destination += kInt16Step)
+        LoadStep16(samples, destination);
+    for (; count != 0; --count, ++samples, ++destination)
+        LoadOne16(*samples, destination);
+}
+
 template <class Work>
 inline void Load24(const void *source, Work *destination, uint32_t count)
 {
     const auto *samples = static_cast<const PackedInt24 *>(source);
+    for (uint32_t head = UntilAligned(destination, count); head != 0; --head, --count)
+        LoadOne24(*samples++, destination++);
     for (; count >= kInt24Step + kInt24Spare;
          count -= kInt24Step, samples += kInt24Step, destination += kInt24Step)
         LoadStep24(samples, destination);
@@ -148,32 +204,23 @@ inline void Load24(const void *source, Work *destination, uint32_t count)
 
 TONEKIT_INTERNAL_BODY(LoadInt8ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const uint8_t *>(source);
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = (samples[i] - 128.0) * 0x1p-7;
+    LoadPlain<uint8_t>(source, destination, count, [](uint8_t sample) { return (sample - 128.0) * 0x1p-7; });
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt8ToFloat, void, (const void *source, float *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const uint8_t *>(source);
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = (static_cast<float>(samples[i]) + -128.0f) * 0x1p-7f;
+    LoadPlain<uint8_t>(source, destination, count,
+                       [](uint8_t sample) { return (static_cast<float>(sample) + -128.0f) * 0x1p-7f; });
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt16ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const PackedInt16 *>(source);
-    for (; count >= kInt16Step; count -= kInt16Step, samples += kInt16Step, destination += kInt16Step)
-        LoadStep16(samples, destination);
-    for (; count != 0; --count, ++samples, ++destination)
-        *destination = samples->value * 0x1p-15;
+    Load16(source, destination, count);
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt16ToFloat, void, (const void *source, float *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const PackedInt16 *>(source);
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i].value) * 0x1p-15f;
+    Load16(source, destination, count);
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt24ToDouble, void, (const void *source, double *destination, uint32_t count))
@@ -188,19 +235,18 @@ TONEKIT_INTERNAL_BODY(LoadInt24ToFloat, void, (const void *source, float *destin
 
 TONEKIT_INTERNAL_BODY(LoadInt32ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const PackedInt32 *>(source);
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = samples[i].value * 0x1p-31;
+    LoadPlain<PackedInt32>(source, destination, count,
+                           [](PackedInt32 sample) { return sample.value * 0x1p-31; });
 }
 
 TONEKIT_INTERNAL_BODY(LoadInt32ToFloat, void, (const void *source, float *destination, uint32_t count))
 {
     // The product in double is exact, so the one rounding may as well be that of the integer.
-    const auto *samples = static_cast<const PackedInt32 *>(source);
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i].value) * 0x1p-31f;
+    LoadPlain<PackedInt32>(source, destination, count,
+                           [](PackedInt32 sample) { return static_cast<float>(sample.value) * 0x1p-31f; });
 }
 
+// No tier has vector conversions of 64-bit integers.
 TONEKIT_INTERNAL_BODY(LoadInt64ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
     const auto *samples = static_cast<const PackedInt64 *>(source);
@@ -218,18 +264,17 @@ TONEKIT_INTERNAL_BODY(LoadInt64ToFloat, void, (const void *source, float *destin
 
 TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToDouble, void, (const void *source, double *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const PackedInt32 *>(source);
     const double gain = HdcdGainTable[GetHDCDGain()];
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = samples[i].value * 0x1p-31 * gain;
+    LoadPlain<PackedInt32>(source, destination, count,
+                           [gain](PackedInt32 sample) { return sample.value * 0x1p-31 * gain; });
 }
 
 TONEKIT_INTERNAL_BODY(LoadHdcdInt32ToFloat, void, (const void *source, float *destination, uint32_t count))
 {
-    const auto *samples = static_cast<const PackedInt32 *>(source);
     const double gain = HdcdGainTable[GetHDCDGain()];
-    for (uint32_t i = 0; i < count; ++i)
-        destination[i] = static_cast<float>(samples[i].value * 0x1p-31 * gain);
+    LoadPlain<PackedInt32>(source, destination, count, [gain](PackedInt32 sample) {
+        return static_cast<float>(sample.value * 0x1p-31 * gain);
+    });
 }
 
 } // namespace tonekit::TONEKIT_TIER

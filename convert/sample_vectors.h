@@ -53,6 +53,26 @@ inline DoubleVector SignedHalf(DoubleVector x)
     return _mm256_blendv_pd(_mm256_set1_pd(0.5), _mm256_set1_pd(-0.5), x);
 }
 
+// x * scale + term, for a scale that is a power of two from 1 on and a term below it. The product is exact:
+// it keeps x's bits, and where it overflows, so does the sum. So fusing both gives the same bits.
+inline FloatVector ScaledPlus(FloatVector x, float scale, FloatVector term)
+{
+    #ifdef __FMA__
+    return _mm256_fmadd_ps(x, _mm256_set1_ps(scale), term);
+    #else
+    return x * scale + term;
+    #endif
+}
+
+inline DoubleVector ScaledPlus(DoubleVector x, double scale, DoubleVector term)
+{
+    #ifdef __FMA__
+    return _mm256_fmadd_pd(x, _mm256_set1_pd(scale), term);
+    #else
+    return x * scale + term;
+    #endif
+}
+
 inline FloatVector AtMost(float limit, FloatVector y)
 {
     return _mm256_min_ps(_mm256_set1_ps(limit), y);
@@ -124,6 +144,16 @@ inline FloatVector SignedHalf(FloatVector x)
 inline DoubleVector SignedHalf(DoubleVector x)
 {
     return _mm_or_pd(_mm_and_pd(x, _mm_set1_pd(-0.0)), _mm_set1_pd(0.5));
+}
+
+inline FloatVector ScaledPlus(FloatVector x, float scale, FloatVector term)
+{
+    return x * scale + term;
+}
+
+inline DoubleVector ScaledPlus(DoubleVector x, double scale, DoubleVector term)
+{
+    return x * scale + term;
 }
 
 inline FloatVector AtMost(float limit, FloatVector y)

@@ -1,6 +1,7 @@
 // store_float.tier.cpp: store kernels for floating point, and the one that writes nothing.
 #include "frame/tier.h"
 
+#include "convert/alignment.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
 #include "convert/sample_vectors.h"
@@ -38,6 +39,8 @@ inline void StoreClipped(void *destination, const Sample *source, uint32_t count
 {
     constexpr uint32_t kGroup = 2 * kLanes;
     auto *samples = static_cast<PackedFloat32 *>(destination);
+    for (uint32_t head = UntilWiderAligned(source, samples, count); head != 0; --head, --count)
+        samples++->value = ClipOne(static_cast<float>(*source++));
     for (; count >= kGroup; count -= kGroup, source += kGroup, samples += kGroup) {
         const FloatVector first = Clip(LoadRounded(source));
         const FloatVector second = Clip(LoadRounded(source + kLanes));
@@ -46,6 +49,17 @@ inline void StoreClipped(void *destination, const Sample *source, uint32_t count
     }
     for (; count != 0; --count, ++source, ++samples)
         samples->value = ClipOne(static_cast<float>(*source));
+}
+
+template <class Sample>
+inline void StoreWide(void *destination, const Sample *source, uint32_t count)
+{
+    auto *samples = static_cast<PackedFloat64 *>(destination);
+    uint32_t i = 0;
+    for (const uint32_t head = UntilAligned(samples, count); i < head; ++i)
+        samples[i].value = source[i];
+    for (; i < count; ++i)
+        samples[i].value = source[i];
 }
 
 } // namespace
@@ -62,16 +76,12 @@ TONEKIT_INTERNAL_BODY(StoreFloatToFloat32, void, (void *destination, const float
 
 TONEKIT_INTERNAL_BODY(StoreDoubleToFloat64, void, (void *destination, const double *source, uint32_t count))
 {
-    auto *samples = static_cast<PackedFloat64 *>(destination);
-    for (uint32_t i = 0; i < count; ++i)
-        samples[i].value = source[i];
+    StoreWide(destination, source, count);
 }
 
 TONEKIT_INTERNAL_BODY(StoreFloatToFloat64, void, (void *destination, const float *source, uint32_t count))
 {
-    auto *samples = static_cast<PackedFloat64 *>(destination);
-    for (uint32_t i = 0; i < count; ++i)
-        samples[i].value = source[i];
+    StoreWide(destination, source, count);
 }
 
 TONEKIT_INTERNAL_BODY(StoreNothing, void, (void *, const void *, uint32_t)) {}

@@ -5,6 +5,7 @@
 // single samples, whose functions state the rules as they are.
 #include "frame/tier.h"
 
+#include "convert/alignment.h"
 #include "convert/integer_packing.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
@@ -63,18 +64,12 @@ struct Limits {
     }
 };
 
-// The half has the sign of x also for +0.0, where it makes no difference.
-inline DoubleVector PlusHalf(DoubleVector x)
-{
-    return x + SignedHalf(x);
-}
-
 // Vector i of a group as integers.
 template <class Encoding, class Limit>
 inline IntVector Round(const FloatGroup &group, uint32_t i, Limit limit)
 {
     const FloatVector samples = group.vectors[i];
-    return Truncate(limit(samples * static_cast<float>(Encoding::kScale) + SignedHalf(samples)));
+    return Truncate(limit(ScaledPlus(samples, static_cast<float>(Encoding::kScale), SignedHalf(samples))));
 }
 
 template <class Encoding, class Limit>
@@ -83,7 +78,8 @@ inline IntVector Round(const DoubleGroup &group, uint32_t i, Limit limit)
     constexpr double kScale = Encoding::kScale;
     const DoubleVector low = group.vectors[2 * i];
     const DoubleVector high = group.vectors[2 * i + 1];
-    return Truncate(limit(low * kScale + SignedHalf(low)), limit(high * kScale + SignedHalf(high)));
+    return Truncate(limit(ScaledPlus(low, kScale, SignedHalf(low))),
+                    limit(ScaledPlus(high, kScale, SignedHalf(high))));
 }
 
 struct Int16 {
@@ -167,6 +163,8 @@ inline void Store(void *destination, const Sample *source, uint32_t count)
 {
     constexpr uint32_t kSpare = (Encoding::kExcess + Encoding::kBytes - 1) / Encoding::kBytes;
     auto *out = static_cast<uint8_t *>(destination);
+    for (uint32_t head = UntilAligned(source, count); head != 0; --head, --count, out += Encoding::kBytes)
+        Encoding::WriteOne(out, RoundOne<Encoding>(*source++));
     while (count >= kGroup + kSpare) {
         uint32_t groups = 1;
         if (__builtin_expect(!StoreUnlimited<Encoding>(out, source), 0)) {
@@ -188,13 +186,22 @@ inline void Store32(void *destination, const Sample *source, uint32_t count)
 {
     constexpr double kHigh = Int32::kScale - 1;
     auto *out = static_cast<uint8_t *>(destination);
-    for (; count >= kLanes; count -= kLanes, source += kLanes, out += kLanes * Int32::kBytes) {
-        const DoubleVector low = PlusHalf(LoadDoubles(source) * Int32::kScale);
-        const DoubleVector high = PlusHalf(LoadDoubles(source + kLanes / 2) * Int32::kScale);
-        WriteTruncated(out, AtMost(kHigh, low), AtMost(kHigh, high));
-    }
-    for (; count != 0; --count, ++source, out += Int32::kBytes)
+    const auto storeOne = [&] {
         reinterpret_cast<PackedInt32 *>(out)->value = RoundOne<Int32>(static_cast<double>(*source));
+        --count;
+        ++source;
+        out += Int32::kBytes;
+    };
+    for (uint32_t head = UntilAligned(source, count); head != 0; --head)
+        storeOne();
+    for (; count >= kLanes; count -= kLanes, source += kLanes, out += kLanes * Int32::kBytes) {
+        const DoubleVector low = LoadDoubles(source);
+        const DoubleVector high = LoadDoubles(source + kLanes / 2);
+        WriteTruncated(out, AtMost(kHigh, ScaledPlus(low, Int32::kScale, SignedHalf(low))),
+                       AtMost(kHigh, ScaledPlus(high, Int32::kScale, SignedHalf(high))));
+    }
+    while (count != 0)
+        storeOne();
 }
 
 // The offset rule of 8 bits. Only the upper limit needs a test: packing saturates at 0.
@@ -215,16 +222,21 @@ inline uint8_t RoundOne8(float sample)
     return OffsetOne(static_cast<float>(static_cast<double>(sample) * 128.0 + 128.0) + 0.5f);
 }
 
+inline DoubleVector Offset8(DoubleVector samples)
+{
+    return ScaledPlus(samples, 128.0, DoubleVector{} + 128.0);
+}
+
 inline IntVector Round8(const double *samples)
 {
-    return Truncate(AtMost(255.0, LoadDoubles(samples) * 128.0 + 128.0 + 0.5),
-                    AtMost(255.0, LoadDoubles(samples + kLanes / 2) * 128.0 + 128.0 + 0.5));
+    return Truncate(AtMost(255.0, Offset8(LoadDoubles(samples)) + 0.5),
+                    AtMost(255.0, Offset8(LoadDoubles(samples + kLanes / 2)) + 0.5));
 }
 
 inline IntVector Round8(const float *samples)
 {
     const FloatVector offset =
-        Narrow(LoadDoubles(samples) * 128.0 + 128.0, LoadDoubles(samples + kLanes / 2) * 128.0 + 128.0);
+        Narrow(Offset8(LoadDoubles(samples)), Offset8(LoadDoubles(samples + kLanes / 2)));
     return Truncate(AtMost(255.0f, offset + 0.5f));
 }
 
