@@ -8,8 +8,8 @@
  * Streams
  *
  * A converter turns one stream of interleaved PCM into another: SRC4_Init, then SRC4_Write and SRC4_Read for
- * each buffer of the stream, SRC4_Flush until it declines, SRC4_Deinit. The loop is,
- * as examples/stream_wav.c has it:
+ * each buffer of the stream, SRC4_Flush until it returns 0, SRC4_Deinit. The loop is, as
+ * examples/stream_wav.c has it:
  *
  *     while ((frames = fread(buffer, 4, 4096, in)) > 0) {
  *         SRC4_Write(converter, buffer, (uint32_t)frames);
@@ -23,17 +23,17 @@
  * Later the two ends of the stream need scratch, and the resampler may lengthen its buffers.
  *
  * When memory runs out and no new-handler helps, SRC4_Init, SRC4_Read and SRC4_Flush throw std::bad_alloc,
- * and so do the members that they call. Nothing is leaked. A handle that has thrown is to be released; until
- * then every call is allowed, and what it yields has a gap or is empty. (A library that was built without the
- * sources of libsoxr doesn't hold this: the packaged libsoxr doesn't check its allocations, and crashes.)
+ * and so do the members that they call. Nothing is leaked. A handle that has thrown must be released; until
+ * then every call is allowed, and its output has a gap or is empty. (This isn't so for a library that was
+ * built without the sources of libsoxr: the packaged libsoxr doesn't check its allocations, and crashes.)
  *
  * Sample encodings, by format code and bits per sample:
  *
- *   - TONEKIT_FORMAT_INTEGER, integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in 3
- * bytes) and 32 bits, signed from 16 bits up; as input also 64 bits
+ *   - TONEKIT_FORMAT_INTEGER, integer PCM, little-endian: 8 (unsigned, silence at 128), 16, 24 (packed in
+ *     3 bytes) and 32 bits, signed from 16 bits up; as input also 64 bits
  *   - TONEKIT_FORMAT_FLOAT, IEEE float, nominal range -1.0 to +1.0: 32 and 64 bits
- *   - TONEKIT_FORMAT_HDCD, input only, 32 bits: the samples that hdcd_process leaves, to which the gain of
- * SetHDCDGain is applied
+ *   - TONEKIT_FORMAT_HDCD, input only, 32 bits: the samples that hdcd_process writes, to which the gain of
+ *     SetHDCDGain is applied
  *
  * Channel orders, by count:
  *
@@ -45,7 +45,7 @@
  *   - 7: left, right, centre, LFE, back centre, surround left, surround right
  *   - 8: left, right, centre, LFE, back left, back right, surround left, surround right
  *
- * Of 3 input channels the third is ignored, of more than 8 those behind the eighth.
+ * Of 3 input channels the third is ignored, of more than 8 those after the eighth.
  *
  * Gains of a change of channels are constants of four decimal places. Each is a whole number of decibels, so
  * that every step away from a channel's own place halves its power: 0.7079 is -3 dB, 0.5012 -6 dB, 0.3548 -9
@@ -59,21 +59,21 @@
  *   - 65536 / r, rounded down, at least 512, from a lower rate to a higher one
  *   - 65536 * (1 - r), rounded down, at least 512, from a higher rate to a lower one
  *
- * frames: 60211 from 44100 to 48000 Hz, 5324 back. SRC4_Read declines until a block is full, so the first
+ * frames: 60211 from 44100 to 48000 Hz, 5324 back. SRC4_Read returns 0 until a block is full, so the first
  * output comes after that many frames of input. From then on the output lags the input by the frames that
  * wait for a full block, by an edge of about 50 ms that is held back at unequal rates (2400 frames at 48000
- * Hz), and by half the length of the filter. From 44100 to 48000 Hz the first block brings 62769 of its 65536
- * frames at TONEKIT_QUALITY_28_BITS: 2400 are held back and 367 are inside the filter; the steepest filter
- * holds 8701. The flush brings all of them, and the whole output has the length of the input. Members
- * blockFrames and outputEdgeFrames of the classes hold the numbers of a converter.
+ * Hz), and by half the length of the filter. From 44100 to 48000 Hz the first block returns 62769 of its
+ * 65536 frames at TONEKIT_QUALITY_28_BITS: 2400 are held back and 367 are inside the filter; the steepest
+ * filter holds 8701. The flush returns all of them, and the whole output has the length of the input. The
+ * members blockFrames and outputEdgeFrames of the classes hold these numbers of a converter.
  *
  * Nothing is rejected. An input encoding that isn't listed reads as silence, an output encoding that isn't
  * listed leaves the output bytes unwritten, and a pair of channel counts without a matrix (3, 0 or more than
  * 8 output channels) gives silence of the right length.
  *
- * Order of work: to floating point; channel mix and limiter; rate; low-pass of an LFE channel that was made
- * up by the mix; dither; to the output encoding. At equal rates the work is done in double. Integer PCM with
- * equal encodings, channels and rates is copied byte for byte, without dither.
+ * Order of work: to floating point; channel mix and limiter; rate; low-pass of an LFE channel that the mix
+ * made of other channels; dither; to the output encoding. At equal rates the work is done in double. Integer
+ * PCM with equal encodings, channels and rates is copied byte for byte, without dither.
  */
 
 /* Format codes. */
@@ -92,7 +92,7 @@ extern "C" {
 #endif
 
 /**
- * Makes a converter.
+ * Returns a new converter.
  *
  * @param inputFormat     format code of the input
  * @param inputBits       bits per input sample
@@ -115,7 +115,7 @@ extern "C" {
  * @throws std::bad_alloc when memory is exhausted and no new-handler helps; nothing is leaked then
  *
  * Reads the settings of SetSampleRateConverterParameters2 and SetDitherParameters; later changes of them,
- * save of the dither mode, don't reach this converter.
+ * except of the dither mode, don't affect this converter.
  */
 TONEKIT_API void *SRC4_Init(uint32_t inputFormat, uint32_t inputBits, uint32_t inputChannels,
                             uint32_t inputRate, uint32_t outputFormat, uint32_t outputBits,
@@ -123,8 +123,8 @@ TONEKIT_API void *SRC4_Init(uint32_t inputFormat, uint32_t inputBits, uint32_t i
                             uint32_t qualityLow, uint32_t qualityHigh);
 
 /**
- * Hands over a buffer of input. Call SRC4_Read until it returns 0 before the next write: frames still waiting
- * then are forgotten.
+ * Sets the buffer of input to read next. Call SRC4_Read until it returns 0 before the next write: frames that
+ * are still waiting then are dropped.
  *
  * @param handle  from SRC4_Init; not checked
  * @param data    interleaved frames in the input encoding; not copied, so it must stay until SRC4_Read has
@@ -134,26 +134,27 @@ TONEKIT_API void *SRC4_Init(uint32_t inputFormat, uint32_t inputBits, uint32_t i
 TONEKIT_API void SRC4_Write(void *handle, const void *data, uint32_t frames);
 
 /**
- * Takes the next converted block. Call until it returns 0.
+ * Reads the next converted block. Call until it returns 0.
  *
  * @param handle     from SRC4_Init; not checked
  * @param out        interleaved, in the output encoding; the converter's, valid until the next SRC4_Read or
  *                   SRC4_Flush
  * @param outFrames  frames at *out; 0 is normal while the resampler fills: call again
  * @param outBytes   the same in bytes
- * @return 1: all three are set. 0: less than a block is waiting and they are untouched; write more, or flush.
+ * @return 1 if all three are set; 0 if less than a block is waiting, and the outputs are not written: write
+ *         more, or flush.
  */
 TONEKIT_API uint32_t SRC4_Read(void *handle, void **out, uint32_t *outFrames, uint32_t *outBytes);
 
 /**
- * Ends the stream: converts what waits in a partial block, then what the resampler still holds. Call until it
- * returns 0, after SRC4_Read has returned 0 (frames that it has not taken stay behind).
+ * Ends the stream: converts what waits in a partial block, then what the resampler still holds. Call it until
+ * it returns 0, after SRC4_Read has returned 0 (frames that it has not taken are lost).
  *
  * @param handle     from SRC4_Init; not checked
  * @param out        as for SRC4_Read; always set
  * @param outFrames  frames at *out, may be 0; always set
  * @param outBytes   the same in bytes; always set
- * @return 1: call again. 0: the stream is over, with 0 frames in this call.
+ * @return 1: call again. 0: the stream has ended, and this call returns 0 frames.
  */
 TONEKIT_API uint32_t SRC4_Flush(void *handle, void **out, uint32_t *outFrames, uint32_t *outBytes);
 
@@ -232,12 +233,12 @@ public:
               uint32_t qualityHigh);
 
     /**
-     * Converts the frames that stand in inputBuffer.
+     * Converts the frames in inputBuffer.
      *
-     * @param frames  at most blockFrames, not checked; a count below that belongs at the end of a stream
+     * @param frames  at most blockFrames, not checked; a smaller count is for the end of a stream
      * @param last    false while frames are fed; true, with 0 frames, to end the stream: repeat until
-     *                finished is set and 0 comes back
-     * @return frames that stand at the start of outputBuffer, valid until the next call
+     *                finished is set and 0 is returned
+     * @return frames at the start of outputBuffer, valid until the next call
      */
     uint32_t Resample(uint32_t frames, bool last);
 
@@ -246,11 +247,11 @@ public:
     float mixLimiterGainFloat;           /**< the same, float path */
     uint32_t extrapolationHistoryFrames; /**< frames that the edges are predicted from: half a block */
     bool firstBlockDone;                 /**< the first block has gone to the resampler */
-    bool lastBlockDone;                  /**< the edge behind the stream has gone to the resampler */
+    bool lastBlockDone;                  /**< the edge after the stream has gone to the resampler */
     uint32_t inputEdgeFrames;            /**< input frames that are predicted at each end of the stream */
     uint32_t outputEdgeFrames;           /**< output frames that these become */
     uint32_t pendingSkipFrames;          /**< output frames still to drop at the start of the stream */
-    tonekit::Biquad lfeLowPass;          /**< low-pass of a made-up LFE channel */
+    tonekit::Biquad lfeLowPass;          /**< low-pass of an LFE channel made of other channels */
     bool useDoublePath;       /**< rates differ and the work is done in double; not set at equal rates */
     uint32_t inputFormat;     /**< format code of the input */
     uint32_t inputBits;       /**< bits per input sample */
@@ -274,7 +275,7 @@ public:
     bool resamplerActive;           /**< resampler is to be deleted with the object */
     bool resamplerDrained;     /**< the end of the stream has been asked of resampler: it takes no more */
     void *inputBuffer;         /**< a block of input, in the input encoding */
-    void *outputBuffer;        /**< what Resample leaves, in the output encoding */
+    void *outputBuffer;        /**< what Resample writes, in the output encoding */
     uint32_t heldOutputFrames; /**< frames in outputBuffer */
     uint32_t inputFrameBytes;  /**< bytes of a frame of input */
     uint32_t outputFrameBytes; /**< bytes of a frame of output */
@@ -283,7 +284,7 @@ public:
     bool mixCanOverflow;       /**< the matrix is one that can exceed full scale */
     bool mixLimiterOn;         /**< the limiter runs */
     bool ditherActive;         /**< dither runs */
-    bool finished;             /**< nothing further can come out */
+    bool finished;             /**< no more output will come */
     const double (*mixMatrixDouble)[8];   /**< rows are input channels, columns output channels */
     const float (*mixMatrixFloat)[8];     /**< the same for the float path */
     tonekit::FloatDither *floatDithers;   /**< one per output channel, float path */
@@ -295,7 +296,7 @@ public:
     tonekit::StoreFloatKernel storeFloat;
 };
 
-/** Gathers any number of frames into blocks; the class behind the SRC4_ functions, which tell what its
+/** Gathers any number of frames into blocks. The SRC4_ functions call this class; their comments say what its
  * members do. */
 class TONEKIT_API CSampleRateConverter4 : public CSampleRateConverter3 {
 public:
@@ -311,14 +312,14 @@ public:
     bool Read(void *&out, uint32_t &outFrames, uint32_t &outBytes);
     bool Flush(void *&out, uint32_t &outFrames, uint32_t &outBytes);
 
-    uint32_t readFrameBytes;       /**< bytes of a frame handed to Write */
-    uint32_t readOutputFrameBytes; /**< bytes of a frame handed back */
+    uint32_t readFrameBytes;       /**< bytes of a frame passed to Write */
+    uint32_t readOutputFrameBytes; /**< bytes of a frame returned */
     const void *writeData;         /**< the buffer of the last Write; the caller's */
     uint32_t writeConsumed;        /**< frames of it already taken */
     uint32_t writeRemaining;       /**< frames of it not yet taken */
     uint32_t blockFill;            /**< frames gathered in inputBuffer */
     uint32_t totalFramesIn;        /**< frames written, modulo 2^32 */
-    uint32_t totalFramesOut;       /**< frames handed back, modulo 2^32 */
+    uint32_t totalFramesOut;       /**< frames returned, modulo 2^32 */
 };
 #endif
 

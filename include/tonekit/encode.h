@@ -18,21 +18,21 @@ extern "C" {
  * windows-1252.
  *
  * Each conversion returns a new text of exactly the size needed, terminator included. It is the caller's, to
- * be given back with UNC_freeStr or UNC_freeWStr. An empty text gives a new empty text. Null comes back for a
- * null text, and from the ANSI functions if the system refuses its own code page; never for what is in the
- * text and never for want of memory. When memory runs out, the process's new-handler is called as long as
- * there is one, then std::bad_alloc is thrown; nothing leaks.
+ * be released with UNC_freeStr or UNC_freeWStr. For an empty text it is a new empty text. A conversion
+ * returns null for a null text, and the ANSI functions also if the system refuses its own code page; never
+ * because of what is in the text or because memory runs out. When memory runs out, the process's new-handler
+ * is called as long as there is one, then std::bad_alloc is thrown; nothing leaks.
  *
  * On Windows the system makes every conversion and replaces what can't be converted: MultiByteToWideChar with
  * MB_PRECOMPOSED from ANSI, WideCharToMultiByte with WC_COMPOSITECHECK and WC_SEPCHARS to ANSI, both without
  * flags for UTF-8. Windows refuses these flags for code pages that take none, UTF-8 (65001) among them. Where
  * that is the active code page, by a setting of the system or by activeCodePage in the program's manifest,
- * the four ANSI functions return null for every text; such a program has UTF-8 in place of ANSI and needs
- * UNC_UnicodeToUtf8 and UNC_Utf8ToUnicode alone.
+ * the four ANSI functions return null for every text; such a program has UTF-8 instead of ANSI and needs only
+ * UNC_UnicodeToUtf8 and UNC_Utf8ToUnicode.
  *
- * Elsewhere the library itself converts UTF-8 and windows-1252. Any other code page is the system's iconv's,
- * which is opened for each call; that takes some microseconds. What can't be converted is replaced by these
- * rules:
+ * Elsewhere the library itself converts UTF-8 and windows-1252. Any other code page is converted by the
+ * system's iconv, which is opened for each call; that takes some microseconds. What can't be converted is
+ * replaced by these rules:
  *
  *   - Ill-formed UTF-8 becomes U+FFFD, one for each maximal part: the longest run of bytes that begins a
  *     well-formed character, or one byte that begins none. Overlong forms, surrogates and values above
@@ -41,12 +41,12 @@ extern "C" {
  *   - A byte that the code page does not know becomes U+FFFD; so does a multi-byte character that the text's
  *     end cuts.
  *   - A character that the code page lacks becomes one `?`.
- *   - On the way to ANSI a character and the combining mark behind it are first composed to the one
- *     precomposed character, if Unicode's canonical compositions have one: e, U+0301 becomes U+00E9.
- *     Marks are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
+ *   - On the way to ANSI a character and the combining mark after it are first composed to the one
+ *     precomposed character, if Unicode's canonical compositions have one: e, U+0301 becomes U+00E9. Marks
+ *     are taken in turn: e, U+0302, U+0301 becomes U+1EBF.
  *
- * Every function may be called from any thread at any time; setting the locale meanwhile is as unsafe as it
- * always is.
+ * Every function may be called from any thread at any time; setting the locale at the same time is as unsafe
+ * as always.
  */
 
 /** @return text, read in the ANSI code page, as new UTF-16; null for null */
@@ -68,7 +68,7 @@ TONEKIT_API char *UNC_AnsiToUtf8(const char *text);
 TONEKIT_API char *UNC_Utf8ToAnsi(const char *text);
 
 /**
- * Releases memory that a function of this header has handed out. UNC_freeStr, UNC_freeWStr, UUFreeMem and
+ * Releases memory that a function of this header has returned. UNC_freeStr, UNC_freeWStr, UUFreeMem and
  * BASE64FreeMem are one routine at one address, so any of them releases the result of any function here.
  *
  * @param text  the result to release; null is ignored
@@ -95,7 +95,7 @@ TONEKIT_API void UNC_ChangeEndian(tonekit_char16 *text);
  *   anything else          gives  an equal path
  *
  * @param path  zero-terminated, not changed, not checked for null
- * @return a new path, also where nothing was removed; give it back with UNC_freeWStr. Never null: it throws
+ * @return a new path, also if nothing was removed; release it with UNC_freeWStr. Never null: it throws
  *         std::bad_alloc when memory runs out.
  */
 TONEKIT_API tonekit_char16 *UNC_RemoveUnicodeAPIPath(const tonekit_char16 *path);
@@ -104,11 +104,11 @@ TONEKIT_API tonekit_char16 *UNC_RemoveUnicodeAPIPath(const tonekit_char16 *path)
  * UU and Base64
  *
  * Binary data to printable text and back. A text is one zero-terminated string of ASCII characters, without
- * line breaks, headers, lengths or check values. Results are new memory, the caller's to give back with
- * UUFreeMem or BASE64FreeMem (or UNC_freeStr: they are one routine). The out pointers must not be null; where
- * a function refuses, it leaves them as they are and has allocated nothing. When memory runs out, the
- * process's new-handler is called as long as there is one, then std::bad_alloc is thrown. Every function may
- * be called from any thread at any time.
+ * line breaks, headers, lengths or check values. Results are new memory, which the caller releases with
+ * UUFreeMem or BASE64FreeMem (or UNC_freeStr: they are one routine). The out pointers must not be null; a
+ * function that refuses doesn't write them and has allocated nothing. When memory runs out, the process's
+ * new-handler is called as long as there is one, then std::bad_alloc is thrown. Every function may be called
+ * from any thread at any time.
  */
 
 /* What the functions below return when they refuse. */
@@ -118,27 +118,27 @@ TONEKIT_API tonekit_char16 *UNC_RemoveUnicodeAPIPath(const tonekit_char16 *path)
  * Encodes data in this library's own UU packing. It has the characters of the classical uuencode, space
  * (0x20) to underscore (0x5F), but neither its bit order nor its lines, and only UUDecode reads it.
  *
- * Three bytes give four characters, each of them 0x20 plus six bits: the low six bits of the first, second
+ * Three bytes become four characters, each of them 0x20 plus six bits: the low six bits of the first, second
  * and third byte, then the top two bits of all three, those of the first byte highest. One or two bytes left
- * over give as many characters, and one more with their top bits, in the same places. There is no padding.
+ * over become as many characters, and one more with their top bits, in the same places. There is no padding.
  *
  * @param data    length bytes, anywhere; may be null if length is 0
- * @param length  0 gives an empty text, and so does a negative length
- * @param text    gets the new text: 4 characters for 3 bytes, 2 for 1 byte left, 3 for 2 bytes left, and the
- *                terminating zero
+ * @param length  0 or less makes an empty text
+ * @param text    receives the new text: 4 characters for 3 bytes, 2 for 1 byte left, 3 for 2 bytes left, and
+ *                the terminating zero
  * @return 0, always
  */
 TONEKIT_API uint32_t UUEncode(const void *data, int32_t length, char **text);
 
 /**
- * Decodes what UUEncode has made; the number of bytes comes back exactly. Nothing is checked: of a text with
- * other characters, some bytes come out.
+ * Decodes what UUEncode has made, to the same number of bytes. Nothing is checked: a text with other
+ * characters becomes some bytes or other.
  *
- * @param text    zero-terminated; a single character behind the last group of four is ignored
- * @param data    gets new memory with the bytes, not terminated; to be given back even if there are none
- * @param length  gets the number of bytes: 3 for 4 characters, 1 for 2 left over, 2 for 3 left over
+ * @param text    zero-terminated; a single character after the last group of four is ignored
+ * @param data    receives new memory with the bytes, not terminated; to be released even if there are none
+ * @param length  receives the number of bytes: 3 for 4 characters, 1 for 2 left over, 2 for 3 left over
  * @return 0; TONEKIT_ENCODE_REFUSED for an empty or null text, and for one whose bytes could not be counted
- * in 32 bits
+ *         in 32 bits
  */
 TONEKIT_API uint32_t UUDecode(const char *text, void **data, uint32_t *length);
 
@@ -150,24 +150,23 @@ TONEKIT_API void UUFreeMem(void *memory);
  *
  * @param data    length bytes, anywhere
  * @param length  1 to 268435455 (2^28 - 1)
- * @param text    gets the new text: 4 characters for every 3 bytes begun, and the terminating zero
+ * @param text    receives the new text: 4 characters for every 3 bytes begun, and the terminating zero
  * @return 0; TONEKIT_ENCODE_REFUSED for length 0 (unlike UUEncode), for a length from 2^28 on, and for null
- * data
+ *         data
  */
 TONEKIT_API uint32_t BASE64Encode(const void *data, uint32_t length, char **text);
 
 /**
  * Decodes Base64 of the standard alphabet. The whole text may hold nothing but ASCII letters, digits, '+',
- * '/' and
- * '='; line breaks, blanks and the URL-safe '-' and '_' are refused. Reading stops at the first '='. Padding
- * isn't asked for: of characters left behind the last group of four, one gives no byte, two give one, three
- * give two, and bits that don't fill a byte are dropped.
+ * '/' and '='; line breaks, blanks and the URL-safe '-' and '_' are refused. Reading stops at the first '='.
+ * Padding isn't required: of characters left after the last group of four, one makes no byte, two make one,
+ * three make two, and bits that don't fill a byte are dropped.
  *
  * @param text    zero-terminated
- * @param data    gets new memory with the bytes, not terminated; to be given back even if there are none
- * @param length  gets the number of bytes, which can be 0: the texts "T" and "A=" are valid
- * @return 0; TONEKIT_ENCODE_REFUSED for an empty or null text, for one with any other character, even behind
- * a '=', and for one whose bytes could not be counted in 32 bits
+ * @param data    receives new memory with the bytes, not terminated; to be released even if there are none
+ * @param length  receives the number of bytes, which can be 0: the texts "T" and "A=" are valid
+ * @return 0; TONEKIT_ENCODE_REFUSED for an empty or null text, for one with any other character, even after a
+ *         '=', and for one whose bytes could not be counted in 32 bits
  */
 TONEKIT_API uint32_t BASE64Decode(const char *text, void **data, uint32_t *length);
 
@@ -177,12 +176,12 @@ TONEKIT_API void BASE64FreeMem(void *memory);
 /*
  * SHA-2
  *
- * The hashes SHA-224, SHA-256, SHA-384 and SHA-512 of FIPS 180-4. One call hashes a message that lies in
- * memory as a whole; for a message in pieces, call init, update for each piece, then final. Pieces may be of
- * any size, and where they are cut makes no difference.
+ * The hashes SHA-224, SHA-256, SHA-384 and SHA-512 of FIPS 180-4. One call hashes a message that is in memory
+ * as a whole; for a message in pieces, call init, update for each piece, then final. Pieces may be of any
+ * size, and where they are cut makes no difference.
  *
- * The bits of a message are counted in 32 bits. So a message of 512 MiB (2^29 bytes) or more gets a digest
- * that is well-defined, but not the standard's. That is the same in all four, and it stays so.
+ * The bits of a message are counted in 32 bits. So a message of 512 MiB (2^29 bytes) or more has a digest
+ * that is well-defined, but not the standard's. Required behaviour of all four; it won't change.
  *
  * The records are plain data without pointers. The caller allocates them, may copy them at any time (to hash
  * several messages with one beginning, for instance), and needs no release for them. Nothing in them is wiped
@@ -194,7 +193,7 @@ TONEKIT_API void BASE64FreeMem(void *memory);
 typedef struct Sha256Context {
     uint32_t total_length; /**< bytes that have been through the transform; wraps at 4 GiB */
     uint32_t length;       /**< bytes waiting in block, 0 to 63 */
-    uint8_t block[128];    /**< the waiting bytes; the second half serves the padding */
+    uint8_t block[128];    /**< the waiting bytes; the second half is for the padding */
     uint32_t state[8];     /**< the chaining value */
 } Sha256Context;
 
@@ -202,7 +201,7 @@ typedef struct Sha256Context {
 typedef struct Sha512Context {
     uint32_t total_length; /**< bytes that have been through the transform; wraps at 4 GiB */
     uint32_t length;       /**< bytes waiting in block, 0 to 127 */
-    uint8_t block[256];    /**< the waiting bytes; the second half serves the padding */
+    uint8_t block[256];    /**< the waiting bytes; the second half is for the padding */
     uint64_t state[8];     /**< the chaining value */
 } Sha512Context;
 
@@ -210,7 +209,7 @@ typedef struct Sha512Context {
  * Hashes a message with SHA-224.
  *
  * @param message  size bytes; may be null if size is 0
- * @param digest   gets 28 bytes
+ * @param digest   receives 28 bytes
  */
 TONEKIT_API void sha224(const uint8_t *message, uint32_t size, uint8_t *digest);
 
@@ -220,14 +219,14 @@ TONEKIT_API void sha224_init(Sha256Context *context);
 /** Adds size bytes to a SHA-224 message; 0 bytes (message may be null then) change nothing. */
 TONEKIT_API void sha224_update(Sha256Context *context, const uint8_t *message, uint32_t size);
 
-/** Ends a SHA-224 message and stores its 28 bytes at digest. The record is spent: init comes next. */
+/** Ends a SHA-224 message and stores its 28 bytes at digest. The record can't be used again before init. */
 TONEKIT_API void sha224_final(Sha256Context *context, uint8_t *digest);
 
 /**
  * Hashes a message with SHA-256.
  *
  * @param message  size bytes; may be null if size is 0
- * @param digest   gets 32 bytes
+ * @param digest   receives 32 bytes
  */
 TONEKIT_API void sha256(const uint8_t *message, uint32_t size, uint8_t *digest);
 
@@ -237,14 +236,14 @@ TONEKIT_API void sha256_init(Sha256Context *context);
 /** Adds size bytes to a SHA-256 message; 0 bytes (message may be null then) change nothing. */
 TONEKIT_API void sha256_update(Sha256Context *context, const uint8_t *message, uint32_t size);
 
-/** Ends a SHA-256 message and stores its 32 bytes at digest. The record is spent: init comes next. */
+/** Ends a SHA-256 message and stores its 32 bytes at digest. The record can't be used again before init. */
 TONEKIT_API void sha256_final(Sha256Context *context, uint8_t *digest);
 
 /**
  * Hashes a message with SHA-384.
  *
  * @param message  size bytes; may be null if size is 0
- * @param digest   gets 48 bytes
+ * @param digest   receives 48 bytes
  */
 TONEKIT_API void sha384(const uint8_t *message, uint32_t size, uint8_t *digest);
 
@@ -254,14 +253,14 @@ TONEKIT_API void sha384_init(Sha512Context *context);
 /** Adds size bytes to a SHA-384 message; 0 bytes (message may be null then) change nothing. */
 TONEKIT_API void sha384_update(Sha512Context *context, const uint8_t *message, uint32_t size);
 
-/** Ends a SHA-384 message and stores its 48 bytes at digest. The record is spent: init comes next. */
+/** Ends a SHA-384 message and stores its 48 bytes at digest. The record can't be used again before init. */
 TONEKIT_API void sha384_final(Sha512Context *context, uint8_t *digest);
 
 /**
  * Hashes a message with SHA-512.
  *
  * @param message  size bytes; may be null if size is 0
- * @param digest   gets 64 bytes
+ * @param digest   receives 64 bytes
  */
 TONEKIT_API void sha512(const uint8_t *message, uint32_t size, uint8_t *digest);
 
@@ -271,7 +270,7 @@ TONEKIT_API void sha512_init(Sha512Context *context);
 /** Adds size bytes to a SHA-512 message; 0 bytes (message may be null then) change nothing. */
 TONEKIT_API void sha512_update(Sha512Context *context, const uint8_t *message, uint32_t size);
 
-/** Ends a SHA-512 message and stores its 64 bytes at digest. The record is spent: init comes next. */
+/** Ends a SHA-512 message and stores its 64 bytes at digest. The record can't be used again before init. */
 TONEKIT_API void sha512_final(Sha512Context *context, uint8_t *digest);
 
 /*
@@ -279,7 +278,7 @@ TONEKIT_API void sha512_final(Sha512Context *context, uint8_t *digest);
  *
  * The message authentication code of RFC 2104 over each of the four hashes. One call does all; for a message
  * in pieces, call init with the key, update for each piece, then final. For a further message with the same
- * key, call reinit instead of init: it saves two transforms. The limit of 512 MiB counts for the message here
+ * key, call reinit instead of init: it saves two transforms. The limit of 512 MiB holds for the message here
  * too.
  *
  * A key may have any size, 0 included. One longer than the hash's block (64 bytes with SHA-224 and SHA-256,
@@ -296,20 +295,20 @@ TONEKIT_API void sha512_final(Sha512Context *context, uint8_t *digest);
 typedef struct HmacSha256Context {
     Sha256Context inner;       /**< running hash of ipad and the message */
     Sha256Context outer;       /**< running hash of opad */
-    Sha256Context inner_saved; /**< inner behind the key */
-    Sha256Context outer_saved; /**< outer behind the key */
-    uint8_t ipad[64];          /**< the key, each byte XOR 0x36; 0x36 behind it */
-    uint8_t opad[64];          /**< the key, each byte XOR 0x5C; 0x5C behind it */
+    Sha256Context inner_saved; /**< inner after the key */
+    Sha256Context outer_saved; /**< outer after the key */
+    uint8_t ipad[64];          /**< the key, each byte XOR 0x36; 0x36 after it */
+    uint8_t opad[64];          /**< the key, each byte XOR 0x5C; 0x5C after it */
 } HmacSha256Context;
 
 /** A message on its way through HMAC with SHA-384 or SHA-512. */
 typedef struct HmacSha512Context {
     Sha512Context inner;       /**< running hash of ipad and the message */
     Sha512Context outer;       /**< running hash of opad */
-    Sha512Context inner_saved; /**< inner behind the key */
-    Sha512Context outer_saved; /**< outer behind the key */
-    uint8_t ipad[128];         /**< the key, each byte XOR 0x36; 0x36 behind it */
-    uint8_t opad[128];         /**< the key, each byte XOR 0x5C; 0x5C behind it */
+    Sha512Context inner_saved; /**< inner after the key */
+    Sha512Context outer_saved; /**< outer after the key */
+    uint8_t ipad[128];         /**< the key, each byte XOR 0x36; 0x36 after it */
+    uint8_t opad[128];         /**< the key, each byte XOR 0x5C; 0x5C after it */
 } HmacSha512Context;
 
 /**
@@ -317,7 +316,7 @@ typedef struct HmacSha512Context {
  *
  * @param key      keySize bytes; may be null if keySize is 0
  * @param message  size bytes; may be null if size is 0
- * @param mac      gets macSize bytes, at most 28
+ * @param mac      receives macSize bytes, at most 28
  */
 TONEKIT_API void hmac_sha224(const uint8_t *key, uint32_t keySize, const uint8_t *message, uint32_t size,
                              uint8_t *mac, uint32_t macSize);
@@ -339,7 +338,7 @@ TONEKIT_API void hmac_sha224_final(HmacSha256Context *context, uint8_t *mac, uin
  *
  * @param key      keySize bytes; may be null if keySize is 0
  * @param message  size bytes; may be null if size is 0
- * @param mac      gets macSize bytes, at most 32
+ * @param mac      receives macSize bytes, at most 32
  */
 TONEKIT_API void hmac_sha256(const uint8_t *key, uint32_t keySize, const uint8_t *message, uint32_t size,
                              uint8_t *mac, uint32_t macSize);
@@ -361,7 +360,7 @@ TONEKIT_API void hmac_sha256_final(HmacSha256Context *context, uint8_t *mac, uin
  *
  * @param key      keySize bytes; may be null if keySize is 0
  * @param message  size bytes; may be null if size is 0
- * @param mac      gets macSize bytes, at most 48
+ * @param mac      receives macSize bytes, at most 48
  */
 TONEKIT_API void hmac_sha384(const uint8_t *key, uint32_t keySize, const uint8_t *message, uint32_t size,
                              uint8_t *mac, uint32_t macSize);
@@ -383,7 +382,7 @@ TONEKIT_API void hmac_sha384_final(HmacSha512Context *context, uint8_t *mac, uin
  *
  * @param key      keySize bytes; may be null if keySize is 0
  * @param message  size bytes; may be null if size is 0
- * @param mac      gets macSize bytes, at most 64
+ * @param mac      receives macSize bytes, at most 64
  */
 TONEKIT_API void hmac_sha512(const uint8_t *key, uint32_t keySize, const uint8_t *message, uint32_t size,
                              uint8_t *mac, uint32_t macSize);

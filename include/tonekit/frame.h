@@ -13,8 +13,8 @@
     #endif
 #endif
 
-/** The version of these headers. A library with the same major number serves every program that was built
- * with this one or an earlier one; the build system reads its version here. */
+/** The version of these headers. A library with the same major number runs every program that was built with
+ * this version or an earlier one. The build system reads its version here. */
 #define TONEKIT_VERSION_MAJOR 1
 #define TONEKIT_VERSION_MINOR 0
 #define TONEKIT_VERSION_PATCH 0
@@ -46,9 +46,9 @@ extern "C" {
  *
  * SRC4_Init reads the filter mode, aliasing and whether dither is allowed, and a converter keeps what it has
  * read. So a program whose converters need different filters sets the mode and creates the converter under
- * one lock of its own (the global lock below serves), and afterwards the converters run side by side. The
- * dither mode and the HDCD gain are read at every block: all converters of a process that dither or take HDCD
- * input share them at any time.
+ * one lock of its own (the global lock below will do); afterwards the converters may run at the same time.
+ * The dither mode and the HDCD gain are read at every block: all converters of a process that dither or take
+ * HDCD input share them at any time.
  */
 
 /* Modes of SetSampleRateConverterParameters2. */
@@ -62,21 +62,21 @@ extern "C" {
 #define TONEKIT_DITHER_SHAPED 2u     /* triangular, with noise shaping */
 
 /**
- * Chooses the resampling filter of converters set up from now on; a running converter does not change.
+ * Sets the resampling filter of converters set up from now on; a running converter does not change.
  *
  * @param mode      TONEKIT_FILTER_NORMAL, TONEKIT_FILTER_STEEP or TONEKIT_FILTER_STEEPER. Any other value
  *                  stores TONEKIT_FILTER_NORMAL.
  * @param aliasing  non-zero lets the stop band begin above the Nyquist frequency, which shortens the filter
- *                  and allows a little aliasing; it counts only between rates of 44100 Hz and up. Any value
- *                  is stored.
+ *                  and allows a little aliasing; it has an effect only between rates of 44100 Hz and up. Any
+ *                  value is stored.
  */
 TONEKIT_API void SetSampleRateConverterParameters2(uint32_t mode, uint8_t aliasing);
 
 /**
  * Sets dither.
  *
- * @param enable  non-zero allows dither in converters set up from now on (they must also ask for it
- *                themselves); starts as 0
+ * @param enable  non-zero allows dither in converters set up from now on (which must also ask for it); 0 at
+ *                start
  * @param mode    TONEKIT_DITHER_RECTANGULAR, TONEKIT_DITHER_TRIANGULAR (at start) or TONEKIT_DITHER_SHAPED;
  *                takes effect at the next block, in running converters too. Any other value leaves the mode
  *                as it was.
@@ -117,9 +117,9 @@ TONEKIT_API void XHEAAC_DRC_Set_Effect(uint32_t effect);
 /** @return the loudness control effect; 0 at start */
 TONEKIT_API uint32_t XHEAAC_DRC_Get_Effect(void);
 
-/** Does nothing; the entry exists so that the name resolves. */
+/** Does nothing. The function exists so that programs that call it can be linked. */
 TONEKIT_API void InitializeUltraHD(void);
-/** Does nothing; the entry exists so that the name resolves. */
+/** Does nothing. The function exists so that programs that call it can be linked. */
 TONEKIT_API void SetUltraHDQuality(void);
 
 /*
@@ -127,18 +127,19 @@ TONEKIT_API void SetUltraHDQuality(void);
  *
  * One lock for the process, for callers only: nothing inside the library takes it. It has no owner, so one
  * thread may lock and another unlock, and it isn't recursive: a second lock by the thread that holds it waits
- * for ever. Without the system's resources for it at load, both calls return at once and exclude nobody.
+ * for ever. If the system had no resources for it when the library was loaded, both calls return at once and
+ * exclude nobody.
  */
 
 /** Waits without limit for the lock and takes it. */
 TONEKIT_API void ffmpeg_global_lock(void);
 
-/** Gives the lock back and lets one waiter through. An unlock while it is free leaves it free; unlocks aren't
+/** Releases the lock and wakes one waiting thread. Releasing a free lock leaves it free: releases aren't
  * counted. */
 TONEKIT_API void ffmpeg_global_unlock(void);
 
 /**
- * Tells whether a file begins with the EBML header identifier 1A 45 DF A3, which marks Matroska and WebM
+ * Reads whether a file begins with the EBML header identifier 1A 45 DF A3, which marks Matroska and WebM
  * files.
  *
  * @param path  zero-terminated UTF-16 path; outside Windows it is opened by its UTF-8 form

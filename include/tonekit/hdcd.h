@@ -22,31 +22,30 @@ extern "C" {
  * The usual order of calls:
  *
  *   1. hdcd_new
- *   2. hdcd_scan or hdcd_scan16 on block after block, until the answer is TONEKIT_HDCD_USED or enough has
- * been heard
+ *   2. hdcd_scan or hdcd_scan16 on block after block, until it returns TONEKIT_HDCD_USED or enough has been
+ *      scanned
  *   3. hdcd_reset, because a scan leaves the decoder in the middle of the stream
  *   4. hdcd_process on block after block, in stream order; a converter takes the result as
- * TONEKIT_FORMAT_HDCD
+ *      TONEKIT_FORMAT_HDCD
  *   5. hdcd_free
  *
  * A decoder always works on two channels of 16 bits and counts its times in frames as if at 44100 Hz,
- * whatever the rate of the stream is. It belongs to one thread at a time; different decoders are
- * independent. No function throws, and none changes anything outside the decoder and the buffer that it is
- * given.
+ * whatever the rate of the stream is. One thread at a time may use it; different decoders are independent. No
+ * function throws, and none changes anything but the decoder and the buffer that are passed to it.
  *
  * Blocks may have any size. Where the two channels carry their codes on different frames, the borders of the
- * blocks have a say in when a code lapses, so only equal blocks give equal results; where they carry them on
- * the same frames, any blocks do.
+ * blocks affect when a code lapses, so only equal blocks give equal results; where they carry them on the
+ * same frames, any blocks do.
  */
 
-/** A decoder; opaque, from hdcd_new, to be given back to hdcd_free. */
+/** A decoder; opaque, made by hdcd_new, released by hdcd_free. */
 typedef struct HdcdDecoder HdcdDecoder;
 
 /** @return a new decoder at the beginning of a stream; null if memory is short */
 TONEKIT_API HdcdDecoder *hdcd_new(void);
 
 /**
- * Brings a decoder back to the beginning of a stream: between tracks, and between a scan and the decoding of
+ * Sets a decoder back to the beginning of a stream: between tracks, and between a scan and the decoding of
  * the same audio. Null is ignored.
  */
 TONEKIT_API void hdcd_reset(HdcdDecoder *decoder);
@@ -57,24 +56,23 @@ TONEKIT_API void hdcd_reset(HdcdDecoder *decoder);
  * @param decoder  null is ignored, and the samples stay as they are
  * @param samples  2 * frames samples, left and right in turn. In: one signed 16-bit value each, sign-extended
  *                 to 32 bits. Out: the decoded values, on a scale of their own: the 16-bit value times 32768
- *                 where no code is in force, so that 16-bit full scale stands at 2^30. The room above belongs
- *                 to peak extension, which makes 0x7FF38000 of 32767 and the lowest 32-bit number of -32768.
+ *                 where no code is in force, so that 16-bit full scale is 2^30. The range above it is for
+ *                 peak extension, which turns 32767 into 0x7FF38000 and -32768 into the lowest 32-bit number.
  *                 Null counts as an empty block.
  * @param frames   0 or less does nothing
  *
- * A code governs the audio from the very frame that completes it, and a lapse from the frame on which it
- * falls.
+ * A code takes effect on the frame that completes it, and a lapse on the frame at which it happens.
  */
 TONEKIT_API void hdcd_process(HdcdDecoder *decoder, int32_t *samples, int32_t frames);
 
 /**
- * Looks for HDCD in the next block: a decode whose output is thrown away. It moves all of the decoder's
- * state on, so blocks add up, and a scan finds what a decode of the same blocks would have found.
+ * Looks for HDCD in the next block: a decode whose output is thrown away. It updates all of the decoder's
+ * state, so blocks add up, and a scan finds what a decode of the same blocks would have found.
  *
- * @param decoder  null gives 0
- * @param samples  as for hdcd_process, but left as they are; not read at all once the answer has been 2
+ * @param decoder  if null, the call returns 0
+ * @param samples  as for hdcd_process, but left as they are; not read at all after it has returned 2
  * @param frames   0 or less changes nothing
- * @return what hdcd_detected tells afterwards. 0 if there is no memory for a copy of the block, 8 bytes a
+ * @return what hdcd_detected returns afterwards. 0 if there is no memory for a copy of the block, 8 bytes a
  *         frame; the decoder then stays as it was.
  */
 TONEKIT_API uint32_t hdcd_scan(HdcdDecoder *decoder, const int32_t *samples, int32_t frames);
@@ -86,7 +84,7 @@ TONEKIT_API uint32_t hdcd_scan16(HdcdDecoder *decoder, const int16_t *samples, i
 TONEKIT_API void hdcd_free(HdcdDecoder *decoder);
 
 /**
- * Tells what the blocks so far have shown, by the state at the end of each.
+ * Returns what the blocks so far have shown, by the state at the end of each.
  *
  * @return TONEKIT_HDCD_NONE: no HDCD so far, or in one channel only, or a null decoder. TONEKIT_HDCD_CODES:
  *         both channels carry codes, but these have never changed the sound. TONEKIT_HDCD_USED: both carry

@@ -14,8 +14,8 @@ extern "C" {
 /*
  * Bitmaps
  *
- * On Windows a bitmap is a GDI bitmap and the device is a device context. Elsewhere the host lends its own
- * bitmaps through a TonekitDevice, a record of the five operations that scaling needs.
+ * On Windows a bitmap is a GDI bitmap and the device is a device context. Elsewhere the host passes its own
+ * bitmaps with a TonekitDevice, a record of the five operations that scaling needs.
  */
 
 /**
@@ -25,7 +25,7 @@ extern "C" {
  */
 typedef double (*TonekitKernel)(double distance);
 
-/** What a device tells of a bitmap. */
+/** What a device says about a bitmap. */
 typedef struct TonekitBitmapDescription {
     int32_t width;         /**< pixels in a row */
     int32_t height;        /**< rows */
@@ -60,19 +60,19 @@ typedef struct TonekitDevice TonekitDevice;
 
 /**
  * The operations of a host's own bitmaps. The library passes the record's address back at every call, so a
- * host may embed the record at the front of a larger one. A null operation is one that always fails.
+ * host may put the record at the beginning of a larger one. A null operation is one that always fails.
  */
 struct TonekitDevice {
     /** Fills in the description of a bitmap. @return 0 on failure */
     int32_t (*getObject)(TonekitDevice *device, TonekitBitmap bitmap, TonekitBitmapDescription *description);
     /** Makes a bitmap of the device's own format. @return null on failure */
     TonekitBitmap (*createCompatibleBitmap)(TonekitDevice *device, int32_t width, int32_t height);
-    /** Copies lines of a bitmap to `pixels` in the form that the header gives; usage is 0. @return lines
+    /** Copies lines of a bitmap to `pixels` in the form that the header describes; usage is 0. @return lines
      * copied */
     int32_t (*getDIBits)(TonekitDevice *device, TonekitBitmap bitmap, uint32_t firstLine, uint32_t lines,
                          void *pixels, const TonekitBitmapHeader *header, uint32_t usage);
-    /** Stores lines from `pixels`, in the form that the header gives, in a bitmap; usage is 0. @return lines
-     * stored */
+    /** Stores lines from `pixels`, in the form that the header describes, in a bitmap; usage is 0. @return
+     * lines stored */
     int32_t (*setDIBits)(TonekitDevice *device, TonekitBitmap bitmap, uint32_t firstLine, uint32_t lines,
                          const void *pixels, const TonekitBitmapHeader *header, uint32_t usage);
     /** Discards a bitmap that createCompatibleBitmap made and that couldn't be completed. */
@@ -115,8 +115,8 @@ typedef TonekitDevice *TonekitDeviceContext;
  * Each of a pixel's four bytes is filtered by itself, alpha like the colours and without premultiplication.
  * On enlargement the kernel has its own width, on reduction it is widened by the ratio. Output 0 lies exactly
  * on source 0. Positions outside the source are left out, and each output is divided by the sum of its
- * weights. An output that no source pixel reaches (with FilterBox, the last ones of an enlargement) is 0. A
- * call with the source's own size copies it, whatever the filter.
+ * weights. An output that no source pixel reaches (with TONEKIT_SCALE_BOX, the last ones of an enlargement)
+ * is 0. A call with the source's own size copies it, whatever the filter.
  *
  * | filter | kernel                        | radius | filter | kernel                         | radius |
  * |--------|-------------------------------|--------|--------|--------------------------------|--------|
@@ -131,8 +131,8 @@ typedef TonekitDevice *TonekitDeviceContext;
  * @param dc      the device that the bitmap belongs to and the new one is to be compatible with; not null
  * @param source  a bitmap of one plane and 24 or 32 bits per pixel; it is left unchanged
  * @param width   width of the result in pixels: 0 becomes 1, and anything above 4096 becomes 4096
- * @param height  height of the result, brought into range in the same way
- * @param filter  the kernel; taken modulo 13, so that every value selects one
+ * @param height  height of the result, limited in the same way
+ * @param filter  the kernel; taken modulo 13, so that every value is a filter
  * @return a new bitmap, which the caller owns and releases (DeleteObject on Windows, its own means
  *         elsewhere), or null. With null the last-error value (GetLastError on Windows, errno elsewhere) is
  *         one of the codes below; success leaves it as it was. All that a failed call has made is released.
@@ -159,7 +159,7 @@ TONEKIT_API TonekitBitmap CreateResampledBitmap(TonekitDeviceContext dc, Tonekit
  * Scales a bitmap as CreateResampledBitmap does, with a kernel of the caller's.
  *
  * @param kernel  the kernel; a weight of exactly 0 leaves its pixel out
- * @param radius  the distance, from 0 to 16, beyond which the kernel isn't asked. A radius of 0 takes for
+ * @param radius  the distance, from 0 to 16, beyond which the kernel isn't called. A radius of 0 takes for
  *                each output the one pixel nearest to it.
  * @return as CreateResampledBitmap. A null kernel or a radius below 0 or above 16 is code 0x20000009.
  */
@@ -175,9 +175,9 @@ TONEKIT_API TonekitBitmap CreateUserFilterResampledBitmap(TonekitDeviceContext d
  * <tonekit/codec/transupp.h> those of the lossless transformations. Codec objects belong to one thread at a
  * time.
  *
- * The codec never touches a file by itself: jpeg_stdio_src and jpeg_stdio_dest read and write through two
- * functions of the application's, and hand them the stream handle that the application gave where the
- * declaration asks for a FILE pointer. The library never looks at that handle: it may be anything that the
+ * The codec opens, reads and writes no file by itself: jpeg_stdio_src and jpeg_stdio_dest read and write
+ * through two functions of the application, and pass them the stream handle that the application passed where
+ * the declaration asks for a FILE pointer. The library never reads that handle: it may be anything that the
  * hooks understand, null too.
  */
 

@@ -11,16 +11,16 @@ extern "C" {
 /*
  * ReplayGain
  *
- * A state measures one track: make it with an init call, feed it with ReplayGain_Process, read it at any
- * point (reading does not disturb the measurement, which may go on), release it with ReplayGain_Deinit. There
- * is no reset; a new track takes a new state. The loudness is the gated, integrated one of ITU-R BS.1770 and
- * EBU R 128, measured by libebur128.
+ * A state measures one track: make it with an init call, pass it the audio with ReplayGain_Process, read it
+ * at any point (reading does not change the measurement, which may go on), release it with ReplayGain_Deinit.
+ * There is no reset; a new track takes a new state. The loudness is the gated, integrated one of ITU-R
+ * BS.1770 and EBU R 128, measured by libebur128.
  *
  * No call reports an error. If libebur128 can't measure the format (it takes 1 to 64 channels at up to
  * 2822400 Hz; rates under 100 Hz are refused, too), a change of format fails, or its memory runs out, the
- * state lives on without a measurement: it still counts frames, and its loudness and peak are the missing
+ * state remains without a measurement: it still counts frames, and its loudness and peak are the missing
  * value. The missing value is a quiet NaN: the float with the bits 0x7FFFFFFF, which is what ID3Helper_GetNaN
- * gives, widened to double.
+ * returns, widened to double.
  *
  * One thread at a time for each state; states share nothing.
  */
@@ -32,9 +32,9 @@ typedef struct ReplayGainState ReplayGainState;
  * Begins a measurement with sample peak: the largest sample that occurs.
  *
  * Channels are weighted by their places: 1 is measured as dual mono, which is as loud as the same signal on
- * two channels; 2 is left, right; 4 is left, right, left surround, right surround; 5 has a centre behind
- * right; 6 is left, right, centre, LFE (which does not count), left surround, right surround. Other counts
- * keep libebur128's default.
+ * two channels; 2 is left, right; 4 is left, right, left surround, right surround; 5 is left, right, centre,
+ * left surround, right surround; 6 is left, right, centre, LFE (which does not count), left surround, right
+ * surround. Other counts keep libebur128's default.
  *
  * @param channels    samples in a frame
  * @param sampleRate  frames a second
@@ -50,18 +50,18 @@ TONEKIT_API ReplayGainState *ReplayGain_Init(uint32_t channels, uint32_t sampleR
 TONEKIT_API ReplayGainState *ReplayGain_Init_TruePeak(uint32_t channels, uint32_t sampleRate);
 
 /**
- * Changes the format in the middle of a measurement, which goes on: what has been heard so far keeps its
- * weight. The channels of ReplayGain_GetPeak remain those of the init call. If libebur128 refuses the new
- * format, the measurement is lost for good.
+ * Changes the format during a measurement, which goes on: what has been measured so far keeps its weight. The
+ * channels of ReplayGain_GetPeak remain those of the init call. If libebur128 refuses the new format, the
+ * measurement is lost for good.
  *
- * @param state  may be null, and nothing happens then
+ * @param state  null is ignored
  */
 TONEKIT_API void ReplayGain_Change(ReplayGainState *state, uint32_t channels, uint32_t sampleRate);
 
 /**
  * Measures the next samples of the track.
  *
- * @param state    may be null, and nothing happens then
+ * @param state    null is ignored
  * @param samples  interleaved, full scale -1.0 to +1.0, frames times the current channels of them; read only,
  *                 not kept
  * @param frames   samples of every channel; any number
@@ -77,12 +77,12 @@ TONEKIT_API double ReplayGain_GetLoudness(ReplayGainState *state);
 
 /**
  * @return the largest peak of all channels that the init call named, as a linear factor (1.0 is full scale);
- *         0.0 before any sound; the missing value for a null state. A channel that a change has taken away is
+ *         0.0 before any sound; the missing value for a null state. A channel that a change has removed is
  *         left out, and so is one that a change has added.
  */
 TONEKIT_API double ReplayGain_GetPeak(ReplayGainState *state);
 
-/** @return the frames given to ReplayGain_Process so far, through all changes; 0 for a null state */
+/** @return the frames passed to ReplayGain_Process so far, through all changes; 0 for a null state */
 TONEKIT_API uint64_t ReplayGain_GetSamples(ReplayGainState *state);
 
 /** Releases a state; null is ignored. */

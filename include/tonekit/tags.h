@@ -12,18 +12,18 @@ extern "C" {
 /*
  * The tag block
  *
- * A TagBlock holds what travels beside the audio: named texts, numbers, pictures and chapters. It only grows:
+ * A TagBlock holds what belongs to the audio: named texts, numbers, pictures and chapters. It only grows:
  * nothing is removed or replaced, and a key once stored keeps its first value. All text is UTF-8. A number is
  * stored as decimal text, so it can be read back as a number or as text, and reads and writes are the same
  * under every locale.
  *
- * Every item lies in one buffer of the block, byte-packed, integers little-endian, one item directly behind
+ * Every item lies in one buffer of the block, byte-packed, integers little-endian, one item directly after
  * the other:
  *
  *   text      0, u32 length, key, 0, value, 0                                 length = K + V + 2
  *   picture   1, u32 length, u8 type, MIME type, 0, u32 size D, D data bytes  length = M + D + 6
  *
- * where length counts the bytes behind its own field. A new block has room for 1024 bytes. When a piece of n
+ * where length counts the bytes after its own field. A new block has room for 1024 bytes. When a piece of n
  * bytes of an item doesn't fit, the buffer grows by max(n, 1024) bytes. A block holds less than 4 GiB.
  *
  * Keys that differ only in the case of the letters A to Z are one key; all other bytes count as they are. A
@@ -31,14 +31,14 @@ extern "C" {
  * it.
  *
  * Failures. No function here reports an error or throws. Adding refuses in silence: null arguments, empty
- * keys or values and keys that are taken leave the block as it is. When memory for the buffer runs out, the
- * piece of the item that needed it is left out alone, so that the item may come out torn: it, or items behind
- * it, may then not be found. Looking for what isn't there gives an empty string, 0, null or the missing-value
- * float. No function reads past the items, however torn they are. Texts and pictures to add
- * may lie in the block itself.
+ * keys or values and keys that are taken leave the block as it is. When memory for the buffer runs out, only
+ * the piece of the item that needed it is left out, so that the item may be torn: it, or items after it, may
+ * then not be found. A lookup of what isn't there returns an empty string, 0, null or the missing-value
+ * float. No function reads past the items, however torn they are. Texts and pictures to add may be inside the
+ * block itself.
  *
- * Memory. Texts and data that are handed out lie inside the block. They stay valid until the next add to that
- * block, or until ID3Helper_Free. Arguments are copied and never kept.
+ * Memory. Returned texts and data are inside the block. They stay valid until the next add to that block, or
+ * until ID3Helper_Free. Arguments are copied and never kept.
  *
  * A walk over all texts, as examples/tag_block.c has it:
  *
@@ -46,7 +46,7 @@ extern "C" {
  *         printf("%s = %s\n", item.key, item.value);
  *
  * Threads. No locks. One writer at a time per block and nobody else while it writes; any number of threads
- * may read and walk one block side by side while nobody adds.
+ * may read and walk one block at the same time while nobody adds.
  */
 
 /* What ID3Helper_GetChapter_Position returns for a chapter that isn't there. */
@@ -63,8 +63,8 @@ typedef struct TagBlock TagBlock;
 #pragma pack(push, 1)
 
 /**
- * One text item, as a walk with ID3Helper_GetFirst and ID3Helper_GetNext delivers it. The caller's record: 36
- * bytes, byte-packed, in need of no set-up or release. Read it only after a true result.
+ * One text item, as a walk with ID3Helper_GetFirst and ID3Helper_GetNext returns it. The caller's record: 36
+ * bytes, byte-packed; it needs no set-up or release. Read it only after a true result.
  */
 typedef struct TagBlockItem {
     const char *key;    /**< inside the block */
@@ -76,11 +76,11 @@ typedef struct TagBlockItem {
 } TagBlockItem;
 
 /**
- * One picture, as a walk with ID3Helper_GetFirstImage and ID3Helper_GetNextImage delivers it. The caller's
- * record: 28 bytes, byte-packed, in need of no set-up or release. Read it only after a true result.
+ * One picture, as a walk with ID3Helper_GetFirstImage and ID3Helper_GetNextImage returns it. The caller's
+ * record: 28 bytes, byte-packed; it needs no set-up or release. Read it only after a true result.
  */
 typedef struct TagBlockPicture {
-    int32_t type;        /**< the stored type byte, sign-extended: a type of 255 is told as -1 */
+    int32_t type;        /**< the stored type byte, sign-extended: a type of 255 is returned as -1 */
     const char *mime;    /**< MIME type, inside the block; empty if unknown */
     uint32_t size;       /**< bytes at data; at least 1 */
     const uint8_t *data; /**< the encoded image, inside the block */
@@ -126,7 +126,7 @@ TONEKIT_API void ID3Helper_AddStrUnicode(TagBlock *block, const tonekit_char16 *
 TONEKIT_API void ID3Helper_AddStrAnsi(TagBlock *block, const char *key, const char *value);
 
 /**
- * Looks a text up. The time taken grows with the bytes in the block.
+ * Returns a text. The time taken grows with the bytes in the block.
  *
  * @param key  zero-terminated UTF-8, compared without regard to the case of A to Z; hidden keys are found too
  * @return the value of the first item under that key, inside the block; an empty string if there is none, or
@@ -137,7 +137,7 @@ TONEKIT_API const char *ID3Helper_GetStr(const TagBlock *block, const char *key)
 /*
  * Numbers
  *
- * Added as unsigned decimal text under the rules of ID3Helper_AddStr. Read from any text: blanks in front
+ * Added as unsigned decimal text under the rules of ID3Helper_AddStr. Read from any text: leading blanks
  * (space and 9 to 13) and a sign are accepted, reading stops at the first character that is no digit, a text
  * without digits gives 0, a minus sign negates modulo the width, and a number too large for the width gives
  * the largest of the width.
@@ -160,7 +160,7 @@ TONEKIT_API void ID3Helper_AddFloat(TagBlock *block, const char *key, float numb
  * is absent */
 TONEKIT_API float ID3Helper_GetFloat(const TagBlock *block, const char *key);
 
-/** @return the float with the bits 0x7FFFFFFF, which stands for a missing value */
+/** @return the float with the bits 0x7FFFFFFF, which is the missing value */
 TONEKIT_API float ID3Helper_GetNaN(void);
 /** @return true if number is not a number, whatever its other bits */
 TONEKIT_API bool ID3Helper_IsNaN(float number);
@@ -169,7 +169,7 @@ TONEKIT_API bool ID3Helper_IsNaN(float number);
  * Walks
  *
  * Text items come in the order in which they were added, pictures and hidden keys left out. Items added
- * during a walk are seen by it. Any number of records may walk one block side by side.
+ * during a walk are seen by it. Any number of records may walk one block at the same time.
  */
 
 /**
@@ -180,12 +180,12 @@ TONEKIT_API bool ID3Helper_IsNaN(float number);
 TONEKIT_API bool ID3Helper_GetFirst(const TagBlock *block, TagBlockItem *item);
 
 /**
- * Takes the next text item.
+ * Reads the next text item.
  *
  * @param block  null: false
  * @param item   the record that ID3Helper_GetFirst has filled; must not be null
  * @return true: all fields are set. false: the block has no more; if block is null or the cursor was at the
- *         end already, the record is untouched, otherwise only cursor and key may have changed.
+ *         end already, the record is not written, otherwise only cursor and key may have changed.
  */
 TONEKIT_API bool ID3Helper_GetNext(const TagBlock *block, TagBlockItem *item);
 
@@ -200,8 +200,8 @@ TONEKIT_API bool ID3Helper_GetNext(const TagBlock *block, TagBlockItem *item);
  *
  * @param block  null: nothing happens
  * @param mime   zero-terminated MIME type, stored unchecked. Null or empty: found from the first bytes of the
- *               data, if there are at least 8: 42 4D gives image/bmp, FF D8 image/jpeg, 89 50 4E 47 0D 0A 1A
- *               0A image/png, 47 49 46 image/gif, anything else an empty MIME type.
+ *               data, if there are at least 8: 42 4D is image/bmp, FF D8 image/jpeg, 89 50 4E 47 0D 0A 1A 0A
+ *               image/png, 47 49 46 image/gif, anything else an empty MIME type.
  * @param type   picture type; its low byte is stored
  * @param size   bytes at data; 0: nothing happens
  * @param data   the encoded image; null: nothing happens
@@ -210,13 +210,13 @@ TONEKIT_API void ID3Helper_AddImage(TagBlock *block, const char *mime, uint32_t 
                                     const void *data);
 
 /**
- * Looks up the first picture of a type.
+ * Returns the first picture of a type.
  *
  * @param type  compared with the stored byte sign-extended to 32 bits: a picture stored as 255 is found as
  *              0xFFFFFFFF and not as 255
  * @param mime  where the MIME type goes (inside the block, empty if unknown); may be null
  * @param size  where the number of bytes goes; null: the result is null
- * @return the image, inside the block; null, with mime and size untouched, if there is none
+ * @return the image, inside the block; null, with mime and size not written, if there is none
  */
 TONEKIT_API const uint8_t *ID3Helper_GetImage(const TagBlock *block, uint32_t type, const char **mime,
                                               uint32_t *size);
@@ -230,7 +230,7 @@ TONEKIT_API const uint8_t *ID3Helper_GetImage(const TagBlock *block, uint32_t ty
 TONEKIT_API bool ID3Helper_GetFirstImage(const TagBlock *block, TagBlockPicture *picture);
 
 /**
- * Takes the next picture, in the order of adding.
+ * Reads the next picture, in the order of adding.
  *
  * @param block    null: false
  * @param picture  the record that ID3Helper_GetFirstImage has filled; must not be null
@@ -243,11 +243,11 @@ TONEKIT_API bool ID3Helper_GetNextImage(const TagBlock *block, TagBlockPicture *
  *
  * A chapter is two ordinary texts: its start under the key "CHAPTER%03u" as a time string, its name under
  * "CHAPTER%03uNAME". So a walk shows them among the other tags. Chapters count from 1: a chapter 0 can be
- * written, but 0 also stands for "no chapter key", so it isn't counted, nor found reliably.
+ * written, but 0 also means "no chapter key", so it isn't counted, nor found reliably.
  *
  * Positions are unsigned counts of 100 nanoseconds. A time string is hours, minutes and seconds as
- * "%02u:%02u:%010.7f": position 12345678901 is 00:20:34.5678901. Going through the time string gives every
- * position back exactly.
+ * "%02u:%02u:%010.7f": position 12345678901 is 00:20:34.5678901. Every position is the same after it has been
+ * a time string.
  */
 
 /**
@@ -266,7 +266,7 @@ TONEKIT_API void ID3Helper_AddChapter_UTF8(TagBlock *block, uint32_t number, uin
                                            const char *name);
 
 /** Stores the number of chapters that the caller declares, under the hidden key "!*?ID3CHAPTER_TOTAL". The
- * first stays. */
+ * first value is kept. */
 TONEKIT_API void ID3Helper_SetChapterTotal(TagBlock *block, uint64_t total);
 /** @return the declared number of chapters, which nothing compares with the chapters in the block; 0 if none
  * was set */
@@ -278,7 +278,7 @@ TONEKIT_API uint32_t ID3Helper_GetChapterCount_Position(const TagBlock *block);
 TONEKIT_API uint32_t ID3Helper_GetChapterCount_Name(const TagBlock *block);
 
 /**
- * Looks up where a chapter starts. Of several keys with this number (CHAPTER7 and CHAPTER007) the last wins,
+ * Returns where a chapter starts. Of several keys with this number (CHAPTER7 and CHAPTER007) the last wins,
  * but if any of their values is no time string, the chapter counts as absent.
  *
  * @param number  taken as unsigned. 0 equals the number of every key that is no position key, so that all
@@ -288,7 +288,7 @@ TONEKIT_API uint32_t ID3Helper_GetChapterCount_Name(const TagBlock *block);
 TONEKIT_API uint64_t ID3Helper_GetChapter_Position(const TagBlock *block, int32_t number);
 
 /**
- * Looks up the name of a chapter.
+ * Returns the name of a chapter.
  *
  * @param number  taken as unsigned. 0 equals the number of every key that is no name key, so that the first
  *                such value of a walk is returned.
@@ -299,21 +299,21 @@ TONEKIT_API const char *ID3Helper_GetChapter_Name(const TagBlock *block, int32_t
 /*
  * Chapter keys and time strings
  *
- * Functions of their arguments alone, free for any data of the caller's and safe from any thread.
+ * These functions depend on their arguments alone, need no tag block and may be called from any thread.
  */
 
 /**
  * Reads a position key: "CHAPTER" in exactly this case, then digits only, at least one.
  *
  * @param key  zero-terminated; null counts as no position key
- * @return the number, modulo 2^32, however many zeros are in front; 0 if the key is no position key
+ * @return the number, modulo 2^32, however many leading zeros it has; 0 if the key is no position key
  */
 TONEKIT_API uint32_t CHAPTER_Get_Number(const char *key);
 /** CHAPTER_Get_Number for UTF-16. */
 TONEKIT_API uint32_t CHAPTER_Get_NumberW(const tonekit_char16 *key);
 
 /**
- * Reads a name key: "CHAPTER", digits, "NAME", and anything behind it; the letters in exactly this case.
+ * Reads a name key: "CHAPTER", digits, "NAME", and anything after it; the letters in exactly this case.
  *
  * @param key  zero-terminated; null counts as no name key
  * @return the number, modulo 2^32, 0 without digits; 0 if the key is no name key
@@ -326,15 +326,15 @@ TONEKIT_API uint32_t CHAPTERNAME_Get_NumberW(const tonekit_char16 *key);
  * Splits a position into hours, minutes (0 to 59) and seconds (0 to below 60, with 7 decimals).
  *
  * @param position  in units of 100 ns
- * @param hours, minutes, seconds  where the parts go; a null pointer is passed over
+ * @param hours, minutes, seconds  where the parts go; a null pointer is ignored
  */
 TONEKIT_API void CHAPTER_Position100nS_To_HMS(uint64_t position, uint32_t *hours, uint32_t *minutes,
                                               double *seconds);
 
 /**
- * Reads a time string in the way of sscanf with "%u:%u:%lf" in the "C" locale, whatever the process's locale:
- * blanks in front of each number and signs are accepted, digits need no padding, and text behind the seconds
- * is ignored. Hours and minutes are 32 bits (2^64 and beyond count as 2^32 - 1) and may exceed their usual
+ * Reads a time string as sscanf does with "%u:%u:%lf" in the "C" locale, whatever the process's locale:
+ * blanks before each number and signs are accepted, digits need no padding, and text after the seconds is
+ * ignored. Hours and minutes are 32 bits (2^64 and beyond count as 2^32 - 1) and may exceed their usual
  * range; seconds are any floating-point text: decimal or hexadecimal, with or without exponent, infinite or
  * not a number.
  *
