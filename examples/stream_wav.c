@@ -3,7 +3,7 @@
 #include <string.h>
 #include <tonekit/tonekit.h>
 
-/* Writes the 44 bytes in front of the samples of a 24-bit stereo file at 96 kHz. */
+/* Writes the 44 bytes before the samples of a 24-bit stereo file at 96 kHz. */
 static void write_header(FILE *file, uint32_t bytes)
 {
     const uint32_t riff = bytes + 36, format = 16, rate = 96000, byteRate = 96000 * 6;
