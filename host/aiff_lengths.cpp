@@ -42,6 +42,19 @@ std::error_code Mend(File &file, uint64_t position, uint32_t number)
     return file.Write(bytes, sizeof(bytes));
 }
 
+// Takes away what comes after the last chunk, and what the length of the whole counts of it.
+std::error_code EndAt(File &file, uint64_t end)
+{
+    uint64_t size = 0;
+    if (const std::error_code error = file.Size(size))
+        return error;
+    if (size <= end)
+        return {};
+    if (const std::error_code error = file.Truncate(end))
+        return error;
+    return Mend(file, 4, static_cast<uint32_t>(end - kChunkHeader));
+}
+
 } // namespace
 
 std::error_code MendAiffLengths(File &file, uint64_t frames, uint32_t frameBytes)
@@ -56,8 +69,12 @@ std::error_code MendAiffLengths(File &file, uint64_t frames, uint32_t frameBytes
                     Mend(file, position + kFramesInComm, static_cast<uint32_t>(frames)))
                 return error;
         }
-        if (std::memcmp(header, "SSND", 4) == 0)
-            return Mend(file, position + 4, static_cast<uint32_t>(kOffsetsInSsnd + frames * frameBytes));
+        if (std::memcmp(header, "SSND", 4) == 0) {
+            const uint64_t size = kOffsetsInSsnd + frames * frameBytes;
+            if (const std::error_code error = Mend(file, position + 4, static_cast<uint32_t>(size)))
+                return error;
+            return EndAt(file, position + kChunkHeader + size + (size & 1));
+        }
         const uint64_t size = Big(header + 4);
         position += kChunkHeader + size + (size & 1);
     }

@@ -174,6 +174,26 @@ TEST(AudioWriter, SaysTheFramesOfAnOddNumberOfBytesRight)
     }
 }
 
+// libsndfile begins with a header that is 24 bytes longer than the one that it ends with.
+TEST(AudioWriter, LeavesNothingAfterAFewFloats)
+{
+    TemporaryFolder folder;
+    const std::vector<float> samples(16, 0.5f);
+    for (uint32_t frames = 1; frames <= 16; frames++) {
+        const std::string name = folder / "a.aiff";
+        std::filesystem::remove(name);
+        File file;
+        ASSERT_FALSE(file.CreateNew(name));
+        AudioWriter writer(std::move(file), name, ContainerOf(ContainerKind::Aiff), {Float32, 1, 8000});
+        writer.Write(samples.data(), frames);
+        writer.Finish();
+        const std::string bytes = test::ReadText(name);
+        EXPECT_EQ(bytes.substr(4, 4), std::string("\0\0\0", 3) + static_cast<char>(bytes.size() - 8));
+        EXPECT_EQ(bytes.size(), bytes.find("SSND") + 16 + 4 * frames);
+        EXPECT_EQ(AudioReader(name).frames(), frames);
+    }
+}
+
 TEST(AudioWriter, FailsWhereTheContainersSizesEnd)
 {
     // An input that doesn't say how long it is may turn out too long.
