@@ -63,7 +63,7 @@ function(tonekit_link_for_elf)
     endif()
 endfunction()
 
-# tonekit.dll exports what the module definition names. The C++ runtime stands beside it, shared with the host, since an
+# tonekit.dll exports what the module definition names. The C++ runtime is next to it, shared with the host, since an
 # allocation exception crosses from one to the other; its libraries are copied to where programs of the build find them.
 function(tonekit_link_for_windows)
     target_sources(tonekit PRIVATE ${TONEKIT_GENERATED}/tonekit.def)

@@ -6,7 +6,7 @@ set(CMAKE_C_COMPILER ${TONEKIT_MINGW}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${TONEKIT_MINGW}-g++-posix)
 set(CMAKE_RC_COMPILER ${TONEKIT_MINGW}-windres)
 
-# What scripts/windows/build_dependencies has built stands beside the build; nothing of the building system is looked at.
+# What scripts/windows/build_dependencies has built is next to the build; nothing of the building system is looked at.
 get_filename_component(TONEKIT_WINDOWS_DEPENDENCIES ${CMAKE_CURRENT_LIST_DIR}/../build-windows/dependencies ABSOLUTE)
 set(CMAKE_FIND_ROOT_PATH ${TONEKIT_WINDOWS_DEPENDENCIES} /usr/${TONEKIT_MINGW})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -1,6 +1,6 @@
 # testing.cmake: test programs, fuzz targets and benchmarks, all of them linked with the library's own objects.
 
-# Ends the names of the files that stand on one side of a platform seam.
+# Ends the names of the files that are on one side of a platform seam.
 set(TONEKIT_SYSTEM $<IF:$<BOOL:${WIN32}>,windows,posix>)
 
 # Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn, and the calls that
@@ -47,7 +47,7 @@ function(tonekit_test name)
 endfunction()
 
 # Makes each test of a GoogleTest program a test of the suite. On Windows the whole program is one, which counts as many
-# as it tells: starting Wine for each would take longer than the tests.
+# as it reports: starting Wine for each would take longer than the tests.
 function(tonekit_discover_tests name)
     if(WIN32)
         add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)

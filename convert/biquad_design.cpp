@@ -38,7 +38,8 @@ float PartOfHalfRate(int32_t sampleRate, float frequency)
     return frequency / (static_cast<float>(sampleRate) * 0.5f);
 }
 
-// Two pi times the frequency over half the sample rate: twice the usual digital angular frequency. Keep.
+// Two pi times the frequency over half the sample rate: twice the usual digital angular frequency. Required
+// behaviour; do not change.
 //
 // Sine, cosine and power are taken in double and rounded once, so that the single-precision functions of
 // different systems, which differ in their last bits, have no say.

@@ -35,7 +35,7 @@ inline void CopyFrame(uint8_t *to, const uint8_t *from, uint32_t bytes)
         *to++ = *from++;
 }
 
-// Samples of kBytes bytes; 0 stands for any other size.
+// Samples of kBytes bytes; 0 means any other size.
 template <uint32_t kBytes>
 inline void Permute(uint8_t *audio, uint32_t frames, uint32_t frameBytes, uint32_t sampleBytes,
                     uint32_t channels, const uint8_t *map)

@@ -187,7 +187,7 @@ struct Shaper {
         const T dithered = sum + noise;
         for (uint32_t i = 4; i > 0; --i)
             errors[i] = errors[i - 1];
-        // Narrowed to float for double samples too. Keep.
+        // Narrowed to float for double samples too. Required behaviour; do not change.
         errors[0] = sum - static_cast<T>(NearestInteger(static_cast<float>(dithered)));
         position = (position + 1) & 7;
         history[position] = errors[0];

@@ -3,7 +3,7 @@
 //
 // A processor that multiplies or adds two NaNs answers with the first of them. Compilers take both operations
 // to be commutative and order the operands as registers fall, differently from tier to tier, so plain code
-// would hand out NaNs that differ in their bits. Multiply and Add below keep the written order in every body.
+// would yield NaNs that differ in their bits. Multiply and Add below keep the written order in every body.
 #pragma once
 #include <cstdint>
 #include <immintrin.h>
@@ -42,7 +42,7 @@ TONEKIT_ORDERED(Add, __m256, "addps")
 #endif
 #undef TONEKIT_ORDERED
 
-// N neighbouring samples of type T. Half a register's floats carry zeros behind them, which never reach
+// N neighbouring samples of type T. Half a register's floats carry zeros after them, which never reach
 // memory.
 template <class T, int N>
 struct Lanes;

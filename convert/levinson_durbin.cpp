@@ -11,7 +11,7 @@ static void Damp(double *a, int32_t count)
 }
 
 // Coefficients of order i from those of order i - 1 and the new last one, a[i] = k: each pair that mirrors
-// the other is updated together, and in the middle of an odd number stands one that is its own mirror.
+// the other is updated together, and in the middle of an odd number is one that is its own mirror.
 static void Reflect(double *a, int32_t i, double k)
 {
     for (int32_t j = 0; j < i / 2; ++j) {

@@ -14,10 +14,10 @@ extern "C" {
 int32_t LevinsonDurbin(const double *r, double *a, int32_t order);
 
 // `samples` is the first of `length` interleaved frames in a buffer that has room for `before` frames ahead
-// of them and `after` frames behind them. Both stretches are predicted from the frames, each channel by
-// itself, and stay within
-// +-10.0; a NaN in the frames may spread to them. What a prediction reads beyond the frames is 0. Throws what
-// the library's allocator throws, with nothing written. No frames, or an order below 0, predict zeros.
+// of them and `after` frames after them. Both stretches are predicted from the frames, each channel by
+// itself, and stay within +-10.0; a NaN in the frames may spread to them. What a prediction reads beyond the
+// frames is 0. Throws what the library's allocator throws, with nothing written. No frames, or an order below
+// 0, predict zeros.
 void LpcExtrapolateFloat(float *samples, uint32_t length, int32_t channels, int32_t order, uint32_t before,
                          uint32_t after);
 void LpcExtrapolateDouble(double *samples, uint32_t length, int32_t channels, int32_t order, uint32_t before,

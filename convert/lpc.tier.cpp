@@ -27,7 +27,7 @@ template <class T>
 struct Analysis {
     double *r; // the sums of whole groups of lags
     double *a;
-    double *piece; // windowed samples; what idle lags read behind them doesn't matter
+    double *piece; // windowed samples; what idle lags read after them doesn't matter
     T *narrowTaps;
     T *line;      // the latest samples before a prediction; the prediction from line[taps] on
     int32_t used; // taps
@@ -64,7 +64,7 @@ struct Scratch {
     Scratch &operator=(const Scratch &) = delete;
 };
 
-// Some channels of the frames, ahead of, in and behind the analysed stretch.
+// Some channels of the frames, ahead of, in and after the analysed stretch.
 template <class T>
 struct Channels {
     T *first; // of the stretch
@@ -310,7 +310,7 @@ void ExtrapolateChannels(Channels<T> frames, size_t length, int32_t order, size_
     }
     if (before != 0) {
         // The same coefficients serve backwards in time. Of a stretch shorter than the order, they reach the
-        // prediction behind it.
+        // prediction after it.
         const ptrdiff_t known = end + static_cast<ptrdiff_t>(after);
         for (int i = 0; i < kChannels; ++i)
             for (ptrdiff_t k = 0; k < taps; ++k)

@@ -61,8 +61,8 @@ void PredictFaintAhead(double *next, const double *taps, ptrdiff_t used)
     }
 }
 
-// Predicts up to `count` samples behind a faint stretch, as long as they are faint themselves, and returns
-// how many. None if there are more than kMostFaintTaps taps or unusually large ones.
+// Predicts up to `count` samples after a faint stretch, as long as they are faint themselves, and returns how
+// many. None if there are more than kMostFaintTaps taps or unusually large ones.
 template <int kAhead>
 size_t PredictFaint(float *line, size_t count, const float *narrowTaps, ptrdiff_t used)
 {

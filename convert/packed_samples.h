@@ -1,4 +1,4 @@
-// packed_samples.h: the elements of callers' sample buffers, which may stand at any address.
+// packed_samples.h: the elements of callers' sample buffers, which may be at any address.
 #pragma once
 
 #include <cstdint>

@@ -36,7 +36,7 @@ constexpr uint32_t kLongestBlockWithoutEdge = 64; // frames
 // of it pays more for calls than it saves.
 constexpr uint32_t kTileBytes = 32768;
 
-// The members and kernels of one working format, so that the route through the resampler stands once.
+// The members and kernels of one working format, so that the route through the resampler is written once.
 struct DoublePath {
     using Sample = double;
     static Sample *WorkInput(Converter &c) { return c.workInputDouble; }
@@ -141,8 +141,8 @@ bool MixKeepsSamples(const Converter &c)
            c.inputFormat != 1;
 }
 
-// Loads and mixes the block tile by tile, and hands each mixed tile to use(first frame, frames, samples). The
-// mixed tiles stand one behind the other at output, or all at its start.
+// Loads and mixes the block tile by tile, and passes each mixed tile to use(first frame, frames, samples).
+// The mixed tiles are one after the other at output, or all at its start.
 template <class Path, class Use>
 void LoadAndMix(Converter &c, const void *source, uint32_t frames, typename Path::Sample *output,
                 bool keepTiles, Use use)
@@ -231,7 +231,7 @@ uint32_t ConvertAtEqualRates(Converter &c, const void *input, uint32_t frames)
             });
         return frames;
     }
-    // Dither draws its noise channel by channel over the whole block, so the block has to stand complete.
+    // Dither draws its noise channel by channel over the whole block, so the block has to be complete.
     LoadAndMix<DoublePath>(
         c, input, frames, c.workOutputDouble, true,
         [&](uint32_t first, uint32_t tile, double *mixed) { lowPass.Run(c, frames, first, tile, mixed); });
@@ -317,9 +317,9 @@ void KeepHeldFrames(Converter &c)
     c.heldOutputFrames = c.outputEdgeFrames;
 }
 
-// Finishes the frames behind the skipped ones and puts them behind those held back. As many frames as the
-// edge has stay back on every call; at the end of the stream they are those of the invented edge, and are
-// never handed over.
+// Finishes the frames after the skipped ones and puts them after those held back. As many frames as the edge
+// has stay back on every call; at the end of the stream they are those of the invented edge, and are never
+// output.
 template <class Path>
 uint32_t Deliver(Converter &c, uint32_t skipped, uint32_t frames)
 {
@@ -354,11 +354,10 @@ uint32_t GreatestCommonDivisor(uint32_t a, uint32_t b)
 }
 
 // Rotates the first blockFrames samples of the stage left by the frames of a short block, so that the end of
-// the audio comes to stand in front of frame blockFrames, where the end of the stream is extrapolated from.
-// Two properties are required as they are: it moves single samples, not frames, and the sample that opens a
-// cycle of the rotation (as many of the first as the two counts have for a greatest common divisor) goes
-// through an unsigned 8-bit form, which makes 0.0 of anything below 1.0. The scratch has room for a block of
-// samples.
+// the audio is moved to before frame blockFrames, where the end of the stream is extrapolated from. Two
+// properties are required as they are: it moves single samples, not frames, and the sample that opens a cycle
+// of the rotation (as many of the first as the two counts have for a greatest common divisor) goes through an
+// unsigned 8-bit form, which makes 0.0 of anything below 1.0. The scratch has room for a block of samples.
 template <class Sample>
 void RotateStage(Sample *stage, Sample *scratch, uint32_t blockFrames, uint32_t frames)
 {

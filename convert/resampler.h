@@ -17,11 +17,10 @@ struct ResamplerRecipe {
 // The recipe for a span of bits, qualityHigh minus qualityLow.
 const ResamplerRecipe &RecipeForSpan(uint32_t span);
 
-// All its fields: mode 0 normal, 1 steep, 2 steeper; aliasing lets the stop band begin above
-// Nyquist.
+// All its fields: mode 0 normal, 1 steep, 2 steeper; aliasing lets the stop band begin above Nyquist.
 soxr_quality_spec_t ResamplerQuality(const ResamplerRecipe &recipe, uint32_t mode, bool aliasing);
 
-// A resampler from the process-wide settings as they stand now. Where libsoxr refuses the precision, it gets
+// A resampler from the process-wide settings as they are now. Where libsoxr refuses the precision, it gets
 // the highest that libsoxr accepts; null if it refuses the rates or channels. Throws std::bad_alloc.
 soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channels,
                        const ResamplerRecipe &recipe);

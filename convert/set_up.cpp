@@ -29,7 +29,7 @@ constexpr uint32_t kEdgesPerSecond = 20; // an edge lasts about 50 ms
 constexpr uint32_t kLongestEdge = 8192;  // frames, as far as the ratio of the rates allows
 
 constexpr double kOutputReserve = 512.0; // frames of output beyond what the rates' ratio gives
-constexpr uint32_t kSpareElements = 16;  // behind each buffer, for unrolled loops
+constexpr uint32_t kSpareElements = 16;  // after each buffer, for unrolled loops
 
 // Truncation toward zero; 0 for what 32 bits can't hold, which only rates of 0 lead to.
 uint32_t Truncate(double value)
@@ -65,7 +65,7 @@ double DitherScale(uint32_t outputBits)
     }
 }
 
-// Bytes of a count of elements and the spare ones behind them. A count that 32 bits can't hold is more than
+// Bytes of a count of elements and the spare ones after them. A count that 32 bits can't hold is more than
 // any conversion needs, and counts as exhausted memory.
 template <class Element>
 std::size_t BytesOf(uint64_t count)

@@ -144,7 +144,7 @@ __attribute__((noinline)) void StoreLimited(uint8_t *out, const Sample *source, 
     }
 }
 
-// Stores a group and tells so, unless it needs the limits.
+// Stores a group and says so, unless it needs the limits.
 template <class Encoding, class Sample>
 __attribute__((always_inline)) inline bool StoreUnlimited(uint8_t *out, const Sample *source)
 {

@@ -33,7 +33,7 @@ TONEKIT_BODY(UNC_RemoveUnicodeAPIPath, tonekit_char16 *, (const tonekit_char16 *
     std::size_t skipped = 0;
     if (Begins(path, "\\\\?\\UNC\\")) {
         *out++ = u'\\';
-        skipped = 7; // the backslash behind UNC stays
+        skipped = 7; // the backslash after UNC stays
     } else if (Begins(path, "\\\\?\\")) {
         skipped = 4;
     }

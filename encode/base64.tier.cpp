@@ -20,7 +20,7 @@ constexpr uint32_t kRefused = 0xffffffff;
 constexpr char kAlphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The six bits of each character where they belong among the three bytes of its group, first byte lowest, for
-// each of the four places in which it may stand.
+// each of the four places in which it may be.
 struct Symbols {
     static constexpr uint32_t kNone = 0xff000000;
     uint32_t bits[4][256];
@@ -114,8 +114,8 @@ struct Base64 {
         return Add8(values, Shuffle8(distances, run));
     }
 
-    // The way back: of characters of the alphabet, the high digit tells the distance, but that of the slash,
-    // which shares 0x2_ with plus, stands in place 1.
+    // The way back: of characters of the alphabet, the high digit determines the distance, but that of the
+    // slash, which shares 0x2_ with plus, is in place 1.
     template <class Lanes>
     static inline Lanes Decoded(Lanes characters)
     {

@@ -2,7 +2,7 @@
 // call for it.
 //
 // The texts are not null; the results are new ones of the library's heap. The rules for what can't be
-// converted stand in tonekit/encode.h.
+// converted is in tonekit/encode.h.
 #pragma once
 
 #include <cstddef>

@@ -23,7 +23,7 @@ bool IsOneOf(const char *name, const char *const (&names)[count])
 Converter ConverterOf(const char *characterSet)
 {
     static constexpr const char *kUtf8[] = {"UTF-8", "UTF8"};
-    // Plain ASCII, under the names that systems have for it, stands for windows-1252.
+    // Plain ASCII, under the names that systems have for it, is taken for windows-1252.
     static constexpr const char *kWindows1252[] = {"ANSI_X3.4-1968", "US-ASCII",     "ASCII", "646",
                                                    "ISO646-US",      "WINDOWS-1252", "CP1252"};
     if (IsOneOf(characterSet, kUtf8))

@@ -8,7 +8,7 @@
 namespace tonekit {
 namespace {
 
-// The terminator is converted too. Wine loses it behind a character that is cut off, so one is set behind all
+// The terminator is converted too. Wine loses it after a character that is cut off, so one is set after all
 // that has been made.
 constexpr int kThroughTerminator = -1;
 

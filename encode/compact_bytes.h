@@ -11,7 +11,7 @@ inline void StoreBytes(char *out, uint32_t word)
     std::memcpy(out, &word, sizeof word);
 }
 
-constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write behind its last character
+constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write after its last character
 
 #ifdef __SSSE3__
 

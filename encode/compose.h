@@ -11,7 +11,7 @@ namespace tonekit {
 // certain.
 bool MayCompose(const tonekit_char16 *text, std::size_t units, uint32_t bits);
 
-// Writes the text with each character and the mark behind it joined where there is a precomposed character,
+// Writes the text with each character and the mark after it joined where there is a precomposed character,
 // from the front to the back, and with each surrogate that has no partner replaced by U+FFFD. Returns the
 // units written, which are no more than were read.
 std::size_t Compose(const tonekit_char16 *text, std::size_t units, tonekit_char16 *out);

@@ -1,4 +1,4 @@
-// composition_table.h: Unicode's canonical compositions of a character and the mark behind it.
+// composition_table.h: Unicode's canonical compositions of a character and the mark after it.
 #pragma once
 
 #include <cstddef>

@@ -7,8 +7,8 @@
 //   Encoded(lanes)             of the bytes so spread in each lane, the 16 characters; without SSSE3 of four
 //                              groups, each in the lower three bytes of a 32-bit lane, and anything above
 //                              them
-//   Decoded(lanes)             of each lane's 16 characters, the 12 bytes, and anything behind them
-// Nothing in front of or behind data and text is read or written.
+//   Decoded(lanes)             of each lane's 16 characters, the 12 bytes, and anything after them
+// Nothing before or after data and text is read or written.
 #pragma once
 
 #include "encode/lanes.h"
@@ -59,7 +59,7 @@ inline void EncodeLane(const uint8_t *data, char *text)
 
 #if defined(__AVX2__)
 
-// One load fetches 12 bytes for each lane, with four in front that have been encoded already and four behind.
+// One load fetches 12 bytes for each lane, with four before that have been encoded already and four after.
 template <class Code>
 inline void EncodeTwoLanes(const uint8_t *data, char *text)
 {
@@ -104,8 +104,7 @@ inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *t
 
 #if defined(__AVX2__)
 
-// Stores 32 bytes, of which 24 are right. The others are overwritten by what follows: at least 12 characters
-// behind.
+// Stores 32 bytes, of which 24 are right. The others are overwritten by what follows, at least 12 characters.
 template <class Code>
 inline void DecodeTwoLanes(const char *text, uint8_t *data)
 {

@@ -46,7 +46,7 @@ inline void StartAgain(Record &record)
     record.outer = record.outer_saved;
 }
 
-// A size beyond the digest gets the digest and no more: nothing else exists that could be handed out.
+// A size beyond the digest gets the digest and no more: nothing else exists that could be returned.
 template <class Member>
 inline void EndWithMac(typename Member::Record &record, uint8_t *mac, uint32_t macSize)
 {

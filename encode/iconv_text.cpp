@@ -129,7 +129,7 @@ private:
     GrowingBytes out_;
 };
 
-// Puts U+FFFD behind all that was decoded. A zero byte goes through the converter first, for it may hold back
+// Puts U+FFFD after all that was decoded. A zero byte goes through the converter first, for it may hold back
 // a character that it would join with the next; the zero unit that comes out, if one does, gives way.
 void PutReplacement(Conversion &conversion)
 {
@@ -198,7 +198,7 @@ char *EncodeByIconv(const char *characterSet, const Utf16Text &text)
     const tonekit_char16 *at = text.begin;
     for (;;) {
         const tonekit_char16 *tag = at;
-        while (tag < text.End() && !IsTag(tag)) // the terminator stands behind, so two units may be read
+        while (tag < text.End() && !IsTag(tag)) // the terminator follows, so two units may be read
             tag++;
         EncodeSpan(conversion, at, tag);
         if (tag == text.End())

@@ -1,4 +1,4 @@
-// new_text.h: memory for texts that are handed out.
+// new_text.h: memory for texts that are returned to callers.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ struct ReleaseText {
     void operator()(void *text) const noexcept { Release(text); }
 };
 
-// A text of the library's heap until its release() hands it to the caller.
+// A text of the library's heap until its release() passes it to the caller.
 template <class Unit>
 using OwnedText = std::unique_ptr<Unit[], ReleaseText>;
 

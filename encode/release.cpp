@@ -1,4 +1,4 @@
-// release.cpp: the one routine that releases what this family hands out, and its four names.
+// release.cpp: the one routine that releases what this family returns, and its four names.
 #include <tonekit/encode.h>
 
 #include "frame/allocator.h"

@@ -33,8 +33,8 @@ inline __m128i SmallSigma0(__m128i words)
     return _mm_xor_si128(_mm_xor_si128(Rotated<7>(words), Rotated<18>(words)), _mm_srli_epi32(words, 3));
 }
 
-// "sigma1" of two words, each of which comes twice, so that a 64-bit shift rotates it. The results stand in
-// the even places.
+// "sigma1" of two words, each of which comes twice, so that a 64-bit shift rotates it. The results are in the
+// even places.
 inline __m128i SmallSigma1(__m128i pairs)
 {
     const __m128i rotations = _mm_xor_si128(_mm_srli_epi64(pairs, 17), _mm_srli_epi64(pairs, 19));

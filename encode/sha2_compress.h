@@ -146,7 +146,7 @@ struct Schedule {
     }
 };
 
-// Sixteen rounds beside which the schedule of the next sixteen is made.
+// Sixteen rounds during which the schedule of the next sixteen is made.
 template <class Hash>
 [[gnu::always_inline]] inline void RoundsAndSchedule(Working<Hash> &working, Schedule<Hash> &schedule,
                                                      typename Hash::Four (&w)[4], int round)
@@ -184,7 +184,7 @@ template <class Hash>
 }
 
 // Hash::kBlocks blocks. The schedule is made in the vector unit, always sixteen rounds ahead of the first
-// block's. The rounds fill the scalar unit and are one chain of dependent steps, beside which the schedule
+// block's. The rounds fill the scalar unit and are one chain of dependent steps, during which the schedule
 // costs little; made for two blocks at once it costs half as much.
 template <class Hash>
 [[gnu::always_inline]] inline void Compress(typename Hash::Word *state, const uint8_t *blocks)

@@ -14,7 +14,7 @@ namespace tonekit {
 
 extern "C" {
 
-// Units before the zero unit; *bits becomes the OR of them all, which tells how long their other forms can
+// Units before the zero unit; *bits becomes the OR of them all, which shows how long their other forms can
 // be. Reads whole aligned blocks of 16 bytes, the last being the one that holds the terminator.
 std::size_t Utf16Length(const tonekit_char16 *text, uint32_t *bits);
 

@@ -141,7 +141,7 @@ constexpr MembersTable MakeMembersTable()
 
 constexpr MembersTable kMembers = MakeMembersTable();
 
-// Eight units that are no surrogates, of any kinds. Stores 6 bytes behind the last character at most.
+// Eight units that are no surrogates, of any kinds. Stores 6 bytes after the last character at most.
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
     const __m128i zero = _mm_setzero_si128();
@@ -279,7 +279,7 @@ inline void TakeBlocks(Cursor &at)
 }
 
 // Takes the units up to the end of a block of eight, some of which may have been taken before, if all of the
-// block are below 0x800. Writes no byte behind it.
+// block are below 0x800. Writes no byte after it.
 inline bool TakeUpToEndOf(const tonekit_char16 *block, Cursor &at)
 {
     const Split units = SplitSixteen(Load128(block), _mm_setzero_si128());

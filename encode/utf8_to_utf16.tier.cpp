@@ -89,7 +89,7 @@ struct Block {
     __m128i twoBefore;
 };
 
-// A block behind others.
+// A block after others.
 inline Block NextBlock(const uint8_t *bytes)
 {
     return {Load128(bytes), Load128(bytes - 1), Load128(bytes - 2)};
@@ -105,10 +105,10 @@ inline Block FirstBlock(const uint8_t *bytes)
 // Leads at the end of a block whose characters go on in the next: bit 0 for its first byte, and so on.
 struct Pending {
     uint32_t two = 0;   // bytes that follow the lead of two
-    uint32_t three = 0; // bytes two places behind the lead of three; what follows it is at half the bit
+    uint32_t three = 0; // bytes two places after the lead of three; what follows it is at half the bit
 };
 
-// Sixteen units, each where the last byte of its character stands.
+// Sixteen units, each where the last byte of its character is.
 struct Units {
     __m128i lower; // their lower 8 bits
     __m128i upper;
@@ -177,7 +177,7 @@ inline __attribute__((always_inline)) Units Decode(const Block &block, uint32_t 
 // block begins.
 inline __attribute__((always_inline)) bool Take(Cursor &at, const uint8_t *bytes, const Units &units)
 {
-    const uint32_t fromStrange = 0u - (units.strange & (0u - units.strange)); // that byte and all behind it
+    const uint32_t fromStrange = 0u - (units.strange & (0u - units.strange)); // that byte and all after it
     const uint32_t dropped = (units.dropped | fromStrange) & 0xffff;
     const __m128i lower = _mm_unpacklo_epi8(units.lower, units.upper);
     const __m128i upper = _mm_unpackhi_epi8(units.lower, units.upper);
@@ -192,8 +192,7 @@ inline __attribute__((always_inline)) bool Take(Cursor &at, const uint8_t *bytes
     return units.strange == 0;
 }
 
-// Goes back over the bytes of a character that isn't taken as a whole. What stands before `begin` has been
-// taken.
+// Goes back over the bytes of a character that isn't taken as a whole. What is before `begin` has been taken.
 inline void GoBackToLead(Cursor &at, const uint8_t *begin)
 {
     if (at.in - begin >= 1 && at.in[-1] >= 0xc0)
@@ -202,7 +201,7 @@ inline void GoBackToLead(Cursor &at, const uint8_t *begin)
         at.in -= 2;
 }
 
-// Takes all whole blocks of ASCII in front.
+// Takes all whole blocks of ASCII at the beginning.
 inline void TakeAscii(Cursor &at)
 {
     for (; at.end - at.in >= 2 * kBlock; at.in += 2 * kBlock, at.out += 2 * kBlock) {
@@ -277,7 +276,7 @@ inline __m128i DecodeFour(__m128i lanes)
     return _mm_srai_epi32(_mm_slli_epi32(unit, 16), 16); // as the signed pack wants it
 }
 
-// Takes eight three-byte characters; false, and nothing taken, if there aren't as many in front.
+// Takes eight three-byte characters; false, and nothing taken, if there aren't as many there.
 inline bool TakeEightThreeByte(Cursor &at)
 {
     if (at.end - at.in < 25) // which is where the last of eight loads of 4 bytes, 3 bytes apart, ends
@@ -300,7 +299,7 @@ inline bool TakeEightThreeByte(Cursor &at)
     return true;
 }
 
-// Takes four four-byte characters; false, and nothing taken, if there aren't as many in front.
+// Takes four four-byte characters; false, and nothing taken, if there aren't as many there.
 inline bool TakeFourFourByte(Cursor &at, __m128i bytes)
 {
     const __m128i shape = _mm_and_si128(bytes, _mm_set1_epi32(static_cast<int>(0xc0c0c0f8)));

@@ -13,7 +13,7 @@ constexpr std::size_t kUnitBlock = 8; // units in a vector
 constexpr std::size_t kTwoUnitBlocks = 2 * kUnitBlock;
 constexpr std::ptrdiff_t kByteBlock = 16;
 
-// All ones for each of eight units that is a high surrogate with a low one behind it.
+// All ones for each of eight units that is a high surrogate with a low one after it.
 inline __m128i PairsIn(const tonekit_char16 *text)
 {
     const __m128i shape = Splat(0xfc00);

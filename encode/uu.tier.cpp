@@ -1,5 +1,5 @@
 // uu.tier.cpp: the UU packing, which keeps the low six bits of each byte in place and gathers the top bits
-// behind.
+// after them.
 #include <tonekit/encode.h>
 
 #include "encode/groups.h"

@@ -10,7 +10,7 @@ namespace {
 
 constexpr tonekit_char16 kReplacement = kReplacementCharacter;
 
-// Bytes 80 to 9F; all others stand for the character of their own number.
+// Bytes 80 to 9F; all others are the character of their own number.
 constexpr tonekit_char16 kMiddle[32] = {
     0x20ac,       kReplacement, 0x201a, 0x0192, 0x201e, 0x2026,       0x2020, 0x2021,
     0x02c6,       0x2030,       0x0160, 0x2039, 0x0152, kReplacement, 0x017d, kReplacement,

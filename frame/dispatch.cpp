@@ -1,4 +1,4 @@
-// dispatch.cpp: selects the body behind each dispatched function.
+// dispatch.cpp: selects the body of each dispatched function.
 #include "frame/dispatch.h"
 
 #include "frame/processor.h"

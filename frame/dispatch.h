@@ -18,8 +18,7 @@ void SelectBodies(std::uint64_t featureWord);
 } // namespace tonekit
 
 extern "C" {
-// From the dispatch list. Rows stand in the order of the list; units holds the row count of each unit, then
-// 0.
+// From the dispatch list. Rows are in the order of the list; units holds the row count of each unit, then 0.
 extern const tonekit::DispatchRow tonekit_dispatch_rows[];
 extern const std::uint64_t tonekit_dispatch_units[];
 }

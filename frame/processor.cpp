@@ -27,7 +27,7 @@ struct Source {
 
 constexpr std::uint32_t kBmi1AndBmi2 = (1u << 3) | (1u << 8);
 
-// Where each feature stands in the processor's answers, by the vendor's manual of the CPUID instruction.
+// Where each feature is in the processor's answers, by the vendor's manual of the CPUID instruction.
 constexpr Source kSources[] = {
     {Feature_X87, &ProcessorAnswers::leaf1Edx, 1u << 0, false},
     {Feature_CMOV, &ProcessorAnswers::leaf1Edx, 1u << 15, false},

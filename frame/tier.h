@@ -1,9 +1,9 @@
 // tier.h: how a tier unit defines its bodies and reaches its siblings of the same tier.
 //
 // A tier unit X.tier.cpp is compiled once per body, with TONEKIT_TIER set to the body's letter. All its code
-// stands in namespace tonekit::TONEKIT_TIER. No weak symbol may come out of it: an inline function or
-// template instance compiled for a demanding tier could be handed by the linker to the baseline, which then
-// dies on an old processor.
+// is in namespace tonekit::TONEKIT_TIER. No weak symbol may come out of it: an inline function or template
+// instance compiled for a demanding tier could be given by the linker to the baseline, which then dies on an
+// old processor.
 #pragma once
 
 #include <cstdint>

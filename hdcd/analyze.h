@@ -20,7 +20,7 @@ std::int32_t hdcd_tone(std::uint32_t *tone_index, std::uint32_t sample_rate);
 } // extern "C"
 
 // Puts the tone in the place of a channel's audio. Bit 0 of each sample stays, for the control stream; bit 1
-// tells whether the sample reached the peak extend level of 16 bits.
+// says whether the sample reached the peak extend level of 16 bits.
 void PrepareAnalysis(HdcdChannelState *channel, std::int32_t *samples, std::int32_t count,
                      std::int32_t stride);
 

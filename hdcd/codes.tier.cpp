@@ -4,7 +4,7 @@
 // `readahead` has counted down. Read that way, nearly all the time goes into moving bits. But while no
 // channel awaits a code, all that a look can do is to set the distance to the next one, unless it finds a
 // packet prefix. So stereo audio is hunted through in steps of 32 frames, by the distances of the looks
-// alone, up to the step in which a prefix stands; that one is read look by look.
+// alone, up to the step that holds a prefix; that one is read look by look.
 #include "frame/tier.h"
 
 #include "hdcd/entries.h"
@@ -118,8 +118,8 @@ std::uint64_t CollectLsbs(const HdcdSample *samples, std::int32_t frames, std::i
     return bits;
 }
 
-// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer).
-// Gives the frames.
+// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer). Gives the
+// frames.
 std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
 {
     for (std::int32_t i = 0; i < scan->channels; ++i)
@@ -235,8 +235,8 @@ void ReadLookByLook(CodeScan *scan, std::int32_t frames)
 }
 
 // Counts a running timer down for the whole scan, which gives nothing back if a code ends it early. A timer
-// that lapses takes the control with it and shortens the scan; for a channel in front of it, which has paid
-// for the longer way, that comes too late. Gives the frames that are left to scan.
+// that lapses takes the control with it and shortens the scan; for a channel before it, which has paid for
+// the longer way, that comes too late. Gives the frames that are left to scan.
 std::int32_t ChargeTimer(HdcdChannelState *channel, std::int32_t max)
 {
     if (channel->sustain <= static_cast<std::uint32_t>(max)) {

@@ -6,7 +6,7 @@
 namespace tonekit {
 
 // Whether a channel's peaks are extended, by its code or by its options. Always inlined: tier units may not
-// leave a copy of it behind.
+// leave a copy of it.
 [[gnu::always_inline]] inline bool ExtendsPeaks(const HdcdChannelState &channel)
 {
     return (channel.control & kHdcdPeakExtend) != 0 || (channel.decoder_options & kHdcdForcePeakExtend) != 0;

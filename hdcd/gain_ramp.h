@@ -9,10 +9,10 @@ namespace tonekit {
 struct GainRamp {
     std::int32_t samples; // that it takes
     std::int32_t step;    // which is added to the gain before each of them
-    std::int32_t reached; // the gain behind them
+    std::int32_t reached; // the gain after them
 };
 
-// Always inlined: tier units may not leave a copy of it behind.
+// Always inlined: tier units may not leave a copy of it.
 [[gnu::always_inline]] inline GainRamp RampTowards(std::int32_t gain, std::int32_t target, std::int32_t count)
 {
     count = count > 0 ? count : 0;

@@ -8,11 +8,11 @@
 
 namespace tonekit {
 
-// Samples of a caller's block, which may stand at any address.
+// Samples of a caller's block, which may be at any address.
 using HdcdSample = std::int32_t __attribute__((aligned(1)));
 using HdcdSample16 = std::int16_t __attribute__((aligned(1)));
 
-// The first word of each record tells its kind; hdcd_set_log and hdcd_set_analyze_mode go by it.
+// The first word of each record is its kind; hdcd_set_log and hdcd_set_analyze_mode go by it.
 enum HdcdRecordKind : std::uint32_t {
     kHdcdChannelRecord = 1,
     kHdcdDecoderRecord = 2,
@@ -36,11 +36,11 @@ constexpr std::int32_t kHdcdGainStep = 128;
 struct HdcdLogSink {
     std::uint32_t record_kind;
     std::uint32_t enable;
-    void *priv; // handed back to the callback
+    void *priv; // passed back to the callback
     void (*callback)(void *priv, const char *format, std::va_list arguments);
 };
 
-// What the control stream of one channel has said, and where its scan and its gain stand.
+// What the control stream of one channel has said, and where its scan and its gain are.
 struct HdcdChannelState {
     std::uint32_t record_kind;
     std::uint32_t decoder_options;

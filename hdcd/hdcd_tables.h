@@ -11,7 +11,7 @@ template <class Entry, std::size_t Count>
 struct HdcdTable {
     Entry entry[Count];
 
-    // Always inlined: tier units may not leave a copy of it behind.
+    // Always inlined: tier units may not leave a copy of it.
     [[gnu::always_inline]] constexpr const Entry &operator[](int index) const { return entry[index]; }
 };
 
@@ -27,8 +27,8 @@ extern const HdcdTable<std::uint8_t, 256> HdcdHuntTable;
 // By a gain in 1/256 dB of attenuation, 0 to 1920: the factor times 2^23.
 extern const HdcdTable<std::uint32_t, 1921> HdcdGainTable32;
 
-// By how far a magnitude lies above the peak extend level: the magnitude that it stands for. The last entry,
-// for -32768, is 0x80000000, which is its own negative.
+// By how far a magnitude lies above the peak extend level: the magnitude that it means. The last entry, for
+// -32768, is 0x80000000, which is its own negative.
 extern const HdcdTable<std::uint32_t, 9856> HdcdPeakTable;
 
 // One period of the analysis tone, 0.1 of full scale: for the rates that are multiples of 48000 Hz, and for

@@ -19,8 +19,8 @@ constexpr std::int32_t kGatherFrames = 32;
 #ifdef __AVX2__
 
 // Four frames' bits 0, moved to byte `byte` of each 32-bit lane: a load that begins that many bytes early
-// does the shifting. Only vectors that lie behind others are loaded early, so nothing in front of the frames
-// is read.
+// does the shifting. Only vectors that lie after others are loaded early, so nothing before the frames is
+// read.
 [[gnu::always_inline]] inline __m256i LsbsInByte(const HdcdSample *samples, int vector, int byte)
 {
     const char *from = reinterpret_cast<const char *>(samples) + 32 * vector - byte;
@@ -38,8 +38,7 @@ constexpr std::int32_t kGatherFrames = 32;
 #else
 
 // Two frames' bits 0, moved to byte `byte` of each 32-bit lane: a load that begins that many bytes early does
-// the shifting. Only vectors that lie behind others are loaded early, so nothing in front of the frames is
-// read.
+// the shifting. Only vectors that lie after others are loaded early, so nothing before the frames is read.
 [[gnu::always_inline]] inline __m128i LsbsInByte(const HdcdSample *samples, int vector, int byte)
 {
     const char *from = reinterpret_cast<const char *>(samples) + 16 * vector - byte;

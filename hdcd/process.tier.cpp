@@ -28,7 +28,7 @@ std::int32_t WrappingSum(std::int32_t a, std::int32_t b)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-// What a channel's control byte asks for; it stands until it is taken afresh.
+// What a channel's control byte asks for; valid until it is read again.
 struct ChannelControl {
     std::int32_t extend;
     std::int32_t target;

@@ -16,7 +16,7 @@ TONEKIT_SIBLING(FollowLinked);
 
 namespace {
 
-// The block to follow. Wide samples are read where they stand, unless an analysis mode is about to write its
+// The block to follow. Wide samples are read where they are, unless an analysis mode is about to write its
 // tone over them.
 HdcdSample *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const HdcdSample *samples,
                           std::size_t count)

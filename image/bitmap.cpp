@@ -37,7 +37,7 @@ public:
         return true;
     }
 
-    // Takes the memory; false if there isn't any or the buffer's size is beyond what the header can tell.
+    // Takes the memory; false if there isn't any or the buffer's size is more than the header can hold.
     bool Allocate()
     {
         if (header_.width < 0 || header_.height < 0)
@@ -53,7 +53,7 @@ public:
         return pixels_ != nullptr;
     }
 
-    // Spreads 24-bit pixels to 32 bits, the fourth byte 0. From the end, as a pixel's new place lies behind
+    // Spreads 24-bit pixels to 32 bits, the fourth byte 0. From the end, as a pixel's new place lies after
     // its old one.
     void Widen()
     {
@@ -102,7 +102,7 @@ private:
     std::unique_ptr<uint32_t, BlockReleaser> pixels_;
 };
 
-// The new bitmap, discarded unless it is handed over.
+// The new bitmap, discarded unless it is passed on.
 class TargetBitmap {
 public:
     explicit TargetBitmap(TonekitDeviceContext dc) : dc_(dc) {}
@@ -115,7 +115,7 @@ public:
         try {
             DiscardBitmap(dc_, bitmap_);
         } catch (...) {
-            // The bitmap is the device's affair from here on; the failure that led here is the one to tell.
+            // The bitmap is the device's affair from here on; the failure that led here is the one to report.
         }
     }
 
@@ -137,7 +137,7 @@ private:
     TonekitBitmap bitmap_ = {};
 };
 
-// The steps of a call. `step` is the code of the failure that the step at hand can meet, an exception
+// The steps of a call. `step` is the code of the failure that the current step can meet, an exception
 // included.
 TonekitBitmap Resample(TonekitDeviceContext dc, TonekitBitmap source, uint32_t width, uint32_t height,
                        const Filter &filter, uint32_t &step)

@@ -10,7 +10,7 @@ namespace {
 constexpr char kPrefix[] = "CHAPTER";
 constexpr char kNameSuffix[] = "NAME";
 
-// Moves `at` behind the literal if the text there begins with it.
+// Moves `at` past the literal if the text there begins with it.
 template <class Unit>
 bool Pass(const Unit *&at, const char *literal)
 {

@@ -17,7 +17,7 @@ constexpr Unit LowerCase(Unit unit)
     return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
 }
 
-// Moves `at` behind the word if the text there begins with it in any case.
+// Moves `at` past the word if the text there begins with it in any case.
 template <class Unit>
 bool PassWord(const Unit *&at, const char *word)
 {
@@ -35,7 +35,7 @@ constexpr bool IsHexadecimalDigit(Unit unit)
     return IsDigit(unit) || (LowerCase(unit) >= 'a' && LowerCase(unit) <= 'f');
 }
 
-// The digits of a number of any length, as far as they can matter, with the point moved behind them.
+// The digits of a number of any length, as far as they can matter, with the point moved after them.
 class Significand {
 public:
     // Takes digits with at most one point among them.
@@ -50,7 +50,7 @@ public:
             else
                 break;
         }
-        // A digit that stands for all that were left out: above one half stays above one half.
+        // A digit in place of all that were left out: above one half stays above one half.
         if (leftOutNonZero)
             Store('1');
     }
@@ -96,7 +96,7 @@ private:
     bool leftOutNonZero = false;
 };
 
-// The exponent behind its letter, or 0 if letter or digits are missing. Far beyond every double, its size is
+// The exponent after its letter, or 0 if letter or digits are missing. Far beyond every double, its size is
 // all one.
 template <class Unit>
 int64_t ReadExponent(const Unit *at, char letter)
@@ -144,7 +144,7 @@ bool ReadDigits(const Unit *at, bool hexadecimal, double *number)
 {
     Significand significand;
     significand.Read(at, hexadecimal);
-    // "0x." counts as the 0 in front of its x.
+    // "0x." counts as the 0 before its x.
     if (!significand.SawDigit() && !(hexadecimal && significand.SawPoint()))
         return false;
     *number = 0;

@@ -16,7 +16,7 @@ inline uint32_t ReadLength(const uint8_t *at)
     return length;
 }
 
-// Where the item behind the one at offset begins by its length field; at `used` or beyond if there is none.
+// Where the item after the one at offset begins by its length field; at `used` or beyond if there is none.
 inline uint64_t NextByLength(const TagBlock *block, uint32_t offset)
 {
     if (block->used - offset < kHeaderBytes)
@@ -60,8 +60,7 @@ inline bool ReadStringItem(const TagBlock *block, uint32_t offset, StringItem *i
     return true;
 }
 
-// Moves offset to the first item there or behind with this marker, by the length fields. False: there is
-// none.
+// Moves offset to the first item there or after with this marker, by the length fields. False: there is none.
 inline bool SeekMarker(const TagBlock *block, uint8_t marker, uint64_t *offset)
 {
     while (*offset < block->used && block->buffer[*offset] != marker)

@@ -14,7 +14,7 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-// Bit i tells whether at[i] is 0.
+// Bit i says whether at[i] is 0.
 inline uint32_t ZerosIn16(const uint8_t *at)
 {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
@@ -46,7 +46,7 @@ inline __attribute__((always_inline)) bool PassCommon(const WantedKey &key, cons
     return true;
 }
 
-// The room behind an item's start that PassCommon looks at before it knows the item's length.
+// The room after an item's start that PassCommon looks at before it knows the item's length.
 uint64_t FirstLook(const WantedKey &key)
 {
     constexpr uint64_t kLeast = kHeaderBytes + 16;
@@ -56,7 +56,7 @@ uint64_t FirstLook(const WantedKey &key)
 // A walk by the length fields from one place.
 struct Lane {
     const uint8_t *at;  // the item to look at next
-    const uint8_t *end; // the walk ends at the first item here or behind
+    const uint8_t *end; // the walk ends at the first item here or after
     uint64_t zeros;     // zero bytes of the items walked over, if all are what their lengths say
     bool found;         // the item at `at` has the wanted key
     bool stuck;         // found, or there is no whole string item at `at`
@@ -175,7 +175,7 @@ bool AllGoFar(const Lane *lanes)
     return true;
 }
 
-// Where the first lane that is stuck has come to, or behind the item there if that has the key; null if that
+// Where the first lane that is stuck has come to, or after the item there if that has the key; null if that
 // is the first of all or none.
 const uint8_t *EndBehindStuck(const Lane *lanes)
 {
@@ -186,8 +186,8 @@ const uint8_t *EndBehindStuck(const Lane *lanes)
 }
 
 // Walks over the string items from `start` on until the key is found, an item is of another kind or broken,
-// or one begins at `end` or behind. Or it stops as soon as a lane is stuck, with what the first one has
-// walked, and tells how far all of them should walk what is left: what is behind doesn't matter.
+// or one begins at `end` or after. Or it stops as soon as a lane is stuck, with what the first one has
+// walked, and sets how far all of them should walk what is left: what comes after doesn't matter.
 Lane WalkRun(const TagBlock *block, const WantedKey &key, const uint8_t *start, const uint8_t *end,
              const uint8_t **nextEnd)
 {
@@ -209,7 +209,7 @@ Lane WalkRun(const TagBlock *block, const WantedKey &key, const uint8_t *start, 
             Step(block, key, lane);
         lane.zeros += run.zeros;
         run = lane;
-        // A lane that didn't end where the next began makes that and all behind worthless.
+        // A lane that didn't end where the next began makes that and all after it worthless.
         if (lane.found || lane.at != lane.end)
             break;
     }

@@ -17,7 +17,7 @@ bool BeginsWith(const void *data, const char *signature, size_t bytes)
     return memcmp(data, signature, bytes) == 0;
 }
 
-// The MIME type that the first bytes of an image tell; empty if they tell none.
+// The MIME type that the first bytes of an image show; empty if they show none.
 const char *SniffMime(const void *data, uint32_t size)
 {
     if (size < kSniffBytes)
@@ -82,7 +82,7 @@ TONEKIT_BODY(ID3Helper_AddImage, void,
     const auto typeByte = static_cast<uint8_t>(type);
     const uint64_t mimeBytes = uint64_t{strlen(mime)} + 1;
     const uint64_t length = sizeof typeByte + mimeBytes + sizeof size + size;
-    // No block takes 4 GiB, and the length field can't tell them.
+    // No block takes 4 GiB, and the length field can't hold them.
     if (length > UINT32_MAX)
         return;
     const CallerBytes heldMime = HoldBytes(block, mime);

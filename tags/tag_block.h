@@ -1,4 +1,4 @@
-// tag_block.h: the record behind the tag functions, and the one way to write into its buffer.
+// tag_block.h: the record of the tag functions, and the one way to write into its buffer.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 // Invariant: used never exceeds capacity, and the bytes from used to capacity are zero.
 struct TagBlock {
-    uint8_t *buffer;   // the items, one directly behind the other; replaced when it grows
+    uint8_t *buffer;   // the items, one directly after the other; replaced when it grows
     uint32_t capacity; // bytes at buffer
     uint32_t used;     // bytes taken by items
 };

@@ -18,7 +18,7 @@ TONEKIT_BODY(ID3Helper_AddStr, void, (TagBlock * block, const char *key, const c
         return;
     const uint64_t keyBytes = uint64_t{strlen(key)} + 1;
     const uint64_t valueBytes = uint64_t{strlen(value)} + 1;
-    // No block takes 4 GiB, and the length field can't tell them.
+    // No block takes 4 GiB, and the length field can't hold them.
     if (keyBytes > UINT32_MAX || valueBytes > UINT32_MAX - keyBytes)
         return;
     const CallerBytes heldKey = HoldBytes(block, key);

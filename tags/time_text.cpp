@@ -21,8 +21,8 @@ void WriteTime(char *out, uint64_t position)
 
 namespace {
 
-// %u and the colon behind it. sscanf reads 64 bits, the largest number standing for all beyond, and stores
-// the lower 32.
+// %u and the colon after it. sscanf reads 64 bits, the largest number for all beyond, and stores the lower
+// 32.
 template <class Unit>
 bool PassWholeField(const Unit *&at, uint32_t *field)
 {

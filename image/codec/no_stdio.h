@@ -1,6 +1,6 @@
 /* no_stdio.h: included ahead of the codec's source and destination managers, to leave out the two that read
- * and write files. The library has its own in their place. As unused static functions they leave nothing
- * behind. */
+ * and write files. The library has its own in their place. Of unused static functions nothing
+ * remains. */
 #include "jinclude.h"
 
 #include "jpeglib.h"
