@@ -1,5 +1,5 @@
-// base64_bench.cpp: Base64 and UU, allocation included, beside OpenSSL's coder into ready memory and a plain
-// copy.
+// base64_bench.cpp: Base64 and UU, allocation included, compared with OpenSSL's coder into ready memory and a
+// plain copy.
 #include <openssl/evp.h>
 
 #include <cstring>

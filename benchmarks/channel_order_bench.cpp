@@ -1,4 +1,4 @@
-// channel_order_bench.cpp: ChangeChannelOrder in each of its bodies beside the plain loop of copies.
+// channel_order_bench.cpp: ChangeChannelOrder in each of its bodies compared with the plain loop of copies.
 #include <cstring>
 #include <string>
 #include <vector>

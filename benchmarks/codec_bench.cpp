@@ -1,4 +1,4 @@
-// codec_bench.cpp: each body of the JPEG codec beside the same sources built plainly with -O2, on a
+// codec_bench.cpp: each body of the JPEG codec compared with the same sources built plainly with -O2, on a
 // photograph.
 #include "benchmarks/ratio.h"
 #include "tests/support/codec_driver.h"

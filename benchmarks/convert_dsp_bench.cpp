@@ -1,5 +1,5 @@
-// convert_dsp_bench.cpp: mix, limiter, dither, filter and extrapolation, each body beside the plain loop of
-// its rule.
+// convert_dsp_bench.cpp: mix, limiter, dither, filter and extrapolation, each body compared with the plain
+// loop of its rule.
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -108,7 +108,7 @@ void AddDither(RatioTable &table, int32_t mode, uint32_t channels)
         });
 }
 
-// The channel-3 walk of 6-channel frames: one strided run beside a call for each sample.
+// The channel-3 walk of 6-channel frames: one strided run compared with a call for each sample.
 template <class T>
 void AddBiquad(RatioTable &table)
 {

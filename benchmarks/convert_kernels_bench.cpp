@@ -1,7 +1,8 @@
-// convert_kernels_bench.cpp: the sample-format kernels beside a plain memory copy of the same bytes.
+// convert_kernels_bench.cpp: the sample-format kernels compared with a plain memory copy of the same bytes.
 //
-// Both sides read and write the same number of bytes in all: a kernel that reads R bytes and writes W stands
-// beside a memcpy of (R + W) / 2 bytes. All buffers together take half of a second-level cache of 1 MiB.
+// Both sides read and write the same number of bytes in all: a kernel that reads R bytes and writes W is
+// compared with a memcpy of (R + W) / 2 bytes. All buffers together take half of a second-level cache of 1
+// MiB.
 #include <cmath>
 #include <cstring>
 #include <string>

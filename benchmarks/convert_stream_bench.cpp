@@ -1,4 +1,4 @@
-// convert_stream_bench.cpp: whole conversions beside the bare resampler and beside other converters, with
+// convert_stream_bench.cpp: whole conversions compared with the bare resampler and with other converters, and
 // their quality.
 #include <algorithm>
 #include <cmath>
@@ -114,7 +114,8 @@ void AddPeerRows(RatioTable &table)
             [=] { peer.convert(doubles, 2, kPair.input, kPair.output); });
 }
 
-// Equal rates, 16 to 24 bits: the pass with its tiles beside the same steps, each over the whole block.
+// Equal rates, 16 to 24 bits: the pass with its tiles compared with the same steps, each over the whole
+// block.
 void AddTileRow(RatioTable &table)
 {
     constexpr uint32_t kFrames = 262144;

@@ -1,4 +1,5 @@
-// hash_bench.cpp: SHA-2 and HMAC beside OpenSSL without the SHA instructions, which no body of ours uses.
+// hash_bench.cpp: SHA-2 and HMAC compared with OpenSSL without the SHA instructions, which no body of ours
+// uses.
 //
 // OpenSSL reads which instructions it may use when it is loaded. So the program runs itself once for each of
 // its tables, with OPENSSL_ia32cap set.
@@ -81,7 +82,7 @@ void AddHash(RatioTable &table, const Table &what, void (*peer)(uint32_t))
             [=] { peer(size.size); });
 }
 
-// Beside OpenSSL, and beside the least work: five blocks through the bare transform (four with 128-byte
+// Compared with OpenSSL, and with the least work: five blocks through the bare transform (four with 128-byte
 // blocks).
 template <int bits, class Word>
 void AddMac(RatioTable &table, const Table &what, const EVP_MD *hash, const char *transformName, int blocks)

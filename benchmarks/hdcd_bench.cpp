@@ -1,5 +1,5 @@
-// hdcd_bench.cpp: decoding and scanning beside a plain copy of the same audio, and beside 1000 times real
-// time.
+// hdcd_bench.cpp: decoding and scanning compared with a plain copy of the same audio, and with 1000 times
+// real time.
 //
 // Decoding overwrites its input, so each turn restores it first; the peer makes the same copy and one more. A
 // row's ratio of 0.4 thus means a decoding at a quarter of the copy's speed: (1 + 1) / (1 + 4).

@@ -1,4 +1,4 @@
-// image_bench.cpp: the bitmap resampler beside Pillow and libswscale, each on one thread.
+// image_bench.cpp: the bitmap resampler compared with Pillow and libswscale, each on one thread.
 #include <Python.h> // first, as it asks
 
 #include "benchmarks/ratio.h"

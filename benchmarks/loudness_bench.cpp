@@ -1,4 +1,4 @@
-// loudness_bench.cpp: a ReplayGain measurement beside bare libebur128.
+// loudness_bench.cpp: a ReplayGain measurement compared with bare libebur128.
 #include <ebur128.h>
 #include <tonekit/loudness.h>
 #include <vector>

@@ -108,7 +108,7 @@ private:
         return Now() - begin;
     }
 
-    // How often an action must run for one turn to be long beside the clock and the scheduler.
+    // How often an action must run for one turn to be long compared with the clock and the scheduler.
     static unsigned TimesPerTurn(const Action &action)
     {
         constexpr double kTurn = 0.003;

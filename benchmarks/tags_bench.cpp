@@ -1,4 +1,4 @@
-// tags_bench.cpp: lookups in a tag block beside one pass of memchr over the same bytes.
+// tags_bench.cpp: lookups in a tag block compared with one pass of memchr over the same bytes.
 #include <cstring>
 #include <string>
 #include <tonekit/tags.h>

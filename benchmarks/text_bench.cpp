@@ -1,4 +1,5 @@
-// text_bench.cpp: conversions between UTF-8 and UTF-16 beside iconv and ICU, and windows-1252 beside iconv.
+// text_bench.cpp: conversions between UTF-8 and UTF-16 compared with iconv and ICU, and windows-1252 compared
+// with iconv.
 //
 // Ours finds the end, allocates, converts and releases. iconv's converter is opened once; for short text it,
 // too, allocates. ICU is given the length and memory that is there already.

@@ -9,8 +9,8 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-// Lags whose sums grow side by side: nine registers of the tier. Two such groups hold the 33 sums of order 32
-// in the baseline, and one does in the wide tiers.
+// Lags whose sums grow side by side: nine registers of the tier. Two such groups hold the 33 sums of order
+// 32 in the baseline, and one does in the wide tiers.
 constexpr int kLagGroup = 9 * LaneWidth<double>(8);
 
 // Samples of a channel predicted side by side.

@@ -244,7 +244,7 @@ uint32_t ConvertAtEqualRates(Converter &c, const void *input, uint32_t frames)
 
 // ---- Differing rates: through the resampler.
 
-// Gives the resampler input, or null and 0 to drain it, and returns the frames that came out. A drained
+// Passes the resampler input, or null and 0 to drain it, and returns the frames that came out. A drained
 // resampler must not be fed again.
 uint32_t Process(Converter &c, const void *input, uint32_t frames, void *output)
 {

@@ -248,7 +248,7 @@ inline void EncodeRest(const uint8_t *data, std::size_t length, char *text)
         text[2] = '=';
 }
 
-// Two or three characters: one or two bytes. Gives their number.
+// Two or three characters: one or two bytes. Returns their number.
 inline std::size_t DecodeRest(const char *text, std::size_t length, uint8_t *data)
 {
     if (length < 2)

@@ -73,7 +73,7 @@ inline void EncodeTwoLanes(const uint8_t *data, char *text)
 
 #endif
 
-// Encodes the whole groups of data. Gives the bytes that were taken; their characters are 4/3 as many.
+// Encodes the whole groups of data. Returns the bytes that were taken; their characters are 4/3 as many.
 template <class Code>
 inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *text)
 {
@@ -115,7 +115,7 @@ inline void DecodeTwoLanes(const char *text, uint8_t *data)
 
 #endif
 
-// Decodes the whole groups of text. Gives the characters that were taken; their bytes are 3/4 as many.
+// Decodes the whole groups of text. Returns the characters that were taken; their bytes are 3/4 as many.
 template <class Code>
 inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *data)
 {

@@ -107,7 +107,7 @@ public:
         return error == 0 ? Stop::end : error == EINVAL ? Stop::cut : Stop::refused;
     }
 
-    // Gives what the converter still holds, and returns to the set's first state.
+    // Puts what the converter still holds, and returns to the set's first state.
     void Finish() { Run(nullptr, nullptr); }
 
 private:

@@ -16,7 +16,7 @@ void *AllocateZeroed(std::size_t bytes);
 // Lengthens or shortens memory of either, which may move; it stays as it was if this throws.
 void *Reallocate(void *memory, std::size_t bytes);
 
-// Gives memory from any of them back; null is ignored.
+// Releases memory from any of them; null is ignored.
 void Release(void *memory) noexcept;
 
 } // namespace tonekit

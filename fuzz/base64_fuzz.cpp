@@ -1,5 +1,5 @@
-// base64_fuzz.cpp: Base64 of arbitrary data and back, and the decoder on arbitrary text, each body beside the
-// baseline.
+// base64_fuzz.cpp: Base64 of arbitrary data and back, and the decoder on arbitrary text, each body compared
+// with the baseline.
 #include "fuzz/printable_calls.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // codec_settings_fuzz.cpp: decodes and transforms with settings that the input chooses: scale, crop, skipped
-// lines, colours, palettes, buffered images, sources in memory, behind the read hook and suspended. All
+// lines, colours, palettes, buffered images, sources in memory, through the read hook and suspended. All
 // bodies must agree; nothing may crash or read too far.
 //
 // The first bytes are the settings; the file follows.
@@ -34,7 +34,7 @@ struct Settings {
           transformFlags(input.Byte())
     {}
 
-    uint32_t source; // in memory, behind the hook, suspended
+    uint32_t source; // in memory, through the hook, suspended
     unsigned scaleNum, scaleDenom;
     J_DCT_METHOD method;
     bool fancy, smoothing, buffered, quantize, twoPass;

@@ -27,7 +27,7 @@ void Require(bool condition)
         std::abort();
 }
 
-// The input, taken from the front; zeros behind its end.
+// The input, taken from the beginning; zeros after its end.
 class Input {
 public:
     Input(const std::uint8_t *data, std::size_t size) : data_(data), size_(size) {}

@@ -1,5 +1,5 @@
-// resample_fuzz.cpp: scales small pictures with any filter or a kernel of random weights, beside the slow
-// model.
+// resample_fuzz.cpp: scales small pictures with any filter or a kernel of random weights, compared with the
+// slow model.
 #include "image/filters.h"
 #include "image/resampler.h"
 #include "tests/reference/resample_model.h"

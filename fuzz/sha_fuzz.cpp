@@ -1,5 +1,5 @@
-// sha_fuzz.cpp: SHA-2 and HMAC of arbitrary messages, at once and cut as the input says, each body beside the
-// baseline.
+// sha_fuzz.cpp: SHA-2 and HMAC of arbitrary messages, at once and cut as the input says, each body compared
+// with the baseline.
 //
 // The input ends after kLongestInput bytes, which fill several blocks of each member.
 //

@@ -1,4 +1,4 @@
-// tags_text_fuzz.cpp: the readers of times, chapter keys and numbers on arbitrary text, beside the C
+// tags_text_fuzz.cpp: the readers of times, chapter keys and numbers on arbitrary text, compared with the C
 // library's.
 #include <cmath>
 #include <cstdio>

@@ -1,4 +1,4 @@
-// text_fuzz.cpp: the text conversions on arbitrary bytes, beside the character-by-character model.
+// text_fuzz.cpp: the text conversions on arbitrary bytes, compared with the character-by-character model.
 //
 // The first byte chooses a character set for the conversions through the system; the rest is the text.
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// uu_fuzz.cpp: the UU packing of arbitrary data and back, and the decoder on arbitrary text, each body beside
-// the baseline.
+// uu_fuzz.cpp: the UU packing of arbitrary data and back, and the decoder on arbitrary text, each body
+// compared with the baseline.
 #include "fuzz/printable_calls.h"
 
 namespace {

@@ -61,7 +61,7 @@ bool ReadCodeB(HdcdChannelState *channel, std::uint32_t view)
     return true;
 }
 
-// Reads the code that is due. Gives whether it is valid; what is neither code is passed over in silence.
+// Reads the code that is due. Returns whether it is valid; what is neither code is passed over in silence.
 bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
 {
     bool valid = false;
@@ -80,7 +80,7 @@ bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
     return true;
 }
 
-// Looks at a channel's window, once readahead has run out. Gives whether a valid code has been completed.
+// Looks at a channel's window, once readahead has run out. Returns whether a valid code has been completed.
 bool Look(HdcdChannelState *channel)
 {
     const std::uint32_t view = ScrambledView(channel->window);
@@ -118,7 +118,7 @@ std::uint64_t CollectLsbs(const HdcdSample *samples, std::int32_t frames, std::i
     return bits;
 }
 
-// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer). Gives the
+// Reads up to the next look of any channel, and at most the given number of frames (32 or fewer). Returns the
 // frames.
 std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
 {
@@ -155,7 +155,7 @@ __m128i Scrambled(__m128i bits)
 }
 
 // Follows one channel's looks through a step. Due counts from the step's first frame, 1 to 32 standing for a
-// look within it. Gives the count from the next step's first frame; 0 if a look finds a prefix.
+// look within it. Returns the count from the next step's first frame; 0 if a look finds a prefix.
 [[gnu::always_inline]] inline std::uint32_t HuntThroughStep(std::uint64_t view, std::uint32_t due)
 {
     while (due <= kGatherFrames) {
@@ -173,7 +173,7 @@ __m128i Scrambled(__m128i bits)
     return due - kGatherFrames;
 }
 
-// Takes both channels through as many whole steps of 32 frames as hold no prefix. Gives the frames. Both
+// Takes both channels through as many whole steps of 32 frames as hold no prefix. Returns the frames. Both
 // channels must be without a code due.
 std::int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, std::int32_t frames)
 {
@@ -236,7 +236,7 @@ void ReadLookByLook(CodeScan *scan, std::int32_t frames)
 
 // Counts a running timer down for the whole scan, which gives nothing back if a code ends it early. A timer
 // that lapses takes the control with it and shortens the scan; for a channel before it, which has paid for
-// the longer way, that comes too late. Gives the frames that are left to scan.
+// the longer way, that comes too late. Returns the frames that are left to scan.
 std::int32_t ChargeTimer(HdcdChannelState *channel, std::int32_t max)
 {
     if (channel->sustain <= static_cast<std::uint32_t>(max)) {

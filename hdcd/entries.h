@@ -15,20 +15,20 @@ std::int32_t hdcd_find_codes(HdcdChannelState *states, std::int32_t channels, co
 
 // Scales `count` samples at a stride to full scale at 2^30, with peak extension if extend is nonzero, and
 // attenuates them along the ramp from gain to target_gain: a step of 1 a sample towards more attenuation, of
-// 8 towards less, and a rest below 8 is dropped, in a run of no samples too. Gives the gain reached. Bits is
-// 16, 20 or 24.
+// 8 towards less, and a rest below 8 is dropped, in a run of no samples too. Returns the gain reached. Bits
+// is 16, 20 or 24.
 std::int32_t hdcd_envelope(std::int32_t *samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
                            std::int32_t gain, std::int32_t target_gain, std::int32_t extend);
 
 // The same for both channels of interleaved frames, 0 or more of them.
 void EnvelopeLinked(std::int32_t *samples, std::int32_t frames, LinkedGain *gain);
 
-// Decodes count frames of one channel in place; a code takes effect on the frame that completes it. Gives the
-// running gain. Sample_count moves on by count, even by a negative one, which has no other effect.
+// Decodes count frames of one channel in place; a code takes effect on the frame that completes it. Returns
+// the running gain. Sample_count moves on by count, even by a negative one, which has no other effect.
 std::int32_t hdcd_process_channel(HdcdChannelState *state, std::int32_t *samples, std::int32_t count,
                                   std::int32_t stride);
 
-// Decodes count stereo frames in place, both channels on one target gain. Gives the right channel's gain.
+// Decodes count stereo frames in place, both channels on one target gain. Returns the right channel's gain.
 // Sample_count moves on as above.
 std::int32_t hdcd_process_linked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count);
 

@@ -55,7 +55,7 @@ void Scale(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::
         *samples = extend ? ExtendPeak(*samples, level, shift) : ShiftUp(*samples, shift);
 }
 
-// Applies the ramp and sets the gain that it reaches. Gives the samples that it takes.
+// Applies the ramp and sets the gain that it reaches. Returns the samples that it takes.
 std::int32_t Ramp(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t *gain,
                   std::int32_t target)
 {

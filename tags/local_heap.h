@@ -8,7 +8,7 @@ namespace tonekit {
 // Zero-filled bytes for LocalRelease; null if memory ran out. The caller tests it, every time.
 void *LocalAllocate(std::size_t bytes);
 
-// Gives memory of LocalAllocate back; null is ignored.
+// Releases memory of LocalAllocate; null is ignored.
 void LocalRelease(void *memory);
 
 } // namespace tonekit

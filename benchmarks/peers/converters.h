@@ -1,4 +1,4 @@
-// converters.h: our converter and its peers behind one face, for measuring speed and quality side by side.
+// converters.h: our converter and its peers with one interface, for measuring speed and quality alike.
 #pragma once
 
 #include <cstdint>

@@ -40,7 +40,7 @@ TEST(UnwindTable, HasEachFunctionOnceInAscendingOrder)
     }
 }
 
-// A function that saves registers tells so, or they would be lost.
+// A function that saves registers says so, or they would be lost.
 TEST(UnwindTable, TellsOfTheRegistersThatAPrologueSaves)
 {
     const SharedLibrary library(TONEKIT_LIBRARY);

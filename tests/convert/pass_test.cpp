@@ -41,7 +41,7 @@ struct Stream {
     int ditherMode = -1; // off
 };
 
-// A converter beside its model, both fed the same calls.
+// A converter compared with its model, both fed the same calls.
 class Pair {
 public:
     Pair(char letter, const Stream &stream) : letter_(letter), stream_(stream)
@@ -84,7 +84,7 @@ public:
 
     CSampleRateConverter3 &Object() { return *reinterpret_cast<CSampleRateConverter3 *>(memory_); }
 
-    // One call of both. Gives the frames that came out.
+    // One call of both. Returns the frames that came out.
     uint32_t Call(const std::vector<uint8_t> &data, uint32_t frames, bool last)
     {
         std::copy(data.begin(), data.end(), static_cast<uint8_t *>(input_));

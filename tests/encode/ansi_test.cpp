@@ -54,7 +54,7 @@ std::string Encoded(const char *characterSet, const std::u16string &text)
 
 } // namespace
 
-// A process that sets no locale has plain ASCII, for which windows-1252 stands.
+// A process that sets no locale has plain ASCII, which is taken for windows-1252.
 
 TEST(Ansi, WithoutALocaleItIsWindows1252)
 {

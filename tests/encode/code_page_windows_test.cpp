@@ -1,4 +1,4 @@
-// code_page_windows_test.cpp: the system's code page on Windows, with its own conversions beside ours.
+// code_page_windows_test.cpp: the system's code page on Windows, with its own conversions next to ours.
 #include <gtest/gtest.h>
 
 #include <vector>

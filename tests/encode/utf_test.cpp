@@ -89,7 +89,7 @@ struct Bodies {
           toUtf16(tonekit::Body<decltype(tonekit::Utf8ToUtf16)>("Utf8ToUtf16", letter))
     {}
 
-    // Also proves that nothing is written behind the room.
+    // Also proves that nothing is written after the room.
     std::string ToUtf8(const Utf16String &text) const
     {
         uint32_t bits;
@@ -128,12 +128,12 @@ struct Bodies {
     decltype(tonekit::Utf8ToUtf16) *toUtf16;
 };
 
-// Texts as they are written: words of letters of one range, among ASCII as often as the share tells.
+// Texts as they are written: words of letters of one range, among ASCII as often as the share says.
 struct Script {
     char32_t first;
     uint32_t letters;
     uint32_t percent;
-    char32_t mark; // stands behind some words
+    char32_t mark; // follows some words
 };
 
 constexpr Script kScripts[] = {

@@ -41,7 +41,7 @@ void MakeInputs(const std::string &folder)
     Write(folder + "/hdcd.raw", "", level);
 }
 
-// The bytes of a file behind the first `skip`, as 24-bit samples.
+// The bytes of a file after the first `skip`, as 24-bit samples.
 std::vector<int32_t> Samples(const std::string &file, std::size_t skip)
 {
     std::ifstream in(file, std::ios::binary);

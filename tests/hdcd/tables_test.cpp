@@ -1,4 +1,4 @@
-// tables_test.cpp: the constant tables, by their rules and by values that tell.
+// tables_test.cpp: the constant tables, by their rules and by telling values.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,5 +1,5 @@
-// codec_test.cpp: every body of the codec beside the same sources built plainly: equal bytes, whatever the
-// settings.
+// codec_test.cpp: every body of the codec compared with the same sources built plainly: equal bytes, whatever
+// the settings.
 #include "tests/support/bodies.h"
 #include "tests/support/codec_driver.h"
 

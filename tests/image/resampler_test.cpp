@@ -1,4 +1,4 @@
-// resampler_test.cpp: the engine on plain arrays, beside the slow model and at its edges.
+// resampler_test.cpp: the engine on plain arrays, compared with the slow model and at its edges.
 #include "image/filters.h"
 #include "image/resampler.h"
 #include "tests/reference/resample_model.h"

@@ -11,7 +11,7 @@ namespace tonekit {
 
 // Runs the work with its first allocation failing, with its second, and so on, until there is none left to
 // fail; those of the libraries that it calls count too. std::bad_alloc may end the work, and nothing else,
-// and no block may stay behind. Gives the number of allocations.
+// and no block may stay allocated. Returns the number of allocations.
 template <class Work>
 std::uint64_t FailEachInTurn(Work work)
 {

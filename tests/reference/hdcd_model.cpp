@@ -188,8 +188,7 @@ int HdcdReadahead(unsigned lastEight)
 {
     for (int distance = 1; distance < 32; ++distance)
         for (const std::uint32_t prefix : kPrefixes) {
-            // What part of the prefix must stand in the last bits now, if it is to be complete at that
-            // distance.
+            // What part of the prefix must be in the last bits now, if it is to be complete at that distance.
             const int known = distance <= 24 ? 8 : 32 - distance;
             const unsigned mask = (1u << known) - 1;
             if ((prefix >> distance & mask) == (lastEight & mask))

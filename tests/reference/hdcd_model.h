@@ -12,7 +12,7 @@ namespace tonekit::reference {
 // prefixes themselves.
 int HdcdReadahead(unsigned lastEight);
 
-// The magnitude that a sample so far above the peak extend level stands for; index 0 to 9855.
+// The magnitude that a sample so far above the peak extend level means; index 0 to 9855.
 std::uint32_t HdcdPeakValue(int index);
 
 // 2^23 times the factor of a gain in 1/256 dB of attenuation.

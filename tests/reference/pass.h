@@ -50,7 +50,7 @@ public:
         rows_ = std::min(settings.inputChannels, 8u);
     }
 
-    // Gives the bytes that stand at the start of the output buffer after the pass.
+    // Returns the bytes at the start of the output buffer after the pass.
     std::vector<uint8_t> Resample(const uint8_t *input, uint32_t frames, bool last)
     {
         return s_.inputRate == s_.outputRate ? EqualRates(input, frames) : Differing(input, frames, last);
@@ -136,7 +136,7 @@ private:
         return Process(nullptr, 0);
     }
 
-    // Predicts the edge in front of the block, or the one behind it.
+    // Predicts the edge before the block, or the one after it.
     void Extrapolate(bool behind)
     {
         const uint32_t history = n_.blockFrames / 2;

@@ -44,7 +44,7 @@ private:
     uint32_t LengthAt(size_t offset) const;
     // The text at offset, or nothing if its zero byte isn't among the bytes.
     std::optional<std::string> TextAt(size_t offset) const;
-    // The offset behind an item by its length field; beyond all bytes if the field isn't complete.
+    // The offset after an item by its length field; beyond all bytes if the field isn't complete.
     size_t BehindByLength(size_t item) const;
     std::optional<ModelPicture> PictureAt(size_t item) const;
 };

@@ -1,4 +1,4 @@
-// failing_heaps_windows.cpp: stands between the program's objects and the local and global heaps.
+// failing_heaps_windows.cpp: takes the place of the local and global heaps for the program's objects.
 #include <windows.h>
 
 #include "tests/support/allocation_count.h"

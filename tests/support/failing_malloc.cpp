@@ -1,4 +1,4 @@
-// failing_malloc.cpp: stands between the program's objects and the C runtime's heap.
+// failing_malloc.cpp: takes the place of the C runtime's heap for the program's objects.
 #include "tests/support/failing_malloc.h"
 
 #include "tests/support/allocation_count.h"

@@ -1,4 +1,4 @@
-// guarded_pages.h: memory with an unreadable page right before and right behind it.
+// guarded_pages.h: memory with an unreadable page right before and right after it.
 #pragma once
 
 #include <cstddef>
@@ -6,8 +6,8 @@
 
 namespace tonekit {
 
-// A read or write on either side ends the program. Begin() stands behind the first unreadable page; End() is
-// the first byte of the second.
+// A read or write on either side ends the program. Begin() is after the first unreadable page; End() is the
+// first byte of the second.
 class GuardedPages {
 public:
     // At least that many bytes, all of them zero; throws std::bad_alloc.

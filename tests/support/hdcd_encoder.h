@@ -30,7 +30,7 @@ public:
     std::size_t See(int channel, std::size_t frame, std::uint64_t bits, int count);
 
 private:
-    int Bit(int channel, std::ptrdiff_t frame) const; // 0 in front of the audio, as in a new decoder's window
+    int Bit(int channel, std::ptrdiff_t frame) const; // 0 before the audio, as in a new decoder's window
 
     std::vector<std::int32_t> &samples_;
 };

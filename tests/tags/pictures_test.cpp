@@ -198,7 +198,7 @@ TEST_P(PicturesTest, TheDataPieceGrowsTheBufferByItsSize)
     EXPECT_EQ(block->used, 100000u + 11);
 }
 
-// Nothing behind the bytes in use can be read here.
+// Nothing after the bytes in use can be read here.
 TEST_P(PicturesTest, APictureCutAnywhereIsReadToTheEndOfTheBytesInUseOnly)
 {
     Add("a/b", 3, "data");

@@ -1,4 +1,5 @@
-// tag_block_model_test.cpp: long random sequences beside the model, with and without memory running out.
+// tag_block_model_test.cpp: long random sequences compared with the model, with and without memory running
+// out.
 #include <vector>
 
 #include "tests/reference/tag_block_model.h"

@@ -1,4 +1,5 @@
-// time_text_test.cpp: time strings out and in, beside the C library's printf and scanf in the "C" locale.
+// time_text_test.cpp: time strings out and in, compared with the C library's printf and scanf in the "C"
+// locale.
 #include "tags/time_text.h"
 
 #include <algorithm>
@@ -244,7 +245,7 @@ TEST(TimeFieldsTest, SecondsAreTheNearestDouble)
 
 TEST(TimeFieldsTest, MidpointsOfAnyLengthRoundRight)
 {
-    // 2^53 + 1 lies exactly between two doubles; a digit any number of zeros behind decides.
+    // 2^53 + 1 lies exactly between two doubles; a digit any number of zeros after decides.
     for (const int zeros : {0, 1, 10, 740, 751, 752, 760, 770, 800, 3000})
         for (const char *last : {"", "1", "0"})
             for (const char *whole : {"9007199254740993", "9007199254740995", "00000000009007199254740993"})

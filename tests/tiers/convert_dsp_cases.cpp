@@ -64,7 +64,7 @@ static void ExerciseMix(const Bodies &bodies, Random &random, Record &record)
 }
 TONEKIT_TIER_CASE(ExerciseMix, "MixPlainDouble", "MixPlainFloat", "MixLimitedDouble", "MixLimitedFloat");
 
-// `strided` tells a block, whose last numbers are count and stride, from frames and channels.
+// `strided` distinguishes a block, whose last numbers are count and stride, from frames and channels.
 template <class T, class Dither>
 static void ExerciseDitherForm(const Traced<void(Dither *, int32_t, T, T *, uint32_t, uint32_t)> &process,
                                bool strided, Random &random, Record &record)

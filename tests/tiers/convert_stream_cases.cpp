@@ -165,7 +165,7 @@ static void ExerciseNanPlaces(const Bodies &bodies, Random &random, Record &reco
 TONEKIT_TIER_CASE(ExerciseNanPlaces, "SRC4_Init", "SRC4_Read", "_ZN21CSampleRateConverter38ResampleEjb",
                   "ResampleFrom");
 
-// Of two that meet, the resampler hands on the one that its compiler put first.
+// Of two that meet, the resampler passes on the one that its compiler put first.
 static void ExerciseNanBits(const Bodies &bodies, Random &random, Record &record)
 {
     RecordNans(bodies, Nans::kAsTheyAre, random, record);

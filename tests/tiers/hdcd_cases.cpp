@@ -22,7 +22,7 @@ static void AddDecoder(Record &record, const HdcdDecoder *decoder)
     record.Add(&copy, sizeof copy);
 }
 
-// Fills a buffer, which may stand at any address, with samples.
+// Fills a buffer, which may be at any address, with samples.
 template <class Sample>
 static void Place(const std::vector<Sample> &samples, GuardedBuffer &buffer)
 {

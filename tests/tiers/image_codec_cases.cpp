@@ -476,7 +476,7 @@ size_t Find(const Bytes &file, uint8_t marker, size_t from)
         std::search(file.begin() + static_cast<ptrdiff_t>(from), file.end(), code, code + 2) - file.begin());
 }
 
-// The file up to its second scan, with quantisation tables of wide steps, of 16 bits, in front of that of the
+// The file up to its second scan, with quantisation tables of wide steps, of 16 bits, before that of the
 // first.
 Bytes CutAndCoarsened(const Bytes &file)
 {

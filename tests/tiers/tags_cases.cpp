@@ -65,7 +65,7 @@ TagBlock *RandomBlock(const Bodies &bodies, Random &random)
     return block;
 }
 
-// Damages some bytes, or all, behind which no structure holds any more.
+// Damages some bytes, or all, after which no structure holds any more.
 void Tear(TagBlock *block, Random &random)
 {
     for (uint32_t wounds = random.Below(4); wounds > 0 && block->used > 0; --wounds)

@@ -125,8 +125,8 @@ void Compare(const Case &one, const Options &options, Counts &counts)
     }
 }
 
-// FNV-1a of all that a case records with the bodies of each tier, behind its family: the same from every
-// build on every system.
+// FNV-1a of all that a case records with the bodies of each tier, after its family: the same from every build
+// on every system.
 void PrintDigests(const Case &one, const Options &options)
 {
     for (const char letter : options.tiers) {
@@ -231,7 +231,7 @@ bool HasSuffixedExports(const SharedLibrary &library, const char *name)
     return library.Address(std::string(name) + ".A") != nullptr;
 }
 
-// Of a finished library, only cases that call what it exports tell anything.
+// Of a finished library, only cases that call what it exports show anything.
 bool CallsExports(const Case &one, const SharedLibrary &library)
 {
     return std::any_of(one.names.begin(), one.names.end(),
