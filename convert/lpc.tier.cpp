@@ -109,6 +109,15 @@ void WindowPiece(const Channels<T> &frames, size_t length, size_t first, size_t 
         Window<kChannels, int32_t>(frames.first, stride, length, first, end, one, other);
 }
 
+// Whether sums of products of these stay as they are.
+bool AllZero(const double *x, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        if (x[i] != 0.0)
+            return false;
+    return true;
+}
+
 // Adds x[i + lag] * x[i] to the sum of each lag, for i from 0 to count - 1.
 template <bool kExactProducts>
 void AddProducts(const double *x, size_t count, size_t lags, double *sums)
@@ -155,7 +164,8 @@ void Autocorrelate(const Channels<T> &frames, size_t length, size_t order, const
         WindowPiece<kChannels>(frames, length, windowed, needed, channels, kept);
         windowed = needed;
         for (int c = 0; c < kChannels; ++c)
-            AddProducts<kExactProducts>(channels[c].piece, count, scratch.sums, channels[c].r);
+            if (!AllZero(channels[c].piece, needed - first))
+                AddProducts<kExactProducts>(channels[c].piece, count, scratch.sums, channels[c].r);
         if (first + count == common)
             break;
     }
