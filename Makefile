@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test faults bench install uninstall deb dist wheel test-python test-batch bench-python windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test faults bench bench-programs install uninstall deb dist wheel test-python test-batch bench-python windows windows-zip test-windows quality site test-site \
         fuzz format check-format clean
 
 PREFIX ?= /usr/local
@@ -14,6 +14,7 @@ help:
 	@echo "make lib                                     build $(BUILD)/libtonekit.so"
 	@echo "make faults                                  fail each system call and allocation of real conversions in turn"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
+	@echo "make bench-programs                          measure the program beside sox, ffmpeg, flac, opusenc and lame"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
 	@echo "make deb                                     Debian packages in $(BUILD)/deb"
@@ -54,6 +55,12 @@ bench:
 	@scripts/configure $(PRESET) -DTONEKIT_BENCHMARKS=ON $(CMAKE_ARGS)
 	@$(COMPILE)
 	@scripts/run_benchmarks $(BUILD) $(ARGS)
+
+bench-programs:
+	@scripts/ensure_packages build bench-programs
+	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@$(COMPILE) --target tonekit-convert
+	@benchmarks/programs/measure_programs.py $(BUILD)/bin/tonekit-convert $(ARGS)
 
 install:
 	@scripts/install --check "$(PREFIX)"
