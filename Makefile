@@ -1,6 +1,6 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
 .PHONY: help lib convert test faults bench bench-programs install uninstall deb dist wheel test-python test-batch bench-python windows windows-zip test-windows quality site test-site \
-        fuzz format check-format clean
+        fuzz mutations format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -30,6 +30,7 @@ help:
 	@echo "make site                                    build the site with the measured quality into $(BUILD)/site"
 	@echo "make test-site                               build the site and test it in headless Chromium"
 	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time"
+	@echo "make mutations COUNT=1000                    changed real files through the program, built with sanitizers"
 	@echo "make format                                  lay the sources out"
 
 lib:
@@ -137,6 +138,12 @@ fuzz:
 	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset fuzz -j $(JOBS) --target fuzz_targets
 	@scripts/run_fuzz build-fuzz $(or $(SECONDS),60) $(TARGETS)
+
+mutations:
+	@scripts/ensure_packages build test fuzz
+	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
+	@cmake --build --preset fuzz -j $(JOBS) --target tonekit-convert
+	@scripts/run_mutations build-fuzz/bin/tonekit-convert $(or $(COUNT),1000)
 
 format:
 	@scripts/ensure_packages format

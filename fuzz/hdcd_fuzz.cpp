@@ -19,7 +19,7 @@ using Samples = std::vector<std::int32_t>;
 using Process = decltype(tonekit::hdcd_process_linked);
 
 // Frames that one input may decode: enough for many packets and for timers to lapse.
-constexpr std::size_t kMostFrames = 1536;
+constexpr std::size_t kMostFrames = 320;
 
 void Require(bool condition)
 {
@@ -61,7 +61,7 @@ void HidePacket(Input &input, Samples &samples)
 {
     tonekit::HdcdEncoder encoder(samples);
     const std::uint8_t how = input.Byte();
-    const std::size_t frame = input.Byte() * 8u + (how >> 4);
+    const std::size_t frame = input.Byte() + (how >> 4);
     const std::uint8_t byte = input.Byte();
     if (frame + tonekit::HdcdEncoder::kFramesB > samples.size() / 2)
         return;
@@ -154,7 +154,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             decoders.ChangeAll(
                 [&](HdcdDecoder *decoder) { decoder->channel[action & 1].sustain_reset = timer; });
         } else {
-            Samples samples = TakeFrames(input, (action & 0x80) != 0 ? action & 0x7F : 12u * action);
+            Samples samples = TakeFrames(input, (action & 0x80) != 0 ? action & 0x7F : 2u * action);
             decoded += samples.size() / 2;
             for (std::uint8_t packets = input.Byte() & 7; packets != 0; --packets)
                 HidePacket(input, samples);
