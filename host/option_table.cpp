@@ -31,20 +31,47 @@ constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512",
 constexpr Choice<ProgressChoice> kProgresses[] = {
     {"auto", ProgressChoice::Auto}, {"json", ProgressChoice::Json}, {"off", ProgressChoice::Off}};
 
+template <const auto &Choices>
+std::vector<std::string> NamesOf()
+{
+    std::vector<std::string> names;
+    for (const auto &choice : Choices)
+        names.emplace_back(choice.name);
+    return names;
+}
+
+std::vector<std::string> ChannelCounts()
+{
+    return {"1", "2", "4", "5", "6", "7", "8"};
+}
+
+std::vector<std::string> SampleFormats()
+{
+    return {"8", "16", "24", "32", "32f", "64f"};
+}
+
+std::vector<std::string> Types()
+{
+    std::vector<std::string> types;
+    for (const Container &container : Containers())
+        types.emplace_back(container.extensions[0]);
+    return types;
+}
+
 using Text = const std::string &;
 
 constexpr OptionRow kRows[] = {
     {nullptr, 0, nullptr, "What comes out (as the input, where not given)", nullptr},
     {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }, true},
     {"channels", 'c', "N", "1, 2, 4, 5, 6 (5.1), 7 (6.1) or 8 (7.1)",
-     [](Options &o, Text v) { o.channels = Channels(v); }, true},
+     [](Options &o, Text v) { o.channels = Channels(v); }, true, ChannelCounts},
     {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
-     [](Options &o, Text v) { o.format = Bits(v); }, true},
+     [](Options &o, Text v) { o.format = Bits(v); }, true, SampleFormats},
     {"type", 't', "TYPE",
      "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff or au; without it the type is that of "
      "OUTPUT's "
      "extension, or, in a folder, that of the input",
-     [](Options &o, Text v) { o.type = Type(v); }, true},
+     [](Options &o, Text v) { o.type = Type(v); }, true, Types},
 
     {"bitrate", 0, "RATE",
      "bit rate: 192k, or 192000; of MP3 a constant one, of Opus the one that its variable rate aims at",
@@ -64,24 +91,24 @@ constexpr OptionRow kRows[] = {
     {"quality", 0, "NAME",
      "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "
      "resampler has)",
-     [](Options &o, Text v) { o.quality = Choose(v, kQualities); }, true},
+     [](Options &o, Text v) { o.quality = Choose(v, kQualities); }, true, NamesOf<kQualities>},
     {"filter", 0, "NAME",
      "resampler's pass band: normal (to 0.91 of the way), steep (0.98) or steeper (0.995)",
-     [](Options &o, Text v) { o.filter = Choose(v, kFilters); }, true},
+     [](Options &o, Text v) { o.filter = Choose(v, kFilters); }, true, NamesOf<kFilters>},
     {"aliasing", 0, nullptr,
      "allow a little aliasing above the pass band, for a shorter filter (44.1 kHz and up)",
      [](Options &o, Text) { o.aliasing = true; }, true},
     {"dither", 0, "WHEN", "auto (when the sample depth shrinks or the level changes, the default), on or off",
-     [](Options &o, Text v) { o.dither = Choose(v, kDithers); }, true},
+     [](Options &o, Text v) { o.dither = Choose(v, kDithers); }, true, NamesOf<kDithers>},
     {"dither-mode", 0, "MODE", "rectangular, triangular (high-pass, the default) or shaped (noise shaping)",
-     [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }, true},
+     [](Options &o, Text v) { o.ditherMode = Choose(v, kDitherModes); }, true, NamesOf<kDitherModes>},
     {"limiter", 0, "on|off", "turn a mix to fewer channels down for good where it would clip (on)",
-     [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }, true},
+     [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }, true, NamesOf<kSwitch>},
     {"mix-level", 0, "fixed|auto",
      "auto measures a mix to fewer channels first, and lowers the whole file evenly where it would clip, so "
      "that "
      "the limiter isn't needed",
-     [](Options &o, Text v) { o.mixLevel = Choose(v, kMixLevels); }, true},
+     [](Options &o, Text v) { o.mixLevel = Choose(v, kMixLevels); }, true, NamesOf<kMixLevels>},
     {"gain", 0, "DB", "make it louder or, as with -3.5, softer",
      [](Options &o, Text v) { o.gain = Decibels(v); }, true},
     {"normalize", 0, "LUFS",
@@ -91,12 +118,12 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.normalize = LoudnessTarget(v); }, true},
     {"normalize-by", 0, "track|album",
      "bring albums to the loudness as a whole, all of their files by one gain",
-     [](Options &o, Text v) { o.normalizeAlbum = Choose(v, kByAlbum); }, true},
+     [](Options &o, Text v) { o.normalizeAlbum = Choose(v, kByAlbum); }, true, NamesOf<kByAlbum>},
     {"hdcd", 0, "WHEN",
      "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
      "default); decoded "
      "samples are kept in 24 bits unless --bits says otherwise",
-     [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }, true},
+     [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }, true, NamesOf<kHdcds>},
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
 
@@ -134,6 +161,10 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) {
          o.replayGain = true;
          o.albumGain = ReplayGainOfAlbums(v);
+     },
+     false,
+     [] {
+         return std::vector<std::string>{"track", "album"};
      }},
     {"true-peak", 0, nullptr, "the same with the peak between the samples (slower)",
      [](Options &o, Text) { o.replayGain = o.truePeak = true; }},
@@ -144,7 +175,7 @@ constexpr OptionRow kRows[] = {
      "their way into "
      "or out of the coder. From 512 MiB of samples on it differs from other programs' digests; that of "
      "dithered samples differs from run to run",
-     [](Options &o, Text v) { o.hash = Choose(v, kHashes); }},
+     [](Options &o, Text v) { o.hash = Choose(v, kHashes); }, false, NamesOf<kHashes>},
 
     {nullptr, 0, nullptr, "Folders (an INPUT that is one is walked, and its folders are kept in FOLDER)",
      nullptr},
@@ -176,7 +207,7 @@ constexpr OptionRow kRows[] = {
     {"progress", 0, "WHEN",
      "auto (on a terminal, the default), json (for programs: a JSON object on each line of standard error) "
      "or off",
-     [](Options &o, Text v) { o.progress = Choose(v, kProgresses); }},
+     [](Options &o, Text v) { o.progress = Choose(v, kProgresses); }, false, NamesOf<kProgresses>},
     {"quiet", 'q', nullptr, "no progress and no summary", [](Options &o, Text) { o.quiet = true; }},
     {"version", 'V', nullptr, "print the version", [](Options &o, Text) { o.command = Command::Version; }},
     {"help", 'h', nullptr, "print this", [](Options &o, Text) { o.command = Command::Help; }},

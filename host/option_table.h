@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tonekit::host {
 
@@ -16,6 +17,8 @@ struct OptionRow {
     const char *help;
     void (*apply)(Options &options, const std::string &value);
     bool changesAudio = false; // or where it goes: of no use where files are changed in place
+    // The values that there are, where they are few; a file is meant where `argument` is FILE.
+    std::vector<std::string> (*values)() = nullptr;
 };
 
 // All rows, in the order in which help lists them.
