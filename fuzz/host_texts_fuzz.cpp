@@ -7,6 +7,7 @@
 #include "host/extras.h"
 #include "host/failure.h"
 #include "host/report.h"
+#include "host/terminal_text.h"
 
 namespace {
 
@@ -33,6 +34,15 @@ void CheckJson(const std::string &text)
     Require(depth == 0 && !quoted);
 }
 
+// What a terminal gets has nothing that it obeys, and no more columns than asked for.
+void CheckTerminalText(const std::string &text, std::size_t columns)
+{
+    const std::string shown = TerminalText(text);
+    for (const char c : shown)
+        Require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
+    Require(ColumnsOf(CutToColumns(shown, columns)) <= columns);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -54,5 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CheckJson(ReportJson({report}, 1));
     CheckJson(ReportJson({report, report}, 1));
     ReportText(report);
+    CheckTerminalText(text, size == 0 ? 0 : data[size - 1]);
     return 0;
 }
