@@ -117,6 +117,7 @@ int Main(int argc, char **argv)
 {
     KeepStandardStreams();
     SilenceLibraries();
+    KeepFreedMemory();
     try {
         const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
         if (std::ferror(stdout))

@@ -77,6 +77,10 @@ void KeepStandardStreams();
 // Keeps the lines that libraries write on standard error by themselves off it. Print still writes there.
 void SilenceLibraries();
 
+// Keeps some of the memory that was freed for the next file, instead of giving it back to the system and
+// asking for it again, which costs a fifth of the time of short files.
+void KeepFreedMemory();
+
 // The arguments behind the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);

@@ -258,6 +258,15 @@ void KeepStandardStreams()
     }
 }
 
+void KeepFreedMemory()
+{
+#ifdef __GLIBC__
+    // More than the buffers of a conversion take, of each thread.
+    mallopt(M_MMAP_THRESHOLD, 4 << 20);
+    mallopt(M_TRIM_THRESHOLD, 16 << 20);
+#endif
+}
+
 void SilenceLibraries()
 {
 #ifdef __GLIBC__

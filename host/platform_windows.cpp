@@ -268,6 +268,11 @@ void KeepStandardStreams()
     // The C library never hands their numbers to other files.
 }
 
+void KeepFreedMemory()
+{
+    // The system's heap does so by itself.
+}
+
 void SilenceLibraries()
 {
     // There is no way to put another stream in the place of the C library's own.
