@@ -4,10 +4,12 @@
 #include "host/channel_layout.h"
 #include "host/completeness.h"
 #include "host/failure.h"
+#include "host/memory_limit.h"
 #include "host/paths.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace tonekit::host {
 
@@ -97,7 +99,7 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
 }
 
 // The bytes of an ID3v2 tag in front of everything else; 0 where there is none, or nothing after it.
-uint64_t LeadingTagBytes(File &file)
+uint64_t LeadingTagBytes(ByteStream &file)
 {
     unsigned char header[10] = {};
     size_t got = 0;
@@ -170,11 +172,20 @@ AudioReader::AudioReader(const fs::path &path, const std::string &shownName)
     : path_(path), shownName_(shownName)
 {
     CheckPath();
-    Open();
+    OpenFile();
+}
+
+AudioReader::AudioReader(File stream, const std::string &shownName)
+    : shownName_(shownName), pipe_(std::in_place, std::move(stream), MemoryLimit())
+{
+    OpenPipe();
 }
 
 void AudioReader::Fail(const std::string &what) const
 {
+    // What was waiting for the other end of a pipe ends with an error of the system.
+    if (InterruptNoted())
+        throw Interrupted();
     throw Failure(shownName_ + ": " + what);
 }
 
@@ -192,7 +203,7 @@ void AudioReader::CheckPath() const
         Fail("is not a regular file");
 }
 
-void AudioReader::Open()
+void AudioReader::OpenFile()
 {
     if (const std::error_code error = stream_.file().OpenToRead(path_))
         Fail(error.message());
@@ -202,13 +213,63 @@ void AudioReader::Open()
     if (size == 0)
         Fail("the file is empty");
     CheckComplete();
+    MendHeader(size);
+    Start();
+    if (pipe_)
+        pipe_->KeepNoMore();
+}
 
+// libsndfile knows RF64 and CAF only with sizes.
+void AudioReader::MendHeader(uint64_t size)
+{
+    try {
+        const bool open = HasOpenHeader64(stream_.file());
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start() * (open ? 0 : 1)))
+            throw std::system_error(error);
+        if (!open)
+            return;
+        pipe_.emplace(std::move(stream_.file()), MemoryLimit(), size);
+        stream_.Use(&*pipe_);
+        PrepareHeader(*pipe_);
+        pipe_->SeekTo(0);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+}
+
+void AudioReader::OpenPipe()
+{
+    stream_.Use(&*pipe_, false);
+    try {
+        char first = 0;
+        size_t got = 0;
+        if (const std::error_code error = pipe_->Read(&first, 1, got))
+            throw std::system_error(error);
+        if (got == 0)
+            Fail("is empty");
+        const uint64_t start = LeadingTagBytes(*pipe_);
+        stream_.SkipTo(start);
+        header_ = PrepareHeader(*pipe_);
+        pipe_->SeekTo(start);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+    Start();
+    pipe_->KeepNoMore();
+    if (header_ != HeaderForm::AsItWas)
+        frames_ = 0;
+}
+
+void AudioReader::Start()
+{
     SF_INFO info{};
     stream_.Start(SFM_READ, info);
     if (stream_.error())
         Fail(stream_.error().message());
     if (!stream_.handle())
         Fail("not an audio file that can be read (" + SoundFileError(nullptr) + ")");
+    if (header_ == HeaderForm::OpenAsRf64)
+        info.format = (info.format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_WAV;
     if (info.channels > kMostChannels)
         Fail("has " + std::to_string(info.channels) + " channels; at most 8 can be converted");
     if (info.frames == 0)
@@ -222,7 +283,7 @@ void AudioReader::Open()
     lossy_ = IsLossy(subtype);
     seekable_ = frames_ > 0 && SeeksExactly(info.format);
     container_ = ContainerWithSame(info.format, format_);
-    tagKind_ = TagKindOf(info.format);
+    tagKind_ = header_ == HeaderForm::OpenAsRf64 ? TagKind::None : TagKindOf(info.format);
     type_ = NameOfType(info.format);
     encoding_ = NameOfPart(subtype);
 }
@@ -312,11 +373,15 @@ void AudioReader::CheckEnd()
         Fail("holds no audio (0 frames)");
     if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
+    if (pipe()) {
+        if (const std::error_code error = pipe_->Drain())
+            Fail("reading failed: " + error.message());
+    }
 }
 
 bool AudioReader::TrySeek(uint64_t frame)
 {
-    if (!seekable_ || frame >= frames_)
+    if (!seekable_ || pipe() || frame >= frames_)
         return false;
     const auto place = static_cast<sf_count_t>(frame);
     if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) != place)
@@ -328,6 +393,8 @@ bool AudioReader::TrySeek(uint64_t frame)
 
 void AudioReader::Rewind()
 {
+    if (pipe())
+        Fail("can't be read twice");
     if (stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
         Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
     position_ = 0;

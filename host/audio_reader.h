@@ -2,13 +2,16 @@
 #pragma once
 
 #include "host/container.h"
+#include "host/pipe_input.h"
 #include "host/sample_format.h"
 #include "host/sample_source.h"
 #include "host/sound_stream.h"
+#include "host/stream_header.h"
 #include "host/tag_kind.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,9 @@ public:
     explicit AudioReader(const std::filesystem::path &path);
     // The same for a file that messages call by another name.
     AudioReader(const std::filesystem::path &path, const std::string &shownName);
+    // The same for a stream that can only be read on, such as standard input. There is no way back from its
+    // end: Rewind throws.
+    AudioReader(File stream, const std::string &shownName);
 
     std::string name() const override { return shownName_; }
     const AudioFormat &format() const override { return format_; }
@@ -34,13 +40,19 @@ public:
     // Throws if the file ends before it should.
     uint32_t Read(void *buffer, uint32_t frames) override;
     void Rewind() override;
+    bool CanRewind() const override { return !pipe_ || !path_.empty(); }
     // Coders with a memory of what came before are read through.
     bool TrySeek(uint64_t frame) override;
+    // What all is read from, where that isn't a file.
+    PipeInput *pipe() override { return pipe_ && path_.empty() ? &*pipe_ : nullptr; }
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;
     void CheckPath() const;
-    void Open();
+    void OpenFile();
+    void OpenPipe();
+    void MendHeader(uint64_t size);
+    void Start();
     void CheckComplete();
     template <class Sample>
     sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
@@ -49,12 +61,14 @@ private:
 
     std::filesystem::path path_;
     std::string shownName_;
+    std::optional<PipeInput> pipe_; // also a file whose header is mended
     SoundStream stream_;
     AudioFormat format_;
     uint64_t frames_ = 0;
     uint64_t position_ = 0;
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
+    HeaderForm header_ = HeaderForm::AsItWas;
     bool vorbisOrder_ = false;
     bool lossy_ = false;
     bool seekable_ = false;

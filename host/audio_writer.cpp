@@ -5,7 +5,9 @@
 #include "host/channel_layout.h"
 #include "host/failure.h"
 #include "host/peak_time.h"
+#include "host/stream_header.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -41,29 +43,81 @@ void NameLoudspeakers(SoundStream &stream, uint32_t channels)
     });
 }
 
+bool HasVorbisOrder(const Container &container)
+{
+    return container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus;
+}
+
+// LAME keeps a frame free for what it knows at the end. In a pipe it would be heard as silence.
+void DropEmptyFrame(std::vector<unsigned char> &mp3)
+{
+    static constexpr unsigned kKilobits[2][16] = {
+        {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160, 0},
+        {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 0}};
+    static constexpr unsigned kRates[4] = {44100, 48000, 32000, 0};
+    if (mp3.size() < 4 || mp3[0] != 0xFF || mp3[1] >> 5 != 7)
+        return;
+    const unsigned version = mp3[1] >> 3 & 3; // 3: MPEG 1, 2: 2, 0: 2.5
+    const unsigned rate = kRates[mp3[2] >> 2 & 3] / (version == 3 ? 1 : version == 2 ? 2 : 4);
+    const unsigned bits = kKilobits[version == 3][mp3[2] >> 4] * 1000;
+    if (rate == 0)
+        return;
+    const size_t size = (version == 3 ? 144 : 72) * bits / rate + (mp3[2] >> 1 & 1);
+    if (size < 5 || size > mp3.size())
+        return;
+    const auto end = mp3.begin() + static_cast<std::ptrdiff_t>(size);
+    if (std::all_of(mp3.begin() + 4, end, [](unsigned char byte) { return byte == 0; }))
+        mp3.erase(mp3.begin(), end);
+}
+
 } // namespace
 
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
                          const AudioFormat &format, const EncoderSettings &settings)
-    : shownName_(shownName), format_(format), kind_(container.kind),
-      vorbisOrder_(container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus),
+    : shownName_(shownName), format_(format), container_(container), vorbisOrder_(HasVorbisOrder(container)),
       bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
 {
     stream_.file() = std::move(file);
+    Start(settings);
+}
+
+AudioWriter::AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName,
+                         const Container &container, const AudioFormat &format,
+                         const EncoderSettings &settings, std::optional<uint64_t> frames)
+    : shownName_(shownName), pipe_(std::move(pipe)), promisedFrames_(frames), format_(format),
+      container_(container), vorbisOrder_(HasVorbisOrder(container)), bytesLeft_(UINT64_MAX)
+{
+    if (container.kind == ContainerKind::Aiff && !frames)
+        Fail("AIFF says its length first, which isn't known here: choose wav, au or flac");
+    stream_.Use(pipe_.get());
+    Start(settings);
+}
+
+void AudioWriter::Start(const EncoderSettings &settings)
+{
     SF_INFO info{};
-    info.samplerate = static_cast<int>(format.rate);
-    info.channels = static_cast<int>(format.channels);
-    info.format = SoundFileFormat(container, format);
+    info.samplerate = static_cast<int>(format_.rate);
+    info.channels = static_cast<int>(format_.channels);
+    info.format = SoundFileFormat(container_, format_);
     stream_.Start(SFM_WRITE, info);
     CheckStored(0, 0);
     if (!stream_.handle())
-        Fail(std::string(container.name) + " can't be written (" + SoundFileError(nullptr) + ")");
+        Fail(std::string(container_.name) + " can't be written (" + SoundFileError(nullptr) + ")");
     // The peak chunk carries the time of day, so that equal runs would give unequal files.
     sf_command(stream_.handle(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    if (!stream_.Call([&](SNDFILE *handle) { return ApplySettings(handle, container, format, settings); }))
-        Fail(std::string(container.name) + " can't be written with " + NameOf(settings));
+    if (!stream_.Call([&](SNDFILE *handle) { return ApplySettings(handle, container_, format_, settings); }))
+        Fail(std::string(container_.name) + " can't be written with " + NameOf(settings));
     if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX)
-        NameLoudspeakers(stream_, format.channels);
+        NameLoudspeakers(stream_, format_.channels);
+}
+
+// What the coder has written so far begins with all of its header.
+void AudioWriter::ReleasePipe()
+{
+    if (container_.kind == ContainerKind::Mp3)
+        DropEmptyFrame(pipe_->held());
+    SetSizes(pipe_->held(), container_, format_, promisedFrames_);
+    stream_.Note(pipe_->Release());
 }
 
 void AudioWriter::Fail(const std::string &what) const
@@ -129,16 +183,37 @@ void AudioWriter::Write(const void *samples, uint32_t frames)
         stored = Stored(sf_writef_double, static_cast<const double *>(samples), frames);
         break;
     }
+    if (pipe_ && !pipe_->released() && stored > 0)
+        ReleasePipe();
     CheckStored(stored, frames);
     frames_ += frames;
 }
 
+void AudioWriter::FinishPipe()
+{
+    if (!pipe_->released())
+        ReleasePipe();
+    // Padding, and what else comes after samples, would be taken for samples where the header has no end.
+    if (!container_.lossy && container_.kind != ContainerKind::Flac && !promisedFrames_) {
+        stream_.Call([](SNDFILE *handle) { return sf_write_sync(handle), 0; });
+        pipe_->End();
+    }
+    stream_.Stop();
+    stream_.Note(pipe_->Close());
+    CheckStored(0, 0);
+    if (promisedFrames_ && *promisedFrames_ != frames_)
+        Fail("the header has said " + std::to_string(*promisedFrames_) + " frames, and there are " +
+             std::to_string(frames_));
+}
+
 void AudioWriter::Finish()
 {
+    if (pipe_)
+        return FinishPipe();
     stream_.Stop();
-    if (kind_ == ContainerKind::Aiff && !stream_.error())
+    if (container_.kind == ContainerKind::Aiff && !stream_.error())
         stream_.Note(MendAiffLengths(stream_.file(), frames_, format_.FrameBytes()));
-    if (kind_ == ContainerKind::Rf64 && !stream_.error())
+    if (container_.kind == ContainerKind::Rf64 && !stream_.error())
         stream_.Note(ClearPeakTime(stream_.file()));
     stream_.Finish();
     CheckStored(0, 0);

@@ -3,10 +3,12 @@
 
 #include "host/container.h"
 #include "host/encoder_settings.h"
+#include "host/pipe_output.h"
 #include "host/sound_stream.h"
 
 #include <cstdint>
-#include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,10 @@ public:
     // Begins an audio file in `file`, which is new and empty. `shownName` is for messages.
     AudioWriter(File file, const std::string &shownName, const Container &container,
                 const AudioFormat &format, const EncoderSettings &settings = {});
+    // Begins a stream that can only be written on, such as standard output. Its header says `frames`, or that
+    // nobody knows.
+    AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName, const Container &container,
+                const AudioFormat &format, const EncoderSettings &settings, std::optional<uint64_t> frames);
 
     // Writes frames in the format given above, channels in the converter's order. Fails where the container's
     // sizes end.
@@ -30,12 +36,17 @@ private:
     template <class Sample>
     sf_count_t Stored(sf_count_t (*write)(SNDFILE *, const Sample *, sf_count_t), const Sample *samples,
                       uint32_t frames);
+    void Start(const EncoderSettings &settings);
+    void ReleasePipe();
+    void FinishPipe();
     void CheckStored(sf_count_t stored, uint32_t frames) const;
 
     std::string shownName_;
+    std::unique_ptr<PipeOutput> pipe_;
+    std::optional<uint64_t> promisedFrames_; // by the header of a pipe
     SoundStream stream_;
     AudioFormat format_;
-    ContainerKind kind_;
+    const Container &container_;
     bool vorbisOrder_;
     uint64_t frames_ = 0;
     uint64_t bytesLeft_;          // that the container has room for

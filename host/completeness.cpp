@@ -6,6 +6,7 @@
 
 #include "host/completeness_rare.h"
 #include "host/header_bytes.h"
+#include "host/stream_header.h"
 
 #include <algorithm>
 #include <cstring>
@@ -33,7 +34,7 @@ uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, bool bigEndian
         if (bytes.Has(position, wanted)) {
             if (size == kUnknown32)
                 return Shortfall(position + 8 + longSize, bytes.size());
-            return Shortfall(position + 8 + size, bytes.size());
+            return IsOpenSize(static_cast<uint32_t>(size)) ? 0 : Shortfall(position + 8 + size, bytes.size());
         }
         position += 8 + size + (size & 1);
     }
@@ -53,7 +54,9 @@ uint64_t MissingFromBigEndianWave(HeaderBytes &bytes)
 uint64_t MissingFromRf64(HeaderBytes &bytes)
 {
     // The ds64 chunk stands first: after the size of the whole it has that of the samples.
-    const uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
+    uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
+    if (IsOpenSize(dataSize))
+        dataSize = 0;
     return MissingFromChunk(bytes, "data", false, dataSize);
 }
 

@@ -21,7 +21,9 @@ std::string ClockTime(double seconds)
     return text;
 }
 
-Console::Console(bool progressWanted) : progress_(progressWanted && StandardErrorIsTerminal()) {}
+Console::Console(bool progressWanted, bool outputIsAudio)
+    : progress_(progressWanted && StandardErrorIsTerminal()), outputIsAudio_(outputIsAudio)
+{}
 
 Console::~Console()
 {
@@ -42,7 +44,7 @@ void Console::PrintAbove(std::FILE *stream, const std::string &text)
 void Console::Say(const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    PrintAbove(stdout, TerminalText(line, true) + "\n");
+    PrintAbove(outputIsAudio_ ? stderr : stdout, TerminalText(line, true) + "\n");
 }
 
 void Console::Complain(const std::string &line)

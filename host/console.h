@@ -12,13 +12,14 @@ namespace tonekit::host {
 // Any thread may use it at any time.
 class Console final : public ProgressView {
 public:
-    // Progress is shown only if wanted and if standard error is a terminal.
-    explicit Console(bool progressWanted);
+    // Progress is shown only if wanted and if standard error is a terminal. Where standard output carries
+    // audio, all lines go to standard error.
+    explicit Console(bool progressWanted, bool outputIsAudio = false);
     Console(const Console &) = delete;
     Console &operator=(const Console &) = delete;
     ~Console() override;
 
-    // A line on standard output.
+    // A line on standard output, or on standard error if that carries audio.
     void Say(const std::string &line);
     // A line on standard error, with the program's name in front.
     void Complain(const std::string &line);
@@ -35,6 +36,7 @@ private:
 
     std::mutex mutex_;
     const bool progress_;
+    const bool outputIsAudio_;
     std::vector<std::string> shown_; // the progress that is on the terminal
 };
 

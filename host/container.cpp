@@ -29,6 +29,8 @@ std::vector<Container> MakeTable()
     const std::vector<uint32_t> mp3Rates = {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
     const std::vector<uint32_t> opusRates = {8000, 12000, 16000, 24000, 48000};
     constexpr int kVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+    constexpr int kRaw = SF_FORMAT_RAW | SF_ENDIAN_LITTLE;
+    constexpr int kRawBig = static_cast<int>(SF_FORMAT_RAW) | static_cast<int>(SF_ENDIAN_BIG);
     constexpr int kOpus = SF_FORMAT_OGG | SF_FORMAT_OPUS;
     using Kind = ContainerKind;
     using Tags = TagKind;
@@ -44,14 +46,18 @@ std::vector<Container> MakeTable()
         {Kind::Caf,    "CAF",        {"caf"},                 SF_FORMAT_CAF,  all,    false, Tags::None,   0,        8, {},        kAnyRate},
         {Kind::Aiff,   "AIFF",       {"aiff", "aif", "aifc"}, SF_FORMAT_AIFF, all,    false, Tags::Aiff,   kFourGiB, 8, {},        kAnyRate},
         {Kind::Au,     "AU",         {"au", "snd"},           SF_FORMAT_AU,   all,    false, Tags::None,   kFourGiB, 8, {},        kAnyRate},
+        {Kind::Raw,    "raw",        {"raw", "pcm"},          kRaw,           all,    false, Tags::None,   0,        8, {},        kAnyRate},
+        {Kind::RawBig, "raw-be",     {"raw-be"},              kRawBig,        all,    false, Tags::None,   0,        8, {},        kAnyRate},
     };
     // clang-format on
 }
 
-// 8 bit samples are unsigned in the WAV family and signed elsewhere; libsndfile does the step between.
+// 8 bit samples are unsigned in the WAV family and in raw, and signed elsewhere; libsndfile does the step
+// between.
 bool HasUnsignedBytes(ContainerKind kind)
 {
-    return kind == ContainerKind::Wav || kind == ContainerKind::Rf64 || kind == ContainerKind::W64;
+    return kind == ContainerKind::Wav || kind == ContainerKind::Rf64 || kind == ContainerKind::W64 ||
+           kind == ContainerKind::Raw;
 }
 
 int Subtype(ContainerKind kind, SampleFormat format)

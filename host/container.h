@@ -12,7 +12,7 @@
 
 namespace tonekit::host {
 
-enum class ContainerKind { Wav, Rf64, W64, Flac, Vorbis, Opus, Mp3, Aiff, Au, Caf };
+enum class ContainerKind { Wav, Rf64, W64, Flac, Vorbis, Opus, Mp3, Aiff, Au, Caf, Raw, RawBig };
 
 struct Container {
     ContainerKind kind;

@@ -1,8 +1,8 @@
 // extract_cover.cpp: from the tags of an audio file to a picture file.
 #include "host/extract_cover.h"
 
-#include "host/audio_reader.h"
 #include "host/failure.h"
+#include "host/open_source.h"
 #include "host/paths.h"
 #include "host/picture_facts.h"
 #include "host/safe_output.h"
@@ -17,13 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-Picture CoverOf(const fs::path &input, std::vector<std::string> &warnings)
+Picture CoverOf(const Options &options, const fs::path &input, std::vector<std::string> &warnings)
 {
     const TagBlockPointer block = NewTagBlock();
     TagChoice choice;
     choice.text = [](const std::string &) { return false; };
     choice.chapters = false;
-    ReadTags(input, AudioReader(input).tagKind(), choice, block.get(), warnings);
+    ReadTags(input, OpenSource(options, input)->tagKind(), choice, block.get(), warnings);
     const std::vector<Picture> pictures = PicturesOf(block.get());
     if (pictures.empty())
         throw Failure(Utf8Name(input) + ": holds no picture");
@@ -67,7 +67,7 @@ std::string ExtractCover(const Options &options, std::vector<std::string> &warni
 {
     const fs::path input = PathFromUtf8(options.inputs[0]);
     const fs::path target = PathFromUtf8(*options.extractCover);
-    const Picture picture = CoverOf(input, warnings);
+    const Picture picture = CoverOf(options, input, warnings);
     if (AreSameFile(input, target))
         throw Failure(*options.extractCover + ": input and output are the same file");
     SafeOutput output(target);

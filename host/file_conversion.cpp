@@ -8,7 +8,10 @@
 #include "host/hdcd_stream.h"
 #include "host/level_measurement.h"
 #include "host/open_input.h"
+#include "host/open_source.h"
 #include "host/paths.h"
+#include "host/pipe_input.h"
+#include "host/pipe_output.h"
 #include "host/plan.h"
 #include "host/platform.h"
 #include "host/read_ahead.h"
@@ -35,20 +38,21 @@ public:
     FileConversion(const Options &options, const Extras &extras, SampleSource &source, const Job &job,
                    const ProgressSink &progress, Threads threads)
         : options_(options), extras_(extras), job_(job), progress_(progress), source_(source),
-          inputKind_(source.tagKind()),
-          ownThreads_(threads == Threads::Several && (source.frames() == 0 || source.frames() > kShortFrames))
+          inputKind_(source.tagKind()), ownThreads_(threads == Threads::Several &&
+                                                    (source.frames() == 0 || source.frames() > kShortFrames)),
+          fromStream_(IsStandardStream(job.input)), toStream_(IsStandardStream(job.output))
     {
-        if (!options.inPlace && AreSameFile(job.input, job.output))
+        if (!options.inPlace && !fromStream_ && !toStream_ && AreSameFile(job.input, job.output))
             throw Failure(Utf8Name(job.output) + ": input and output are the same file");
         report_.input = {source_.name(),  source_.type(),   source_.encoding(),
                          source_.lossy(), source_.format(), source_.frames()};
         const bool decodeHdcd = DecideHdcd();
         try {
-            plan_ = options.inPlace
-                        ? PlanToKeep(source_.format())
-                        : MakePlan(options,
-                                   {source_.format(), source_.frames(), source_.lossy(), source_.container()},
-                                   *job.container, decodeHdcd);
+            plan_ = options.inPlace ? PlanToKeep(source_.format())
+                                    : MakePlan(options,
+                                               {source_.format(), source_.frames(), source_.lossy(),
+                                                MayCopy() ? source_.container() : nullptr},
+                                               WantedContainer(), decodeHdcd);
             if (options.inPlace && source_.tagKind() == TagKind::None)
                 throw Failure("this type of file can't hold tags");
         } catch (const Failure &failure) {
@@ -75,11 +79,14 @@ public:
             MakeFolderOf(job_.output);
         if (plan_.changesLevel)
             SetLevel();
-        output_.emplace(job_.output);
+        if (!toStream_)
+            output_.emplace(job_.output);
         if (plan_.copyFile)
-            Copy(*output_);
+            Copy();
         else
-            Encode(*output_);
+            Encode();
+        if (const PipeInput *const pipe = source_.pipe())
+            beginning_.emplace(pipe->kept().begin(), pipe->kept().end());
         // Many files can wait for the last one of their album.
         owned_.reset();
         report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -98,6 +105,10 @@ public:
             return report_;
         const auto start = std::chrono::steady_clock::now();
         report_.albumLoudness = album;
+        if (toStream_) {
+            WarnOfTags();
+            return report_;
+        }
         AddTags(output_->temporary());
         CheckResult(output_->temporary());
         if (InterruptNoted())
@@ -108,6 +119,23 @@ public:
     }
 
 private:
+    // Without --type, standard output gets the type of the input.
+    const Container &WantedContainer()
+    {
+        if (job_.container)
+            return *job_.container;
+        if (!source_.container())
+            throw Failure("the type of the output isn't known: add --type");
+        CheckTarget(options_, *source_.container());
+        return *source_.container();
+    }
+
+    // What comes out of a pipe comes once, and its header may say nothing of its length.
+    bool MayCopy() const
+    {
+        return !source_.pipe() || (source_.lossy() && !options_.replayGain && !options_.hash);
+    }
+
     bool DecideHdcd()
     {
         if (options_.hdcd == HdcdChoice::Off)
@@ -126,30 +154,53 @@ private:
         return options_.hdcd == HdcdChoice::On || *report_.hdcd == HdcdFinding::Effective;
     }
 
-    void Encode(SafeOutput &output)
+    static File StandardOutput()
     {
-        AudioWriter writer(output.Create(), Utf8Name(job_.output), *plan_.container, plan_.target,
-                           plan_.encoder);
-        ResultTaps taps(options_, plan_.target, &writer, ownThreads_);
+        File file;
+        if (const std::error_code error = file.OpenStandardOutput())
+            throw Failure(std::string(kStandardOutput) + ": " + error.message());
+        return file;
+    }
+
+    std::unique_ptr<AudioWriter> MakeWriter()
+    {
+        const std::string name = NameOfOutput(job_.output);
+        if (!toStream_)
+            return std::make_unique<AudioWriter>(output_->Create(), name, *plan_.container, plan_.target,
+                                                 plan_.encoder);
+        const bool known = plan_.expectedFrames > 0 && plan_.source.rate == plan_.target.rate;
+        return std::make_unique<AudioWriter>(std::make_unique<PipeOutput>(StandardOutput()), name,
+                                             *plan_.container, plan_.target, plan_.encoder,
+                                             known ? std::optional(plan_.expectedFrames) : std::nullopt);
+    }
+
+    void Encode()
+    {
+        const std::unique_ptr<AudioWriter> writer = MakeWriter();
+        ResultTaps taps(options_, plan_.target, writer.get(), ownThreads_);
         Pump(taps);
         CheckLength(taps.frames());
-        writer.Finish();
+        writer->Finish();
 
         Describe();
         taps.Tell(report_);
     }
 
     // The coded audio stays as it is; samples are only read if something is to be measured.
-    void Copy(SafeOutput &output)
+    void Copy()
     {
         ResultTaps taps(options_, plan_.target, nullptr, ownThreads_);
         if (taps.Measures())
             Pump(taps);
-        File file = output.Create();
-        CopyFile(job_.input, file, Utf8Name(job_.output), [&](double done) {
+        File file = toStream_ ? StandardOutput() : output_->Create();
+        const auto progress = [&](double done) {
             if (!taps.Measures())
                 progress_(done, done * report_.input.Seconds());
-        });
+        };
+        if (PipeInput *const pipe = source_.pipe())
+            CopyStream(*pipe, source_.name(), file, NameOfOutput(job_.output), progress);
+        else
+            CopyFile(job_.input, file, NameOfOutput(job_.output), progress);
         if (taps.Measures())
             taps.Tell(report_);
         Describe();
@@ -201,7 +252,7 @@ private:
         TellLevel(chain);
         report_.input.frames = done;
         if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
-            report_.warnings.push_back(Utf8Name(job_.output) + ": " +
+            report_.warnings.push_back(NameOfOutput(job_.output) + ": " +
                                        GuardText(silenced, after.clamped(), loudest));
     }
 
@@ -210,6 +261,8 @@ private:
     {
         std::shared_ptr<const MeasuredLevel> measured = job_.albumLevel;
         if (!measured && NeedsMeasurement(options_, plan_)) {
+            if (!source_.CanRewind())
+                throw Failure(source_.name() + ": --normalize and --mix-level auto read twice: name a file");
             measured = std::make_shared<MeasuredLevel>(
                 Measure([this](double done, double audioSeconds) { progress_(done / 2, audioSeconds / 2); }));
             secondPass_ = true;
@@ -231,7 +284,7 @@ private:
         report_.level->tooLoud = chain.tooLoud();
         const std::string samples =
             std::to_string(chain.tooLoud()) + (chain.tooLoud() == 1 ? " sample was" : " samples were");
-        report_.warnings.push_back(Utf8Name(job_.output) + ": " + samples +
+        report_.warnings.push_back(NameOfOutput(job_.output) + ": " + samples +
                                    (plan_.container->lossy
                                         ? " made louder than full scale, where players clip"
                                         : " clipped at full scale"));
@@ -263,7 +316,8 @@ private:
     void CheckResult(const std::filesystem::path &written)
     {
         const StreamReport &result = report_.output;
-        if (result.lossy || result.frames == 0)
+        const ContainerKind kind = plan_.copyFile ? ContainerKind::Wav : plan_.container->kind;
+        if (result.lossy || result.frames == 0 || kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
             return;
         const AudioReader reader(written, result.path);
         if (reader.frames() != result.frames || reader.format() != result.format)
@@ -278,6 +332,7 @@ private:
         TagTransfer transfer;
         transfer.input = job_.input;
         transfer.inputKind = inputKind_;
+        transfer.beginning = std::move(beginning_);
         transfer.written = written;
         transfer.writtenKind = plan_.copyFile ? inputKind_ : plan_.container->tags;
         transfer.copied = plan_.copyFile;
@@ -291,6 +346,15 @@ private:
         TransferTags(options_, extras_, transfer, report_.warnings);
     }
 
+    // A stream is gone before its tags are known.
+    void WarnOfTags()
+    {
+        if (!options_.set.empty() || extras_.cover || extras_.chapters || options_.coverSize != 0)
+            report_.warnings.push_back(std::string(kStandardOutput) +
+                                       ": no tags are written there, so --set, --cover and --chapters count "
+                                       "for nothing");
+    }
+
     // All of the report that is known before the work.
     void Describe()
     {
@@ -298,18 +362,18 @@ private:
         report_.part = job_.part;
         if (plan_.copyFile) {
             report_.output = report_.input;
-            report_.output.path = Utf8Name(job_.output);
+            report_.output.path = NameOfOutput(job_.output);
             report_.copied = true;
             return;
         }
-        report_.output = {Utf8Name(job_.output),  plan_.container->name, "",
-                          plan_.container->lossy, plan_.target,          plan_.expectedFrames};
+        report_.output = {NameOfOutput(job_.output), plan_.container->name, "",
+                          plan_.container->lossy,    plan_.target,          plan_.expectedFrames};
         report_.quality = options_.quality;
         report_.encoder = plan_.encoder;
         report_.resampled = plan_.source.rate != plan_.target.rate;
         report_.dithered = plan_.dither;
         report_.hdcdDecoded = plan_.decodeHdcd;
-        if (plan_.container != job_.container)
+        if (plan_.container != &WantedContainer())
             report_.warnings.push_back(report_.output.path +
                                        ": more than 4 GiB of samples, so it is written as " +
                                        plan_.container->name);
@@ -323,6 +387,9 @@ private:
     SampleSource &source_; // until all is read
     TagKind inputKind_;
     const bool ownThreads_;
+    bool fromStream_;                                     // standard input
+    bool toStream_;                                       // standard output
+    std::optional<std::vector<unsigned char>> beginning_; // of a stream, for its tags
     std::optional<SafeOutput> output_;
     Plan plan_;
     bool secondPass_ = false;
@@ -376,7 +443,8 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
         return std::make_unique<DoneFile>(ReportOfNames(options, job));
     if (job.plainCopy)
         return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
-    auto file = std::make_unique<FileConversion>(options, extras, OpenInput(job), job, progress, threads);
+    auto file =
+        std::make_unique<FileConversion>(options, extras, OpenInput(options, job), job, progress, threads);
     file->Produce();
     return file;
 }
@@ -384,7 +452,8 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
 MeasuredLevel MeasureFile(const Options &options, const Extras &extras, const Job &job,
                           const ProgressSink &progress)
 {
-    return FileConversion(options, extras, OpenInput(job), job, progress, Threads::One).Measure(progress);
+    return FileConversion(options, extras, OpenInput(options, job), job, progress, Threads::One)
+        .Measure(progress);
 }
 
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,

@@ -1,15 +1,17 @@
 // file_info.cpp: looks at a file from all sides.
 #include "host/file_info.h"
 
-#include "host/audio_reader.h"
 #include "host/failure.h"
 #include "host/hdcd_stream.h"
 #include "host/loudness_meter.h"
+#include "host/open_source.h"
 #include "host/paths.h"
+#include "host/pipe_input.h"
 #include "host/platform.h"
 #include "host/sample_digest.h"
 #include "host/tag_reader.h"
 
+#include <memory>
 #include <optional>
 
 namespace tonekit::host {
@@ -55,15 +57,19 @@ void Measure(const Options &options, SampleSource &reader, FileInfo &info, const
 FileInfo LookAt(const Options &options, const std::filesystem::path &path, const ProgressSink &progress)
 {
     FileInfo info;
-    AudioReader reader(path);
-    info.stream = {Utf8Name(path), reader.type(),   reader.encoding(),
+    const std::unique_ptr<SampleSource> source = ReadableTwice(OpenSource(options, path));
+    SampleSource &reader = *source;
+    info.stream = {reader.name(),  reader.type(),   reader.encoding(),
                    reader.lossy(), reader.format(), reader.frames()};
     if (CanCarryHdcd(reader))
         info.hdcd = ScanForHdcd(reader);
     Measure(options, reader, info, progress);
 
     const TagBlockPointer block = NewTagBlock();
-    ReadTags(path, reader.tagKind(), {}, block.get(), info.warnings);
+    if (const PipeInput *const pipe = reader.pipe())
+        ReadTags(pipe->kept(), reader.name(), reader.tagKind(), {}, block.get(), info.warnings);
+    else
+        ReadTags(path, reader.tagKind(), {}, block.get(), info.warnings);
     ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
         info.text.emplace_back(key, value);
     });

@@ -17,7 +17,7 @@ void Check(const std::error_code &error)
 
 } // namespace
 
-HeaderBytes::HeaderBytes(File &file) : file_(file)
+HeaderBytes::HeaderBytes(ByteStream &file) : file_(file)
 {
     Check(file_.Size(size_));
 }

@@ -1,7 +1,7 @@
 // header_bytes.h: numbers and words of a file's header, wherever they are.
 #pragma once
 
-#include "host/platform.h"
+#include "host/byte_stream.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace tonekit::host {
 // if the system fails.
 class HeaderBytes {
 public:
-    explicit HeaderBytes(File &file);
+    explicit HeaderBytes(ByteStream &file);
 
     uint64_t size() const { return size_; }
     // Whether the last one asked for is there.
@@ -29,7 +29,7 @@ public:
 private:
     uint64_t Number(uint64_t position, int bytes, bool bigEndian);
 
-    File &file_;
+    ByteStream &file_;
     uint64_t size_ = 0;
     bool ok_ = true;
 };

@@ -1,10 +1,10 @@
 // jobs.cpp: finds inputs, places outputs, and refuses what can't go well.
 #include "host/jobs.h"
 
-#include "host/audio_reader.h"
 #include "host/failure.h"
 #include "host/folder_walk.h"
 #include "host/name_template.h"
+#include "host/open_source.h"
 #include "host/paths.h"
 #include "host/plan.h"
 #include "host/platform.h"
@@ -50,6 +50,11 @@ bool IsFolder(const fs::path &path)
 
 bool MeansFolder(const Options &options)
 {
+    if (options.output == kStandardStream) {
+        if (IsFolder(PathFromUtf8(options.inputs[0])))
+            throw UsageError("- (standard output) takes one file, and " + options.inputs[0] + " is a folder");
+        return false;
+    }
     const char last = options.output.back();
     return options.inputs.size() > 1 || options.nameTemplate || last == '/' ||
            last == fs::path::preferred_separator || IsFolder(PathFromUtf8(options.output)) ||
@@ -113,7 +118,7 @@ std::map<std::string, std::string> TagsOf(const Options &options, const fs::path
         TagChoice choice;
         choice.chapters = false;
         choice.frontCover = false;
-        ReadTags(input, AudioReader(input).tagKind(), choice, block.get(), ignored);
+        ReadTags(input, OpenSource(options, input)->tagKind(), choice, block.get(), ignored);
         ForEachText(block.get(), [&](const std::string &key, const std::string &value) {
             std::string text;
             for (const char c : value)
@@ -303,9 +308,14 @@ std::vector<std::filesystem::path> FilesToLookAt(const Options &options)
 Job JobFor(const Options &options, const fs::path &input)
 {
     const fs::path output = PathFromUtf8(options.output);
-    Job job{input, output, &WantedContainer(options, output)};
+    // Without a type, what is written on standard output is of the input's.
+    const bool open = IsStandardStream(output) && !options.type;
+    Job job{input, output, open ? nullptr : &WantedContainer(options, output)};
     job.part = PartOf(options);
-    CheckTarget(options, *job.container);
+    if (IsStandardStream(output) && StandardOutputIsTerminal())
+        throw UsageError("standard output is a terminal, which shows no audio: pipe it on, or name a file");
+    if (!open)
+        CheckTarget(options, *job.container);
     return job;
 }
 
@@ -320,6 +330,9 @@ std::vector<Job> MakeJobs(const Options &options)
         return jobs;
     }
     if (MeansFolder(options)) {
+        if (options.inputs[0] == kStandardStream)
+            throw UsageError("- (standard input) has no name for a file in " + options.output +
+                             ": name the file");
         jobs = JobsInFolder(options);
         CheckOutputs(jobs);
     } else {

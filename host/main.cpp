@@ -6,6 +6,7 @@
 #include "host/file_info.h"
 #include "host/jobs.h"
 #include "host/memory_limit.h"
+#include "host/open_source.h"
 #include "host/options.h"
 #include "host/paths.h"
 #include "host/platform.h"
@@ -28,7 +29,8 @@ int Convert(const Options &options)
 {
     const std::vector<Job> jobs = MakeJobs(options);
     NoteInterrupts();
-    Console console(options.progress == ProgressChoice::Auto && !options.quiet);
+    Console console(options.progress == ProgressChoice::Auto && !options.quiet,
+                    options.output == kStandardStream);
     return RunJobs(options, LoadExtras(options), jobs, console);
 }
 

@@ -1,17 +1,19 @@
 // open_input.cpp: whole files and parts of files as sources.
 #include "host/open_input.h"
 
-#include "host/audio_reader.h"
+#include "host/open_source.h"
 #include "host/part_source.h"
+
+#include <utility>
 
 namespace tonekit::host {
 
-std::unique_ptr<SampleSource> OpenInput(const Job &job)
+std::unique_ptr<SampleSource> OpenInput(const Options &options, const Job &job)
 {
-    std::unique_ptr<SampleSource> source = std::make_unique<AudioReader>(job.input);
+    std::unique_ptr<SampleSource> source = OpenSource(options, job.input);
     if (job.part)
         source = std::make_unique<PartSource>(std::move(source), *job.part);
-    return source;
+    return options.hdcd != HdcdChoice::Off ? ReadableTwice(std::move(source)) : std::move(source);
 }
 
 } // namespace tonekit::host

@@ -9,6 +9,6 @@
 namespace tonekit::host {
 
 // Opens the job's input, or the part of it that the job is about. Throws Failure.
-std::unique_ptr<SampleSource> OpenInput(const Job &job);
+std::unique_ptr<SampleSource> OpenInput(const Options &options, const Job &job);
 
 } // namespace tonekit::host

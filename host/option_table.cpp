@@ -68,10 +68,14 @@ constexpr OptionRow kRows[] = {
     {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
      [](Options &o, Text v) { o.format = Bits(v); }, true, SampleFormats},
     {"type", 't', "TYPE",
-     "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff or au; without it the type is that of "
-     "OUTPUT's "
-     "extension, or, in a folder, that of the input",
+     "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff, au, raw or raw-be; without it the type is "
+     "that of OUTPUT's extension, or, in a folder or on standard output, that of the input",
      [](Options &o, Text v) { o.type = Type(v); }, true, Types},
+    {"raw", 0, "FORM",
+     "INPUT has no header and holds these samples: s16le,44100,2 (also u8, s8, s24, s32, f32, f64; be)",
+     [](Options &o, Text v) { o.raw = RawFormatFrom(v); }, true},
+    {"raw-output", 0, "FORM", "write samples without a header: s24be, or with rate and channels as above",
+     [](Options &o, Text v) { SetRawOutput(o, v); }, true},
 
     {"bitrate", 0, "RATE",
      "bit rate: 192k, or 192000; of MP3 a constant one, of Opus the one that its variable rate aims at",
@@ -281,7 +285,8 @@ std::string HelpText()
                        "       tonekit-convert --info [options] INPUT...\n"
                        "\n"
                        "Converts audio files between rates, channels, sample formats and file types.\n"
-                       "OUTPUT replaces an existing file, but only when it is complete.\n";
+                       "OUTPUT replaces an existing file, but only when it is complete.\n"
+                       "- as INPUT or OUTPUT is standard input or output.\n";
     for (const OptionRow &row : kRows)
         text += HelpOfRow(row);
     text += "\nExit status: 0 all done, 1 a file could not be converted, 2 wrong usage.\n";

@@ -166,6 +166,17 @@ uint64_t Position(const std::string &text)
     return position;
 }
 
+void SetRawOutput(Options &options, const std::string &text)
+{
+    const RawFormat raw = RawFormatInPart(text);
+    options.type = raw.bigEndian || raw.signedBytes ? ContainerKind::RawBig : ContainerKind::Raw;
+    options.format = raw.audio.sample;
+    if (raw.audio.rate != 0)
+        options.rate = raw.audio.rate;
+    if (raw.audio.channels != 0)
+        options.channels = Channels(std::to_string(raw.audio.channels));
+}
+
 std::string FileName(const std::string &text)
 {
     if (text.empty())

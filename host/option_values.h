@@ -52,6 +52,8 @@ double Decibels(const std::string &text);
 double LoudnessTarget(const std::string &text);
 // A position in units of 100 ns.
 uint64_t Position(const std::string &text);
+// FORMAT,RATE,CHANNELS of headerless outputs, of which the last may be missing.
+void SetRawOutput(Options &options, const std::string &text);
 std::string FileName(const std::string &text);
 // A template of file names that makes sense.
 std::string Template(const std::string &text);

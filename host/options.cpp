@@ -3,7 +3,9 @@
 
 #include "host/failure.h"
 #include "host/option_table.h"
+
 #include "host/spelling.h"
+#include <algorithm>
 
 namespace tonekit::host {
 
@@ -122,6 +124,8 @@ private:
         if (options_.inPlace && audioOption_)
             throw UsageError("--in-place keeps the audio as it is: leave --" +
                              std::string(audioOption_->name) + " out");
+        if (options_.raw && options_.command == Command::ExtractCover)
+            throw UsageError("--raw says that there are only samples: --extract-cover finds nothing in them");
         const bool changesTags = !options_.tags || !options_.set.empty() || options_.cover ||
                                  options_.coverSize != 0 || options_.chapters || options_.replayGain;
         if (options_.inPlace && options_.command == Command::Convert && !changesTags)
@@ -139,6 +143,8 @@ private:
         if (options_.command == Command::Info) {
             if (names_.empty())
                 throw UsageError("--info needs a file");
+            if (std::count(names_.begin(), names_.end(), "-") > 1)
+                throw UsageError("- (standard input) can be read once");
             options_.inputs = names_;
             return;
         }
@@ -147,12 +153,16 @@ private:
                 throw UsageError("--extract-cover takes one INPUT and no OUTPUT");
             if (options_.json)
                 throw UsageError("--extract-cover has no report in JSON: leave --json out");
+            if (IsStandardStream(names_) || options_.extractCover == "-")
+                throw UsageError("--extract-cover goes from file to file: - isn't one");
             options_.inputs = names_;
             return;
         }
         if (options_.inPlace) {
             if (names_.empty())
                 throw UsageError("--in-place needs a file");
+            if (IsStandardStream(names_))
+                throw UsageError("--in-place changes files: - isn't one");
             options_.inputs = names_;
             return;
         }
@@ -163,6 +173,31 @@ private:
         options_.output = names_.back();
         names_.pop_back();
         options_.inputs = names_;
+        CheckStandardStreams();
+    }
+
+    // "-" is one stream of samples.
+    void CheckStandardStreams() const
+    {
+        const bool reads = IsStandardStream(options_.inputs);
+        if (reads && options_.inputs.size() > 1)
+            throw UsageError("- (standard input) can't be one of several INPUTs");
+        const bool writes = options_.output == "-";
+        if (writes && options_.inputs.size() > 1)
+            throw UsageError("- (standard output) takes one INPUT");
+        if ((reads || writes) && (options_.nameTemplate || options_.copyOthers))
+            throw UsageError("--name and --copy-others make files in a folder: - isn't one");
+        if (reads && options_.start && options_.hdcd != HdcdChoice::Off)
+            throw UsageError("--hdcd reads what is before --start first: name a file, - is read once");
+        if (reads && (options_.albumGain || options_.normalizeAlbum))
+            throw UsageError("albums are of files: - (standard input) isn't one");
+        if ((reads || writes) && (options_.update || options_.noClobber))
+            throw UsageError("--update and --no-clobber compare files: - isn't one");
+    }
+
+    static bool IsStandardStream(const std::vector<std::string> &names)
+    {
+        return std::find(names.begin(), names.end(), "-") != names.end();
     }
 
     const std::vector<std::string> &arguments_;

@@ -4,6 +4,7 @@
 #include "host/container.h"
 #include "host/encoder_settings.h"
 #include "host/file_part.h"
+#include "host/raw_format.h"
 #include "host/sample_format.h"
 
 #include <cstdint>
@@ -38,6 +39,8 @@ struct Options {
     Command command = Command::Convert;
     std::vector<std::string> inputs;
     std::string output; // a file, or the folder for the results of many inputs
+
+    std::optional<RawFormat> raw; // what the inputs are, which have no header
 
     // What comes out; what isn't given is as in the input.
     std::optional<uint32_t> rate;

@@ -28,6 +28,8 @@ public:
     // Throws Failure if the source ends before the part does.
     uint32_t Read(void *buffer, uint32_t frames) override;
     void Rewind() override;
+    bool CanRewind() const override { return whole_->CanRewind(); }
+    PipeInput *pipe() override { return whole_->pipe(); }
 
 private:
     void GoToStart();

@@ -1,6 +1,8 @@
 // platform.h: all that the program asks of the operating system beyond the standard library.
 #pragma once
 
+#include "host/byte_stream.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -11,18 +13,21 @@
 
 namespace tonekit::host {
 
-// A file of bytes at 64-bit positions. Every operation answers with the system's error, so that it can be
-// used beneath C callbacks, through which no exception may pass.
-class File {
+// A file of bytes at 64-bit positions, or one of the standard streams. Operations on files that are pipes
+// return an error if they need positions.
+class File final : public ByteStream {
 public:
     File() = default;
     File(File &&other) noexcept;
     File &operator=(File &&other) noexcept;
-    ~File();
+    ~File() override;
 
     std::error_code OpenToRead(const std::filesystem::path &path);
     // Opens an existing file to read and write.
     std::error_code OpenToChange(const std::filesystem::path &path);
+    // Opens standard input or output as bytes. Closing the file leaves the stream open.
+    std::error_code OpenStandardInput();
+    std::error_code OpenStandardOutput();
     // Creates a file that must not exist yet, with the permissions that any new file of this user gets, or
     // with no more than these.
     std::error_code CreateNew(const std::filesystem::path &path,
@@ -31,12 +36,11 @@ public:
     // False if another process takes it for left behind and removes it. Where the file system knows no marks,
     // there are none.
     bool MarkAsInWork(File &mark) const;
-    // Fills the buffer; `got` is smaller than `size` only at the end of the file or after an error.
-    std::error_code Read(void *buffer, size_t size, size_t &got);
-    std::error_code Write(const void *data, size_t size);
-    std::error_code SeekTo(uint64_t position);
-    std::error_code Tell(uint64_t &position);
-    std::error_code Size(uint64_t &size);
+    std::error_code Read(void *buffer, size_t size, size_t &got) override;
+    std::error_code Write(const void *data, size_t size) override;
+    std::error_code SeekTo(uint64_t position) override;
+    std::error_code Tell(uint64_t &position) override;
+    std::error_code Size(uint64_t &size) override;
     // Waits until what was written is on the disk, where the file system can say so.
     std::error_code Sync();
     // Cuts the file to this size.

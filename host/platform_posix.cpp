@@ -31,14 +31,15 @@ std::error_code LastError()
     return std::error_code(errno, std::generic_category());
 }
 
-// Again for as long as a signal is all that keeps the call from its work.
+// Again for as long as a signal is all that keeps the call from its work. A noted one ends it: a pipe whose
+// other end is silent must not hold an interrupt up.
 template <class Call>
 auto Uninterrupted(Call call)
 {
     decltype(call()) result;
     do {
         result = call();
-    } while (result < 0 && errno == EINTR);
+    } while (result < 0 && errno == EINTR && !InterruptNoted());
     return result;
 }
 
@@ -89,6 +90,18 @@ std::error_code File::OpenToRead(const std::filesystem::path &path)
 std::error_code File::OpenToChange(const std::filesystem::path &path)
 {
     handle_ = Open(path, O_RDWR);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenStandardInput()
+{
+    handle_ = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenStandardOutput()
+{
+    handle_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
     return IsOpen() ? std::error_code() : LastError();
 }
 

@@ -80,6 +80,15 @@ void WriteOn(HANDLE console, const std::string &text)
                       static_cast<DWORD>(std::min(kMostLetters, wide.size() - done)), nullptr, nullptr);
 }
 
+// Another number for a standard stream, without the changes that the C library makes to line ends.
+int DuplicateAsBytes(int stream)
+{
+    const int copy = _dup(stream);
+    if (copy >= 0)
+        _setmode(copy, _O_BINARY);
+    return copy;
+}
+
 // The C library takes counts of 31 bits.
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
@@ -107,6 +116,18 @@ std::error_code File::OpenToRead(const std::filesystem::path &path)
 std::error_code File::OpenToChange(const std::filesystem::path &path)
 {
     handle_ = _wopen(path.c_str(), _O_RDWR | _O_BINARY | _O_NOINHERIT);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenStandardInput()
+{
+    handle_ = DuplicateAsBytes(0);
+    return IsOpen() ? std::error_code() : LastError();
+}
+
+std::error_code File::OpenStandardOutput()
+{
+    handle_ = DuplicateAsBytes(1);
     return IsOpen() ? std::error_code() : LastError();
 }
 
@@ -311,14 +332,14 @@ void Print(std::FILE *stream, const std::string &text)
     std::fflush(stream);
 }
 
-bool StandardOutputIsTerminal()
-{
-    return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
-}
-
 bool StandardErrorIsTerminal()
 {
     return IsConsole(GetStdHandle(STD_ERROR_HANDLE));
+}
+
+bool StandardOutputIsTerminal()
+{
+    return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
 }
 
 // Without control sequences, which consoles before Windows 10 don't know.

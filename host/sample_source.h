@@ -10,6 +10,8 @@
 
 namespace tonekit::host {
 
+class PipeInput;
+
 // Interleaved samples of one format, channels in the converter's order. Failures are thrown as Failure.
 class SampleSource {
 public:
@@ -42,6 +44,9 @@ public:
     virtual uint32_t Read(void *buffer, uint32_t frames) = 0;
     // Goes back to the first frame.
     virtual void Rewind() = 0;
+    virtual bool CanRewind() const { return true; }
+    // The stream that it reads from, if that can only be read on; null if there is none.
+    virtual PipeInput *pipe() { return nullptr; }
 };
 
 } // namespace tonekit::host

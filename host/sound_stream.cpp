@@ -16,20 +16,23 @@ SoundStream &Stream(void *user)
 sf_count_t Length(void *user)
 {
     uint64_t size = 0;
-    Stream(user).Note(Stream(user).file().Size(size));
+    Stream(user).Note(Stream(user).bytes().Size(size));
     return static_cast<sf_count_t>(size - std::min(size, Stream(user).start()));
 }
 
 sf_count_t Tell(void *user)
 {
     uint64_t position = 0;
-    Stream(user).Note(Stream(user).file().Tell(position));
+    Stream(user).Note(Stream(user).bytes().Tell(position));
     return static_cast<sf_count_t>(position - std::min(position, Stream(user).start()));
 }
 
 sf_count_t Seek(sf_count_t offset, int whence, void *user)
 {
     sf_count_t base = 0;
+    // libmpg123 asks in this way whether it may look for a tag at the end.
+    if (whence == SEEK_END && !Stream(user).endIsKnown())
+        return -1;
     if (whence == SEEK_CUR)
         base = Tell(user);
     else if (whence == SEEK_END)
@@ -38,7 +41,7 @@ sf_count_t Seek(sf_count_t offset, int whence, void *user)
     if (offset + base < 0)
         return -1;
     Stream(user).Note(
-        Stream(user).file().SeekTo(static_cast<uint64_t>(offset + base) + Stream(user).start()));
+        Stream(user).bytes().SeekTo(static_cast<uint64_t>(offset + base) + Stream(user).start()));
     return offset + base;
 }
 
@@ -46,7 +49,7 @@ sf_count_t Read(void *buffer, sf_count_t count, void *user)
 {
     size_t got = 0;
     if (count > 0)
-        Stream(user).Note(Stream(user).file().Read(buffer, static_cast<size_t>(count), got));
+        Stream(user).Note(Stream(user).bytes().Read(buffer, static_cast<size_t>(count), got));
     return static_cast<sf_count_t>(got);
 }
 
@@ -55,7 +58,7 @@ sf_count_t Write(const void *data, sf_count_t count, void *user)
     // After a first error nothing more is written: what follows would leave a hole.
     if (count <= 0 || Stream(user).error())
         return 0;
-    const std::error_code error = Stream(user).file().Write(data, static_cast<size_t>(count));
+    const std::error_code error = Stream(user).bytes().Write(data, static_cast<size_t>(count));
     Stream(user).Note(error);
     return error ? 0 : count;
 }
@@ -68,6 +71,12 @@ SoundStream::~SoundStream()
         Stop();
     } catch (const std::bad_alloc &) { // an output without its end is of no use to anyone
     }
+}
+
+void SoundStream::Use(ByteStream *other, bool endIsKnown)
+{
+    other_ = other;
+    endIsKnown_ = endIsKnown;
 }
 
 void SoundStream::Start(int mode, SF_INFO &info)

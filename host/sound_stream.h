@@ -21,6 +21,10 @@ public:
     ~SoundStream();
 
     File &file() { return file_; }
+    // Lets libsndfile use something else than the file; null: the file again.
+    void Use(ByteStream *other, bool endIsKnown = true);
+    ByteStream &bytes() { return other_ ? *other_ : static_cast<ByteStream &>(file_); }
+    bool endIsKnown() const { return endIsKnown_; }
     // Lets libsndfile's file begin at this place of the open one.
     void SkipTo(uint64_t start) { start_ = start; }
     uint64_t start() const { return start_; }
@@ -51,6 +55,8 @@ public:
 
 private:
     File file_;
+    ByteStream *other_ = nullptr;
+    bool endIsKnown_ = true;
     uint64_t start_ = 0;
     SNDFILE *handle_ = nullptr;
     std::error_code error_;

@@ -63,13 +63,24 @@ bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
 TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access)
     : kind_(kind), stream_(path, access), tooLong_(stream_.isOpen() && stream_.IsTooLong())
 {
+    Open();
+}
+
+TagFile::TagFile(std::span<const unsigned char> beginning, TagKind kind)
+    : kind_(kind), stream_(beginning), tooLong_(false)
+{
+    Open();
+}
+
+void TagFile::Open()
+{
     if (!stream_.isOpen() || tooLong_)
         return;
     // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,
     // as pictures are copied and written, takes as much again.
     AllocationBudget budget(MemoryLimit() * 3 / 8);
     try {
-        file_ = OpenFile(stream_, kind);
+        file_ = OpenFile(stream_, kind_);
     } catch (const std::bad_alloc &) {
         if (!budget.exceeded())
             throw;

@@ -17,6 +17,8 @@ namespace tonekit::host {
 class TagFile {
 public:
     TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access);
+    // To read the tags at the beginning of a stream, whose first bytes these are.
+    TagFile(std::span<const unsigned char> beginning, TagKind kind);
 
     // Whether TagLib understands the file.
     bool IsValid() const { return file_ && file_->isValid(); }
@@ -43,6 +45,8 @@ public:
     std::error_code Save(Forms forms = Forms::New);
 
 private:
+    void Open();
+
     TagKind kind_;
     TagStream stream_;
     bool tooLong_;

@@ -164,15 +164,9 @@ bool IsBroken(const TagLib::ID3v2::Tag &tag)
     return tag.header() && tag.header()->tagSize() > 0 && tag.frameList().isEmpty();
 }
 
-} // namespace
-
-void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &choice, TagBlock *block,
-              std::vector<std::string> &warnings)
+void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &choice, TagBlock *block,
+                std::vector<std::string> &warnings)
 {
-    if (kind == TagKind::None)
-        return;
-    const std::string name = Utf8Name(path);
-    const TagFile file(path, kind, TagStream::Access::Read);
     file.CheckSystem(name);
     if (!file.IsValid()) {
         warnings.push_back(name +
@@ -196,6 +190,22 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
     if (TagLib::FLAC::File *flac = file.flac())
         AddPictures(flac->pictureList(), intake);
     intake.Tell(name, warnings);
+}
+
+} // namespace
+
+void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &choice, TagBlock *block,
+              std::vector<std::string> &warnings)
+{
+    if (kind != TagKind::None)
+        ReadTagsOf(TagFile(path, kind, TagStream::Access::Read), Utf8Name(path), choice, block, warnings);
+}
+
+void ReadTags(std::span<const unsigned char> beginning, const std::string &name, TagKind kind,
+              const TagChoice &choice, TagBlock *block, std::vector<std::string> &warnings)
+{
+    if (kind != TagKind::None)
+        ReadTagsOf(TagFile(beginning, kind), name, choice, block, warnings);
 }
 
 } // namespace tonekit::host

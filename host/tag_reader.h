@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,5 +23,8 @@ struct TagChoice {
 // are. What can't be understood is left out, with a line in `warnings`.
 void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &choice, TagBlock *block,
               std::vector<std::string> &warnings);
+// The same from the first bytes of a stream called `name`.
+void ReadTags(std::span<const unsigned char> beginning, const std::string &name, TagKind kind,
+              const TagChoice &choice, TagBlock *block, std::vector<std::string> &warnings);
 
 } // namespace tonekit::host

@@ -18,6 +18,8 @@ TagStream::TagStream(const std::filesystem::path &path, Access access) : name_(p
     Note(access == Access::Read ? file_.OpenToRead(path) : file_.OpenToChange(path));
 }
 
+TagStream::TagStream(std::span<const unsigned char> beginning) : access_(Access::Read), memory_(beginning) {}
+
 void TagStream::Note(const std::error_code &error)
 {
     if (!error_)
@@ -28,25 +30,25 @@ bool TagStream::IsTooLong()
 {
     constexpr uint64_t kMostForTags = uint64_t{256} << 20;
     uint64_t size = 0;
-    Note(file_.Size(size));
+    Note(bytes().Size(size));
     return size > static_cast<uint64_t>(std::numeric_limits<long>::max()) - kMostForTags;
 }
 
 size_t TagStream::ReadAt(uint64_t position, char *buffer, size_t size)
 {
     size_t got = 0;
-    Note(file_.SeekTo(position));
+    Note(bytes().SeekTo(position));
     if (!error_)
-        Note(file_.Read(buffer, size, got));
+        Note(bytes().Read(buffer, size, got));
     return got;
 }
 
 void TagStream::WriteAt(uint64_t position, const char *data, size_t size)
 {
-    Note(file_.SeekTo(position));
+    Note(bytes().SeekTo(position));
     // After a first error nothing more is written: what follows would be in the wrong place.
     if (!error_)
-        Note(file_.Write(data, size));
+        Note(bytes().Write(data, size));
 }
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
@@ -123,7 +125,7 @@ long TagStream::length()
 {
     uint64_t size = 0;
     if (isOpen())
-        Note(file_.Size(size));
+        Note(bytes().Size(size));
     return static_cast<long>(size);
 }
 

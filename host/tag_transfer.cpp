@@ -2,6 +2,7 @@
 #include "host/tag_transfer.h"
 
 #include "host/cover.h"
+#include "host/open_source.h"
 #include "host/paths.h"
 #include "host/report_parts.h"
 #include "host/tag_changes.h"
@@ -89,12 +90,16 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
     choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
     choice.chapters = !extras.chapters;
     choice.frontCover = !extras.cover;
-    if (!transfer.part && transfer.gain == 0) {
-        ReadTags(transfer.input, transfer.inputKind, choice, block, warnings);
-        return;
-    }
+    const auto read = [&](TagBlock *into) {
+        if (transfer.beginning)
+            ReadTags(*transfer.beginning, kStandardInput, transfer.inputKind, choice, into, warnings);
+        else
+            ReadTags(transfer.input, transfer.inputKind, choice, into, warnings);
+    };
+    if (!transfer.part && transfer.gain == 0)
+        return read(block);
     const TagBlockPointer whole = NewTagBlock();
-    ReadTags(transfer.input, transfer.inputKind, choice, whole.get(), warnings);
+    read(whole.get());
     TagBlockFiller filler(block);
     ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
         if (const std::optional<std::string> changed = TagAfterGain(Capitals(key), value, transfer.gain))

@@ -18,7 +18,8 @@ namespace tonekit::host {
 struct TagTransfer {
     std::filesystem::path input;
     TagKind inputKind = TagKind::None;
-    std::filesystem::path written; // the complete audio file
+    std::optional<std::vector<unsigned char>> beginning; // of an input that is a stream
+    std::filesystem::path written;                       // the complete audio file
     TagKind writtenKind = TagKind::None;
     std::string shownName; // of the written file, for messages
     uint64_t end = 0;      // of the audio, in 100 ns

@@ -39,6 +39,7 @@ class WriteOptions(ConvertOptions, MeasureOptions, total=False):
 
     bits: int | str | None
     type: str | None
+    raw_output: str | None
     bitrate: int | str | None
     vbr: int | str | None
     compression: int | None
@@ -58,6 +59,7 @@ class WriteOptions(ConvertOptions, MeasureOptions, total=False):
 class ArchiveOptions(WriteOptions, total=False):
     """Options of tonekit.batch.run."""
 
+    raw: str | None
     rate: int | str | None
     start: int | str | None
     end: int | str | None

@@ -49,7 +49,8 @@ def _name(path: Path, argument: str) -> str:
         raise ValueError(f"{argument} must name a file, not ''")
     if "\0" in name:
         raise ValueError(f"{argument} must not hold a null character: {name!r}")
-    return name
+    # To the program "-" alone is a standard stream.
+    return os.path.join(os.curdir, name) if name == "-" else name
 
 
 def _input(path: Path, argument: str) -> str:
@@ -145,8 +146,8 @@ def write(
     :param rate: their rate in Hz, which is the file's too
     :param in_dtype: ``"int24"`` or ``"packed24"`` if ``x`` has 24-bit samples in one of these forms
     :param progress: as for :func:`convert_file`
-    :param options: those of :func:`convert_file` without ``rate``, ``start``, ``end``, ``name``, ``update``, ``no_clobber`` and
-        ``dry_run``
+    :param options: those of :func:`convert_file` without ``raw``, ``rate``, ``start``, ``end``, ``name``, ``update``,
+        ``no_clobber`` and ``dry_run``
     :return: the report, as of :func:`convert_file`
     :raises FileError: (an OSError) where the file can't be written; ValueError, TypeError: where an argument doesn't make
         sense
@@ -168,7 +169,7 @@ def write(
 _OF_WRITING = {
     name: row
     for name, row in TABLE.items()
-    if name not in ("rate", "start", "end", "name", "update", "no_clobber", "dry_run")
+    if name not in ("raw", "rate", "start", "end", "name", "update", "no_clobber", "dry_run")
 }
 
 

@@ -3,6 +3,7 @@
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -45,6 +46,30 @@ std::vector<std::string> WordsOf(const std::string &line)
     return words;
 }
 
+// Runs a line, with files at its standard streams where it says so.
+Outcome RunLine(std::vector<std::string> words)
+{
+    const auto taken = [&](const char *sign) {
+        const auto place = std::find(words.begin(), words.end(), sign);
+        if (place == words.end())
+            return std::string();
+        const std::string name = place[1];
+        words.erase(place, place + 2);
+        return name;
+    };
+    const std::string in = taken("<");
+    const std::string out = taken(">");
+    words.erase(words.begin());
+    if (in.empty())
+        return RunHost(words);
+    Outcome outcome = RunHostOnPipes(ReadText(in), words);
+    WriteText(out, outcome.out);
+    // There the line goes that has its place on standard output.
+    if (outcome.err.starts_with("standard input"))
+        outcome.err.clear();
+    return outcome;
+}
+
 // The files that the jobs name, in the working folder of this process, which is that of the program.
 class ReadmeJobs : public testing::Test {
 protected:
@@ -67,7 +92,7 @@ protected:
     fs::path before_;
 };
 
-TEST_F(ReadmeJobs, AreTenAndDoWhatTheySay)
+TEST_F(ReadmeJobs, DoWhatTheySay)
 {
     const std::vector<std::string> lines = JobsOfReadme();
     // What each leaves.
@@ -82,13 +107,14 @@ TEST_F(ReadmeJobs, AreTenAndDoWhatTheySay)
         {"music/live/1.wav", "music/live/2.wav"},
         {"sorted/Trio/Live/00 1.flac", "sorted/Trio/Live/00 2.flac"},
         {"song.wav"},
+        {"song48.wav"},
     };
     ASSERT_EQ(lines.size(), results.size());
     for (size_t i = 0; i < lines.size(); i++) {
         std::vector<std::string> words = WordsOf(lines[i]);
         ASSERT_FALSE(words.empty());
         EXPECT_EQ(words[0], "tonekit-convert") << lines[i];
-        const Outcome outcome = RunHost({words.begin() + 1, words.end()});
+        const Outcome outcome = RunLine(words);
         EXPECT_EQ(outcome.status, 0) << lines[i] << "\n" << outcome.err;
         EXPECT_EQ(outcome.err, "") << lines[i];
         for (const std::string &name : results[i])
@@ -96,6 +122,7 @@ TEST_F(ReadmeJobs, AreTenAndDoWhatTheySay)
     }
     EXPECT_EQ(ReadSound("song.flac").samples, ReadSound("song.wav").samples);
     EXPECT_EQ(ReadSound("cd.wav").rate, 44100);
+    EXPECT_EQ(ReadSound("song48.wav").rate, 48000);
     EXPECT_EQ(ReadSound("cd.wav").format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const std::string tagged = RunHost({"--info", "tagged.flac"}).out;
     EXPECT_NE(tagged.find("TITLE       Morning"), std::string::npos) << tagged;

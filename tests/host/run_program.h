@@ -13,5 +13,7 @@ struct Outcome {
 };
 
 Outcome RunHost(const std::vector<std::string> &arguments);
+// The same with a pipe at standard input, through which these bytes come; `out` holds the bytes as they are.
+Outcome RunHostOnPipes(const std::string &input, const std::vector<std::string> &arguments);
 
 } // namespace tonekit::host::test

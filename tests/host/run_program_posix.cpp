@@ -33,10 +33,19 @@ namespace {
     }
     if (!circumstances.locale.empty())
         setenv("LC_ALL", circumstances.locale.c_str(), 1);
+    if (circumstances.brokenOutput) {
+        int ends[2];
+        if (pipe(ends) != 0)
+            _exit(127);
+        close(ends[0]);
+        dup2(ends[1], STDOUT_FILENO);
+    }
+    if (circumstances.in >= 0)
+        dup2(circumstances.in, STDIN_FILENO);
     if (!circumstances.out.empty())
         dup2(open(circumstances.out.c_str(), O_WRONLY), STDOUT_FILENO);
     // Whoever runs the tests may have signals ignored; programs inherit that.
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
         signal(number, circumstances.signalIgnored && number == circumstances.signal ? SIG_IGN : SIG_DFL);
     std::vector<char *> argv = {const_cast<char *>("tonekit-convert")};
     for (const std::string &argument : arguments)
@@ -121,6 +130,29 @@ Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::
     }
     Collect(out[0], err[0], outcome);
     Finish(process, circumstances, outcome);
+    return outcome;
+}
+
+Outcome RunHostOnPipes(const std::string &input, const std::vector<std::string> &arguments)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return {};
+    // A program that ends early must not end the test.
+    signal(SIGPIPE, SIG_IGN);
+    std::jthread writer([&input, end = ends[1]] {
+        for (size_t done = 0; done < input.size();) {
+            const ssize_t count = write(end, input.data() + done, input.size() - done);
+            if (count <= 0)
+                break;
+            done += static_cast<size_t>(count);
+        }
+        close(end);
+    });
+    Circumstances circumstances;
+    circumstances.in = ends[0];
+    Outcome outcome = RunHostUnder(circumstances, arguments);
+    close(ends[0]);
     return outcome;
 }
 

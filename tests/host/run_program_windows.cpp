@@ -1,7 +1,9 @@
 // run_program_windows.cpp: runs tonekit-convert on Windows.
 #include "tests/host/run_program_windows.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <thread>
 #include <windows.h>
 
@@ -58,9 +60,11 @@ public:
         });
     }
 
+    void Join() { thread_.join(); }
+
     void Finish()
     {
-        thread_.join();
+        Join();
         for (size_t at = 0; (at = text_.find("\r\n", at)) != std::string::npos; at++)
             text_.erase(at, 1);
     }
@@ -84,30 +88,70 @@ void WaitForEnd(HANDLE process, Outcome &outcome)
     outcome.status = static_cast<int>(status);
 }
 
-} // namespace
-
-Outcome RunHost(const std::vector<std::string> &arguments)
+std::string JoinedArguments(const std::vector<std::string> &arguments)
 {
     std::string line;
     for (const std::string &argument : arguments)
         line += (line.empty() ? "" : " ") + Quoted(argument);
-    return RunCommandLine(line);
+    return line;
 }
 
-Outcome RunCommandLine(const std::string &arguments)
+// Gives a program its standard input, and writes into it from a thread of its own.
+class InputPipe {
+public:
+    explicit InputPipe(const std::string &bytes) : bytes_(bytes)
+    {
+        SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+        CreatePipe(&reading_, &writing_, &inherited, 0);
+        SetHandleInformation(writing_, HANDLE_FLAG_INHERIT, 0);
+    }
+    InputPipe(const InputPipe &) = delete;
+    InputPipe &operator=(const InputPipe &) = delete;
+
+    HANDLE reading() const { return reading_; }
+
+    void Feed()
+    {
+        CloseHandle(reading_);
+        thread_ = std::jthread([this] {
+            DWORD written = 0;
+            for (size_t done = 0; done < bytes_.size(); done += written) {
+                const auto size = static_cast<DWORD>(std::min<size_t>(bytes_.size() - done, 65536));
+                if (!WriteFile(writing_, bytes_.data() + done, size, &written, nullptr))
+                    break;
+            }
+            CloseHandle(writing_);
+        });
+    }
+
+private:
+    const std::string &bytes_;
+    HANDLE reading_ = nullptr;
+    HANDLE writing_ = nullptr;
+    std::jthread thread_;
+};
+
+// With `input`, output comes as bytes.
+Outcome Run(const std::string &arguments, const std::string *input)
 {
     Outcome outcome;
     std::wstring commandLine = Wide(Quoted(TONEKIT_CONVERT) + " " + arguments);
     Pipe out(outcome.out);
     Pipe err(outcome.err);
+    std::optional<InputPipe> in;
+    if (input)
+        in.emplace(*input);
     STARTUPINFOW start{};
     start.cb = sizeof(start);
     start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = in ? in->reading() : nullptr;
     start.hStdOutput = out.writing();
     start.hStdError = err.writing();
     PROCESS_INFORMATION process{};
     const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                         nullptr, &start, &process);
+    if (in)
+        in->Feed();
     out.Gather();
     err.Gather();
     if (started) {
@@ -115,9 +159,29 @@ Outcome RunCommandLine(const std::string &arguments)
         CloseHandle(process.hThread);
         CloseHandle(process.hProcess);
     }
-    out.Finish();
+    if (input)
+        out.Join();
+    else
+        out.Finish();
     err.Finish();
     return outcome;
+}
+
+} // namespace
+
+Outcome RunHost(const std::vector<std::string> &arguments)
+{
+    return RunCommandLine(JoinedArguments(arguments));
+}
+
+Outcome RunHostOnPipes(const std::string &input, const std::vector<std::string> &arguments)
+{
+    return Run(JoinedArguments(arguments), &input);
+}
+
+Outcome RunCommandLine(const std::string &arguments)
+{
+    return Run(arguments, nullptr);
 }
 
 } // namespace tonekit::host::test

@@ -1,0 +1,90 @@
+// program_pipe_posix_test.cpp: pipes that break, that never end, and that hold more than memory.
+#include "tests/host/failures.h"
+#include "tests/host/run_program_posix.h"
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <thread>
+#include <unistd.h>
+
+namespace tonekit::host::test {
+namespace {
+
+using BrokenPipes = Failures;
+
+TEST_F(BrokenPipes, AreOneLineAndStatusOne)
+{
+    for (const char *type : {"wav", "flac", "mp3", "opus", "raw"}) {
+        Circumstances circumstances;
+        circumstances.brokenOutput = true;
+        ExpectFailureOf(
+            [&] {
+                return RunHostUnder(circumstances, {folder / "good.wav", "-r", "48k", "-t", type, "-"});
+            },
+            1, "standard output: writing failed: Broken pipe");
+    }
+}
+
+TEST_F(BrokenPipes, DontNeedATerminal)
+{
+    const Outcome outcome = RunOnTerminal({folder / "good.wav", "-t", "wav", "-"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.out.find("standard output is a terminal"), std::string::npos) << outcome.out;
+}
+
+// The most memory, in KiB, that the program takes while so many MiB of samples go through.
+long PeakOf(int mebibytes, const std::vector<std::string> &arguments)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return -1;
+    std::jthread writer([mebibytes, end = ends[1]] {
+        const std::string block(1 << 20, '\x11');
+        for (int i = 0; i < mebibytes; i++) {
+            for (size_t done = 0; done < block.size();)
+                done += static_cast<size_t>(write(end, block.data() + done, block.size() - done));
+        }
+        close(end);
+    });
+    long peak = 0;
+    Circumstances circumstances;
+    circumstances.in = ends[0];
+    circumstances.out = "/dev/null";
+    circumstances.peakKiB = &peak;
+    EXPECT_EQ(RunHostUnder(circumstances, arguments).status, 0);
+    close(ends[0]);
+    return peak;
+}
+
+TEST_F(BrokenPipes, OrLongOnesTakeNoMoreMemory)
+{
+    const std::vector<std::string> arguments = {"-q",  "--raw",     "s16le,44100,2", "--hdcd", "auto", "-r",
+                                                "48k", "--quality", "normal",        "-",      "-t",   "wav",
+                                                "-"};
+    const long least = PeakOf(24, arguments); // a minute is looked at for HDCD
+    EXPECT_LT(PeakOf(120, arguments), least + 4096);
+}
+
+TEST_F(BrokenPipes, DontHoldAnInterruptUp)
+{
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    Circumstances circumstances;
+    circumstances.in = ends[0]; // nothing ever comes
+    circumstances.signal = SIGTERM;
+    circumstances.watchedFolder = folder.path().string();
+    WriteText(folder / ".tonekit-watched", ""); // the signal comes at once
+    std::jthread later([end = ends[1]] {
+        std::this_thread::sleep_for(std::chrono::seconds(20));
+        close(end);
+    });
+    later.detach();
+    const auto start = std::chrono::steady_clock::now();
+    const Outcome outcome = RunHostUnder(circumstances, {"-", folder / "new.wav"});
+    EXPECT_EQ(outcome.status, 128 + SIGTERM) << outcome.err;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+} // namespace
+} // namespace tonekit::host::test
