@@ -49,6 +49,12 @@ std::vector<uint8_t> ReadWhole(const std::string &name)
 
 } // namespace
 
+std::string ReadSmallFile(const std::string &name)
+{
+    const std::vector<uint8_t> bytes = ReadWhole(name);
+    return std::string(bytes.begin(), bytes.end());
+}
+
 std::vector<Chapter> ParseChapters(const std::string &text, const std::string &name)
 {
     std::vector<Chapter> chapters;
@@ -85,10 +91,8 @@ Extras LoadExtras(const Options &options)
     if (options.cover)
         extras.cover =
             MakeCover(ReadWhole(*options.cover), *options.cover, options.coverSize, options.coverQuality);
-    if (options.chapters) {
-        const std::vector<uint8_t> bytes = ReadWhole(*options.chapters);
-        extras.chapters = ParseChapters(std::string(bytes.begin(), bytes.end()), *options.chapters);
-    }
+    if (options.chapters)
+        extras.chapters = ParseChapters(ReadSmallFile(*options.chapters), *options.chapters);
     return extras;
 }
 

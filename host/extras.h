@@ -18,6 +18,9 @@ struct Extras {
 // Throws Failure if a file can't be read or understood.
 Extras LoadExtras(const Options &options);
 
+// The whole of a file of a size that goes into memory. Throws Failure.
+std::string ReadSmallFile(const std::string &name);
+
 // A line for each chapter: a start time (seconds, minutes:seconds or hours:minutes:seconds, with a fraction),
 // blanks and a name that may be missing. Empty lines and lines that begin with # count for nothing. Throws
 // Failure, with `name` and the line in front.

@@ -339,6 +339,7 @@ private:
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
         transfer.part = job_.part;
+        transfer.track = job_.track;
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
         transfer.gain = report_.level ? report_.level->gain : 0;
         transfer.loudness = report_.loudness;

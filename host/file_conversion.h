@@ -13,6 +13,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tonekit::host {
 
@@ -24,8 +26,10 @@ struct Job {
     // The type that --type or the output's extension asks for.
     const Container *container = nullptr;
     std::optional<FilePart> part = {}; // of the input; none: all of it
-    bool inFolder = false;             // folders on the way to the output are made
-    bool plainCopy = false;            // the input isn't audio and is copied as it is
+    // Texts of the track that the part is; they go before those of the input, whose chapters it has none of.
+    std::vector<std::pair<std::string, std::string>> track = {};
+    bool inFolder = false;  // folders on the way to the output are made
+    bool plainCopy = false; // the input isn't audio and is copied as it is
     std::string album = {}; // what all files of its album have in common; empty: no album is measured
     std::shared_ptr<const MeasuredLevel> albumLevel = {}; // null: the file is measured where that is needed
     std::string skipped = {};                             // why nothing is done; empty: something is

@@ -2,6 +2,7 @@
 #include "host/jobs.h"
 
 #include "host/failure.h"
+#include "host/file_tracks.h"
 #include "host/folder_walk.h"
 #include "host/name_template.h"
 #include "host/open_source.h"
@@ -21,6 +22,8 @@ namespace tonekit::host {
 namespace {
 
 namespace fs = std::filesystem;
+
+using TextTags = std::vector<std::pair<std::string, std::string>>;
 
 std::string ExtensionOf(const fs::path &path)
 {
@@ -56,7 +59,7 @@ bool MeansFolder(const Options &options)
         return false;
     }
     const char last = options.output.back();
-    return options.inputs.size() > 1 || options.nameTemplate || last == '/' ||
+    return options.inputs.size() > 1 || options.nameTemplate || options.split || last == '/' ||
            last == fs::path::preferred_separator || IsFolder(PathFromUtf8(options.output)) ||
            IsFolder(PathFromUtf8(options.inputs[0]));
 }
@@ -136,23 +139,31 @@ class Placement {
 public:
     Placement(const Options &options, fs::path folder) : options_(options), folder_(std::move(folder))
     {
-        if (options.nameTemplate)
-            template_.emplace(*options.nameTemplate);
+        if (options.nameTemplate || options.split)
+            template_.emplace(options.nameTemplate.value_or("{track:02} {title}"));
     }
 
-    fs::path Of(const FoundFile &file) const
+    // The texts of a track go before those of its file.
+    fs::path Of(const FoundFile &file, const TextTags &track = {}) const
     {
         if (!file.audio)
             return folder_ / file.relative;
-        fs::path name = OutputName(options_, file.relative);
+        fs::path name = file.relative;
+        if (options_.type)
+            name.replace_extension(ContainerOf(*options_.type).extensions[0]);
         if (template_) {
-            const auto tags = TagsOf(options_, file.path);
+            auto tags = TagsOf(options_, file.path);
+            for (const auto &[key, value] : track)
+                tags[key] = value;
+            for (const auto &[key, value] : options_.set)
+                tags[Capitals(key)] = value;
             const auto lookup = [&](const std::string &key) {
                 const auto place = tags.find(key);
                 return place != tags.end() ? std::optional(place->second) : std::nullopt;
             };
             const fs::path extension = name.extension();
-            name = template_->NameOf(lookup, Utf8Name(file.path.stem()));
+            const fs::path made = template_->NameOf(lookup, Utf8Name(file.path.stem()));
+            name = options_.nameTemplate ? made : name.parent_path() / made;
             name += extension;
         }
         return folder_ / name;
@@ -224,6 +235,30 @@ std::vector<Job> JobsInPlace(const Options &options)
     return jobs;
 }
 
+// A job for each track of a file.
+void AddTracks(const Options &options, const Placement &placement, const FoundFile &file,
+               std::vector<Job> &jobs)
+{
+    std::vector<FileTrack> tracks;
+    Job whole{file.path, {}};
+    whole.inFolder = true;
+    try {
+        tracks = TracksOfFile(options, file.path, TagsOf(options, file.path));
+    } catch (const Failure &failure) {
+        whole.error = failure.what();
+        jobs.push_back(whole);
+    }
+    for (const FileTrack &track : tracks) {
+        Job job = whole;
+        job.part = track.part;
+        job.track = track.tags;
+        job.output = placement.Of(file, track.tags);
+        job.container = &WantedContainer(options, job.output);
+        CheckTarget(options, *job.container);
+        jobs.push_back(job);
+    }
+}
+
 std::vector<Job> JobsInFolder(const Options &options)
 {
     const fs::path folder = PathFromUtf8(options.output);
@@ -232,6 +267,10 @@ std::vector<Job> JobsInFolder(const Options &options)
     for (const FoundFile &file : FindInputs(options, folder)) {
         if (!file.audio && file.error.empty() && !options.copyOthers)
             continue;
+        if (options.split && file.audio && file.error.empty()) {
+            AddTracks(options, placement, file, jobs);
+            continue;
+        }
         Job job{file.path, {}};
         job.error = file.error;
         job.inFolder = true;

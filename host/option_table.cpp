@@ -25,6 +25,7 @@ constexpr Choice<DitherMode> kDitherModes[] = {{"rectangular", DitherMode::Recta
 constexpr Choice<HdcdChoice> kHdcds[] = {
     {"auto", HdcdChoice::Auto}, {"on", HdcdChoice::On}, {"off", HdcdChoice::Off}};
 constexpr Choice<MixLevel> kMixLevels[] = {{"fixed", MixLevel::Fixed}, {"auto", MixLevel::Auto}};
+constexpr Choice<bool> kSplits[] = {{"chapters", true}};
 constexpr Choice<bool> kByAlbum[] = {{"track", false}, {"album", true}};
 constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
 constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512", HashKind::Sha512}};
@@ -90,6 +91,11 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.start = Position(v); }, true},
     {"end", 0, "TIME", "end before this place of the input", [](Options &o, Text v) { o.end = Position(v); },
      true},
+    {"split", 0, "chapters",
+     "make a file of each chapter, or track of a cue sheet in the file or beside it, in FOLDER, named by "
+     "--name",
+     [](Options &o, Text v) { o.split = Choose(v, kSplits); }, true, NamesOf<kSplits>},
+    {"cue", 0, "FILE", "split by this cue sheet", [](Options &o, Text v) { o.cue = FileName(v); }, true},
 
     {nullptr, 0, nullptr, "How it is made", nullptr},
     {"quality", 0, "NAME",

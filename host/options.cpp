@@ -112,6 +112,12 @@ private:
     {
         if (options_.encoder.bitRate && options_.encoder.vbrQuality)
             throw UsageError("--bitrate and --vbr exclude each other");
+        if (options_.split && (options_.start || options_.end))
+            throw UsageError("--split takes all of a file: leave --start and --end out");
+        if (options_.cue && !options_.split)
+            throw UsageError("--cue needs --split");
+        if (options_.cue && options_.chapters)
+            throw UsageError("--cue and --chapters exclude each other");
         if (options_.gain != 0 && options_.normalize)
             throw UsageError("--gain and --normalize exclude each other");
         if (options_.normalizeAlbum && !options_.normalize)
@@ -170,6 +176,8 @@ private:
             throw UsageError("an INPUT and an OUTPUT are needed");
         if (names_.size() == 1)
             throw UsageError("an OUTPUT is needed behind " + names_[0]);
+        if (options_.cue && names_.size() > 2)
+            throw UsageError("--cue is about one INPUT");
         options_.output = names_.back();
         names_.pop_back();
         options_.inputs = names_;

@@ -66,6 +66,8 @@ struct Options {
     // What of it.
     std::optional<uint64_t> start; // in 100 ns
     std::optional<uint64_t> end;
+    bool split = false;             // a file for each of its chapters
+    std::optional<std::string> cue; // where the tracks of the input are
 
     // What travels beside the audio.
     bool inPlace = false; // the tags of the inputs are changed, and there is no output

@@ -65,10 +65,10 @@ std::vector<TextTag> LoudnessTags(const TagTransfer &transfer)
 bool IsWanted(const Options &options, const TagTransfer &transfer, const std::string &key)
 {
     const std::string name = Capitals(key);
-    for (const auto &[setKey, value] : options.set) {
-        if (Capitals(setKey) == name)
-            return false;
-    }
+    const auto isNamed = [&](const TextTag &tag) { return Capitals(tag.first) == name; };
+    if (std::any_of(options.set.begin(), options.set.end(), isNamed) ||
+        std::any_of(transfer.track.begin(), transfer.track.end(), isNamed))
+        return false;
     const auto startsWithAny = [&](std::initializer_list<const char *> starts) {
         return std::any_of(starts.begin(), starts.end(),
                            [&](const char *start) { return name.starts_with(start); });
@@ -83,12 +83,22 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
     return !transfer.loudnessChanged || !startsWithAny({"REPLAYGAIN_", "R128_"});
 }
 
+void AddTrackTags(const Options &options, const TagTransfer &transfer, TagBlockFiller &filler)
+{
+    for (const auto &[key, value] : transfer.track) {
+        const bool set = std::any_of(options.set.begin(), options.set.end(),
+                                     [&](const TextTag &tag) { return Capitals(tag.first) == key; });
+        if (!set && !value.empty())
+            filler.AddText(key, value);
+    }
+}
+
 void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
                  std::vector<std::string> &warnings)
 {
     TagChoice choice;
     choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
-    choice.chapters = !extras.chapters;
+    choice.chapters = !extras.chapters && transfer.track.empty();
     choice.frontCover = !extras.cover;
     const auto read = [&](TagBlock *into) {
         if (transfer.beginning)
@@ -146,7 +156,9 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
         filler.AddText(key, value);
     for (const auto &[key, value] : LoudnessTags(transfer))
         filler.AddText(key, value);
-    if (extras.chapters)
+    if (options.tags)
+        AddTrackTags(options, transfer, filler);
+    if (extras.chapters && transfer.track.empty())
         filler.AddChapters(transfer.part ? ChaptersOfPart(*extras.chapters, *transfer.part)
                                          : *extras.chapters);
     if (extras.cover)

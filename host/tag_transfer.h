@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tonekit::host {
@@ -25,6 +26,8 @@ struct TagTransfer {
     uint64_t end = 0;      // of the audio, in 100 ns
     bool copied = false;   // the written file is a copy of the input, tags and all
     bool loudnessChanged = false;
+    // Texts of the track that the written file is, before those of the input; it has no chapters then.
+    std::vector<std::pair<std::string, std::string>> track;
     double gain = 0;              // dB by which the sound is louder than the input's
     std::optional<FilePart> part; // of the input that is in the written file; none: all of it
     std::optional<Loudness> loudness;
