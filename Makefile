@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test faults bench bench-programs install uninstall deb dist wheel test-python test-batch bench-python windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test faults bench bench-programs install uninstall deb dist wheel test-python test-batch bench-python bench-archives windows windows-zip test-windows quality site test-site \
         fuzz mutations format check-format clean
 
 PREFIX ?= /usr/local
@@ -23,6 +23,7 @@ help:
 	@echo "make test-python                             build it, install it in a fresh environment and test it there"
 	@echo "make test-batch                              test the conversion of archives at length, with a cluster of Ray"
 	@echo "make bench-python                            measure it beside other resamplers of Python"
+	@echo "make bench-archives                          measure the conversion of archives beside the bare program"
 	@echo "make windows                                 cross-build build-windows/bin: tonekit.dll, tonekit-convert.exe, tests"
 	@echo "make windows-zip                             pack the Windows build into build-windows/dist"
 	@echo "make test-windows                            run the whole suite of the Windows build under Wine"
@@ -91,6 +92,9 @@ wheel:
 
 bench-python: wheel
 	@scripts/python/bench $(BUILD)/wheel $(ARGS)
+
+bench-archives: wheel
+	@scripts/python/bench_archives $(BUILD)/wheel $(ARGS)
 
 test-python: wheel
 	@scripts/python/test $(BUILD)/wheel batch python/tests

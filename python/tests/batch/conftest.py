@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import sys
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -10,6 +11,8 @@ import pytest
 
 import tonekit
 
+# The empty archive of the benchmarks.
+sys.path.insert(0, str(Path(__file__).resolve().parents[3] / "benchmarks" / "python"))
 pytest.importorskip("pyarrow", reason="tonekit[batch] isn't installed")
 
 

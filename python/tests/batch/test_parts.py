@@ -9,7 +9,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from simulation import EmptyEngine, made, simulated
+from empty_archive import EmptyEngine, made, simulated
 
 from tonekit.batch import _books, _listing
 from tonekit.batch._books import Books, Shards

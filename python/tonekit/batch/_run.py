@@ -7,7 +7,7 @@ import os
 import secrets
 import sys
 import time
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 from typing import Any
 
 from . import _listing, _report
@@ -21,7 +21,7 @@ from ._schedule import Schedule
 from ._scratch import Scratch
 from ._statistics import Statistics
 from ._storage import Storage, Store, plain_address
-from ._work import Item, Job, Outcome, failed
+from ._work import Item, Outcome, failed
 
 MANIFEST = "tonekit-manifest"  # in the target
 _STATE_SECONDS = 5.0
@@ -52,7 +52,6 @@ class Run:
         self.conversion = conversion
         self.books = Books(Store(manifest, storage) if manifest is not None else self.target.child(MANIFEST))
         self.books.store.require_writable()
-        self.job = Job(self.target.address, conversion.pairs, storage or {})
         self.statistics = Statistics()
         self.name = f"{int(time.time())}-{secrets.token_hex(4)}"
         self._column = column
@@ -63,11 +62,10 @@ class Run:
         self._state_due = 0.0
         self._engine_name = ""
 
-    def run(self, make_engine: Callable[[Job], Engine], name: str, show: bool) -> dict[str, Any]:
-        """Does everything and returns the summary."""
+    def run(self, engine: Engine, name: str, show: bool) -> dict[str, Any]:
+        """Does everything with the workers of an engine, which is the caller's to close, and returns the summary."""
         self._engine_name = name
         listing = self._look_at_source()
-        engine = make_engine(self.job)
         scratch = Scratch()
         progress = Progress(self.statistics) if show else None
         count = Count(self.entries, self.statistics) if show else None
@@ -83,7 +81,6 @@ class Run:
                 self._shards.close(merge=ended)
                 self._write_state(ended=ended)
         finally:
-            engine.close()
             if count:
                 count.close()
             if progress:

@@ -113,4 +113,4 @@ def simulated(folder: Path, count: int) -> dict[str, Any]:
         storage=None,
     )
     run.count = count
-    return run.run(lambda job: EmptyEngine(), "empty", show=False)
+    return run.run(EmptyEngine(), "empty", show=False)
