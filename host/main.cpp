@@ -126,7 +126,7 @@ int Main(int argc, char **argv)
             throw Failure("standard output can't be written");
         return status;
     } catch (const UsageError &error) {
-        Complain(error.what() + std::string(" (--help tells more)"));
+        Complain(error.what() + std::string(" (see --help)"));
         return 2;
     } catch (const Interrupted &) {
         Complain("interrupted");

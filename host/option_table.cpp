@@ -137,8 +137,7 @@ constexpr OptionRow kRows[] = {
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
 
-    {nullptr, 0, nullptr,
-     "What travels beside the audio (text tags, pictures and chapters; WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
+    {nullptr, 0, nullptr, "Tags, pictures and chapters (WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
     {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",
      [](Options &o, Text v) { SetTag(o, v); }},
     {"cover", 0, "FILE", "put this BMP or JPEG picture (PNG, GIF and WebP as they are) on the front cover",
@@ -161,7 +160,7 @@ constexpr OptionRow kRows[] = {
      "stays "
      "as it is",
      [](Options &o, Text) { o.inPlace = true; }},
-    {"no-tags", 0, nullptr, "leave the input's tags, pictures and chapters behind",
+    {"no-tags", 0, nullptr, "leave out the input's tags, pictures and chapters",
      [](Options &o, Text) { o.tags = false; }},
 
     {nullptr, 0, nullptr, "What is found out on the way", nullptr},
@@ -198,7 +197,7 @@ constexpr OptionRow kRows[] = {
     {"update", 0, nullptr, "skip what is there and not older than its input",
      [](Options &o, Text) { o.update = true; }, true},
     {"no-clobber", 0, nullptr, "skip what is there", [](Options &o, Text) { o.noClobber = true; }, true},
-    {"dry-run", 0, nullptr, "tell what would be done, and write nothing",
+    {"dry-run", 0, nullptr, "say what would be done, and write nothing",
      [](Options &o, Text) { o.dryRun = true; }},
 
     {nullptr, 0, nullptr, "How the program behaves", nullptr},
@@ -210,9 +209,9 @@ constexpr OptionRow kRows[] = {
      "which of the library's equal bodies run: auto (the fastest that the processor has the instructions "
      "for, the default), plain (the library's own choice), or those of a letter: A, L, M, N, P, R, S or V",
      [](Options &o, Text v) { o.bodies = BodyLetter(v, LettersOfProcessor()); }},
-    {"info", 'i', nullptr, "tell what each INPUT is, and convert nothing",
+    {"info", 'i', nullptr, "say what each INPUT is, and convert nothing",
      [](Options &o, Text) { o.command = Command::Info; }},
-    {"json", 0, nullptr, "tell what was done, or what the files are, as one JSON object",
+    {"json", 0, nullptr, "report what was done, or what the files are, as one JSON object",
      [](Options &o, Text) { o.json = true; }},
     {"progress", 0, "WHEN",
      "auto (on a terminal, the default), json (for programs: a JSON object on each line of standard error) "

@@ -175,7 +175,7 @@ private:
         if (names_.empty())
             throw UsageError("an INPUT and an OUTPUT are needed");
         if (names_.size() == 1)
-            throw UsageError("an OUTPUT is needed behind " + names_[0]);
+            throw UsageError("an OUTPUT is needed after " + names_[0]);
         if (options_.cue && names_.size() > 2)
             throw UsageError("--cue is about one INPUT");
         options_.output = names_.back();

@@ -69,7 +69,7 @@ struct Options {
     bool split = false;             // a file for each of its chapters
     std::optional<std::string> cue; // where the tracks of the input are
 
-    // What travels beside the audio.
+    // Tags, pictures and chapters.
     bool inPlace = false; // the tags of the inputs are changed, and there is no output
     bool tags = true;
     std::vector<std::pair<std::string, std::string>> set;

@@ -171,16 +171,16 @@ void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &c
     if (!file.IsValid()) {
         warnings.push_back(name +
                            (file.IsTooLarge()
-                                ? ": the tags need too much memory and are left behind (--memory allows more)"
+                                ? ": the tags need too much memory and are left out (--memory allows more)"
                             : file.IsTooLong() ? ": the file is too long for its tags to be read"
-                                               : ": the tags are broken and are left behind"));
+                                               : ": the tags are broken and are left out"));
         return;
     }
     Intake intake(choice, block);
     AddProperties(file.Properties(), intake, warnings, name);
     if (const TagLib::ID3v2::Tag *tag = file.id3()) {
         if (IsBroken(*tag))
-            warnings.push_back(name + ": the ID3 tag is broken and is left behind");
+            warnings.push_back(name + ": the ID3 tag is broken and is left out");
         AddId3Pictures(*tag, intake);
         if (choice.chapters)
             AddId3Chapters(*tag, intake);

@@ -207,8 +207,7 @@ void TransferTags(const Options &options, const Extras &extras, const TagTransfe
     if (IsEmpty(block.get()))
         return;
     if (transfer.writtenKind == TagKind::None) {
-        warnings.push_back(transfer.shownName +
-                           ": this type of file can't hold tags, so they are left behind");
+        warnings.push_back(transfer.shownName + ": this type of file can't hold tags, so they are left out");
         return;
     }
     WriteTags(transfer.written, transfer.writtenKind, block.get(), transfer.end, transfer.shownName,

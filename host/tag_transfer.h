@@ -1,4 +1,4 @@
-// tag_transfer.h: what travels beside the audio from one file to the next.
+// tag_transfer.h: takes tags, pictures and chapters from one file to the next.
 #pragma once
 
 #include "host/extras.h"

@@ -133,7 +133,7 @@ TEST(Bodies, TheProgramRefusesOthersWithALine)
     const Outcome outcome = RunHost({"--bodies", "W", "a.wav", "b.wav"});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err, "tonekit-convert: --bodies must be auto, plain, or one of A, L, M, N, P, R, S and "
-                           "V, not 'W' (--help tells more)\n");
+                           "V, not 'W' (see --help)\n");
 }
 
 } // namespace

@@ -168,9 +168,8 @@ TEST(HostileTags, ThatUnfoldAreLeftOut)
                     Frame("APIC", Sevens(1000) + PackedRepetitions(1'000'000), kCompressedWithLength));
     const Outcome outcome = RunHost({"-q", folder / "a.mp3", folder / "a.wav"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.err,
-              "tonekit-convert: warning: " + folder / "a.mp3" +
-                  ": the tags need too much memory and are left behind (--memory allows more)\n");
+    EXPECT_EQ(outcome.err, "tonekit-convert: warning: " + folder / "a.mp3" +
+                               ": the tags need too much memory and are left out (--memory allows more)\n");
     EXPECT_EQ(RunHost({"-q", "--set", "A=b", folder / "a.mp3", folder / "b.mp3"}).status, 1);
     EXPECT_EQ(RunHost({"-q", "--memory", "4096", folder / "a.mp3", folder / "b.wav"}).status, 0);
 }

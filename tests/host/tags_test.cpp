@@ -173,7 +173,7 @@ TEST(Tags, ABrokenId3TagIsTold)
     test::WriteText(name, tag + test::ReadText(name));
     Lines warnings;
     ReadBlock(name, TagKind::Mpeg, warnings);
-    EXPECT_EQ(warnings, Lines{name + ": the ID3 tag is broken and is left behind"});
+    EXPECT_EQ(warnings, Lines{name + ": the ID3 tag is broken and is left out"});
 }
 
 TEST(Tags, WavFilesHaveTheOlderFormToo)
