@@ -133,7 +133,7 @@ struct Int32 {
 };
 
 template <class Encoding, class Sample>
-__attribute__((noinline)) void StoreLimited(uint8_t *out, const Sample *source, uint32_t groups)
+[[gnu::noinline]] void StoreLimited(uint8_t *out, const Sample *source, uint32_t groups)
 {
     for (; groups != 0; --groups, source += kGroup, out += kGroup * Encoding::kBytes) {
         const auto group = LoadGroup(source);
@@ -146,7 +146,7 @@ __attribute__((noinline)) void StoreLimited(uint8_t *out, const Sample *source, 
 
 // Stores a group and says so, unless it needs the limits.
 template <class Encoding, class Sample>
-__attribute__((always_inline)) inline bool StoreUnlimited(uint8_t *out, const Sample *source)
+[[gnu::always_inline]] inline bool StoreUnlimited(uint8_t *out, const Sample *source)
 {
     const auto group = LoadGroup(source);
     IntVector ints[kVectors];

@@ -19,7 +19,7 @@ TONEKIT_BODY(UNC_ChangeEndian, void, (tonekit_char16 * text))
         const __m128i lanes = Load128(text + i);
         Store128(text + i, _mm_or_si128(_mm_slli_epi16(lanes, 8), _mm_srli_epi16(lanes, 8)));
     }
-    for (; i < units; i++)
+    for (; i < units; ++i)
         text[i] = static_cast<tonekit_char16>(text[i] << 8 | text[i] >> 8);
 }
 

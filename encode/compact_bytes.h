@@ -54,8 +54,8 @@ struct CompactTable {
 constexpr CompactTable MakeCompactTable()
 {
     CompactTable table{};
-    for (unsigned wide = 0; wide < 256; wide++)
-        for (unsigned byte = 0; byte < 16; byte++)
+    for (unsigned wide = 0; wide < 256; ++wide)
+        for (unsigned byte = 0; byte < 16; ++byte)
             if (byte % 2 == 0 || (wide >> byte / 2 & 1))
                 table.Keep(wide, byte);
     return table;

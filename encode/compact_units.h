@@ -53,8 +53,8 @@ struct CompactTable {
 constexpr CompactTable MakeCompactTable()
 {
     CompactTable table{};
-    for (unsigned dropped = 0; dropped < 256; dropped++)
-        for (unsigned lane = 0; lane < 8; lane++)
+    for (unsigned dropped = 0; dropped < 256; ++dropped)
+        for (unsigned lane = 0; lane < 8; ++lane)
             if (!(dropped >> lane & 1))
                 table.Keep(dropped, lane);
     return table;

@@ -132,8 +132,8 @@ struct MembersTable {
 constexpr MembersTable MakeMembersTable()
 {
     MembersTable table{};
-    for (uint32_t set = 0; set < 256; set++)
-        for (uint32_t member = 0; member < 8; member++)
+    for (uint32_t set = 0; set < 256; ++set)
+        for (uint32_t member = 0; member < 8; ++member)
             if (set >> member & 1)
                 table.members[set] += 0x01010101u << 8 * (member / 2);
     return table;

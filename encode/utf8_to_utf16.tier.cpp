@@ -144,7 +144,7 @@ inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
 }
 
 // The bytes that are skipped, bit by bit, count as taken before.
-inline __attribute__((always_inline)) Units Decode(const Block &block, uint32_t skipped, Pending &pending)
+[[gnu::always_inline]] inline Units Decode(const Block &block, uint32_t skipped, Pending &pending)
 {
     const __m128i continuations = Continuations(block.bytes);
     const uint32_t wide = ByteMask(block.bytes) & ~skipped;
@@ -175,7 +175,7 @@ inline __attribute__((always_inline)) Units Decode(const Block &block, uint32_t 
 
 // Stores the units before the first strange byte, and returns whether there is none. `bytes` is where the
 // block begins.
-inline __attribute__((always_inline)) bool Take(Cursor &at, const uint8_t *bytes, const Units &units)
+[[gnu::always_inline]] inline bool Take(Cursor &at, const uint8_t *bytes, const Units &units)
 {
     const uint32_t fromStrange = 0u - (units.strange & (0u - units.strange)); // that byte and all after it
     const uint32_t dropped = (units.dropped | fromStrange) & 0xffff;

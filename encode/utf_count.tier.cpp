@@ -40,7 +40,7 @@ inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
         const __m128i lanes = _mm_and_si128(last, LastBytes(left * sizeof *text));
         return pairs + SumOfBytes(_mm_and_si128(lanes, Splat(1)));
     }
-    for (; i + 1 < units; i++)
+    for (; i + 1 < units; ++i)
         pairs += IsHighSurrogate(text[i]) && IsLowSurrogate(text[i + 1]);
     return pairs;
 }
@@ -73,7 +73,7 @@ inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
         const __m128i last = MoreBytes(text + units - kTwoUnitBlocks);
         return count + SumOfBytes(_mm_and_si128(last, LastBytes(units - i)));
     }
-    for (; i < units; i++)
+    for (; i < units; ++i)
         count += static_cast<std::size_t>((text[i] >= 0x80) + (text[i] >= 0x800));
     return count;
 }
@@ -125,7 +125,7 @@ TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::siz
         }
         units += SumOfBytes(lanes);
     }
-    for (; text < end; text++) {
+    for (; text < end; ++text) {
         const uint8_t byte = static_cast<uint8_t>(*text);
         units += !IsContinuation(byte);
         units += byte >= 0xf0;

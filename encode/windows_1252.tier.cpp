@@ -27,7 +27,7 @@ inline char ByteOf(tonekit_char16 unit)
     if (unit < 0x80 || (unit >= 0xa0 && unit < 0x100))
         return static_cast<char>(unit);
     if (unit != kReplacement)
-        for (unsigned i = 0; i < 32; i++)
+        for (unsigned i = 0; i < 32; ++i)
             if (kMiddle[i] == unit)
                 return static_cast<char>(0x80 + i);
     return '?';
@@ -62,7 +62,7 @@ TONEKIT_INTERNAL_BODY(Windows1252ToUtf16, void, (const char *text, std::size_t b
             }
         }
         const std::size_t stop = bytes - i >= 16 ? i + 16 : bytes;
-        for (; i < stop; i++)
+        for (; i < stop; ++i)
             out[i] = UnitOf(static_cast<uint8_t>(text[i]));
     }
 }

@@ -13,7 +13,7 @@ namespace {
 std::size_t CountCharacters(const Utf16Text &text)
 {
     std::size_t count = 0;
-    for (const tonekit_char16 *at = text.begin; at < text.End(); count++)
+    for (const tonekit_char16 *at = text.begin; at < text.End(); ++count)
         NextCharacter(at, text.End());
     return count;
 }

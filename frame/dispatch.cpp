@@ -5,10 +5,10 @@
 
 namespace tonekit {
 
-void SelectBodies(std::uint64_t featureWord)
+void SelectBodies(uint64_t featureWord)
 {
     const DispatchRow *row = tonekit_dispatch_rows;
-    for (const std::uint64_t *unit = tonekit_dispatch_units; *unit != 0; ++unit) {
+    for (const uint64_t *unit = tonekit_dispatch_units; *unit != 0; ++unit) {
         const unsigned tier = ChooseTier(featureWord);
         for (const DispatchRow *end = row + *unit; row != end; ++row)
             *row->slot = row->bodies[tier];

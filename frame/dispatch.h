@@ -13,12 +13,12 @@ struct DispatchRow {
 
 // Writes into every slot the body of the tier that fits the feature word, unit by unit. At load it runs once;
 // afterwards only tests and benchmarks may call it, and only while no dispatched function runs.
-void SelectBodies(std::uint64_t featureWord);
+void SelectBodies(uint64_t featureWord);
 
 } // namespace tonekit
 
 extern "C" {
 // From the dispatch list. Rows are in the order of the list; units holds the row count of each unit, then 0.
 extern const tonekit::DispatchRow tonekit_dispatch_rows[];
-extern const std::uint64_t tonekit_dispatch_units[];
+extern const uint64_t tonekit_dispatch_units[];
 }

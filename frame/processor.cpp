@@ -7,25 +7,25 @@ namespace tonekit {
 
 namespace {
 
-constexpr std::uint64_t Bit(unsigned index)
+constexpr uint64_t Bit(unsigned index)
 {
-    return std::uint64_t{1} << index;
+    return uint64_t{1} << index;
 }
 
 // Masks of the tiers, in the order of kTierLetters. Each holds the one before it.
-constexpr std::uint64_t kTierMasks[kTierCount] = {0, 0xee, 0x1ee, 0x3ee, 0x17ee, 0x117ee, 0x197ee, 0x9d9fee};
+constexpr uint64_t kTierMasks[kTierCount] = {0, 0xee, 0x1ee, 0x3ee, 0x17ee, 0x117ee, 0x197ee, 0x9d9fee};
 
 // XCR0 bits 1 and 2: the operating system saves the SSE and the upper AVX halves of the wide registers.
-constexpr std::uint64_t kWideRegistersSaved = 0x6;
+constexpr uint64_t kWideRegistersSaved = 0x6;
 
 struct Source {
     FeatureBit feature;
-    std::uint32_t ProcessorAnswers::*word;
-    std::uint32_t bits; // all must be set
-    bool wide;          // counts only while the wide registers are saved
+    uint32_t ProcessorAnswers::*word;
+    uint32_t bits; // all must be set
+    bool wide;     // counts only while the wide registers are saved
 };
 
-constexpr std::uint32_t kBmi1AndBmi2 = (1u << 3) | (1u << 8);
+constexpr uint32_t kBmi1AndBmi2 = (1u << 3) | (1u << 8);
 
 // Where each feature is in the processor's answers, by the vendor's manual of the CPUID instruction.
 constexpr Source kSources[] = {
@@ -56,10 +56,10 @@ constexpr Source kSources[] = {
 
 } // namespace
 
-std::uint64_t EnumerateFeatures(const ProcessorAnswers &answers)
+uint64_t EnumerateFeatures(const ProcessorAnswers &answers)
 {
     const bool wideSaved = (answers.xcr0 & kWideRegistersSaved) == kWideRegistersSaved;
-    std::uint64_t word = Bit(Feature_Filled);
+    uint64_t word = Bit(Feature_Filled);
     for (const Source &source : kSources) {
         const bool present = (answers.*source.word & source.bits) == source.bits;
         if (present && (wideSaved || !source.wide))
@@ -68,7 +68,7 @@ std::uint64_t EnumerateFeatures(const ProcessorAnswers &answers)
     return word;
 }
 
-std::uint64_t FeatureWord(const ProcessorAnswers &answers)
+uint64_t FeatureWord(const ProcessorAnswers &answers)
 {
     // Processors of any other make run the baseline, whatever they support.
     if (std::strcmp(answers.vendor, "GenuineIntel") != 0)
@@ -76,7 +76,7 @@ std::uint64_t FeatureWord(const ProcessorAnswers &answers)
     return EnumerateFeatures(answers);
 }
 
-unsigned ChooseTier(std::uint64_t featureWord)
+unsigned ChooseTier(uint64_t featureWord)
 {
     unsigned tier = kTierCount - 1;
     while ((~featureWord & kTierMasks[tier]) != 0)

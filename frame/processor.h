@@ -8,12 +8,12 @@ namespace tonekit {
 // What CPUID and XGETBV answer, as far as the feature word depends on it. Leaves that the processor lacks are
 // zero.
 struct ProcessorAnswers {
-    char vendor[13] = {};           // leaf 0: EBX, EDX, ECX as text, terminated
-    std::uint32_t leaf1Ecx = 0;     // basic features
-    std::uint32_t leaf1Edx = 0;     //
-    std::uint32_t leaf7Ebx = 0;     // leaf 7, subleaf 0: structured extended features
-    std::uint32_t extended1Ecx = 0; // leaf 0x80000001
-    std::uint64_t xcr0 = 0;         // register state that the operating system saves; 0 without OSXSAVE
+    char vendor[13] = {};      // leaf 0: EBX, EDX, ECX as text, terminated
+    uint32_t leaf1Ecx = 0;     // basic features
+    uint32_t leaf1Edx = 0;     //
+    uint32_t leaf7Ebx = 0;     // leaf 7, subleaf 0: structured extended features
+    uint32_t extended1Ecx = 0; // leaf 0x80000001
+    uint64_t xcr0 = 0;         // register state that the operating system saves; 0 without OSXSAVE
 };
 
 // Bits of the feature word. Feature_Filled alone means a processor whose features are deliberately not used.
@@ -45,16 +45,16 @@ enum FeatureBit : unsigned {
 };
 
 // Every feature that the answers show, whoever made the processor.
-std::uint64_t EnumerateFeatures(const ProcessorAnswers &answers);
+uint64_t EnumerateFeatures(const ProcessorAnswers &answers);
 
 // The word that selects bodies: that enumeration for "GenuineIntel", bit 0 alone for any other make.
-std::uint64_t FeatureWord(const ProcessorAnswers &answers);
+uint64_t FeatureWord(const ProcessorAnswers &answers);
 
 // The letters of the tiers in ascending demand, which is also the order of bodies in a dispatch row.
 inline constexpr char kTierLetters[] = "ALMNPRSV";
 inline constexpr unsigned kTierCount = 8;
 
 // The most demanding tier that fits the word, as an index into kTierLetters.
-unsigned ChooseTier(std::uint64_t featureWord);
+unsigned ChooseTier(uint64_t featureWord);
 
 } // namespace tonekit

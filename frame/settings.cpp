@@ -26,35 +26,35 @@ private:
     std::atomic<Value> value_;
 };
 
-Setting<std::uint32_t> resamplerMode{0};
-Setting<std::uint8_t> resamplerAliasing{0};
-Setting<std::uint32_t> ditherEnable{0};
-Setting<std::uint32_t> ditherMode{1};
-Setting<std::uint32_t> dsdPcmQuality{0};
-Setting<std::uint32_t> dsdPcmGain{6};
-Setting<std::uint32_t> hdcdGain{6};
-Setting<std::uint8_t> loudnessControlEnabled{0};
-Setting<std::uint32_t> loudnessControlTarget{96};
-Setting<std::uint32_t> loudnessControlEffect{0};
+Setting<uint32_t> resamplerMode{0};
+Setting<uint8_t> resamplerAliasing{0};
+Setting<uint32_t> ditherEnable{0};
+Setting<uint32_t> ditherMode{1};
+Setting<uint32_t> dsdPcmQuality{0};
+Setting<uint32_t> dsdPcmGain{6};
+Setting<uint32_t> hdcdGain{6};
+Setting<uint8_t> loudnessControlEnabled{0};
+Setting<uint32_t> loudnessControlTarget{96};
+Setting<uint32_t> loudnessControlEffect{0};
 
 } // namespace
 
-std::uint32_t ResamplerMode()
+uint32_t ResamplerMode()
 {
     return resamplerMode.Get();
 }
 
-std::uint8_t ResamplerAliasing()
+uint8_t ResamplerAliasing()
 {
     return resamplerAliasing.Get();
 }
 
-std::uint32_t DitherEnabled()
+uint32_t DitherEnabled()
 {
     return ditherEnable.Get();
 }
 
-std::uint32_t DitherMode()
+uint32_t DitherMode()
 {
     return ditherMode.Get();
 }

@@ -5,9 +5,9 @@
 
 namespace tonekit {
 
-std::uint32_t ResamplerMode();    // 0 normal, 1 steep, 2 steeper
-std::uint8_t ResamplerAliasing(); // non-zero: the stop band may begin above Nyquist
-std::uint32_t DitherEnabled();    // non-zero: on
-std::uint32_t DitherMode();       // 0, 1, 2
+uint32_t ResamplerMode();    // 0 normal, 1 steep, 2 steeper
+uint8_t ResamplerAliasing(); // non-zero: the stop band may begin above Nyquist
+uint32_t DitherEnabled();    // non-zero: on
+uint32_t DitherMode();       // 0, 1, 2
 
 } // namespace tonekit

@@ -22,42 +22,42 @@ const char *const HdcdAnalyzeModeText[kHdcdAnalyzeModes] = {
 namespace {
 
 // Modes 5 and 6 have a label but mark nothing.
-constexpr std::uint32_t kShowGain = 1;
-constexpr std::uint32_t kShowPeaks = 2;
-constexpr std::uint32_t kShowTimer = 3;
-constexpr std::uint32_t kShowMismatch = 4;
+constexpr uint32_t kShowGain = 1;
+constexpr uint32_t kShowPeaks = 2;
+constexpr uint32_t kShowTimer = 3;
+constexpr uint32_t kShowMismatch = 4;
 
-constexpr int kShift = 15;                 // whatever the bits of the samples
-constexpr std::int32_t kPeakLevel = 22913; // of 16 bits, likewise
-constexpr std::uint32_t kMark = 19u << kShift;
+constexpr int kShift = 15;            // whatever the bits of the samples
+constexpr int32_t kPeakLevel = 22913; // of 16 bits, likewise
+constexpr uint32_t kMark = 19u << kShift;
 
-std::int32_t Shifted(std::int32_t sample)
+int32_t Shifted(int32_t sample)
 {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sample) << kShift);
+    return static_cast<int32_t>(static_cast<uint32_t>(sample) << kShift);
 }
 
-std::int32_t ShowPeak(std::int32_t sample, bool extend)
+int32_t ShowPeak(int32_t sample, bool extend)
 {
-    const std::int64_t factor = (sample & 2) != 0 && extend ? 19456 : 1024; // 19 or 1, times 1024
-    return static_cast<std::int32_t>(Shifted(sample) * factor >> 10);
+    const int64_t factor = (sample & 2) != 0 && extend ? 19456 : 1024; // 19 or 1, times 1024
+    return static_cast<int32_t>(Shifted(sample) * factor >> 10);
 }
 
 // 1 at a gain of 0, 19 at 1920.
-std::int32_t ShowGain(std::int32_t sample, std::int32_t gain)
+int32_t ShowGain(int32_t sample, int32_t gain)
 {
-    const std::uint32_t factor = static_cast<std::uint32_t>(gain) * 18432 / 1920 + 1024;
-    return static_cast<std::int32_t>(std::int64_t{sample} * factor / 1024);
+    const uint32_t factor = static_cast<uint32_t>(gain) * 18432 / 1920 + 1024;
+    return static_cast<int32_t>(int64_t{sample} * factor / 1024);
 }
 
 } // namespace
 
-extern "C" std::int32_t hdcd_tone(std::uint32_t *tone_index, std::uint32_t sample_rate)
+extern "C" int32_t hdcd_tone(uint32_t *tone_index, uint32_t sample_rate)
 {
     struct Tone {
-        std::uint32_t sampleRate;
-        std::uint32_t period;
-        const std::int16_t *table;
-        std::uint32_t step;
+        uint32_t sampleRate;
+        uint32_t period;
+        const int16_t *table;
+        uint32_t step;
     };
     static constexpr Tone kTones[] = {
         {48000, 160, HdcdToneTable48.entry, 4},  {96000, 320, HdcdToneTable48.entry, 2},
@@ -72,27 +72,27 @@ extern "C" std::int32_t hdcd_tone(std::uint32_t *tone_index, std::uint32_t sampl
     return tone.table[*tone_index * tone.step];
 }
 
-void PrepareAnalysis(HdcdChannelState *channel, HdcdSample *samples, std::int32_t count, std::int32_t stride)
+void PrepareAnalysis(HdcdChannelState *channel, HdcdSample *samples, int32_t count, int32_t stride)
 {
-    for (std::int32_t i = 0; i < count; ++i, samples += stride) {
+    for (int32_t i = 0; i < count; ++i, samples += stride) {
         const bool peak = *samples >= kPeakLevel || *samples <= -kPeakLevel;
-        const std::int32_t tone = hdcd_tone(&channel->tone_index, channel->sample_rate);
+        const int32_t tone = hdcd_tone(&channel->tone_index, channel->sample_rate);
         *samples = (tone & ~3) | (*samples & 1) | (peak ? 2 : 0);
     }
 }
 
-extern "C" std::int32_t hdcd_analyze(HdcdSample *samples, std::int32_t count, std::int32_t stride,
-                                     std::int32_t gain, std::int32_t target_gain, std::int32_t extend,
-                                     std::uint32_t mode, std::uint32_t cdt_active, std::int32_t tg_mismatch)
+extern "C" int32_t hdcd_analyze(HdcdSample *samples, int32_t count, int32_t stride, int32_t gain,
+                                int32_t target_gain, int32_t extend, uint32_t mode, uint32_t cdt_active,
+                                int32_t tg_mismatch)
 {
     const bool marked = (mode == kShowMismatch && tg_mismatch > 0) || (mode == kShowTimer && cdt_active != 0);
     const GainRamp ramp = RampTowards(gain, target_gain, count);
-    for (std::int32_t i = 0; i < count; ++i) {
+    for (int32_t i = 0; i < count; ++i) {
         HdcdSample &sample = samples[static_cast<std::ptrdiff_t>(i) * stride];
         if (mode == kShowPeaks)
             sample = ShowPeak(sample, extend != 0);
         else if (marked)
-            sample = static_cast<std::int32_t>(static_cast<std::uint32_t>(sample) * kMark);
+            sample = static_cast<int32_t>(static_cast<uint32_t>(sample) * kMark);
         else
             sample = Shifted(sample);
         if (mode == kShowGain)

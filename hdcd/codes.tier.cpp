@@ -19,20 +19,20 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-constexpr std::uint32_t kPrefixA = 0x7E0FA005; // 8 bits follow
-constexpr std::uint32_t kPrefixB = 0x7E0FA006; // 16 bits follow
-constexpr std::uint32_t kCodeA = 0x0FA00500;
-constexpr std::uint32_t kCodeAZeros = 0xC8;
-constexpr std::uint32_t kCodeB = 0xA0060000;
-constexpr std::uint8_t kLookAfterZeros = 31;
+constexpr uint32_t kPrefixA = 0x7E0FA005; // 8 bits follow
+constexpr uint32_t kPrefixB = 0x7E0FA006; // 16 bits follow
+constexpr uint32_t kCodeA = 0x0FA00500;
+constexpr uint32_t kCodeAZeros = 0xC8;
+constexpr uint32_t kCodeB = 0xA0060000;
+constexpr uint8_t kLookAfterZeros = 31;
 
 // The bits are scrambled; all patterns are those of the view.
-std::uint32_t ScrambledView(std::uint64_t window)
+uint32_t ScrambledView(uint64_t window)
 {
-    return static_cast<std::uint32_t>(window ^ window >> 5 ^ window >> 23);
+    return static_cast<uint32_t>(window ^ window >> 5 ^ window >> 23);
 }
 
-bool ReadCodeA(HdcdChannelState *channel, std::uint32_t view)
+bool ReadCodeA(HdcdChannelState *channel, uint32_t view)
 {
     if ((view & kCodeAZeros) != 0) {
         ++channel->code_counterA_almost;
@@ -41,14 +41,14 @@ bool ReadCodeA(HdcdChannelState *channel, std::uint32_t view)
         return false;
     }
     // Code A has 3 bits for the gain, in steps of 1 dB: the sum doubles them.
-    channel->control = static_cast<std::uint8_t>((view & 0xFF) + (view & 7));
+    channel->control = static_cast<uint8_t>((view & 0xFF) + (view & 7));
     ++channel->code_counterA;
     return true;
 }
 
-bool ReadCodeB(HdcdChannelState *channel, std::uint32_t view)
+bool ReadCodeB(HdcdChannelState *channel, uint32_t view)
 {
-    const std::uint32_t check = ~view >> 8 & 0xFF;
+    const uint32_t check = ~view >> 8 & 0xFF;
     if (((view & 0xFFFF00FF) ^ check) != kCodeB) {
         ++channel->code_counterB_checkfails;
         hdcd_log_write(channel->log,
@@ -56,13 +56,13 @@ bool ReadCodeB(HdcdChannelState *channel, std::uint32_t view)
                        view & 0xFFFF, view >> 8 & 0xFF, ~view & 0xFF, channel->sample_count);
         return false;
     }
-    channel->control = static_cast<std::uint8_t>(view >> 8);
+    channel->control = static_cast<uint8_t>(view >> 8);
     ++channel->code_counterB;
     return true;
 }
 
 // Reads the code that is due. Returns whether it is valid; what is neither code is passed over in silence.
-bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
+bool ReadCode(HdcdChannelState *channel, uint32_t view)
 {
     bool valid = false;
     if ((view & kCodeA) == kCodeA)
@@ -71,7 +71,7 @@ bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
         valid = ReadCodeB(channel, view);
     if (!valid)
         return false;
-    const std::int32_t gain = channel->control & kHdcdGainMask;
+    const int32_t gain = channel->control & kHdcdGainMask;
     channel->count_peak_extend += (channel->control & kHdcdPeakExtend) != 0;
     channel->count_transient_filter += (channel->control & kHdcdTransientFilter) != 0;
     ++channel->gain_counts[gain];
@@ -83,14 +83,14 @@ bool ReadCode(HdcdChannelState *channel, std::uint32_t view)
 // Looks at a channel's window, once readahead has run out. Returns whether a valid code has been completed.
 bool Look(HdcdChannelState *channel)
 {
-    const std::uint32_t view = ScrambledView(channel->window);
+    const uint32_t view = ScrambledView(channel->window);
     bool accepted = false;
     if (channel->arg != 0) {
         accepted = ReadCode(channel, view);
         channel->arg = 0;
     }
     if (view == kPrefixA || view == kPrefixB) {
-        channel->readahead = static_cast<std::uint8_t>((view & 3) * 8);
+        channel->readahead = static_cast<uint8_t>((view & 3) * 8);
         channel->arg = 1;
         ++channel->code_counterC;
     } else {
@@ -102,32 +102,32 @@ bool Look(HdcdChannelState *channel)
 // A scan on its way.
 struct CodeScan {
     HdcdChannelState *states;
-    std::int32_t channels;
+    int32_t channels;
     const HdcdSample *samples; // of the next frame
-    std::int32_t stride;
-    std::int32_t consumed;
+    int32_t stride;
+    int32_t consumed;
     bool accepted; // a valid code has ended it
 };
 
 // The bits 0 of one channel's next frames, 32 at most, the oldest on top.
-std::uint64_t CollectLsbs(const HdcdSample *samples, std::int32_t frames, std::int32_t stride)
+uint64_t CollectLsbs(const HdcdSample *samples, int32_t frames, int32_t stride)
 {
-    std::uint64_t bits = 0;
-    for (std::int32_t i = 0; i < frames; ++i, samples += stride)
-        bits = bits << 1 | (static_cast<std::uint32_t>(*samples) & 1);
+    uint64_t bits = 0;
+    for (int32_t i = 0; i < frames; ++i, samples += stride)
+        bits = bits << 1 | (static_cast<uint32_t>(*samples) & 1);
     return bits;
 }
 
 // Reads up to the next look of any channel, and at most the given number of frames (32 or fewer). Returns the
 // frames.
-std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
+int32_t ReadToNextLook(CodeScan *scan, int32_t frames)
 {
-    for (std::int32_t i = 0; i < scan->channels; ++i)
+    for (int32_t i = 0; i < scan->channels; ++i)
         frames = frames < scan->states[i].readahead ? frames : scan->states[i].readahead;
-    for (std::int32_t i = 0; i < scan->channels; ++i) {
+    for (int32_t i = 0; i < scan->channels; ++i) {
         HdcdChannelState *channel = &scan->states[i];
         channel->window = channel->window << frames | CollectLsbs(scan->samples + i, frames, scan->stride);
-        channel->readahead = static_cast<std::uint8_t>(channel->readahead - frames);
+        channel->readahead = static_cast<uint8_t>(channel->readahead - frames);
         if (channel->readahead == 0 && Look(channel)) {
             scan->accepted = true;
             channel->sustain = channel->sustain_reset;
@@ -139,15 +139,15 @@ std::int32_t ReadToNextLook(CodeScan *scan, std::int32_t frames)
 }
 
 // The hunt keeps bits in time order, the oldest in bit 0, as they are gathered.
-std::uint64_t ReverseBits(std::uint64_t bits)
+uint64_t ReverseBits(uint64_t bits)
 {
     bits = (bits & 0x5555555555555555) << 1 | (bits >> 1 & 0x5555555555555555);
     bits = (bits & 0x3333333333333333) << 2 | (bits >> 2 & 0x3333333333333333);
     bits = (bits & 0x0F0F0F0F0F0F0F0F) << 4 | (bits >> 4 & 0x0F0F0F0F0F0F0F0F);
     return __builtin_bswap64(bits);
 }
-constexpr std::uint32_t kReversedPrefixA = 0xA005F07E;
-constexpr std::uint32_t kReversedPrefixB = 0x6005F07E;
+constexpr uint32_t kReversedPrefixA = 0xA005F07E;
+constexpr uint32_t kReversedPrefixB = 0x6005F07E;
 
 __m128i Scrambled(__m128i bits)
 {
@@ -156,12 +156,12 @@ __m128i Scrambled(__m128i bits)
 
 // Follows one channel's looks through a step. Due counts from the step's first frame, 1 to 32 standing for a
 // look within it. Returns the count from the next step's first frame; 0 if a look finds a prefix.
-[[gnu::always_inline]] inline std::uint32_t HuntThroughStep(std::uint64_t view, std::uint32_t due)
+[[gnu::always_inline]] inline uint32_t HuntThroughStep(uint64_t view, uint32_t due)
 {
     while (due <= kGatherFrames) {
         // Bit 31 of the shifted view is the frame of the look.
-        const auto look = static_cast<std::uint32_t>(view >> due);
-        std::uint32_t distance = HdcdHuntTable[static_cast<int>(look >> 24)];
+        const auto look = static_cast<uint32_t>(view >> due);
+        uint32_t distance = HdcdHuntTable[static_cast<int>(look >> 24)];
         if (__builtin_expect(distance == 0, 0)) {
             if (look == kReversedPrefixA || look == kReversedPrefixB)
                 return 0;
@@ -175,25 +175,24 @@ __m128i Scrambled(__m128i bits)
 
 // Takes both channels through as many whole steps of 32 frames as hold no prefix. Returns the frames. Both
 // channels must be without a code due.
-std::int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, std::int32_t frames)
+int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, int32_t frames)
 {
     // A lane for each channel: its last 64 bits, and the view of these, of which the upper 41 bits are right.
     __m128i bits = _mm_set_epi64x(static_cast<long long>(ReverseBits(states[1].window)),
                                   static_cast<long long>(ReverseBits(states[0].window)));
     __m128i newestView = Scrambled(bits);
-    std::uint32_t leftDue = states[0].readahead;
-    std::uint32_t rightDue = states[1].readahead;
-    std::int32_t hunted = 0;
+    uint32_t leftDue = states[0].readahead;
+    uint32_t rightDue = states[1].readahead;
+    int32_t hunted = 0;
     for (; frames - hunted >= kGatherFrames; hunted += kGatherFrames, samples += 2 * kGatherFrames) {
         const __m128i nextBits =
             _mm_unpacklo_epi32(_mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 1, 3, 1)), GatherLsbs(samples));
         const __m128i nextView = Scrambled(nextBits);
         const __m128i view = _mm_or_si128(_mm_srli_epi64(newestView, 32),
                                           _mm_and_si128(nextView, _mm_set1_epi64x(-0x100000000)));
-        const std::uint32_t left =
-            HuntThroughStep(static_cast<std::uint64_t>(_mm_cvtsi128_si64(view)), leftDue);
-        const std::uint32_t right = HuntThroughStep(
-            static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(view, view))), rightDue);
+        const uint32_t left = HuntThroughStep(static_cast<uint64_t>(_mm_cvtsi128_si64(view)), leftDue);
+        const uint32_t right = HuntThroughStep(
+            static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(view, view))), rightDue);
         if (left == 0 || right == 0)
             break;
         leftDue = left;
@@ -201,35 +200,34 @@ std::int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, std
         bits = nextBits;
         newestView = nextView;
     }
-    states[0].window = ReverseBits(static_cast<std::uint64_t>(_mm_cvtsi128_si64(bits)));
-    states[1].window =
-        ReverseBits(static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(bits, bits))));
-    states[0].readahead = static_cast<std::uint8_t>(leftDue);
-    states[1].readahead = static_cast<std::uint8_t>(rightDue);
+    states[0].window = ReverseBits(static_cast<uint64_t>(_mm_cvtsi128_si64(bits)));
+    states[1].window = ReverseBits(static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(bits, bits))));
+    states[0].readahead = static_cast<uint8_t>(leftDue);
+    states[1].readahead = static_cast<uint8_t>(rightDue);
     return hunted;
 }
 
 // Hunts through what frames can be hunted through; gives how many.
-std::int32_t Hunt(const CodeScan *scan, std::int32_t frames)
+int32_t Hunt(const CodeScan *scan, int32_t frames)
 {
     if (scan->channels != 2 || scan->stride != 2 || frames < kGatherFrames)
         return 0;
-    for (std::int32_t i = 0; i < 2; ++i)
+    for (int32_t i = 0; i < 2; ++i)
         if (scan->states[i].arg != 0 || scan->states[i].readahead == 0)
             return 0;
     return HuntStereo(scan->states, scan->samples, frames);
 }
 
-void Advance(CodeScan *scan, std::int32_t frames)
+void Advance(CodeScan *scan, int32_t frames)
 {
     scan->samples += static_cast<std::ptrdiff_t>(frames) * scan->stride;
     scan->consumed += frames;
 }
 
 // Reads the frames, or the length of a hunting step of them, or up to a valid code.
-void ReadLookByLook(CodeScan *scan, std::int32_t frames)
+void ReadLookByLook(CodeScan *scan, int32_t frames)
 {
-    const std::int32_t end = scan->consumed + (frames < kGatherFrames ? frames : kGatherFrames);
+    const int32_t end = scan->consumed + (frames < kGatherFrames ? frames : kGatherFrames);
     while (scan->consumed < end && !scan->accepted)
         Advance(scan, ReadToNextLook(scan, end - scan->consumed));
 }
@@ -237,39 +235,39 @@ void ReadLookByLook(CodeScan *scan, std::int32_t frames)
 // Counts a running timer down for the whole scan, which gives nothing back if a code ends it early. A timer
 // that lapses takes the control with it and shortens the scan; for a channel before it, which has paid for
 // the longer way, that comes too late. Returns the frames that are left to scan.
-std::int32_t ChargeTimer(HdcdChannelState *channel, std::int32_t max)
+int32_t ChargeTimer(HdcdChannelState *channel, int32_t max)
 {
-    if (channel->sustain <= static_cast<std::uint32_t>(max)) {
+    if (channel->sustain <= static_cast<uint32_t>(max)) {
         channel->control = 0;
-        max = static_cast<std::int32_t>(channel->sustain);
+        max = static_cast<int32_t>(channel->sustain);
     }
-    channel->sustain -= static_cast<std::uint32_t>(max);
+    channel->sustain -= static_cast<uint32_t>(max);
     return max;
 }
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(hdcd_find_codes, std::int32_t,
-                      (HdcdChannelState * states, std::int32_t channels, const HdcdSample *samples,
-                       std::int32_t max, std::int32_t stride))
+TONEKIT_INTERNAL_BODY(hdcd_find_codes, int32_t,
+                      (HdcdChannelState * states, int32_t channels, const HdcdSample *samples, int32_t max,
+                       int32_t stride))
 {
     if (max <= 0)
         return 0;
     bool timed[2] = {false, false};
-    for (std::int32_t i = 0; i < channels; ++i) {
+    for (int32_t i = 0; i < channels; ++i) {
         timed[i] = states[i].sustain != 0;
         if (timed[i])
             max = ChargeTimer(&states[i], max);
     }
     CodeScan scan = {states, channels, samples, stride < channels ? channels : stride, 0, false};
     while (scan.consumed < max && !scan.accepted) {
-        const std::int32_t hunted = Hunt(&scan, max - scan.consumed);
+        const int32_t hunted = Hunt(&scan, max - scan.consumed);
         if (hunted == 0)
             ReadLookByLook(&scan, max - scan.consumed);
         else
             Advance(&scan, hunted);
     }
-    for (std::int32_t i = 0; i < channels; ++i)
+    for (int32_t i = 0; i < channels; ++i)
         if (timed[i] && states[i].sustain == 0)
             ++states[i].count_sustain_expired;
     return scan.consumed;

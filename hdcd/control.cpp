@@ -5,15 +5,14 @@
 
 namespace tonekit {
 
-extern "C" std::int32_t hdcd_control_linked(HdcdDecoder *decoder, std::int32_t *peak_extend_0,
-                                            std::int32_t *peak_extend_1)
+extern "C" int32_t hdcd_control_linked(HdcdDecoder *decoder, int32_t *peak_extend_0, int32_t *peak_extend_1)
 {
     const HdcdChannelState &left = decoder->channel[0];
     const HdcdChannelState &right = decoder->channel[1];
     *peak_extend_0 = ExtendsPeaks(left);
     *peak_extend_1 = ExtendsPeaks(right);
-    const std::int32_t leftGain = left.control & kHdcdGainMask;
-    const std::int32_t rightGain = right.control & kHdcdGainMask;
+    const int32_t leftGain = left.control & kHdcdGainMask;
+    const int32_t rightGain = right.control & kHdcdGainMask;
     if (leftGain == rightGain) {
         decoder->val_target_gain = leftGain * kHdcdGainStep;
         return 0;

@@ -14,7 +14,6 @@ namespace tonekit {
 
 // Resolves what both control bytes mean together: sets the shared target gain if they agree on it, and each
 // channel's peak extension on its own. Returns 1 if the target gains differ, else 0.
-extern "C" std::int32_t hdcd_control_linked(HdcdDecoder *decoder, std::int32_t *peak_extend_0,
-                                            std::int32_t *peak_extend_1);
+extern "C" int32_t hdcd_control_linked(HdcdDecoder *decoder, int32_t *peak_extend_0, int32_t *peak_extend_1);
 
 } // namespace tonekit

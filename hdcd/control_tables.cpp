@@ -7,7 +7,7 @@ namespace {
 
 // A packet prefix is 0x7E0FA005 or 0x7E0FA006. An entry is the least distance at which the last 8 bits can be
 // part of one, so no distance below it is worth a look.
-constexpr HdcdTable<std::uint8_t, 256> kReadahead = {{
+constexpr HdcdTable<uint8_t, 256> kReadahead = {{
     3,  2,  1,  1,  31, 30, 31, 17, 31, 30, 31, 29, 31, 30, 31, 16, // 0x00
     31, 30, 31, 29, 31, 30, 31, 28, 31, 30, 31, 29, 31, 30, 31, 15, // 0x10
     31, 30, 31, 29, 31, 30, 31, 28, 31, 30, 31, 29, 31, 30, 31, 27, // 0x20
@@ -26,9 +26,9 @@ constexpr HdcdTable<std::uint8_t, 256> kReadahead = {{
     21, 30, 31, 29, 11, 30, 31, 28, 22, 30, 12, 29, 23, 30, 31, 32, // 0xF0
 }};
 
-constexpr HdcdTable<std::uint8_t, 256> HuntTable()
+constexpr HdcdTable<uint8_t, 256> HuntTable()
 {
-    HdcdTable<std::uint8_t, 256> table{};
+    HdcdTable<uint8_t, 256> table{};
     for (int low = 0; low < 256; ++low) {
         int reversed = 0;
         for (int bit = 0; bit < 8; ++bit)
@@ -44,8 +44,8 @@ constexpr HdcdTable<std::uint8_t, 256> HuntTable()
 
 extern "C" {
 
-constinit const HdcdTable<std::uint8_t, 256> HdcdReadaheadTable = kReadahead;
-constinit const HdcdTable<std::uint8_t, 256> HdcdHuntTable = HuntTable();
+constinit const HdcdTable<uint8_t, 256> HdcdReadaheadTable = kReadahead;
+constinit const HdcdTable<uint8_t, 256> HdcdHuntTable = HuntTable();
 
 } // extern "C"
 

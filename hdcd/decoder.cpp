@@ -13,10 +13,10 @@ using namespace tonekit;
 
 namespace {
 
-void Configure(HdcdDecoder *decoder, std::uint32_t sampleRate, std::int32_t bits)
+void Configure(HdcdDecoder *decoder, uint32_t sampleRate, int32_t bits)
 {
     decoder->configured_rate = sampleRate;
-    decoder->configured_bits = static_cast<std::uint32_t>(bits);
+    decoder->configured_bits = static_cast<uint32_t>(bits);
     hdcd_decoder_init(decoder, sampleRate, bits, 0, kHdcdSilentMismatch);
     ResetDetection(&decoder->detection);
     hdcd_set_log(decoder, &decoder->log_sink);
@@ -26,9 +26,9 @@ void Configure(HdcdDecoder *decoder, std::uint32_t sampleRate, std::int32_t bits
     hdcd_set_analyze_mode(decoder, 0);
 }
 
-bool KnownRate(std::uint32_t sampleRate)
+bool KnownRate(uint32_t sampleRate)
 {
-    for (const std::uint32_t known : {44100u, 48000u, 88200u, 96000u, 176400u, 192000u})
+    for (const uint32_t known : {44100u, 48000u, 88200u, 96000u, 176400u, 192000u})
         if (sampleRate == known)
             return true;
     return false;
@@ -36,8 +36,7 @@ bool KnownRate(std::uint32_t sampleRate)
 
 } // namespace
 
-extern "C" std::uint32_t tonekit::hdcd_reconfigure(HdcdDecoder *decoder, std::uint32_t sample_rate,
-                                                   std::int32_t bits)
+extern "C" uint32_t tonekit::hdcd_reconfigure(HdcdDecoder *decoder, uint32_t sample_rate, int32_t bits)
 {
     if (sample_rate == 0)
         sample_rate = 44100;
@@ -65,7 +64,7 @@ extern "C" void hdcd_reset(HdcdDecoder *decoder)
         Configure(decoder, 44100, 16);
 }
 
-extern "C" void hdcd_process(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t frames)
+extern "C" void hdcd_process(HdcdDecoder *decoder, HdcdSample *samples, int32_t frames)
 {
     if (decoder == nullptr)
         return;
@@ -85,7 +84,7 @@ extern "C" void hdcd_free(HdcdDecoder *decoder)
     std::free(decoder);
 }
 
-extern "C" std::uint32_t hdcd_detected(const HdcdDecoder *decoder)
+extern "C" uint32_t hdcd_detected(const HdcdDecoder *decoder)
 {
     return decoder != nullptr ? decoder->detection.detected : kHdcdNotDetected;
 }

@@ -13,15 +13,15 @@ const char *const HdcdDetectedText[3] = {"not detected", "detected (no effect)",
 
 namespace {
 
-enum : std::uint32_t { kPeakExtendNever = 0, kPeakExtendSometimes = 1, kPeakExtendAlways = 2 };
+enum : uint32_t { kPeakExtendNever = 0, kPeakExtendSometimes = 1, kPeakExtendAlways = 2 };
 
-const char *PacketTypeText(std::uint32_t type)
+const char *PacketTypeText(uint32_t type)
 {
     static constexpr const char *kTexts[] = {"?", "A", "B", "A+B"};
     return type < 4 ? kTexts[type] : "";
 }
 
-const char *PeakExtendText(std::uint32_t peakExtend)
+const char *PeakExtendText(uint32_t peakExtend)
 {
     static constexpr const char *kTexts[] = {"never enabled", "enabled intermittently",
                                              "enabled permanently"};
@@ -30,7 +30,7 @@ const char *PeakExtendText(std::uint32_t peakExtend)
 
 void AddChannel(HdcdDetection *detection, const HdcdChannelState &channel)
 {
-    const std::int32_t packets = channel.code_counterA + channel.code_counterB;
+    const int32_t packets = channel.code_counterA + channel.code_counterB;
     detection->total_packets += packets;
     detection->errors +=
         channel.code_counterA_almost + channel.code_counterB_checkfails + channel.code_counterC_unmatched;

@@ -8,7 +8,7 @@
 namespace tonekit {
 
 // HdcdDetection::detected
-enum : std::uint32_t { kHdcdNotDetected = 0, kHdcdWithoutEffect = 1, kHdcdEffective = 2 };
+enum : uint32_t { kHdcdNotDetected = 0, kHdcdWithoutEffect = 1, kHdcdEffective = 2 };
 
 void ResetDetection(HdcdDetection *detection);
 

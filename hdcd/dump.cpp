@@ -13,7 +13,7 @@ namespace {
 struct Prefix {
     char text[20 + 1] = "";
 
-    Prefix(const char *format, std::int32_t number)
+    Prefix(const char *format, int32_t number)
     {
         if (number >= 0)
             std::snprintf(text, sizeof text, format, number);
@@ -22,7 +22,7 @@ struct Prefix {
 
 } // namespace
 
-extern "C" void hdcd_dump_state(const HdcdChannelState *channel_state, std::int32_t channel_number)
+extern "C" void hdcd_dump_state(const HdcdChannelState *channel_state, int32_t channel_number)
 {
     if (channel_state == nullptr)
         return;
@@ -38,12 +38,12 @@ extern "C" void hdcd_dump_state(const HdcdChannelState *channel_state, std::int3
                    c.code_counterB_checkfails, p, c.code_counterC, p, c.code_counterC_unmatched, p,
                    c.count_peak_extend, p, c.count_transient_filter, p, c.count_sustain_expired, p,
                    c.max_gain, HdcdTargetGainDecibels(c.max_gain));
-    for (std::int32_t gain = 0; gain <= c.max_gain; ++gain)
+    for (int32_t gain = 0; gain <= c.max_gain; ++gain)
         hdcd_log_write(c.log, "%s.tg[%02d] %0.1f dB: %d\n", p, gain, HdcdTargetGainDecibels(gain),
                        c.gain_counts[gain]);
 }
 
-extern "C" void hdcd_dump_state_brief(const HdcdChannelState *channel_state, std::int32_t channel_number)
+extern "C" void hdcd_dump_state_brief(const HdcdChannelState *channel_state, int32_t channel_number)
 {
     if (channel_state == nullptr)
         return;
@@ -56,7 +56,7 @@ extern "C" void hdcd_dump_state_brief(const HdcdChannelState *channel_state, std
                    "%spe: %d, tf: %d, almost_A: %d, checkfail_B: %d, unmatched_C: %d, cdt_expired: %d\n", p,
                    c.count_peak_extend, c.count_transient_filter, c.code_counterA_almost,
                    c.code_counterB_checkfails, c.code_counterC_unmatched, c.count_sustain_expired);
-    for (std::int32_t gain = 0; gain <= c.max_gain; ++gain)
+    for (int32_t gain = 0; gain <= c.max_gain; ++gain)
         hdcd_log_write(c.log, "%stg %0.1f: %d\n", p, HdcdTargetGainDecibels(gain), c.gain_counts[gain]);
 }
 
@@ -64,7 +64,7 @@ extern "C" void hdcd_dump_both(const HdcdDecoder *decoder)
 {
     if (decoder == nullptr)
         return;
-    for (std::int32_t i = 0; i < 2; ++i)
+    for (int32_t i = 0; i < 2; ++i)
         hdcd_dump_state(&decoder->channel[i], i);
 }
 

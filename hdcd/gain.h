@@ -7,10 +7,10 @@ namespace tonekit {
 
 // How the gain stage treats both channels of a linked run.
 struct LinkedGain {
-    std::int32_t bits[2];
-    std::int32_t extend[2];
-    std::int32_t gain[2]; // in force; moved on by the run
-    std::int32_t target;
+    int32_t bits[2];
+    int32_t extend[2];
+    int32_t gain[2]; // in force; moved on by the run
+    int32_t target;
 };
 
 } // namespace tonekit

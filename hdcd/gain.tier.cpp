@@ -16,52 +16,51 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-constexpr std::int32_t kLastPeak = 9855;
+constexpr int32_t kLastPeak = 9855;
 
-std::int32_t PeakLevel(std::int32_t bits)
+int32_t PeakLevel(int32_t bits)
 {
     return (1 << (bits - 1)) - kLastPeak;
 }
 
-std::int32_t ShiftUp(std::int32_t sample, int shift)
+int32_t ShiftUp(int32_t sample, int shift)
 {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sample) << shift);
+    return static_cast<int32_t>(static_cast<uint32_t>(sample) << shift);
 }
 
 // The magnitudes from the level on come from the table. It is made for 16 bits; with 20 and 24 bits its
 // values don't join those of the shift at the level, and that is how it is meant to be.
-std::int32_t ExtendPeak(std::int32_t sample, std::int32_t level, int shift)
+int32_t ExtendPeak(int32_t sample, int32_t level, int shift)
 {
-    const std::uint32_t bitsOfSample = static_cast<std::uint32_t>(sample);
-    const std::uint32_t magnitude = sample < 0 ? 0 - bitsOfSample : bitsOfSample;
-    if (magnitude < static_cast<std::uint32_t>(level))
+    const uint32_t bitsOfSample = static_cast<uint32_t>(sample);
+    const uint32_t magnitude = sample < 0 ? 0 - bitsOfSample : bitsOfSample;
+    if (magnitude < static_cast<uint32_t>(level))
         return ShiftUp(sample, shift);
-    const std::uint32_t above = magnitude - static_cast<std::uint32_t>(level);
-    const std::uint32_t peak = HdcdPeakTable[above < kLastPeak ? static_cast<int>(above) : kLastPeak];
-    return static_cast<std::int32_t>(sample < 0 ? 0 - peak : peak);
+    const uint32_t above = magnitude - static_cast<uint32_t>(level);
+    const uint32_t peak = HdcdPeakTable[above < kLastPeak ? static_cast<int>(above) : kLastPeak];
+    return static_cast<int32_t>(sample < 0 ? 0 - peak : peak);
 }
 
 // Rounds towards minus infinity.
-std::int32_t Attenuate(std::int32_t sample, std::int32_t gain)
+int32_t Attenuate(int32_t sample, int32_t gain)
 {
-    return static_cast<std::int32_t>(std::int64_t{sample} * HdcdGainTable32[gain] >> 23);
+    return static_cast<int32_t>(int64_t{sample} * HdcdGainTable32[gain] >> 23);
 }
 
-void Scale(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t bits, bool extend)
+void Scale(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t bits, bool extend)
 {
     const int shift = 31 - bits;
-    const std::int32_t level = PeakLevel(bits);
-    for (std::int32_t i = 0; i < count; ++i, samples += stride)
+    const int32_t level = PeakLevel(bits);
+    for (int32_t i = 0; i < count; ++i, samples += stride)
         *samples = extend ? ExtendPeak(*samples, level, shift) : ShiftUp(*samples, shift);
 }
 
 // Applies the ramp and sets the gain that it reaches. Returns the samples that it takes.
-std::int32_t Ramp(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t *gain,
-                  std::int32_t target)
+int32_t Ramp(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t *gain, int32_t target)
 {
     const GainRamp ramp = RampTowards(*gain, target, count);
-    std::int32_t step = *gain;
-    for (std::int32_t i = 0; i < ramp.samples; ++i, samples += stride) {
+    int32_t step = *gain;
+    for (int32_t i = 0; i < ramp.samples; ++i, samples += stride) {
         step += ramp.step;
         *samples = Attenuate(*samples, step);
     }
@@ -69,11 +68,11 @@ std::int32_t Ramp(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride
     return ramp.samples;
 }
 
-void Hold(HdcdSample *samples, std::int32_t count, std::ptrdiff_t stride, std::int32_t gain)
+void Hold(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t gain)
 {
     if (gain == 0)
         return;
-    for (std::int32_t i = 0; i < count; ++i, samples += stride)
+    for (int32_t i = 0; i < count; ++i, samples += stride)
         *samples = Attenuate(*samples, gain);
 }
 
@@ -103,7 +102,7 @@ void ScaleFlat(HdcdSample *samples, std::size_t count)
         samples[i] = ShiftUp(samples[i], Shift);
 }
 
-void ScaleUp(HdcdSample *samples, std::size_t count, std::int32_t bits)
+void ScaleUp(HdcdSample *samples, std::size_t count, int32_t bits)
 {
     switch (bits) {
     case 16:
@@ -122,9 +121,9 @@ __m128i ExtendPeaks(__m128i values, __m128i above)
     const __m128i beyond = _mm_cmpgt_epi32(above, last);
     const __m128i below = _mm_srai_epi32(above, 31);
     const __m128i clamped = _mm_or_si128(_mm_and_si128(beyond, last), _mm_andnot_si128(beyond, above));
-    alignas(16) std::int32_t index[4];
+    alignas(16) int32_t index[4];
     _mm_store_si128(reinterpret_cast<__m128i *>(index), _mm_andnot_si128(below, clamped));
-    alignas(16) std::uint32_t peak[4];
+    alignas(16) uint32_t peak[4];
     for (int i = 0; i < 4; ++i)
         peak[i] = HdcdPeakTable[index[i]];
     const __m128i signs = _mm_srai_epi32(values, 31);
@@ -133,12 +132,12 @@ __m128i ExtendPeaks(__m128i values, __m128i above)
 }
 
 // Peaks are rare: where two frames have none, the table is left alone.
-void ScaleWithPeaks(HdcdSample *samples, std::int32_t frames, std::int32_t bits, const std::int32_t *extend)
+void ScaleWithPeaks(HdcdSample *samples, int32_t frames, int32_t bits, const int32_t *extend)
 {
-    const std::int32_t level = PeakLevel(bits);
+    const int32_t level = PeakLevel(bits);
     const int shift = 31 - bits;
-    const std::int32_t left = extend[0] != 0 ? -1 : 0;
-    const std::int32_t right = extend[1] != 0 ? -1 : 0;
+    const int32_t left = extend[0] != 0 ? -1 : 0;
+    const int32_t right = extend[1] != 0 ? -1 : 0;
     const __m128i extended = _mm_setr_epi32(left, right, left, right);
     const __m128i levels = _mm_set1_epi32(level);
     const __m128i shiftCount = _mm_cvtsi32_si128(shift);
@@ -160,7 +159,7 @@ void ScaleWithPeaks(HdcdSample *samples, std::int32_t frames, std::int32_t bits,
             samples[i] = extend[i] != 0 ? ExtendPeak(samples[i], level, shift) : ShiftUp(samples[i], shift);
 }
 
-void ScaleLinked(HdcdSample *samples, std::int32_t frames, const LinkedGain &gain)
+void ScaleLinked(HdcdSample *samples, int32_t frames, const LinkedGain &gain)
 {
     if (gain.bits[0] != gain.bits[1]) {
         for (int i = 0; i < 2; ++i)
@@ -174,7 +173,7 @@ void ScaleLinked(HdcdSample *samples, std::int32_t frames, const LinkedGain &gai
 
 // Holds both channels at the gain that they share. The signed product of a sample and a factor is that of the
 // sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to 54 of it are kept.
-void HoldLinked(HdcdSample *samples, std::int32_t frames, std::int32_t gain)
+void HoldLinked(HdcdSample *samples, int32_t frames, int32_t gain)
 {
     if (gain == 0)
         return;
@@ -195,24 +194,24 @@ void HoldLinked(HdcdSample *samples, std::int32_t frames, std::int32_t gain)
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(hdcd_envelope, std::int32_t,
-                      (HdcdSample * samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
-                       std::int32_t gain, std::int32_t target_gain, std::int32_t extend))
+TONEKIT_INTERNAL_BODY(hdcd_envelope, int32_t,
+                      (HdcdSample * samples, int32_t count, int32_t stride, int32_t bits, int32_t gain,
+                       int32_t target_gain, int32_t extend))
 {
     Scale(samples, count, stride, bits, extend != 0);
-    const std::int32_t ramped = Ramp(samples, count, stride, &gain, target_gain);
+    const int32_t ramped = Ramp(samples, count, stride, &gain, target_gain);
     Hold(samples + static_cast<std::ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
     return gain;
 }
 
-TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (HdcdSample * samples, std::int32_t frames, LinkedGain *gain))
+TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (HdcdSample * samples, int32_t frames, LinkedGain *gain))
 {
     ScaleLinked(samples, frames, *gain);
-    std::int32_t ramped[2];
+    int32_t ramped[2];
     for (int i = 0; i < 2; ++i)
         ramped[i] = Ramp(samples + i, frames, 2, &gain->gain[i], gain->target);
     // The channel whose ramp was shorter holds alone until the other one has caught up.
-    const std::int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
+    const int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
     for (int i = 0; i < 2; ++i)
         Hold(samples + i + 2 * static_cast<std::ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
     // Both have reached the target, unless no frame is left.

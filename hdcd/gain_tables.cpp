@@ -18,16 +18,16 @@ constexpr double Exponential(double x)
 }
 
 // 2^23 * 10^(-gain / 5120): the factor rounded to single precision, the product truncated.
-constexpr std::uint32_t GainEntry(int gain)
+constexpr uint32_t GainEntry(int gain)
 {
     constexpr double kNaturalLogOf10 = 2.302585092994045684;
     const float factor = static_cast<float>(Exponential(-gain * kNaturalLogOf10 / 5120));
-    return static_cast<std::uint32_t>(factor * 8388608.0f);
+    return static_cast<uint32_t>(factor * 8388608.0f);
 }
 
-constexpr HdcdTable<std::uint32_t, 1921> GainTable()
+constexpr HdcdTable<uint32_t, 1921> GainTable()
 {
-    HdcdTable<std::uint32_t, 1921> table{};
+    HdcdTable<uint32_t, 1921> table{};
     for (int gain = 0; gain < 1921; ++gain)
         table.entry[gain] = GainEntry(gain);
     return table;
@@ -36,8 +36,8 @@ constexpr HdcdTable<std::uint32_t, 1921> GainTable()
 // A straight piece of the peak curve; it ends where the next one begins.
 struct PeakPiece {
     int first;
-    std::uint32_t value;
-    std::uint32_t step;
+    uint32_t value;
+    uint32_t step;
 };
 
 // The pieces of one index differ by 256 from their neighbours; they belong to the curve.
@@ -62,14 +62,14 @@ constexpr PeakPiece kPeakPieces[] = {
 constexpr int kPeakPieceCount = sizeof kPeakPieces / sizeof *kPeakPieces;
 constexpr int kLastPeak = 9855;
 
-constexpr HdcdTable<std::uint32_t, 9856> PeakTable()
+constexpr HdcdTable<uint32_t, 9856> PeakTable()
 {
-    HdcdTable<std::uint32_t, 9856> table{};
+    HdcdTable<uint32_t, 9856> table{};
     for (int i = 0; i < kPeakPieceCount; ++i) {
         const PeakPiece &piece = kPeakPieces[i];
         const int last = i + 1 < kPeakPieceCount ? kPeakPieces[i + 1].first : kLastPeak;
         for (int index = piece.first; index <= last; ++index)
-            table.entry[index] = piece.value + piece.step * static_cast<std::uint32_t>(index - piece.first);
+            table.entry[index] = piece.value + piece.step * static_cast<uint32_t>(index - piece.first);
     }
     return table;
 }
@@ -80,7 +80,7 @@ constexpr bool PeakPiecesJoin()
     for (int i = 0; i + 1 < kPeakPieceCount; ++i) {
         const PeakPiece &piece = kPeakPieces[i];
         const PeakPiece &next = kPeakPieces[i + 1];
-        if (piece.value + piece.step * static_cast<std::uint32_t>(next.first - piece.first) != next.value)
+        if (piece.value + piece.step * static_cast<uint32_t>(next.first - piece.first) != next.value)
             return false;
     }
     return true;
@@ -91,8 +91,8 @@ static_assert(PeakPiecesJoin());
 
 extern "C" {
 
-constinit const HdcdTable<std::uint32_t, 1921> HdcdGainTable32 = GainTable();
-constinit const HdcdTable<std::uint32_t, 9856> HdcdPeakTable = PeakTable();
+constinit const HdcdTable<uint32_t, 1921> HdcdGainTable32 = GainTable();
+constinit const HdcdTable<uint32_t, 9856> HdcdPeakTable = PeakTable();
 
 } // extern "C"
 

@@ -25,12 +25,12 @@ extern "C" void hdcd_log_write(const HdcdLogSink *log, const char *format, ...)
     va_end(arguments);
 }
 
-float HdcdTargetGainDecibels(std::int32_t value)
+float HdcdTargetGainDecibels(int32_t value)
 {
     return HdcdGainDecibels(value * kHdcdGainStep);
 }
 
-float HdcdGainDecibels(std::int32_t gain)
+float HdcdGainDecibels(int32_t gain)
 {
     if (gain < kHdcdGainStep)
         return 0.0f;

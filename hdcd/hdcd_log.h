@@ -13,9 +13,9 @@ extern "C" void hdcd_log_write(const HdcdLogSink *log, const char *format, ...)
     __attribute__((format(printf, 2, 3)));
 
 // A target gain value of 0 to 15 in dB: 0.0 down to -7.5.
-float HdcdTargetGainDecibels(std::int32_t value);
+float HdcdTargetGainDecibels(int32_t value);
 
 // A gain in 1/256 dB of attenuation in dB, cut to steps of 0.5.
-float HdcdGainDecibels(std::int32_t gain);
+float HdcdGainDecibels(int32_t gain);
 
 } // namespace tonekit

@@ -7,8 +7,8 @@
 
 namespace tonekit {
 
-extern "C" void hdcd_channel_init(HdcdChannelState *channel, std::uint32_t sample_rate, std::int32_t bits,
-                                  std::int32_t cdt_ms, std::uint32_t options)
+extern "C" void hdcd_channel_init(HdcdChannelState *channel, uint32_t sample_rate, int32_t bits,
+                                  int32_t cdt_ms, uint32_t options)
 {
     if (channel == nullptr)
         return;
@@ -20,12 +20,12 @@ extern "C" void hdcd_channel_init(HdcdChannelState *channel, std::uint32_t sampl
     channel->bits = bits != 0 ? bits : 16;
     channel->cdt_ms = cdt_ms != 0 ? std::clamp(cdt_ms, 100, 60000) : 2000;
     // Both divisions truncate, in this order: the timer is a whole number of 1/100 s of samples per 10 ms.
-    channel->sustain_reset = channel->sample_rate / 100 * static_cast<std::uint32_t>(channel->cdt_ms) / 10;
+    channel->sustain_reset = channel->sample_rate / 100 * static_cast<uint32_t>(channel->cdt_ms) / 10;
     channel->count_sustain_expired = -1;
 }
 
-extern "C" void hdcd_decoder_init(HdcdDecoder *decoder, std::uint32_t sample_rate, std::int32_t bits,
-                                  std::int32_t cdt_ms, std::uint32_t options)
+extern "C" void hdcd_decoder_init(HdcdDecoder *decoder, uint32_t sample_rate, int32_t bits, int32_t cdt_ms,
+                                  uint32_t options)
 {
     if (decoder == nullptr)
         return;
@@ -39,7 +39,7 @@ extern "C" void hdcd_set_log(void *decoder_or_channel, HdcdLogSink *sink)
 {
     if (decoder_or_channel == nullptr)
         return;
-    switch (*static_cast<const std::uint32_t *>(decoder_or_channel)) {
+    switch (*static_cast<const uint32_t *>(decoder_or_channel)) {
     case kHdcdChannelRecord:
         static_cast<HdcdChannelState *>(decoder_or_channel)->log = sink;
         break;
@@ -50,11 +50,11 @@ extern "C" void hdcd_set_log(void *decoder_or_channel, HdcdLogSink *sink)
     }
 }
 
-extern "C" void hdcd_set_analyze_mode(void *decoder_or_channel, std::uint32_t mode)
+extern "C" void hdcd_set_analyze_mode(void *decoder_or_channel, uint32_t mode)
 {
     if (decoder_or_channel == nullptr)
         return;
-    switch (*static_cast<const std::uint32_t *>(decoder_or_channel)) {
+    switch (*static_cast<const uint32_t *>(decoder_or_channel)) {
     case kHdcdChannelRecord:
         static_cast<HdcdChannelState *>(decoder_or_channel)->analyze_mode = mode;
         break;

@@ -19,22 +19,22 @@ extern "C" {
 
 // By the low byte of the scrambled view: how many more bits must arrive before a packet prefix can be
 // complete.
-extern const HdcdTable<std::uint8_t, 256> HdcdReadaheadTable;
+extern const HdcdTable<uint8_t, 256> HdcdReadaheadTable;
 
 // The same by these 8 bits in time order, the oldest in bit 0; 0 where the whole view has to be looked at.
-extern const HdcdTable<std::uint8_t, 256> HdcdHuntTable;
+extern const HdcdTable<uint8_t, 256> HdcdHuntTable;
 
 // By a gain in 1/256 dB of attenuation, 0 to 1920: the factor times 2^23.
-extern const HdcdTable<std::uint32_t, 1921> HdcdGainTable32;
+extern const HdcdTable<uint32_t, 1921> HdcdGainTable32;
 
 // By how far a magnitude lies above the peak extend level: the magnitude that it means. The last entry, for
 // -32768, is 0x80000000, which is its own negative.
-extern const HdcdTable<std::uint32_t, 9856> HdcdPeakTable;
+extern const HdcdTable<uint32_t, 9856> HdcdPeakTable;
 
 // One period of the analysis tone, 0.1 of full scale: for the rates that are multiples of 48000 Hz, and for
 // all others.
-extern const HdcdTable<std::int16_t, 588> HdcdToneTable44;
-extern const HdcdTable<std::int16_t, 640> HdcdToneTable48;
+extern const HdcdTable<int16_t, 588> HdcdToneTable44;
+extern const HdcdTable<int16_t, 640> HdcdToneTable48;
 
 } // extern "C"
 

@@ -14,7 +14,7 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-constexpr std::int32_t kGatherFrames = 32;
+constexpr int32_t kGatherFrames = 32;
 
 #ifdef __AVX2__
 

@@ -18,20 +18,20 @@ TONEKIT_SIBLING(EnvelopeLinked);
 
 namespace {
 
-HdcdSample *FrameAt(HdcdSample *samples, std::int32_t frame, std::int32_t stride)
+HdcdSample *FrameAt(HdcdSample *samples, int32_t frame, int32_t stride)
 {
     return samples + static_cast<std::ptrdiff_t>(frame) * stride;
 }
 
-std::int32_t WrappingSum(std::int32_t a, std::int32_t b)
+int32_t WrappingSum(int32_t a, int32_t b)
 {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
 }
 
 // What a channel's control byte asks for; valid until it is read again.
 struct ChannelControl {
-    std::int32_t extend;
-    std::int32_t target;
+    int32_t extend;
+    int32_t target;
 };
 
 ChannelControl ControlOf(const HdcdChannelState *state)
@@ -39,7 +39,7 @@ ChannelControl ControlOf(const HdcdChannelState *state)
     return {ExtendsPeaks(*state), (state->control & kHdcdGainMask) * kHdcdGainStep};
 }
 
-void RunChannel(HdcdChannelState *state, HdcdSample *samples, std::int32_t count, std::int32_t stride,
+void RunChannel(HdcdChannelState *state, HdcdSample *samples, int32_t count, int32_t stride,
                 ChannelControl control)
 {
     if (state->analyze_mode != 0)
@@ -55,7 +55,7 @@ struct LinkedBlock {
     HdcdDecoder *decoder;
     HdcdSample *samples; // of the next frame that the gain stage takes
     bool heard;          // whether anybody wants the samples
-    std::int32_t mismatch;
+    int32_t mismatch;
     LinkedGain gain;
 };
 
@@ -67,7 +67,7 @@ void TakeControl(LinkedBlock *block)
 }
 
 // The gain stage over the next frames.
-void RunLinked(LinkedBlock *block, std::int32_t frames)
+void RunLinked(LinkedBlock *block, int32_t frames)
 {
     HdcdDecoder *decoder = block->decoder;
     LinkedGain *gain = &block->gain;
@@ -87,7 +87,7 @@ void RunLinked(LinkedBlock *block, std::int32_t frames)
 }
 
 // Takes both channels through a block, whose samples are decoded only if they are to be heard.
-std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t count, bool heard)
+int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, int32_t count, bool heard)
 {
     HdcdChannelState *channels = decoder->channel;
     if (decoder->analyze_mode != 0 && count >= 1) // an empty block may be null
@@ -103,12 +103,12 @@ std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t 
     }
     TakeControl(&block);
     if (count >= 1) {
-        std::int32_t remaining = count;
-        std::int32_t lead = 0;
+        int32_t remaining = count;
+        int32_t lead = 0;
         do {
-            const std::int32_t scanned = TONEKIT_TIER::hdcd_find_codes(
+            const int32_t scanned = TONEKIT_TIER::hdcd_find_codes(
                 channels, 2, FrameAt(block.samples, lead, 2), remaining - lead, 0);
-            const std::int32_t run = scanned + lead - 1;
+            const int32_t run = scanned + lead - 1;
             RunLinked(&block, run);
             TakeControl(&block);
             remaining -= run;
@@ -125,16 +125,15 @@ std::int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, std::int32_t 
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
-                      (HdcdChannelState * state, HdcdSample *samples, std::int32_t count,
-                       std::int32_t stride))
+TONEKIT_INTERNAL_BODY(hdcd_process_channel, int32_t,
+                      (HdcdChannelState * state, HdcdSample *samples, int32_t count, int32_t stride))
 {
     if (state->analyze_mode != 0)
         PrepareAnalysis(state, samples, count, stride);
     if (count >= 1) {
         ChannelControl control = ControlOf(state);
-        std::int32_t run = TONEKIT_TIER::hdcd_find_codes(state, 1, samples, count, stride) - 1;
-        std::int32_t remaining = count;
+        int32_t run = TONEKIT_TIER::hdcd_find_codes(state, 1, samples, count, stride) - 1;
+        int32_t remaining = count;
         for (;;) {
             RunChannel(state, samples, run, stride, control);
             samples = FrameAt(samples, run, stride);
@@ -150,14 +149,13 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, std::int32_t,
     return state->running_gain;
 }
 
-TONEKIT_INTERNAL_BODY(hdcd_process_linked, std::int32_t,
-                      (HdcdDecoder * decoder, HdcdSample *samples, std::int32_t count))
+TONEKIT_INTERNAL_BODY(hdcd_process_linked, int32_t,
+                      (HdcdDecoder * decoder, HdcdSample *samples, int32_t count))
 {
     return TakeLinked(decoder, samples, count, true);
 }
 
-TONEKIT_INTERNAL_BODY(FollowLinked, std::int32_t,
-                      (HdcdDecoder * decoder, HdcdSample *samples, std::int32_t count))
+TONEKIT_INTERNAL_BODY(FollowLinked, int32_t, (HdcdDecoder * decoder, HdcdSample *samples, int32_t count))
 {
     return TakeLinked(decoder, samples, count, false);
 }

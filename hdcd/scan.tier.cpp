@@ -18,7 +18,7 @@ namespace {
 
 // The block to follow. Wide samples are read where they are, unless an analysis mode is about to write its
 // tone over them.
-HdcdSample *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const HdcdSample *samples,
+HdcdSample *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const HdcdSample *samples,
                           std::size_t count)
 {
     if (decoder->analyze_mode == 0)
@@ -27,8 +27,7 @@ HdcdSample *BlockToFollow(const HdcdDecoder *decoder, std::int32_t *copy, const 
     return copy;
 }
 
-HdcdSample *BlockToFollow(const HdcdDecoder *, std::int32_t *copy, const HdcdSample16 *samples,
-                          std::size_t count)
+HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16 *samples, std::size_t count)
 {
     std::size_t i = 0;
     for (; count - i >= 8; i += 8) {
@@ -45,7 +44,7 @@ HdcdSample *BlockToFollow(const HdcdDecoder *, std::int32_t *copy, const HdcdSam
 
 // Negative counts are empty blocks, and an empty block needs no copy.
 template <class Sample>
-std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t frames)
+uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, int32_t frames)
 {
     if (decoder == nullptr)
         return kHdcdNotDetected;
@@ -53,12 +52,12 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
         return kHdcdEffective;
     if (samples == nullptr || frames < 0)
         frames = 0;
-    std::int32_t *copy = nullptr;
+    int32_t *copy = nullptr;
     HdcdSample *block = nullptr;
     if (frames != 0) {
         // Asked for in any case: whether a scan succeeds must not hang on the mode.
         const auto count = 2 * static_cast<std::size_t>(frames);
-        copy = static_cast<std::int32_t *>(std::malloc(count * sizeof *copy));
+        copy = static_cast<int32_t *>(std::malloc(count * sizeof *copy));
         if (copy == nullptr)
             return kHdcdNotDetected;
         block = BlockToFollow(decoder, copy, samples, count);
@@ -71,14 +70,12 @@ std::uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, std::int32_t fra
 
 } // namespace
 
-TONEKIT_BODY(hdcd_scan, std::uint32_t,
-             (HdcdDecoder * decoder, const HdcdSample *samples, std::int32_t frames))
+TONEKIT_BODY(hdcd_scan, uint32_t, (HdcdDecoder * decoder, const HdcdSample *samples, int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }
 
-TONEKIT_BODY(hdcd_scan16, std::uint32_t,
-             (HdcdDecoder * decoder, const HdcdSample16 *samples, std::int32_t frames))
+TONEKIT_BODY(hdcd_scan16, uint32_t, (HdcdDecoder * decoder, const HdcdSample16 *samples, int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }

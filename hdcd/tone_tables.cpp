@@ -19,16 +19,16 @@ constexpr double Sine(double x)
 
 // sin(2 pi index / Size) * 0.1 * 32767, truncated towards zero. Size is a multiple of 4.
 template <std::size_t Size>
-constexpr HdcdTable<std::int16_t, Size> ToneTable()
+constexpr HdcdTable<int16_t, Size> ToneTable()
 {
     constexpr int kCount = Size;
     constexpr double kPi = 3.141592653589793238;
-    HdcdTable<std::int16_t, Size> table{};
+    HdcdTable<int16_t, Size> table{};
     for (int index = 0; index < kCount; ++index) {
         const int half = index % (kCount / 2);
         const int quarter = half <= kCount / 4 ? half : kCount / 2 - half;
         const int value = static_cast<int>(Sine(2 * kPi * quarter / kCount) * 0.1 * 32767);
-        table.entry[index] = static_cast<std::int16_t>(index < kCount / 2 ? value : -value);
+        table.entry[index] = static_cast<int16_t>(index < kCount / 2 ? value : -value);
     }
     return table;
 }
@@ -37,8 +37,8 @@ constexpr HdcdTable<std::int16_t, Size> ToneTable()
 
 extern "C" {
 
-constinit const HdcdTable<std::int16_t, 588> HdcdToneTable44 = ToneTable<588>();
-constinit const HdcdTable<std::int16_t, 640> HdcdToneTable48 = ToneTable<640>();
+constinit const HdcdTable<int16_t, 588> HdcdToneTable44 = ToneTable<588>();
+constinit const HdcdTable<int16_t, 640> HdcdToneTable48 = ToneTable<640>();
 
 } // extern "C"
 

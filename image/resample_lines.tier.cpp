@@ -36,7 +36,7 @@ struct Strip {
     Slice slices[kSpan];
 };
 
-inline __attribute__((always_inline)) void Widen(uint32_t pixel, double *values)
+[[gnu::always_inline]] inline void Widen(uint32_t pixel, double *values)
 {
     const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(pixel));
 #ifdef __AVX__
@@ -51,7 +51,7 @@ inline __attribute__((always_inline)) void Widen(uint32_t pixel, double *values)
 
 // total / sum + 0.5, truncated and clamped to a byte each. What the conversion can't hold, NaN and infinity
 // included, becomes the lowest integer and so 0.
-inline __attribute__((always_inline)) uint32_t Narrow(const double *totals, double sum)
+[[gnu::always_inline]] inline uint32_t Narrow(const double *totals, double sum)
 {
 #ifdef __AVX__
     const __m256d quotient = _mm256_div_pd(_mm256_load_pd(totals), _mm256_set1_pd(sum));
@@ -93,7 +93,7 @@ void Load(const Group &group, size_t first, size_t count, Strip &strip)
     }
 }
 
-inline __attribute__((always_inline)) Register Spread(double value)
+[[gnu::always_inline]] inline Register Spread(double value)
 {
 #ifdef __AVX__
     return _mm256_set1_pd(value);
@@ -103,9 +103,8 @@ inline __attribute__((always_inline)) Register Spread(double value)
 }
 
 // Adds entries to the sums of all lines; `first` is the source position of the strip's first slice.
-inline __attribute__((always_inline)) void Accumulate(const Strip &strip, size_t first,
-                                                      const int32_t *indices, const double *weights,
-                                                      size_t count, Slice &totals)
+[[gnu::always_inline]] inline void Accumulate(const Strip &strip, size_t first, const int32_t *indices,
+                                              const double *weights, size_t count, Slice &totals)
 {
     constexpr size_t kSums = kLines * kRegisters;
     Register sums[kSums];
@@ -121,7 +120,7 @@ inline __attribute__((always_inline)) void Accumulate(const Strip &strip, size_t
     std::memcpy(&totals, sums, sizeof(sums));
 }
 
-inline __attribute__((always_inline)) void Store(const Group &group, size_t output, const Slice &totals)
+[[gnu::always_inline]] inline void Store(const Group &group, size_t output, const Slice &totals)
 {
     uint32_t *pixel = group.target + output * group.pass.target_step;
     const size_t line_step = group.pass.target_line_step;

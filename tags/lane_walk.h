@@ -29,7 +29,7 @@ constexpr uint64_t kCommonZeros = 4 + 2;
 
 // Passes a string item, one that is common, by its length, unless it may have the wanted key or no string
 // item follows. That its marker is right and that it ends before the bytes in use do has been seen before.
-inline __attribute__((always_inline)) bool PassCommon(const WantedKey &key, const uint8_t *&item)
+[[gnu::always_inline]] inline bool PassCommon(const WantedKey &key, const uint8_t *&item)
 {
     const uint32_t length = ReadLength(item + 1);
     const uint32_t zeros = ZerosIn16(item + kHeaderBytes);
@@ -65,7 +65,7 @@ struct Lane {
 };
 
 // Passes a string item that isn't common, text by text.
-__attribute__((noinline)) void StepByText(const TagBlock *block, const WantedKey &key, Lane &lane)
+[[gnu::noinline]] void StepByText(const TagBlock *block, const WantedKey &key, Lane &lane)
 {
     StringItem item;
     lane.found = key.IsKeyOf(lane.at);

@@ -11,7 +11,7 @@ namespace tonekit {
 // The futex of an atomic's wait needs no destruction, so a thread that still waits when the process ends
 // can't hold up the end, as it would with a condition variable.
 struct AutoResetEvent {
-    std::atomic<std::uint32_t> signalled{1};
+    std::atomic<uint32_t> signalled{1};
 };
 
 AutoResetEvent *CreateSignalledEvent()

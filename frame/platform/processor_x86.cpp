@@ -8,14 +8,14 @@ namespace tonekit {
 
 namespace {
 
-constexpr std::uint32_t kOsxsave = 1u << 27; // leaf 1 ECX: XGETBV may be used
+constexpr uint32_t kOsxsave = 1u << 27; // leaf 1 ECX: XGETBV may be used
 
-std::uint64_t ReadXcr0()
+uint64_t ReadXcr0()
 {
-    std::uint32_t low = 0;
-    std::uint32_t high = 0;
+    uint32_t low = 0;
+    uint32_t high = 0;
     __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return (std::uint64_t{high} << 32) | low;
+    return (uint64_t{high} << 32) | low;
 }
 
 } // namespace
