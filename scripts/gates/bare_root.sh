@@ -12,8 +12,11 @@ make_bare_root() {
         mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' | awk -v suite=$suite '$2 == suite { print $1; exit }')
         eval "$(apt-config shell proxy Acquire::http::Proxy)"
         [ -z "$proxy" ] || export http_proxy=$proxy
-        debootstrap --variant=minbase --include=make,git,ca-certificates $suite "$root" \
-            "${mirror:-http://deb.debian.org/debian}" >&2 || { echo "debootstrap failed"; return 1; }
+        # A making that was interrupted leaves nothing that looks like a root.
+        rm -rf --one-file-system "$root.making"
+        debootstrap --variant=minbase --include=make,git,ca-certificates $suite "$root.making" \
+            "${mirror:-http://deb.debian.org/debian}" >&2 && mv -T "$root.making" "$root" ||
+            { echo "debootstrap failed"; return 1; }
     fi
     copy_network_settings "$root" >&2
     mount -t proc proc "$root/proc" >&2 && mount --rbind /dev "$root/dev" >&2 || { echo "no mounts"; return 1; }
