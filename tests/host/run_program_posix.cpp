@@ -51,6 +51,14 @@ namespace {
     for (const std::string &argument : arguments)
         argv.push_back(const_cast<char *>(argument.c_str()));
     argv.push_back(nullptr);
+    // With TONEKIT_TEST_PROCESSOR set, qemu emulates that processor for the program.
+    if (char *const processor = std::getenv("TONEKIT_TEST_PROCESSOR")) {
+        char *const emulator[] = {const_cast<char *>("qemu-x86_64"), const_cast<char *>("-cpu"), processor};
+        argv[0] = const_cast<char *>(TONEKIT_CONVERT);
+        argv.insert(argv.begin(), std::begin(emulator), std::end(emulator));
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
     execv(TONEKIT_CONVERT, argv.data());
     _exit(127);
 }
