@@ -230,12 +230,12 @@ void Predict(T *line, size_t count, const T *taps, ptrdiff_t used)
 template <int kLines, class T>
 void PredictAhead(T *const *lines, const T *const *taps, ptrdiff_t used)
 {
-    Row<T, kAhead> sums[kLines] = {};
+    Row<T, kAhead> sums[size_t{kLines}] = {};
     for (ptrdiff_t k = used - 1; k >= kAhead - 1; --k)
         for (int i = 0; i < kLines; ++i)
             sums[i] = sums[i].Minus(Row<T, kAhead>::Load(lines[i] - 1 - k).Times(taps[i][k]));
-    T sum[kLines][kAhead];
-    T recent[kLines][kAhead - 1 + kAhead];
+    T sum[size_t{kLines}][kAhead];
+    T recent[size_t{kLines}][kAhead - 1 + kAhead];
     for (int i = 0; i < kLines; ++i) {
         sums[i].Store(sum[i]);
         for (int k = 0; k < kAhead - 1; ++k)
@@ -279,8 +279,8 @@ void PredictLine(T *line, size_t count, const T *taps, ptrdiff_t used)
 template <int kLines, class T>
 void PredictLines(const Analysis<T> *channels, size_t taps, size_t count)
 {
-    T *lines[kLines];
-    const T *factors[kLines];
+    T *lines[size_t{kLines}];
+    const T *factors[size_t{kLines}];
     for (int i = 0; i < kLines; ++i) {
         lines[i] = channels[i].line + taps;
         factors[i] = channels[i].narrowTaps;

@@ -49,7 +49,7 @@ constexpr double kAllSmall = 0x1p-125;
 template <int kAhead>
 void PredictFaintAhead(double *next, const double *taps, ptrdiff_t used)
 {
-    double sums[kAhead] = {};
+    double sums[size_t{kAhead}] = {};
     for (ptrdiff_t k = used - 1; k >= kAhead - 1; --k)
         for (int ahead = 0; ahead < kAhead; ++ahead)
             sums[ahead] = RoundedToFloat(sums[ahead] - RoundedToFloat(next[ahead - 1 - k] * taps[k]));
@@ -83,7 +83,7 @@ size_t PredictFaint(float *line, size_t count, const float *narrowTaps, ptrdiff_
         for (int i = 0; i < kFaintBlock; i += kAhead)
             PredictFaintAhead<kAhead>(next + i, taps, used);
         bool silent = true;
-        for (int i = 0; i < kFaintBlock; ++i) {
+        for (size_t i = 0; i < kFaintBlock; ++i) {
             line[done + i] = FloatOf(next[i]);
             faint &= __builtin_fabs(next[i]) < static_cast<double>(kFaint);
             silent &= next[i] == 0.0;

@@ -247,7 +247,7 @@ int RunJobs(const Options &options, const Extras &extras, const std::vector<Job>
     const auto start = std::chrono::steady_clock::now();
     ProgressJson lines;
     ProgressView &shown =
-        options.progress == ProgressChoice::Json ? static_cast<ProgressView &>(lines) : console;
+        options.progress == ProgressChoice::JsonLines ? static_cast<ProgressView &>(lines) : console;
     ProgressPasses passes(shown);
     const bool twice = options.normalizeAlbum && !options.dryRun;
     const std::vector<Job> ready = twice ? WithAlbumLevels(options, extras, jobs, passes) : jobs;

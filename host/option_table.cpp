@@ -30,7 +30,7 @@ constexpr Choice<bool> kByAlbum[] = {{"track", false}, {"album", true}};
 constexpr Choice<bool> kSwitch[] = {{"on", true}, {"off", false}};
 constexpr Choice<HashKind> kHashes[] = {{"sha256", HashKind::Sha256}, {"sha512", HashKind::Sha512}};
 constexpr Choice<ProgressChoice> kProgresses[] = {
-    {"auto", ProgressChoice::Auto}, {"json", ProgressChoice::Json}, {"off", ProgressChoice::Off}};
+    {"auto", ProgressChoice::Auto}, {"json", ProgressChoice::JsonLines}, {"off", ProgressChoice::Off}};
 
 template <const auto &Choices>
 std::vector<std::string> NamesOf()

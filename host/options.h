@@ -33,7 +33,7 @@ enum class DitherMode : uint32_t {
 enum class HdcdChoice { Auto, On, Off };
 enum class MixLevel { Fixed, Auto };
 enum class HashKind { Sha256, Sha512 };
-enum class ProgressChoice { Auto, Json, Off };
+enum class ProgressChoice { Auto, JsonLines, Off };
 
 struct Options {
     Command command = Command::Convert;

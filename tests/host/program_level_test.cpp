@@ -286,9 +286,9 @@ TEST_F(Levels, AMixIsLoweredEvenlyIfItsLevelIsAuto)
     EXPECT_NEAR(report["level"]["gain"].get<double>(), -2.447, 0.01);
     SF_INFO info{};
     const std::vector<double> values = ValuesOf(folder / "b.wav", info);
-    for (const size_t frame : {0, 44099, 88200, 132299})
+    for (const size_t frame : {0U, 44099U, 88200U, 132299U})
         EXPECT_NEAR(values[2 * frame], 0.1 * 2.2091 / (0.6 * 2.2091), 0.0001) << frame;
-    for (const size_t frame : {44100, 88199})
+    for (const size_t frame : {44100U, 88199U})
         EXPECT_NEAR(values[2 * frame], 1, 0.0001) << frame;
     // Where nothing clips, nothing is done.
     WriteSound(folder / "soft.wav", Tone(kWav16, 44100, 5, 50000, 440, 0.3));
