@@ -50,7 +50,8 @@ TEST(TextMemory, EmptyGivesANewEmptyText)
 
 TEST(TextMemory, FourNamesAreOneRoutine)
 {
-    // Addresses read at run time: a compiler may take it that two names are two functions, and compare nothing.
+    // Addresses read at run time: a compiler may take it that two names are two functions, and compare
+    // nothing.
     void (*volatile released[])(void *) = {UNC_freeStr, UNC_freeWStr, UUFreeMem, BASE64FreeMem};
     for (int i = 1; i < 4; ++i) {
         void (*const other)(void *) = released[i];
