@@ -146,7 +146,7 @@ TEST(Circumstances, AFileDoesWithTheThreadsThatThereIsMemoryFor)
     const std::string expected = ReadText(folder / "b.flac");
     int done = 0;
     int failed = 0;
-    for (unsigned long mebibytes = 30; mebibytes < 110; mebibytes += 4) {
+    for (unsigned long mebibytes = 8; mebibytes < 60; mebibytes += 2) {
         WriteText(folder / "b.flac", "precious");
         const Outcome outcome = convert(mebibytes);
         // Before the program itself begins, the loader has its own words.
