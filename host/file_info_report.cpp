@@ -63,38 +63,38 @@ std::string PictureText(const Picture &picture)
 // A tag may have several values, so that each has a list of them.
 Json ValuesJson(const std::string &text)
 {
-    Json values = Json::array();
+    Json values = Json::Array();
     size_t start = 0;
     for (size_t end = 0; end != std::string::npos; start = end + 1) {
         end = text.find(kValueSeparator, start);
-        values.push_back(text.substr(start, end == std::string::npos ? end : end - start));
+        values.Add(text.substr(start, end == std::string::npos ? end : end - start));
     }
     return values;
 }
 
 Json TagsJson(const FileInfo &info)
 {
-    Json tags = Json::object();
+    Json tags = Json::Object();
     for (const auto &[key, value] : info.text)
-        tags[key] = ValuesJson(value);
+        tags.Set(key, ValuesJson(value));
     return tags;
 }
 
 Json PicturesJson(const FileInfo &info)
 {
-    Json pictures = Json::array();
+    Json pictures = Json::Array();
     for (const Picture &picture : info.pictures)
-        pictures.push_back({{"type", NameOfPictureType(picture.type)},
-                            {"mime", picture.mime.empty() ? Json() : Json(picture.mime)},
-                            {"bytes", picture.data.size()}});
+        pictures.Add({{"type", NameOfPictureType(picture.type)},
+                      {"mime", picture.mime.empty() ? Json() : Json(picture.mime)},
+                      {"bytes", picture.data.size()}});
     return pictures;
 }
 
 Json ChaptersJson(const FileInfo &info)
 {
-    Json chapters = Json::array();
+    Json chapters = Json::Array();
     for (const Chapter &chapter : info.chapters)
-        chapters.push_back({{"start", ChapterTime(chapter.position)}, {"name", chapter.name}});
+        chapters.Add({{"start", ChapterTime(chapter.position)}, {"name", chapter.name}});
     return chapters;
 }
 
@@ -102,8 +102,8 @@ Json InfoOfFileJson(const FileInfo &info)
 {
     const bool known = info.error.empty();
     Json json = {{"ok", known}, {"error", ErrorJson(info.error)}};
-    json.update(StreamJson(info.stream));
-    json.update({{"hdcd", HdcdJson(info.hdcd)},
+    json.SetAll(StreamJson(info.stream));
+    json.SetAll({{"hdcd", HdcdJson(info.hdcd)},
                  {"tags", known ? TagsJson(info) : Json()},
                  {"pictures", known ? PicturesJson(info) : Json()},
                  {"chapters", known ? ChaptersJson(info) : Json()},
@@ -142,10 +142,10 @@ std::string InfoText(const FileInfo &info)
 
 std::string InfoJson(const std::vector<FileInfo> &infos)
 {
-    Json files = Json::array();
+    Json files = Json::Array();
     bool ok = true;
     for (const FileInfo &info : infos) {
-        files.push_back(InfoOfFileJson(info));
+        files.Add(InfoOfFileJson(info));
         ok = ok && info.error.empty();
     }
     return JsonText({{"ok", ok}, {"files", std::move(files)}});

@@ -9,9 +9,9 @@ namespace tonekit::host {
 
 std::string ProgressJsonLine(const ProgressState &state)
 {
-    Json inWork = Json::array();
+    Json inWork = Json::Array();
     for (const FileInWork &file : state.inWork)
-        inWork.push_back({{"name", file.name}, {"done", file.done}});
+        inWork.Add({{"name", file.name}, {"done", file.done}});
     const std::optional<double> left = state.SecondsLeft();
     return JsonLine({{"event", "progress"},
                      {"files", state.files},

@@ -92,12 +92,12 @@ std::string ReportJson(const std::vector<ConversionReport> &reports, double seco
     uint64_t frames = 0;
     double audioSeconds = 0;
     bool ok = true;
-    Json files = Json::array();
+    Json files = Json::Array();
     for (const ConversionReport &report : reports) {
         frames += report.output.frames;
         audioSeconds += report.error.empty() ? report.input.Seconds() : 0;
         ok = ok && report.error.empty();
-        files.push_back(ConversionJson(report));
+        files.Add(ConversionJson(report));
     }
     return JsonText({{"ok", ok},
                      {"files", std::move(files)},

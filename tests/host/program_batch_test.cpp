@@ -1,15 +1,16 @@
 // program_batch_test.cpp: many files at once, and tags through the whole program.
-#include "host/json.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace tonekit::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Json = nlohmann::json;
 using Names = std::vector<std::string>;
 
 constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;

@@ -1,11 +1,13 @@
 // program_failure_test.cpp: bad input and bad luck end in one line, the right status and no harm.
-#include "host/json.h"
 #include "tests/host/failures.h"
+
+#include <nlohmann/json.hpp>
 
 namespace tonekit::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Json = nlohmann::json;
 
 TEST_F(Failures, OfInputsThatAreNoAudio)
 {

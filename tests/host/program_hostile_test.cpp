@@ -1,16 +1,17 @@
 // program_hostile_test.cpp: the program with inputs that are made to do harm.
-#include "host/json.h"
 #include "tests/host/failures.h"
 
 #include <chrono>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 namespace tonekit::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Json = nlohmann::json;
 
 // A WAV file of 32-bit floats at a rate that all coders take as it is.
 void WriteFloats(const std::string &name, const std::vector<float> &samples)

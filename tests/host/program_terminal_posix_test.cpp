@@ -1,16 +1,18 @@
 // program_terminal_posix_test.cpp: what people at a terminal and programs see of a batch.
-#include "host/json.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program_posix.h"
 #include "tests/host/screen.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
 
 namespace tonekit::host::test {
 namespace {
+
+using Json = nlohmann::json;
 
 constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 

@@ -1,5 +1,4 @@
 // program_test.cpp: what tonekit-convert makes of whole files.
-#include "host/json.h"
 #include "host/paths.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
@@ -8,12 +7,15 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <numbers>
 #include <regex>
 #include <tonekit/encode.h>
 
 namespace tonekit::host::test {
 namespace {
+
+using Json = nlohmann::json;
 
 constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 constexpr int kWav24 = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
