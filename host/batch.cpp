@@ -28,11 +28,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-uint64_t SizeOf(const fs::path &path)
+uint64_t SizeOf(const Job &job)
 {
-    std::error_code error;
-    const uintmax_t size = fs::file_size(path, error);
-    return error ? 0 : size;
+    uint64_t sum = 0;
+    for (const fs::path &input : InputsOf(job)) {
+        std::error_code error;
+        const uintmax_t size = fs::file_size(input, error);
+        sum += error ? 0 : size;
+    }
+    return sum;
 }
 
 // The files in work, shared by the threads.
@@ -85,7 +89,7 @@ private:
         std::vector<ProgressFile> files;
         for (const Job &job : jobs)
             files.push_back({Utf8Name(job.output.filename()),
-                             job.skipped.empty() && job.error.empty() ? SizeOf(job.input) : 0});
+                             job.skipped.empty() && job.error.empty() ? SizeOf(job) : 0});
         return files;
     }
 

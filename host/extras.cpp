@@ -3,6 +3,7 @@
 
 #include "host/cover.h"
 #include "host/failure.h"
+#include "host/file_tracks.h"
 #include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/platform.h"
@@ -93,6 +94,8 @@ Extras LoadExtras(const Options &options)
             MakeCover(ReadWhole(*options.cover), *options.cover, options.coverSize, options.coverQuality);
     if (options.chapters)
         extras.chapters = ParseChapters(ReadSmallFile(*options.chapters), *options.chapters);
+    else if (options.cue && !options.split)
+        extras.chapters = ChaptersOfCueSheet(options);
     return extras;
 }
 

@@ -21,6 +21,7 @@
 #include "host/sound_chain.h"
 #include "host/tag_transfer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <optional>
@@ -42,8 +43,8 @@ public:
                                                     (source.frames() == 0 || source.frames() > kShortFrames)),
           fromStream_(IsStandardStream(job.input)), toStream_(IsStandardStream(job.output))
     {
-        if (!options.inPlace && !fromStream_ && !toStream_ && AreSameFile(job.input, job.output))
-            throw Failure(Utf8Name(job.output) + ": input and output are the same file");
+        if (!options.inPlace && !fromStream_ && !toStream_)
+            CheckApart();
         report_.input = {source_.name(),  source_.type(),   source_.encoding(),
                          source_.lossy(), source_.format(), source_.frames()};
         const bool decodeHdcd = DecideHdcd();
@@ -87,6 +88,7 @@ public:
             Encode();
         if (const PipeInput *const pipe = source_.pipe())
             beginning_.emplace(pipe->kept().begin(), pipe->kept().end());
+        files_ = source_.files();
         // Many files can wait for the last one of their album.
         owned_.reset();
         report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -119,6 +121,24 @@ public:
     }
 
 private:
+    void CheckApart() const
+    {
+        for (const std::filesystem::path &input : InputsOf(job_)) {
+            if (AreSameFile(input, job_.output))
+                throw Failure(Utf8Name(job_.output) + ": input and output are the same file");
+        }
+    }
+
+    // A thread that waits for a pipe or a caller's memory could not be stopped.
+    bool ReadsFiles() const
+    {
+        const std::vector<std::filesystem::path> inputs = InputsOf(job_);
+        return std::all_of(inputs.begin(), inputs.end(), [](const std::filesystem::path &input) {
+            std::error_code error;
+            return std::filesystem::is_regular_file(input, error);
+        });
+    }
+
     // Without --type, standard output gets the type of the input.
     const Container &WantedContainer()
     {
@@ -235,10 +255,7 @@ private:
         SoundChain chain(options_, plan_);
         chain.LeadIn(source_);
 
-        // A thread that waits for a pipe or a caller's memory could not be stopped.
-        std::error_code error;
-        ReadAhead blocks(source_, kReadFrames,
-                         ownThreads_ && std::filesystem::is_regular_file(job_.input, error));
+        ReadAhead blocks(source_, kReadFrames, ownThreads_ && ReadsFiles());
         uint64_t done = 0;
         for (ReadAhead::Block block = blocks.Next(); block.frames > 0; block = blocks.Next()) {
             const void *samples = block.samples;
@@ -339,6 +356,8 @@ private:
         transfer.shownName = report_.output.path;
         transfer.end = SamplesToN100nS(report_.output.frames, plan_.target.rate);
         transfer.part = job_.part;
+        transfer.files = files_;
+        transfer.inputRate = plan_.source.rate;
         transfer.track = job_.track;
         transfer.loudnessChanged = plan_.decodeHdcd || plan_.source.channels != plan_.target.channels;
         transfer.gain = report_.level ? report_.level->gain : 0;
@@ -361,6 +380,8 @@ private:
     {
         report_.dryRun = options_.dryRun;
         report_.part = job_.part;
+        for (const std::filesystem::path &input : job_.joined)
+            report_.joined.push_back(Utf8Name(input));
         if (plan_.copyFile) {
             report_.output = report_.input;
             report_.output.path = NameOfOutput(job_.output);
@@ -391,6 +412,7 @@ private:
     bool fromStream_;                                     // standard input
     bool toStream_;                                       // standard output
     std::optional<std::vector<unsigned char>> beginning_; // of a stream, for its tags
+    std::vector<SourceFile> files_;                       // that are joined
     std::optional<SafeOutput> output_;
     Plan plan_;
     bool secondPass_ = false;
@@ -436,6 +458,11 @@ ConversionReport CopyPlainly(const Options &options, const Job &job, const Progr
 }
 
 } // namespace
+
+std::vector<std::filesystem::path> InputsOf(const Job &job)
+{
+    return job.joined.empty() ? std::vector{job.input} : job.joined;
+}
 
 std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
                                        const ProgressSink &progress, Threads threads)

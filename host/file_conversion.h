@@ -28,13 +28,17 @@ struct Job {
     std::optional<FilePart> part = {}; // of the input; none: all of it
     // Texts of the track that the part is; they go before those of the input, whose chapters it has none of.
     std::vector<std::pair<std::string, std::string>> track = {};
-    bool inFolder = false;  // folders on the way to the output are made
-    bool plainCopy = false; // the input isn't audio and is copied as it is
+    std::vector<std::filesystem::path> joined = {}; // all inputs, the first of which is `input`; empty: one
+    bool inFolder = false;                          // folders on the way to the output are made
+    bool plainCopy = false;                         // the input isn't audio and is copied as it is
     std::string album = {}; // what all files of its album have in common; empty: no album is measured
     std::shared_ptr<const MeasuredLevel> albumLevel = {}; // null: the file is measured where that is needed
     std::string skipped = {};                             // why nothing is done; empty: something is
     std::string error = {};                               // why nothing can be done; empty: something can
 };
+
+// The input of a job, or all of those that it joins.
+std::vector<std::filesystem::path> InputsOf(const Job &job);
 
 // The part that is done, 0 to 1, and the seconds of music that have gone through.
 using ProgressSink = std::function<void(double done, double audioSeconds)>;

@@ -6,6 +6,7 @@
 #include "host/extras.h"
 #include "host/failure.h"
 #include "host/flac_cue_sheet.h"
+#include "host/open_source.h"
 #include "host/paths.h"
 #include "host/tag_reader.h"
 #include "host/time_text.h"
@@ -89,7 +90,7 @@ Plan PlanOf(const Options &options, const AudioReader &reader, const fs::path &p
     throw Failure(name + ": has no chapters and no cue sheet");
 }
 
-void CheckFits(const Plan &plan, const AudioReader &reader)
+void CheckFits(const Plan &plan, const SampleSource &reader)
 {
     const uint64_t end =
         reader.frames() > 0 ? SamplesToN100nS(reader.frames(), reader.format().rate) : UINT64_MAX;
@@ -148,6 +149,17 @@ std::vector<FileTrack> TracksOfFile(const Options &options, const fs::path &path
     for (size_t i = 0; i < plan.tracks.size(); i++)
         tracks.push_back(TrackOf(plan, i, tags));
     return tracks;
+}
+
+std::vector<Chapter> ChaptersOfCueSheet(const Options &options)
+{
+    const fs::path path = PathFromUtf8(options.inputs[0]);
+    const Plan plan = FromCueSheet(ReadSmallFile(*options.cue), path, *options.cue);
+    CheckFits(plan, *OpenSource(options, path));
+    std::vector<Chapter> chapters;
+    for (const CueTrack &track : plan.tracks)
+        chapters.push_back({track.position, track.title});
+    return chapters;
 }
 
 } // namespace tonekit::host

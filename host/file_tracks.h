@@ -3,6 +3,7 @@
 
 #include "host/file_part.h"
 #include "host/options.h"
+#include "host/tag_block.h"
 
 #include <filesystem>
 #include <map>
@@ -24,5 +25,8 @@ struct FileTrack {
 // have, by their names in capitals. Throws Failure if there are none, or if they don't fit the audio.
 std::vector<FileTrack> TracksOfFile(const Options &options, const std::filesystem::path &path,
                                     const std::map<std::string, std::string> &tags);
+
+// The tracks of --cue as chapters of the only input. Throws Failure if they don't fit its audio.
+std::vector<Chapter> ChaptersOfCueSheet(const Options &options);
 
 } // namespace tonekit::host

@@ -207,6 +207,16 @@ void CheckOutputs(const std::vector<Job> &jobs)
     }
 }
 
+// Whether an output that was written at this time is older than none of its inputs.
+bool IsUpToDate(const Job &job, fs::file_time_type written)
+{
+    const std::vector<fs::path> inputs = InputsOf(job);
+    return std::all_of(inputs.begin(), inputs.end(), [&](const fs::path &input) {
+        std::error_code error;
+        return written >= fs::last_write_time(input, error) && !error;
+    });
+}
+
 std::string ReasonToSkip(const Options &options, const Job &job)
 {
     std::error_code error;
@@ -217,7 +227,7 @@ std::string ReasonToSkip(const Options &options, const Job &job)
         return "";
     if (options.noClobber)
         return "exists";
-    return written >= fs::last_write_time(job.input, error) && !error ? "up to date" : "";
+    return IsUpToDate(job, written) ? "up to date" : "";
 }
 
 std::vector<Job> JobsInPlace(const Options &options)
@@ -291,6 +301,27 @@ std::vector<Job> JobsInFolder(const Options &options)
     return jobs;
 }
 
+// One file of all inputs, those of folders too.
+Job JobOfJoin(const Options &options)
+{
+    const fs::path output = PathFromUtf8(options.output);
+    const char last = options.output.back();
+    if (last == '/' || last == fs::path::preferred_separator || IsFolder(output))
+        throw UsageError("--join makes one file, and " + options.output + " is a folder: name the file");
+    Job job{{}, output, &WantedContainer(options, output)};
+    CheckTarget(options, *job.container);
+    for (const FoundFile &file : FindInputs(options, "")) {
+        if (!file.error.empty())
+            throw Failure(file.error);
+        if (file.audio)
+            job.joined.push_back(file.path);
+    }
+    if (job.joined.size() < 2)
+        throw UsageError("--join needs at least two INPUTs and an OUTPUT");
+    job.input = job.joined.front();
+    return job;
+}
+
 // An album has a name and an artist, or lies in one folder.
 std::string AlbumOf(const Options &options, const fs::path &input)
 {
@@ -361,6 +392,8 @@ Job JobFor(const Options &options, const fs::path &input)
 std::vector<Job> MakeJobs(const Options &options)
 {
     CheckInputsAreThere(options);
+    if (options.cue && !options.split && IsFolder(PathFromUtf8(options.inputs[0])))
+        throw UsageError("--cue is about one file, and " + options.inputs[0] + " is a folder");
     std::vector<Job> jobs;
     if (options.inPlace) {
         jobs = JobsInPlace(options);
@@ -368,7 +401,9 @@ std::vector<Job> MakeJobs(const Options &options)
             GroupByAlbum(options, jobs);
         return jobs;
     }
-    if (MeansFolder(options)) {
+    if (options.join) {
+        jobs.push_back(JobOfJoin(options));
+    } else if (MeansFolder(options)) {
         if (options.inputs[0] == kStandardStream)
             throw UsageError("- (standard input) has no name for a file in " + options.output +
                              ": name the file");

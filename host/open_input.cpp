@@ -1,6 +1,7 @@
 // open_input.cpp: whole files and parts of files as sources.
 #include "host/open_input.h"
 
+#include "host/joined_source.h"
 #include "host/open_source.h"
 #include "host/part_source.h"
 
@@ -10,6 +11,8 @@ namespace tonekit::host {
 
 std::unique_ptr<SampleSource> OpenInput(const Options &options, const Job &job)
 {
+    if (!job.joined.empty())
+        return std::make_unique<JoinedSource>(options, job.joined);
     std::unique_ptr<SampleSource> source = OpenSource(options, job.input);
     if (job.part)
         source = std::make_unique<PartSource>(std::move(source), *job.part);

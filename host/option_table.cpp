@@ -95,7 +95,12 @@ constexpr OptionRow kRows[] = {
      "make a file of each chapter, or track of a cue sheet in the file or beside it, in FOLDER, named by "
      "--name",
      [](Options &o, Text v) { o.split = Choose(v, kSplits); }, true, NamesOf<kSplits>},
-    {"cue", 0, "FILE", "split by this cue sheet", [](Options &o, Text v) { o.cue = FileName(v); }, true},
+    {"cue", 0, "FILE", "split by this cue sheet; without --split its tracks become chapters",
+     [](Options &o, Text v) { o.cue = FileName(v); }},
+    {"join", 0, nullptr,
+     "make one file of all INPUTs, one right after the other, with a chapter for each; their rate, channels "
+     "and sample format have to be the same",
+     [](Options &o, Text) { o.join = true; }, true},
 
     {nullptr, 0, nullptr, "How it is made", nullptr},
     {"quality", 0, "NAME",
@@ -285,6 +290,7 @@ std::string HelpText()
 {
     std::string text = "Usage: tonekit-convert [options] INPUT OUTPUT\n"
                        "       tonekit-convert [options] INPUT... FOLDER\n"
+                       "       tonekit-convert --join [options] INPUT... OUTPUT\n"
                        "       tonekit-convert --in-place [options] INPUT...\n"
                        "       tonekit-convert --extract-cover FILE INPUT\n"
                        "       tonekit-convert --info [options] INPUT...\n"

@@ -114,10 +114,9 @@ private:
             throw UsageError("--bitrate and --vbr exclude each other");
         if (options_.split && (options_.start || options_.end))
             throw UsageError("--split takes all of a file: leave --start and --end out");
-        if (options_.cue && !options_.split)
-            throw UsageError("--cue needs --split");
         if (options_.cue && options_.chapters)
             throw UsageError("--cue and --chapters exclude each other");
+        CheckJoin();
         if (options_.gain != 0 && options_.normalize)
             throw UsageError("--gain and --normalize exclude each other");
         if (options_.normalizeAlbum && !options_.normalize)
@@ -133,9 +132,25 @@ private:
         if (options_.raw && options_.command == Command::ExtractCover)
             throw UsageError("--raw says that there are only samples: --extract-cover finds nothing in them");
         const bool changesTags = !options_.tags || !options_.set.empty() || options_.cover ||
-                                 options_.coverSize != 0 || options_.chapters || options_.replayGain;
+                                 options_.coverSize != 0 || options_.chapters || options_.cue ||
+                                 options_.replayGain;
         if (options_.inPlace && options_.command == Command::Convert && !changesTags)
             throw UsageError("--in-place needs something to change, such as --set, --cover or --replaygain");
+    }
+
+    // All of the inputs become one file.
+    void CheckJoin() const
+    {
+        if (!options_.join)
+            return;
+        if (options_.split)
+            throw UsageError("--join and --split exclude each other");
+        if (options_.cue)
+            throw UsageError("--join makes the chapters itself: leave --cue out");
+        if (options_.start || options_.end)
+            throw UsageError("--join takes all of its INPUTs: leave --start and --end out");
+        if (options_.nameTemplate || options_.copyOthers)
+            throw UsageError("--name and --copy-others make files in a folder: --join makes one file");
     }
 
     void ShareOutNames()
@@ -169,6 +184,8 @@ private:
                 throw UsageError("--in-place needs a file");
             if (IsStandardStream(names_))
                 throw UsageError("--in-place changes files: - isn't one");
+            if (options_.cue && names_.size() > 1)
+                throw UsageError("--cue is about one INPUT");
             options_.inputs = names_;
             return;
         }
@@ -188,9 +205,13 @@ private:
     void CheckStandardStreams() const
     {
         const bool reads = IsStandardStream(options_.inputs);
+        const bool writes = options_.output == "-";
+        if ((reads || writes) && options_.join)
+            throw UsageError("--join goes from files to a file: - isn't one");
         if (reads && options_.inputs.size() > 1)
             throw UsageError("- (standard input) can't be one of several INPUTs");
-        const bool writes = options_.output == "-";
+        if (reads && options_.cue)
+            throw UsageError("--cue is about a file: - isn't one");
         if (writes && options_.inputs.size() > 1)
             throw UsageError("- (standard output) takes one INPUT");
         if ((reads || writes) && (options_.nameTemplate || options_.copyOthers))

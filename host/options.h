@@ -68,6 +68,7 @@ struct Options {
     std::optional<uint64_t> end;
     bool split = false;             // a file for each of its chapters
     std::optional<std::string> cue; // where the tracks of the input are
+    bool join = false;              // one file of all inputs
 
     // Tags, pictures and chapters.
     bool inPlace = false; // the tags of the inputs are changed, and there is no output

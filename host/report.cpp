@@ -20,6 +20,7 @@ Json ConversionJson(const ConversionReport &report)
             {"input", StreamJson(report.input)},
             {"output", StreamJson(report.output)},
             {"part", PartJson(report.part)},
+            {"joined", report.joined.empty() ? Json() : Json(report.joined)},
             {"quality", report.resampled ? Json(NameOf(report.quality)) : Json()},
             {"dryRun", report.dryRun},
             {"skipped", report.skipped.empty() ? Json() : Json(report.skipped)},

@@ -63,11 +63,12 @@ struct ConversionReport {
     double seconds = 0; // that the work took
     Quality quality = Quality::High;
     EncoderSettings encoder;
-    std::string skipped;          // why nothing was done; empty: something was
-    std::optional<FilePart> part; // of the input; none: all of it
-    bool dryRun = false;          // what would be done
-    bool plainCopy = false;       // of a file that isn't audio
-    bool copied = false;          // the coded audio is that of the input
+    std::string skipped;             // why nothing was done; empty: something was
+    std::optional<FilePart> part;    // of the input; none: all of it
+    std::vector<std::string> joined; // the inputs of which one file was made; mostly none
+    bool dryRun = false;             // what would be done
+    bool plainCopy = false;          // of a file that isn't audio
+    bool copied = false;             // the coded audio is that of the input
     bool resampled = false;
     bool dithered = false;
     bool hdcdDecoded = false;

@@ -6,11 +6,20 @@
 #include "host/tag_kind.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tonekit::host {
 
 class PipeInput;
+
+// One of the files that a source is joined of.
+struct SourceFile {
+    std::filesystem::path path;
+    TagKind tagKind = TagKind::None;
+    uint64_t start = 0; // the frame of the source at which it begins
+};
 
 // Interleaved samples of one format, channels in the converter's order. Failures are thrown as Failure.
 class SampleSource {
@@ -32,6 +41,8 @@ public:
     virtual const Container *container() const = 0;
     // The form of its tags.
     virtual TagKind tagKind() const = 0;
+    // The files that it is joined of, each with the place that it had when it was last read; mostly none.
+    virtual std::vector<SourceFile> files() const { return {}; }
     // The samples come out of a coder that keeps no exact sample values.
     virtual bool lossy() const = 0;
 

@@ -2,6 +2,7 @@
 #include "host/tag_transfer.h"
 
 #include "host/cover.h"
+#include "host/joined_tags.h"
 #include "host/open_source.h"
 #include "host/paths.h"
 #include "host/report_parts.h"
@@ -120,6 +121,24 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
         filler.AddPicture(picture);
 }
 
+void AddJoinedTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
+                   std::vector<std::string> &warnings)
+{
+    const JoinedTags tags = TagsOfJoined(transfer.files, transfer.inputRate, warnings);
+    TagBlockFiller filler(block);
+    for (const auto &[key, value] : tags.texts) {
+        const std::optional<std::string> changed = TagAfterGain(key, value, transfer.gain);
+        if (changed && IsWanted(options, transfer, key))
+            filler.AddText(key, *changed);
+    }
+    if (!extras.chapters)
+        filler.AddChapters(tags.chapters);
+    for (const Picture &picture : tags.pictures) {
+        if (picture.type != kFrontCover || !extras.cover)
+            filler.AddPicture(picture);
+    }
+}
+
 bool IsEmpty(const TagBlock *block)
 {
     TagBlockItem item;
@@ -164,7 +183,9 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
     if (extras.cover)
         filler.AddPicture(kFrontCover, extras.cover->mime, extras.cover->data.data(),
                           extras.cover->data.size());
-    if (options.tags)
+    if (options.tags && !transfer.files.empty())
+        AddJoinedTags(options, extras, transfer, block.get(), warnings);
+    else if (options.tags)
         AddFileTags(options, extras, transfer, block.get(), warnings);
     return WithFittedPictures(options, transfer, std::move(block), warnings);
 }

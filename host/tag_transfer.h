@@ -4,6 +4,7 @@
 #include "host/extras.h"
 #include "host/options.h"
 #include "host/report.h"
+#include "host/sample_source.h"
 #include "host/tag_block.h"
 #include "host/tag_kind.h"
 
@@ -28,8 +29,10 @@ struct TagTransfer {
     bool loudnessChanged = false;
     // Texts of the track that the written file is, before those of the input; it has no chapters then.
     std::vector<std::pair<std::string, std::string>> track;
-    double gain = 0;              // dB by which the sound is louder than the input's
-    std::optional<FilePart> part; // of the input that is in the written file; none: all of it
+    double gain = 0;               // dB by which the sound is louder than the input's
+    std::optional<FilePart> part;  // of the input that is in the written file; none: all of it
+    std::vector<SourceFile> files; // of which the written file is made; none: of the input
+    uint32_t inputRate = 0;        // Hz, of their starts
     std::optional<Loudness> loudness;
     std::optional<Loudness> albumLoudness;
 };

@@ -154,7 +154,6 @@ TEST_F(Splitting, WhereItCannotBeDoneIsRefused)
                   {"--split", "chapters", "--chapters", folder / "twins.txt", "--name", "{title}", in, out});
     ExpectFailure(2, "--split must be one of: chapters", {"--split", "tracks", in, out});
     ExpectFailure(2, "--split takes all of a file", {"--split", "chapters", "--start", "1", in, out});
-    ExpectFailure(2, "--cue needs --split", {"--cue", folder / "late.cue", in, out});
     ExpectFailure(2, "--cue is about one INPUT",
                   {"--split", "chapters", "--cue", folder / "late.cue", in, in, out});
     ExpectFailure(

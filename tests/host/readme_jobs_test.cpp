@@ -106,6 +106,7 @@ TEST_F(ReadmeJobs, DoWhatTheySay)
         {"song.flac", "song.mp3"},
         {"music/live/1.wav", "music/live/2.wav"},
         {"sorted/Trio/Live/00 1.flac", "sorted/Trio/Live/00 2.flac"},
+        {"concert.flac"},
         {"song.wav"},
         {"song48.wav"},
     };
@@ -123,6 +124,7 @@ TEST_F(ReadmeJobs, DoWhatTheySay)
     EXPECT_EQ(ReadSound("song.flac").samples, ReadSound("song.wav").samples);
     EXPECT_EQ(ReadSound("cd.wav").rate, 44100);
     EXPECT_EQ(ReadSound("song48.wav").rate, 48000);
+    EXPECT_EQ(ReadSound("concert.flac").Frames(), 70000u);
     EXPECT_EQ(ReadSound("cd.wav").format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const std::string tagged = RunHost({"--info", "tagged.flac"}).out;
     EXPECT_NE(tagged.find("TITLE       Morning"), std::string::npos) << tagged;

@@ -1,0 +1,56 @@
+// joined_source.h: several files' samples as one source.
+#pragma once
+
+#include "host/options.h"
+#include "host/sample_source.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+// The frames of the first file, at once after them those of the next one, and so on. One file is open at a
+// time.
+class JoinedSource final : public SampleSource {
+public:
+    // Opens each of the files, of which there is at least one. Throws Failure if one can't be read, or if its
+    // rate, channels or sample format aren't those of the first.
+    JoinedSource(const Options &options, const std::vector<std::filesystem::path> &paths);
+
+    // "a.wav and 2 more"
+    std::string name() const override { return name_; }
+    const AudioFormat &format() const override { return format_; }
+    uint64_t frames() const override { return frames_; }
+    const std::string &type() const override { return type_; }
+    const std::string &encoding() const override { return encoding_; }
+    // Coded audio of several files isn't that of one.
+    const Container *container() const override { return nullptr; }
+    // That of the first.
+    TagKind tagKind() const override { return files_.front().tagKind; }
+    // All of them are.
+    bool lossy() const override { return lossy_; }
+    std::vector<SourceFile> files() const override { return files_; }
+
+    uint32_t Read(void *buffer, uint32_t frames) override;
+    void Rewind() override;
+
+private:
+    void Add(const SampleSource &file, const std::filesystem::path &path);
+    void Open(size_t index);
+
+    const Options &options_;
+    std::string name_;
+    AudioFormat format_;
+    uint64_t frames_ = 0; // 0: one of the files doesn't say
+    std::string type_;
+    std::string encoding_;
+    bool lossy_ = true;
+    std::vector<SourceFile> files_;
+    size_t index_ = 0; // of the file that is read
+    std::unique_ptr<SampleSource> current_;
+    uint64_t position_ = 0; // in the whole
+};
+
+} // namespace tonekit::host
