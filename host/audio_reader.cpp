@@ -214,9 +214,26 @@ void AudioReader::OpenFile()
         Fail("the file is empty");
     CheckComplete();
     MendHeader(size);
+    if (!pipe_ && MayBeMpeg())
+        stream_.Use(nullptr, false);
     Start();
     if (pipe_)
         pipe_->KeepNoMore();
+}
+
+// Where the encoder noted no length, libmpg123 takes one from the file's size and the first frame, which is
+// wrong wherever frames differ in size, and libsndfile reads no further. A stream without an end leaves no
+// size to guess from. The position is the start of the stream, before and after; another tag may be there.
+bool AudioReader::MayBeMpeg()
+{
+    unsigned char start[3] = {};
+    size_t got = 0;
+    for (const std::error_code &error :
+         {stream_.file().Read(start, sizeof(start), got), stream_.file().SeekTo(stream_.start())}) {
+        if (error)
+            Fail("reading failed: " + error.message());
+    }
+    return (start[0] == 0xFF && start[1] >= 0xE0) || std::memcmp(start, "ID3", sizeof(start)) == 0;
 }
 
 // libsndfile knows RF64 and CAF only with sizes.
@@ -395,9 +412,17 @@ void AudioReader::Rewind()
 {
     if (pipe())
         Fail("can't be read twice");
+    position_ = 0;
+    if (!stream_.endIsKnown()) {
+        // libmpg123 can't go back there.
+        stream_.Stop();
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
+            Fail("reading failed: " + error.message());
+        Start();
+        return;
+    }
     if (stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
         Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
-    position_ = 0;
 }
 
 } // namespace tonekit::host

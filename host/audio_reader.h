@@ -52,6 +52,7 @@ private:
     void OpenFile();
     void OpenPipe();
     void MendHeader(uint64_t size);
+    bool MayBeMpeg();
     void Start();
     void CheckComplete();
     template <class Sample>
