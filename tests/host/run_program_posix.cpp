@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
@@ -105,6 +106,28 @@ bool HoldsTemporaryFile(const std::string &folder)
     return false;
 }
 
+// Whether each thread of the process sleeps, as one does that waits for a pipe.
+bool Sleeps(pid_t process)
+{
+    const std::string threads = "/proc/" + std::to_string(process) + "/task";
+    std::error_code error;
+    for (const auto &thread : std::filesystem::directory_iterator(threads, error)) {
+        std::string line;
+        std::getline(std::ifstream(thread.path() / "stat"), line);
+        // The state comes after the name, which is in brackets.
+        const size_t end = line.rfind(") ");
+        if (end == std::string::npos || line[end + 2] != 'S')
+            return false;
+    }
+    return !error;
+}
+
+bool WaitsForMore(pid_t process, int in)
+{
+    int left = 0;
+    return ioctl(in, FIONREAD, &left) == 0 && left == 0 && Sleeps(process);
+}
+
 } // namespace
 
 Outcome RunHost(const std::vector<std::string> &arguments)
@@ -131,8 +154,11 @@ Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::
     close(err[1]);
     if (circumstances.signal) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!HoldsTemporaryFile(circumstances.watchedFolder) &&
-               std::chrono::steady_clock::now() < deadline)
+        const auto due = [&] {
+            return circumstances.watchedFolder.empty() ? WaitsForMore(process, circumstances.in)
+                                                       : HoldsTemporaryFile(circumstances.watchedFolder);
+        };
+        while (!due() && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         kill(process, circumstances.signal);
     }
