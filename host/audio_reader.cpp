@@ -273,6 +273,8 @@ void AudioReader::OpenPipe()
     }
     Start();
     pipe_->KeepNoMore();
+    if (vorbisOrder_)
+        pipe_->KeepTail(kLargestOggPage);
     if (header_ != HeaderForm::AsItWas)
         frames_ = 0;
 }
@@ -393,6 +395,7 @@ void AudioReader::CheckEnd()
     if (pipe()) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
+        CheckOggEnd(*pipe_, shownName_);
     }
 }
 

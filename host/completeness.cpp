@@ -5,6 +5,7 @@
 #include "host/completeness.h"
 
 #include "host/completeness_rare.h"
+#include "host/failure.h"
 #include "host/header_bytes.h"
 #include "host/stream_header.h"
 
@@ -107,26 +108,11 @@ uint64_t MissingFromCaf(HeaderBytes &bytes)
     return 0;
 }
 
-// The last page of a whole Ogg file is complete and marked as the end of its stream. How much a broken one
-// lacks can't be known; 1 stands for that.
+// How much a broken file lacks can't be known; 1 stands for that.
 uint64_t MissingFromOgg(HeaderBytes &bytes)
 {
-    constexpr uint64_t kLargestPage = 27 + 255 + 255 * 255;
-    const uint64_t length = std::min(bytes.size(), kLargestPage);
-    std::vector<unsigned char> tail(length);
-    if (length < 27 || !bytes.Fetch(bytes.size() - length, tail.data(), tail.size()))
-        return 1;
-    for (size_t start = length - 27 + 1; start-- > 0;) {
-        if (std::memcmp(&tail[start], "OggS", 4) != 0 || tail[start + 4] != 0)
-            continue;
-        const size_t segments = tail[start + 26];
-        size_t end = start + 27 + segments;
-        for (size_t i = 0; i < segments && start + 27 + i < length; i++)
-            end += tail[start + 27 + i];
-        const bool last = tail[start + 5] & 4;
-        return last && end <= length ? 0 : 1;
-    }
-    return 1;
+    std::vector<unsigned char> tail(std::min<uint64_t>(bytes.size(), kLargestOggPage));
+    return bytes.Fetch(bytes.size() - tail.size(), tail.data(), tail.size()) && EndsOgg(tail) ? 0 : 1;
 }
 
 // Encoders note the bytes of an MP3 file in a frame of their own in front of the music; where that is missing
@@ -156,6 +142,30 @@ uint64_t MissingFromMp3(HeaderBytes &bytes)
 }
 
 } // namespace
+
+bool EndsOgg(std::span<const unsigned char> tail)
+{
+    constexpr size_t kHeader = 27;
+    if (tail.size() < kHeader)
+        return false;
+    for (size_t start = tail.size() - kHeader + 1; start-- > 0;) {
+        if (std::memcmp(&tail[start], "OggS", 4) != 0 || tail[start + 4] != 0)
+            continue;
+        const size_t segments = tail[start + 26];
+        size_t end = start + kHeader + segments;
+        for (size_t i = 0; i < segments && start + kHeader + i < tail.size(); i++)
+            end += tail[start + kHeader + i];
+        const bool last = tail[start + 5] & 4;
+        return last && end <= tail.size();
+    }
+    return false;
+}
+
+void CheckOggEnd(const PipeInput &stream, const std::string &name)
+{
+    if (stream.keepsTail() && !EndsOgg(stream.tail()))
+        throw Failure(name + ": the stream is cut off");
+}
 
 uint64_t MissingBytes(File &file)
 {

@@ -3,6 +3,7 @@
 
 #include "host/audio_reader.h"
 #include "host/audio_writer.h"
+#include "host/completeness.h"
 #include "host/failure.h"
 #include "host/file_copy.h"
 #include "host/hdcd_stream.h"
@@ -217,10 +218,12 @@ private:
             if (!taps.Measures())
                 progress_(done, done * report_.input.Seconds());
         };
-        if (PipeInput *const pipe = source_.pipe())
+        if (PipeInput *const pipe = source_.pipe()) {
             CopyStream(*pipe, source_.name(), file, NameOfOutput(job_.output), progress);
-        else
+            CheckOggEnd(*pipe, source_.name());
+        } else {
             CopyFile(job_.input, file, NameOfOutput(job_.output), progress);
+        }
         if (taps.Measures())
             taps.Tell(report_);
         Describe();

@@ -23,7 +23,7 @@ std::error_code PipeInput::Fetch(uint64_t until)
     const size_t old = kept_.size();
     kept_.resize(static_cast<size_t>(until));
     size_t got = 0;
-    const std::error_code error = file_.Read(kept_.data() + old, kept_.size() - old, got);
+    const std::error_code error = ReadOn(kept_.data() + old, kept_.size() - old, got);
     kept_.resize(old + got);
     next_ += got;
     return error;
@@ -49,11 +49,35 @@ std::error_code PipeInput::Read(void *buffer, size_t size, size_t &got)
     if (const std::error_code error = GoToPosition())
         return error;
     size_t more = 0;
-    const std::error_code error = file_.Read(static_cast<char *>(buffer) + got, size - got, more);
+    const std::error_code error = ReadOn(static_cast<char *>(buffer) + got, size - got, more);
     got += more;
     next_ += more;
     position_ += more;
     return error;
+}
+
+std::error_code PipeInput::ReadOn(void *buffer, size_t size, size_t &got)
+{
+    const std::error_code error = file_.Read(buffer, size, got);
+    if (keepsTail())
+        AddToTail({static_cast<const unsigned char *>(buffer), got});
+    return error;
+}
+
+void PipeInput::KeepTail(size_t size)
+{
+    tailSize_ = size;
+    tail_.reserve(2 * size); // reading asks for no more memory
+    AddToTail(kept_);
+}
+
+// What is too old goes when there is as much of it as of what stays, so that each byte moves once.
+void PipeInput::AddToTail(std::span<const unsigned char> bytes)
+{
+    bytes = bytes.last(std::min(bytes.size(), tailSize_));
+    if (tail_.size() + bytes.size() > 2 * tailSize_)
+        tail_.erase(tail_.begin(), tail_.end() - static_cast<std::ptrdiff_t>(tailSize_ - bytes.size()));
+    tail_.insert(tail_.end(), bytes.begin(), bytes.end());
 }
 
 // Moves to the reader's place in what isn't kept.
@@ -106,7 +130,7 @@ std::error_code PipeInput::Drain()
     std::vector<char> block(size_t{64} << 10);
     size_t got = 0;
     do {
-        if (const std::error_code error = file_.Read(block.data(), block.size(), got))
+        if (const std::error_code error = ReadOn(block.data(), block.size(), got))
             return error;
     } while (got > 0);
     return {};

@@ -41,11 +41,18 @@ public:
     // The stream ends for readers at this position, or where it really does.
     void SetEnd(uint64_t end) { end_ = end; }
     bool endIsKnown() const { return end_ != kEndless; }
+    // From now on at least so many of the last bytes that came out of the stream are kept, whatever else is.
+    void KeepTail(size_t size);
+    bool keepsTail() const { return tailSize_ > 0; }
+    // All that came, or the last bytes of it, at least as many as KeepTail was given.
+    std::span<const unsigned char> tail() const { return tail_; }
     // Reads all that is left and forgets it, so that whoever writes isn't cut off.
     std::error_code Drain();
 
 private:
     std::error_code Fetch(uint64_t until);
+    std::error_code ReadOn(void *buffer, size_t size, size_t &got);
+    void AddToTail(std::span<const unsigned char> bytes);
     std::error_code GoToPosition();
 
     File file_;
@@ -53,6 +60,8 @@ private:
     bool isFile_ = false;
     bool keeps_ = true;
     std::vector<unsigned char> kept_;
+    size_t tailSize_ = 0;
+    std::vector<unsigned char> tail_;
     uint64_t next_ = 0;     // the position of the next byte out of the pipe
     int64_t moved_ = 0;     // how far Replace has moved what follows
     uint64_t position_ = 0; // of the reader

@@ -69,6 +69,37 @@ TEST(PipeInput, KeepsNoMoreThanItMay)
     EXPECT_EQ(pipe.Read(&byte, 1, got), std::errc::not_enough_memory);
 }
 
+TEST(PipeInput, KeepsItsTailWhereAsked)
+{
+    const TemporaryFolder folder;
+    WriteText(folder / "a", "0123456789abcdefghijklmnopqrstuvwxyz");
+    PipeInput pipe(Opened(folder / "a"), 50);
+    const auto ending = [&](size_t size) {
+        const std::string text(pipe.tail().begin(), pipe.tail().end());
+        EXPECT_LE(text.size(), 2 * 4u);
+        return text.substr(text.size() - std::min(text.size(), size));
+    };
+    EXPECT_EQ(ReadFrom(pipe, 0, 2), "01");
+    EXPECT_FALSE(pipe.keepsTail());
+    pipe.KeepTail(4);
+    EXPECT_TRUE(pipe.keepsTail());
+    EXPECT_EQ(ending(9), "01"); // all there is
+    EXPECT_EQ(ReadFrom(pipe, 2, 3), "234");
+    EXPECT_EQ(ending(4), "1234");
+    pipe.KeepNoMore();
+    EXPECT_EQ(ReadFrom(pipe, 1, 2), "12"); // known already
+    EXPECT_EQ(ending(4), "1234");
+    for (const char *next : {"567", "89a", "bcd"}) {
+        EXPECT_EQ(ReadFrom(pipe, next[0] == '5' ? 5 : next[0] == '8' ? 8 : 11, 3), next);
+        EXPECT_EQ(ending(3), next);
+        EXPECT_GE(pipe.tail().size(), 4u);
+    }
+    EXPECT_EQ(ReadFrom(pipe, 14, 10), "efghijklmn");
+    EXPECT_EQ(ending(4), "klmn");
+    EXPECT_FALSE(pipe.Drain());
+    EXPECT_EQ(ending(4), "wxyz");
+}
+
 TEST(PipeInput, ReplacedBytesMoveTheRest)
 {
     const TemporaryFolder folder;

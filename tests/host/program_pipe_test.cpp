@@ -241,5 +241,31 @@ TEST_F(Pipes, EndWithALineWhereTheStreamIsBad)
     ExpectFailure(1, "no such file", {"--raw", "s16le,44100,2", folder / "none.raw", folder / "old.wav"});
 }
 
+// The last page of a whole stream is marked as the end.
+TEST_F(Pipes, NoticeThatAnOggStreamIsCutOff)
+{
+    WriteSound(folder / "good.wav", Noise(kWav16, 44100, 2, 300000));
+    for (const std::string type : {"ogg", "opus"}) {
+        Convert({folder / "good.wav", folder / "a." + type});
+        const std::string ogg = ReadText(folder / "a." + type);
+        std::filesystem::remove(PathFromUtf8(folder / "a." + type));
+        const std::vector<std::vector<std::string>> runs = {
+            {"-q", "-", folder / "old.wav"},
+            {"-q", "-", folder / "copy." + type},
+            {"--info", "--hash", "sha256", "-"},
+        };
+        // Within the last page, at the border before it, and far from the end.
+        for (const size_t size : {ogg.size() - 1, ogg.rfind("OggS"), ogg.size() / 2}) {
+            for (const std::vector<std::string> &arguments : runs)
+                ExpectRefusal(1, "standard input: the stream is cut off", ogg.substr(0, size), arguments);
+        }
+        for (const std::vector<std::string> &arguments : runs)
+            Through(ogg, arguments);
+        EXPECT_TRUE(ReadText(folder / "copy." + type) == ogg) << type;
+        WriteText(folder / "old.wav", "precious");
+        std::filesystem::remove(PathFromUtf8(folder / "copy." + type));
+    }
+}
+
 } // namespace
 } // namespace tonekit::host::test
