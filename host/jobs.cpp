@@ -175,32 +175,49 @@ private:
     std::optional<NameTemplate> template_;
 };
 
-// One name for a file, however it is reached.
+// One name for a file, however it is reached. Throws Failure where the system doesn't say.
 fs::path Identity(const fs::path &path)
 {
     std::error_code error;
     const fs::path known = fs::weakly_canonical(path, error);
-    return ComparableName(error ? path.lexically_normal() : known);
+    if (error)
+        throw Failure(Utf8Name(path) + ": " + error.message());
+    return ComparableName(known);
+}
+
+// The name of a job's file, or nothing and an error of the job.
+std::optional<fs::path> IdentityFor(Job &job, const fs::path &path)
+{
+    try {
+        return Identity(path);
+    } catch (const Failure &failure) {
+        job.error = failure.what();
+        return std::nullopt;
+    }
 }
 
 // No two outputs may be one, and none may be the input of another.
-void CheckOutputs(const std::vector<Job> &jobs)
+void CheckOutputs(std::vector<Job> &jobs)
 {
     std::map<fs::path, const Job *> inputs;
-    for (const Job &job : jobs) {
-        if (job.error.empty())
-            inputs.emplace(Identity(job.input), &job);
-    }
-    std::map<fs::path, const Job *> takenBy;
-    for (const Job &job : jobs) {
+    for (Job &job : jobs) {
         if (!job.error.empty())
             continue;
-        const fs::path identity = Identity(job.output);
-        const auto [taken, isNew] = takenBy.emplace(identity, &job);
+        if (const auto identity = IdentityFor(job, job.input))
+            inputs.emplace(*identity, &job);
+    }
+    std::map<fs::path, const Job *> takenBy;
+    for (Job &job : jobs) {
+        if (!job.error.empty())
+            continue;
+        const auto identity = IdentityFor(job, job.output);
+        if (!identity)
+            continue;
+        const auto [taken, isNew] = takenBy.emplace(*identity, &job);
         if (!isNew)
             throw UsageError(Utf8Name(taken->second->input) + " and " + Utf8Name(job.input) +
                              " would both become " + Utf8Name(job.output));
-        const auto input = inputs.find(identity);
+        const auto input = inputs.find(*identity);
         if (input != inputs.end() && input->second != &job)
             throw UsageError(Utf8Name(job.input) + " would be written over " +
                              Utf8Name(input->second->input) + ", which is an input too");
@@ -217,14 +234,17 @@ bool IsUpToDate(const Job &job, fs::file_time_type written)
     });
 }
 
+// Throws Failure where the system doesn't say whether the output is there.
 std::string ReasonToSkip(const Options &options, const Job &job)
 {
     std::error_code error;
     if (!options.noClobber && !options.update)
         return "";
+    if (fs::status(job.output, error).type() == fs::file_type::not_found)
+        return "";
     const auto written = fs::last_write_time(job.output, error);
     if (error)
-        return "";
+        throw Failure(Utf8Name(job.output) + ": " + error.message());
     if (options.noClobber)
         return "exists";
     return IsUpToDate(job, written) ? "up to date" : "";
@@ -237,10 +257,13 @@ std::vector<Job> JobsInPlace(const Options &options)
     for (const FoundFile &file : FindInputs(options, "")) {
         if (!file.audio && file.error.empty())
             continue;
-        if (!seen.insert(Identity(file.path)).second)
+        Job job{file.path, file.path};
+        const auto identity = IdentityFor(job, file.path);
+        if (identity && !seen.insert(*identity).second)
             throw UsageError(Utf8Name(file.path) + " is named twice");
-        jobs.push_back({file.path, file.path});
-        jobs.back().error = file.error;
+        if (!file.error.empty())
+            job.error = file.error;
+        jobs.push_back(job);
     }
     return jobs;
 }
@@ -413,8 +436,12 @@ std::vector<Job> MakeJobs(const Options &options)
         jobs.push_back(JobFor(options, PathFromUtf8(options.inputs[0])));
     }
     for (Job &job : jobs) {
-        if (job.error.empty())
-            job.skipped = ReasonToSkip(options, job);
+        try {
+            if (job.error.empty())
+                job.skipped = ReasonToSkip(options, job);
+        } catch (const Failure &failure) {
+            job.error = failure.what();
+        }
     }
     if (options.albumGain || options.normalizeAlbum)
         GroupByAlbum(options, jobs);

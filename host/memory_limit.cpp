@@ -14,6 +14,9 @@ namespace {
 
 std::atomic<uint64_t> memoryLimit{uint64_t{256} << 20};
 thread_local AllocationBudget *budgetOfThread = nullptr;
+thread_local AllocationReserve *reserveOfThread = nullptr;
+
+constexpr size_t kReserve = size_t{1} << 20;
 
 } // namespace
 
@@ -47,6 +50,27 @@ void AllocationBudget::Take(size_t bytes)
     left_ -= static_cast<int64_t>(bytes);
 }
 
+AllocationReserve::AllocationReserve() : outer_(reserveOfThread), memory_(std::malloc(kReserve))
+{
+    if (!memory_)
+        throw std::bad_alloc();
+    reserveOfThread = this;
+}
+
+AllocationReserve::~AllocationReserve()
+{
+    reserveOfThread = outer_;
+    std::free(memory_);
+}
+
+bool AllocationReserve::GiveBack()
+{
+    const bool any = memory_ != nullptr;
+    std::free(memory_);
+    memory_ = nullptr;
+    return any;
+}
+
 } // namespace tonekit::host
 
 // These replace the standard library's in the whole process. Only a thread with a budget pays for more than
@@ -64,6 +88,8 @@ void *operator new(size_t size)
                 budget->Count(SizeOfAllocation(memory) - size);
             return memory;
         }
+        if (reserveOfThread && reserveOfThread->GiveBack())
+            continue;
         const std::new_handler handler = std::get_new_handler();
         if (!handler)
             throw std::bad_alloc();

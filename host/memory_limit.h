@@ -32,4 +32,23 @@ private:
     bool exceeded_ = false;
 };
 
+// Memory that is kept back for this thread: where operator new finds none while this lives, it gives this
+// back to the system, once, and tries again. For the work of TagLib, whose lists and strings an exception in
+// the midst of a change leaves broken; what it does without pictures takes a small part of what is kept back.
+class AllocationReserve {
+public:
+    // Throws std::bad_alloc.
+    AllocationReserve();
+    AllocationReserve(const AllocationReserve &) = delete;
+    AllocationReserve &operator=(const AllocationReserve &) = delete;
+    ~AllocationReserve();
+
+    // For operator new: whether there was something to give back.
+    bool GiveBack();
+
+private:
+    AllocationReserve *const outer_;
+    void *memory_;
+};
+
 } // namespace tonekit::host

@@ -1,6 +1,7 @@
 // tag_file.h: an audio file as TagLib sees it, by the parts in which kinds of file differ.
 #pragma once
 
+#include "host/memory_limit.h"
 #include "host/tag_kind.h"
 #include "host/tag_stream.h"
 
@@ -47,6 +48,7 @@ public:
 private:
     void Open();
 
+    AllocationReserve reserve_; // before and after everything else
     TagKind kind_;
     TagStream stream_;
     bool tooLong_;

@@ -1,5 +1,6 @@
-// library_memory_test.cpp: failed allocations end calls into libraries, and only there.
+// library_memory_test.cpp: what failed allocations do in calls into libraries, and only there.
 #include "host/library_memory.h"
+#include "host/memory_limit.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -15,6 +16,7 @@ namespace {
 void *(*volatile allocate)(size_t) = std::malloc;
 void *(*volatile allocateZeros)(size_t, size_t) = std::calloc;
 void *(*volatile reallocate)(void *, size_t) = std::realloc;
+void *(*volatile newMemory)(size_t) = ::operator new;
 
 constexpr size_t kTooMuch = PTRDIFF_MAX / 2;
 
@@ -52,6 +54,27 @@ TEST(CheckedLibraryMemory, ChangesNothingElse)
     EXPECT_EQ(allocateZeros(2, kTooMuch), nullptr);
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_EQ(reallocate(nullptr, kTooMuch), nullptr);
+}
+
+TEST(AllocationReserve, IsGivenBackOnce)
+{
+    AllocationReserve outer;
+    {
+        AllocationReserve reserve;
+        ::operator delete(newMemory(1000));
+        EXPECT_TRUE(reserve.GiveBack()) << "given back where there was memory";
+        EXPECT_FALSE(reserve.GiveBack());
+    }
+    EXPECT_THROW(newMemory(kTooMuch), std::bad_alloc);
+    EXPECT_FALSE(outer.GiveBack()) << "not given back where there was none";
+    EXPECT_THROW(newMemory(kTooMuch), std::bad_alloc);
+}
+
+TEST(AllocationReserve, IsOfOneThread)
+{
+    AllocationReserve reserve;
+    std::thread([] { EXPECT_THROW(newMemory(kTooMuch), std::bad_alloc); }).join();
+    EXPECT_TRUE(reserve.GiveBack());
 }
 
 } // namespace
