@@ -4,7 +4,9 @@
 add_library(tonekit_settings INTERFACE)
 target_include_directories(tonekit_settings INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(tonekit_settings INTERFACE
-    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow
+    -Wall -Wextra
+    # On Windows each size that becomes a long is a conversion.
+    $<$<NOT:$<BOOL:${WIN32}>>:-Wconversion> $<$<NOT:$<BOOL:${WIN32}>>:-Wsign-conversion> -Wshadow
     # One result everywhere: products and sums are never fused, and no value is kept wider than its type.
     -ffp-contract=off -fno-math-errno
     -fvisibility=hidden

@@ -88,7 +88,7 @@ void AddTrackTags(const Options &options, const TagTransfer &transfer, TagBlockF
 {
     for (const auto &[key, value] : transfer.track) {
         const bool set = std::any_of(options.set.begin(), options.set.end(),
-                                     [&](const TextTag &tag) { return Capitals(tag.first) == key; });
+                                     [&key = key](const TextTag &tag) { return Capitals(tag.first) == key; });
         if (!set && !value.empty())
             filler.AddText(key, value);
     }

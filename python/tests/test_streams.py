@@ -118,7 +118,8 @@ def test_memory_that_runs_out_inside_the_library_is_a_memory_error() -> None:
 
 
 _INTERRUPTED = """
-import _thread, threading, numpy as np, tonekit
+import _thread, signal, threading, numpy as np, tonekit
+signal.signal(signal.SIGINT, signal.default_int_handler)  # a script may have had it ignored
 threading.Timer(0.3, _thread.interrupt_main).start()
 x = np.broadcast_to(np.float32(0), (44100 * 600, 2))
 try:

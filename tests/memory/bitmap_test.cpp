@@ -57,7 +57,9 @@ TEST(EveryAllocation, OfAScaledBitmapMayFail)
     static Bitmap source{20, 10, {}};
     for (std::uint32_t i = 0; i < 200; i++)
         source.pixels[i] = i * 0x01234567;
-    for (const auto &[width, height] : {std::pair{31u, 7u}, {5u, 32u}}) {
+    for (const auto &[wide, high] : {std::pair{31u, 7u}, {5u, 32u}}) {
+        const unsigned width = wide;
+        const unsigned height = high;
         int outcomes[10] = {}; // by the last digit of the error; 0 is success
         static Bitmap first{};
         first.width = 0;
