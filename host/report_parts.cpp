@@ -5,6 +5,7 @@
 #include "host/time_text.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace tonekit::host {
 
@@ -58,7 +59,9 @@ Json LimiterJson(const std::optional<LimiterReport> &limiter)
 {
     if (!limiter)
         return nullptr;
-    return {{"gain", limiter->gain}, {"start", limiter->start}, {"seconds", limiter->seconds}};
+    // A millionth of a decibel: the last bits of a logarithm are those of the system's C library.
+    const double gain = std::round(limiter->gain * 1e6) / 1e6;
+    return {{"gain", gain}, {"start", limiter->start}, {"seconds", limiter->seconds}};
 }
 
 Json EncoderJson(const EncoderSettings &settings)
