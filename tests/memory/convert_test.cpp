@@ -53,7 +53,8 @@ TEST_P(EveryAllocationOf, AConversionMayFail)
     const uint64_t allocations = FailEachInTurn([&] { last = Convert(c, noise, frames); });
     EXPECT_EQ(last, whole);
     EXPECT_NEAR(static_cast<double>(whole), std::ceil(1.0 * frames * c.outputRate / c.inputRate), 2.0);
-    EXPECT_GE(allocations, c.inputRate == c.outputRate ? 5u : 25u);
+    // A resampler's own are most of these: its filters, transforms and queues.
+    EXPECT_GE(allocations, c.inputRate == c.outputRate ? 5u : 28u);
     SetDitherParameters(0, 1);
     SetSampleRateConverterParameters2(0, 0);
 }
