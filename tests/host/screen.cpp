@@ -137,7 +137,8 @@ std::vector<std::string> Screen::Rows() const
         std::string text;
         for (const std::string &cell : row.cells)
             text += cell;
-        text.resize(text.find_last_not_of(' ') + 1);
+        if (!row.continues)
+            text.resize(text.find_last_not_of(' ') + 1);
         texts.push_back(text);
     }
     while (!texts.empty() && texts.back().empty())

@@ -18,7 +18,8 @@ public:
 
     void Feed(const std::string &text);
     void Resize(size_t columns);
-    // The rows without blanks at their ends, and without empty ones at the end.
+    // The rows, without blanks at the end of a text, and without empty ones at the end. A text that was
+    // broken into several rows has its blanks, wherever it was broken.
     std::vector<std::string> Rows() const;
     // The largest number of columns that was ever in use.
     size_t widest() const { return widest_; }

@@ -29,6 +29,13 @@ Lines Joined(Lines a, const Lines &b)
     return a;
 }
 
+TEST(Screen, KeepsTheBlankAtWhichATextIsBroken)
+{
+    test::Screen screen(5);
+    screen.Feed("four five\r\nsix  ");
+    EXPECT_EQ(screen.Rows(), (Lines{"four ", "five", "six"}));
+}
+
 TEST(TerminalDrawing, TakesThePlaceOfTheLastOne)
 {
     test::Screen screen(80);
