@@ -24,11 +24,11 @@ std::vector<uint8_t> copy(kLong / 3 * 4 + 1);
 std::string longText;
 std::string shortText;
 
-template <class Encode>
-void OursEncodes(Encode *encode, int length)
+template <class Result, class Length>
+void OursEncodes(Result (*encode)(const void *, Length, char **), int length)
 {
     char *result;
-    encode(bytes.data(), length, &result);
+    encode(bytes.data(), static_cast<Length>(length), &result);
     BASE64FreeMem(result);
 }
 
@@ -94,7 +94,7 @@ void AddRows(RatioTable &table, char letter)
 
 int main(int argc, char **argv)
 {
-    for (int i = 0; i < kLong; ++i)
+    for (unsigned i = 0; i < kLong; ++i)
         bytes[i] = static_cast<uint8_t>(i * 151 >> 3);
     PeerEncodes(kShort);
     shortText = text.data();

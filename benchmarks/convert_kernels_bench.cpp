@@ -90,7 +90,7 @@ private:
         if (content_ != wanted)
             for (size_t i = 0; i < source_.size() / sizeof(Sample); ++i)
                 reinterpret_cast<Sample *>(source_.data())[i] =
-                    static_cast<Sample>(0.99 * std::sin(0.37 * i));
+                    static_cast<Sample>(0.99 * std::sin(0.37 * static_cast<double>(i)));
         content_ = wanted;
     }
 

@@ -123,8 +123,9 @@ private:
 
     static double Median(std::vector<double> values)
     {
-        std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-        return values[values.size() / 2];
+        const auto middle = values.begin() + std::ssize(values) / 2;
+        std::nth_element(values.begin(), middle, values.end());
+        return *middle;
     }
 
     bool Report(const Row &row, bool quick) const

@@ -30,7 +30,8 @@ Samples WithLibsamplerate(int quality, const Samples &input, uint32_t channels, 
     const std::vector<float> in(input.begin(), input.end());
     const double ratio = static_cast<double>(outputRate) / inputRate;
     const auto inFrames = static_cast<long>(input.size() / channels);
-    std::vector<float> out((static_cast<std::size_t>(inFrames * ratio) + 1000) * channels);
+    std::vector<float> out((static_cast<std::size_t>(static_cast<double>(inFrames) * ratio) + 1000) *
+                           channels);
     SRC_DATA data = {};
     data.data_in = in.data();
     data.data_out = out.data();
