@@ -8,6 +8,7 @@
 #include "host/failure.h"
 #include "host/jpeg_picture.h"
 #include "host/picture_facts.h"
+#include "host/png_picture.h"
 
 namespace {
 
@@ -23,6 +24,19 @@ void Jpeg(const std::vector<std::uint8_t> &file, std::uint32_t limit, int qualit
     const PixelImage image = DecodeJpeg(file, limit);
     tonekit::fuzz::Require(image.width <= size.width && image.height <= size.height && image.width > 0);
     EncodeJpeg(image, quality);
+}
+
+void Png(const std::vector<std::uint8_t> &file)
+{
+    const PictureSize size = SizeOfPng(file);
+    if (std::uint64_t{size.width} * size.height > kMostWorked)
+        return;
+    const PngPicture picture = DecodePng(file);
+    const PixelImage &image = picture.image;
+    tonekit::fuzz::Require(image.width == size.width && image.height == size.height && image.width > 0);
+    const PngPicture again = DecodePng(EncodePng(picture));
+    tonekit::fuzz::Require(again.image.pixels == image.pixels && again.alpha == picture.alpha &&
+                           again.gray == picture.gray);
 }
 
 } // namespace
@@ -43,6 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             tonekit::fuzz::Require(image.width > 0 && image.height > 0);
         } else if (IsJpeg(file)) {
             Jpeg(file, limit, quality);
+        } else if (IsPng(file)) {
+            Png(file);
         }
     } catch (const Failure &) {
         return 0;

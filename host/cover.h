@@ -9,13 +9,13 @@
 
 namespace tonekit::host {
 
-// A front cover from a picture file: BMP and JPEG of any size, PNG, GIF and WebP as they are. A BMP becomes a
-// JPEG; a BMP or JPEG larger than `size` by `size` pixels is scaled to fit, if `size` isn't 0. Throws
-// Failure, with `name` in front.
+// A front cover from a picture file: BMP, JPEG and PNG of any size, GIF and WebP as they are. A BMP becomes a
+// JPEG. One larger than `size` by `size` pixels is scaled to fit, if `size` isn't 0: a PNG stays a PNG, of 8
+// bits a colour, and as transparent as it was. Throws Failure, with `name` in front.
 Picture MakeCover(std::vector<uint8_t> file, const std::string &name, uint32_t size, int quality);
 
-// Scales a picture of a file's tags in the same way, if it is a BMP or a JPEG; any other, and one that can't
-// be decoded, stays as it is, with a line in `warnings` if it should have been looked at.
+// Scales a picture of a file's tags in the same way, if it is a BMP, JPEG or PNG; any other, and one that
+// can't be decoded, stays as it is, with a line in `warnings` if it should have been looked at.
 void FitPicture(Picture &picture, const std::string &name, uint32_t size, int quality,
                 std::vector<std::string> &warnings);
 

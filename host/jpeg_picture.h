@@ -10,11 +10,6 @@ namespace tonekit::host {
 
 bool IsJpeg(const std::vector<uint8_t> &file);
 
-struct PictureSize {
-    uint32_t width = 0;
-    uint32_t height = 0;
-};
-
 // All three throw Failure with the reason alone; so does each of them if the library was built without its
 // codec.
 

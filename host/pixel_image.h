@@ -15,6 +15,11 @@ struct PixelImage {
     std::vector<uint8_t> pixels;
 };
 
+struct PictureSize {
+    uint32_t width = 0;
+    uint32_t height = 0;
+};
+
 // The pixels that a decoded picture may have under the limit of memory: 4 bytes each, and more than as much
 // again for the file, for a smaller copy and for the codec's coefficients. 4096 by 4096 with 256 MiB.
 inline uint64_t MostPixels()

@@ -82,7 +82,7 @@ def test_nothing_of_the_package_comes_from_elsewhere() -> None:
         pytest.skip("the package doesn't come from a repaired wheel")
     own = [*PACKAGE.glob("*.so*"), *PACKAGE.glob("_bin/*"), *(PACKAGE.parent / "tonekit.libs").iterdir()]
     names = {path.name for path in own}
-    for wanted in ("libtonekit", "libebur128", "libsndfile", "libtag"):
+    for wanted in ("libtonekit", "libebur128", "libsndfile", "libtag", "libspng"):
         assert any(name.startswith(wanted) for name in names), wanted
     assert not any(name.startswith(("libstdc++", "libgcc")) for name in names)
     system = re.compile(r"/lib(64)?/(x86_64-linux-gnu/)?(ld-linux|lib(c|m|stdc\+\+|gcc_s|z|pthread|dl|rt|mvec)[.-])")
