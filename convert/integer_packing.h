@@ -7,7 +7,7 @@
 
 #include <immintrin.h>
 
-#include "convert/sample_vectors.h"
+#include "convert/lanes.h"
 
 namespace tonekit::TONEKIT_TIER {
 

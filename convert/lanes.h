@@ -1,5 +1,7 @@
-// lanes.h: neighbouring samples in one register, with sums and products whose operand order is fixed. For
-// tier units.
+// lanes.h: neighbouring samples in one register, and what kernels compute with them. For tier units.
+//
+// An operation has one name for single samples and for registers of each width. All loads and stores of
+// registers are of samples at any address.
 //
 // A processor that multiplies or adds two NaNs answers with the first of them. Compilers take both operations
 // to be commutative and order the operands as registers fall, differently from tier to tier, so plain code
@@ -137,107 +139,142 @@ constexpr int LaneWidth(int count)
 }
 #endif
 
-// sums + from[...] * factors, in those orders. One statement, because compilers left to themselves keep the
-// products of many registers waiting and run out of registers for the sums.
-#define TONEKIT_ADD_PRODUCT(type, unaligned, element, instructions)                                          \
-    [[gnu::always_inline]] inline type AddProduct(type sums, const element *from, type factors)              \
-    {                                                                                                        \
-        type product;                                                                                        \
-        asm(instructions                                                                                     \
-            : [sums] "+x"(sums), [product] "=&x"(product)                                                    \
-            : [from] "m"(*reinterpret_cast<const unaligned *>(from)), [factors] "x"(factors));               \
-        return sums;                                                                                         \
-    }
+// The widest registers of the tier. A FloatVector and an IntVector hold kLanes samples, a DoubleVector half
+// as many; two of them go with one of the others.
 #if defined(__AVX__)
-TONEKIT_ADD_PRODUCT(__m256d, __m256d_u, double,
-                    "vmovupd %[from], %[product]\n\t"
-                    "vmulpd %[factors], %[product], %[product]\n\t"
-                    "vaddpd %[product], %[sums], %[sums]")
+using FloatVector = __m256;
+using DoubleVector = __m256d;
+using IntVector = __m256i;
 #else
-TONEKIT_ADD_PRODUCT(__m128d, __m128d_u, double,
-                    "movupd %[from], %[product]\n\t"
-                    "mulpd %[factors], %[product]\n\t"
-                    "addpd %[product], %[sums]")
+using FloatVector = __m128;
+using DoubleVector = __m128d;
+using IntVector = __m128i;
 #endif
-#undef TONEKIT_ADD_PRODUCT
+constexpr uint32_t kLanes = LaneWidth<float>(8);
 
-// The same in one rounding, where the tier can: equal if each product is exact and no sum is a NaN.
+[[gnu::always_inline]] inline FloatVector LoadFloats(const float *samples)
+{
+    return Lanes<float, kLanes>::Load(samples).value;
+}
+
+[[gnu::always_inline]] inline DoubleVector LoadDoubles(const double *samples)
+{
+    return Lanes<double, kLanes / 2>::Load(samples).value;
+}
+
+// x * scale + term, for a scale that is a power of two from 1 on and a term below it. The product is exact:
+// it keeps x's bits, and where it overflows, so does the sum. So fusing both gives the same bits.
+[[gnu::always_inline]] inline FloatVector ScaledPlus(FloatVector x, float scale, FloatVector term)
+{
 #if defined(__FMA__)
-constexpr bool kFuses = true;
-[[gnu::always_inline]] inline __m256d AddExactProduct(__m256d sums, const double *from, __m256d factors)
-{
-    return _mm256_fmadd_pd(_mm256_loadu_pd(from), factors, sums);
-}
+    return _mm256_fmadd_ps(x, _mm256_set1_ps(scale), term);
 #else
-constexpr bool kFuses = false;
-template <class Register>
-[[gnu::always_inline]] inline Register AddExactProduct(Register sums, const double *from, Register factors)
-{
-    return AddProduct(sums, from, factors);
-}
+    return x * scale + term;
 #endif
+}
+[[gnu::always_inline]] inline DoubleVector ScaledPlus(DoubleVector x, double scale, DoubleVector term)
+{
+#if defined(__FMA__)
+    return _mm256_fmadd_pd(x, _mm256_set1_pd(scale), term);
+#else
+    return x * scale + term;
+#endif
+}
 
-// N neighbouring values in as few registers as hold them.
-template <class T, int N>
-struct Row {
-    static constexpr int kHead = LaneWidth<T>(N);
-    Lanes<T, kHead> head;
-    Row<T, N - kHead> tail;
+// Next, once for each width:
+// - LoadDoubles of floats.
+// - SignedHalf: 0.5 with the sign of x, the half that rounds away from zero.
+// - AtMost and AtLeast. The instructions give their second operand where one of the two is a NaN, so a NaN
+//   stays as it is.
+// - Truncate: towards zero; a NaN and what 32 bits do not hold become kOutOfRange.
+constexpr int32_t kOutOfRange = INT32_MIN;
 
-    [[gnu::always_inline]] static Row Load(const T *from)
-    {
-        return {Lanes<T, kHead>::Load(from), Row<T, N - kHead>::Load(from + kHead)};
-    }
-    [[gnu::always_inline]] void Store(T *to) const
-    {
-        head.Store(to);
-        tail.Store(to + kHead);
-    }
-    [[gnu::always_inline]] Row Times(T sample) const
-    {
-        return {{Multiply(head.value, Lanes<T, kHead>::Spread(sample).value)}, tail.Times(sample)};
-    }
-    [[gnu::always_inline]] Row Plus(const Row &term) const
-    {
-        return {{Add(head.value, term.head.value)}, tail.Plus(term.tail)};
-    }
-    [[gnu::always_inline]] Row PlusProduct(const T *from, T factor) const
-    {
-        return {{AddProduct(head.value, from, Lanes<T, kHead>::Spread(factor).value)},
-                tail.PlusProduct(from + kHead, factor)};
-    }
-    [[gnu::always_inline]] Row PlusExactProduct(const T *from, T factor) const
-    {
-        return {{AddExactProduct(head.value, from, Lanes<T, kHead>::Spread(factor).value)},
-                tail.PlusExactProduct(from + kHead, factor)};
-    }
-    [[gnu::always_inline]] Row Minus(const Row &term) const
-    {
-        return {{head.value - term.head.value}, tail.Minus(term.tail)};
-    }
-    // The magnitudes of this row where they are larger than `peaks`; a NaN is never larger.
-    [[gnu::always_inline]] Row Peaks(const Row &peaks) const
-    {
-        return {{LargerMagnitude(head.value, peaks.head.value)}, tail.Peaks(peaks.tail)};
-    }
-    [[gnu::always_inline]] bool AnyAbove(T limit) const
-    {
-        // Without a branch.
-        return (unsigned{AnyLaneAbove(head.value, limit)} | unsigned{tail.AnyAbove(limit)}) != 0;
-    }
-};
+#if defined(__AVX__)
 
-template <class T>
-struct Row<T, 0> {
-    [[gnu::always_inline]] static Row Load(const T *) { return {}; }
-    [[gnu::always_inline]] void Store(T *) const {}
-    [[gnu::always_inline]] Row Times(T) const { return {}; }
-    [[gnu::always_inline]] Row Plus(const Row &) const { return {}; }
-    [[gnu::always_inline]] Row PlusProduct(const T *, T) const { return {}; }
-    [[gnu::always_inline]] Row PlusExactProduct(const T *, T) const { return {}; }
-    [[gnu::always_inline]] Row Minus(const Row &) const { return {}; }
-    [[gnu::always_inline]] Row Peaks(const Row &) const { return {}; }
-    [[gnu::always_inline]] bool AnyAbove(T) const { return false; }
-};
+[[gnu::always_inline]] inline DoubleVector LoadDoubles(const float *samples)
+{
+    return _mm256_cvtps_pd(Lanes<float, 4>::Load(samples).value);
+}
+[[gnu::always_inline]] inline FloatVector SignedHalf(FloatVector x)
+{
+    return _mm256_blendv_ps(_mm256_set1_ps(0.5f), _mm256_set1_ps(-0.5f), x);
+}
+[[gnu::always_inline]] inline DoubleVector SignedHalf(DoubleVector x)
+{
+    return _mm256_blendv_pd(_mm256_set1_pd(0.5), _mm256_set1_pd(-0.5), x);
+}
+[[gnu::always_inline]] inline FloatVector AtMost(float limit, FloatVector y)
+{
+    return _mm256_min_ps(_mm256_set1_ps(limit), y);
+}
+[[gnu::always_inline]] inline DoubleVector AtMost(double limit, DoubleVector y)
+{
+    return _mm256_min_pd(_mm256_set1_pd(limit), y);
+}
+[[gnu::always_inline]] inline FloatVector AtLeast(float limit, FloatVector y)
+{
+    return _mm256_max_ps(_mm256_set1_ps(limit), y);
+}
+[[gnu::always_inline]] inline DoubleVector AtLeast(double limit, DoubleVector y)
+{
+    return _mm256_max_pd(_mm256_set1_pd(limit), y);
+}
+[[gnu::always_inline]] inline FloatVector Narrow(DoubleVector low, DoubleVector high)
+{
+    return _mm256_set_m128(_mm256_cvtpd_ps(high), _mm256_cvtpd_ps(low));
+}
+[[gnu::always_inline]] inline IntVector Truncate(FloatVector y)
+{
+    return _mm256_cvttps_epi32(y);
+}
+[[gnu::always_inline]] inline IntVector Truncate(DoubleVector low, DoubleVector high)
+{
+    return _mm256_set_m128i(_mm256_cvttpd_epi32(high), _mm256_cvttpd_epi32(low));
+}
+
+#else
+
+[[gnu::always_inline]] inline DoubleVector LoadDoubles(const float *samples)
+{
+    return _mm_cvtps_pd(Lanes<float, 2>::Load(samples).value);
+}
+[[gnu::always_inline]] inline FloatVector SignedHalf(FloatVector x)
+{
+    return _mm_or_ps(_mm_and_ps(x, _mm_set1_ps(-0.0f)), _mm_set1_ps(0.5f));
+}
+[[gnu::always_inline]] inline DoubleVector SignedHalf(DoubleVector x)
+{
+    return _mm_or_pd(_mm_and_pd(x, _mm_set1_pd(-0.0)), _mm_set1_pd(0.5));
+}
+[[gnu::always_inline]] inline FloatVector AtMost(float limit, FloatVector y)
+{
+    return _mm_min_ps(_mm_set1_ps(limit), y);
+}
+[[gnu::always_inline]] inline DoubleVector AtMost(double limit, DoubleVector y)
+{
+    return _mm_min_pd(_mm_set1_pd(limit), y);
+}
+[[gnu::always_inline]] inline FloatVector AtLeast(float limit, FloatVector y)
+{
+    return _mm_max_ps(_mm_set1_ps(limit), y);
+}
+[[gnu::always_inline]] inline DoubleVector AtLeast(double limit, DoubleVector y)
+{
+    return _mm_max_pd(_mm_set1_pd(limit), y);
+}
+[[gnu::always_inline]] inline FloatVector Narrow(DoubleVector low, DoubleVector high)
+{
+    return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high));
+}
+[[gnu::always_inline]] inline IntVector Truncate(FloatVector y)
+{
+    return _mm_cvttps_epi32(y);
+}
+[[gnu::always_inline]] inline IntVector Truncate(DoubleVector low, DoubleVector high)
+{
+    return _mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high));
+}
+
+#endif
 
 } // namespace tonekit::TONEKIT_TIER

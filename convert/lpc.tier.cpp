@@ -1,7 +1,7 @@
 // lpc.tier.cpp: predicts audio beyond both ends of a stretch, from the stretch's autocorrelation.
 #include "convert/lpc.h"
-#include "convert/lanes.h"
 #include "convert/lpc_faint.h"
+#include "convert/row.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 #include <cstddef>

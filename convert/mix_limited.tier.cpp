@@ -1,7 +1,7 @@
 // mix_limited.tier.cpp: applies a channel matrix to frames, with a gain that falls at peaks and never rises.
-#include "convert/lanes.h"
 #include "convert/mix.h"
 #include "convert/mix_columns.h"
+#include "convert/row.h"
 #include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {

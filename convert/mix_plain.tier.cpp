@@ -1,7 +1,7 @@
 // mix_plain.tier.cpp: applies a channel matrix to frames.
-#include "convert/lanes.h"
 #include "convert/mix.h"
 #include "convert/mix_columns.h"
+#include "convert/row.h"
 #include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {
@@ -61,21 +61,21 @@ void MixFrames(const T (*matrix)[8], uint32_t rows, uint32_t inputChannels, cons
 template <class T>
 void MixStereo(const T (*matrix)[8], uint32_t inputChannels, const T *input, T *output, uint32_t frames)
 {
-    constexpr int kLanes = LaneWidth<T>(8);
-    constexpr uint32_t kWidth = kLanes;
+    using Samples = Lanes<T, LaneWidth<T>(8)>;
+    constexpr uint32_t kWidth = LaneWidth<T>(8);
     constexpr uint32_t kFrames = kWidth / 2;
     T repeated[2][kWidth];
     for (uint32_t i = 0; i < kWidth; ++i) {
         repeated[0][i] = matrix[0][i % 2];
         repeated[1][i] = matrix[1][i % 2];
     }
-    const auto fromLeft = Lanes<T, kLanes>::Load(repeated[0]);
-    const auto fromRight = Lanes<T, kLanes>::Load(repeated[1]);
+    const auto fromLeft = Samples::Load(repeated[0]);
+    const auto fromRight = Samples::Load(repeated[1]);
     uint32_t done = 0;
     for (; frames - done >= kFrames; done += kFrames, input += kWidth, output += kWidth) {
-        const auto samples = Lanes<T, kLanes>::Load(input);
-        const Lanes<T, kLanes> sums{Add(Multiply(fromLeft.value, LeftSamples(samples.value)),
-                                        Multiply(fromRight.value, RightSamples(samples.value)))};
+        const auto samples = Samples::Load(input);
+        const Samples sums{Add(Multiply(fromLeft.value, LeftSamples(samples.value)),
+                               Multiply(fromRight.value, RightSamples(samples.value)))};
         sums.Store(output);
     }
     MixFrames<T, 2, 2>(matrix, 2, inputChannels, input, output, frames - done);

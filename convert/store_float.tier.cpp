@@ -2,9 +2,9 @@
 #include "frame/tier.h"
 
 #include "convert/alignment.h"
+#include "convert/lanes.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
-#include "convert/sample_vectors.h"
 
 namespace tonekit::TONEKIT_TIER {
 
@@ -20,6 +20,12 @@ inline float ClipOne(float sample)
 inline FloatVector Clip(FloatVector samples)
 {
     return AtLeast(-1.0f, AtMost(1.0f, samples));
+}
+
+// At any address, as all vectors are stored.
+inline void StoreFloats(PackedFloat32 *samples, FloatVector vector)
+{
+    Lanes<float, kLanes>{vector}.Store(reinterpret_cast<float *>(samples));
 }
 
 inline FloatVector LoadRounded(const float *samples)

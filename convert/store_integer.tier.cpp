@@ -7,9 +7,9 @@
 
 #include "convert/alignment.h"
 #include "convert/integer_packing.h"
+#include "convert/lanes.h"
 #include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
-#include "convert/sample_vectors.h"
 
 namespace tonekit::TONEKIT_TIER {
 
