@@ -15,10 +15,6 @@ namespace {
 constexpr uint32_t kLargestSide = 4096;
 constexpr double kLargestRadius = 16.0;
 
-struct BlockReleaser {
-    void operator()(uint32_t *block) const noexcept { ReleaseBlock(block); }
-};
-
 // The pixels of one bitmap: as the device gives them, or as the engine's 32 bits, in the same memory.
 class Pixels {
 public:

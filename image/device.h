@@ -25,6 +25,11 @@ void DiscardBitmap(TonekitDeviceContext dc, TonekitBitmap bitmap);
 void *AllocateBlock(size_t bytes) noexcept;
 void ReleaseBlock(void *block) noexcept;
 
+// For std::unique_ptr.
+struct BlockReleaser {
+    void operator()(void *block) const noexcept { ReleaseBlock(block); }
+};
+
 // The calling thread's last-error value.
 uint32_t ReadLastError() noexcept;
 void WriteLastError(uint32_t value) noexcept;

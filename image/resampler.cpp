@@ -12,9 +12,6 @@ namespace tonekit {
 
 namespace {
 
-struct BlockReleaser {
-    void operator()(void *block) const noexcept { ReleaseBlock(block); }
-};
 using PixelBlock = std::unique_ptr<uint32_t[], BlockReleaser>;
 
 PixelBlock AllocatePixels(size_t width, size_t height)
