@@ -27,8 +27,8 @@ constexpr uint32_t kShowPeaks = 2;
 constexpr uint32_t kShowTimer = 3;
 constexpr uint32_t kShowMismatch = 4;
 
-constexpr int kShift = 15;            // whatever the bits of the samples
-constexpr int32_t kPeakLevel = 22913; // of 16 bits, likewise
+constexpr int kShift = 15;                        // whatever the bits of the samples
+constexpr int32_t kPeakLevel = HdcdPeakLevel(16); // likewise
 constexpr uint32_t kMark = 19u << kShift;
 
 int32_t Shifted(int32_t sample)

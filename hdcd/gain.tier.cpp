@@ -16,13 +16,6 @@ namespace tonekit::TONEKIT_TIER {
 
 namespace {
 
-constexpr int32_t kLastPeak = 9855;
-
-int32_t PeakLevel(int32_t bits)
-{
-    return (1 << (bits - 1)) - kLastPeak;
-}
-
 int32_t ShiftUp(int32_t sample, int shift)
 {
     return static_cast<int32_t>(static_cast<uint32_t>(sample) << shift);
@@ -37,7 +30,7 @@ int32_t ExtendPeak(int32_t sample, int32_t level, int shift)
     if (magnitude < static_cast<uint32_t>(level))
         return ShiftUp(sample, shift);
     const uint32_t above = magnitude - static_cast<uint32_t>(level);
-    const uint32_t peak = HdcdPeakTable[above < kLastPeak ? static_cast<int>(above) : kLastPeak];
+    const uint32_t peak = HdcdPeakTable[above < kHdcdLastPeak ? static_cast<int>(above) : kHdcdLastPeak];
     return static_cast<int32_t>(sample < 0 ? 0 - peak : peak);
 }
 
@@ -50,7 +43,7 @@ int32_t Attenuate(int32_t sample, int32_t gain)
 void Scale(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t bits, bool extend)
 {
     const int shift = 31 - bits;
-    const int32_t level = PeakLevel(bits);
+    const int32_t level = HdcdPeakLevel(bits);
     for (int32_t i = 0; i < count; ++i, samples += stride)
         *samples = extend ? ExtendPeak(*samples, level, shift) : ShiftUp(*samples, shift);
 }
@@ -117,7 +110,7 @@ void ScaleUp(HdcdSample *samples, std::size_t count, int32_t bits)
 // ExtendPeak of four samples, whose distances above the level are given; those below it come out as rubbish.
 __m128i ExtendPeaks(__m128i values, __m128i above)
 {
-    const __m128i last = _mm_set1_epi32(kLastPeak);
+    const __m128i last = _mm_set1_epi32(kHdcdLastPeak);
     const __m128i beyond = _mm_cmpgt_epi32(above, last);
     const __m128i below = _mm_srai_epi32(above, 31);
     const __m128i clamped = _mm_or_si128(_mm_and_si128(beyond, last), _mm_andnot_si128(beyond, above));
@@ -134,7 +127,7 @@ __m128i ExtendPeaks(__m128i values, __m128i above)
 // Peaks are rare: where two frames have none, the table is left alone.
 void ScaleWithPeaks(HdcdSample *samples, int32_t frames, int32_t bits, const int32_t *extend)
 {
-    const int32_t level = PeakLevel(bits);
+    const int32_t level = HdcdPeakLevel(bits);
     const int shift = 31 - bits;
     const int32_t left = extend[0] != 0 ? -1 : 0;
     const int32_t right = extend[1] != 0 ? -1 : 0;

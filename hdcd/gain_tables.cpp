@@ -60,14 +60,13 @@ constexpr PeakPiece kPeakPieces[] = {
     {9151, 0x5DA00000, 819200},
 };
 constexpr int kPeakPieceCount = sizeof kPeakPieces / sizeof *kPeakPieces;
-constexpr int kLastPeak = 9855;
 
-constexpr HdcdTable<uint32_t, 9856> PeakTable()
+constexpr HdcdTable<uint32_t, kHdcdLastPeak + 1> PeakTable()
 {
-    HdcdTable<uint32_t, 9856> table{};
+    HdcdTable<uint32_t, kHdcdLastPeak + 1> table{};
     for (int i = 0; i < kPeakPieceCount; ++i) {
         const PeakPiece &piece = kPeakPieces[i];
-        const int last = i + 1 < kPeakPieceCount ? kPeakPieces[i + 1].first : kLastPeak;
+        const int last = i + 1 < kPeakPieceCount ? kPeakPieces[i + 1].first : kHdcdLastPeak;
         for (int index = piece.first; index <= last; ++index)
             table.entry[index] = piece.value + piece.step * static_cast<uint32_t>(index - piece.first);
     }
@@ -92,7 +91,7 @@ static_assert(PeakPiecesJoin());
 extern "C" {
 
 constinit const HdcdTable<uint32_t, 1921> HdcdGainTable32 = GainTable();
-constinit const HdcdTable<uint32_t, 9856> HdcdPeakTable = PeakTable();
+constinit const HdcdTable<uint32_t, kHdcdLastPeak + 1> HdcdPeakTable = PeakTable();
 
 } // extern "C"
 

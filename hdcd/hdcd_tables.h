@@ -15,6 +15,15 @@ struct HdcdTable {
     [[gnu::always_inline]] constexpr const Entry &operator[](int index) const { return entry[index]; }
 };
 
+// The last index of HdcdPeakTable.
+constexpr int32_t kHdcdLastPeak = 9855;
+
+// The peak extend level of samples of so many bits: 22913 with 16.
+[[gnu::always_inline]] constexpr int32_t HdcdPeakLevel(int32_t bits)
+{
+    return (1 << (bits - 1)) - kHdcdLastPeak;
+}
+
 extern "C" {
 
 // By the low byte of the scrambled view: how many more bits must arrive before a packet prefix can be
@@ -29,7 +38,7 @@ extern const HdcdTable<uint32_t, 1921> HdcdGainTable32;
 
 // By how far a magnitude lies above the peak extend level: the magnitude that it means. The last entry, for
 // -32768, is 0x80000000, which is its own negative.
-extern const HdcdTable<uint32_t, 9856> HdcdPeakTable;
+extern const HdcdTable<uint32_t, kHdcdLastPeak + 1> HdcdPeakTable;
 
 // One period of the analysis tone, 0.1 of full scale: for the rates that are multiples of 48000 Hz, and for
 // all others.
