@@ -1,7 +1,11 @@
 # tiers.cmake: the compiler options of each body letter, from the baseline to the most demanding.
 
-# The letters in ascending demand; a later letter has every feature of the earlier ones.
-set(TONEKIT_LETTERS A L M N P R S V)
+# The letters in ascending demand, from where the library has them; a later letter has every feature of the earlier ones.
+set(tonekit_letters_header "${CMAKE_CURRENT_LIST_DIR}/../frame/processor.h")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${tonekit_letters_header}")
+file(STRINGS "${tonekit_letters_header}" TONEKIT_LETTERS REGEX "kTierLetters\\[\\] = ")
+string(REGEX REPLACE ".*\"([A-Z]+)\".*" "\\1" TONEKIT_LETTERS "${TONEKIT_LETTERS}")
+string(REGEX MATCHALL "[A-Z]" TONEKIT_LETTERS "${TONEKIT_LETTERS}")
 
 set(TONEKIT_TIER_OPTIONS_A "")
 set(TONEKIT_TIER_OPTIONS_L -msse3)
