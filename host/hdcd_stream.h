@@ -1,7 +1,6 @@
 // hdcd_stream.h: finds HDCD in an audio file and decodes it.
 #pragma once
 
-#include "host/report.h"
 #include "host/sample_source.h"
 
 #include <cstdint>
@@ -13,6 +12,8 @@ namespace tonekit::host {
 
 // HDCD lives in the lowest bits of 16 bit stereo.
 bool CanCarryHdcd(const SampleSource &source);
+
+enum class HdcdFinding { None, NoEffect, Effective };
 
 // Scans the first minute and goes back to the first frame.
 HdcdFinding ScanForHdcd(SampleSource &source);

@@ -2,15 +2,21 @@
 #pragma once
 
 #include "host/album_loudness.h"
-#include "host/report.h"
 #include "host/sample_format.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <tonekit/loudness.h>
 #include <vector>
 
 namespace tonekit::host {
+
+struct Loudness {
+    std::optional<double> gain; // dB; none for silence or less than the measurement needs
+    std::optional<double> peak; // linear
+    bool truePeak = false;
+};
 
 class LoudnessMeter {
 public:

@@ -3,7 +3,10 @@
 
 #include "host/encoder_settings.h"
 #include "host/file_part.h"
+#include "host/hdcd_stream.h"
+#include "host/loudness_meter.h"
 #include "host/options.h"
+#include "host/sample_digest.h"
 #include "host/sample_format.h"
 
 #include <cstdint>
@@ -13,19 +16,6 @@
 #include <vector>
 
 namespace tonekit::host {
-
-class AlbumPart;
-
-struct Loudness {
-    std::optional<double> gain; // dB; none for silence or less than the measurement needs
-    std::optional<double> peak; // linear
-    bool truePeak = false;
-};
-
-struct Digest {
-    HashKind kind = HashKind::Sha256;
-    std::string hex;
-};
 
 // What was done to the level of a file.
 struct LevelReport {
@@ -42,8 +32,6 @@ struct LimiterReport {
     double start = 0;   // seconds of the input, where it first fell
     double seconds = 0; // from there to the end
 };
-
-enum class HdcdFinding { None, NoEffect, Effective };
 
 // One side of a conversion, or a file that was looked at.
 struct StreamReport {

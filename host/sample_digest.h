@@ -1,12 +1,18 @@
 // sample_digest.h: the digest of a stream of samples.
 #pragma once
 
-#include "host/report.h"
+#include "host/options.h"
 
 #include <cstddef>
+#include <string>
 #include <tonekit/encode.h>
 
 namespace tonekit::host {
+
+struct Digest {
+    HashKind kind = HashKind::Sha256;
+    std::string hex;
+};
 
 // Takes the bytes of samples as they stand in the program's buffers: interleaved, little-endian, in the
 // sample format of the file. Equal samples in equal formats give equal digests, whatever the type of file.
