@@ -1,8 +1,6 @@
 // read_ahead.cpp: a ring of blocks between the thread that reads and the one that asks.
 #include "host/read_ahead.h"
 
-#include <system_error>
-
 namespace tonekit::host {
 
 namespace {
@@ -16,34 +14,17 @@ ReadAhead::ReadAhead(SampleSource &source, uint32_t framesOfBlock, bool ownThrea
 {
     for (Slot &slot : slots_)
         slot.samples.resize(size_t{framesOfBlock} * source.format().FrameBytes());
-    if (!ownThread)
-        return;
-    try {
-        thread_ = std::thread([this] { Work(); });
-    } catch (const std::system_error &) {
-        // The system starts no more.
-    }
-}
-
-ReadAhead::~ReadAhead()
-{
-    if (!thread_.joinable())
-        return;
-    {
-        const std::lock_guard lock(mutex_);
-        stopped_ = true;
-    }
-    changed_.notify_all();
-    thread_.join();
+    if (ownThread)
+        thread_.Start([this] { Work(); });
 }
 
 void ReadAhead::Work()
 {
     for (bool more = true; more;) {
         {
-            std::unique_lock lock(mutex_);
-            changed_.wait(lock, [&] { return stopped_ || read_ - used_ < slots_.size(); });
-            if (stopped_)
+            std::unique_lock lock(thread_.mutex);
+            thread_.changed.wait(lock, [&] { return thread_.stopped || read_ - used_ < slots_.size(); });
+            if (thread_.stopped)
                 return;
         }
         // Only this thread changes read_, and nobody else uses a slot beyond it.
@@ -55,23 +36,23 @@ void ReadAhead::Work()
         }
         more = !slot.failure && slot.frames > 0;
         {
-            const std::lock_guard lock(mutex_);
+            const std::lock_guard lock(thread_.mutex);
             read_++;
         }
-        changed_.notify_all();
+        thread_.changed.notify_all();
     }
 }
 
 ReadAhead::Block ReadAhead::Next()
 {
-    if (!thread_.joinable())
+    if (!thread_.runs())
         return {slots_[0].samples.data(), source_.Read(slots_[0].samples.data(), framesOfBlock_)};
-    std::unique_lock lock(mutex_);
+    std::unique_lock lock(thread_.mutex);
     if (given_)
         used_++;
     given_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return read_ > used_; });
+    thread_.changed.notify_all();
+    thread_.changed.wait(lock, [&] { return read_ > used_; });
     Slot &slot = slots_[used_ % slots_.size()];
     if (slot.failure)
         std::rethrow_exception(slot.failure);

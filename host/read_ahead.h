@@ -2,12 +2,10 @@
 #pragma once
 
 #include "host/sample_source.h"
+#include "host/side_thread.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <exception>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 namespace tonekit::host {
@@ -20,8 +18,7 @@ public:
     ReadAhead(SampleSource &source, uint32_t framesOfBlock, bool ownThread);
     ReadAhead(const ReadAhead &) = delete;
     ReadAhead &operator=(const ReadAhead &) = delete;
-    // Waits for the block that is being read.
-    ~ReadAhead();
+    // The destructor waits for the block that is being read.
 
     // The next block, valid until the next call; no frames at the end. Throws what the source throws.
     struct Block {
@@ -42,13 +39,10 @@ private:
     SampleSource &source_;
     const uint32_t framesOfBlock_;
     std::vector<Slot> slots_;
-    std::mutex mutex_; // of what follows
-    std::condition_variable changed_;
     uint64_t read_ = 0; // blocks that were read; block i is in slot i modulo their number
     uint64_t used_ = 0; // blocks that were given away and are no longer in use
     bool given_ = false;
-    bool stopped_ = false;
-    std::thread thread_;
+    SideThread thread_; // with its mutex for the three above; ended before they are
 };
 
 } // namespace tonekit::host

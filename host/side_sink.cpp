@@ -1,7 +1,6 @@
 // side_sink.cpp: a queue of blocks between the thread that makes them and the one that uses them.
 #include "host/side_sink.h"
 
-#include <system_error>
 #include <utility>
 
 namespace tonekit::host {
@@ -19,23 +18,7 @@ SideSink::SideSink(FrameSink sink, uint32_t frameBytes, bool ownThread)
     if (!ownThread)
         return;
     spare_.reserve(kMostBlocks + 1); // all blocks that there ever are, so that giving back can't fail
-    try {
-        thread_ = std::thread([this] { Work(); });
-    } catch (const std::system_error &) {
-        // The system starts no more.
-    }
-}
-
-SideSink::~SideSink()
-{
-    if (!thread_.joinable())
-        return;
-    {
-        const std::lock_guard lock(mutex_);
-        stopped_ = true;
-    }
-    changed_.notify_all();
-    thread_.join();
+    thread_.Start([this] { Work(); });
 }
 
 bool SideSink::HasRoom(size_t bytes) const
@@ -51,10 +34,10 @@ void SideSink::ThrowFailure()
 
 void SideSink::Work()
 {
-    std::unique_lock lock(mutex_);
+    std::unique_lock lock(thread_.mutex);
     while (true) {
-        changed_.wait(lock, [&] { return stopped_ || ended_ || !waiting_.empty(); });
-        if (stopped_ || waiting_.empty())
+        thread_.changed.wait(lock, [&] { return thread_.stopped || ended_ || !waiting_.empty(); });
+        if (thread_.stopped || waiting_.empty())
             return;
         // A deque keeps its first element in place while others are added.
         const Block &block = waiting_.front();
@@ -70,7 +53,7 @@ void SideSink::Work()
         waitingBytes_ -= block.samples.size();
         spare_.push_back(std::move(waiting_.front().samples));
         waiting_.pop_front();
-        changed_.notify_all();
+        thread_.changed.notify_all();
         if (failure_)
             return;
     }
@@ -78,7 +61,7 @@ void SideSink::Work()
 
 void SideSink::Take(const void *samples, uint32_t frames)
 {
-    if (!thread_.joinable()) {
+    if (!thread_.runs()) {
         sink_(samples, frames);
         return;
     }
@@ -87,8 +70,8 @@ void SideSink::Take(const void *samples, uint32_t frames)
     Block block;
     block.frames = frames;
     {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return failure_ || HasRoom(size); });
+        std::unique_lock lock(thread_.mutex);
+        thread_.changed.wait(lock, [&] { return failure_ || HasRoom(size); });
         ThrowFailure();
         if (!spare_.empty()) {
             block.samples = std::move(spare_.back());
@@ -97,23 +80,23 @@ void SideSink::Take(const void *samples, uint32_t frames)
     }
     block.samples.assign(bytes, bytes + size);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(thread_.mutex);
         waitingBytes_ += size;
         waiting_.push_back(std::move(block));
     }
-    changed_.notify_all();
+    thread_.changed.notify_all();
 }
 
 void SideSink::Finish()
 {
-    if (!thread_.joinable())
+    if (!thread_.runs())
         return;
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(thread_.mutex);
         ended_ = true;
     }
-    changed_.notify_all();
-    thread_.join();
+    thread_.changed.notify_all();
+    thread_.Join();
     ThrowFailure();
 }
 

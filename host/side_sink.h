@@ -1,14 +1,12 @@
 // side_sink.h: a sink of samples on a thread of its own.
 #pragma once
 
+#include "host/side_thread.h"
 #include "host/stream_converter.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <exception>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 namespace tonekit::host {
@@ -21,8 +19,7 @@ public:
     SideSink(FrameSink sink, uint32_t frameBytes, bool ownThread);
     SideSink(const SideSink &) = delete;
     SideSink &operator=(const SideSink &) = delete;
-    // Drops what still waits.
-    ~SideSink();
+    // The destructor drops what still waits.
 
     // Copies the frames; waits while too many do.
     void Take(const void *samples, uint32_t frames);
@@ -41,15 +38,12 @@ private:
 
     const FrameSink sink_;
     const uint32_t frameBytes_;
-    std::mutex mutex_; // of what follows
-    std::condition_variable changed_;
     std::deque<Block> waiting_; // the first one is in work
     size_t waitingBytes_ = 0;
     std::vector<std::vector<uint8_t>> spare_; // memory of blocks that are done
     std::exception_ptr failure_;
-    bool ended_ = false;   // nothing more comes
-    bool stopped_ = false; // what waits is dropped
-    std::thread thread_;
+    bool ended_ = false; // nothing more comes
+    SideThread thread_;  // with its mutex for all from waiting_ on; ended before they are
 };
 
 } // namespace tonekit::host
