@@ -27,55 +27,37 @@ constexpr int kMostChunks = 10000;
 // A stream that is longer than this has no end.
 constexpr uint64_t kEndless64 = uint64_t{1} << 62;
 
-SizeField FieldInChunks(HeaderBytes &bytes, const char *wanted, bool bigEndian)
+// How a family of types writes its chunks: a name, a size, what they hold, and zeros up to a multiple.
+struct ChunkForm {
+    uint64_t first;  // where the first chunk begins
+    uint64_t sizeAt; // in a chunk
+    int sizeBytes;
+    bool bigEndian;
+    uint64_t header;  // bytes before what the chunk holds
+    uint64_t counted; // of these, that the size counts
+    uint64_t multiple;
+};
+
+constexpr ChunkForm kRiff = {12, 4, 4, false, 8, 0, 2};
+constexpr ChunkForm kBigRiff = {12, 4, 4, true, 8, 0, 2};
+constexpr ChunkForm kW64 = {40, 16, 8, false, 24, 24, 8};
+constexpr ChunkForm kCaf = {8, 4, 8, true, 12, 0, 1};
+
+SizeField FieldInChunks(HeaderBytes &bytes, const char *wanted, const ChunkForm &form)
 {
-    SizeField field{0, 4, bigEndian};
-    uint64_t position = 12;
+    uint64_t position = form.first;
     for (int i = 0; i < kMostChunks; i++) {
         const bool found = bytes.Has(position, wanted);
-        field.position = position + 4;
-        field.value = bigEndian ? bytes.Big(position + 4, 4) : bytes.Little(position + 4, 4);
-        if (!bytes.ok())
-            return {};
-        if (found) {
-            field.samples = position + 8;
-            return field;
-        }
-        position += 8 + field.value + (field.value & 1);
-    }
-    return {};
-}
-
-SizeField FieldOfW64(HeaderBytes &bytes)
-{
-    uint64_t position = 40;
-    for (int i = 0; i < kMostChunks; i++) {
-        const bool found = bytes.Has(position, "data");
-        const uint64_t size = bytes.Little(position + 16, 8);
+        const uint64_t sizeAt = position + form.sizeAt;
+        const uint64_t size =
+            form.bigEndian ? bytes.Big(sizeAt, form.sizeBytes) : bytes.Little(sizeAt, form.sizeBytes);
         if (!bytes.ok())
             return {};
         if (found)
-            return {position + 16, 8, false, size, position + 24, 24};
-        if (size < 24 || size > kEndless64)
+            return {sizeAt, form.sizeBytes, form.bigEndian, size, position + form.header, form.counted};
+        if (size < form.counted || size > kEndless64)
             return {};
-        position += (size + 7) & ~uint64_t{7};
-    }
-    return {};
-}
-
-SizeField FieldOfCaf(HeaderBytes &bytes)
-{
-    uint64_t position = 8;
-    for (int i = 0; i < kMostChunks; i++) {
-        const bool found = bytes.Has(position, "data");
-        const uint64_t size = bytes.Big(position + 4, 8);
-        if (!bytes.ok())
-            return {};
-        if (found)
-            return {position + 4, 8, true, size, position + 12};
-        if (size > kEndless64)
-            return {};
-        position += 12 + size;
+        position += form.header - form.counted + (size + form.multiple - 1) / form.multiple * form.multiple;
     }
     return {};
 }
@@ -83,7 +65,7 @@ SizeField FieldOfCaf(HeaderBytes &bytes)
 // The field of RF64 is in the chunk that comes first.
 SizeField FieldOfRf64(HeaderBytes &bytes)
 {
-    const SizeField data = FieldInChunks(bytes, "data", false);
+    const SizeField data = FieldInChunks(bytes, "data", kRiff);
     if (data.samples == 0 || !bytes.Has(12, "ds64"))
         return data;
     return {28, 8, false, bytes.Little(28, 8), data.samples};
@@ -92,19 +74,19 @@ SizeField FieldOfRf64(HeaderBytes &bytes)
 SizeField FieldOf(HeaderBytes &bytes)
 {
     if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
-        return FieldInChunks(bytes, "data", false);
+        return FieldInChunks(bytes, "data", kRiff);
     if (bytes.Has(0, "RIFX") && bytes.Has(8, "WAVE"))
-        return FieldInChunks(bytes, "data", true);
+        return FieldInChunks(bytes, "data", kBigRiff);
     if (bytes.Has(0, "RF64") && bytes.Has(8, "WAVE"))
         return FieldOfRf64(bytes);
     if (bytes.Has(0, "riff"))
-        return FieldOfW64(bytes);
+        return FieldInChunks(bytes, "data", kW64);
     if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
-        return FieldInChunks(bytes, "SSND", true);
+        return FieldInChunks(bytes, "SSND", kBigRiff);
     if (bytes.Has(0, ".snd"))
         return {8, 4, true, bytes.Big(8, 4), bytes.Big(4, 4)};
     if (bytes.Has(0, "caff"))
-        return FieldOfCaf(bytes);
+        return FieldInChunks(bytes, "data", kCaf);
     return {};
 }
 
@@ -139,7 +121,7 @@ bool FitsIntoRf64(HeaderBytes &bytes)
 {
     if (!bytes.Has(0, "RIFF"))
         return false;
-    const SizeField format = FieldInChunks(bytes, "fmt ", false);
+    const SizeField format = FieldInChunks(bytes, "fmt ", kRiff);
     const uint64_t tag = format.samples ? bytes.Little(format.samples, 2) : 0;
     constexpr uint64_t kPcm = 1;
     constexpr uint64_t kFloat = 3;
@@ -254,7 +236,7 @@ bool SetSizes(std::vector<unsigned char> &header, const Container &container, co
         put(field.position, 8, false, size + field.more, INT64_MAX);
         break;
     case ContainerKind::Aiff: {
-        const SizeField common = FieldInChunks(bytes, "COMM", true);
+        const SizeField common = FieldInChunks(bytes, "COMM", kBigRiff);
         numbers.Put(4, field.samples - 8 + 8 + padded, 4, true);
         numbers.Put(common.samples + 2, *frames, 4, true);
         numbers.Put(field.position, size + 8, 4, true); // two numbers come before the samples
