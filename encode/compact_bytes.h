@@ -1,7 +1,7 @@
 // compact_bytes.h: stores forms of one or two bytes without gaps. For tier units only.
 #pragma once
 
-#include "encode/lanes.h"
+#include "encode/compact_table.h"
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -13,62 +13,23 @@ inline void StoreBytes(char *out, uint32_t word)
 
 constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write after its last character
 
+// By the set of two-byte units among eight: the bytes of their forms that stay.
+alignas(16) constexpr auto kCompact = MakeCompactTable<uint8_t>([](unsigned wide, unsigned byte) {
+    return byte % 2 == 0 || (wide >> byte / 2 & 1) != 0;
+});
+
 #ifdef __SSSE3__
 
-// For each set of two-byte units among eight: the bytes of their forms that stay, and how many these are.
-struct CompactTable {
-    uint8_t bytes[256][16];
-    uint8_t kept[256];
-
-    constexpr void Keep(unsigned wide, unsigned from)
-    {
-        bytes[wide][kept[wide]++] = static_cast<uint8_t>(from);
-    }
-};
-
-#else
-
-// For each set of two-byte units among eight: where a byte takes the one, then the two bytes up, which
-// closes the gaps among the first four units and among the others; how many bytes stay, and of the first
-// four.
-struct CompactTable {
-    uint8_t fromOneUp[256][16];
-    uint8_t fromTwoUp[256][16];
-    uint8_t kept[256];
-    uint8_t keptLow[256];
-
-    constexpr void Keep(unsigned wide, unsigned from)
-    {
-        const unsigned to = from < 8 ? keptLow[wide]++ : 8u + kept[wide] - keptLow[wide];
-        const unsigned distance = from - to;
-        kept[wide]++;
-        if (distance & 1)
-            fromOneUp[wide][from -= 1] = 0xff;
-        if (distance & 2)
-            fromTwoUp[wide][from -= 2] = 0xff;
-    }
-};
-
-#endif
-
-constexpr CompactTable MakeCompactTable()
+// The forms without gaps.
+inline __m128i Compact(__m128i forms, uint32_t wide)
 {
-    CompactTable table{};
-    for (unsigned wide = 0; wide < 256; ++wide)
-        for (unsigned byte = 0; byte < 16; ++byte)
-            if (byte % 2 == 0 || (wide >> byte / 2 & 1))
-                table.Keep(wide, byte);
-    return table;
+    return _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide]));
 }
-
-alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
-
-#ifdef __SSSE3__
 
 // Stores the forms of eight units without gaps; may write kRunAhead bytes more.
 inline char *StoreTwoByteForms(char *out, __m128i forms, uint32_t wide)
 {
-    Store128(out, _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide])));
+    Store128(out, Compact(forms, wide));
     return out + kCompact.kept[wide];
 }
 
@@ -77,7 +38,7 @@ inline char *StoreTwoByteFormsOnly(char *out, __m128i forms, uint32_t wide)
 {
     alignas(16) static const uint8_t kUp[24] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
                                                 12, 13, 14, 15, 15, 15, 15, 15, 15, 15, 15, 15};
-    const __m128i bytes = _mm_shuffle_epi8(forms, Load128(kCompact.bytes[wide]));
+    const __m128i bytes = Compact(forms, wide);
     const uint32_t count = kCompact.kept[wide];
     StoreHalf(out, bytes);
     StoreHalf(out + count - 8, _mm_shuffle_epi8(bytes, Load128(kUp + count - 8)));

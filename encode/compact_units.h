@@ -1,7 +1,7 @@
 // compact_units.h: stores units without the dropped ones. For tier units only.
 #pragma once
 
-#include "encode/lanes.h"
+#include "encode/compact_table.h"
 
 #include <tonekit/frame.h>
 
@@ -10,57 +10,10 @@ namespace {
 
 constexpr std::ptrdiff_t kCompactRoom = 16; // units that the stores of a block may touch
 
-#ifdef __SSSE3__
-
-// For each set of lanes to drop from eight: the bytes of those that stay, and how many lanes these are.
-struct CompactTable {
-    uint8_t bytes[256][16];
-    uint8_t kept[256];
-
-    constexpr void Keep(unsigned dropped, unsigned lane)
-    {
-        const unsigned to = kept[dropped]++;
-        bytes[dropped][2 * to] = static_cast<uint8_t>(2 * lane);
-        bytes[dropped][2 * to + 1] = static_cast<uint8_t>(2 * lane + 1);
-    }
-};
-
-#else
-
-// For each set of lanes to drop from eight: where a lane takes the unit of the one, then the two lanes up,
-// which closes the gaps among the first four lanes and among the others; how many units stay, and of the
-// first four.
-struct CompactTable {
-    uint16_t fromOneUp[256][8];
-    uint16_t fromTwoUp[256][8];
-    uint8_t kept[256];
-    uint8_t keptLow[256];
-
-    constexpr void Keep(unsigned dropped, unsigned lane)
-    {
-        const unsigned to = lane < 4 ? keptLow[dropped]++ : 4u + kept[dropped] - keptLow[dropped];
-        const unsigned distance = lane - to;
-        kept[dropped]++;
-        if (distance & 1)
-            fromOneUp[dropped][lane -= 1] = 0xffff;
-        if (distance & 2)
-            fromTwoUp[dropped][lane -= 2] = 0xffff;
-    }
-};
-
-#endif
-
-constexpr CompactTable MakeCompactTable()
-{
-    CompactTable table{};
-    for (unsigned dropped = 0; dropped < 256; ++dropped)
-        for (unsigned lane = 0; lane < 8; ++lane)
-            if (!(dropped >> lane & 1))
-                table.Keep(dropped, lane);
-    return table;
-}
-
-alignas(16) constexpr CompactTable kCompact = MakeCompactTable();
+// By the set of lanes to drop from eight.
+alignas(16) constexpr auto kCompact = MakeCompactTable<uint16_t>([](unsigned dropped, unsigned lane) {
+    return (dropped >> lane & 1) == 0;
+});
 
 inline void StoreTwo(tonekit_char16 *out, uint64_t units)
 {
@@ -77,10 +30,16 @@ inline void StoreUpToFour(tonekit_char16 *out, uint64_t units, uint32_t count)
 
 #ifdef __SSSE3__
 
+// The units without the dropped ones.
+inline __m128i Compact(__m128i units, uint32_t dropped)
+{
+    return _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
+}
+
 // Stores eight units without the dropped ones; may touch eight.
 inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dropped)
 {
-    Store128(out, _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped])));
+    Store128(out, Compact(units, dropped));
     return out + kCompact.kept[dropped];
 }
 
@@ -89,7 +48,7 @@ inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_
 {
     if (dropped == 0xff)
         return out;
-    const __m128i close = _mm_shuffle_epi8(units, Load128(kCompact.bytes[dropped]));
+    const __m128i close = Compact(units, dropped);
     const uint32_t count = kCompact.kept[dropped];
     if (count > 4)
         StoreUpToFour(out + 4, LowerHalf(_mm_unpackhi_epi64(close, close)), count - 4);
