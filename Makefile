@@ -1,5 +1,5 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
-.PHONY: help lib convert test faults bench bench-programs install uninstall deb dist wheel test-python test-batch bench-python bench-archives windows windows-zip test-windows quality site test-site \
+.PHONY: help lib convert test faults bench bench-programs bench-sizes install uninstall deb dist wheel test-python test-batch bench-python bench-archives windows windows-zip test-windows quality site test-site \
         fuzz mutations format check-format clean
 
 PREFIX ?= /usr/local
@@ -15,6 +15,7 @@ help:
 	@echo "make faults                                  fail each system call and allocation of real conversions in turn"
 	@echo "make bench                                   measure beside peers, as tables of ratios"
 	@echo "make bench-programs                          measure the program beside sox, ffmpeg, flac, opusenc and lame"
+	@echo "make bench-sizes                             measure the program against lengths, channels and jobs"
 	@echo "make install PREFIX=/usr/local               library, headers, pkg-config, CMake package, program, man page"
 	@echo "make uninstall PREFIX=/usr/local             remove what make install put there"
 	@echo "make deb                                     Debian packages in $(BUILD)/deb"
@@ -63,6 +64,12 @@ bench-programs:
 	@scripts/configure $(PRESET) $(CMAKE_ARGS)
 	@$(COMPILE) --target tonekit-convert
 	@benchmarks/programs/measure_programs.py $(BUILD)/bin/tonekit-convert $(ARGS)
+
+bench-sizes:
+	@scripts/ensure_packages build bench-programs
+	@scripts/configure $(PRESET) $(CMAKE_ARGS)
+	@$(COMPILE) --target tonekit-convert
+	@benchmarks/programs/measure_sizes.py $(BUILD)/bin/tonekit-convert $(ARGS)
 
 install:
 	@scripts/install --check "$(PREFIX)"

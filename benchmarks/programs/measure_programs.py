@@ -10,51 +10,19 @@ of this program on, some 10 MiB.
 """
 
 import argparse
-import json
 import os
-import re
 import shutil
 import statistics
 import sys
 import tempfile
-import time
+
+from spent import Spent, append_row, kept_file, median, processor
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-RESULTS = os.path.join(os.path.dirname(HERE), "results")
 # Makes the sounds; apart from this program, whose memory would count as that of all that it starts.
 MAKE_MUSIC = os.path.join(HERE, "make_music.py")
 TABLE = "whole programs beside tonekit-convert"
 SHORT_SECONDS = 3
-
-
-def processor():
-    with open("/proc/cpuinfo", encoding="utf-8") as file:
-        facts = dict(re.findall(r"^([\w ]+?)\s*: (.*)$", file.read().split("\n\n")[0], re.MULTILINE))
-    name = f"{facts['vendor_id']} {facts['model name']} family {facts['cpu family']} model {facts['model']}"
-    return re.sub(r"\((R|TM)\)", "", name)
-
-
-class Spent:
-    """What a command cost: seconds of processor time, seconds, MiB at most."""
-
-    def __init__(self, commands):
-        self.processor = self.memory = 0.0
-        start = time.monotonic()
-        for command in commands:
-            self.run(command)
-        self.wall = time.monotonic() - start
-
-    def run(self, command):
-        nowhere = os.open(os.devnull, os.O_RDWR)
-        child = os.posix_spawnp(
-            command[0], command, os.environ, file_actions=[(os.POSIX_SPAWN_DUP2, nowhere, end) for end in (0, 1, 2)]
-        )
-        os.close(nowhere)
-        _, status, usage = os.wait4(child, 0)
-        if status != 0:
-            raise RuntimeError(f"failed: {' '.join(command)}")
-        self.processor += usage.ru_utime + usage.ru_stime
-        self.memory = max(self.memory, usage.ru_maxrss / 1024)
 
 
 class Row:
@@ -146,10 +114,6 @@ def measure(row, turns, peers):
     return spent
 
 
-def median(spent, field):
-    return statistics.median(getattr(one, field) for one in spent)
-
-
 def say(name, spent, ratio, note=""):
     figures = [median(spent, field) for field in ("processor", "wall", "memory")]
     last = "" if ratio is None else f"{ratio:8.2f}"
@@ -178,15 +142,13 @@ def report(row, turns, files):
         ratio = statistics.median(b.processor / a.processor for a, b in zip(spent[""], spent[name]))
         say("  " + name, spent[name], ratio, note)
         line = {
-            "processor": processor(), "table": TABLE, "row": f"{row.name}, {name}", "ours": median(spent[""], "processor"),
+            "table": TABLE, "row": f"{row.name}, {name}", "ours": median(spent[""], "processor"),
             "beside": median(spent[name], "processor"), "ratio": ratio, "limit": 0,
             "ours_wall": median(spent[""], "wall"), "beside_wall": median(spent[name], "wall"),
             "ours_mib": median(spent[""], "memory"), "beside_mib": median(spent[name], "memory"),
             "turns": turns, "note": note,
         }
-        for path in files:
-            with open(path, "a", encoding="utf-8") as file:
-                file.write(json.dumps(line) + "\n")
+        append_row(files, line)
 
 
 def main():
@@ -201,10 +163,7 @@ def main():
     options = parser.parse_args()
     files = [options.json] if options.json else []
     if options.keep:
-        name = re.sub("[^a-z0-9]+", "-", processor().lower()).strip("-")
-        os.makedirs(RESULTS, exist_ok=True)
-        files.append(os.path.join(RESULTS, f"{name}-programs.json"))
-        open(files[-1], "w", encoding="utf-8").close()
+        files.append(kept_file("programs"))
     print(f"{TABLE}, {options.seconds} s of 16-bit stereo, on {processor()}")
     print(f"{'':44} {'processor':>11} {'wall':>11} {'memory':>11} {'ratio':>8}")
     with tempfile.TemporaryDirectory(prefix="tonekit-programs-") as folder:

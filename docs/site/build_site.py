@@ -77,15 +77,14 @@ def processor_sections(quality):
 
 def benchmark_tables(source):
     """The kept results of the benchmarks: for each processor its tables, each with its rows."""
-    processors = []
+    processors = {}
     for path in sorted(glob.glob(os.path.join(source, "benchmarks", "results", "*.json"))):
         with open(path, encoding="utf-8") as file:
             rows = [json.loads(line) for line in file if line.strip()]
-        tables = {}
+        tables = processors.setdefault(rows[0]["processor"], {})
         for row in rows:
             tables.setdefault(row["table"], []).append(row)
-        processors.append({"name": rows[0]["processor"], "tables": tables})
-    return processors
+    return [{"name": name, "tables": tables} for name, tables in processors.items()]
 
 
 def settings_of(documents, source, headers, quality):
