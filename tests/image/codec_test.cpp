@@ -2,6 +2,7 @@
 // the settings.
 #include "tests/support/bodies.h"
 #include "tests/support/codec_driver.h"
+#include "tests/support/random.h"
 
 #include <gtest/gtest.h>
 
@@ -85,6 +86,41 @@ TEST(Codec, EveryBodyEncodesOddSizesLikeThePlainBuild)
         for (const Codec &codec : AllBodies())
             ASSERT_EQ(Encode(codec, image, encodings[i]), expected) << codec.Label() << ", encoding " << i;
     }
+}
+
+// The bodies search the trellis by other code than the plain build.
+TEST(Codec, EveryBodysTrellisChoosesLikeThePlainBuild)
+{
+    const Codec plain = PlainCodec();
+    std::vector<Image> images = {TestImage(11, 90, 70, 3), Photograph(), {64, 40, 3, Bytes(64 * 40 * 3, 90)}};
+    Random random(12);
+    images.push_back({48, 64, 3, Bytes(48 * 64 * 3)});
+    for (uint8_t &sample : images.back().samples)
+        sample = random.Below(2) != 0 ? 255 : 0;
+    std::vector<Encoding> encodings;
+    for (const bool progressive : {false, true})
+        for (const bool all : {false, true}) {
+            const Encoding encoding = {.profile = JCP_MAX_COMPRESSION,
+                                       .progressive = progressive,
+                                       .scans = all,
+                                       .trellisDc = all,
+                                       .trellisQuantization = all};
+            for (const int quality : {2, 17, 40, 68, 88, 97, 100}) {
+                encodings.push_back(encoding);
+                encodings.back().quality = quality;
+            }
+            for (const int coarse : {900, 4000}) {
+                encodings.push_back(encoding);
+                encodings.back().coarse = coarse;
+            }
+        }
+    for (size_t image = 0; image < images.size(); ++image)
+        for (size_t i = 0; i < encodings.size(); ++i) {
+            const Bytes expected = Encode(plain, images[image], encodings[i]);
+            for (const Codec &codec : AllBodies())
+                ASSERT_EQ(Encode(codec, images[image], encodings[i]), expected)
+                    << codec.Label() << ", image " << image << ", encoding " << i;
+        }
 }
 
 TEST(Codec, EveryBodyDecodesLikeThePlainBuild)

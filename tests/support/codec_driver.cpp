@@ -98,7 +98,10 @@ void Configure(Compressor &compressor, const Image &image, const Encoding &encod
     CODEC(codec, jpeg_set_defaults)(&compressor);
     if (encoding.stored != JCS_UNKNOWN)
         CODEC(codec, jpeg_set_colorspace)(&compressor, encoding.stored);
-    CODEC(codec, jpeg_set_quality)(&compressor, encoding.quality, TRUE);
+    if (encoding.coarse != 0)
+        CODEC(codec, jpeg_set_linear_quality)(&compressor, encoding.coarse, FALSE);
+    else
+        CODEC(codec, jpeg_set_quality)(&compressor, encoding.quality, TRUE);
     compressor.comp_info[0].h_samp_factor = encoding.horizontal;
     compressor.comp_info[0].v_samp_factor = encoding.vertical;
     compressor.dct_method = encoding.transform;

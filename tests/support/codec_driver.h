@@ -90,6 +90,7 @@ struct Image {
 
 struct Encoding {
     int quality = 75;
+    int coarse = 0; // instead of the quality: a scale in per cent whose steps may go beyond 255
     int profile = JCP_FASTEST;
     J_COLOR_SPACE space = JCS_RGB;      // of the samples
     J_COLOR_SPACE stored = JCS_UNKNOWN; // of the file; the codec's choice if unknown
