@@ -25,6 +25,12 @@ void tonekit_soxr_free_table(void *table);
 /* Throws; the tables are no longer owned. */
 void tonekit_soxr_give_up_growing(void);
 
+/* The filters of a key: those that are kept from before, or those that `make` makes of its argument; null if
+ * it makes none. They stay until they are given back, and `drop` releases them some time later. */
+void *tonekit_soxr_take_filters(const void *key, size_t bytes, void *(*make)(void *), void *argument,
+                                void (*drop)(void *));
+void tonekit_soxr_give_back_filters(void *filters, void (*drop)(void *));
+
 #define malloc tonekit_soxr_malloc
 #define calloc tonekit_soxr_calloc
 #define realloc tonekit_soxr_realloc

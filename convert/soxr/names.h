@@ -21,6 +21,7 @@
 #define _soxr_dfct_f tonekit_soxr_in_dfct_f
 #define _soxr_dfst tonekit_soxr_in_dfst
 #define _soxr_dfst_f tonekit_soxr_in_dfst_f
+#define _soxr_drop_filters tonekit_soxr_in_drop_filters
 #define _soxr_f_resp tonekit_soxr_in_f_resp
 #define _soxr_fir_to_phase tonekit_soxr_in_fir_to_phase
 #define _soxr_flush tonekit_soxr_in_flush

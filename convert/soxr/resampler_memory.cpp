@@ -32,7 +32,7 @@ void Unlink(ResamplerBlock *block)
 
 void *LinkIntoThread(void *memory)
 {
-    auto *ring = static_cast<ResamplerBlock *>(ThreadPointer());
+    ResamplerBlock *const ring = &NewResamplerBlocks::OfThisThread()->ring();
     auto *block = static_cast<ResamplerBlock *>(memory);
     block->previous = ring;
     block->next = ring->next;
@@ -49,15 +49,17 @@ std::shared_mutex &TablesLock()
 
 } // namespace
 
-NewResamplerBlocks::NewResamplerBlocks()
+NewResamplerBlocks::NewResamplerBlocks() : outer_(OfThisThread())
 {
-    if (!SetThreadPointer(&ring_))
+    if (!SetThreadPointer(this))
         throw std::bad_alloc();
 }
 
 NewResamplerBlocks::~NewResamplerBlocks()
 {
-    SetThreadPointer(nullptr);
+    SetThreadPointer(outer_);
+    if (filters_)
+        GiveBackFilters(filters_, drop_);
     while (ring_.next != &ring_) {
         ResamplerBlock *block = ring_.next;
         Unlink(block);
@@ -65,8 +67,26 @@ NewResamplerBlocks::~NewResamplerBlocks()
     }
 }
 
+NewResamplerBlocks *NewResamplerBlocks::OfThisThread()
+{
+    return static_cast<NewResamplerBlocks *>(ThreadPointer());
+}
+
+void NewResamplerBlocks::Use(void *filters, DropFilters drop)
+{
+    filters_ = filters;
+    drop_ = drop;
+}
+
+void NewResamplerBlocks::UseNoLonger(void *filters)
+{
+    if (filters_ == filters)
+        filters_ = nullptr;
+}
+
 void NewResamplerBlocks::Keep()
 {
+    filters_ = nullptr;
     Unlink(&ring_);
     ring_ = {&ring_, &ring_};
 }

@@ -18,6 +18,7 @@
 #include "convert/set_up.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/forget_filters.h"
 #include "tests/support/selected_tier.h"
 #include <tonekit/convert.h>
 
@@ -295,6 +296,7 @@ TEST_F(SetUp, ExhaustedMemoryThrowsAndLeaksNothing)
 {
     for (const uint32_t quality : {0u, 33u})
         for (const uint32_t outputRate : {44100u, 48000u}) {
+            ForgetFilters();
             const int64_t before = LiveAllocations();
             for (uint64_t n = 1;; ++n) {
                 void *handle = nullptr;
@@ -308,6 +310,7 @@ TEST_F(SetUp, ExhaustedMemoryThrowsAndLeaksNothing)
                 EXPECT_EQ(done, !AllocationHasFailed());
                 EXPECT_TRUE(!done || n > (outputRate == 44100 ? 6u : 7u)) << "the buffers and the object";
                 SRC4_Deinit(handle);
+                ForgetFilters();
                 EXPECT_EQ(LiveAllocations(), before) << n;
                 if (done)
                     break;

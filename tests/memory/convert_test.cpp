@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/memory/every_allocation.h"
+#include "tests/support/forget_filters.h"
 
 namespace tonekit {
 namespace {
@@ -50,13 +51,22 @@ TEST_P(EveryAllocationOf, AConversionMayFail)
     const std::vector<int32_t> noise(std::size_t{frames} * c.channels, 0x12345678);
     const uint64_t whole = Convert(c, noise, frames);
     uint64_t last = 0;
-    const uint64_t allocations = FailEachInTurn([&] { last = Convert(c, noise, frames); });
+    const uint64_t allocations = FailEachInTurn([&] { last = Convert(c, noise, frames); }, ForgetFilters);
     EXPECT_EQ(last, whole);
     EXPECT_NEAR(static_cast<double>(whole), std::ceil(1.0 * frames * c.outputRate / c.inputRate), 2.0);
     // A resampler's own are most of these: its filters, transforms and queues.
     EXPECT_GE(allocations, c.inputRate == c.outputRate ? 5u : 28u);
     SetDitherParameters(0, 1);
     SetSampleRateConverterParameters2(0, 0);
+}
+
+TEST(EveryAllocation, OfASecondConverterIsNoneForFilters)
+{
+    const auto make = [] { SRC4_Deinit(SRC4_Init(0, 16, 2, 44100, 0, 16, 2, 48000, false, false, 0, 24)); };
+    const uint64_t designing = FailEachInTurn(make, ForgetFilters);
+    const uint64_t sharing = FailEachInTurn(make);
+    EXPECT_GT(sharing, 10u);
+    EXPECT_GT(designing, sharing + 10) << "coefficients and the tables of transforms";
 }
 
 // After a failure the handle yields nothing more, and can be released.

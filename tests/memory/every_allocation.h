@@ -11,11 +11,13 @@ namespace tonekit {
 
 // Runs the work with its first allocation failing, with its second, and so on, until there is none left to
 // fail; those of the libraries that it calls count too. std::bad_alloc may end the work, and nothing else,
-// and no block may stay allocated. Returns the number of allocations.
-template <class Work>
-std::uint64_t FailEachInTurn(Work work)
+// and no block may stay allocated. `forget`, whose allocations don't fail, brings what is kept for the next
+// work into one and the same state. Returns the number of allocations.
+template <class Work, class Forget>
+std::uint64_t FailEachInTurn(Work work, Forget forget)
 {
     work(); // what is kept for the process, such as the C library's tables, is there from now on
+    forget();
     for (std::uint64_t n = 1;; ++n) {
         const std::int64_t live = process_heap::Live();
         process_heap::Fail(n);
@@ -24,11 +26,19 @@ std::uint64_t FailEachInTurn(Work work)
         } catch (const std::bad_alloc &) {
         }
         process_heap::Fail(0);
+        const bool failed = process_heap::HasFailed();
+        forget();
         const std::int64_t left = process_heap::Live() - live;
         EXPECT_EQ(left, 0) << "blocks are left after failure " << n;
-        if (!process_heap::HasFailed())
+        if (!failed)
             return n - 1;
     }
+}
+
+template <class Work>
+std::uint64_t FailEachInTurn(Work work)
+{
+    return FailEachInTurn(work, [] {});
 }
 
 } // namespace tonekit
