@@ -1,4 +1,4 @@
-# sum_tests.awk: reads what `ctest --verbose` prints and tells the story of each failure and, in lines that begin with
+# sum_tests.awk: from the output of `ctest --verbose`, prints all lines of each failure and, in lines that begin with
 # "total", how many tests were skipped, passed and failed. A GoogleTest program counts as the tests that it has run.
 /^[0-9]+: / {
     number = $1 + 0

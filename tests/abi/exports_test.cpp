@@ -24,7 +24,7 @@ std::set<std::string> FrozenNames()
         EXPECT_TRUE(list) << file;
         for (std::string form, name; list >> form >> name;) {
             EXPECT_TRUE(form == "nine" || form == "plain") << file << ": " << form;
-            EXPECT_TRUE(names.insert(name).second) << name << " stands twice";
+            EXPECT_TRUE(names.insert(name).second) << name << " is in the list twice";
             if (form == "nine")
                 for (const char *letter = kLetters; *letter; ++letter)
                     names.insert(name + "." + *letter);

@@ -40,7 +40,7 @@ TEST(UnwindTable, HasEachFunctionOnceInAscendingOrder)
     }
 }
 
-// A function that saves registers says so, or they would be lost.
+// A function that saves registers has unwind codes for them, or they would be lost.
 TEST(UnwindTable, TellsOfTheRegistersThatAPrologueSaves)
 {
     const SharedLibrary library(TONEKIT_LIBRARY);
@@ -54,7 +54,7 @@ TEST(UnwindTable, TellsOfTheRegistersThatAPrologueSaves)
         const uint8_t *unwind = image + function.UnwindData;
         const int codes = unwind[2];
         ASSERT_GT(codes, 0) << std::hex << function.BeginAddress;
-        // The last told is the first done: operation 0, a push, of that register.
+        // The codes are in reverse order: operation 0, a push, of that register.
         const int pushed = pushesLow ? code[0] - 0x50 : 8 + code[1] - 0x50;
         const uint8_t *last = unwind + 4 + 2 * (codes - 1);
         ASSERT_EQ(last[0], pushesLow ? 1 : 2) << std::hex << function.BeginAddress;

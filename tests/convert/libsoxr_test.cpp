@@ -1,4 +1,4 @@
-// libsoxr_test.cpp: the resampler that is compiled in gives the bits of the packaged libsoxr.
+// libsoxr_test.cpp: the compiled-in resampler returns the bits that the packaged libsoxr does.
 #include <gtest/gtest.h>
 
 #include <bit>

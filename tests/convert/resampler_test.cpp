@@ -1,4 +1,4 @@
-// resampler_test.cpp: what a converter asks of libsoxr, and that it gives everything back.
+// resampler_test.cpp: what a converter asks of libsoxr, and that it releases everything.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -281,7 +281,7 @@ TEST_P(Sha2, TheLengthOfAMessageIsCountedIn32Bits)
 INSTANTIATE_TEST_SUITE_P(Bodies, Sha2, testing::ValuesIn(RunnableLetters()),
                          [](const auto &letter) { return std::string(1, letter.param); });
 
-// 512 MiB in full: one byte less still gives the standard's digest.
+// 512 MiB in full: one byte less still has the digest of the standard.
 TEST(Sha2LongMessage, LeavesTheStandardAt512MiB)
 {
     const Bytes piece(1 << 20);

@@ -237,7 +237,7 @@ TEST_P(HdcdCodes, ShorterTimerOfTheFirstChannelShortensTheSecondsCharge)
     EXPECT_EQ(channels[1].sustain, 880u);
 }
 
-// The rest of a block is charged before it is scanned; a code that stops the scan gives nothing back.
+// The rest of a block is charged before it is scanned; a code that stops the scan takes nothing off.
 TEST_P(HdcdCodes, EarlyStopGivesNothingBackToTheOtherChannel)
 {
     Samples samples = NoiseFrames(300, 7);

@@ -14,7 +14,7 @@
 namespace tonekit {
 namespace {
 
-// A log that keeps what it is told.
+// A log that keeps its lines.
 struct Log {
     HdcdLogSink sink = {kHdcdLogRecord, 1, this, Keep};
     std::string text;

@@ -1,4 +1,4 @@
-// completeness_test.cpp: files that were cut off are told from whole ones.
+// completeness_test.cpp: files that were cut off are recognised.
 #include "host/completeness.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
@@ -149,7 +149,7 @@ TEST(CompletenessOfMp3, FindsTheNoteBehindTheSideInformation)
 TEST(CompletenessOfMp3, CountsFromTheEndOfATagInFront)
 {
     TemporaryFolder folder;
-    // Sizes of tags have 7 bits in each byte: 0x02 0x03 are 2 * 128 + 3 bytes behind the 10 of the header.
+    // Sizes of tags have 7 bits in each byte: 0x02 0x03 are 2 * 128 + 3 bytes after the 10 of the header.
     const std::string tag = std::string("ID3\x04\0\0\0\0\x02\x03", 10) + std::string(259, 'x');
     const std::string music = NotedMp3("\xFF\xF3\x80\x44", 17, true, 1000, 1000);
     test::WriteText(folder / "a.mp3", tag + music);

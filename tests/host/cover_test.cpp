@@ -25,7 +25,7 @@ void Put(Bytes &bytes, uint32_t number, int size)
         bytes.push_back(static_cast<uint8_t>(number >> 8 * i));
 }
 
-// A BMP file with a 40-byte header; `between` stands between header and rows.
+// A BMP file with a 40-byte header; `between` is written between header and rows.
 Bytes Bmp(int32_t width, int32_t height, uint32_t bits, const Bytes &rows, const Bytes &between = {},
           uint32_t compression = 0, uint32_t colours = 0)
 {

@@ -46,7 +46,7 @@ Bytes InkJpeg(const Bytes &ink, J_COLOR_SPACE stored, bool marker)
     return file;
 }
 
-// Every pixel has about these shares of blue, green and red, and 0 behind them.
+// Every pixel has about these shares of blue, green and red, and 0 after them.
 void ExpectLight(const PixelImage &image, const Bytes &light)
 {
     ASSERT_EQ(image.pixels.size(), size_t{image.width} * image.height * 4);

@@ -249,7 +249,7 @@ TEST(RecordedSource, ReadsItsBeginningTwice)
     const test::Sound sound = test::Noise(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2, 1000);
     test::WriteSound(folder / "a.wav", sound);
     RecordedSource source(std::make_unique<AudioReader>(Opened(folder / "a.wav"), "a"));
-    std::vector<int16_t> samples(2000 + 256); // readers clear what they were given in vain
+    std::vector<int16_t> samples(2000 + 256); // readers clear what they do not fill
     ASSERT_EQ(source.Read(samples.data(), 300), 300u);
     source.Rewind();
     size_t frames = 0;

@@ -1,4 +1,4 @@
-// program_hdcd_test.cpp: HDCD is found, decoded and told of.
+// program_hdcd_test.cpp: HDCD is found, decoded and reported.
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
@@ -141,7 +141,7 @@ TEST(Hdcd, TheGainHasSevenSettings)
 
 TEST(Hdcd, AFileThatBreaksOffAfterTheScanIsRefused)
 {
-    // FLAC tells how many frames there are, and its end is missing behind the minute that is scanned.
+    // A FLAC header has the number of frames, and the end is missing after the minute that is scanned.
     TemporaryFolder folder;
     WriteSound(folder / "a.flac", Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 8000, 2, 8000 * 75));
     CutOff(folder / "a.flac", std::filesystem::file_size(folder / "a.flac") * 65 / 75);

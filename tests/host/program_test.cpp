@@ -235,7 +235,7 @@ TEST(Program, HashIsTheDigestOfTheSamples)
 {
     TemporaryFolder folder;
     WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 70000));
-    // The samples of this file are all behind its 44 bytes of header.
+    // The samples of this file all come after its 44 bytes of header.
     const std::string digest = Sha256(ReadText(folder / "a.wav").substr(44));
     const Outcome converted = Convert({"-q", "--hash", "sha256", folder / "a.wav", folder / "b.flac"});
     EXPECT_EQ(converted.out, "sha256 " + digest + "  " + folder / "b.flac" + "\n");

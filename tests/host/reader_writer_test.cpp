@@ -213,7 +213,7 @@ TEST(AudioReader, TakesAStreamOfUnknownLength)
     TemporaryFolder folder;
     const Sound sound = test::Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 2, 30000);
     test::WriteSound(folder / "in.flac", sound);
-    // The number of samples in the header of a FLAC file, of which 0 stands for unknown.
+    // The number of samples in the header of a FLAC file, where 0 means unknown.
     std::string bytes = test::ReadText(folder / "in.flac");
     bytes[21] = static_cast<char>(bytes[21] & 0xF0);
     bytes.replace(22, 4, 4, '\0');
@@ -257,7 +257,7 @@ TEST(AudioWriter, LeavesTheTimeOfDayOutOfFloatFiles)
         const std::string bytes = test::ReadText(name);
         const size_t peak = bytes.find("PEAK");
         EXPECT_EQ(peak != std::string::npos, std::string(extension) == "rf64") << extension;
-        // Name, size and version of the chunk are in front of its time.
+        // Name, size and version of the chunk come before its time.
         if (peak != std::string::npos) {
             EXPECT_EQ(bytes.substr(peak + 12, 4), std::string(4, '\0'));
         }

@@ -18,7 +18,7 @@ std::wstring Wide(const std::string &text)
     return std::filesystem::path(std::u8string(text.begin(), text.end())).native();
 }
 
-// In quotes, with the backslashes doubled that stand in front of one.
+// In quotes, with the backslashes before one doubled.
 std::string Quoted(const std::string &argument)
 {
     std::string quoted = "\"";

@@ -5,7 +5,7 @@
 
 namespace tonekit::host::test {
 
-// All that stands behind the program's name, as it is typed.
+// The rest of the command line after the program's name, as it is typed.
 Outcome RunCommandLine(const std::string &arguments);
 
 } // namespace tonekit::host::test

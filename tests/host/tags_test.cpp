@@ -226,7 +226,7 @@ TEST(Tags, AChapterWithoutATimeIsLeftOutWithAWarning)
     EXPECT_TRUE(ChaptersOf(read.get()).empty());
 }
 
-// What the options ask for stands in front of what the input has.
+// What the options ask for comes before what the input has.
 TEST(TagTransferOrder, OptionsComeBeforeTheFile)
 {
     TemporaryFolder folder;

@@ -226,7 +226,7 @@ TEST(Codec, BodiesMayTakeTurnsOnOneObject)
     const Codec plain = PlainCodec();
     const std::vector<char> letters = RunnableLetters();
     size_t calls = 0;
-    // Each look-up of a function gives another body.
+    // Each look-up of a function returns another body.
     const Codec changing(
         "all bodies", [&](const char *name) { return BodyAddress(name, letters[calls++ % letters.size()]); });
     for (int round = 0; round < 10; ++round) {

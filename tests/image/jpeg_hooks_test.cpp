@@ -13,7 +13,7 @@
 namespace tonekit::codec {
 namespace {
 
-// What the hooks were asked and what they gave. One stream at a time.
+// The calls of the hooks and what they returned. One stream at a time.
 struct Stream {
     Bytes data;
     size_t position = 0;

@@ -30,7 +30,7 @@ bool HasAll(std::uint32_t view, std::uint32_t bits)
     return (view & bits) == bits;
 }
 
-// The due code; gives whether it is valid.
+// Takes the code that is due. Returns whether it is valid.
 bool Code(HdcdChannelState &c, std::uint32_t view)
 {
     const unsigned low = view & 255;

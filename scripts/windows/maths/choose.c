@@ -22,7 +22,7 @@ VARIANTS(float, cosf, (float x), (x))
 VARIANTS(void, sincos, (double x, double *sine, double *cosine), (x, sine, cosine))
 VARIANTS(void, sincosf, (float x, float *sine, float *cosine), (x, sine, cosine))
 
-/* The compiler's own stands in one object with functions of the names above. */
+/* The compiler's own is in one object with functions of the names above. */
 long double sinl(long double x);
 long double cosl(long double x);
 void sincosl(long double x, long double *sine, long double *cosine)

@@ -1,4 +1,4 @@
-/* glibc.h: what the sources of glibc's mathematics ask of the rest of glibc. Included ahead of each of them;
+/* glibc.h: what the sources of glibc's mathematics ask of the rest of glibc. Included before each of them;
  * the headers that they name are empty files. */
 #pragma once
 #include <errno.h>
