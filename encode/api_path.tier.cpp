@@ -16,7 +16,7 @@ namespace {
 // Whether the path begins with all the characters of a prefix. It ends the comparison at its own end, too.
 inline bool Begins(const tonekit_char16 *path, const char *prefix)
 {
-    for (; *prefix != 0; path++, prefix++)
+    for (; *prefix != 0; ++path, ++prefix)
         if (*path != static_cast<tonekit_char16>(*prefix))
             return false;
     return true;
@@ -27,10 +27,10 @@ inline bool Begins(const tonekit_char16 *path, const char *prefix)
 TONEKIT_BODY(UNC_RemoveUnicodeAPIPath, tonekit_char16 *, (const tonekit_char16 *path))
 {
     uint32_t bits;
-    const std::size_t units = Utf16Length(path, &bits);
+    const size_t units = Utf16Length(path, &bits);
     tonekit_char16 *result = static_cast<tonekit_char16 *>(Allocate((units + 1) * sizeof(tonekit_char16)));
     tonekit_char16 *out = result;
-    std::size_t skipped = 0;
+    size_t skipped = 0;
     if (Begins(path, "\\\\?\\UNC\\")) {
         *out++ = u'\\';
         skipped = 7; // the backslash after UNC stays

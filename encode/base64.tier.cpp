@@ -15,14 +15,14 @@ namespace tonekit::TONEKIT_TIER {
 namespace {
 
 constexpr uint32_t kDone = 0;
-constexpr uint32_t kRefused = 0xffffffff;
+constexpr uint32_t kRefused = 0xFFFFFFFF;
 
 constexpr char kAlphabet[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The six bits of each character where they belong among the three bytes of its group, first byte lowest, for
 // each of the four places in which it may be.
 struct Symbols {
-    static constexpr uint32_t kNone = 0xff000000;
+    static constexpr uint32_t kNone = 0xFF000000;
     uint32_t bits[4][256];
 
     constexpr Symbols() : bits()
@@ -64,7 +64,7 @@ struct Base64 {
     static inline void EncodeGroup(const uint8_t *three, char *four)
     {
         const uint32_t bits = uint32_t{three[0]} << 16 | uint32_t{three[1]} << 8 | three[2];
-        const uint32_t characters = kPairs.of[bits >> 12] | uint32_t{kPairs.of[bits & 0xfff]} << 16;
+        const uint32_t characters = kPairs.of[bits >> 12] | uint32_t{kPairs.of[bits & 0xFFF]} << 16;
         __builtin_memcpy(four, &characters, sizeof characters);
     }
 
@@ -103,8 +103,8 @@ struct Base64 {
     template <class Lanes>
     static inline Lanes Encoded(Lanes spread)
     {
-        const Lanes even = MultiplyHigh16(And(spread, Each32<Lanes>(0x0fc0fc00)), Each32<Lanes>(0x04000040));
-        const Lanes odd = MultiplyLow16(And(spread, Each32<Lanes>(0x003f03f0)), Each32<Lanes>(0x01000010));
+        const Lanes even = MultiplyHigh16(And(spread, Each32<Lanes>(0x0FC0FC00)), Each32<Lanes>(0x04000040));
+        const Lanes odd = MultiplyLow16(And(spread, Each32<Lanes>(0x003F03F0)), Each32<Lanes>(0x01000010));
         const Lanes values = Or(even, odd);
         const Lanes beyondCapitals = Greater8(values, Each8<Lanes>(25)); // -1 where it is so
         const Lanes run = Subtract8(SubtractSaturated8(values, Each8<Lanes>(51)), beyondCapitals);
@@ -119,7 +119,7 @@ struct Base64 {
     template <class Lanes>
     static inline Lanes Decoded(Lanes characters)
     {
-        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0f));
+        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0F));
         const Lanes slash = Equal8(characters, Each8<Lanes>('/'));
         const Lanes distances = InEachLane<Lanes>(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A',
                                                                 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
@@ -136,9 +136,9 @@ struct Base64 {
     template <class Lanes>
     static inline Lanes InAlphabet(Lanes characters)
     {
-        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0f));
+        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0F));
         const Lanes allowed = InEachLane<Lanes>(_mm_setr_epi8(
-            0x2a, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3e, 0x3c, 0x15, 0x14, 0x14, 0x14, 0x15));
+            0x2A, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3C, 0x15, 0x14, 0x14, 0x14, 0x15));
         const Lanes bits = InEachLane<Lanes>(
             _mm_setr_epi8(0, 0, 0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0, 0, 0, 0, 0, 0, 0, 0));
         return And(Shuffle8(allowed, characters), Shuffle8(bits, highDigit));
@@ -162,12 +162,12 @@ struct Base64 {
     // A character is its value plus a distance, which changes from run to run of the alphabet.
     static inline __m128i Encoded(__m128i groups)
     {
-        const __m128i first = Bits(_mm_srli_epi32(groups, 2), 0x3f);
+        const __m128i first = Bits(_mm_srli_epi32(groups, 2), 0x3F);
         const __m128i second =
-            _mm_or_si128(Bits(_mm_slli_epi32(groups, 12), 0x3000), Bits(_mm_srli_epi32(groups, 4), 0x0f00));
-        const __m128i third = _mm_or_si128(Bits(_mm_slli_epi32(groups, 10), 0x3c0000),
+            _mm_or_si128(Bits(_mm_slli_epi32(groups, 12), 0x3000), Bits(_mm_srli_epi32(groups, 4), 0x0F00));
+        const __m128i third = _mm_or_si128(Bits(_mm_slli_epi32(groups, 10), 0x3C0000),
                                            Bits(_mm_srli_epi32(groups, 6), 0x030000));
-        const __m128i fourth = Bits(_mm_slli_epi32(groups, 8), 0x3f000000);
+        const __m128i fourth = Bits(_mm_slli_epi32(groups, 8), 0x3F000000);
         const __m128i values = _mm_or_si128(_mm_or_si128(first, second), _mm_or_si128(third, fourth));
         const __m128i letters = _mm_add_epi8(Beyond(values, 25, 'a' - 26 - 'A'), _mm_set1_epi8('A'));
         const __m128i digits = Beyond(values, 51, '0' - 52 - ('a' - 26));
@@ -204,15 +204,15 @@ inline bool LaneInAlphabet(const char *text)
     const __m128i letters = InRange(_mm_or_si128(characters, _mm_set1_epi8(0x20)), 'a', 'z');
     const __m128i slashOrDigits = InRange(characters, '/', '9');
     const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));
-    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(letters, slashOrDigits), plus)) == 0xffff;
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(letters, slashOrDigits), plus)) == 0xFFFF;
 }
 
 #endif
 
 // How many characters of the alphabet the text begins with.
-inline std::size_t LeadingSymbols(const char *text, std::size_t length)
+inline size_t LeadingSymbols(const char *text, size_t length)
 {
-    std::size_t at = 0;
+    size_t at = 0;
 #if defined(__AVX2__)
     for (; length - at >= 64; at += 64) {
         const auto *lanes = reinterpret_cast<const __m256i *>(text + at);
@@ -230,16 +230,16 @@ inline std::size_t LeadingSymbols(const char *text, std::size_t length)
     return at;
 }
 
-inline bool AllSymbolsOrPadding(const char *text, std::size_t length)
+inline bool AllSymbolsOrPadding(const char *text, size_t length)
 {
-    for (std::size_t i = 0; i < length; ++i)
+    for (size_t i = 0; i < length; ++i)
         if (text[i] != '=' && !IsSymbol(text[i]))
             return false;
     return true;
 }
 
 // One or two bytes: two or three characters, and padding up to four.
-inline void EncodeRest(const uint8_t *data, std::size_t length, char *text)
+inline void EncodeRest(const uint8_t *data, size_t length, char *text)
 {
     const uint8_t padded[3] = {data[0], length == 2 ? data[1] : uint8_t{0}, 0};
     Base64::EncodeGroup(padded, text);
@@ -249,7 +249,7 @@ inline void EncodeRest(const uint8_t *data, std::size_t length, char *text)
 }
 
 // Two or three characters: one or two bytes. Returns their number.
-inline std::size_t DecodeRest(const char *text, std::size_t length, uint8_t *data)
+inline size_t DecodeRest(const char *text, size_t length, uint8_t *data)
 {
     if (length < 2)
         return 0;
@@ -272,7 +272,7 @@ TONEKIT_BODY(BASE64Encode, uint32_t, (const void *data, uint32_t length, char **
         return kRefused;
     char *const result = static_cast<char *>(Allocate(length * 8 / 6 + 16));
     const auto *const bytes = static_cast<const uint8_t *>(data);
-    const std::size_t taken = EncodeGroups<Base64>(bytes, length, result);
+    const size_t taken = EncodeGroups<Base64>(bytes, length, result);
     char *end = result + taken / kGroupBytes * kGroupCharacters;
     if (taken != length) {
         EncodeRest(bytes + taken, length - taken, end);
@@ -287,13 +287,13 @@ TONEKIT_BODY(BASE64Decode, uint32_t, (const char *text, void **data, uint32_t *l
 {
     if (!text || !*text)
         return kRefused;
-    const std::size_t textLength = __builtin_strlen(text);
-    const std::size_t symbols = LeadingSymbols(text, textLength);
-    if (!AllSymbolsOrPadding(text + symbols, textLength - symbols) || symbols / 4 * 3 > 0xfffffffd)
+    const size_t textLength = __builtin_strlen(text);
+    const size_t symbols = LeadingSymbols(text, textLength);
+    if (!AllSymbolsOrPadding(text + symbols, textLength - symbols) || symbols / 4 * 3 > 0xFFFFFFFD)
         return kRefused;
     auto *const result = static_cast<uint8_t *>(Allocate(textLength * 6 / 8 + 16));
-    const std::size_t taken = DecodeGroups<Base64>(text, symbols, result);
-    const std::size_t whole = taken / kGroupCharacters * kGroupBytes;
+    const size_t taken = DecodeGroups<Base64>(text, symbols, result);
+    const size_t whole = taken / kGroupCharacters * kGroupBytes;
     *length = static_cast<uint32_t>(whole + DecodeRest(text + taken, symbols - taken, result + whole));
     *data = result;
     return kDone;

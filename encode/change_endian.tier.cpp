@@ -13,8 +13,8 @@ TONEKIT_SIBLING(Utf16Length);
 TONEKIT_BODY(UNC_ChangeEndian, void, (tonekit_char16 * text))
 {
     uint32_t bits;
-    const std::size_t units = Utf16Length(text, &bits);
-    std::size_t i = 0;
+    const size_t units = Utf16Length(text, &bits);
+    size_t i = 0;
     for (; units - i >= 8; i += 8) {
         const __m128i lanes = Load128(text + i);
         Store128(text + i, _mm_or_si128(_mm_slli_epi16(lanes, 8), _mm_srli_epi16(lanes, 8)));

@@ -17,7 +17,7 @@ char *EncodeText(const char *characterSet, const tonekit_char16 *text);
 // UTF-16 text whose end has been found.
 struct Utf16Text {
     const tonekit_char16 *begin;
-    std::size_t units;
+    size_t units;
     uint32_t bits; // the OR of the units
 
     const tonekit_char16 *End() const { return begin + units; }
@@ -27,7 +27,7 @@ Utf16Text MeasureUtf16(const tonekit_char16 *text);
 
 // Bytes of the ill-formed part that the text begins with: a beginning of a character, as far as it is one, or
 // a byte.
-std::size_t IllFormedUtf8(const char *text, std::size_t bytes);
+size_t IllFormedUtf8(const char *text, size_t bytes);
 tonekit_char16 *DecodeUtf8(const char *text);
 char *EncodeUtf8(const Utf16Text &text);
 

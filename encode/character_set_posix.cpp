@@ -11,7 +11,7 @@ namespace {
 
 enum class Converter { utf8, windows1252, iconv };
 
-template <std::size_t count>
+template <size_t count>
 bool IsOneOf(const char *name, const char *const (&names)[count])
 {
     for (const char *candidate : names)

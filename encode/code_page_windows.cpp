@@ -17,11 +17,11 @@ tonekit_char16 *UnicodeFrom(UINT codePage, DWORD flags, const char *text)
     const int units = MultiByteToWideChar(codePage, flags, text, kThroughTerminator, nullptr, 0);
     if (units == 0)
         return nullptr;
-    OwnedText<wchar_t> result = NewText<wchar_t>(static_cast<std::size_t>(units));
+    OwnedText<wchar_t> result = NewText<wchar_t>(static_cast<size_t>(units));
     const int made = MultiByteToWideChar(codePage, flags, text, kThroughTerminator, result.get(), units);
     if (made == 0)
         return nullptr;
-    result[static_cast<std::size_t>(made)] = 0;
+    result[static_cast<size_t>(made)] = 0;
     return result.release();
 }
 
@@ -31,12 +31,12 @@ char *BytesFrom(UINT codePage, DWORD flags, const tonekit_char16 *text)
         WideCharToMultiByte(codePage, flags, text, kThroughTerminator, nullptr, 0, nullptr, nullptr);
     if (bytes == 0)
         return nullptr;
-    OwnedText<char> result = NewText<char>(static_cast<std::size_t>(bytes));
+    OwnedText<char> result = NewText<char>(static_cast<size_t>(bytes));
     const int made =
         WideCharToMultiByte(codePage, flags, text, kThroughTerminator, result.get(), bytes, nullptr, nullptr);
     if (made == 0)
         return nullptr;
-    result[static_cast<std::size_t>(made)] = 0;
+    result[static_cast<size_t>(made)] = 0;
     return result.release();
 }
 

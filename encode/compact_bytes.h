@@ -11,7 +11,7 @@ inline void StoreBytes(char *out, uint32_t word)
     std::memcpy(out, &word, sizeof word);
 }
 
-constexpr std::ptrdiff_t kRunAhead = 8; // bytes that a store may write after its last character
+constexpr ptrdiff_t kRunAhead = 8; // bytes that a store may write after its last character
 
 // By the set of two-byte units among eight: the bytes of their forms that stay.
 alignas(16) constexpr auto kCompact = MakeCompactTable<uint8_t>([](unsigned wide, unsigned byte) {

@@ -38,7 +38,7 @@ struct CompactTable {
         constexpr unsigned kHalf = 8 / sizeof(Lane);
         const unsigned to = lane < kHalf ? keptLow[set]++ : kHalf + kept[set] - keptLow[set];
         const unsigned distance = lane - to;
-        kept[set]++;
+        ++kept[set];
         if (distance & 1)
             fromOneUp[set][lane -= 1] = static_cast<Lane>(-1);
         if (distance & 2)

@@ -8,7 +8,7 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::ptrdiff_t kCompactRoom = 16; // units that the stores of a block may touch
+constexpr ptrdiff_t kCompactRoom = 16; // units that the stores of a block may touch
 
 // By the set of lanes to drop from eight.
 alignas(16) constexpr auto kCompact = MakeCompactTable<uint16_t>([](unsigned dropped, unsigned lane) {
@@ -46,7 +46,7 @@ inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dr
 // The same, but at most one unit more than is kept.
 inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
 {
-    if (dropped == 0xff)
+    if (dropped == 0xFF)
         return out;
     const __m128i close = Compact(units, dropped);
     const uint32_t count = kCompact.kept[dropped];
@@ -76,7 +76,7 @@ inline tonekit_char16 *StoreKept(tonekit_char16 *out, __m128i units, uint32_t dr
 // The same, but at most one unit more than is kept.
 inline tonekit_char16 *StoreKeptOnly(tonekit_char16 *out, __m128i units, uint32_t dropped)
 {
-    if (dropped == 0xff)
+    if (dropped == 0xFF)
         return out;
     const __m128i close = Compact(units, dropped);
     const uint32_t low = kCompact.keptLow[dropped];

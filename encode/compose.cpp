@@ -35,14 +35,14 @@ tonekit_char16 *Put(char32_t character, tonekit_char16 *out)
         *out++ = static_cast<tonekit_char16>(character);
         return out;
     }
-    *out++ = static_cast<tonekit_char16>(0xd7c0 + (character >> 10));
-    *out++ = static_cast<tonekit_char16>(0xdc00 | (character & 0x3ff));
+    *out++ = static_cast<tonekit_char16>(0xD7C0 + (character >> 10));
+    *out++ = static_cast<tonekit_char16>(0xDC00 | (character & 0x3FF));
     return out;
 }
 
 } // namespace
 
-bool MayCompose(const tonekit_char16 *text, std::size_t units, uint32_t bits)
+bool MayCompose(const tonekit_char16 *text, size_t units, uint32_t bits)
 {
     if (bits < kFirstMark)
         return false;
@@ -51,7 +51,7 @@ bool MayCompose(const tonekit_char16 *text, std::size_t units, uint32_t bits)
     });
 }
 
-std::size_t Compose(const tonekit_char16 *text, std::size_t units, tonekit_char16 *out)
+size_t Compose(const tonekit_char16 *text, size_t units, tonekit_char16 *out)
 {
     const tonekit_char16 *end = text + units;
     tonekit_char16 *to = out;
@@ -66,7 +66,7 @@ std::size_t Compose(const tonekit_char16 *text, std::size_t units, tonekit_char1
         lastBegin = to;
         to = Put(last, to);
     }
-    return static_cast<std::size_t>(to - out);
+    return static_cast<size_t>(to - out);
 }
 
 } // namespace tonekit

@@ -14,7 +14,7 @@ struct Composition {
 
 // In ascending order of mark, then of base.
 extern const Composition kCompositions[];
-extern const std::size_t kCompositionCount;
+extern const size_t kCompositionCount;
 
 // Bit n of byte m is set if a mark of the table below U+10000 lies in the page 8 * m + n of 256 characters.
 extern const uint8_t kMarkPages[32];

@@ -16,8 +16,8 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::size_t kGroupBytes = 3;
-constexpr std::size_t kGroupCharacters = 4;
+constexpr size_t kGroupBytes = 3;
+constexpr size_t kGroupCharacters = 4;
 
 #if defined(__SSSE3__)
 
@@ -28,7 +28,7 @@ inline void Store12(uint8_t *to, __m128i lane)
     __builtin_memcpy(to + 8, &last, sizeof last);
 }
 
-constexpr std::ptrdiff_t kLaneRead = 16; // bytes that are read to encode 12
+constexpr ptrdiff_t kLaneRead = 16; // bytes that are read to encode 12
 
 template <class Code>
 inline void EncodeLane(const uint8_t *data, char *text)
@@ -38,7 +38,7 @@ inline void EncodeLane(const uint8_t *data, char *text)
 
 #else
 
-constexpr std::ptrdiff_t kLaneRead = 13;
+constexpr ptrdiff_t kLaneRead = 13;
 
 inline __m128i LoadGroup(const uint8_t *data)
 {
@@ -75,7 +75,7 @@ inline void EncodeTwoLanes(const uint8_t *data, char *text)
 
 // Encodes the whole groups of data. Returns the bytes that were taken; their characters are 4/3 as many.
 template <class Code>
-inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *text)
+inline size_t EncodeGroups(const uint8_t *data, size_t length, char *text)
 {
     const uint8_t *from = data;
     const uint8_t *const end = data + length;
@@ -99,7 +99,7 @@ inline std::size_t EncodeGroups(const uint8_t *data, std::size_t length, char *t
         EncodeLane<Code>(from, text);
     for (; end - from >= 3; from += 3, text += 4)
         Code::EncodeGroup(from, text);
-    return static_cast<std::size_t>(from - data);
+    return static_cast<size_t>(from - data);
 }
 
 #if defined(__AVX2__)
@@ -117,7 +117,7 @@ inline void DecodeTwoLanes(const char *text, uint8_t *data)
 
 // Decodes the whole groups of text. Returns the characters that were taken; their bytes are 3/4 as many.
 template <class Code>
-inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *data)
+inline size_t DecodeGroups(const char *text, size_t length, uint8_t *data)
 {
     const char *from = text;
     const char *const end = text + length;
@@ -138,7 +138,7 @@ inline std::size_t DecodeGroups(const char *text, std::size_t length, uint8_t *d
 #endif
     for (; end - from >= 4; from += 4, data += 3)
         Code::DecodeGroup(from, data);
-    return static_cast<std::size_t>(from - text);
+    return static_cast<size_t>(from - text);
 }
 
 } // namespace

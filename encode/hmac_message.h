@@ -23,7 +23,7 @@ inline void StartWithKey(typename Member::Record &record, const uint8_t *key, ui
     CopyBytes(block, key, keySize);
     for (uint32_t i = 0; i < Member::kBlockBytes; ++i) {
         record.ipad[i] = block[i] ^ 0x36;
-        record.opad[i] = block[i] ^ 0x5c;
+        record.opad[i] = block[i] ^ 0x5C;
     }
     StartMessage<Member>(record.inner);
     AddToMessage<Member>(record.inner, record.ipad, Member::kBlockBytes);

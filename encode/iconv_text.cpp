@@ -18,12 +18,12 @@ constexpr const char *kUtf16 = "UTF-16LE"; // the processor's order, and no byte
 // Bytes in memory that grows as they come.
 class GrowingBytes {
 public:
-    explicit GrowingBytes(std::size_t room) : bytes_(NewText<char>(room)), room_(room) {}
+    explicit GrowingBytes(size_t room) : bytes_(NewText<char>(room)), room_(room) {}
 
     char *End() { return bytes_.get() + used_; }
-    std::size_t Left() const { return room_ - used_; }
-    void SetLeft(std::size_t left) { used_ = room_ - left; }
-    std::size_t Used() const { return used_; }
+    size_t Left() const { return room_ - used_; }
+    void SetLeft(size_t left) { used_ = room_ - left; }
+    size_t Used() const { return used_; }
 
     void Grow()
     {
@@ -61,11 +61,11 @@ public:
     }
 
 private:
-    static constexpr std::size_t kLeast = 16; // more than any one character takes
+    static constexpr size_t kLeast = 16; // more than any one character takes
 
     OwnedText<char> bytes_;
-    std::size_t room_;
-    std::size_t used_ = 0;
+    size_t room_;
+    size_t used_ = 0;
 };
 
 enum class Stop { end, refused, cut };
@@ -92,7 +92,7 @@ private:
 // One conversion; what it gives is collected in `Out()`.
 class Conversion {
 public:
-    Conversion(const char *to, const char *from, std::size_t room) : handle_(to, from), out_(room) {}
+    Conversion(const char *to, const char *from, size_t room) : handle_(to, from), out_(room) {}
 
     bool IsOpen() const { return handle_.IsOpen(); }
     GrowingBytes &Out() { return out_; }
@@ -101,7 +101,7 @@ public:
     Stop Feed(const char *&in, const char *end)
     {
         char *at = const_cast<char *>(in);
-        std::size_t left = static_cast<std::size_t>(end - in);
+        size_t left = static_cast<size_t>(end - in);
         const int error = Run(&at, &left);
         in = at;
         return error == 0 ? Stop::end : error == EINVAL ? Stop::cut : Stop::refused;
@@ -111,12 +111,12 @@ public:
     void Finish() { Run(nullptr, nullptr); }
 
 private:
-    int Run(char **in, std::size_t *left)
+    int Run(char **in, size_t *left)
     {
         for (;;) {
             char *to = out_.End();
-            std::size_t room = out_.Left();
-            const bool done = iconv(handle_.Get(), in, left, &to, &room) != static_cast<std::size_t>(-1);
+            size_t room = out_.Left();
+            const bool done = iconv(handle_.Get(), in, left, &to, &room) != static_cast<size_t>(-1);
             const int error = done ? 0 : errno;
             out_.SetLeft(room);
             if (error != E2BIG)
@@ -136,7 +136,7 @@ void PutReplacement(Conversion &conversion)
     const char zero = 0;
     const char *at = &zero;
     GrowingBytes &out = conversion.Out();
-    const std::size_t before = out.Used();
+    const size_t before = out.Used();
     conversion.Feed(at, at + 1);
     if (out.Used() > before)
         out.DropLastIfZero<tonekit_char16>();
@@ -146,7 +146,7 @@ void PutReplacement(Conversion &conversion)
 // Tag characters, U+E0000 to U+E007F, are dropped in silence by some converters.
 bool IsTag(const tonekit_char16 *text)
 {
-    return text[0] == 0xdb40 && text[1] >= 0xdc00 && text[1] < 0xdc80;
+    return text[0] == 0xDB40 && text[1] >= 0xDC00 && text[1] < 0xDC80;
 }
 
 void PutQuestionMark(Conversion &conversion)
@@ -173,7 +173,7 @@ void EncodeSpan(Conversion &conversion, const tonekit_char16 *text, const toneki
 
 tonekit_char16 *DecodeByIconv(const char *characterSet, const char *text)
 {
-    const std::size_t bytes = std::strlen(text);
+    const size_t bytes = std::strlen(text);
     Conversion conversion(kUtf16, characterSet, bytes * sizeof(tonekit_char16));
     if (!conversion.IsOpen())
         return nullptr;
@@ -199,12 +199,12 @@ char *EncodeByIconv(const char *characterSet, const Utf16Text &text)
     for (;;) {
         const tonekit_char16 *tag = at;
         while (tag < text.End() && !IsTag(tag)) // the terminator follows, so two units may be read
-            tag++;
+            ++tag;
         EncodeSpan(conversion, at, tag);
         if (tag == text.End())
             break;
         at = tag + 2;
-        const std::size_t before = conversion.Out().Used();
+        const size_t before = conversion.Out().Used();
         EncodeSpan(conversion, tag, at);
         if (conversion.Out().Used() == before)
             PutQuestionMark(conversion);

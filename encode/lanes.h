@@ -71,20 +71,20 @@ inline __m128i MoveDown(__m128i lanes, const void *oneUp, const void *twoUp)
 }
 
 // All ones in the last count of sixteen bytes.
-inline __m128i LastBytes(std::size_t count)
+inline __m128i LastBytes(size_t count)
 {
     alignas(16) static const uint8_t kWindow[32] = {
         0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,
-        0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+        0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     return Load128(kWindow + count);
 }
 
 // The sum of the two halves' sums of bytes.
-inline std::size_t SumOfBytes(__m128i lanes)
+inline size_t SumOfBytes(__m128i lanes)
 {
     const __m128i sums = _mm_sad_epu8(lanes, _mm_setzero_si128());
-    return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
-           static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+    return static_cast<size_t>(_mm_cvtsi128_si32(sums)) +
+           static_cast<size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
 }
 
 // Sixteen ASCII or Latin-1 bytes as units.

@@ -18,7 +18,7 @@ using OwnedText = std::unique_ptr<Unit[], ReleaseText>;
 
 // Room for some units and a terminator, which is set. Throws as the allocator does.
 template <class Unit>
-OwnedText<Unit> NewText(std::size_t units)
+OwnedText<Unit> NewText(size_t units)
 {
     OwnedText<Unit> text(static_cast<Unit *>(Allocate((units + 1) * sizeof(Unit))));
     text[units] = 0;

@@ -20,7 +20,7 @@ struct Members {
     using Context = Sha256Context;
     using Record = HmacSha256Context;
     static constexpr uint32_t kBlockBytes = 64;
-    static inline void Transform(uint32_t *state, const uint8_t *blocks, std::size_t blockCount)
+    static inline void Transform(uint32_t *state, const uint8_t *blocks, size_t blockCount)
     {
         Sha256Transform(state, blocks, blockCount);
     }
@@ -29,14 +29,14 @@ struct Members {
 struct Sha224 : Members {
     static constexpr uint32_t kDigestBytes = 28;
     static constexpr uint32_t kInitialState[8] = {
-        0xc1059ed8, 0x367cd507, 0x3070dd17, 0xf70e5939, 0xffc00b31, 0x68581511, 0x64f98fa7, 0xbefa4fa4,
+        0xC1059ED8, 0x367CD507, 0x3070DD17, 0xF70E5939, 0xFFC00B31, 0x68581511, 0x64F98FA7, 0xBEFA4FA4,
     };
 };
 
 struct Sha256 : Members {
     static constexpr uint32_t kDigestBytes = 32;
     static constexpr uint32_t kInitialState[8] = {
-        0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19,
+        0x6A09E667, 0xBB67AE85, 0x3C6EF372, 0xA54FF53A, 0x510E527F, 0x9B05688C, 0x1F83D9AB, 0x5BE0CD19,
     };
 };
 

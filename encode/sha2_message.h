@@ -80,12 +80,12 @@ inline void AddToMessage(typename Member::Context &context, const uint8_t *messa
 inline void Pad(uint8_t *from, uint8_t *end, uint32_t sizeInBits)
 {
     if (end - from < 32) {
-        __builtin_memset(from, 0, static_cast<std::size_t>(end - from));
+        __builtin_memset(from, 0, static_cast<size_t>(end - from));
         *from = 0x80;
         StoreBigEndian(end - 4, sizeInBits);
         return;
     }
-    __builtin_memset(from + 16, 0, static_cast<std::size_t>(end - from - 32));
+    __builtin_memset(from + 16, 0, static_cast<size_t>(end - from - 32));
     const int size = static_cast<int>(__builtin_bswap32(sizeInBits));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(from), _mm_cvtsi32_si128(0x80));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(end - 16), _mm_slli_si128(_mm_cvtsi32_si128(size), 12));

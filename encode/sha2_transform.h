@@ -9,10 +9,10 @@ namespace tonekit {
 extern "C" {
 
 /** Runs blockCount blocks of 64 bytes through the compression function of SHA-224 and SHA-256. */
-void Sha256Transform(uint32_t *state, const uint8_t *blocks, std::size_t blockCount);
+void Sha256Transform(uint32_t *state, const uint8_t *blocks, size_t blockCount);
 
 /** Runs blockCount blocks of 128 bytes through the compression function of SHA-384 and SHA-512. */
-void Sha512Transform(uint64_t *state, const uint8_t *blocks, std::size_t blockCount);
+void Sha512Transform(uint64_t *state, const uint8_t *blocks, size_t blockCount);
 
 } // extern "C"
 

@@ -20,7 +20,7 @@ struct Members {
     using Context = Sha512Context;
     using Record = HmacSha512Context;
     static constexpr uint32_t kBlockBytes = 128;
-    static inline void Transform(uint64_t *state, const uint8_t *blocks, std::size_t blockCount)
+    static inline void Transform(uint64_t *state, const uint8_t *blocks, size_t blockCount)
     {
         Sha512Transform(state, blocks, blockCount);
     }
@@ -29,16 +29,16 @@ struct Members {
 struct Sha384 : Members {
     static constexpr uint32_t kDigestBytes = 48;
     static constexpr uint64_t kInitialState[8] = {
-        0xcbbb9d5dc1059ed8, 0x629a292a367cd507, 0x9159015a3070dd17, 0x152fecd8f70e5939,
-        0x67332667ffc00b31, 0x8eb44a8768581511, 0xdb0c2e0d64f98fa7, 0x47b5481dbefa4fa4,
+        0xCBBB9D5DC1059ED8, 0x629A292A367CD507, 0x9159015A3070DD17, 0x152FECD8F70E5939,
+        0x67332667FFC00B31, 0x8EB44A8768581511, 0xDB0C2E0D64F98FA7, 0x47B5481DBEFA4FA4,
     };
 };
 
 struct Sha512 : Members {
     static constexpr uint32_t kDigestBytes = 64;
     static constexpr uint64_t kInitialState[8] = {
-        0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1,
-        0x510e527fade682d1, 0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179,
+        0x6A09E667F3BCC908, 0xBB67AE8584CAA73B, 0x3C6EF372FE94F82B, 0xA54FF53A5F1D36F1,
+        0x510E527FADE682D1, 0x9B05688C2B3E6C1F, 0x1F83D9ABFB41BD6B, 0x5BE0CD19137E2179,
     };
 };
 

@@ -8,8 +8,8 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::size_t kVector = 8; // units
-constexpr std::size_t kBlock = 2 * kVector;
+constexpr size_t kVector = 8; // units
+constexpr size_t kBlock = 2 * kVector;
 
 struct Block {
     __m128i low;
@@ -45,17 +45,17 @@ inline uint32_t OrOfLanes(__m128i lanes)
     lanes = _mm_or_si128(lanes, _mm_unpackhi_epi64(lanes, lanes));
     const uint64_t four = static_cast<uint64_t>(_mm_cvtsi128_si64(lanes));
     const uint32_t two = static_cast<uint32_t>(four | four >> 32);
-    return (two | two >> 16) & 0xffff;
+    return (two | two >> 16) & 0xFFFF;
 }
 
 // The block's units from one place to before another; the rest becomes zero.
-inline Block Between(const Block &block, std::size_t from, std::size_t to)
+inline Block Between(const Block &block, size_t from, size_t to)
 {
     alignas(16) static const uint16_t kWindow[3 * kBlock] = {
         0,      0,      0,      0,      0,      0,      0,      0,      0,      0,      0,
-        0,      0,      0,      0,      0,      0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff,
-        0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff, 0xffff};
-    const auto window = [](std::size_t place) {
+        0,      0,      0,      0,      0,      0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF,
+        0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+    const auto window = [](size_t place) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i *>(kWindow + place));
     };
     return {_mm_and_si128(_mm_and_si128(block.low, window(kBlock - from)), window(2 * kBlock - to)),
@@ -86,11 +86,11 @@ inline const tonekit_char16 *PassPairs(const tonekit_char16 *at, __m128i *all)
 }
 
 // For text at an odd address, where units lie across the blocks.
-std::size_t LengthUnitByUnit(const tonekit_char16 *text, uint32_t *bits)
+size_t LengthUnitByUnit(const tonekit_char16 *text, uint32_t *bits)
 {
-    std::size_t units = 0;
+    size_t units = 0;
     uint32_t seen = 0;
-    for (;; units++) {
+    for (;; ++units) {
         tonekit_char16 unit;
         std::memcpy(&unit, text + units, sizeof unit);
         if (unit == 0)
@@ -103,12 +103,12 @@ std::size_t LengthUnitByUnit(const tonekit_char16 *text, uint32_t *bits)
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(Utf16Length, std::size_t, (const tonekit_char16 *text, uint32_t *bits))
+TONEKIT_INTERNAL_BODY(Utf16Length, size_t, (const tonekit_char16 *text, uint32_t *bits))
 {
     const uintptr_t address = reinterpret_cast<uintptr_t>(text);
     if (address % sizeof *text != 0)
         return LengthUnitByUnit(text, bits);
-    std::size_t from = address / sizeof *text % kBlock;
+    size_t from = address / sizeof *text % kBlock;
     const tonekit_char16 *at = text - from;
     Block block = LoadAligned(at);
     uint32_t zeros = ZeroUnits(block) >> from << from;
@@ -120,9 +120,9 @@ TONEKIT_INTERNAL_BODY(Utf16Length, std::size_t, (const tonekit_char16 *text, uin
         block = LoadAligned(at);
         zeros = ZeroUnits(block);
     }
-    const std::size_t to = static_cast<std::size_t>(__builtin_ctz(zeros));
+    const size_t to = static_cast<size_t>(__builtin_ctz(zeros));
     *bits = OrOfLanes(_mm_or_si128(all, Or(Between(block, from, to))));
-    return static_cast<std::size_t>(at - text) + to;
+    return static_cast<size_t>(at - text) + to;
 }
 
 } // namespace tonekit::TONEKIT_TIER

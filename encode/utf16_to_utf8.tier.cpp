@@ -10,8 +10,8 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::size_t kBlock = 8; // units in a vector
-constexpr std::size_t kTwoBlocks = 2 * kBlock;
+constexpr size_t kBlock = 8; // units in a vector
+constexpr size_t kTwoBlocks = 2 * kBlock;
 
 struct Cursor {
     const tonekit_char16 *in;
@@ -29,22 +29,22 @@ inline void TakeCharacter(Cursor &at)
         return;
     }
     if (unit < 0x800) {
-        put(0xc0 | unit >> 6);
-        put(0x80 | (unit & 0x3f));
+        put(0xC0 | unit >> 6);
+        put(0x80 | (unit & 0x3F));
         return;
     }
     if (IsHighSurrogate(unit) && at.in < at.end && IsLowSurrogate(*at.in)) {
         const uint32_t point = JoinSurrogates(unit, *at.in++);
-        StoreBytes(at.out, 0x808080f0 | point >> 18 | (point >> 4 & 0x3f00) | (point << 10 & 0x3f0000) |
-                               (point << 24 & 0x3f000000));
+        StoreBytes(at.out, 0x808080F0 | point >> 18 | (point >> 4 & 0x3F00) | (point << 10 & 0x3F0000) |
+                               (point << 24 & 0x3F000000));
         at.out += 4;
         return;
     }
     if (IsHighSurrogate(unit) || IsLowSurrogate(unit))
-        unit = 0xfffd;
-    put(0xe0 | unit >> 12);
-    put(0x80 | (unit >> 6 & 0x3f));
-    put(0x80 | (unit & 0x3f));
+        unit = 0xFFFD;
+    put(0xE0 | unit >> 12);
+    put(0x80 | (unit >> 6 & 0x3F));
+    put(0x80 | (unit & 0x3F));
 }
 
 // Sixteen units below 0x800 as bytes.
@@ -55,7 +55,7 @@ struct Split {
 
 inline Split SplitSixteen(__m128i first, __m128i second)
 {
-    const __m128i low = Splat(0x7f);
+    const __m128i low = Splat(0x7F);
     return {_mm_packus_epi16(_mm_and_si128(first, low), _mm_and_si128(second, low)),
             _mm_packus_epi16(_mm_srli_epi16(first, 6), _mm_srli_epi16(second, 6))};
 }
@@ -78,12 +78,12 @@ inline TwoByteForms MakeTwoByteForms(const Split &units)
     const __m128i wide = _mm_cmpgt_epi8(units.high, _mm_set1_epi8(1));
     const __m128i lead = _mm_and_si128(_mm_or_si128(units.high, _mm_set1_epi8(-0x40)), wide);
     const __m128i first = _mm_max_epu8(units.low, lead);
-    const __m128i second = _mm_or_si128(_mm_and_si128(units.low, _mm_set1_epi8(0x3f)), _mm_set1_epi8(-0x80));
+    const __m128i second = _mm_or_si128(_mm_and_si128(units.low, _mm_set1_epi8(0x3F)), _mm_set1_epi8(-0x80));
     return {_mm_unpacklo_epi8(first, second), _mm_unpackhi_epi8(first, second), ByteMask(wide)};
 }
 
 // Takes as many units, and one more if they end within a pair of surrogates.
-inline void TakeCharacters(Cursor &at, std::size_t units)
+inline void TakeCharacters(Cursor &at, size_t units)
 {
     for (const tonekit_char16 *stop = at.in + units; at.in < stop;)
         TakeCharacter(at);
@@ -92,15 +92,15 @@ inline void TakeCharacters(Cursor &at, std::size_t units)
 // The three bytes of four units from 0x800 up, first byte lowest, in 32-bit lanes.
 inline __m128i ThreeByteForms(__m128i units)
 {
-    const __m128i middle = _mm_and_si128(_mm_slli_epi32(units, 2), _mm_set1_epi32(0x3f00));
-    const __m128i last = _mm_and_si128(_mm_slli_epi32(units, 16), _mm_set1_epi32(0x3f0000));
+    const __m128i middle = _mm_and_si128(_mm_slli_epi32(units, 2), _mm_set1_epi32(0x3F00));
+    const __m128i last = _mm_and_si128(_mm_slli_epi32(units, 16), _mm_set1_epi32(0x3F0000));
     return _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 12), middle),
-                        _mm_or_si128(last, _mm_set1_epi32(0x8080e0)));
+                        _mm_or_si128(last, _mm_set1_epi32(0x8080E0)));
 }
 
 inline void StoreTwelveBytes(char *out, __m128i forms)
 {
-    const __m128i low = _mm_set1_epi64x(0xffffffff);
+    const __m128i low = _mm_set1_epi64x(0xFFFFFFFF);
     const __m128i sixes =
         _mm_or_si128(_mm_and_si128(forms, low), _mm_srli_epi64(_mm_andnot_si128(low, forms), 8));
     StoreHalf(out, sixes);
@@ -119,7 +119,7 @@ inline void TakeThreeByteBlock(Cursor &at, __m128i units)
 // Four such forms in 32-bit lanes, put together two by two.
 inline __m128i JoinPairs(__m128i forms, __m128i scales)
 {
-    const __m128i low = _mm_set1_epi64x(0xffffffff);
+    const __m128i low = _mm_set1_epi64x(0xFFFFFFFF);
     const __m128i second = _mm_mul_epu32(_mm_srli_epi64(forms, 32), scales);
     return _mm_or_si128(_mm_and_si128(forms, low), _mm_slli_epi64(second, 8));
 }
@@ -145,13 +145,13 @@ constexpr MembersTable kMembers = MakeMembersTable();
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xff80)), zero);
-    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xf800)), zero);
-    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3f)), Splat(0x80));
+    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xFF80)), zero);
+    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), zero);
+    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3F)), Splat(0x80));
     const __m128i two =
-        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xc0));
-    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3f00));
-    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80e0));
+        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xC0));
+    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3F00));
+    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80E0));
     const __m128i first = Select(below800, Select(ascii, units, two), three);
     const __m128i third = _mm_andnot_si128(below800, low);
     // A form that follows goes 8 bits up for each byte of the one before: here without the first byte's.
@@ -162,11 +162,11 @@ inline void TakeMixedBlock(Cursor &at, __m128i units)
     const __m128i upper = JoinPairs(_mm_unpackhi_epi16(first, third), _mm_unpackhi_epi16(scale, scaleAbove));
 
     const uint32_t sets = ByteMask(_mm_packs_epi16(ascii, below800));
-    const uint32_t ends = 0x18120c06 - kMembers.members[sets & 0xff] - kMembers.members[sets >> 8];
+    const uint32_t ends = 0x18120C06 - kMembers.members[sets & 0xFF] - kMembers.members[sets >> 8];
     StoreHalf(at.out, lower);
-    StoreUpperHalf(at.out + (ends & 0xff), lower);
-    StoreHalf(at.out + (ends >> 8 & 0xff), upper);
-    StoreUpperHalf(at.out + (ends >> 16 & 0xff), upper);
+    StoreUpperHalf(at.out + (ends & 0xFF), lower);
+    StoreHalf(at.out + (ends >> 8 & 0xFF), upper);
+    StoreUpperHalf(at.out + (ends >> 16 & 0xFF), upper);
     at.out += ends >> 24;
     at.in += kBlock;
 }
@@ -174,17 +174,17 @@ inline void TakeMixedBlock(Cursor &at, __m128i units)
 // Four pairs of surrogates, in 32-bit lanes; false, and nothing taken, if one of them is something else.
 inline bool TakeFourPairs(Cursor &at, __m128i pairs)
 {
-    const __m128i shape = _mm_and_si128(pairs, _mm_set1_epi32(static_cast<int>(0xfc00fc00)));
-    if (ByteMask(_mm_cmpeq_epi32(shape, _mm_set1_epi32(static_cast<int>(0xdc00d800)))) != 0xffff)
+    const __m128i shape = _mm_and_si128(pairs, _mm_set1_epi32(static_cast<int>(0xFC00FC00)));
+    if (ByteMask(_mm_cmpeq_epi32(shape, _mm_set1_epi32(static_cast<int>(0xDC00D800)))) != 0xFFFF)
         return false;
-    const __m128i high = _mm_slli_epi32(_mm_and_si128(pairs, _mm_set1_epi32(0x3ff)), 10);
-    const __m128i low = _mm_and_si128(_mm_srli_epi32(pairs, 16), _mm_set1_epi32(0x3ff));
+    const __m128i high = _mm_slli_epi32(_mm_and_si128(pairs, _mm_set1_epi32(0x3FF)), 10);
+    const __m128i low = _mm_and_si128(_mm_srli_epi32(pairs, 16), _mm_set1_epi32(0x3FF));
     const __m128i point = _mm_add_epi32(_mm_or_si128(high, low), _mm_set1_epi32(0x10000));
-    const __m128i second = _mm_and_si128(_mm_srli_epi32(point, 4), _mm_set1_epi32(0x3f00));
-    const __m128i third = _mm_and_si128(_mm_slli_epi32(point, 10), _mm_set1_epi32(0x3f0000));
-    const __m128i fourth = _mm_and_si128(_mm_slli_epi32(point, 24), _mm_set1_epi32(0x3f000000));
+    const __m128i second = _mm_and_si128(_mm_srli_epi32(point, 4), _mm_set1_epi32(0x3F00));
+    const __m128i third = _mm_and_si128(_mm_slli_epi32(point, 10), _mm_set1_epi32(0x3F0000));
+    const __m128i fourth = _mm_and_si128(_mm_slli_epi32(point, 24), _mm_set1_epi32(0x3F000000));
     const __m128i lead =
-        _mm_or_si128(_mm_srli_epi32(point, 18), _mm_set1_epi32(static_cast<int>(0x808080f0)));
+        _mm_or_si128(_mm_srli_epi32(point, 18), _mm_set1_epi32(static_cast<int>(0x808080F0)));
     Store128(at.out, _mm_or_si128(_mm_or_si128(lead, second), _mm_or_si128(third, fourth)));
     at.in += kBlock;
     at.out += 2 * kBlock;
@@ -196,29 +196,28 @@ template <bool isAscii>
 inline void NarrowAscii(Cursor &at)
 {
 #pragma GCC unroll 4
-    for (; at.end - at.in >= static_cast<std::ptrdiff_t>(kTwoBlocks);
-         at.in += kTwoBlocks, at.out += kTwoBlocks) {
+    for (; at.end - at.in >= static_cast<ptrdiff_t>(kTwoBlocks); at.in += kTwoBlocks, at.out += kTwoBlocks) {
         const __m128i first = Load128(at.in);
         const __m128i second = Load128(at.in + kBlock);
-        const __m128i more = _mm_and_si128(_mm_or_si128(first, second), Splat(0xff80));
-        if (!isAscii && ByteMask(_mm_cmpeq_epi16(more, _mm_setzero_si128())) != 0xffff)
+        const __m128i more = _mm_and_si128(_mm_or_si128(first, second), Splat(0xFF80));
+        if (!isAscii && ByteMask(_mm_cmpeq_epi16(more, _mm_setzero_si128())) != 0xFFFF)
             return;
         Store128(at.out, _mm_packus_epi16(first, second));
     }
 }
 
 // The units held back, one byte each at least, and the scratch byte make room for the block's last store.
-inline bool Has(const Cursor &at, std::size_t units)
+inline bool Has(const Cursor &at, size_t units)
 {
-    return at.end - at.in >= static_cast<std::ptrdiff_t>(units) + kRunAhead - 1;
+    return at.end - at.in >= static_cast<ptrdiff_t>(units) + kRunAhead - 1;
 }
 
 // Eight units, some of which are from 0x800 up; not all of them if isMixed.
 inline void TakeLongBlock(Cursor &at, bool isMixed)
 {
     const __m128i units = Load128(at.in);
-    const __m128i top = _mm_and_si128(units, Splat(0xf800));
-    if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xd800))) != 0) {
+    const __m128i top = _mm_and_si128(units, Splat(0xF800));
+    if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xD800))) != 0) {
         if (!TakeFourPairs(at, units))
             TakeCharacters(at, kBlock);
     } else if (isMixed) {
@@ -233,17 +232,17 @@ inline void TakeLongBlock(Cursor &at, bool isMixed)
 inline void TakeLongBlocks(Cursor &at, const Split &units, uint32_t isLong)
 {
     const tonekit_char16 *const middle = at.in + kBlock;
-    if ((isLong & 0xff) != 0) {
-        TakeLongBlock(at, (isLong & 0xff) != 0xff);
+    if ((isLong & 0xFF) != 0) {
+        TakeLongBlock(at, (isLong & 0xFF) != 0xFF);
     } else {
         const TwoByteForms forms = MakeTwoByteForms(units);
-        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xff);
+        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xFF);
         at.in += kBlock;
     }
     if (at.in != middle)
         return;
     if (isLong >> 8 != 0) {
-        TakeLongBlock(at, isLong >> 8 != 0xff);
+        TakeLongBlock(at, isLong >> 8 != 0xFF);
     } else {
         const TwoByteForms forms = MakeTwoByteForms(units);
         at.out = StoreTwoByteForms(at.out, forms.upper, forms.wide >> 8);
@@ -259,7 +258,7 @@ inline void TakeBlocks(Cursor &at)
         const uint32_t isLong = LongUnits(units);
         if (isLong == 0) {
             const TwoByteForms forms = MakeTwoByteForms(units);
-            at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xff);
+            at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xFF);
             at.out = StoreTwoByteForms(at.out, forms.upper, forms.wide >> 8);
             at.in += kTwoBlocks;
             // Single blocks of ASCII gain less than it costs to guess wrong whether one comes.
@@ -274,7 +273,7 @@ inline void TakeBlocks(Cursor &at)
         const uint32_t isLong = LongUnits(SplitSixteen(Load128(at.in), _mm_setzero_si128()));
         if (isLong == 0)
             break;
-        TakeLongBlock(at, isLong != 0xff);
+        TakeLongBlock(at, isLong != 0xFF);
     }
 }
 
@@ -287,7 +286,7 @@ inline bool TakeUpToEndOf(const tonekit_char16 *block, Cursor &at)
         return false;
     const TwoByteForms forms = MakeTwoByteForms(units);
     const uint32_t wideBefore = forms.wide & ((1u << (at.in - block)) - 1);
-    at.out -= (at.in - block) + kCompact.kept[wideBefore] - static_cast<std::ptrdiff_t>(kBlock);
+    at.out -= (at.in - block) + kCompact.kept[wideBefore] - static_cast<ptrdiff_t>(kBlock);
     at.out = StoreTwoByteFormsOnly(at.out, forms.lower, forms.wide);
     at.in = block + kBlock;
     return true;
@@ -295,7 +294,7 @@ inline bool TakeUpToEndOf(const tonekit_char16 *block, Cursor &at)
 
 inline void TakeRest(Cursor &at, bool hasBlockBefore)
 {
-    while (at.end - at.in >= static_cast<std::ptrdiff_t>(kBlock))
+    while (at.end - at.in >= static_cast<ptrdiff_t>(kBlock))
         if (!TakeUpToEndOf(at.in, at) && !TakeFourPairs(at, Load128(at.in)))
             TakeCharacters(at, kBlock);
     if (at.in < at.end && hasBlockBefore && TakeUpToEndOf(at.end - kBlock, at))
@@ -306,8 +305,7 @@ inline void TakeRest(Cursor &at, bool hasBlockBefore)
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(Utf16ToUtf8, void,
-                      (const tonekit_char16 *text, std::size_t units, uint32_t bits, char *out))
+TONEKIT_INTERNAL_BODY(Utf16ToUtf8, void, (const tonekit_char16 *text, size_t units, uint32_t bits, char *out))
 {
     Cursor at{text, text + units, out};
     if (bits < 0x80)

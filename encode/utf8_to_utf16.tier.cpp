@@ -9,7 +9,7 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::ptrdiff_t kBlock = 16;
+constexpr ptrdiff_t kBlock = 16;
 
 inline uint32_t Load32(const uint8_t *bytes)
 {
@@ -29,37 +29,37 @@ struct Cursor {
 inline bool TakeCharacter(Cursor &at)
 {
     const uint8_t *in = at.in;
-    const std::size_t left = static_cast<std::size_t>(at.end - in);
+    const size_t left = static_cast<size_t>(at.end - in);
     const uint32_t lead = in[0];
     if (lead < 0x80) {
         *at.out++ = static_cast<tonekit_char16>(lead);
         at.in += 1;
         return true;
     }
-    if (lead < 0xe0) {
-        if (lead < 0xc2 || left < 2 || !IsContinuation(in[1]))
+    if (lead < 0xE0) {
+        if (lead < 0xC2 || left < 2 || !IsContinuation(in[1]))
             return false;
-        *at.out++ = static_cast<tonekit_char16>((lead & 0x1f) << 6 | (in[1] & 0x3f));
+        *at.out++ = static_cast<tonekit_char16>((lead & 0x1F) << 6 | (in[1] & 0x3F));
         at.in += 2;
         return true;
     }
     if (left < 3 || !IsContinuation(in[1]) || !IsContinuation(in[2]))
         return false;
-    if (lead < 0xf0) {
-        const uint32_t unit = (lead & 0xf) << 12 | (in[1] & 0x3fu) << 6 | (in[2] & 0x3fu);
-        if (unit < 0x800 || (unit & 0xf800) == 0xd800)
+    if (lead < 0xF0) {
+        const uint32_t unit = (lead & 0xF) << 12 | (in[1] & 0x3Fu) << 6 | (in[2] & 0x3Fu);
+        if (unit < 0x800 || (unit & 0xF800) == 0xD800)
             return false;
         *at.out++ = static_cast<tonekit_char16>(unit);
         at.in += 3;
         return true;
     }
-    if (lead > 0xf4 || left < 4 || !IsContinuation(in[3]))
+    if (lead > 0xF4 || left < 4 || !IsContinuation(in[3]))
         return false;
-    const uint32_t point = (lead & 7) << 18 | (in[1] & 0x3fu) << 12 | (in[2] & 0x3fu) << 6 | (in[3] & 0x3fu);
-    if (point < 0x10000 || point > 0x10ffff)
+    const uint32_t point = (lead & 7) << 18 | (in[1] & 0x3Fu) << 12 | (in[2] & 0x3Fu) << 6 | (in[3] & 0x3Fu);
+    if (point < 0x10000 || point > 0x10FFFF)
         return false;
-    at.out[0] = static_cast<tonekit_char16>(0xd7c0 + (point >> 10));
-    at.out[1] = static_cast<tonekit_char16>(0xdc00 | (point & 0x3ff));
+    at.out[0] = static_cast<tonekit_char16>(0xD7C0 + (point >> 10));
+    at.out[1] = static_cast<tonekit_char16>(0xDC00 | (point & 0x3FF));
     at.out += 2;
     at.in += 4;
     return true;
@@ -128,7 +128,7 @@ inline __m128i LowerBits(const Block &block, __m128i continuations)
 // What the byte before gives to the upper 8 bits.
 inline __m128i UpperBits(const Block &block, __m128i continuations)
 {
-    return _mm_and_si128(_mm_srli_epi16(block.before, 2), _mm_and_si128(continuations, _mm_set1_epi8(0x0f)));
+    return _mm_and_si128(_mm_srli_epi16(block.before, 2), _mm_and_si128(continuations, _mm_set1_epi8(0x0F)));
 }
 
 // What the lead of three bytes adds to them; and which units are overlong or surrogates.
@@ -155,7 +155,7 @@ inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
     units.lower = LowerBits(block, continuations);
     units.upper = UpperBits(block, continuations);
     units.dropped = two | skipped;
-    units.strange = (wide ^ (two | continued)) | (continued ^ (behindTwo & 0xffff)) | pending.three;
+    units.strange = (wide ^ (two | continued)) | (continued ^ (behindTwo & 0xFFFF)) | pending.three;
     pending.two = behindTwo >> 16;
     if (units.strange == 0)
         return units;
@@ -167,9 +167,9 @@ inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
     const uint32_t behindThree = three << 2 | pending.three;
     const uint32_t middles = behindThree >> 1;
     pending.three = behindThree >> 16;
-    units.dropped |= three | (middles & 0xffff);
+    units.dropped |= three | (middles & 0xFFFF);
     units.strange = (wide ^ (two | three | continued)) |
-                    (continued ^ ((behindTwo | behindThree | middles) & 0xffff)) | (bad & behindThree);
+                    (continued ^ ((behindTwo | behindThree | middles) & 0xFFFF)) | (bad & behindThree);
     return units;
 }
 
@@ -178,14 +178,14 @@ inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
 [[gnu::always_inline]] inline bool Take(Cursor &at, const uint8_t *bytes, const Units &units)
 {
     const uint32_t fromStrange = 0u - (units.strange & (0u - units.strange)); // that byte and all after it
-    const uint32_t dropped = (units.dropped | fromStrange) & 0xffff;
+    const uint32_t dropped = (units.dropped | fromStrange) & 0xFFFF;
     const __m128i lower = _mm_unpacklo_epi8(units.lower, units.upper);
     const __m128i upper = _mm_unpackhi_epi8(units.lower, units.upper);
     if (at.outEnd - at.out >= kCompactRoom) {
-        at.out = StoreKept(at.out, lower, dropped & 0xff);
+        at.out = StoreKept(at.out, lower, dropped & 0xFF);
         at.out = StoreKept(at.out, upper, dropped >> 8);
     } else {
-        at.out = StoreKeptOnly(at.out, lower, dropped & 0xff);
+        at.out = StoreKeptOnly(at.out, lower, dropped & 0xFF);
         at.out = StoreKeptOnly(at.out, upper, dropped >> 8);
     }
     at.in = bytes + (units.strange != 0 ? __builtin_ctz(units.strange) : kBlock);
@@ -195,9 +195,9 @@ inline __m128i AddUpperBits(const Block &block, __m128i upper, uint32_t *bad)
 // Goes back over the bytes of a character that isn't taken as a whole. What is before `begin` has been taken.
 inline void GoBackToLead(Cursor &at, const uint8_t *begin)
 {
-    if (at.in - begin >= 1 && at.in[-1] >= 0xc0)
+    if (at.in - begin >= 1 && at.in[-1] >= 0xC0)
         at.in -= 1;
-    else if (at.in - begin >= 2 && at.in[-1] >= 0x80 && at.in[-2] >= 0xe0)
+    else if (at.in - begin >= 2 && at.in[-1] >= 0x80 && at.in[-2] >= 0xE0)
         at.in -= 2;
 }
 
@@ -230,7 +230,7 @@ inline bool TakeBlocks(Cursor &at)
     while (good && at.end - at.in >= kBlock) {
         const Block block = NextBlock(at.in);
         const uint32_t wide = ByteMask(block.bytes);
-        if (wide == 0xffff && pending.three == 0 && (*at.in & 0xf0) == 0xe0)
+        if (wide == 0xFFFF && pending.three == 0 && (*at.in & 0xF0) == 0xE0)
             break;
         good = Take(at, at.in, Decode(block, 0, pending));
         // Single blocks of ASCII gain less than it costs to guess wrong whether one comes.
@@ -248,7 +248,7 @@ inline void TakeLastBlock(Cursor &at)
 {
     const uint8_t *const begin = at.in;
     const uint8_t *const block = at.end - kBlock;
-    const std::ptrdiff_t taken = begin - block;
+    const ptrdiff_t taken = begin - block;
     if (ByteMask(Load128(block)) == 0) {
         Widen(Load128(block), at.out - taken); // ASCII that has been taken comes out in its place again
         at.out += kBlock - taken;
@@ -269,9 +269,9 @@ inline __m128i GatherFour(const uint8_t *in)
 
 inline __m128i DecodeFour(__m128i lanes)
 {
-    const __m128i first = _mm_slli_epi32(_mm_and_si128(lanes, _mm_set1_epi32(0xf)), 12);
-    const __m128i second = _mm_and_si128(_mm_srli_epi32(lanes, 2), _mm_set1_epi32(0xfc0));
-    const __m128i third = _mm_and_si128(_mm_srli_epi32(lanes, 16), _mm_set1_epi32(0x3f));
+    const __m128i first = _mm_slli_epi32(_mm_and_si128(lanes, _mm_set1_epi32(0xF)), 12);
+    const __m128i second = _mm_and_si128(_mm_srli_epi32(lanes, 2), _mm_set1_epi32(0xFC0));
+    const __m128i third = _mm_and_si128(_mm_srli_epi32(lanes, 16), _mm_set1_epi32(0x3F));
     const __m128i unit = _mm_or_si128(_mm_or_si128(first, second), third);
     return _mm_srai_epi32(_mm_slli_epi32(unit, 16), 16); // as the signed pack wants it
 }
@@ -283,15 +283,15 @@ inline bool TakeEightThreeByte(Cursor &at)
         return false;
     const __m128i low = GatherFour(at.in);
     const __m128i high = GatherFour(at.in + 12);
-    const __m128i shape = _mm_set1_epi32(0x00c0c0f0);
-    const __m128i wanted = _mm_set1_epi32(0x008080e0);
+    const __m128i shape = _mm_set1_epi32(0x00C0C0F0);
+    const __m128i wanted = _mm_set1_epi32(0x008080E0);
     const __m128i shaped = _mm_and_si128(_mm_cmpeq_epi32(_mm_and_si128(low, shape), wanted),
                                          _mm_cmpeq_epi32(_mm_and_si128(high, shape), wanted));
     const __m128i units = _mm_packs_epi32(DecodeFour(low), DecodeFour(high));
-    const __m128i top = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xf800)));
+    const __m128i top = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xF800)));
     const __m128i bad = _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()),
-                                     _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xd800))));
-    if (_mm_movemask_epi8(_mm_andnot_si128(bad, shaped)) != 0xffff)
+                                     _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
+    if (_mm_movemask_epi8(_mm_andnot_si128(bad, shaped)) != 0xFFFF)
         return false;
     Store128(at.out, units);
     at.in += 24;
@@ -302,20 +302,20 @@ inline bool TakeEightThreeByte(Cursor &at)
 // Takes four four-byte characters; false, and nothing taken, if there aren't as many there.
 inline bool TakeFourFourByte(Cursor &at, __m128i bytes)
 {
-    const __m128i shape = _mm_and_si128(bytes, _mm_set1_epi32(static_cast<int>(0xc0c0c0f8)));
-    const __m128i shaped = _mm_cmpeq_epi32(shape, _mm_set1_epi32(static_cast<int>(0x808080f0)));
+    const __m128i shape = _mm_and_si128(bytes, _mm_set1_epi32(static_cast<int>(0xC0C0C0F8)));
+    const __m128i shaped = _mm_cmpeq_epi32(shape, _mm_set1_epi32(static_cast<int>(0x808080F0)));
     const __m128i first = _mm_slli_epi32(_mm_and_si128(bytes, _mm_set1_epi32(7)), 18);
-    const __m128i second = _mm_slli_epi32(_mm_and_si128(bytes, _mm_set1_epi32(0x3f00)), 4);
-    const __m128i third = _mm_and_si128(_mm_srli_epi32(bytes, 10), _mm_set1_epi32(0xfc0));
-    const __m128i fourth = _mm_and_si128(_mm_srli_epi32(bytes, 24), _mm_set1_epi32(0x3f));
+    const __m128i second = _mm_slli_epi32(_mm_and_si128(bytes, _mm_set1_epi32(0x3F00)), 4);
+    const __m128i third = _mm_and_si128(_mm_srli_epi32(bytes, 10), _mm_set1_epi32(0xFC0));
+    const __m128i fourth = _mm_and_si128(_mm_srli_epi32(bytes, 24), _mm_set1_epi32(0x3F));
     const __m128i point = _mm_or_si128(_mm_or_si128(first, second), _mm_or_si128(third, fourth));
     const __m128i offset = _mm_sub_epi32(point, _mm_set1_epi32(0x10000)); // 20 bits, if all is well
     const __m128i inRange = _mm_cmpeq_epi32(_mm_srli_epi32(offset, 20), _mm_setzero_si128());
-    if (ByteMask(_mm_and_si128(shaped, inRange)) != 0xffff)
+    if (ByteMask(_mm_and_si128(shaped, inRange)) != 0xFFFF)
         return false;
-    const __m128i low = _mm_slli_epi32(_mm_and_si128(offset, _mm_set1_epi32(0x3ff)), 16);
+    const __m128i low = _mm_slli_epi32(_mm_and_si128(offset, _mm_set1_epi32(0x3FF)), 16);
     const __m128i pairs = _mm_or_si128(_mm_srli_epi32(offset, 10), low);
-    Store128(at.out, _mm_or_si128(pairs, _mm_set1_epi32(static_cast<int>(0xdc00d800))));
+    Store128(at.out, _mm_or_si128(pairs, _mm_set1_epi32(static_cast<int>(0xDC00D800))));
     at.in += 16;
     at.out += 8;
     return true;
@@ -328,15 +328,14 @@ inline bool TakeRun(Cursor &at)
     do {
         if (!TakeCharacter(at))
             return false;
-    } while (at.in < stop && *at.in >= 0xe0);
+    } while (at.in < stop && *at.in >= 0xE0);
     return true;
 }
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(Utf8ToUtf16, std::size_t,
-                      (const char *text, std::size_t bytes, tonekit_char16 *out, std::size_t room,
-                       std::size_t *units))
+TONEKIT_INTERNAL_BODY(Utf8ToUtf16, size_t,
+                      (const char *text, size_t bytes, tonekit_char16 *out, size_t room, size_t *units))
 {
     const uint8_t *begin = reinterpret_cast<const uint8_t *>(text);
     Cursor at{begin, begin + bytes, out, out + room};
@@ -345,17 +344,17 @@ TONEKIT_INTERNAL_BODY(Utf8ToUtf16, std::size_t,
         const __m128i block = Load128(at.in);
         if (ByteMask(block) == 0)
             TakeAscii(at);
-        else if (*at.in >= 0xf0)
+        else if (*at.in >= 0xF0)
             wellFormed = TakeFourFourByte(at, block) || TakeRun(at);
-        else if (*at.in < 0xe0 || !TakeEightThreeByte(at))
+        else if (*at.in < 0xE0 || !TakeEightThreeByte(at))
             wellFormed = TakeBlocks(at) || TakeRun(at);
     }
-    if (wellFormed && at.in < at.end && bytes >= static_cast<std::size_t>(kBlock))
+    if (wellFormed && at.in < at.end && bytes >= static_cast<size_t>(kBlock))
         TakeLastBlock(at);
     while (wellFormed && at.in < at.end)
         wellFormed = TakeCharacter(at);
-    *units = static_cast<std::size_t>(at.out - out);
-    return static_cast<std::size_t>(at.in - begin);
+    *units = static_cast<size_t>(at.out - out);
+    return static_cast<size_t>(at.in - begin);
 }
 
 } // namespace tonekit::TONEKIT_TIER

@@ -9,25 +9,25 @@
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
-constexpr std::size_t kUnitBlock = 8; // units in a vector
-constexpr std::size_t kTwoUnitBlocks = 2 * kUnitBlock;
-constexpr std::ptrdiff_t kByteBlock = 16;
+constexpr size_t kUnitBlock = 8; // units in a vector
+constexpr size_t kTwoUnitBlocks = 2 * kUnitBlock;
+constexpr ptrdiff_t kByteBlock = 16;
 
 // All ones for each of eight units that is a high surrogate with a low one after it.
 inline __m128i PairsIn(const tonekit_char16 *text)
 {
-    const __m128i shape = Splat(0xfc00);
-    return _mm_and_si128(_mm_cmpeq_epi16(_mm_and_si128(Load128(text), shape), Splat(0xd800)),
-                         _mm_cmpeq_epi16(_mm_and_si128(Load128(text + 1), shape), Splat(0xdc00)));
+    const __m128i shape = Splat(0xFC00);
+    return _mm_and_si128(_mm_cmpeq_epi16(_mm_and_si128(Load128(text), shape), Splat(0xD800)),
+                         _mm_cmpeq_epi16(_mm_and_si128(Load128(text + 1), shape), Splat(0xDC00)));
 }
 
-inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
+inline size_t CountPairs(const tonekit_char16 *text, size_t units)
 {
-    std::size_t pairs = 0;
-    std::size_t i = 0;
+    size_t pairs = 0;
+    size_t i = 0;
     while (units - i > kUnitBlock) {
-        const std::size_t blocks = (units - i - 1) / kUnitBlock;
-        const std::size_t stop = i + kUnitBlock * (blocks < 255 ? blocks : 255);
+        const size_t blocks = (units - i - 1) / kUnitBlock;
+        const size_t stop = i + kUnitBlock * (blocks < 255 ? blocks : 255);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
         for (; i < stop; i += kUnitBlock)
@@ -35,7 +35,7 @@ inline std::size_t CountPairs(const tonekit_char16 *text, std::size_t units)
         pairs += SumOfBytes(lanes);
     }
     if (i > 0 && i + 1 < units) {
-        const std::size_t left = units - 1 - i;
+        const size_t left = units - 1 - i;
         const __m128i last = PairsIn(text + units - 1 - kUnitBlock);
         const __m128i lanes = _mm_and_si128(last, LastBytes(left * sizeof *text));
         return pairs + SumOfBytes(_mm_and_si128(lanes, Splat(1)));
@@ -52,17 +52,17 @@ inline __m128i MoreBytes(const tonekit_char16 *text)
     const __m128i above7f =
         _mm_packs_epi16(_mm_srli_epi16(Load128(text), 7), _mm_srli_epi16(Load128(text + kUnitBlock), 7));
     const __m128i more = _mm_add_epi8(_mm_cmpgt_epi8(above7f, _mm_setzero_si128()),
-                                      _mm_cmpgt_epi8(above7f, _mm_set1_epi8(0x0f)));
+                                      _mm_cmpgt_epi8(above7f, _mm_set1_epi8(0x0F)));
     return _mm_sub_epi8(_mm_setzero_si128(), more);
 }
 
-inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
+inline size_t CountMore(const tonekit_char16 *text, size_t units)
 {
-    std::size_t count = 0;
-    std::size_t i = 0;
+    size_t count = 0;
+    size_t i = 0;
     while (units - i >= kTwoUnitBlocks) {
-        const std::size_t blocks = (units - i) / kTwoUnitBlocks;
-        const std::size_t stop = i + kTwoUnitBlocks * (blocks < 127 ? blocks : 127);
+        const size_t blocks = (units - i) / kTwoUnitBlocks;
+        const size_t stop = i + kTwoUnitBlocks * (blocks < 127 ? blocks : 127);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
         for (; i < stop; i += kTwoUnitBlocks)
@@ -74,7 +74,7 @@ inline std::size_t CountMore(const tonekit_char16 *text, std::size_t units)
         return count + SumOfBytes(_mm_and_si128(last, LastBytes(units - i)));
     }
     for (; i < units; ++i)
-        count += static_cast<std::size_t>((text[i] >= 0x80) + (text[i] >= 0x800));
+        count += static_cast<size_t>((text[i] >= 0x80) + (text[i] >= 0x800));
     return count;
 }
 
@@ -89,31 +89,29 @@ inline __m128i AddUnits(__m128i lanes, __m128i bytes)
 
 // The last count bytes of the block that ends at end; the others become continuations, which count as
 // nothing.
-inline __m128i LastOf(const char *end, std::ptrdiff_t count)
+inline __m128i LastOf(const char *end, ptrdiff_t count)
 {
-    return Select(LastBytes(static_cast<std::size_t>(count)), Load128(end - kByteBlock),
-                  _mm_set1_epi8(-0x80));
+    return Select(LastBytes(static_cast<size_t>(count)), Load128(end - kByteBlock), _mm_set1_epi8(-0x80));
 }
 
 } // namespace
 
-TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, std::size_t,
-                      (const tonekit_char16 *text, std::size_t units, uint32_t bits))
+TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, size_t, (const tonekit_char16 *text, size_t units, uint32_t bits))
 {
     // A unit is one byte, one more from 0x80, one more from 0x800; a pair of surrogates is 4, not 6.
     if (bits < 0x80)
         return units;
-    const std::size_t bytes = units + CountMore(text, units);
-    return bits < 0xd800 ? bytes : bytes - 2 * CountPairs(text, units);
+    const size_t bytes = units + CountMore(text, units);
+    return bits < 0xD800 ? bytes : bytes - 2 * CountPairs(text, units);
 }
 
-TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::size_t bytes))
+TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, size_t, (const char *text, size_t bytes))
 {
     const char *end = text + bytes;
-    std::size_t units = 0;
+    size_t units = 0;
     while (end - text >= kByteBlock) {
         // A lane grows by at most 2 a block and is emptied before it can overflow.
-        const std::ptrdiff_t blocks = (end - text) / kByteBlock;
+        const ptrdiff_t blocks = (end - text) / kByteBlock;
         const char *stop = text + kByteBlock * (blocks < 126 ? blocks : 126);
         __m128i lanes = _mm_setzero_si128();
 #pragma GCC unroll 4
@@ -128,7 +126,7 @@ TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, std::size_t, (const char *text, std::siz
     for (; text < end; ++text) {
         const uint8_t byte = static_cast<uint8_t>(*text);
         units += !IsContinuation(byte);
-        units += byte >= 0xf0;
+        units += byte >= 0xF0;
     }
     return units;
 }

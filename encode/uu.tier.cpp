@@ -16,15 +16,15 @@ namespace tonekit::TONEKIT_TIER {
 namespace {
 
 constexpr uint32_t kDone = 0;
-constexpr uint32_t kRefused = 0xffffffff;
+constexpr uint32_t kRefused = 0xFFFFFFFF;
 constexpr char kFirstCharacter = 0x20;
 
 struct UU {
     // count bytes, 1 to 3, as count characters and the one that gathers their top bits.
-    static inline void EncodeBytes(const uint8_t *bytes, std::size_t count, char *characters)
+    static inline void EncodeBytes(const uint8_t *bytes, size_t count, char *characters)
     {
         uint32_t gathered = 0;
-        for (std::size_t i = 0; i < count; ++i) {
+        for (size_t i = 0; i < count; ++i) {
             characters[i] = static_cast<char>(kFirstCharacter + (bytes[i] & 63));
             gathered |= uint32_t{bytes[i]} >> 6 << (4 - 2 * i);
         }
@@ -32,12 +32,12 @@ struct UU {
     }
 
     // And back. The characters may be any: their high bits stay in the bytes.
-    static inline void DecodeBytes(const char *characters, std::size_t count, uint8_t *bytes)
+    static inline void DecodeBytes(const char *characters, size_t count, uint8_t *bytes)
     {
         const uint32_t gathered = static_cast<uint8_t>(characters[count] - kFirstCharacter);
-        for (std::size_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i)
             bytes[i] = static_cast<uint8_t>(static_cast<uint32_t>(characters[i] - kFirstCharacter) |
-                                            (gathered << (2 + 2 * i) & 0xc0));
+                                            (gathered << (2 + 2 * i) & 0xC0));
     }
 
     // Three bytes at once, in one word. A product moves the top bits of all three to the fourth byte: t0 by
@@ -46,8 +46,8 @@ struct UU {
     {
         const uint32_t bytes = three[0] | uint32_t{three[1]} << 8 | uint32_t{three[2]} << 16;
         const uint32_t top = bytes >> 6 & 0x00030303;
-        const uint32_t gathered = top * (1u << 28 | 1u << 18 | 1u << 8) & 0x3f000000;
-        const uint32_t characters = ((bytes & 0x003f3f3f) | gathered) + 0x20202020;
+        const uint32_t gathered = top * (1u << 28 | 1u << 18 | 1u << 8) & 0x3F000000;
+        const uint32_t characters = ((bytes & 0x003F3F3F) | gathered) + 0x20202020;
         __builtin_memcpy(four, &characters, sizeof characters);
     }
 
@@ -60,7 +60,7 @@ struct UU {
         uint32_t characters;
         __builtin_memcpy(&characters, four, sizeof characters);
         const uint32_t values = ((characters | kTops) - 0x20202020) ^ (~characters & kTops);
-        const uint32_t moved = (values >> 24) * (1u << 2 | 1u << 12 | 1u << 22) & 0x00c0c0c0;
+        const uint32_t moved = (values >> 24) * (1u << 2 | 1u << 12 | 1u << 22) & 0x00C0C0C0;
         const uint32_t bytes = values | moved;
         three[0] = static_cast<uint8_t>(bytes);
         three[1] = static_cast<uint8_t>(bytes >> 8);
@@ -87,7 +87,7 @@ struct UU {
         const Lanes top = And(ShiftRight16<6>(spread), Each32<Lanes>(0x00030303));
         const Lanes pairs = MultiplyAdd8(top, Each32<Lanes>(0x00010410));
         const Lanes gathered = MultiplyAdd16(pairs, Each32<Lanes>(0x00010001));
-        const Lanes sixBits = Or(And(spread, Each32<Lanes>(0x003f3f3f)), ShiftLeft32<24>(gathered));
+        const Lanes sixBits = Or(And(spread, Each32<Lanes>(0x003F3F3F)), ShiftLeft32<24>(gathered));
         return Add8(sixBits, Each32<Lanes>(0x20202020));
     }
 
@@ -101,7 +101,7 @@ struct UU {
             values,
             InEachLane<Lanes>(_mm_setr_epi8(3, -1, 3, -1, 7, -1, 7, -1, 11, -1, 11, -1, 15, -1, 15, -1)));
         const Lanes moved = MultiplyLow16(gathered, Each32<Lanes>(0x00401004));
-        const Lanes bytes = Or(values, And(moved, Each32<Lanes>(0x00c0c0c0)));
+        const Lanes bytes = Or(values, And(moved, Each32<Lanes>(0x00C0C0C0)));
         return Shuffle8(
             bytes, InEachLane<Lanes>(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
     }
@@ -114,8 +114,8 @@ struct UU {
         const __m128i top = _mm_and_si128(_mm_srli_epi32(groups, 6), _mm_set1_epi32(0x00030303));
         const __m128i moved = _mm_or_si128(_mm_or_si128(_mm_slli_epi32(top, 28), _mm_slli_epi32(top, 18)),
                                            _mm_slli_epi32(top, 8));
-        const __m128i gathered = _mm_and_si128(moved, _mm_set1_epi32(0x3f000000));
-        const __m128i sixBits = _mm_and_si128(groups, _mm_set1_epi32(0x003f3f3f));
+        const __m128i gathered = _mm_and_si128(moved, _mm_set1_epi32(0x3F000000));
+        const __m128i sixBits = _mm_and_si128(groups, _mm_set1_epi32(0x003F3F3F));
         return _mm_add_epi8(_mm_or_si128(sixBits, gathered), _mm_set1_epi8(0x20));
     }
 
@@ -127,10 +127,10 @@ struct UU {
 TONEKIT_BODY(UUEncode, uint32_t, (const void *data, int32_t length, char **text))
 {
     const auto *const bytes = static_cast<const uint8_t *>(data);
-    const std::size_t count = length > 0 && data ? static_cast<std::size_t>(length) : 0;
-    const std::size_t rest = count % kGroupBytes;
-    const std::size_t restCharacters = rest ? rest + 1 : 0;
-    const std::size_t textLength = count / kGroupBytes * kGroupCharacters + restCharacters;
+    const size_t count = length > 0 && data ? static_cast<size_t>(length) : 0;
+    const size_t rest = count % kGroupBytes;
+    const size_t restCharacters = rest ? rest + 1 : 0;
+    const size_t textLength = count / kGroupBytes * kGroupCharacters + restCharacters;
     char *const result = static_cast<char *>(Allocate(textLength + 1));
     EncodeGroups<UU>(bytes, count, result);
     if (rest)
@@ -144,11 +144,11 @@ TONEKIT_BODY(UUDecode, uint32_t, (const char *text, void **data, uint32_t *lengt
 {
     if (!text || !*text)
         return kRefused;
-    const std::size_t textLength = __builtin_strlen(text);
-    const std::size_t rest = textLength % kGroupCharacters;
-    const std::size_t wholeBytes = textLength / kGroupCharacters * kGroupBytes;
-    const std::size_t bytes = wholeBytes + (rest ? rest - 1 : 0);
-    if (bytes > 0xffffffff)
+    const size_t textLength = __builtin_strlen(text);
+    const size_t rest = textLength % kGroupCharacters;
+    const size_t wholeBytes = textLength / kGroupCharacters * kGroupBytes;
+    const size_t bytes = wholeBytes + (rest ? rest - 1 : 0);
+    if (bytes > 0xFFFFFFFF)
         return kRefused;
     auto *const result = static_cast<uint8_t *>(Allocate(wholeBytes + (rest ? rest : 1)));
     DecodeGroups<UU>(text, textLength, result);

@@ -10,9 +10,9 @@
 namespace tonekit {
 namespace {
 
-std::size_t CountCharacters(const Utf16Text &text)
+size_t CountCharacters(const Utf16Text &text)
 {
-    std::size_t count = 0;
+    size_t count = 0;
     for (const tonekit_char16 *at = text.begin; at < text.End(); ++count)
         NextCharacter(at, text.End());
     return count;
@@ -22,7 +22,7 @@ std::size_t CountCharacters(const Utf16Text &text)
 
 tonekit_char16 *DecodeWindows1252(const char *text)
 {
-    const std::size_t bytes = std::strlen(text);
+    const size_t bytes = std::strlen(text);
     OwnedText<tonekit_char16> result = NewText<tonekit_char16>(bytes);
     Windows1252ToUtf16(text, bytes, result.get());
     return result.release();
@@ -30,7 +30,7 @@ tonekit_char16 *DecodeWindows1252(const char *text)
 
 char *EncodeWindows1252(const Utf16Text &text)
 {
-    constexpr uint32_t kFirstSurrogate = 0xd800;
+    constexpr uint32_t kFirstSurrogate = 0xD800;
     if (text.bits < 0x80)
         return EncodeUtf8(text); // ASCII is the same in both, and quicker there
     OwnedText<char> result = NewText<char>(text.bits < kFirstSurrogate ? text.units : CountCharacters(text));

@@ -11,7 +11,7 @@ namespace {
 
 // Calls request() until it gives memory, the handler in between.
 template <class Request>
-void *Insist(std::size_t bytes, Request request)
+void *Insist(size_t bytes, Request request)
 {
     for (;;) {
         if (void *memory = request(bytes ? bytes : 1))
@@ -27,19 +27,19 @@ void *Insist(std::size_t bytes, Request request)
 
 } // namespace
 
-void *Allocate(std::size_t bytes)
+void *Allocate(size_t bytes)
 {
-    return Insist(bytes, [](std::size_t size) { return std::malloc(size); });
+    return Insist(bytes, [](size_t size) { return std::malloc(size); });
 }
 
-void *AllocateZeroed(std::size_t bytes)
+void *AllocateZeroed(size_t bytes)
 {
-    return Insist(bytes, [](std::size_t size) { return std::calloc(size, 1); });
+    return Insist(bytes, [](size_t size) { return std::calloc(size, 1); });
 }
 
-void *Reallocate(void *memory, std::size_t bytes)
+void *Reallocate(void *memory, size_t bytes)
 {
-    return Insist(bytes, [memory](std::size_t size) { return std::realloc(memory, size); });
+    return Insist(bytes, [memory](size_t size) { return std::realloc(memory, size); });
 }
 
 void Release(void *memory) noexcept

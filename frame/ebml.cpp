@@ -16,7 +16,7 @@ uint32_t DetectEbml(const tonekit_char16 *path)
     if (!file)
         return 0;
     unsigned char start[sizeof kEbmlIdentifier];
-    const std::size_t items = std::fread(start, sizeof start, 1, file);
+    const size_t items = std::fread(start, sizeof start, 1, file);
     std::fclose(file);
     return items == 1 && std::memcmp(start, kEbmlIdentifier, sizeof start) == 0;
 }

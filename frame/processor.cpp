@@ -13,7 +13,7 @@ constexpr uint64_t Bit(unsigned index)
 }
 
 // Masks of the tiers, in the order of kTierLetters. Each holds the one before it.
-constexpr uint64_t kTierMasks[kTierCount] = {0, 0xee, 0x1ee, 0x3ee, 0x17ee, 0x117ee, 0x197ee, 0x9d9fee};
+constexpr uint64_t kTierMasks[kTierCount] = {0, 0xEE, 0x1EE, 0x3EE, 0x17EE, 0x117EE, 0x197EE, 0x9D9FEE};
 
 // XCR0 bits 1 and 2: the operating system saves the SSE and the upper AVX halves of the wide registers.
 constexpr uint64_t kWideRegistersSaved = 0x6;

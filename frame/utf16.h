@@ -6,27 +6,27 @@
 
 namespace tonekit {
 
-constexpr char32_t kReplacementCharacter = 0xfffd;
+constexpr char32_t kReplacementCharacter = 0xFFFD;
 
 [[gnu::always_inline]] constexpr bool IsSurrogate(uint32_t unit)
 {
-    return (unit & 0xf800) == 0xd800;
+    return (unit & 0xF800) == 0xD800;
 }
 
 [[gnu::always_inline]] constexpr bool IsHighSurrogate(uint32_t unit)
 {
-    return (unit & 0xfc00) == 0xd800;
+    return (unit & 0xFC00) == 0xD800;
 }
 
 [[gnu::always_inline]] constexpr bool IsLowSurrogate(uint32_t unit)
 {
-    return (unit & 0xfc00) == 0xdc00;
+    return (unit & 0xFC00) == 0xDC00;
 }
 
 // The character of a high surrogate and the low one after it.
 [[gnu::always_inline]] constexpr uint32_t JoinSurrogates(uint32_t high, uint32_t low)
 {
-    return ((high - 0xd7c0) << 10) + (low & 0x3ff); // 0xd7c0 is 0xd800 less 0x10000 >> 10
+    return ((high - 0xD7C0) << 10) + (low & 0x3FF); // 0xD7C0 is 0xD800 less 0x10000 >> 10
 }
 
 // Returns the character at `at`, which is before `end`, and moves `at` to the next; U+FFFD for a surrogate

@@ -88,7 +88,7 @@ extern "C" int32_t hdcd_analyze(HdcdSample *samples, int32_t count, int32_t stri
     const bool marked = (mode == kShowMismatch && tg_mismatch > 0) || (mode == kShowTimer && cdt_active != 0);
     const GainRamp ramp = RampTowards(gain, target_gain, count);
     for (int32_t i = 0; i < count; ++i) {
-        HdcdSample &sample = samples[static_cast<std::ptrdiff_t>(i) * stride];
+        HdcdSample &sample = samples[static_cast<ptrdiff_t>(i) * stride];
         if (mode == kShowPeaks)
             sample = ShowPeak(sample, extend != 0);
         else if (marked)

@@ -220,7 +220,7 @@ int32_t Hunt(const CodeScan *scan, int32_t frames)
 
 void Advance(CodeScan *scan, int32_t frames)
 {
-    scan->samples += static_cast<std::ptrdiff_t>(frames) * scan->stride;
+    scan->samples += static_cast<ptrdiff_t>(frames) * scan->stride;
     scan->consumed += frames;
 }
 

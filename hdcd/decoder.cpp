@@ -42,7 +42,7 @@ extern "C" uint32_t tonekit::hdcd_reconfigure(HdcdDecoder *decoder, uint32_t sam
         sample_rate = 44100;
     if (bits == 0)
         bits = 16;
-    if (decoder == nullptr || !KnownRate(sample_rate) || (bits != 16 && bits != 20 && bits != 24))
+    if (!decoder || !KnownRate(sample_rate) || (bits != 16 && bits != 20 && bits != 24))
         return 0;
     Configure(decoder, sample_rate, bits);
     return 1;
@@ -51,7 +51,7 @@ extern "C" uint32_t tonekit::hdcd_reconfigure(HdcdDecoder *decoder, uint32_t sam
 extern "C" HdcdDecoder *hdcd_new(void)
 {
     auto *decoder = static_cast<HdcdDecoder *>(std::calloc(1, sizeof(HdcdDecoder)));
-    if (decoder == nullptr)
+    if (!decoder)
         return nullptr;
     decoder->log_sink = DisabledHdcdLogSink();
     hdcd_reset(decoder);
@@ -60,15 +60,15 @@ extern "C" HdcdDecoder *hdcd_new(void)
 
 extern "C" void hdcd_reset(HdcdDecoder *decoder)
 {
-    if (decoder != nullptr)
+    if (decoder)
         Configure(decoder, 44100, 16);
 }
 
 extern "C" void hdcd_process(HdcdDecoder *decoder, HdcdSample *samples, int32_t frames)
 {
-    if (decoder == nullptr)
+    if (!decoder)
         return;
-    if (samples == nullptr || frames < 0)
+    if (!samples || frames < 0)
         frames = 0;
     if (decoder->linked != 0) {
         hdcd_process_linked(decoder, samples, frames);
@@ -86,5 +86,5 @@ extern "C" void hdcd_free(HdcdDecoder *decoder)
 
 extern "C" uint32_t hdcd_detected(const HdcdDecoder *decoder)
 {
-    return decoder != nullptr ? decoder->detection.detected : kHdcdNotDetected;
+    return decoder ? decoder->detection.detected : kHdcdNotDetected;
 }

@@ -81,10 +81,10 @@ void UpdateDetection(HdcdDecoder *decoder)
                 : kHdcdEffective;
 }
 
-extern "C" void hdcd_detection_text(const HdcdDetection *detection, char *text, std::size_t size)
+extern "C" void hdcd_detection_text(const HdcdDetection *detection, char *text, size_t size)
 {
     static constexpr char kNotDetected[] = "HDCD detected: no";
-    if (detection == nullptr)
+    if (!detection)
         return;
     if (detection->detected == kHdcdNotDetected) {
         std::memcpy(text, kNotDetected, sizeof kNotDetected);

@@ -21,6 +21,6 @@ extern const char *const HdcdDetectedText[3];
 // Writes the summary as text within size bytes. The text for no detection, "HDCD detected: no", is written
 // with its terminator, 18 bytes, whatever the size: a buffer is never smaller. A null detection writes
 // nothing. The text does not depend on the locale.
-extern "C" void hdcd_detection_text(const HdcdDetection *detection, char *text, std::size_t size);
+extern "C" void hdcd_detection_text(const HdcdDetection *detection, char *text, size_t size);
 
 } // namespace tonekit

@@ -24,7 +24,7 @@ struct Prefix {
 
 extern "C" void hdcd_dump_state(const HdcdChannelState *channel_state, int32_t channel_number)
 {
-    if (channel_state == nullptr)
+    if (!channel_state)
         return;
     const HdcdChannelState &c = *channel_state;
     const Prefix prefix(".channel%d", channel_number);
@@ -45,7 +45,7 @@ extern "C" void hdcd_dump_state(const HdcdChannelState *channel_state, int32_t c
 
 extern "C" void hdcd_dump_state_brief(const HdcdChannelState *channel_state, int32_t channel_number)
 {
-    if (channel_state == nullptr)
+    if (!channel_state)
         return;
     const HdcdChannelState &c = *channel_state;
     const Prefix prefix("Channel %d: ", channel_number);
@@ -62,7 +62,7 @@ extern "C" void hdcd_dump_state_brief(const HdcdChannelState *channel_state, int
 
 extern "C" void hdcd_dump_both(const HdcdDecoder *decoder)
 {
-    if (decoder == nullptr)
+    if (!decoder)
         return;
     for (int32_t i = 0; i < 2; ++i)
         hdcd_dump_state(&decoder->channel[i], i);

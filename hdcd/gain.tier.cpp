@@ -40,7 +40,7 @@ int32_t Attenuate(int32_t sample, int32_t gain)
     return static_cast<int32_t>(int64_t{sample} * HdcdGainTable32[gain] >> 23);
 }
 
-void Scale(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t bits, bool extend)
+void Scale(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t bits, bool extend)
 {
     const int shift = 31 - bits;
     const int32_t level = HdcdPeakLevel(bits);
@@ -49,7 +49,7 @@ void Scale(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t bi
 }
 
 // Applies the ramp and sets the gain that it reaches. Returns the samples that it takes.
-int32_t Ramp(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t *gain, int32_t target)
+int32_t Ramp(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t *gain, int32_t target)
 {
     const GainRamp ramp = RampTowards(*gain, target, count);
     int32_t step = *gain;
@@ -61,7 +61,7 @@ int32_t Ramp(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t 
     return ramp.samples;
 }
 
-void Hold(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t gain)
+void Hold(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t gain)
 {
     if (gain == 0)
         return;
@@ -73,9 +73,9 @@ void Hold(HdcdSample *samples, int32_t count, std::ptrdiff_t stride, int32_t gai
 
 // The shift as a template parameter: a shift by a count in a register costs twice as much.
 template <int Shift>
-void ScaleFlat(HdcdSample *samples, std::size_t count)
+void ScaleFlat(HdcdSample *samples, size_t count)
 {
-    std::size_t i = 0;
+    size_t i = 0;
 #ifdef __AVX2__
     for (; count - i >= 64; i += 64) {
         auto *at = reinterpret_cast<__m256i *>(samples + i);
@@ -95,7 +95,7 @@ void ScaleFlat(HdcdSample *samples, std::size_t count)
         samples[i] = ShiftUp(samples[i], Shift);
 }
 
-void ScaleUp(HdcdSample *samples, std::size_t count, int32_t bits)
+void ScaleUp(HdcdSample *samples, size_t count, int32_t bits)
 {
     switch (bits) {
     case 16:
@@ -158,7 +158,7 @@ void ScaleLinked(HdcdSample *samples, int32_t frames, const LinkedGain &gain)
         for (int i = 0; i < 2; ++i)
             Scale(samples + i, frames, 2, gain.bits[i], gain.extend[i] != 0);
     } else if (gain.extend[0] == 0 && gain.extend[1] == 0) {
-        ScaleUp(samples, 2 * static_cast<std::size_t>(frames), gain.bits[0]);
+        ScaleUp(samples, 2 * static_cast<size_t>(frames), gain.bits[0]);
     } else {
         ScaleWithPeaks(samples, frames, gain.bits[0], gain.extend);
     }
@@ -193,7 +193,7 @@ TONEKIT_INTERNAL_BODY(hdcd_envelope, int32_t,
 {
     Scale(samples, count, stride, bits, extend != 0);
     const int32_t ramped = Ramp(samples, count, stride, &gain, target_gain);
-    Hold(samples + static_cast<std::ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
+    Hold(samples + static_cast<ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
     return gain;
 }
 
@@ -206,9 +206,9 @@ TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (HdcdSample * samples, int32_t frame
     // The channel whose ramp was shorter holds alone until the other one has caught up.
     const int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
     for (int i = 0; i < 2; ++i)
-        Hold(samples + i + 2 * static_cast<std::ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
+        Hold(samples + i + 2 * static_cast<ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
     // Both have reached the target, unless no frame is left.
-    HoldLinked(samples + 2 * static_cast<std::ptrdiff_t>(both), frames - both, gain->target);
+    HoldLinked(samples + 2 * static_cast<ptrdiff_t>(both), frames - both, gain->target);
 }
 
 } // namespace tonekit::TONEKIT_TIER

@@ -17,7 +17,7 @@ HdcdLogSink DisabledHdcdLogSink()
 
 extern "C" void hdcd_log_write(const HdcdLogSink *log, const char *format, ...)
 {
-    if (log == nullptr || log->enable == 0)
+    if (!log || log->enable == 0)
         return;
     std::va_list arguments;
     va_start(arguments, format);

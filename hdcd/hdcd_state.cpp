@@ -10,7 +10,7 @@ namespace tonekit {
 extern "C" void hdcd_channel_init(HdcdChannelState *channel, uint32_t sample_rate, int32_t bits,
                                   int32_t cdt_ms, uint32_t options)
 {
-    if (channel == nullptr)
+    if (!channel)
         return;
     std::memset(channel, 0, sizeof *channel);
     channel->record_kind = kHdcdChannelRecord;
@@ -27,7 +27,7 @@ extern "C" void hdcd_channel_init(HdcdChannelState *channel, uint32_t sample_rat
 extern "C" void hdcd_decoder_init(HdcdDecoder *decoder, uint32_t sample_rate, int32_t bits, int32_t cdt_ms,
                                   uint32_t options)
 {
-    if (decoder == nullptr)
+    if (!decoder)
         return;
     std::memset(static_cast<void *>(decoder), 0, offsetof(HdcdDecoder, detection));
     decoder->record_kind = kHdcdDecoderRecord;
@@ -37,7 +37,7 @@ extern "C" void hdcd_decoder_init(HdcdDecoder *decoder, uint32_t sample_rate, in
 
 extern "C" void hdcd_set_log(void *decoder_or_channel, HdcdLogSink *sink)
 {
-    if (decoder_or_channel == nullptr)
+    if (!decoder_or_channel)
         return;
     switch (*static_cast<const uint32_t *>(decoder_or_channel)) {
     case kHdcdChannelRecord:
@@ -52,7 +52,7 @@ extern "C" void hdcd_set_log(void *decoder_or_channel, HdcdLogSink *sink)
 
 extern "C" void hdcd_set_analyze_mode(void *decoder_or_channel, uint32_t mode)
 {
-    if (decoder_or_channel == nullptr)
+    if (!decoder_or_channel)
         return;
     switch (*static_cast<const uint32_t *>(decoder_or_channel)) {
     case kHdcdChannelRecord:

@@ -7,7 +7,7 @@
 namespace tonekit {
 
 // A plain array that a constexpr function can return.
-template <class Entry, std::size_t Count>
+template <class Entry, size_t Count>
 struct HdcdTable {
     Entry entry[Count];
 

@@ -20,7 +20,7 @@ namespace {
 
 HdcdSample *FrameAt(HdcdSample *samples, int32_t frame, int32_t stride)
 {
-    return samples + static_cast<std::ptrdiff_t>(frame) * stride;
+    return samples + static_cast<ptrdiff_t>(frame) * stride;
 }
 
 int32_t WrappingSum(int32_t a, int32_t b)

@@ -18,8 +18,7 @@ namespace {
 
 // The block to follow. Wide samples are read where they are, unless an analysis mode is about to write its
 // tone over them.
-HdcdSample *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const HdcdSample *samples,
-                          std::size_t count)
+HdcdSample *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const HdcdSample *samples, size_t count)
 {
     if (decoder->analyze_mode == 0)
         return const_cast<HdcdSample *>(samples);
@@ -27,9 +26,9 @@ HdcdSample *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const HdcdS
     return copy;
 }
 
-HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16 *samples, std::size_t count)
+HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16 *samples, size_t count)
 {
-    std::size_t i = 0;
+    size_t i = 0;
     for (; count - i >= 8; i += 8) {
         const __m128i values = _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples + i));
         auto *to = reinterpret_cast<__m128i *>(copy + i);
@@ -46,19 +45,19 @@ HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16
 template <class Sample>
 uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, int32_t frames)
 {
-    if (decoder == nullptr)
+    if (!decoder)
         return kHdcdNotDetected;
     if (decoder->detection.detected == kHdcdEffective)
         return kHdcdEffective;
-    if (samples == nullptr || frames < 0)
+    if (!samples || frames < 0)
         frames = 0;
     int32_t *copy = nullptr;
     HdcdSample *block = nullptr;
     if (frames != 0) {
         // Asked for in any case: whether a scan succeeds must not hang on the mode.
-        const auto count = 2 * static_cast<std::size_t>(frames);
+        const auto count = 2 * static_cast<size_t>(frames);
         copy = static_cast<int32_t *>(std::malloc(count * sizeof *copy));
-        if (copy == nullptr)
+        if (!copy)
             return kHdcdNotDetected;
         block = BlockToFollow(decoder, copy, samples, count);
     }

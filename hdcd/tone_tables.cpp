@@ -18,7 +18,7 @@ constexpr double Sine(double x)
 }
 
 // sin(2 pi index / Size) * 0.1 * 32767, truncated towards zero. Size is a multiple of 4.
-template <std::size_t Size>
+template <size_t Size>
 constexpr HdcdTable<int16_t, Size> ToneTable()
 {
     constexpr int kCount = Size;

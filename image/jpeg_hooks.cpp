@@ -15,13 +15,13 @@ std::atomic<TonekitWriteHook> write_hook;
 
 } // namespace
 
-std::size_t ReadThroughHook(void *buffer, std::size_t count, void *stream)
+size_t ReadThroughHook(void *buffer, size_t count, void *stream)
 {
     const TonekitReadHook hook = read_hook.load(std::memory_order_relaxed);
     return hook ? hook(buffer, 1, count, stream) : 0;
 }
 
-std::size_t WriteThroughHook(const void *buffer, std::size_t count, void *stream)
+size_t WriteThroughHook(const void *buffer, size_t count, void *stream)
 {
     const TonekitWriteHook hook = write_hook.load(std::memory_order_relaxed);
     return hook ? hook(buffer, 1, count, stream) : 0;

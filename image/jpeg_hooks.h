@@ -7,7 +7,7 @@
 namespace tonekit {
 
 // Call the hook that is set at this moment with an element size of 1. Without one the result is 0.
-std::size_t ReadThroughHook(void *buffer, std::size_t count, void *stream);
-std::size_t WriteThroughHook(const void *buffer, std::size_t count, void *stream);
+size_t ReadThroughHook(void *buffer, size_t count, void *stream);
+size_t WriteThroughHook(const void *buffer, size_t count, void *stream);
 
 } // namespace tonekit

@@ -6,10 +6,10 @@ namespace tonekit::TONEKIT_TIER {
 
 TONEKIT_BODY(ReplayGain_GetPeak, double, (ReplayGainState * state))
 {
-    if (state == nullptr || state->ebur128 == nullptr)
+    if (!state || !state->ebur128)
         return kMissingValue;
     double result = 0.0;
-    for (uint32_t channel = 0; channel < state->channels; channel++) {
+    for (uint32_t channel = 0; channel < state->channels; ++channel) {
         double peak = 0.0;
         // A channel that a change has taken away is refused; it does not count.
         const int error = state->use_true_peak != 0 ? ebur128_true_peak(state->ebur128, channel, &peak)

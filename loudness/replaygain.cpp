@@ -22,7 +22,7 @@ constexpr double kReferenceLoudness = -18.0;
 
 void SetChannels(ebur128_state *ebur128, const int *map, uint32_t channels)
 {
-    for (uint32_t channel = 0; channel < channels; channel++)
+    for (uint32_t channel = 0; channel < channels; ++channel)
         ebur128_set_channel(ebur128, channel, map[channel]);
 }
 
@@ -62,7 +62,7 @@ ebur128_state *NewLibraryState(uint32_t channels, uint32_t sampleRate, int mode)
     if (sampleRate >= kRateWithoutInterpolator)
         return ebur128_init(channels, sampleRate, mode);
     ebur128_state *ebur128 = ebur128_init(1, kRateWithoutInterpolator, mode);
-    if (ebur128 != nullptr && !ChangeParameters(ebur128, channels, sampleRate))
+    if (ebur128 && !ChangeParameters(ebur128, channels, sampleRate))
         ebur128_destroy(&ebur128); // leaves null
     return ebur128;
 }
@@ -74,7 +74,7 @@ ReplayGainState *NewState(uint32_t channels, uint32_t sampleRate, bool truePeak)
     state->use_true_peak = truePeak;
     state->channels = channels;
     state->ebur128 = NewLibraryState(channels, sampleRate, truePeak ? kTruePeakMode : kSamplePeakMode);
-    if (state->ebur128 != nullptr)
+    if (state->ebur128)
         MapChannels(state->ebur128, channels);
     return state;
 }
@@ -94,7 +94,7 @@ ReplayGainState *ReplayGain_Init_TruePeak(uint32_t channels, uint32_t sampleRate
 // state->channels stays: the peak is that of the channels at creation.
 void ReplayGain_Change(ReplayGainState *state, uint32_t channels, uint32_t sampleRate)
 {
-    if (state == nullptr || state->ebur128 == nullptr)
+    if (!state || !state->ebur128)
         return;
     if (ChangeParameters(state->ebur128, channels, sampleRate))
         MapChannels(state->ebur128, channels);
@@ -104,18 +104,17 @@ void ReplayGain_Change(ReplayGainState *state, uint32_t channels, uint32_t sampl
 
 void ReplayGain_Process(ReplayGainState *state, const double *samples, uint32_t frames)
 {
-    if (state == nullptr)
+    if (!state)
         return;
     // After a failed allocation libebur128 writes past its buffer with the next samples.
-    if (state->ebur128 != nullptr &&
-        ebur128_add_frames_double(state->ebur128, samples, frames) == EBUR128_ERROR_NOMEM)
+    if (state->ebur128 && ebur128_add_frames_double(state->ebur128, samples, frames) == EBUR128_ERROR_NOMEM)
         ebur128_destroy(&state->ebur128); // leaves null
     state->samples_seen += frames;
 }
 
 double ReplayGain_GetLoudness(ReplayGainState *state)
 {
-    if (state == nullptr || state->ebur128 == nullptr)
+    if (!state || !state->ebur128)
         return tonekit::kMissingValue;
     double loudness = -std::numeric_limits<double>::infinity();
     ebur128_loudness_global(state->ebur128, &loudness);
@@ -126,14 +125,14 @@ double ReplayGain_GetLoudness(ReplayGainState *state)
 
 uint64_t ReplayGain_GetSamples(ReplayGainState *state)
 {
-    return state == nullptr ? 0 : state->samples_seen;
+    return state ? state->samples_seen : 0;
 }
 
 void ReplayGain_Deinit(ReplayGainState *state)
 {
-    if (state == nullptr)
+    if (!state)
         return;
-    if (state->ebur128 != nullptr)
+    if (state->ebur128)
         ebur128_destroy(&state->ebur128);
     tonekit::Release(state);
 }

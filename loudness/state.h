@@ -15,6 +15,6 @@ struct ReplayGainState {
 namespace tonekit {
 
 // The quiet NaN with the float bits 0x7FFFFFFF, widened.
-constexpr double kMissingValue = __builtin_bit_cast(double, uint64_t{0x7fffffffe0000000});
+constexpr double kMissingValue = __builtin_bit_cast(double, uint64_t{0x7FFFFFFFE0000000});
 
 } // namespace tonekit

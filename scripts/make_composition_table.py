@@ -40,13 +40,13 @@ def main():
 
 namespace tonekit {{
 
-const std::size_t kCompositionCount = {len(table)};
+const size_t kCompositionCount = {len(table)};
 
 // clang-format off
 const uint8_t kMarkPages[32] = {{""")
-    print("\n".join(rows([f"0x{byte:02x}" for byte in bits], 16)))
+    print("\n".join(rows([f"0x{byte:02X}" for byte in bits], 16)))
     print("};\n\nconst Composition kCompositions[] = {")
-    print("\n".join(rows([f"{{0x{m:04x}, 0x{b:04x}, 0x{c:04x}}}" for m, b, c in table], 4)))
+    print("\n".join(rows([f"{{0x{m:04X}, 0x{b:04X}, 0x{c:04X}}}" for m, b, c in table], 4)))
     print("};\n// clang-format on\n\n} // namespace tonekit")
 
 

@@ -35,7 +35,7 @@ uint32_t PassDigits(const Unit *&at)
 template <class Unit>
 uint32_t PositionKeyNumber(const Unit *key)
 {
-    if (key == nullptr || !Pass(key, kPrefix))
+    if (!key || !Pass(key, kPrefix))
         return 0;
     const uint32_t number = PassDigits(key);
     return *key == 0 ? number : 0;
@@ -44,7 +44,7 @@ uint32_t PositionKeyNumber(const Unit *key)
 template <class Unit>
 uint32_t NameKeyNumber(const Unit *key)
 {
-    if (key == nullptr || !Pass(key, kPrefix))
+    if (!key || !Pass(key, kPrefix))
         return 0;
     const uint32_t number = PassDigits(key);
     return Pass(key, kNameSuffix) ? number : 0;

@@ -13,7 +13,7 @@ namespace {
 
 uint32_t CountKeys(const TagBlock *block, uint32_t (*numberOf)(const char *))
 {
-    if (block == nullptr)
+    if (!block)
         return 0;
     uint32_t count = 0;
     uint64_t offset = 0;

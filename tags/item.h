@@ -49,10 +49,10 @@ inline bool ReadStringItem(const TagBlock *block, uint32_t offset, StringItem *i
 {
     const uint64_t key = uint64_t{offset} + kHeaderBytes;
     const uint8_t *const keyEnd = TextEnd(block, key);
-    if (keyEnd == nullptr)
+    if (!keyEnd)
         return false;
     const uint8_t *const valueEnd = TextEnd(block, static_cast<uint64_t>(keyEnd + 1 - block->buffer));
-    if (valueEnd == nullptr)
+    if (!valueEnd)
         return false;
     item->key = reinterpret_cast<const char *>(block->buffer + key);
     item->value = reinterpret_cast<const char *>(keyEnd + 1);

@@ -6,7 +6,7 @@
 namespace tonekit {
 
 // Zero-filled bytes for LocalRelease; null if memory ran out. The caller tests it, every time.
-void *LocalAllocate(std::size_t bytes);
+void *LocalAllocate(size_t bytes);
 
 // Releases memory of LocalAllocate; null is ignored.
 void LocalRelease(void *memory);

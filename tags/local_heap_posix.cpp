@@ -5,7 +5,7 @@
 
 namespace tonekit {
 
-void *LocalAllocate(std::size_t bytes)
+void *LocalAllocate(size_t bytes)
 {
     return calloc(1, bytes);
 }

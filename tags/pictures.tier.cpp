@@ -55,7 +55,7 @@ bool ReadPicture(const TagBlock *block, uint64_t offset, Picture *picture)
 {
     const uint64_t mime = offset + kHeaderBytes + 1;
     const uint8_t *const mimeEnd = TextEnd(block, mime);
-    if (mimeEnd == nullptr)
+    if (!mimeEnd)
         return false;
     const auto size = static_cast<uint32_t>(mimeEnd + 1 - block->buffer);
     if (block->used - size < sizeof picture->size)
@@ -75,9 +75,9 @@ bool ReadPicture(const TagBlock *block, uint64_t offset, Picture *picture)
 TONEKIT_BODY(ID3Helper_AddImage, void,
              (TagBlock * block, const char *mime, uint32_t type, uint32_t size, const void *data))
 {
-    if (block == nullptr || data == nullptr || size == 0)
+    if (!block || !data || size == 0)
         return;
-    if (mime == nullptr || *mime == 0)
+    if (!mime || *mime == 0)
         mime = SniffMime(data, size);
     const auto typeByte = static_cast<uint8_t>(type);
     const uint64_t mimeBytes = uint64_t{strlen(mime)} + 1;
@@ -97,7 +97,7 @@ TONEKIT_BODY(ID3Helper_AddImage, void,
 TONEKIT_BODY(ID3Helper_GetImage, const uint8_t *,
              (const TagBlock *block, uint32_t type, const char **mime, uint32_t *size))
 {
-    if (block == nullptr || size == nullptr)
+    if (!block || !size)
         return nullptr;
     uint64_t offset = 0;
     int32_t stored;
@@ -106,7 +106,7 @@ TONEKIT_BODY(ID3Helper_GetImage, const uint8_t *,
             Picture picture;
             if (!ReadPicture(block, offset, &picture))
                 return nullptr;
-            if (mime != nullptr)
+            if (mime)
                 *mime = picture.mime;
             *size = picture.size;
             return picture.data;
@@ -118,7 +118,7 @@ TONEKIT_BODY(ID3Helper_GetImage, const uint8_t *,
 
 TONEKIT_BODY(ID3Helper_GetNextImage, bool, (const TagBlock *block, TagBlockPicture *picture))
 {
-    if (block == nullptr || picture->cursor >= block->used)
+    if (!block || picture->cursor >= block->used)
         return false;
     uint64_t offset = picture->cursor;
     if (!SeekMarker(block, kPictureMarker, &offset)) {

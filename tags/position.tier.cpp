@@ -41,7 +41,7 @@ bool PositionOfText(const Unit *text, uint64_t *position)
 {
     *position = 0;
     TimeFields time;
-    if (text == nullptr || !ReadTime(text, &time))
+    if (!text || !ReadTime(text, &time))
         return false;
     *position = time.hours * kUnitsPerHour + time.minutes * kUnitsPerMinute +
                 RoundToUnsigned64(time.seconds * static_cast<double>(kUnitsPerSecond));

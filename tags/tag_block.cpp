@@ -19,7 +19,7 @@ bool Grow(TagBlock *block, uint32_t bytes)
     if (capacity > UINT32_MAX)
         return false;
     auto *const grown = static_cast<uint8_t *>(LocalAllocate(capacity));
-    if (grown == nullptr)
+    if (!grown)
         return false;
     if (block->used != 0)
         memcpy(grown, block->buffer, block->used);
@@ -70,10 +70,10 @@ using namespace tonekit;
 TagBlock *ID3Helper_Alloc()
 {
     auto *const block = static_cast<TagBlock *>(LocalAllocate(sizeof(TagBlock)));
-    if (block == nullptr)
+    if (!block)
         return nullptr;
     block->buffer = static_cast<uint8_t *>(LocalAllocate(kFirstCapacity));
-    if (block->buffer == nullptr) {
+    if (!block->buffer) {
         LocalRelease(block);
         return nullptr;
     }
@@ -83,7 +83,7 @@ TagBlock *ID3Helper_Alloc()
 
 void ID3Helper_Free(TagBlock *block)
 {
-    if (block != nullptr) {
+    if (block) {
         LocalRelease(block->buffer);
         LocalRelease(block);
     }

@@ -12,7 +12,7 @@ TONEKIT_EXPORTED_SIBLING(ID3Helper_GetStr);
 
 TONEKIT_BODY(ID3Helper_AddStr, void, (TagBlock * block, const char *key, const char *value))
 {
-    if (block == nullptr || key == nullptr || value == nullptr || *key == 0 || *value == 0)
+    if (!block || !key || !value || *key == 0 || *value == 0)
         return;
     if (*TONEKIT_TIER::ID3Helper_GetStr(block, key) != 0)
         return;
@@ -30,14 +30,14 @@ TONEKIT_BODY(ID3Helper_AddStr, void, (TagBlock * block, const char *key, const c
 
 TONEKIT_BODY(ID3Helper_Copy, TagBlock *, (const TagBlock *block))
 {
-    if (block == nullptr)
+    if (!block)
         return nullptr;
     auto *const copy = static_cast<TagBlock *>(LocalAllocate(sizeof(TagBlock)));
-    if (copy == nullptr)
+    if (!copy)
         return nullptr;
     *copy = *block;
     copy->buffer = static_cast<uint8_t *>(LocalAllocate(block->capacity));
-    if (copy->buffer == nullptr) {
+    if (!copy->buffer) {
         LocalRelease(copy);
         return nullptr;
     }

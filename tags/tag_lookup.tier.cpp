@@ -40,7 +40,7 @@ const char *FindByText(const TagBlock *block, const WantedKey &key, uint64_t off
 
 TONEKIT_BODY(ID3Helper_GetStr, const char *, (const TagBlock *block, const char *text))
 {
-    if (block == nullptr || text == nullptr || *text == 0)
+    if (!block || !text || *text == 0)
         return kEmptyText;
     const WantedKey key(text);
     const uint64_t look = FirstLook(key);

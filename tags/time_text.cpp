@@ -59,10 +59,10 @@ using namespace tonekit;
 
 void CHAPTER_Position100nS_To_HMS(uint64_t position, uint32_t *hours, uint32_t *minutes, double *seconds)
 {
-    if (hours != nullptr)
+    if (hours)
         *hours = static_cast<uint32_t>(position / kUnitsPerHour);
-    if (minutes != nullptr)
+    if (minutes)
         *minutes = static_cast<uint32_t>(position % kUnitsPerHour / kUnitsPerMinute);
-    if (seconds != nullptr)
+    if (seconds)
         *seconds = static_cast<double>(position % kUnitsPerMinute) / static_cast<double>(kUnitsPerSecond);
 }

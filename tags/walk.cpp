@@ -43,7 +43,7 @@ bool ID3Helper_GetFirst(const TagBlock *block, TagBlockItem *item)
 
 bool ID3Helper_GetNext(const TagBlock *block, TagBlockItem *item)
 {
-    if (block == nullptr || item->cursor >= block->used)
+    if (!block || item->cursor >= block->used)
         return false;
     uint64_t offset = item->cursor;
     while (SeekMarker(block, kStringMarker, &offset)) {
