@@ -19,10 +19,18 @@ import reference
 from markupsafe import Markup
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+# The name of each page's file, its title, and what search engines show of it.
 PAGES = [
-    ("index", "Home"), ("quality", "Quality"), ("speed", "Speed"), ("convert", "Convert"), ("reference", "Reference"),
-    ("python", "Python"), ("archives", "Archives"), ("inside", "Inside"), ("changelog", "Changelog"),
-]  # fmt: skip
+    ("index", "Home", "tonekit: exact and fast conversion of audio, as a library, a program and a Python package."),
+    ("quality", "Quality", "Resamplers measured: pass bands, aliases, noise, both ends of a stream, dither, and pictures of sweeps."),
+    ("speed", "Speed", "How fast tonekit converts, next to other resamplers and to the least work there is, for each processor."),
+    ("convert", "Convert", "The manual of tonekit-convert, with everyday jobs as commands of one line."),
+    ("reference", "Reference", "Every function, constant and record of the library, with examples."),
+    ("python", "Python", "tonekit for Python and NumPy: resampling, streams, loudness, HDCD, tags and whole files."),
+    ("archives", "Archives", "Conversion of archives of any size, on a laptop, one big machine or a Ray cluster."),
+    ("inside", "Inside", "How the library is arranged, and how all its bodies are held to the same bits."),
+    ("changelog", "Changelog", "What changed in each version of tonekit."),
+]
 FAMILIES = ["frame", "convert", "hdcd", "loudness", "tags", "encode", "image", "host"]
 
 
@@ -49,7 +57,7 @@ class Documents:
         rendered = markdown.markdown(text, extensions=["tables", "fenced_code", "toc", "sane_lists"])
         rendered = re.sub(r"<(/?)h([1-5])", lambda found: f"<{found[1]}h{min(int(found[2]) + below - 1, 6)}", rendered)
         rendered = re.sub(r'(<h\d) id="', rf'\1 id="{re.sub(r"[^a-z]", "-", path.lower())}-', rendered)
-        rendered = rendered.replace("<table>", '<div class="scroll" tabindex="0"><table>').replace("</table>", "</table></div>")
+        rendered = with_row_headers(rendered).replace("<table>", '<div class="scroll" tabindex="0"><table>').replace("</table>", "</table></div>")
         return Markup(rendered.replace("<pre>", '<pre tabindex="0">'))
 
     def section(self, path, title):
@@ -66,6 +74,23 @@ def manual(path):
     return Markup(fragment.replace("<pre>", '<pre tabindex="0">'))
 
 
+def picture_size(path):
+    """Width and height of an SVG picture, as attributes: no text moves when the picture comes."""
+    found = re.search(r'<svg [^>]*?width="(\d+)" height="(\d+)"', read(path))
+    return Markup(f'width="{found[1]}" height="{found[2]}"')
+
+
+def with_row_headers(rendered):
+    """Tables whose first column has no heading: it holds the headings of the rows."""
+    def changed(table):
+        if not re.search(r"<thead>\s*<tr>\s*<th></th>", table[0]):
+            return table[0]
+        text = table[0].replace("<th></th>", "<td></td>", 1)
+        return re.sub(r"<tr>\s*<td>(.+?)</td>", r'<tr>\n<th scope="row">\1</th>', text)
+
+    return re.sub(r"<table>.*?</table>", changed, rendered, flags=re.S)
+
+
 def processor_sections(quality):
     """Every processor that has been measured: what machine, which speeds."""
     return [
@@ -76,14 +101,12 @@ def processor_sections(quality):
 
 
 def benchmark_tables(source):
-    """The kept results of the benchmarks: for each processor its tables, each with its rows."""
+    """The kept results of the benchmarks: for each processor its tables, each with its rows; whole programs first."""
     processors = {}
-    for path in sorted(glob.glob(os.path.join(source, "benchmarks", "results", "*.json"))):
+    for path in sorted(glob.glob(os.path.join(source, "benchmarks", "results", "*.json")), key=lambda one: (not one.endswith("-programs.json"), one)):
         with open(path, encoding="utf-8") as file:
-            rows = [json.loads(line) for line in file if line.strip()]
-        tables = processors.setdefault(rows[0]["processor"], {})
-        for row in rows:
-            tables.setdefault(row["table"], []).append(row)
+            for row in map(json.loads, filter(str.strip, file)):
+                processors.setdefault(row["processor"], {}).setdefault(row["table"], []).append(row)
     return [{"name": name, "tables": tables} for name, tables in processors.items()]
 
 
@@ -127,16 +150,18 @@ def build(source, target, chart_library):
     os.makedirs(os.path.join(target, "data"))
     headers = reference.read(os.path.join(source, "include"), os.path.join(os.path.dirname(target), "site-reference"))
     values = settings_of(documents, source, headers, quality)
-    pages = [(name, title) for name, title in PAGES if name in values]
+    shown = [page for page in PAGES if page[0] in values]
     environment = jinja2.Environment(
         loader=jinja2.FileSystemLoader(os.path.join(HERE, "templates")), autoescape=True, undefined=jinja2.StrictUndefined,
         trim_blocks=True, lstrip_blocks=True,
     )  # fmt: skip
     machine = quality_data.load(os.path.join(quality[0], "machine.json"))
-    for name, title in pages:
+    terminal = picture_size(os.path.join(source, "docs", "terminal.svg"))
+    for name, title, description in shown:
         template = name if os.path.exists(os.path.join(HERE, "templates", name + ".html")) else "document"
         page = environment.get_template(template + ".html").render(
-            name=name, title=title, pages=pages, machine=machine, **values[name]
+            name=name, title=title, description=description, pages=[page[:2] for page in shown], machine=machine,
+            terminal=terminal, **values[name]
         )
         with open(os.path.join(target, name + ".html"), "w", encoding="utf-8") as file:
             file.write(page)

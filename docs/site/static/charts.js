@@ -124,6 +124,7 @@ const Charts = (() => {
       ctx.save();
       ctx.fillStyle = style("--text");
       ctx.font = `${11 * devicePixelRatio}px system-ui`;
+      ctx.textAlign = "center";
       for (const one of this.spec.series) {
         const at = one.values.findIndex((value) => value != null);
         const left = plot.valToPos(this.spec.xs[at], "x", true);
@@ -131,7 +132,7 @@ const Charts = (() => {
         const down = plot.valToPos(one.values[at], "y", true) + (one.wide ? -11 : 19) * devicePixelRatio;
         const half = ctx.measureText(one.label).width / 2;
         const room = plot.bbox.left + plot.bbox.width - half;
-        ctx.fillText(one.label, Math.min(left, room) - half, down);
+        ctx.fillText(one.label, Math.max(plot.bbox.left + half, Math.min(left, room)), down);
       }
       ctx.restore();
     }
@@ -234,13 +235,23 @@ const Charts = (() => {
   }
 
   const made = {};
+  // Each chart is made in a task of its own, so that a page with many answers between them.
+  let last = Promise.resolve();
+  const rest = () => new Promise((done) => setTimeout(done));
   return {
     made, // by the id of their element
     show(id, spec) {
-      if (made[id]) made[id].set(spec);
-      else made[id] = new Chart(document.getElementById(id), spec);
-      return made[id];
+      if (made[id]) {
+        made[id].set(spec);
+        return;
+      }
+      last = last.then(rest).then(() => {
+        if (made[id]) made[id].set(spec);
+        else made[id] = new Chart(document.getElementById(id), spec);
+      });
     },
+    // Resolves when all charts asked for are drawn.
+    drawn: () => last,
     readout: format,
   };
 })();

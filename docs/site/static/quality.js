@@ -158,6 +158,6 @@
     document.getElementById("pair").addEventListener("change", () => (pictures(), tones()));
     for (const id of ["end-signal", "end-side"]) document.getElementById(id).addEventListener("change", ends);
     document.getElementById("dither-level").addEventListener("change", dither);
-    showAll().then(() => document.body.classList.add("ready"));
+    showAll().then(Charts.drawn).then(() => document.body.classList.add("ready"));
   });
 })();

@@ -22,6 +22,6 @@
     };
     select.addEventListener("change", show);
     show();
-    document.body.classList.add("ready");
+    Charts.drawn().then(() => document.body.classList.add("ready"));
   });
 })();

@@ -130,6 +130,36 @@ for (const name of pages) {
   });
 }
 
+test("the page Speed shows every kept row of the benchmarks", async () => {
+  const folder = path.join(tree, "benchmarks", "results");
+  const kept = readdirSync(folder).flatMap((name) =>
+    readFileSync(path.join(folder, name), "utf8").split("\n").filter(Boolean).map((line) => JSON.parse(line)));
+  const { page, close } = await open("speed.html");
+  const shown = await page.evaluate(() =>
+    [...document.querySelectorAll("details.table tbody tr")].map((one) => ({ row: one.cells[0].textContent, ratio: +one.cells[1].textContent })));
+  const sorted = (rows) => [...rows].sort((a, b) => (a.row < b.row ? -1 : a.row > b.row ? 1 : a.ratio - b.ratio));
+  const [all, drawn] = [sorted(kept), sorted(shown)];
+  assert.ok(all.length > 200);
+  assert.deepEqual(drawn.map((one) => one.row), all.map((one) => one.row));
+  for (const [place, one] of all.entries()) assert.ok(Math.abs(drawn[place].ratio - one.ratio) < 0.00501, JSON.stringify(one));
+  await close();
+});
+
+test("every page says in a line of its own what it is about", () => {
+  const lines = pages.map((name) => /<meta name="description" content="([^"]{40,160})">/.exec(readFileSync(path.join(site, name), "utf8"))?.[1]);
+  assert.deepEqual(pages.filter((_, place) => !lines[place]), []);
+  assert.equal(new Set(lines).size, pages.length);
+});
+
+test("the rows of a table without a first heading have headings of their own", async () => {
+  const { page, close } = await open("python.html");
+  const rows = await page.evaluate(() =>
+    [...document.querySelectorAll("table")].filter((one) => one.rows[0].cells[0].textContent === "").map((one) =>
+      [...one.rows].slice(1).every((row) => row.cells[0].tagName === "TH" && row.cells[0].scope === "row" && row.cells[1].tagName === "TD")));
+  assert.ok(rows.length > 0 && rows.every(Boolean), JSON.stringify(rows));
+  await close();
+});
+
 test("every chart draws the values of the measured data", async () => {
   const { page, close } = await open("quality.html");
   const name = "tonekit high normal";
