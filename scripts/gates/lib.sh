@@ -17,6 +17,14 @@ codec_sources() {
     [ ! -e "$sources/jpeglib.h" ] || echo "-DTONEKIT_MOZJPEG_SOURCE=$sources"
 }
 
+# The build that the gates of the tests take, for those that run without the first one before them.
+build_tests() {
+    [ ! -x build/bin/tiers ] || [ ! -x build/bin/tonekit-convert ] || return 0
+    scripts/ensure_packages build test recording
+    scripts/configure release -DTONEKIT_TESTS=ON
+    cmake --build --preset release -j "$(nproc)"
+}
+
 # The commands of the README's blocks under a heading, word for word, without remarks.
 readme_commands() {
     awk -v heading="$1" '
