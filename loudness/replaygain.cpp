@@ -59,7 +59,9 @@ bool ChangeParameters(ebur128_state *ebur128, uint32_t channels, uint32_t sample
 // state as an init with the new format. So what needs an interpolator begins without one.
 ebur128_state *NewLibraryState(uint32_t channels, uint32_t sampleRate, int mode)
 {
-    if (sampleRate >= kRateWithoutInterpolator)
+    if (sampleRate < kLeastRate)
+        return nullptr;
+    if (mode == kSamplePeakMode || sampleRate >= kRateWithoutInterpolator)
         return ebur128_init(channels, sampleRate, mode);
     ebur128_state *ebur128 = ebur128_init(1, kRateWithoutInterpolator, mode);
     if (ebur128 && !ChangeParameters(ebur128, channels, sampleRate))

@@ -1,6 +1,6 @@
 /* trellis_search.h: the parts of the codec's trellis that take most of its time, four numbers at once. Every
  * sum and product is the one that the codec's own loops have, in their order, so the same coefficients come
- * out. */
+ * out. jcdctmgr.c includes it, after the codec's own headers. */
 #pragma once
 
 #include <emmintrin.h>
