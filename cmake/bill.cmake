@@ -67,7 +67,7 @@ function(tonekit_bill_windows)
         tonekit_bill_package(${owner} CONTAINS ${name} "${version}" "${licence_${name}}"
             "pkg:deb/debian/${name}@${version}?arch=source" ${checksum})
     endforeach()
-    tonekit_bill_json()
+    tonekit_bill_headers()
     tonekit_bill_package(tonekit-convert CONTAINS zlib "NOASSERTION" "Zlib" "pkg:deb/debian/libz-mingw-w64-dev")
     foreach(name libstdc++ libgcc)
         tonekit_bill_package(libtonekit DEPENDS_ON ${name} "${CMAKE_CXX_COMPILER_VERSION}"
@@ -77,13 +77,15 @@ function(tonekit_bill_windows)
 endfunction()
 
 # Headers alone, compiled in.
-function(tonekit_bill_json)
+function(tonekit_bill_headers)
     if(TARGET tonekit-convert)
         file(STRINGS ${TONEKIT_JSON_HEADERS}/nlohmann/detail/abi_macros.hpp lines
             REGEX "^#define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH) +[0-9]+")
         list(TRANSFORM lines REPLACE ".*_(MAJOR|MINOR|PATCH) +([0-9]+).*" "\\2")
         list(JOIN lines "." version)
         tonekit_bill_package(tonekit-convert CONTAINS nlohmann-json "${version}" "MIT" "pkg:generic/nlohmann-json@${version}")
+        # Its headers don't say their version.
+        tonekit_bill_package(tonekit-convert CONTAINS kissfft "NOASSERTION" "BSD-3-Clause" "pkg:deb/debian/libkissfft-dev")
     endif()
 endfunction()
 
@@ -105,7 +107,7 @@ function(tonekit_bill_shared)
     else()
         set(soxr "libtonekit|libsoxr|soxr|LGPL-2.1-or-later")
     endif()
-    tonekit_bill_json()
+    tonekit_bill_headers()
     foreach(row ${soxr} "libtonekit|libebur128|libebur128|MIT AND BSD-3-Clause"
             "tonekit-convert|libsndfile|sndfile|LGPL-2.1-or-later" "tonekit-convert|taglib|taglib|LGPL-2.1-only OR MPL-1.1"
             "tonekit-convert|libspng|spng|BSD-2-Clause")

@@ -88,7 +88,7 @@ private:
     {
         std::vector<ProgressFile> files;
         for (const Job &job : jobs)
-            files.push_back({Utf8Name(job.output.filename()),
+            files.push_back({Utf8Name((job.output.empty() ? job.input : job.output).filename()),
                              job.skipped.empty() && job.error.empty() ? SizeOf(job) : 0});
         return files;
     }

@@ -20,6 +20,7 @@
 #include "host/safe_output.h"
 #include "host/sample_guard.h"
 #include "host/sound_chain.h"
+#include "host/sound_picture.h"
 #include "host/tag_transfer.h"
 
 #include <algorithm>
@@ -83,6 +84,8 @@ public:
             SetLevel();
         if (!toStream_)
             output_.emplace(job_.output);
+        if (options_.spectrogram)
+            BeginPicture();
         if (plan_.copyFile)
             Copy();
         else
@@ -110,13 +113,18 @@ public:
         report_.albumLoudness = album;
         if (toStream_) {
             WarnOfTags();
-            return report_;
+        } else {
+            AddTags(output_->temporary());
+            CheckResult(output_->temporary());
         }
-        AddTags(output_->temporary());
-        CheckResult(output_->temporary());
+        if (picture_)
+            picture_->Write(report_.input, report_.output);
         if (InterruptNoted())
             throw Interrupted();
-        output_->Commit();
+        if (picture_)
+            picture_->Commit();
+        if (output_)
+            output_->Commit();
         report_.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return report_;
     }
@@ -154,7 +162,8 @@ private:
     // What comes out of a pipe comes once, and its header may say nothing of its length.
     bool MayCopy() const
     {
-        return !source_.pipe() || (source_.lossy() && !options_.replayGain && !options_.hash);
+        return !source_.pipe() ||
+               (source_.lossy() && !options_.replayGain && !options_.hash && !options_.spectrogram);
     }
 
     bool DecideHdcd()
@@ -202,6 +211,9 @@ private:
         Pump(taps);
         CheckLength(taps.frames());
         writer->Finish();
+        // What the coder left out is seen too.
+        if (picture_ && plan_.container->lossy && !toStream_)
+            picture_->ReadOutput(output_->temporary(), NameOfOutput(job_.output));
 
         Describe();
         taps.Tell(report_);
@@ -211,11 +223,12 @@ private:
     void Copy()
     {
         ResultTaps taps(options_, plan_.target, nullptr, ownThreads_);
-        if (taps.Measures())
+        const bool reads = taps.Measures() || picture_;
+        if (reads)
             Pump(taps);
         File file = toStream_ ? StandardOutput() : output_->Create();
         const auto progress = [&](double done) {
-            if (!taps.Measures())
+            if (!reads)
                 progress_(done, done * report_.input.Seconds());
         };
         if (PipeInput *const pipe = source_.pipe()) {
@@ -242,6 +255,8 @@ private:
             throw;
         }
         taps.Finish();
+        if (picture_)
+            picture_->Finish();
     }
 
     // Reads and converts on this thread and, where the file has threads of its own, on others beside it.
@@ -252,8 +267,11 @@ private:
         SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
         SampleGuard after(plan_.target.sample, loudest);
         const FrameSink sink = [&](const void *samples, uint32_t frames) {
-            taps.Take(loudest > 0 ? after.Guarded(samples, size_t{frames} * plan_.target.channels) : samples,
-                      frames);
+            if (loudest > 0)
+                samples = after.Guarded(samples, size_t{frames} * plan_.target.channels);
+            taps.Take(samples, frames);
+            if (picture_)
+                picture_->TakeOutput(samples, frames);
         };
         SoundChain chain(options_, plan_);
         chain.LeadIn(source_);
@@ -262,6 +280,8 @@ private:
         uint64_t done = 0;
         for (ReadAhead::Block block = blocks.Next(); block.frames > 0; block = blocks.Next()) {
             const void *samples = block.samples;
+            if (picture_)
+                picture_->TakeInput(samples, block.frames);
             if (loudest > 0)
                 samples = before.Guarded(samples, size_t{block.frames} * plan_.source.channels);
             chain.Write(samples, block.frames, sink);
@@ -274,6 +294,14 @@ private:
         if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
             report_.warnings.push_back(NameOfOutput(job_.output) + ": " +
                                        GuardText(silenced, after.clamped(), loudest));
+    }
+
+    // A copy looks like its input.
+    void BeginPicture()
+    {
+        const DrawnStream output{plan_.target, plan_.expectedFrames};
+        picture_.emplace(PathFromUtf8(*options_.spectrogram), DrawnStream{plan_.source, source_.frames()},
+                         plan_.copyFile ? std::nullopt : std::optional(output), ownThreads_);
     }
 
     // Measures the level where it has to be known first, and decides by how much it changes.
@@ -383,6 +411,7 @@ private:
     {
         report_.dryRun = options_.dryRun;
         report_.part = job_.part;
+        report_.spectrogram = options_.spectrogram.value_or("");
         for (const std::filesystem::path &input : job_.joined)
             report_.joined.push_back(Utf8Name(input));
         if (plan_.copyFile) {
@@ -417,6 +446,7 @@ private:
     std::optional<std::vector<unsigned char>> beginning_; // of a stream, for its tags
     std::vector<SourceFile> files_;                       // that are joined
     std::optional<SafeOutput> output_;
+    std::optional<SoundPicture> picture_; // that is asked for
     Plan plan_;
     bool secondPass_ = false;
     ConversionReport report_;
@@ -474,6 +504,8 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
         return std::make_unique<DoneFile>(ReportOfNames(options, job));
     if (job.plainCopy)
         return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
+    if (job.output.empty())
+        return std::make_unique<DoneFile>(DrawInput(options, job, progress));
     auto file =
         std::make_unique<FileConversion>(options, extras, OpenInput(options, job), job, progress, threads);
     file->Produce();

@@ -9,6 +9,7 @@
 #include "host/paths.h"
 #include "host/plan.h"
 #include "host/platform.h"
+#include "host/safe_output.h"
 #include "host/tag_reader.h"
 
 #include <algorithm>
@@ -345,6 +346,26 @@ Job JobOfJoin(const Options &options)
     return job;
 }
 
+// The picture may replace none of the files that the command line names.
+void CheckSpectrogram(const Options &options, const std::vector<Job> &jobs)
+{
+    const fs::path picture = PathFromUtf8(*options.spectrogram);
+    if (jobs.size() != 1)
+        throw UsageError("--spectrogram makes one picture: name one INPUT");
+    std::vector<fs::path> others = InputsOf(jobs[0]);
+    for (const auto &name : {options.cover, options.chapters, options.cue}) {
+        if (name)
+            others.push_back(PathFromUtf8(*name));
+    }
+    if (!jobs[0].output.empty())
+        others.push_back(jobs[0].output);
+    for (const fs::path &other : others) {
+        if (!IsStandardStream(other) && (AreSameFile(other, picture) || Identity(other) == Identity(picture)))
+            throw Failure(Utf8Name(picture) + ": the spectrogram and " + Utf8Name(other) +
+                          " are the same file");
+    }
+}
+
 // An album has a name and an artist, or lies in one folder.
 std::string AlbumOf(const Options &options, const fs::path &input)
 {
@@ -424,6 +445,13 @@ std::vector<Job> MakeJobs(const Options &options)
             GroupByAlbum(options, jobs);
         return jobs;
     }
+    if (options.output.empty()) {
+        Job job{PathFromUtf8(options.inputs[0]), {}};
+        job.part = PartOf(options);
+        jobs.push_back(job);
+        CheckSpectrogram(options, jobs);
+        return jobs;
+    }
     if (options.join) {
         jobs.push_back(JobOfJoin(options));
     } else if (MeansFolder(options)) {
@@ -435,6 +463,8 @@ std::vector<Job> MakeJobs(const Options &options)
     } else {
         jobs.push_back(JobFor(options, PathFromUtf8(options.inputs[0])));
     }
+    if (options.spectrogram)
+        CheckSpectrogram(options, jobs);
     for (Job &job : jobs) {
         try {
             if (job.error.empty())

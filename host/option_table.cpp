@@ -192,6 +192,11 @@ constexpr OptionRow kRows[] = {
      "dithered samples differs from run to run",
      [](Options &o, Text v) { o.hash = Choose(v, kHashes); }, false, NamesOf<kHashes>},
 
+    {"spectrogram", 0, "FILE",
+     "draw the frequencies of INPUT and OUTPUT over time into this PNG, beside each other; without an OUTPUT "
+     "those of the INPUT",
+     [](Options &o, Text v) { o.spectrogram = PictureName(v); }, true},
+
     {nullptr, 0, nullptr, "Folders (an INPUT that is one is walked, and its folders are kept in FOLDER)",
      nullptr},
     {"name", 0, "TEMPLATE",
@@ -294,6 +299,7 @@ std::string HelpText()
                        "       tonekit-convert --join [options] INPUT... OUTPUT\n"
                        "       tonekit-convert --in-place [options] INPUT...\n"
                        "       tonekit-convert --extract-cover FILE INPUT\n"
+                       "       tonekit-convert --spectrogram FILE INPUT\n"
                        "       tonekit-convert --info [options] INPUT...\n"
                        "\n"
                        "Converts audio files between rates, channels, sample formats and file types.\n"

@@ -184,4 +184,14 @@ std::string FileName(const std::string &text)
     return text;
 }
 
+std::string PictureName(const std::string &text)
+{
+    constexpr std::string_view kEnd = ".png";
+    const auto isSame = [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; };
+    if (text.size() <= kEnd.size() ||
+        !std::equal(text.end() - static_cast<ptrdiff_t>(kEnd.size()), text.end(), kEnd.begin(), isSame))
+        throw UsageError("must name a file that ends in .png");
+    return text;
+}
+
 } // namespace tonekit::host

@@ -55,6 +55,9 @@ uint64_t Position(const std::string &text);
 // FORMAT,RATE,CHANNELS of headerless outputs, of which the last may be missing.
 void SetRawOutput(Options &options, const std::string &text);
 std::string FileName(const std::string &text);
+// A file whose name says that it is a PNG, so that nothing else is taken for the picture that is to be
+// written.
+std::string PictureName(const std::string &text);
 // A template of file names that makes sense.
 std::string Template(const std::string &text);
 

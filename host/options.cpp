@@ -6,6 +6,8 @@
 
 #include "host/spelling.h"
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 namespace tonekit::host {
 
@@ -51,6 +53,7 @@ private:
     {
         if (row.changesAudio)
             audioOption_ = &row;
+        applied_.push_back(&row);
         try {
             row.apply(options_, value);
         } catch (const UsageError &error) {
@@ -117,6 +120,10 @@ private:
         if (options_.cue && options_.chapters)
             throw UsageError("--cue and --chapters exclude each other");
         CheckJoin();
+        if (options_.spectrogram && (options_.split || options_.nameTemplate || options_.copyOthers))
+            throw UsageError("--spectrogram makes one picture: leave --split, --name and --copy-others out");
+        if (options_.spectrogram && options_.command != Command::Convert && !EndsEarly())
+            throw UsageError("--spectrogram makes a picture, and --info and --extract-cover don't");
         if (options_.gain != 0 && options_.normalize)
             throw UsageError("--gain and --normalize exclude each other");
         if (options_.normalizeAlbum && !options_.normalize)
@@ -155,7 +162,7 @@ private:
 
     void ShareOutNames()
     {
-        if (options_.command == Command::Help || options_.command == Command::Version)
+        if (EndsEarly())
             return;
         for (const std::string &name : names_) {
             if (name.empty())
@@ -191,6 +198,11 @@ private:
         }
         if (names_.empty())
             throw UsageError("an INPUT and an OUTPUT are needed");
+        if (names_.size() == 1 && options_.spectrogram) {
+            CheckPictureAlone();
+            options_.inputs = names_;
+            return;
+        }
         if (names_.size() == 1)
             throw UsageError("an OUTPUT is needed after " + names_[0]);
         if (options_.cue && names_.size() > 2)
@@ -199,6 +211,22 @@ private:
         names_.pop_back();
         options_.inputs = names_;
         CheckStandardStreams();
+    }
+
+    bool EndsEarly() const
+    {
+        return options_.command == Command::Help || options_.command == Command::Version;
+    }
+
+    // Without an output there is nothing that most options could be about.
+    void CheckPictureAlone() const
+    {
+        constexpr std::string_view kOfReading[] = {"spectrogram", "start",    "end",   "raw", "memory",
+                                                   "jobs",        "progress", "quiet", "json"};
+        for (const OptionRow *row : applied_) {
+            if (std::find(std::begin(kOfReading), std::end(kOfReading), row->name) == std::end(kOfReading))
+                throw UsageError("--" + std::string(row->name) + " needs an OUTPUT after " + names_[0]);
+        }
     }
 
     // "-" is one stream of samples.
@@ -234,6 +262,7 @@ private:
     bool onlyNames_ = false;
     std::vector<std::string> names_;
     const OptionRow *audioOption_ = nullptr; // the last one that changes audio
+    std::vector<const OptionRow *> applied_;
     Options options_;
 };
 

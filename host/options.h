@@ -85,6 +85,7 @@ struct Options {
     bool albumGain = false; // of albums too
     bool truePeak = false;
     std::optional<HashKind> hash;
+    std::optional<std::string> spectrogram; // a PNG; without an output it is all that is made
 
     // How the program behaves.
     unsigned memoryMiB = 256;     // that pictures and tags of a file may take

@@ -18,7 +18,7 @@ Json ConversionJson(const ConversionReport &report)
     return {{"ok", done},
             {"error", ErrorJson(report.error)},
             {"input", StreamJson(report.input)},
-            {"output", StreamJson(report.output)},
+            {"output", report.IsPictureAlone() ? Json() : StreamJson(report.output)},
             {"part", PartJson(report.part)},
             {"joined", report.joined.empty() ? Json() : Json(report.joined)},
             {"quality", report.resampled ? Json(NameOf(report.quality)) : Json()},
@@ -34,6 +34,7 @@ Json ConversionJson(const ConversionReport &report)
             {"replaygain", LoudnessJson(report.loudness)},
             {"albumReplaygain", LoudnessJson(report.albumLoudness)},
             {"hash", DigestJson(report.digest)},
+            {"spectrogram", report.spectrogram.empty() ? Json() : Json(report.spectrogram)},
             {"seconds", ifDone(report.seconds)},
             {"speed", ifDone(report.Speed())},
             {"warnings", report.warnings}};
@@ -47,7 +48,8 @@ std::string StreamText(const StreamReport &stream)
 std::string SpeedText(const ConversionReport &report)
 {
     const double speed = report.Speed();
-    return ClockTime(report.output.Seconds()) + " of audio in " + Decimal(report.seconds, 2) + " s, " +
+    const StreamReport &stream = report.IsPictureAlone() ? report.input : report.output;
+    return ClockTime(stream.Seconds()) + " of audio in " + Decimal(report.seconds, 2) + " s, " +
            Decimal(speed, speed < 10 ? 1 : 0) + " times real time";
 }
 
@@ -59,7 +61,8 @@ std::string ReportText(const ConversionReport &report)
         return report.input.path + " -> " + report.output.path + ": " +
                (report.skipped.empty() ? "copied" : "skipped, " + report.skipped) +
                (report.dryRun ? " (dry run)" : "");
-    std::string text = StreamText(report.input) + " -> " + StreamText(report.output);
+    std::string text = StreamText(report.input) + " -> ";
+    text += report.IsPictureAlone() ? TerminalText(report.spectrogram) : StreamText(report.output);
     if (report.part)
         text += ", " + PartText(*report.part);
     if (report.copied)
@@ -74,6 +77,8 @@ std::string ReportText(const ConversionReport &report)
         text += ", dithered";
     if (report.hdcdDecoded)
         text += ", HDCD decoded";
+    if (!report.spectrogram.empty() && !report.IsPictureAlone())
+        text += ", spectrogram in " + TerminalText(report.spectrogram);
     if (report.dryRun)
         return text + " (dry run)";
     return text + "\n  " + SpeedText(report);
@@ -85,7 +90,7 @@ std::string FinishedText(const ConversionReport &report)
         return report.output.path + ": skipped, " + report.skipped;
     if (report.HasNamesOnly())
         return report.output.path + ": copied";
-    return report.output.path + ": " + SpeedText(report);
+    return (report.IsPictureAlone() ? report.spectrogram : report.output.path) + ": " + SpeedText(report);
 }
 
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds)

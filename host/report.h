@@ -67,9 +67,12 @@ struct ConversionReport {
     std::optional<Loudness> albumLoudness;
     std::shared_ptr<AlbumPart> albumPart; // what the track adds to its album; mostly null
     std::optional<Digest> digest;
+    std::string spectrogram; // the file of the picture; empty: none
     std::vector<std::string> warnings;
     std::string error; // empty: done
 
+    // The picture is all that was made.
+    bool IsPictureAlone() const { return output.path.empty() && !spectrogram.empty(); }
     // Nothing is known of the streams.
     bool HasNamesOnly() const { return plainCopy || !skipped.empty(); }
     // Music per time: a multiple of real time.

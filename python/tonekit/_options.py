@@ -10,7 +10,7 @@ from . import _core
 OptionList = list[tuple[str, str]]
 
 # Options of other commands than the conversion of a file, and those that only a command line needs.
-_OF_THE_PROGRAM = frozenset({"in-place", "extract-cover", "split", "cue", "join", "normalize-by", "copy-others", "jobs", "memory", "bodies", "info", "json", "progress", "quiet", "version", "help"})
+_OF_THE_PROGRAM = frozenset({"in-place", "extract-cover", "spectrogram", "split", "cue", "join", "normalize-by", "copy-others", "jobs", "memory", "bodies", "info", "json", "progress", "quiet", "version", "help"})
 # Option (as an argument), what its value is called (None for a switch), help.
 TABLE = {
     # What a value in brackets asks for concerns many files at a time.

@@ -101,13 +101,13 @@ TEST_F(ReadmeJobs, DoWhatTheySay)
         {"cd.wav"},
         {"song.mp3"},
         {"tagged.flac"},
+        {"even.flac"},
+        {"song.png", "song.mp3"},
         {"phone/live/1.opus", "phone/live/2.opus", "phone/live/front.jpg"},
-        {"phone/live/1.opus", "phone/live/2.opus"},
-        {"song.flac", "song.mp3"},
         {"music/live/1.wav", "music/live/2.wav"},
         {"sorted/Trio/Live/00 1.flac", "sorted/Trio/Live/00 2.flac"},
         {"concert.flac"},
-        {"song.wav"},
+        {"tracks/01 1.flac", "tracks/02 2.flac"},
         {"song48.wav"},
     };
     ASSERT_EQ(lines.size(), results.size());
@@ -129,7 +129,9 @@ TEST_F(ReadmeJobs, DoWhatTheySay)
     const std::string tagged = RunHost({"--info", "tagged.flac"}).out;
     EXPECT_NE(tagged.find("TITLE       Morning"), std::string::npos) << tagged;
     EXPECT_NE(tagged.find("front cover, image/png"), std::string::npos) << tagged;
-    EXPECT_NE(RunHost({"--info", "song.mp3"}).out.find("ALBUM       Live in Oslo"), std::string::npos);
+    EXPECT_EQ(ReadText("song.png").substr(1, 3), "PNG");
+    EXPECT_EQ(ReadSound("tracks/02 2.flac").samples, ReadSound("music/live/2.wav").samples);
+    EXPECT_NE(ReadSound("even.flac").samples, ReadSound("song.wav").samples);
     EXPECT_NE(RunHost({"--info", "music/live/2.wav"}).out.find("REPLAYGAIN_ALBUM_GAIN"), std::string::npos);
 }
 
