@@ -32,21 +32,23 @@ public:
         rows_.push_back({std::move(name), limit, std::move(ours), std::move(peer)});
     }
 
-    // Options: --filter TEXT, --quick, --json FILE (appends a line a row). Plain names run the highest bodies
-    // that the processor has the features of, whoever made it; with --another-make they run the baseline, as
-    // the selection has it on all makes but one. Limits are for the former. Returns 0 if every row that has a
-    // limit keeps it.
+    // Options: --filter TEXT, --quick, --once (each action one time, and no limits: to see whether all of
+    // them run), --json FILE (appends a line a row). Plain names run the highest bodies that the processor
+    // has the features of, whoever made it; with --another-make they run the baseline, as the selection has
+    // it on all makes but one. Limits are for the former. Returns 0 if every row that has a limit keeps it.
     int Run(int argc, char **argv)
     {
         const char *filter = "";
-        bool quick = false;
+        int turns = 41;
         for (int i = 1; i < argc; ++i) {
             if (std::strcmp(argv[i], "--filter") == 0 && i + 1 < argc)
                 filter = argv[++i];
             else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc)
                 json_ = argv[++i];
             else if (std::strcmp(argv[i], "--quick") == 0)
-                quick = true;
+                turns = 9;
+            else if (std::strcmp(argv[i], "--once") == 0)
+                turns = 1;
         }
         const bool anotherMake = AsAnotherMake(argc, argv);
         SelectBodies(anotherMake ? std::uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
@@ -56,7 +58,7 @@ public:
                     "ours", "beside", "ratio", "limit");
         int result = 0;
         for (const Row &row : rows_)
-            if (row.name.find(filter) != std::string::npos && !Report(row, quick))
+            if (row.name.find(filter) != std::string::npos && !Report(row, turns))
                 result = 1;
         return result;
     }
@@ -128,24 +130,24 @@ private:
         return *middle;
     }
 
-    bool Report(const Row &row, bool quick) const
+    bool Report(const Row &row, int turns) const
     {
-        const unsigned oursTimes = TimesPerTurn(row.ours);
-        const unsigned peerTimes = TimesPerTurn(row.peer);
+        const bool once = turns == 1;
+        const unsigned oursTimes = once ? 1 : TimesPerTurn(row.ours);
+        const unsigned peerTimes = once ? 1 : TimesPerTurn(row.peer);
         std::vector<double> ours;
         std::vector<double> peer;
         std::vector<double> ratios;
-        const int turns = quick ? 9 : 41;
         for (int turn = 0; turn < turns; ++turn) {
             ours.push_back(Seconds(row.ours, oursTimes) / oursTimes);
             peer.push_back(Seconds(row.peer, peerTimes) / peerTimes);
             ratios.push_back(peer.back() / ours.back());
         }
         const double ratio = Median(ratios);
-        const bool kept = row.limit == 0 || ratio >= row.limit;
+        const bool kept = once || row.limit == 0 || ratio >= row.limit;
         std::printf("%-44s %9.3f us %9.3f us %8.2f", row.name.c_str(), Median(ours) * 1e6, Median(peer) * 1e6,
                     ratio);
-        if (row.limit != 0)
+        if (row.limit != 0 && !once)
             std::printf(" %7.2f %s", row.limit, kept ? "ok" : "short");
         std::printf("\n");
         std::fflush(stdout);
