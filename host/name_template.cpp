@@ -165,7 +165,10 @@ std::string SafeName(const std::string &text)
     // A dot at the start would hide the file.
     if (!name.empty() && name[0] == '.')
         name[0] = '_';
-    return name.empty() || IsDevice(name) ? name + "_" : name;
+    // An extension makes no file of a device.
+    if (name.empty() || IsDevice(name))
+        name.insert(std::min(name.find('.'), name.size()), "_");
+    return name;
 }
 
 } // namespace tonekit::host

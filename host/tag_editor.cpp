@@ -104,6 +104,8 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
         edit.pictureSize != 0 ? PicturesIn(path, kind) : std::vector<Picture>();
     TagFile file(path, kind, TagStream::Access::Change);
     file.CheckSystem(shownName);
+    if (const char *const start = file.MissingStart())
+        throw Failure(shownName + ": the file doesn't begin with " + start + ": its tags can't be changed");
     if (!file.IsValid())
         throw Failure(shownName +
                       (file.IsTooLarge()

@@ -45,6 +45,12 @@ std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
     return nullptr;
 }
 
+// The letters that TagLib passes over; null for kinds where it looks at the beginning.
+const char *StartOf(TagKind kind)
+{
+    return kind == TagKind::Wav ? "RIFF" : kind == TagKind::Aiff ? "FORM" : nullptr;
+}
+
 bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
 {
     using Mpeg = TagLib::MPEG::File;
@@ -76,6 +82,13 @@ void TagFile::Open()
 {
     if (!stream_.isOpen() || tooLong_)
         return;
+    if (const char *const start = StartOf(kind_)) {
+        if (stream_.readBlock(4) != TagLib::ByteVector(start)) {
+            missingStart_ = start;
+            return;
+        }
+        stream_.seek(0, TagLib::IOStream::Beginning);
+    }
     // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,
     // as pictures are copied and written, takes as much again.
     AllocationBudget budget(MemoryLimit() * 3 / 8);

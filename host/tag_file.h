@@ -26,6 +26,9 @@ public:
     bool IsTooLong() const { return tooLong_; }
     // Whether its tags need more memory than they may have.
     bool IsTooLarge() const { return tooLarge_; }
+    // The four letters with which TagLib takes the file to begin, without a look, and with which it doesn't:
+    // another order of bytes, or a tag in front of all. Null if the file is as it should be.
+    const char *MissingStart() const { return missingStart_; }
     // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
     void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
@@ -53,6 +56,7 @@ private:
     TagStream stream_;
     bool tooLong_;
     bool tooLarge_ = false;
+    const char *missingStart_ = nullptr;
     std::unique_ptr<TagLib::File> file_;
 };
 

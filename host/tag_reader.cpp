@@ -168,6 +168,10 @@ void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &c
                 std::vector<std::string> &warnings)
 {
     file.CheckSystem(name);
+    if (const char *const start = file.MissingStart()) {
+        warnings.push_back(name + ": the file doesn't begin with " + start + ": tags in it are not read");
+        return;
+    }
     if (!file.IsValid()) {
         warnings.push_back(name +
                            (file.IsTooLarge()

@@ -66,7 +66,8 @@ TEST(SafeName, IsTakenByEveryFileSystem)
     EXPECT_EQ(SafeName("...And Justice"), "_..And Justice");
     EXPECT_EQ(SafeName(""), "_");
     EXPECT_EQ(SafeName("con"), "con_");
-    EXPECT_EQ(SafeName("LPT1.x"), "LPT1.x_");
+    EXPECT_EQ(SafeName("LPT1.x"), "LPT1_.x");
+    EXPECT_EQ(SafeName("nul.tar.x"), "nul_.tar.x");
     EXPECT_EQ(SafeName("Contact"), "Contact");
     EXPECT_EQ(SafeName("Gr\u00fc\u00dfe \u65e5\u672c"), "Gr\u00fc\u00dfe \u65e5\u672c");
 }

@@ -1,4 +1,6 @@
 // tags_test.cpp: tags go through every kind of file and come back.
+#include "host/failure.h"
+#include "host/tag_editor.h"
 #include "host/tag_file.h"
 #include "host/tag_reader.h"
 #include "host/tag_transfer.h"
@@ -174,6 +176,35 @@ TEST(Tags, ABrokenId3TagIsTold)
     Lines warnings;
     ReadBlock(name, TagKind::Mpeg, warnings);
     EXPECT_EQ(warnings, Lines{name + ": the ID3 tag is broken and is left out"});
+}
+
+// TagLib would look at the lengths of chunks where there are none, and say that all is done.
+TEST(Tags, OfFilesThatBeginOtherwiseAreNeitherReadNorChanged)
+{
+    TemporaryFolder folder;
+    const std::string plain = test::ReadText(MakeFile(folder, FormOf(TagKind::Wav), "plain"));
+    const std::string aiff = test::ReadText(MakeFile(folder, FormOf(TagKind::Aiff)));
+    const std::string tag = std::string("ID3\x03\0\0\0\0\0\x10TIT2\0\0\0\x06\0\0\0Title", 26);
+    const std::string name = folder / "file";
+    TagEdit edit;
+    edit.texts = {{"TITLE", "New"}};
+    for (const auto &[content, kind, start] : {std::tuple(tag + plain, TagKind::Wav, "RIFF"),
+                                               std::tuple("RIFX" + plain.substr(4), TagKind::Wav, "RIFF"),
+                                               std::tuple(tag + aiff, TagKind::Aiff, "FORM"),
+                                               std::tuple(std::string("RI"), TagKind::Wav, "RIFF")}) {
+        test::WriteText(name, content);
+        const std::string begin = name + ": the file doesn't begin with " + start;
+        Lines warnings;
+        EXPECT_TRUE(TextsOf(ReadBlock(name, kind, warnings).get()).empty());
+        EXPECT_EQ(warnings, Lines{begin + ": tags in it are not read"});
+        try {
+            EditTags(name, kind, edit, 1, name, warnings);
+            ADD_FAILURE() << begin;
+        } catch (const Failure &failure) {
+            EXPECT_EQ(failure.what(), begin + ": its tags can't be changed");
+        }
+        EXPECT_EQ(test::ReadText(name), content);
+    }
 }
 
 TEST(Tags, WavFilesHaveTheOlderFormToo)
