@@ -82,9 +82,9 @@ function(tonekit_write_test_lists)
     file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/left_out.txt CONTENT "${text}\n" @ONLY)
 endfunction()
 
-# Random rounds of each fuzz target in the suite; a round of src4 makes two resamplers.
+# Random rounds of each fuzz target in the suite; a round of src4_rates makes two resamplers.
 set(TONEKIT_FUZZ_ROUNDS 2000)
-set(TONEKIT_FUZZ_ROUNDS_src4 150)
+set(TONEKIT_FUZZ_ROUNDS_src4_rates 150)
 
 # A fuzz target: NAME_fuzz.cpp with LLVMFuzzerTestOneInput. The suite replays its corpus and some random rounds; the fuzz
 # preset builds it with libFuzzer instead.
