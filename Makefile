@@ -83,7 +83,7 @@ uninstall:
 
 deb:
 	@scripts/ensure_packages build deb
-	@scripts/configure release -DCMAKE_INSTALL_PREFIX=/usr -DTONEKIT_CODEC=ON $(CMAKE_ARGS)
+	@scripts/configure release -DCMAKE_INSTALL_PREFIX=/usr -DTONEKIT_CODEC=ON -DTONEKIT_LIBAV=ON $(CMAKE_ARGS)
 	@cmake --build --preset release -j $(JOBS) --target tonekit tonekit-convert
 	@scripts/make_packages build
 

@@ -10,8 +10,9 @@ function(tonekit_release_date result)
     set(${result} ${date} PARENT_SCOPE)
 endfunction()
 
-# Adds one package and its relationship: OWNER KIND PACKAGE, where KIND is CONTAINS, DEPENDS_ON or DEPENDENCY_OF. PURL is the package's
-# address in its collection. A further argument is the SHA-256 of the source.
+# Adds one package and its relationship: OWNER KIND PACKAGE, where KIND is CONTAINS, DEPENDS_ON or DEPENDENCY_OF, or PACKAGE KIND
+# OWNER, where it is OPTIONAL_DEPENDENCY_OF. PURL is the package's address in its
+# collection. A further argument is the SHA-256 of the source.
 function(tonekit_bill_package owner kind name version licence purl)
     set(id SPDXRef-${name})
     string(REPLACE "+" "%2B" purl "${purl}")
@@ -24,8 +25,14 @@ function(tonekit_bill_package owner kind name version licence purl)
      \"downloadLocation\": \"NOASSERTION\", \"licenseConcluded\": \"${licence}\", \"licenseDeclared\": \"${licence}\",
      \"copyrightText\": \"NOASSERTION\", \"externalRefs\": [{\"referenceCategory\": \"PACKAGE-MANAGER\",
      \"referenceType\": \"purl\", \"referenceLocator\": \"${purl}\"}]${checksum}}")
+    set(from SPDXRef-${owner})
+    set(to ${id})
+    if(kind STREQUAL "OPTIONAL_DEPENDENCY_OF")
+        set(from ${id})
+        set(to SPDXRef-${owner})
+    endif()
     set_property(GLOBAL APPEND_STRING PROPERTY TONEKIT_BILL_RELATIONS ",
-    {\"spdxElementId\": \"SPDXRef-${owner}\", \"relationshipType\": \"${kind}\", \"relatedSpdxElement\": \"${id}\"}")
+    {\"spdxElementId\": \"${from}\", \"relationshipType\": \"${kind}\", \"relatedSpdxElement\": \"${to}\"}")
 endfunction()
 
 # The codec, with the checksum of the crate that the lock file pins.
@@ -120,6 +127,19 @@ function(tonekit_bill_shared)
     endforeach()
 endfunction()
 
+# What the program loads by itself, if it is there.
+function(tonekit_bill_loaded)
+    get_property(has_libav GLOBAL PROPERTY TONEKIT_HAS_LIBAV)
+    if(NOT has_libav OR NOT TARGET tonekit-convert)
+        return()
+    endif()
+    foreach(name libavformat libavcodec libavutil)
+        set(version ${TONEKIT_libav_${name}_VERSION})
+        tonekit_bill_package(tonekit-convert OPTIONAL_DEPENDENCY_OF ${name} "${version}" "LGPL-2.1-or-later"
+            "pkg:generic/${name}@${version}")
+    endforeach()
+endfunction()
+
 # Writes tonekit.spdx.json.
 function(tonekit_write_bill)
     tonekit_release_date(date)
@@ -135,6 +155,7 @@ function(tonekit_write_bill)
         tonekit_bill_windows()
     else()
         tonekit_bill_shared()
+        tonekit_bill_loaded()
     endif()
     get_property(packages GLOBAL PROPERTY TONEKIT_BILL_PACKAGES)
     get_property(relations GLOBAL PROPERTY TONEKIT_BILL_RELATIONS)

@@ -3,7 +3,6 @@
 
 #include "host/channel_layout.h"
 #include "host/completeness.h"
-#include "host/failure.h"
 #include "host/memory_limit.h"
 #include "host/paths.h"
 
@@ -176,7 +175,11 @@ AudioReader::AudioReader(const fs::path &path, const std::string &shownName)
 }
 
 AudioReader::AudioReader(File stream, const std::string &shownName)
-    : shownName_(shownName), pipe_(std::in_place, std::move(stream), MemoryLimit())
+    : AudioReader(std::make_unique<PipeInput>(std::move(stream), MemoryLimit()), shownName)
+{}
+
+AudioReader::AudioReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName)
+    : shownName_(shownName), pipe_(std::move(pipe))
 {
     OpenPipe();
 }
@@ -245,8 +248,8 @@ void AudioReader::MendHeader(uint64_t size)
             throw std::system_error(error);
         if (!open)
             return;
-        pipe_.emplace(std::move(stream_.file()), MemoryLimit(), size);
-        stream_.Use(&*pipe_);
+        pipe_ = std::make_unique<PipeInput>(std::move(stream_.file()), MemoryLimit(), size);
+        stream_.Use(pipe_.get());
         PrepareHeader(*pipe_);
         pipe_->SeekTo(0);
     } catch (const std::system_error &error) {
@@ -256,7 +259,7 @@ void AudioReader::MendHeader(uint64_t size)
 
 void AudioReader::OpenPipe()
 {
-    stream_.Use(&*pipe_, false);
+    stream_.Use(pipe_.get(), false);
     try {
         char first = 0;
         size_t got = 0;
@@ -285,8 +288,11 @@ void AudioReader::Start()
     stream_.Start(SFM_READ, info);
     if (stream_.error())
         Fail(stream_.error().message());
+    if (!stream_.handle() && !InterruptNoted())
+        throw UnknownType(shownName_ + ": not an audio file that can be read (" + SoundFileError(nullptr) +
+                          ")");
     if (!stream_.handle())
-        Fail("not an audio file that can be read (" + SoundFileError(nullptr) + ")");
+        throw Interrupted();
     if (header_ == HeaderForm::OpenAsRf64)
         info.format = (info.format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_WAV;
     if (info.channels > kMostChannels)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/container.h"
+#include "host/failure.h"
 #include "host/pipe_input.h"
 #include "host/sample_format.h"
 #include "host/sample_source.h"
@@ -11,11 +12,17 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace tonekit::host {
+
+// libsndfile doesn't know the file's type.
+class UnknownType : public Failure {
+public:
+    using Failure::Failure;
+};
 
 // All failures are thrown as Failure, with the file's name in front.
 class AudioReader final : public SampleSource {
@@ -26,6 +33,7 @@ public:
     AudioReader(const std::filesystem::path &path, const std::string &shownName);
     // The same for a stream that can only be read on, such as standard input. There is no way back from its
     // end: Rewind throws.
+    AudioReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName);
     AudioReader(File stream, const std::string &shownName);
 
     std::string name() const override { return shownName_; }
@@ -44,7 +52,7 @@ public:
     // Coders with a memory of what came before are read through.
     bool TrySeek(uint64_t frame) override;
     // What all is read from, where that isn't a file.
-    PipeInput *pipe() override { return pipe_ && path_.empty() ? &*pipe_ : nullptr; }
+    PipeInput *pipe() override { return path_.empty() ? pipe_.get() : nullptr; }
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;
@@ -62,7 +70,7 @@ private:
 
     std::filesystem::path path_;
     std::string shownName_;
-    std::optional<PipeInput> pipe_; // also a file whose header is mended
+    std::unique_ptr<PipeInput> pipe_; // also a file whose header is mended
     SoundStream stream_;
     AudioFormat format_;
     uint64_t frames_ = 0;

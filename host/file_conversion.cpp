@@ -58,6 +58,8 @@ public:
                                                WantedContainer(), decodeHdcd);
             if (options.inPlace && source_.tagKind() == TagKind::None)
                 throw Failure("this type of file can't hold tags");
+            if (options.inPlace && !IsWritten(source_.tagKind()))
+                throw Failure("the tags of this type of file can be read, and not changed");
         } catch (const Failure &failure) {
             throw Failure(source_.name() + ": " + failure.what());
         }

@@ -119,7 +119,8 @@ std::string InfoText(const FileInfo &info)
 {
     const StreamReport &stream = info.stream;
     std::string text = TerminalText(stream.path) + "\n";
-    text += Line("Type", stream.lossy ? stream.type : stream.type + ", " + stream.encoding);
+    text += Line("Type", stream.lossy || stream.encoding.empty() ? stream.type
+                                                                 : stream.type + ", " + stream.encoding);
     text += Line("Format", FormatText(stream));
     const std::string length =
         ClockTime(stream.Seconds()) + " (" + std::to_string(stream.frames) + " frames)";

@@ -1,7 +1,6 @@
 // file_tracks.cpp: finds where tracks begin, and what they are called.
 #include "host/file_tracks.h"
 
-#include "host/audio_reader.h"
 #include "host/cue_sheet.h"
 #include "host/extras.h"
 #include "host/failure.h"
@@ -11,6 +10,7 @@
 #include "host/tag_reader.h"
 #include "host/time_text.h"
 
+#include <memory>
 #include <optional>
 
 namespace tonekit::host {
@@ -44,7 +44,7 @@ Plan FromCueSheet(const std::string &text, const fs::path &audio, const std::str
     return plan;
 }
 
-std::vector<Chapter> ChaptersIn(const AudioReader &reader, const fs::path &path)
+std::vector<Chapter> ChaptersIn(const SampleSource &reader, const fs::path &path)
 {
     const TagBlockPointer block = NewTagBlock();
     std::vector<std::string> ignored;
@@ -71,7 +71,7 @@ std::optional<fs::path> CueSheetBeside(const fs::path &path)
     return std::nullopt;
 }
 
-Plan PlanOf(const Options &options, const AudioReader &reader, const fs::path &path, const Tags &tags)
+Plan PlanOf(const Options &options, const SampleSource &reader, const fs::path &path, const Tags &tags)
 {
     const std::string name = Utf8Name(path);
     if (options.cue)
@@ -142,9 +142,9 @@ FileTrack TrackOf(const Plan &plan, size_t index, const Tags &tags)
 
 std::vector<FileTrack> TracksOfFile(const Options &options, const fs::path &path, const Tags &tags)
 {
-    const AudioReader reader(path);
-    const Plan plan = PlanOf(options, reader, path, tags);
-    CheckFits(plan, reader);
+    const std::unique_ptr<SampleSource> reader = OpenAudioFile(path, Utf8Name(path));
+    const Plan plan = PlanOf(options, *reader, path, tags);
+    CheckFits(plan, *reader);
     std::vector<FileTrack> tracks;
     for (size_t i = 0; i < plan.tracks.size(); i++)
         tracks.push_back(TrackOf(plan, i, tags));

@@ -17,8 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // Types of audio file that are read and not written.
-constexpr const char *kOtherExtensions[] = {"mp1", "mp2", "wavex", "aifc", "sph",  "nist", "voc",
-                                            "avr", "paf", "fap",   "svx",  "8svx", "pvf",  "sd2"};
+constexpr const char *kOtherExtensions[] = {
+    "mp1", "mp2", "wavex", "aifc", "sph", "nist", "voc", "avr", "paf", "fap", "svx", "8svx", "pvf", "sd2",
+    "m4a", "m4b", "wv",    "ape",  "dsf", "dff",  "tta", "tak", "mpc", "mka", "wma", "aac",  "ac3", "spx"};
 
 class Walk {
 public:

@@ -2,8 +2,11 @@
 #include "host/open_source.h"
 
 #include "host/audio_reader.h"
+#include "host/coded_type.h"
 #include "host/failure.h"
 #include "host/hdcd_stream.h"
+#include "host/libav_files.h"
+#include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/raw_reader.h"
 #include "host/recorded_source.h"
@@ -21,7 +24,23 @@ std::unique_ptr<SampleSource> OpenStandardInput(const Options &options)
         throw Failure(std::string(kStandardInput) + ": " + error.message());
     if (options.raw)
         return std::make_unique<RawReader>(std::move(stream), kStandardInput, *options.raw);
-    return std::make_unique<AudioReader>(std::move(stream), kStandardInput);
+    auto pipe = std::make_unique<PipeInput>(std::move(stream), MemoryLimit());
+    const std::string type = CodedTypeOf(*pipe);
+    if (InterruptNoted())
+        throw Interrupted();
+    if (!type.empty())
+        return OpenThroughLibav(std::move(pipe), kStandardInput);
+    return std::make_unique<AudioReader>(std::move(pipe), kStandardInput);
+}
+
+// Anything but a file has another reader's message, and none of it is read.
+std::string TypeOfFile(const std::filesystem::path &path)
+{
+    std::error_code error;
+    File file;
+    if (!std::filesystem::is_regular_file(path, error) || file.OpenToRead(path))
+        return "";
+    return CodedTypeOf(file);
 }
 
 } // namespace
@@ -44,7 +63,24 @@ std::unique_ptr<SampleSource> OpenSource(const Options &options, const std::file
         return OpenStandardInput(options);
     if (options.raw)
         return std::make_unique<RawReader>(input, *options.raw);
-    return std::make_unique<AudioReader>(input);
+    return OpenAudioFile(input, Utf8Name(input));
+}
+
+std::unique_ptr<SampleSource> OpenAudioFile(const std::filesystem::path &path, const std::string &shownName)
+{
+    if (!TypeOfFile(path).empty())
+        return OpenThroughLibav(path, shownName);
+    try {
+        return std::make_unique<AudioReader>(path, shownName);
+    } catch (const UnknownType &) {
+        if (!IsBuiltWithLibav())
+            throw;
+        try {
+            return OpenThroughLibav(path, shownName);
+        } catch (const Failure &) { // what the first reader has to say is said
+        }
+        throw;
+    }
 }
 
 } // namespace tonekit::host

@@ -26,6 +26,9 @@ std::string NameOfOutput(const std::filesystem::path &output);
 // The source, or one around it that keeps what is read for HDCD, which is looked for at the beginning.
 std::unique_ptr<SampleSource> ReadableTwice(std::unique_ptr<SampleSource> source);
 
+// Opens an audio file of any type, which messages call by another name. Throws Failure.
+std::unique_ptr<SampleSource> OpenAudioFile(const std::filesystem::path &path, const std::string &shownName);
+
 // Opens a file, or standard input for kStandardStream, as the options say. Throws Failure.
 std::unique_ptr<SampleSource> OpenSource(const Options &options, const std::filesystem::path &input);
 

@@ -3,18 +3,23 @@
 
 #include "host/failure.h"
 #include "host/memory_limit.h"
+#include "host/mp4_tags.h"
 
 #include <aifffile.h>
+#include <apefile.h>
 #include <apetag.h>
+#include <asffile.h>
 #include <id3v1tag.h>
 #include <id3v2framefactory.h>
 #include <id3v2header.h>
 #include <infotag.h>
+#include <mp4file.h>
 #include <mpegfile.h>
 #include <new>
 #include <opusfile.h>
 #include <vorbisfile.h>
 #include <wavfile.h>
+#include <wavpackfile.h>
 
 namespace tonekit::host {
 
@@ -28,6 +33,7 @@ std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
     TagLib::ID3v2::FrameFactory *const frames = TagLib::ID3v2::FrameFactory::instance();
     switch (kind) {
     case TagKind::None:
+    case TagKind::Libav:
         return nullptr;
     case TagKind::Wav:
         return std::make_unique<TagLib::RIFF::WAV::File>(&stream, kReadAudioProperties);
@@ -41,6 +47,14 @@ std::unique_ptr<TagLib::File> OpenFile(TagStream &stream, TagKind kind)
         return std::make_unique<TagLib::Ogg::Opus::File>(&stream, kReadAudioProperties);
     case TagKind::Mpeg:
         return std::make_unique<TagLib::MPEG::File>(&stream, frames, kReadAudioProperties);
+    case TagKind::Mp4:
+        return std::make_unique<TagLib::MP4::File>(&stream, kReadAudioProperties);
+    case TagKind::WavPack:
+        return std::make_unique<TagLib::WavPack::File>(&stream, kReadAudioProperties);
+    case TagKind::Ape:
+        return std::make_unique<TagLib::APE::File>(&stream, kReadAudioProperties);
+    case TagKind::Asf:
+        return std::make_unique<TagLib::ASF::File>(&stream, kReadAudioProperties);
     }
     return nullptr;
 }
@@ -105,6 +119,13 @@ void TagFile::CheckSystem(const std::string &shownName) const
 {
     if (stream_.error())
         throw Failure(shownName + ": reading the tags failed: " + stream_.error().message());
+}
+
+TagLib::PropertyMap TagFile::Properties() const
+{
+    if (kind_ == TagKind::Mp4)
+        return Mp4Properties(*static_cast<TagLib::MP4::File *>(file_.get())->tag());
+    return file_->properties();
 }
 
 TagLib::ID3v2::Tag *TagFile::id3() const

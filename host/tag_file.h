@@ -32,7 +32,7 @@ public:
     // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
     void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
-    TagLib::PropertyMap Properties() const { return file_->properties(); }
+    TagLib::PropertyMap Properties() const;
 
     // Where tags of this form live in the file; null for kinds that have another form.
     TagLib::ID3v2::Tag *id3() const;

@@ -3,6 +3,19 @@
 
 namespace tonekit::host {
 
-enum class TagKind { None, Wav, Aiff, Flac, Vorbis, Opus, Mpeg };
+// Those from Mp4 on are of files that libavformat reads; Libav is any of these that TagLib doesn't know.
+enum class TagKind { None, Wav, Aiff, Flac, Vorbis, Opus, Mpeg, Mp4, WavPack, Ape, Asf, Libav };
+
+// Whether pictures and chapters are read through libavformat.
+constexpr bool IsReadThroughLibav(TagKind kind)
+{
+    return kind >= TagKind::Mp4;
+}
+
+// Whether the program writes tags of this kind.
+constexpr bool IsWritten(TagKind kind)
+{
+    return kind != TagKind::None && !IsReadThroughLibav(kind);
+}
 
 } // namespace tonekit::host

@@ -1,6 +1,9 @@
-// tag_reader.cpp: text, pictures and chapters out of ID3v2 tags and Vorbis comments.
+// tag_reader.cpp: text, pictures and chapters out of ID3v2 tags, Vorbis comments and others.
 #include "host/tag_reader.h"
 
+#include "host/failure.h"
+#include "host/libav_files.h"
+#include "host/memory_bytes.h"
 #include "host/memory_limit.h"
 #include "host/paths.h"
 #include "host/tag_file.h"
@@ -59,16 +62,21 @@ public:
         filler_.AddChapter(number, position, title);
     }
 
-    void Picture(int type, const TagLib::String &mime, const TagLib::ByteVector &data)
+    void Picture(int type, const std::string &mime, const void *data, size_t size)
     {
         if (type == kFrontCover && !choice_.frontCover)
             return;
-        if (data.size() > pictureBytesLeft_) {
+        if (size > pictureBytesLeft_) {
             picturesLeftOut_++;
             return;
         }
-        pictureBytesLeft_ -= data.size();
-        filler_.AddPicture(type, Utf8(mime), data.data(), data.size());
+        pictureBytesLeft_ -= size;
+        filler_.AddPicture(type, mime, data, size);
+    }
+
+    void Picture(int type, const TagLib::String &mime, const TagLib::ByteVector &data)
+    {
+        Picture(type, Utf8(mime), data.data(), data.size());
     }
 
     void Tell(const std::string &name, std::vector<std::string> &warnings) const
@@ -164,7 +172,7 @@ bool IsBroken(const TagLib::ID3v2::Tag &tag)
     return tag.header() && tag.header()->tagSize() > 0 && tag.frameList().isEmpty();
 }
 
-void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &choice, TagBlock *block,
+void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
                 std::vector<std::string> &warnings)
 {
     file.CheckSystem(name);
@@ -180,20 +188,44 @@ void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &c
                                                : ": the tags are broken and are left out"));
         return;
     }
-    Intake intake(choice, block);
     AddProperties(file.Properties(), intake, warnings, name);
     if (const TagLib::ID3v2::Tag *tag = file.id3()) {
         if (IsBroken(*tag))
             warnings.push_back(name + ": the ID3 tag is broken and is left out");
         AddId3Pictures(*tag, intake);
-        if (choice.chapters)
+        if (intake.choice().chapters)
             AddId3Chapters(*tag, intake);
     }
     if (TagLib::Ogg::XiphComment *comment = file.xiph())
         AddPictures(comment->pictureList(), intake);
     if (TagLib::FLAC::File *flac = file.flac())
         AddPictures(flac->pictureList(), intake);
-    intake.Tell(name, warnings);
+}
+
+// What libavformat alone understands: chapters and pictures, and texts where TagLib doesn't know the type.
+void ReadLibavTags(ByteStream &stream, const std::string &name, bool withTexts, Intake &intake,
+                   std::vector<std::string> &warnings)
+{
+    LibavTags tags;
+    try {
+        tags = TagsThroughLibav(stream);
+    } catch (const Failure &failure) {
+        warnings.push_back(name + ": chapters and pictures are left out: " + failure.what());
+        return;
+    } catch (const std::system_error &error) {
+        throw Failure(name + ": reading the tags failed: " + error.code().message());
+    }
+    for (const auto &[key, value] : tags.texts) {
+        if (withTexts && intake.choice().text(key))
+            intake.Text(key, value);
+    }
+    for (const Picture &picture : tags.pictures)
+        intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+    uint32_t number = 0;
+    for (const Chapter &chapter : tags.chapters) {
+        if (intake.choice().chapters)
+            intake.Chapter(++number, chapter.position, chapter.name);
+    }
 }
 
 } // namespace
@@ -201,15 +233,34 @@ void ReadTagsOf(const TagFile &file, const std::string &name, const TagChoice &c
 void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &choice, TagBlock *block,
               std::vector<std::string> &warnings)
 {
-    if (kind != TagKind::None)
-        ReadTagsOf(TagFile(path, kind, TagStream::Access::Read), Utf8Name(path), choice, block, warnings);
+    if (kind == TagKind::None)
+        return;
+    const std::string name = Utf8Name(path);
+    Intake intake(choice, block);
+    if (kind != TagKind::Libav)
+        ReadTagsOf(TagFile(path, kind, TagStream::Access::Read), name, intake, warnings);
+    if (IsReadThroughLibav(kind)) {
+        File file;
+        if (const std::error_code error = file.OpenToRead(path))
+            throw Failure(name + ": " + error.message());
+        ReadLibavTags(file, name, kind == TagKind::Libav, intake, warnings);
+    }
+    intake.Tell(name, warnings);
 }
 
 void ReadTags(std::span<const unsigned char> beginning, const std::string &name, TagKind kind,
               const TagChoice &choice, TagBlock *block, std::vector<std::string> &warnings)
 {
-    if (kind != TagKind::None)
-        ReadTagsOf(TagFile(beginning, kind), name, choice, block, warnings);
+    if (kind == TagKind::None)
+        return;
+    Intake intake(choice, block);
+    if (kind != TagKind::Libav)
+        ReadTagsOf(TagFile(beginning, kind), name, intake, warnings);
+    if (IsReadThroughLibav(kind)) {
+        MemoryBytes stream(beginning);
+        ReadLibavTags(stream, name, kind == TagKind::Libav, intake, warnings);
+    }
+    intake.Tell(name, warnings);
 }
 
 } // namespace tonekit::host

@@ -1,0 +1,379 @@
+// libav_reader_test.cpp: files through libavformat against the sound that went in.
+#include "host/failure.h"
+#include "host/libav_files.h"
+#include "host/open_source.h"
+#include "tests/host/coded_files.h"
+#include "tests/host/run_program.h"
+#include "tests/host/temporary_folder.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <random>
+#include <tonekit/frame.h>
+
+namespace tonekit::host {
+namespace {
+
+using test::Coding;
+using test::CutOff;
+using test::Noise;
+using test::Outcome;
+using test::ReadSound;
+using test::ReadText;
+using test::RunHost;
+using test::RunHostOnPipes;
+using test::Sound;
+using test::TemporaryFolder;
+using test::Tone;
+using test::WriteCoded;
+using test::WriteText;
+
+constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int kWav24 = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
+
+// All samples as the file has them.
+std::string SamplesOf(SampleSource &source, uint32_t blockFrames = 1000)
+{
+    const size_t frameBytes = source.format().FrameBytes();
+    std::string samples;
+    std::string block(blockFrames * frameBytes, '\0');
+    while (const uint32_t frames = source.Read(block.data(), blockFrames))
+        samples.append(block, 0, frames * frameBytes);
+    return samples;
+}
+
+std::string SamplesOf(const std::string &name)
+{
+    return SamplesOf(*OpenAudioFile(name, name));
+}
+
+// The upper bytes of 32-bit samples, the lowest first.
+std::string Packed(const Sound &sound, int bytes)
+{
+    std::string packed;
+    for (const int32_t sample : sound.samples) {
+        for (int i = 4 - bytes; i < 4; i++)
+            packed += static_cast<char>(static_cast<uint32_t>(sample) >> 8 * i);
+    }
+    return packed;
+}
+
+std::vector<float> Floats(const std::string &samples)
+{
+    std::vector<float> values(samples.size() / sizeof(float));
+    std::memcpy(values.data(), samples.data(), values.size() * sizeof(float));
+    return values;
+}
+
+struct Form {
+    const char *format;
+    const char *coder;
+    const char *type;
+    int bits;
+    int channels;
+
+    friend void PrintTo(const Form &form, std::ostream *out)
+    {
+        *out << form.coder << " in " << form.format << ", " << form.bits << " bits, " << form.channels
+             << " channels";
+    }
+};
+
+class ExactCoders : public testing::TestWithParam<Form> {
+protected:
+    void SetUp() override
+    {
+        const Form &form = GetParam();
+        sound = Noise(form.bits == 16 ? kWav16 : kWav24, 44100, form.channels, 20001);
+        WriteCoded(name, sound, {form.format, form.coder, form.bits});
+    }
+
+    TemporaryFolder folder;
+    std::string name = folder / "in";
+    Sound sound;
+};
+
+TEST_P(ExactCoders, GiveEverySampleInItsPlace)
+{
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(name, "in");
+    EXPECT_EQ(source->format().channels, static_cast<uint32_t>(GetParam().channels));
+    EXPECT_EQ(source->format().rate, 44100U);
+    EXPECT_EQ(BitsOf(source->format().sample), static_cast<uint32_t>(GetParam().bits));
+    EXPECT_EQ(source->type(), GetParam().type);
+    EXPECT_FALSE(source->lossy());
+    const std::string samples = SamplesOf(*source);
+    EXPECT_TRUE(samples == Packed(sound, GetParam().bits / 8));
+    source->Rewind();
+    EXPECT_TRUE(SamplesOf(*source, 77) == samples);
+}
+
+TEST_P(ExactCoders, BecomeTheSameWavFile)
+{
+    EXPECT_EQ(RunHost({"-q", name, folder / "out.wav"}).err, "");
+    EXPECT_TRUE(ReadSound(folder / "out.wav").samples == sound.samples);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, ExactCoders,
+    testing::Values(Form{"ipod", "alac", "M4A", 16, 2}, Form{"ipod", "alac", "M4A", 24, 1},
+                    Form{"ipod", "alac", "M4A", 16, 6}, Form{"wv", "wavpack", "WavPack", 16, 1},
+                    Form{"wv", "wavpack", "WavPack", 24, 6}, Form{"tta", "tta", "TTA", 24, 2},
+                    Form{"matroska", "flac", "Matroska", 16, 2}, Form{"caf", "alac", "CAF", 16, 2}));
+
+class LibavReader : public testing::Test {
+protected:
+    TemporaryFolder folder;
+};
+
+// The difference of what went in and what came out, in dB below what went in.
+double NoiseBelow(const Sound &sound, const std::vector<float> &out)
+{
+    double signal = 0;
+    double noise = 0;
+    for (size_t i = 0; i < sound.samples.size(); i++) {
+        const double in = sound.samples[i] * 0x1p-31;
+        signal += in * in;
+        noise += (in - static_cast<double>(out[i])) * (in - static_cast<double>(out[i]));
+    }
+    return 10 * std::log10(signal / noise);
+}
+
+TEST_F(LibavReader, LeavesOutWhatTheCoderOfAacAdds)
+{
+    const Sound sound = Tone(kWav16, 44100, 2, 30001, 1000);
+    WriteCoded(folder / "a.m4a", sound, {"ipod", "aac", 0});
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "a.m4a", "a");
+    EXPECT_EQ(source->frames(), 30001U);
+    EXPECT_TRUE(source->lossy());
+    EXPECT_EQ(source->type(), "M4A (AAC)");
+    const std::vector<float> samples = Floats(SamplesOf(*source));
+    ASSERT_EQ(samples.size(), 2 * 30001U);
+    EXPECT_GT(NoiseBelow(sound, samples), 25);
+}
+
+TEST_F(LibavReader, BelievesTheLengthThatSomeEncodersLeaveInATag)
+{
+    WriteCoded(folder / "a.m4a", Tone(kWav16, 44100, 2, 30001, 1000),
+               {"ipod", "alac", 16, {{"title", "Tune"}}});
+    std::string file = ReadText(folder / "a.m4a");
+    const auto big = [](size_t size) {
+        return std::string{'\0', '\0', static_cast<char>(size >> 8), static_cast<char>(size & 0xFF)};
+    };
+    const auto box = [&](const std::string &name, const std::string &content) {
+        return big(content.size() + 8) + name + content;
+    };
+    const std::string zero(4, '\0');
+    const std::string tag =
+        box("----", box("mean", zero + "com.apple.iTunes") + box("name", zero + "iTunSMPB") +
+                        box("data", std::string("\0\0\0\1", 4) + zero +
+                                        " 00000000 00000000 00000000 0000000000001000"));
+    const size_t list = file.find("ilst") - 4;
+    file.insert(list + 8, tag);
+    for (const char *outer : {"moov", "udta", "meta", "ilst"}) {
+        const size_t place = file.find(outer) - 4;
+        size_t size = tag.size();
+        for (size_t i = 0; i < 4; i++)
+            size += static_cast<size_t>(static_cast<unsigned char>(file[place + i])) << (24 - 8 * i);
+        for (size_t i = 0; i < 4; i++)
+            file[place + i] = static_cast<char>(size >> (24 - 8 * i));
+    }
+    WriteText(folder / "b.m4a", file);
+    EXPECT_EQ(OpenAudioFile(folder / "a.m4a", "a")->frames(), 30001U);
+    EXPECT_EQ(OpenAudioFile(folder / "b.m4a", "b")->frames(), 4096U);
+    EXPECT_EQ(SamplesOf(folder / "b.m4a").size(), 4096U * 4);
+    EXPECT_EQ(RunHost({"--info", folder / "b.m4a"}).out.find("ITUNSMPB"), std::string::npos);
+}
+
+TEST_F(LibavReader, HasTheChannelsOfAacInTheConvertersOrder)
+{
+    constexpr double kLevels[] = {0.9, 0.5, 0.3, 0.2, 0.1, 0.05};
+    Sound sound = Tone(kWav16, 48000, 6, 24000, 100, 1);
+    for (size_t i = 0; i < sound.samples.size(); i++)
+        sound.samples[i] = static_cast<int32_t>(sound.samples[i] * kLevels[i % 6]);
+    WriteCoded(folder / "a.m4a", sound, {"ipod", "aac", 0});
+    const std::vector<float> samples = Floats(SamplesOf(folder / "a.m4a"));
+    ASSERT_EQ(samples.size(), sound.samples.size());
+    for (size_t c = 0; c < 6; c++) {
+        double power = 0; // of the middle half, a whole number of periods
+        for (size_t i = 6 * 6000 + c; i < 6 * 18000; i += 6)
+            power += static_cast<double>(samples[i]) * static_cast<double>(samples[i]) / 12000;
+        EXPECT_NEAR(std::sqrt(2 * power), kLevels[c], kLevels[c] / 10) << c;
+    }
+}
+
+std::string TinyJpeg()
+{
+    return std::string("\xFF\xD8\xFF\xC0\x00\x0B\x08\x00\x10\x00\x10\x01\x01\x11\x00\xFF\xD9", 17);
+}
+
+TEST_F(LibavReader, FindsTagsChaptersAndPictures)
+{
+    Coding coding{"ipod", "alac", 16};
+    coding.tags = {{"title", "Tune"}, {"album_artist", "Band"}, {"track", "3/9"}};
+    coding.chapters = {{0, "First"}, {250, "Second"}};
+    coding.picture = TinyJpeg();
+    WriteCoded(folder / "a.m4a", Noise(kWav16, 44100, 2, 20001), coding);
+    EXPECT_EQ(RunHost({"-q", folder / "a.m4a", folder / "a.flac"}).err, "");
+    for (const char *name : {"a.m4a", "a.flac"}) {
+        const std::string info = RunHost({"--info", folder / name}).out;
+        for (const char *text : {"TITLE       Tune\n", "ALBUMARTIST Band\n", "TRACKNUMBER 3/9\n", "First\n",
+                                 "Second\n", "0:00.250", "image/jpeg"})
+            EXPECT_NE(info.find(text), std::string::npos) << name << ": " << text << "\n" << info;
+    }
+    EXPECT_EQ(RunHost({"--extract-cover", folder / "c.jpg", folder / "a.m4a"}).status, 0);
+    EXPECT_EQ(ReadText(folder / "c.jpg"), TinyJpeg());
+}
+
+TEST_F(LibavReader, FindsTagsOfTypesThatTagLibDoesNotKnow)
+{
+    Coding coding{"matroska", "flac", 16};
+    coding.tags = {{"title", "Tune"}, {"replaygain_track_gain", "-3.00 dB"}};
+    coding.chapters = {{0, "First"}, {250, "Second"}};
+    WriteCoded(folder / "a.mka", Noise(kWav16, 44100, 2, 20001), coding);
+    const std::string info = RunHost({"--info", folder / "a.mka"}).out;
+    for (const char *text : {"TITLE", "Tune\n", "REPLAYGAIN_TRACK_GAIN", "-3.00 dB\n", "First\n", "Second\n"})
+        EXPECT_NE(info.find(text), std::string::npos) << text << "\n" << info;
+}
+
+TEST_F(LibavReader, ReadsWhatComesOutOfAPipe)
+{
+    const Sound sound = Noise(kWav16, 44100, 2, 20001);
+    const char *const types[][2] = {{"ipod", "alac"}, {"wv", "wavpack"}};
+    for (const auto &type : types) {
+        WriteCoded(folder / "in", sound, {type[0], type[1], 16});
+        const Outcome outcome = RunHostOnPipes(ReadText(folder / "in"), {"-q", "-", folder / "out.wav"});
+        EXPECT_EQ(outcome.err, "") << type[0];
+        EXPECT_TRUE(ReadSound(folder / "out.wav").samples == sound.samples) << type[0];
+    }
+}
+
+// The samples of a file; none if it is refused.
+std::optional<std::string> SamplesIfAny(const std::string &name)
+{
+    try {
+        return SamplesOf(name);
+    } catch (const Failure &) {
+        return std::nullopt;
+    }
+}
+
+TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
+{
+    const char *const types[][2] = {
+        {"ipod", "alac"}, {"wv", "wavpack"}, {"matroska", "flac"}, {"tta", "tta"}};
+    for (const auto &type : types) {
+        WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 9000), {type[0], type[1], 16});
+        const std::string whole = ReadText(folder / "in");
+        const std::string samples = SamplesOf(folder / "in");
+        for (size_t kept = whole.size() - 1; kept > 0; kept -= std::min<size_t>(kept, 1 + kept / 40)) {
+            WriteText(folder / "cut", whole.substr(0, kept));
+            const std::optional<std::string> left = SamplesIfAny(folder / "cut");
+            EXPECT_TRUE(!left || *left == samples) << type[0] << " of " << kept << " bytes";
+        }
+    }
+}
+
+TEST_F(LibavReader, NoticesWrongBitsInExactCoders)
+{
+    WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 9000), {"wv", "wavpack", 16});
+    std::string bytes = ReadText(folder / "in");
+    bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 4);
+    WriteText(folder / "in", bytes);
+    const Outcome outcome = RunHost({folder / "in", folder / "out.wav"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("in: the audio is damaged"), std::string::npos) << outcome.err;
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+}
+
+TEST_F(LibavReader, SurvivesBytesThatAreWrong)
+{
+    const char *const types[][2] = {
+        {"ipod", "alac"}, {"ipod", "aac"}, {"wv", "wavpack"}, {"matroska", "flac"}, {"adts", "aac"}};
+    std::mt19937 random(7);
+    for (const auto &type : types) {
+        WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 5000),
+                   {type[0], type[1], type[1][1] == 'a' ? 0 : 16});
+        const std::string whole = ReadText(folder / "in");
+        for (int i = 0; i < 40; i++) {
+            std::string bytes = whole;
+            for (uint32_t wrong = random() % 8 + 1; wrong > 0; wrong--) {
+                const size_t place = i % 2 ? random() % bytes.size() : random() % 400;
+                bytes[place] = static_cast<char>(random());
+            }
+            WriteText(folder / "wrong", bytes);
+            SamplesIfAny(folder / "wrong");
+        }
+    }
+}
+
+TEST_F(LibavReader, LeadsToNoOtherFile)
+{
+    WriteCoded(folder / "in.m4a", Noise(kWav16, 44100, 2, 5000), {"ipod", "alac", 16});
+    const std::string list = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + (folder / "in.m4a") + "\n";
+    WriteText(folder / "list.m3u8", list);
+    WriteText(folder / "list.ffconcat", "ffconcat version 1.0\nfile in.m4a\n");
+    for (const char *name : {"list.m3u8", "list.ffconcat"}) {
+        const Outcome outcome = RunHost({"--info", folder / name});
+        EXPECT_EQ(outcome.status, 1) << name;
+        EXPECT_NE(outcome.err.find("not an audio file that can be read"), std::string::npos) << outcome.err;
+    }
+}
+
+std::string Little(uint64_t number, int bytes)
+{
+    std::string text;
+    for (int i = 0; i < bytes; i++)
+        text += static_cast<char>(number >> 8 * i);
+    return text;
+}
+
+// A DSF file of two channels at 2.8 MHz, all of whose bits of a channel are alike.
+std::string Dsf(char left, char right, size_t blocks)
+{
+    constexpr size_t kBlock = 4096;
+    std::string audio;
+    for (size_t i = 0; i < blocks; i++)
+        audio += std::string(kBlock, left) + std::string(kBlock, right);
+    return "DSD " + Little(28, 8) + Little(92 + audio.size(), 8) + Little(0, 8) + "fmt " + Little(52, 8) +
+           Little(1, 4) + Little(0, 4) + Little(2, 4) + Little(2, 4) + Little(2822400, 4) + Little(1, 4) +
+           Little(blocks * kBlock * 8, 8) + Little(kBlock, 4) + Little(0, 4) + "data" +
+           Little(12 + audio.size(), 8) + audio;
+}
+
+TEST_F(LibavReader, MakesPcmOfDsdWithTheGainThatIsSet)
+{
+    WriteText(folder / "a.dsf", Dsf('\xFF', '\x00', 3));
+    const std::pair<uint32_t, double> gains[] = {{6, 1.99526}, {0, 1.0}};
+    for (const auto &gain : gains) {
+        SetDSDPCMGain(gain.first);
+        const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "a.dsf", "a");
+        EXPECT_EQ(source->type(), "DSF");
+        EXPECT_EQ(source->format().rate, 352800U);
+        EXPECT_EQ(source->format().sample, SampleFormat::Float32);
+        EXPECT_EQ(source->frames(), 3 * 4096U);
+        EXPECT_FALSE(source->lossy());
+        const std::vector<float> samples = Floats(SamplesOf(*source));
+        ASSERT_EQ(samples.size(), 2 * 3 * 4096U);
+        EXPECT_NEAR(samples[4096], gain.second, 1e-4);
+        EXPECT_NEAR(samples[4097], -gain.second, 1e-4);
+    }
+    SetDSDPCMGain(6);
+    CutOff(folder / "a.dsf", 20000);
+    EXPECT_NE(RunHost({"--info", folder / "a.dsf"}).err.find("the file is cut off"), std::string::npos);
+}
+
+TEST_F(LibavReader, ChangesNoTagsInPlace)
+{
+    WriteCoded(folder / "a.wv", Noise(kWav16, 44100, 2, 5000), {"wv", "wavpack", 16});
+    const std::string before = ReadText(folder / "a.wv");
+    const Outcome outcome = RunHost({"--in-place", "--set", "TITLE=New", folder / "a.wv"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("can be read, and not changed"), std::string::npos) << outcome.err;
+    EXPECT_EQ(ReadText(folder / "a.wv"), before);
+}
+
+} // namespace
+} // namespace tonekit::host
