@@ -2,8 +2,8 @@
 #include "frame/tier.h"
 
 #include "convert/alignment.h"
-#include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
+#include "frame/packed_samples.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -4,8 +4,8 @@
 #include <immintrin.h>
 
 #include "convert/alignment.h"
-#include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
+#include "frame/packed_samples.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -3,8 +3,8 @@
 
 #include "convert/alignment.h"
 #include "convert/lanes.h"
-#include "convert/packed_samples.h"
 #include "convert/sample_formats.h"
+#include "frame/packed_samples.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -2,6 +2,7 @@
 // stream.
 #include "hdcd/analyze.h"
 
+#include "frame/packed_samples.h"
 #include "hdcd/gain_ramp.h"
 #include "hdcd/hdcd_tables.h"
 
@@ -72,23 +73,27 @@ extern "C" int32_t hdcd_tone(uint32_t *tone_index, uint32_t sample_rate)
     return tone.table[*tone_index * tone.step];
 }
 
-void PrepareAnalysis(HdcdChannelState *channel, HdcdSample *samples, int32_t count, int32_t stride)
+void PrepareAnalysis(HdcdChannelState *channel, int32_t *samples, int32_t count, int32_t stride)
 {
-    for (int32_t i = 0; i < count; ++i, samples += stride) {
-        const bool peak = *samples >= kPeakLevel || *samples <= -kPeakLevel;
+    auto *packed = reinterpret_cast<PackedInt32 *>(samples);
+    for (int32_t i = 0; i < count; ++i, packed += stride) {
+        const int32_t sample = packed->value;
+        const bool peak = sample >= kPeakLevel || sample <= -kPeakLevel;
         const int32_t tone = hdcd_tone(&channel->tone_index, channel->sample_rate);
-        *samples = (tone & ~3) | (*samples & 1) | (peak ? 2 : 0);
+        packed->value = (tone & ~3) | (sample & 1) | (peak ? 2 : 0);
     }
 }
 
-extern "C" int32_t hdcd_analyze(HdcdSample *samples, int32_t count, int32_t stride, int32_t gain,
+extern "C" int32_t hdcd_analyze(int32_t *samples, int32_t count, int32_t stride, int32_t gain,
                                 int32_t target_gain, int32_t extend, uint32_t mode, uint32_t cdt_active,
                                 int32_t tg_mismatch)
 {
     const bool marked = (mode == kShowMismatch && tg_mismatch > 0) || (mode == kShowTimer && cdt_active != 0);
     const GainRamp ramp = RampTowards(gain, target_gain, count);
+    auto *packed = reinterpret_cast<PackedInt32 *>(samples);
     for (int32_t i = 0; i < count; ++i) {
-        HdcdSample &sample = samples[static_cast<ptrdiff_t>(i) * stride];
+        PackedInt32 &at = packed[static_cast<ptrdiff_t>(i) * stride];
+        int32_t sample = at.value;
         if (mode == kShowPeaks)
             sample = ShowPeak(sample, extend != 0);
         else if (marked)
@@ -97,6 +102,7 @@ extern "C" int32_t hdcd_analyze(HdcdSample *samples, int32_t count, int32_t stri
             sample = Shifted(sample);
         if (mode == kShowGain)
             sample = ShowGain(sample, i < ramp.samples ? gain + (i + 1) * ramp.step : ramp.reached);
+        at.value = sample;
     }
     return ramp.reached;
 }

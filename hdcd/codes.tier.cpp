@@ -5,6 +5,7 @@
 // channel awaits a code, all that a look can do is to set the distance to the next one, unless it finds a
 // packet prefix. So stereo audio is hunted through in steps of 32 frames, by the distances of the looks
 // alone, up to the step that holds a prefix; that one is read look by look.
+#include "frame/packed_samples.h"
 #include "frame/tier.h"
 
 #include "hdcd/entries.h"
@@ -103,18 +104,19 @@ bool Look(HdcdChannelState *channel)
 struct CodeScan {
     HdcdChannelState *states;
     int32_t channels;
-    const HdcdSample *samples; // of the next frame
+    const int32_t *samples; // of the next frame
     int32_t stride;
     int32_t consumed;
     bool accepted; // a valid code has ended it
 };
 
 // The bits 0 of one channel's next frames, 32 at most, the oldest on top.
-uint64_t CollectLsbs(const HdcdSample *samples, int32_t frames, int32_t stride)
+uint64_t CollectLsbs(const int32_t *samples, int32_t frames, int32_t stride)
 {
+    const auto *packed = reinterpret_cast<const PackedInt32 *>(samples);
     uint64_t bits = 0;
-    for (int32_t i = 0; i < frames; ++i, samples += stride)
-        bits = bits << 1 | (static_cast<uint32_t>(*samples) & 1);
+    for (int32_t i = 0; i < frames; ++i, packed += stride)
+        bits = bits << 1 | (static_cast<uint32_t>(packed->value) & 1);
     return bits;
 }
 
@@ -175,7 +177,7 @@ __m128i Scrambled(__m128i bits)
 
 // Takes both channels through as many whole steps of 32 frames as hold no prefix. Returns the frames. Both
 // channels must be without a code due.
-int32_t HuntStereo(HdcdChannelState *states, const HdcdSample *samples, int32_t frames)
+int32_t HuntStereo(HdcdChannelState *states, const int32_t *samples, int32_t frames)
 {
     // A lane for each channel: its last 64 bits, and the view of these, of which the upper 41 bits are right.
     __m128i bits = _mm_set_epi64x(static_cast<long long>(ReverseBits(states[1].window)),
@@ -248,7 +250,7 @@ int32_t ChargeTimer(HdcdChannelState *channel, int32_t max)
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_find_codes, int32_t,
-                      (HdcdChannelState * states, int32_t channels, const HdcdSample *samples, int32_t max,
+                      (HdcdChannelState * states, int32_t channels, const int32_t *samples, int32_t max,
                        int32_t stride))
 {
     if (max <= 0)

@@ -64,7 +64,7 @@ extern "C" void hdcd_reset(HdcdDecoder *decoder)
         Configure(decoder, 44100, 16);
 }
 
-extern "C" void hdcd_process(HdcdDecoder *decoder, HdcdSample *samples, int32_t frames)
+extern "C" void hdcd_process(HdcdDecoder *decoder, int32_t *samples, int32_t frames)
 {
     if (!decoder)
         return;

@@ -1,4 +1,5 @@
 // gain.tier.cpp: scales samples, extends peaks and applies the gain ramp.
+#include "frame/packed_samples.h"
 #include "frame/tier.h"
 
 #include "hdcd/entries.h"
@@ -15,6 +16,11 @@
 namespace tonekit::TONEKIT_TIER {
 
 namespace {
+
+PackedInt32 *Packed(int32_t *samples)
+{
+    return reinterpret_cast<PackedInt32 *>(samples);
+}
 
 int32_t ShiftUp(int32_t sample, int shift)
 {
@@ -40,40 +46,40 @@ int32_t Attenuate(int32_t sample, int32_t gain)
     return static_cast<int32_t>(int64_t{sample} * HdcdGainTable32[gain] >> 23);
 }
 
-void Scale(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t bits, bool extend)
+void Scale(PackedInt32 *samples, int32_t count, ptrdiff_t stride, int32_t bits, bool extend)
 {
     const int shift = 31 - bits;
     const int32_t level = HdcdPeakLevel(bits);
     for (int32_t i = 0; i < count; ++i, samples += stride)
-        *samples = extend ? ExtendPeak(*samples, level, shift) : ShiftUp(*samples, shift);
+        samples->value = extend ? ExtendPeak(samples->value, level, shift) : ShiftUp(samples->value, shift);
 }
 
 // Applies the ramp and sets the gain that it reaches. Returns the samples that it takes.
-int32_t Ramp(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t *gain, int32_t target)
+int32_t Ramp(PackedInt32 *samples, int32_t count, ptrdiff_t stride, int32_t *gain, int32_t target)
 {
     const GainRamp ramp = RampTowards(*gain, target, count);
     int32_t step = *gain;
     for (int32_t i = 0; i < ramp.samples; ++i, samples += stride) {
         step += ramp.step;
-        *samples = Attenuate(*samples, step);
+        samples->value = Attenuate(samples->value, step);
     }
     *gain = ramp.reached;
     return ramp.samples;
 }
 
-void Hold(HdcdSample *samples, int32_t count, ptrdiff_t stride, int32_t gain)
+void Hold(PackedInt32 *samples, int32_t count, ptrdiff_t stride, int32_t gain)
 {
     if (gain == 0)
         return;
     for (int32_t i = 0; i < count; ++i, samples += stride)
-        *samples = Attenuate(*samples, gain);
+        samples->value = Attenuate(samples->value, gain);
 }
 
 // Below: both channels at once, four samples to a vector.
 
 // The shift as a template parameter: a shift by a count in a register costs twice as much.
 template <int Shift>
-void ScaleFlat(HdcdSample *samples, size_t count)
+void ScaleFlat(PackedInt32 *samples, size_t count)
 {
     size_t i = 0;
 #ifdef __AVX2__
@@ -92,10 +98,10 @@ void ScaleFlat(HdcdSample *samples, size_t count)
     }
 #endif
     for (; i < count; ++i)
-        samples[i] = ShiftUp(samples[i], Shift);
+        samples[i].value = ShiftUp(samples[i].value, Shift);
 }
 
-void ScaleUp(HdcdSample *samples, size_t count, int32_t bits)
+void ScaleUp(PackedInt32 *samples, size_t count, int32_t bits)
 {
     switch (bits) {
     case 16:
@@ -125,7 +131,7 @@ __m128i ExtendPeaks(__m128i values, __m128i above)
 }
 
 // Peaks are rare: where two frames have none, the table is left alone.
-void ScaleWithPeaks(HdcdSample *samples, int32_t frames, int32_t bits, const int32_t *extend)
+void ScaleWithPeaks(int32_t *samples, int32_t frames, int32_t bits, const int32_t *extend)
 {
     const int32_t level = HdcdPeakLevel(bits);
     const int shift = 31 - bits;
@@ -148,17 +154,19 @@ void ScaleWithPeaks(HdcdSample *samples, int32_t frames, int32_t bits, const int
         _mm_storeu_si128(at, scaled);
     }
     if (frames == 1)
-        for (int i = 0; i < 2; ++i)
-            samples[i] = extend[i] != 0 ? ExtendPeak(samples[i], level, shift) : ShiftUp(samples[i], shift);
+        for (int i = 0; i < 2; ++i) {
+            PackedInt32 &rest = Packed(samples)[i];
+            rest.value = extend[i] != 0 ? ExtendPeak(rest.value, level, shift) : ShiftUp(rest.value, shift);
+        }
 }
 
-void ScaleLinked(HdcdSample *samples, int32_t frames, const LinkedGain &gain)
+void ScaleLinked(int32_t *samples, int32_t frames, const LinkedGain &gain)
 {
     if (gain.bits[0] != gain.bits[1]) {
         for (int i = 0; i < 2; ++i)
-            Scale(samples + i, frames, 2, gain.bits[i], gain.extend[i] != 0);
+            Scale(Packed(samples + i), frames, 2, gain.bits[i], gain.extend[i] != 0);
     } else if (gain.extend[0] == 0 && gain.extend[1] == 0) {
-        ScaleUp(samples, 2 * static_cast<size_t>(frames), gain.bits[0]);
+        ScaleUp(Packed(samples), 2 * static_cast<size_t>(frames), gain.bits[0]);
     } else {
         ScaleWithPeaks(samples, frames, gain.bits[0], gain.extend);
     }
@@ -166,7 +174,7 @@ void ScaleLinked(HdcdSample *samples, int32_t frames, const LinkedGain &gain)
 
 // Holds both channels at the gain that they share. The signed product of a sample and a factor is that of the
 // sample raised by 2^31, which is not negative, less 2^31 times the factor; bits 23 to 54 of it are kept.
-void HoldLinked(HdcdSample *samples, int32_t frames, int32_t gain)
+void HoldLinked(int32_t *samples, int32_t frames, int32_t gain)
 {
     if (gain == 0)
         return;
@@ -182,31 +190,32 @@ void HoldLinked(HdcdSample *samples, int32_t frames, int32_t gain)
         _mm_storeu_si128(at, _mm_or_si128(_mm_and_si128(_mm_srli_epi64(left, 23), lowHalves),
                                           _mm_andnot_si128(lowHalves, _mm_slli_epi64(right, 9))));
     }
-    Hold(samples, 2 * frames, 1, gain);
+    Hold(Packed(samples), 2 * frames, 1, gain);
 }
 
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_envelope, int32_t,
-                      (HdcdSample * samples, int32_t count, int32_t stride, int32_t bits, int32_t gain,
+                      (int32_t * samples, int32_t count, int32_t stride, int32_t bits, int32_t gain,
                        int32_t target_gain, int32_t extend))
 {
-    Scale(samples, count, stride, bits, extend != 0);
-    const int32_t ramped = Ramp(samples, count, stride, &gain, target_gain);
-    Hold(samples + static_cast<ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
+    PackedInt32 *packed = Packed(samples);
+    Scale(packed, count, stride, bits, extend != 0);
+    const int32_t ramped = Ramp(packed, count, stride, &gain, target_gain);
+    Hold(packed + static_cast<ptrdiff_t>(ramped) * stride, count - ramped, stride, gain);
     return gain;
 }
 
-TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (HdcdSample * samples, int32_t frames, LinkedGain *gain))
+TONEKIT_INTERNAL_BODY(EnvelopeLinked, void, (int32_t * samples, int32_t frames, LinkedGain *gain))
 {
     ScaleLinked(samples, frames, *gain);
     int32_t ramped[2];
     for (int i = 0; i < 2; ++i)
-        ramped[i] = Ramp(samples + i, frames, 2, &gain->gain[i], gain->target);
+        ramped[i] = Ramp(Packed(samples + i), frames, 2, &gain->gain[i], gain->target);
     // The channel whose ramp was shorter holds alone until the other one has caught up.
     const int32_t both = ramped[0] > ramped[1] ? ramped[0] : ramped[1];
     for (int i = 0; i < 2; ++i)
-        Hold(samples + i + 2 * static_cast<ptrdiff_t>(ramped[i]), both - ramped[i], 2, gain->gain[i]);
+        Hold(Packed(samples + i + 2 * static_cast<ptrdiff_t>(ramped[i])), both - ramped[i], 2, gain->gain[i]);
     // Both have reached the target, unless no frame is left.
     HoldLinked(samples + 2 * static_cast<ptrdiff_t>(both), frames - both, gain->target);
 }

@@ -8,10 +8,6 @@
 
 namespace tonekit {
 
-// Samples of a caller's block, which may be at any address.
-using HdcdSample = int32_t __attribute__((aligned(1)));
-using HdcdSample16 = int16_t __attribute__((aligned(1)));
-
 // The first word of each record is its kind; hdcd_set_log and hdcd_set_analyze_mode go by it.
 enum HdcdRecordKind : uint32_t {
     kHdcdChannelRecord = 1,

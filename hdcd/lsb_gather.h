@@ -21,7 +21,7 @@ constexpr int32_t kGatherFrames = 32;
 // Four frames' bits 0, moved to byte `byte` of each 32-bit lane: a load that begins that many bytes early
 // does the shifting. Only vectors that lie after others are loaded early, so nothing before the frames is
 // read.
-[[gnu::always_inline]] inline __m256i LsbsInByte(const HdcdSample *samples, int vector, int byte)
+[[gnu::always_inline]] inline __m256i LsbsInByte(const int32_t *samples, int vector, int byte)
 {
     const char *from = reinterpret_cast<const char *>(samples) + 32 * vector - byte;
     return _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(from)),
@@ -29,7 +29,7 @@ constexpr int32_t kGatherFrames = 32;
 }
 
 // Vectors k, k + 2, k + 4 and k + 6: frames 8b + 4k and on give byte b.
-[[gnu::always_inline]] inline __m256i LsbsOfFour(const HdcdSample *samples, int k)
+[[gnu::always_inline]] inline __m256i LsbsOfFour(const int32_t *samples, int k)
 {
     return _mm256_or_si256(_mm256_or_si256(LsbsInByte(samples, k, 0), LsbsInByte(samples, k + 2, 1)),
                            _mm256_or_si256(LsbsInByte(samples, k + 4, 2), LsbsInByte(samples, k + 6, 3)));
@@ -39,7 +39,7 @@ constexpr int32_t kGatherFrames = 32;
 
 // Two frames' bits 0, moved to byte `byte` of each 32-bit lane: a load that begins that many bytes early does
 // the shifting. Only vectors that lie after others are loaded early, so nothing before the frames is read.
-[[gnu::always_inline]] inline __m128i LsbsInByte(const HdcdSample *samples, int vector, int byte)
+[[gnu::always_inline]] inline __m128i LsbsInByte(const int32_t *samples, int vector, int byte)
 {
     const char *from = reinterpret_cast<const char *>(samples) + 16 * vector - byte;
     return _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(from)),
@@ -47,7 +47,7 @@ constexpr int32_t kGatherFrames = 32;
 }
 
 // Vectors k, k + 4, k + 8 and k + 12: frames 8b + 2k and on give byte b.
-[[gnu::always_inline]] inline __m128i LsbsOfFour(const HdcdSample *samples, int k)
+[[gnu::always_inline]] inline __m128i LsbsOfFour(const int32_t *samples, int k)
 {
     return _mm_or_si128(_mm_or_si128(LsbsInByte(samples, k, 0), LsbsInByte(samples, k + 4, 1)),
                         _mm_or_si128(LsbsInByte(samples, k + 8, 2), LsbsInByte(samples, k + 12, 3)));
@@ -57,7 +57,7 @@ constexpr int32_t kGatherFrames = 32;
 
 // Lane 0: the left channel's bits of 32 frames, the oldest in bit 0. Lane 1: the right channel's. It equals
 //     for (i = 0; i < 32; ++i) { left |= (samples[2 * i] & 1) << i; right |= (samples[2 * i + 1] & 1) << i; }
-[[gnu::always_inline]] inline __m128i GatherLsbs(const HdcdSample *samples)
+[[gnu::always_inline]] inline __m128i GatherLsbs(const int32_t *samples)
 {
 #ifdef __AVX2__
     // Lanes 2f and 2f + 1 hold the bits of the frames that leave the remainder f when divided by 4.

@@ -18,7 +18,7 @@ TONEKIT_SIBLING(EnvelopeLinked);
 
 namespace {
 
-HdcdSample *FrameAt(HdcdSample *samples, int32_t frame, int32_t stride)
+int32_t *FrameAt(int32_t *samples, int32_t frame, int32_t stride)
 {
     return samples + static_cast<ptrdiff_t>(frame) * stride;
 }
@@ -39,7 +39,7 @@ ChannelControl ControlOf(const HdcdChannelState *state)
     return {ExtendsPeaks(*state), (state->control & kHdcdGainMask) * kHdcdGainStep};
 }
 
-void RunChannel(HdcdChannelState *state, HdcdSample *samples, int32_t count, int32_t stride,
+void RunChannel(HdcdChannelState *state, int32_t *samples, int32_t count, int32_t stride,
                 ChannelControl control)
 {
     if (state->analyze_mode != 0)
@@ -53,8 +53,8 @@ void RunChannel(HdcdChannelState *state, HdcdSample *samples, int32_t count, int
 // A linked block on its way through the decoder.
 struct LinkedBlock {
     HdcdDecoder *decoder;
-    HdcdSample *samples; // of the next frame that the gain stage takes
-    bool heard;          // whether anybody wants the samples
+    int32_t *samples; // of the next frame that the gain stage takes
+    bool heard;       // whether anybody wants the samples
     int32_t mismatch;
     LinkedGain gain;
 };
@@ -87,7 +87,7 @@ void RunLinked(LinkedBlock *block, int32_t frames)
 }
 
 // Takes both channels through a block, whose samples are decoded only if they are to be heard.
-int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, int32_t count, bool heard)
+int32_t TakeLinked(HdcdDecoder *decoder, int32_t *samples, int32_t count, bool heard)
 {
     HdcdChannelState *channels = decoder->channel;
     if (decoder->analyze_mode != 0 && count >= 1) // an empty block may be null
@@ -126,7 +126,7 @@ int32_t TakeLinked(HdcdDecoder *decoder, HdcdSample *samples, int32_t count, boo
 } // namespace
 
 TONEKIT_INTERNAL_BODY(hdcd_process_channel, int32_t,
-                      (HdcdChannelState * state, HdcdSample *samples, int32_t count, int32_t stride))
+                      (HdcdChannelState * state, int32_t *samples, int32_t count, int32_t stride))
 {
     if (state->analyze_mode != 0)
         PrepareAnalysis(state, samples, count, stride);
@@ -149,13 +149,12 @@ TONEKIT_INTERNAL_BODY(hdcd_process_channel, int32_t,
     return state->running_gain;
 }
 
-TONEKIT_INTERNAL_BODY(hdcd_process_linked, int32_t,
-                      (HdcdDecoder * decoder, HdcdSample *samples, int32_t count))
+TONEKIT_INTERNAL_BODY(hdcd_process_linked, int32_t, (HdcdDecoder * decoder, int32_t *samples, int32_t count))
 {
     return TakeLinked(decoder, samples, count, true);
 }
 
-TONEKIT_INTERNAL_BODY(FollowLinked, int32_t, (HdcdDecoder * decoder, HdcdSample *samples, int32_t count))
+TONEKIT_INTERNAL_BODY(FollowLinked, int32_t, (HdcdDecoder * decoder, int32_t *samples, int32_t count))
 {
     return TakeLinked(decoder, samples, count, false);
 }

@@ -1,4 +1,5 @@
 // scan.tier.cpp: looks for HDCD in a block by following what its decoding would do.
+#include "frame/packed_samples.h"
 #include "frame/tier.h"
 
 #include "hdcd/detection.h"
@@ -18,15 +19,15 @@ namespace {
 
 // The block to follow. Wide samples are read where they are, unless an analysis mode is about to write its
 // tone over them.
-HdcdSample *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const HdcdSample *samples, size_t count)
+int32_t *BlockToFollow(const HdcdDecoder *decoder, int32_t *copy, const int32_t *samples, size_t count)
 {
     if (decoder->analyze_mode == 0)
-        return const_cast<HdcdSample *>(samples);
+        return const_cast<int32_t *>(samples);
     std::memcpy(copy, samples, count * sizeof *copy);
     return copy;
 }
 
-HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16 *samples, size_t count)
+int32_t *BlockToFollow(const HdcdDecoder *, int32_t *copy, const int16_t *samples, size_t count)
 {
     size_t i = 0;
     for (; count - i >= 8; i += 8) {
@@ -36,8 +37,9 @@ HdcdSample *BlockToFollow(const HdcdDecoder *, int32_t *copy, const HdcdSample16
         _mm_storeu_si128(to, _mm_srai_epi32(_mm_unpacklo_epi16(values, values), 16));
         _mm_storeu_si128(to + 1, _mm_srai_epi32(_mm_unpackhi_epi16(values, values), 16));
     }
+    const auto *packed = reinterpret_cast<const PackedInt16 *>(samples);
     for (; i < count; ++i)
-        copy[i] = samples[i];
+        copy[i] = packed[i].value;
     return copy;
 }
 
@@ -52,7 +54,7 @@ uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, int32_t frames)
     if (!samples || frames < 0)
         frames = 0;
     int32_t *copy = nullptr;
-    HdcdSample *block = nullptr;
+    int32_t *block = nullptr;
     if (frames != 0) {
         // Asked for in any case: whether a scan succeeds must not hang on the mode.
         const auto count = 2 * static_cast<size_t>(frames);
@@ -69,12 +71,12 @@ uint32_t Scan(HdcdDecoder *decoder, const Sample *samples, int32_t frames)
 
 } // namespace
 
-TONEKIT_BODY(hdcd_scan, uint32_t, (HdcdDecoder * decoder, const HdcdSample *samples, int32_t frames))
+TONEKIT_BODY(hdcd_scan, uint32_t, (HdcdDecoder * decoder, const int32_t *samples, int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }
 
-TONEKIT_BODY(hdcd_scan16, uint32_t, (HdcdDecoder * decoder, const HdcdSample16 *samples, int32_t frames))
+TONEKIT_BODY(hdcd_scan16, uint32_t, (HdcdDecoder * decoder, const int16_t *samples, int32_t frames))
 {
     return Scan(decoder, samples, frames);
 }
