@@ -38,12 +38,8 @@ host::SampleFormat SampleOf(uint32_t bits, bool isFloat)
 void LetHeapKeepStreams()
 {
     constexpr size_t kBlock = size_t{8} << 20; // never touched
-    static const bool done = [] {
-        void *volatile block = std::malloc(kBlock);
-        std::free(block);
-        return true;
-    }();
-    static_cast<void>(done);
+    void *volatile block = std::malloc(kBlock);
+    std::free(block);
 }
 
 void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint32_t rate,
@@ -52,7 +48,6 @@ void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint3
     const host::Options read = ReadOptions(options);
     // The filter is designed here.
     const nb::gil_scoped_release released;
-    LetHeapKeepStreams();
     new (self) Stream(StreamFormat{input, channels, rate, output, hdcd}, read);
 }
 
@@ -109,6 +104,7 @@ NB_MODULE(_core, module)
     using namespace tonekit::python;
     namespace nb = nanobind;
     module.doc() = "The compiled part of tonekit; use the package's own functions.";
+    LetHeapKeepStreams();
     nb::exception<tonekit::host::Failure>(module, "FileError", PyExc_OSError);
     BindStream(module);
     BindFiles(module);

@@ -90,3 +90,18 @@ def test_nothing_of_the_package_comes_from_elsewhere() -> None:
         needed = re.findall(r"=> (\S+)", subprocess.run(["ldd", path], capture_output=True, text=True).stdout)
         assert needed
         assert all(str(PACKAGE.parent) in lib or system.search(lib) for lib in needed), (path.name, needed)
+
+
+def test_the_package_is_imported_without_numpy() -> None:
+    """Worker processes convert files, and need none."""
+    code = (
+        "import sys, tonekit, tonekit.batch._worker\n"
+        "assert 'numpy' not in sys.modules\n"
+        "assert set(tonekit.__all__) <= set(dir(tonekit))\n"
+        "from tonekit import *\n"
+        "print(*(name for name in tonekit.__all__ if globals()[name] is not getattr(tonekit, name)))\n"
+        "tonekit.nothing\n"
+    )
+    run = subprocess.run([sys.executable, "-P", "-c", code], capture_output=True, text=True, check=False)
+    assert run.stdout == "\n"
+    assert run.stderr.endswith("AttributeError: module 'tonekit' has no attribute 'nothing'\n")

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Iterable, Iterator
+from functools import partial
 from types import TracebackType
 
 import numpy as np
@@ -212,9 +213,17 @@ class Converter:
 
     def _remember_input(self) -> None:
         """Notes what blocks usually are, so that little has to be asked of them."""
-        self._flat = self._in_channels == 1 and self._stream.output_channels == 1
         self._in_numpy = None if self._in_type == "packed24" else dtype_of(self._in_type)
+        self._set_flat(self._in_channels == 1 and self._stream.output_channels == 1)
         self._in_dimensions = 1 if self._flat else 2
+
+    def _set_flat(self, flat: bool) -> None:
+        """Sets whether results have one dimension."""
+        self._flat = flat
+        shape: tuple[int, ...] = (0,) if flat else (0, self._stream.output_channels)
+        if self._out_type == "packed24":
+            shape += (3,)
+        self._nothing = partial(np.empty, shape, dtype_of(self._out_type))
 
     def write(self, x: npt.ArrayLike) -> Array:
         """Takes a block and returns what is ready, which may be an array of 0 frames.
@@ -229,17 +238,10 @@ class Converter:
             samples = Samples(x, self._in_type)
             array = samples.array
             if self._stream.input_frames == 0:
-                self._flat = samples.flat and self._stream.output_channels == 1
+                self._set_flat(samples.flat and self._stream.output_channels == 1)
                 self._in_dimensions = 1 if samples.flat else 2
         result = self._stream.run(array, False, self._flat)
         return self._nothing() if result is None else result
-
-    def _nothing(self) -> Array:
-        """An array of no frames."""
-        shape: tuple[int, ...] = (0,) if self._flat else (0, self._stream.output_channels)
-        if self._out_type == "packed24":
-            shape += (3,)
-        return np.empty(shape, dtype_of(self._out_type))
 
     def flush(self) -> Array:
         """Ends the stream and returns its last frames.
