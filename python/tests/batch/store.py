@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import io
 import os
 import threading
 import time
@@ -30,6 +31,10 @@ class S3Server:
         self.requests = 0
         self.failures = 0
         self.puts: dict[str, int] = {}  # whole uploads by name
+        self.hold = ""  # the next upload to a name with this in it stops after its first bytes,
+        self.held = threading.Event()  # which then is set,
+        self.go_on = threading.Event()  # until this is
+        self.cut_off = threading.Event()  # set when an upload ended before its end
         self.url = f"http://127.0.0.1:{self._server.server_port}"
         self.storage = {"s3": {"endpoint_url": self.url, "key": "testing", "secret": "testing"}}
 
@@ -55,7 +60,28 @@ class S3Server:
             environ["wsgi.input"].read(int(environ.get("CONTENT_LENGTH") or 0))
             start_response("500 Internal Server Error", [("Content-Type", "application/xml")])
             return [b"<Error><Code>InternalError</Code><Message>We encountered an internal error.</Message></Error>"]
+        if environ["REQUEST_METHOD"] == "PUT" and self.hold and self.hold in environ["PATH_INFO"]:
+            self.hold = ""
+            if not self._whole(environ):
+                start_response("400 Bad Request", [("Content-Type", "application/xml")])
+                return [b"<Error><Code>IncompleteBody</Code><Message>Bytes are missing.</Message></Error>"]
         return self._app(environ, start_response)  # type: ignore[no-any-return]
+
+    def _whole(self, environ: dict[str, Any]) -> bool:
+        """Reads an upload slowly. Of one that breaks off a store keeps nothing."""
+        length = int(environ["CONTENT_LENGTH"])
+        stream = environ["wsgi.input"]
+        data = stream.read(1000)
+        self.held.set()
+        self.go_on.wait(60)
+        try:
+            data += stream.read(length - len(data))
+        except Exception:  # the server's word for a client that is gone
+            pass
+        environ["wsgi.input"] = io.BytesIO(data)
+        if len(data) < length:
+            self.cut_off.set()
+        return len(data) == length
 
     def __enter__(self) -> S3Server:
         self._thread.start()

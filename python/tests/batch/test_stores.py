@@ -4,18 +4,22 @@ from __future__ import annotations
 
 import functools
 import http.server
+import os
 import shutil
+import signal
 import threading
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
 
 import fsspec
+import numpy as np
 import pyarrow.parquet as parquet
 import pytest
-from batches import OF_16K, TO_16K, bytes_of, start, summary_of, until
+from batches import OF_16K, TO_16K, bytes_of, start, summary_of, until, workers_of
 from store import S3Server
 
+import tonekit
 import tonekit.batch
 
 
@@ -103,6 +107,30 @@ def test_a_killed_driver_is_resumed_on_a_store(server: S3Server, tmp_path: Path,
     assert (code, summary["kept"], summary["done"]) == (0, booked, 12 - booked)
     assert fetched(server, "results/killed", tmp_path / "fetched") == expected
     assert len(rows_of(server, "results/killed/tonekit-manifest")) == 12
+
+
+def test_an_upload_that_is_killed_in_the_middle(server: S3Server, tmp_path: Path) -> None:
+    """What the worker had sent until then is more than the system's buffers hold, so the store never gets the rest."""
+    noise = np.random.default_rng(5).integers(-9000, 9000, (30 * 44100, 2)).astype(np.int16)
+    (tmp_path / "long").mkdir()
+    tonekit.write(tmp_path / "long" / "a.wav", noise, 44100)
+    to_96k = {"rate": 96000, "bits": 32, "type": "wav", "dither": "off"}
+    tonekit.batch.run(tmp_path / "long", tmp_path / "expected", **to_96k)
+    server.hold = "/killed-upload/a.wav"
+    words = (tmp_path / "long", "s3://results/killed-upload", "--rate", "96000", "--bits", "32", "--type", "wav")
+    driver = start(*words, "--dither", "off", "--workers", "1", env=server.environment())
+    assert server.held.wait(60)
+    os.kill(workers_of(driver.pid)[0], signal.SIGKILL)
+    server.go_on.set()
+    assert server.cut_off.wait(60)
+    _, err = driver.communicate(timeout=120)
+    assert driver.returncode == 0, err
+    assert server.puts["/results/killed-upload/a.wav"] == 2
+    assert fetched(server, "results/killed-upload", tmp_path / "fetched") == bytes_of(tmp_path / "expected")
+    [row] = rows_of(server, "results/killed-upload/tonekit-manifest")
+    assert (row["state"], row["attempts"]) == ("done", 2)
+    unfinished = fs_of(server).call_s3("list_multipart_uploads", Bucket="results")
+    assert "Uploads" not in unfinished
 
 
 def test_a_listing_of_many_pages(server: S3Server, tmp_path: Path, archive: Path) -> None:
