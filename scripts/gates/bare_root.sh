@@ -1,5 +1,5 @@
 # bare_root.sh: a bare Debian root as a stranger's fresh machine: only make, git and ca-certificates, with this machine's
-# package sources and its ways to the network copied in.
+# package sources and network settings copied in.
 
 suite=bookworm
 
@@ -12,7 +12,7 @@ make_bare_root() {
         mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' | awk -v suite=$suite '$2 == suite { print $1; exit }')
         eval "$(apt-config shell proxy Acquire::http::Proxy)"
         [ -z "$proxy" ] || export http_proxy=$proxy
-        # A making that was interrupted leaves nothing that looks like a root.
+        # An interrupted debootstrap leaves nothing under the name of a root.
         rm -rf --one-file-system "$root.making"
         debootstrap --variant=minbase --include=make,git,ca-certificates $suite "$root.making" \
             "${mirror:-http://deb.debian.org/debian}" >&2 && mv -T "$root.making" "$root" ||
@@ -52,7 +52,7 @@ network_variables() {
         grep -vE '^(PIP_FIND_LINKS|CARGO_HOME|CARGO_TARGET_DIR)=' || true
 }
 
-# Runs a program of the clone with nothing of this machine's environment but its ways to the network.
+# Runs a program of the clone with nothing of this machine's environment but its network settings.
 run_in_root() {
     local root=$1 program=$2 variables
     mapfile -t variables < <(network_variables)
