@@ -116,6 +116,70 @@ inline void TakeThreeByteBlock(Cursor &at, __m128i units)
     at.in += kBlock;
 }
 
+// Eight units of any kinds but surrogates, as forms of three bytes of which some are to be dropped.
+struct MixedForms {
+    __m128i first;    // the first two bytes of each form
+    __m128i third;    // the third byte, for units from 0x800 up
+    __m128i ascii;    // which units are ASCII: of their forms the first byte stays
+    __m128i below800; // and which are below 0x800: the first two bytes stay
+};
+
+inline MixedForms MakeMixedForms(__m128i units)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xFF80)), zero);
+    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), zero);
+    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3F)), Splat(0x80));
+    const __m128i two =
+        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xC0));
+    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3F00));
+    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80E0));
+    return {Select(below800, Select(ascii, units, two), three), low, ascii, below800};
+}
+
+#ifdef __SSSE3__
+
+// By the kinds of four units, bit 0 to 3 for ASCII and 4 to 7 for those below 0x800: the bytes of their forms
+// that stay, and how many these are.
+struct KindsTable {
+    uint8_t bytes[256][16];
+    uint8_t kept[256];
+};
+
+constexpr KindsTable MakeKindsTable()
+{
+    KindsTable table{};
+    for (unsigned kinds = 0; kinds < 256; ++kinds)
+        for (unsigned unit = 0; unit < 4; ++unit) {
+            const unsigned bytes = (kinds >> unit & 1) != 0 ? 1 : (kinds >> unit & 0x10) != 0 ? 2 : 3;
+            for (unsigned byte = 0; byte < bytes; ++byte)
+                table.bytes[kinds][table.kept[kinds]++] = static_cast<uint8_t>(4 * unit + byte);
+        }
+    return table;
+}
+
+alignas(16) constexpr KindsTable kKinds = MakeKindsTable();
+
+// Stores eight units that are no surrogates, and kRunAhead bytes after the last character at most.
+inline void TakeMixedBlock(Cursor &at, __m128i units)
+{
+    const MixedForms forms = MakeMixedForms(units);
+    const uint32_t sets = ByteMask(_mm_packs_epi16(forms.ascii, forms.below800));
+    const uint32_t kindsOfLower = (sets & 0xF) | (sets >> 4 & 0xF0);
+    const uint32_t kindsOfUpper = (sets >> 4 & 0xF) | (sets >> 8 & 0xF0);
+    const __m128i lower = _mm_unpacklo_epi16(forms.first, forms.third);
+    const __m128i upper = _mm_unpackhi_epi16(forms.first, forms.third);
+    const __m128i upperBytes = _mm_shuffle_epi8(upper, Load128(kKinds.bytes[kindsOfUpper]));
+    Store128(at.out, _mm_shuffle_epi8(lower, Load128(kKinds.bytes[kindsOfLower])));
+    at.out += kKinds.kept[kindsOfLower];
+    StoreHalf(at.out, upperBytes);
+    StoreBytes(at.out + 8, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(upperBytes, 8))));
+    at.out += kKinds.kept[kindsOfUpper];
+    at.in += kBlock;
+}
+
+#else
+
 // Four such forms in 32-bit lanes, put together two by two.
 inline __m128i JoinPairs(__m128i forms, __m128i scales)
 {
@@ -141,27 +205,21 @@ constexpr MembersTable MakeMembersTable()
 
 constexpr MembersTable kMembers = MakeMembersTable();
 
-// Eight units that are no surrogates, of any kinds. Stores 6 bytes after the last character at most.
+// Stores eight units that are no surrogates, and 6 bytes after the last character at most.
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xFF80)), zero);
-    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), zero);
-    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3F)), Splat(0x80));
-    const __m128i two =
-        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xC0));
-    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3F00));
-    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80E0));
-    const __m128i first = Select(below800, Select(ascii, units, two), three);
-    const __m128i third = _mm_andnot_si128(below800, low);
+    const MixedForms forms = MakeMixedForms(units);
+    const __m128i third = _mm_andnot_si128(forms.below800, forms.third);
     // A form that follows goes 8 bits up for each byte of the one before: here without the first byte's.
     const __m128i scale =
-        _mm_and_si128(below800, _mm_xor_si128(Splat(0x100), _mm_and_si128(ascii, Splat(0x101))));
-    const __m128i scaleAbove = _mm_andnot_si128(below800, Splat(1));
-    const __m128i lower = JoinPairs(_mm_unpacklo_epi16(first, third), _mm_unpacklo_epi16(scale, scaleAbove));
-    const __m128i upper = JoinPairs(_mm_unpackhi_epi16(first, third), _mm_unpackhi_epi16(scale, scaleAbove));
+        _mm_and_si128(forms.below800, _mm_xor_si128(Splat(0x100), _mm_and_si128(forms.ascii, Splat(0x101))));
+    const __m128i scaleAbove = _mm_andnot_si128(forms.below800, Splat(1));
+    const __m128i lower =
+        JoinPairs(_mm_unpacklo_epi16(forms.first, third), _mm_unpacklo_epi16(scale, scaleAbove));
+    const __m128i upper =
+        JoinPairs(_mm_unpackhi_epi16(forms.first, third), _mm_unpackhi_epi16(scale, scaleAbove));
 
-    const uint32_t sets = ByteMask(_mm_packs_epi16(ascii, below800));
+    const uint32_t sets = ByteMask(_mm_packs_epi16(forms.ascii, forms.below800));
     const uint32_t ends = 0x18120C06 - kMembers.members[sets & 0xFF] - kMembers.members[sets >> 8];
     StoreHalf(at.out, lower);
     StoreUpperHalf(at.out + (ends & 0xFF), lower);
@@ -170,6 +228,8 @@ inline void TakeMixedBlock(Cursor &at, __m128i units)
     at.out += ends >> 24;
     at.in += kBlock;
 }
+
+#endif
 
 // Four pairs of surrogates, in 32-bit lanes; false, and nothing taken, if one of them is something else.
 inline bool TakeFourPairs(Cursor &at, __m128i pairs)
@@ -212,41 +272,64 @@ inline bool Has(const Cursor &at, size_t units)
     return at.end - at.in >= static_cast<ptrdiff_t>(units) + kRunAhead - 1;
 }
 
+// Eight units, some of which are surrogates.
+inline void TakePairsBlock(Cursor &at, __m128i units)
+{
+    if (!TakeFourPairs(at, units))
+        TakeCharacters(at, kBlock);
+}
+
+inline uint32_t Surrogates(__m128i units)
+{
+    return ByteMask(_mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), Splat(0xD800)));
+}
+
 // Eight units, some of which are from 0x800 up; not all of them if isMixed.
 inline void TakeLongBlock(Cursor &at, bool isMixed)
 {
     const __m128i units = Load128(at.in);
-    const __m128i top = _mm_and_si128(units, Splat(0xF800));
-    if (ByteMask(_mm_cmpeq_epi16(top, Splat(0xD800))) != 0) {
-        if (!TakeFourPairs(at, units))
-            TakeCharacters(at, kBlock);
-    } else if (isMixed) {
+    if (Surrogates(units) != 0)
+        TakePairsBlock(at, units);
+    else if (isMixed)
         TakeMixedBlock(at, units);
-    } else {
+    else
         TakeThreeByteBlock(at, units);
+}
+
+// Eight units that are no surrogates. Which half of sixteen has the long ones can't be foretold, so it isn't
+// asked where a mixed block costs no more than a wrong guess.
+inline void TakeHalf(Cursor &at, __m128i units, uint32_t isLong)
+{
+#ifdef __SSSE3__
+    static_cast<void>(isLong);
+#else
+    if (isLong == 0) {
+        const TwoByteForms forms = MakeTwoByteForms(SplitSixteen(units, _mm_setzero_si128()));
+        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide);
+        at.in += kBlock;
+        return;
     }
+#endif
+    TakeMixedBlock(at, units);
 }
 
 // Sixteen units, some of which are from 0x800 up; or as many and one more if they end within a pair of
 // surrogates.
-inline void TakeLongBlocks(Cursor &at, const Split &units, uint32_t isLong)
+inline void TakeLongBlocks(Cursor &at, uint32_t isLong)
 {
     const tonekit_char16 *const middle = at.in + kBlock;
-    if ((isLong & 0xFF) != 0) {
-        TakeLongBlock(at, (isLong & 0xFF) != 0xFF);
+    const __m128i first = Load128(at.in);
+    const __m128i second = Load128(middle);
+    if ((Surrogates(first) | Surrogates(second)) != 0) {
+        TakeLongBlock(at, true);
+        if (at.in == middle)
+            TakeLongBlock(at, true);
+    } else if (isLong == 0xFFFF) {
+        TakeThreeByteBlock(at, first);
+        TakeThreeByteBlock(at, second);
     } else {
-        const TwoByteForms forms = MakeTwoByteForms(units);
-        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide & 0xFF);
-        at.in += kBlock;
-    }
-    if (at.in != middle)
-        return;
-    if (isLong >> 8 != 0) {
-        TakeLongBlock(at, isLong >> 8 != 0xFF);
-    } else {
-        const TwoByteForms forms = MakeTwoByteForms(units);
-        at.out = StoreTwoByteForms(at.out, forms.upper, forms.wide >> 8);
-        at.in += kBlock;
+        TakeHalf(at, first, isLong & 0xFF);
+        TakeHalf(at, second, isLong >> 8);
     }
 }
 
@@ -266,7 +349,7 @@ inline void TakeBlocks(Cursor &at)
             if (recent == 0)
                 NarrowAscii<false>(at);
         } else {
-            TakeLongBlocks(at, units, isLong);
+            TakeLongBlocks(at, isLong);
         }
     }
     while (Has(at, kBlock)) {

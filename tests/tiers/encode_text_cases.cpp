@@ -30,8 +30,9 @@ std::size_t FillUnits(Random &random, tonekit_char16 *units)
     return length;
 }
 
-// The UTF-8 form of such units, with some bytes changed.
-std::size_t FillBytes(Random &random, char *bytes)
+// The UTF-8 form of such units, with some bytes changed, and zeros up to the end of the room. What the
+// conversion leaves after its text is its own affair.
+std::size_t FillBytes(Random &random, char *bytes, std::size_t room)
 {
     tonekit_char16 units[kMost + 1];
     uint32_t bits;
@@ -41,6 +42,7 @@ std::size_t FillBytes(Random &random, char *bytes)
     const std::size_t size = Utf16BytesAsUtf8(units, length, bits);
     for (uint32_t faults = random.Below(3); size > 0 && faults > 0; faults--)
         bytes[random.Below(static_cast<uint32_t>(size))] = static_cast<char>(1 + random.Below(255));
+    std::fill(bytes + size, bytes + room, '\0');
     return size;
 }
 
@@ -70,8 +72,9 @@ void ExerciseUtf8(const Bodies &bodies, Random &random, Record &record)
     const auto count = bodies.Get<decltype(Utf8UnitsAsUtf16)>("Utf8UnitsAsUtf16");
     const auto convert = bodies.Get<decltype(Utf8ToUtf16)>("Utf8ToUtf16");
     for (int round = 0; round < 2000; round++) {
-        GuardedBuffer text(3 * kMost + 1, random.Below(16));
-        const std::size_t bytes = FillBytes(random, text.As<char>());
+        const std::size_t textRoom = 3 * kMost + 1;
+        GuardedBuffer text(textRoom, random.Below(16));
+        const std::size_t bytes = FillBytes(random, text.As<char>(), textRoom);
         const std::size_t room = count(text.As<char>(), bytes);
         GuardedBuffer out((room + 1) * sizeof(tonekit_char16), 2 * random.Below(8));
         std::size_t units;
