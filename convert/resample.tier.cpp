@@ -152,8 +152,8 @@ void LoadAndMix(Converter &c, const void *source, uint32_t frames, typename Path
     const auto *input = static_cast<const uint8_t *>(source);
     for (uint32_t first = 0; first < frames; first += tileFrames) {
         const uint32_t tile = frames - first < tileFrames ? frames - first : tileFrames;
-        typename Path::Sample *mixed = output + (keepTiles ? std::size_t{first} * c.outputChannels : 0);
-        const uint8_t *encoded = input + std::size_t{first} * c.inputFrameBytes;
+        typename Path::Sample *mixed = output + (keepTiles ? size_t{first} * c.outputChannels : 0);
+        const uint8_t *encoded = input + size_t{first} * c.inputFrameBytes;
         typename Path::Sample *loaded = mixed;
         if (!direct)
             loaded = Path::WorkInput(c);
@@ -181,7 +181,7 @@ bool IsPassThrough(const Converter &c)
 uint32_t PassThrough(Converter &c, const void *input, uint32_t frames)
 {
     c.finished = true;
-    std::memcpy(c.outputBuffer, input, std::size_t{c.inputBits >> 3} * c.inputChannels * frames);
+    std::memcpy(c.outputBuffer, input, size_t{c.inputBits >> 3} * c.inputChannels * frames);
     return frames;
 }
 
@@ -227,7 +227,7 @@ uint32_t ConvertAtEqualRates(Converter &c, const void *input, uint32_t frames)
         LoadAndMix<DoublePath>(
             c, input, frames, c.workOutputDouble, false, [&](uint32_t first, uint32_t tile, double *mixed) {
                 lowPass.Run(c, frames, first, tile, mixed);
-                c.storeDouble(out + std::size_t{first} * c.outputFrameBytes, mixed, tile * c.outputChannels);
+                c.storeDouble(out + size_t{first} * c.outputFrameBytes, mixed, tile * c.outputChannels);
             });
         return frames;
     }
@@ -273,9 +273,8 @@ uint32_t FeedFirstBlock(Converter &c, uint32_t frames)
 template <class Path>
 uint32_t FeedEndEdge(Converter &c)
 {
-    typename Path::Sample *end = Path::Stage(c) + std::size_t{c.blockFrames} * c.outputChannels;
-    Path::Extrapolate(c, end - std::size_t{c.extrapolationHistoryFrames} * c.outputChannels, 0,
-                      c.inputEdgeFrames);
+    typename Path::Sample *end = Path::Stage(c) + size_t{c.blockFrames} * c.outputChannels;
+    Path::Extrapolate(c, end - size_t{c.extrapolationHistoryFrames} * c.outputChannels, 0, c.inputEdgeFrames);
     const uint32_t produced = Process(c, end, c.inputEdgeFrames, Path::WorkOutput(c));
     return produced != 0 ? produced : Drain<Path>(c);
 }
@@ -302,7 +301,7 @@ template <class Path>
 void LowPassLfe(Converter &c, uint32_t skipped, uint32_t frames)
 {
     typename Path::Sample *destination = Path::WorkOutput(c) + kLfeChannel;
-    const typename Path::Sample *source = destination + std::size_t{skipped} * c.outputChannels;
+    const typename Path::Sample *source = destination + size_t{skipped} * c.outputChannels;
     Path::LowPass(c, frames, source, destination, c.outputChannels);
 }
 
@@ -312,8 +311,8 @@ void KeepHeldFrames(Converter &c)
     if (c.heldOutputFrames <= c.outputEdgeFrames)
         return;
     auto *out = static_cast<uint8_t *>(c.outputBuffer);
-    const std::size_t first = std::size_t{c.heldOutputFrames - c.outputEdgeFrames} * c.outputFrameBytes;
-    std::memmove(out, out + first, std::size_t{c.outputEdgeFrames} * c.outputFrameBytes);
+    const size_t first = size_t{c.heldOutputFrames - c.outputEdgeFrames} * c.outputFrameBytes;
+    std::memmove(out, out + first, size_t{c.outputEdgeFrames} * c.outputFrameBytes);
     c.heldOutputFrames = c.outputEdgeFrames;
 }
 
@@ -326,11 +325,11 @@ uint32_t Deliver(Converter &c, uint32_t skipped, uint32_t frames)
     c.finished = false;
     if (LacksLfe(c.inputChannels) && c.outputChannels >= 6 && c.outputChannels <= 8)
         LowPassLfe<Path>(c, skipped, frames);
-    typename Path::Sample *kept = Path::WorkOutput(c) + std::size_t{skipped} * c.outputChannels;
+    typename Path::Sample *kept = Path::WorkOutput(c) + size_t{skipped} * c.outputChannels;
     if (c.ditherActive)
         Path::Dither(c, kept, frames);
     KeepHeldFrames(c);
-    auto *out = static_cast<uint8_t *>(c.outputBuffer) + std::size_t{c.heldOutputFrames} * c.outputFrameBytes;
+    auto *out = static_cast<uint8_t *>(c.outputBuffer) + size_t{c.heldOutputFrames} * c.outputFrameBytes;
     Path::Store(c, out, kept, frames * c.outputChannels);
     c.heldOutputFrames += frames;
     return c.heldOutputFrames > c.outputEdgeFrames ? c.heldOutputFrames - c.outputEdgeFrames : 0;

@@ -95,13 +95,12 @@ soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channel
 #endif
 }
 
-std::size_t RunResampler(soxr_t &resampler, const void *input, std::size_t frames, void *output,
-                         std::size_t capacity)
+size_t RunResampler(soxr_t &resampler, const void *input, size_t frames, void *output, size_t capacity)
 {
     if (!resampler)
         return 0;
-    std::size_t consumed = 0; // always all of it: the output has room for what the input becomes
-    std::size_t produced = 0;
+    size_t consumed = 0; // always all of it: the output has room for what the input becomes
+    size_t produced = 0;
     try {
         soxr_process(resampler, input, frames, &consumed, output, capacity, &produced);
     } catch (...) {

@@ -28,8 +28,7 @@ soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channel
 // Passes a resampler frames of input, or null and 0 to drain it. Returns the frames that came out, at most
 // capacity; 0 from a null resampler. Throws std::bad_alloc and leaves a null resampler then: some of its
 // channels may have got further than others.
-std::size_t RunResampler(soxr_t &resampler, const void *input, std::size_t frames, void *output,
-                         std::size_t capacity);
+size_t RunResampler(soxr_t &resampler, const void *input, size_t frames, void *output, size_t capacity);
 
 // Releases a resampler; null is ignored.
 void DeleteResampler(soxr_t resampler);

@@ -68,7 +68,7 @@ double DitherScale(uint32_t outputBits)
 // Bytes of a count of elements and the spare ones after them. A count that 32 bits can't hold is more than
 // any conversion needs, and counts as exhausted memory.
 template <class Element>
-std::size_t BytesOf(uint64_t count)
+size_t BytesOf(uint64_t count)
 {
     if (count > std::numeric_limits<uint32_t>::max() - kSpareElements)
         return SIZE_MAX;
@@ -113,7 +113,7 @@ void AllocateDoubleBuffers(CSampleRateConverter3 &c, const Counts &counts, bool 
     c.workInputDouble = AllocateElements<double>(counts.workInput);
     if (staged) {
         c.stageDoubleBase = AllocateZeroes<double>(counts.stage);
-        c.stageDouble = c.stageDoubleBase + std::size_t{c.inputEdgeFrames} * c.outputChannels;
+        c.stageDouble = c.stageDoubleBase + size_t{c.inputEdgeFrames} * c.outputChannels;
     }
     c.workOutputDouble = AllocateElements<double>(counts.workOutput);
     c.doubleDithers = AllocateDithers<DoubleDither>(c.outputChannels);
@@ -123,7 +123,7 @@ void AllocateFloatBuffers(CSampleRateConverter3 &c, const Counts &counts)
 {
     c.workInputFloat = AllocateElements<float>(counts.workInput);
     c.stageFloatBase = AllocateZeroes<float>(counts.stage);
-    c.stageFloat = c.stageFloatBase + std::size_t{c.inputEdgeFrames} * c.outputChannels;
+    c.stageFloat = c.stageFloatBase + size_t{c.inputEdgeFrames} * c.outputChannels;
     c.workOutputFloat = AllocateElements<float>(counts.workOutput);
     c.floatDithers = AllocateDithers<FloatDither>(c.outputChannels);
 }

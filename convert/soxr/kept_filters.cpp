@@ -14,15 +14,15 @@ namespace tonekit {
 namespace {
 
 // Filters of usual rates take a few hundred kilobytes, the longest some megabytes.
-constexpr std::size_t kPlaces = 8;
+constexpr size_t kPlaces = 8;
 
 // What filters depend on, byte by byte.
 struct Key {
-    static constexpr std::size_t kMost = 128;
+    static constexpr size_t kMost = 128;
     unsigned char bytes[kMost];
-    std::size_t count;
+    size_t count;
 
-    bool Equals(const void *other, std::size_t otherCount) const
+    bool Equals(const void *other, size_t otherCount) const
     {
         return count == otherCount && std::memcmp(bytes, other, count) == 0;
     }
@@ -51,7 +51,7 @@ public:
     }
 
     // Filters that are kept, with one user more, or null.
-    void *Take(const void *key, std::size_t bytes)
+    void *Take(const void *key, size_t bytes)
     {
         const std::lock_guard guard(lock_);
         return TakeLocked(key, bytes);
@@ -59,7 +59,7 @@ public:
 
     // Keeps new filters with a first user, and returns those to use: another thread may have been faster.
     // Without a place the filters are their user's alone.
-    void *Add(const void *key, std::size_t bytes, void *filters, DropFilters drop)
+    void *Add(const void *key, size_t bytes, void *filters, DropFilters drop)
     {
         void *superfluous = nullptr;
         DropFilters dropSuperfluous = drop;
@@ -94,7 +94,7 @@ public:
     }
 
 private:
-    void *TakeLocked(const void *key, std::size_t bytes)
+    void *TakeLocked(const void *key, size_t bytes)
     {
         for (Place &place : places_)
             if (place.filters && place.key.Equals(key, bytes)) {
@@ -140,7 +140,7 @@ using namespace tonekit;
 
 extern "C" {
 
-void *tonekit_soxr_take_filters(const void *key, std::size_t bytes, void *(*make)(void *), void *argument,
+void *tonekit_soxr_take_filters(const void *key, size_t bytes, void *(*make)(void *), void *argument,
                                 DropFilters drop)
 {
     void *filters = Kept().Take(key, bytes);

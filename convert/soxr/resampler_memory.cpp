@@ -14,7 +14,7 @@ namespace tonekit {
 namespace {
 
 // SIZE_MAX, which no allocator gives, for more than there can be.
-std::size_t WithHeader(std::size_t bytes)
+size_t WithHeader(size_t bytes)
 {
     return bytes > SIZE_MAX - sizeof(ResamplerBlock) ? SIZE_MAX : bytes + sizeof(ResamplerBlock);
 }
@@ -97,21 +97,21 @@ using namespace tonekit;
 
 extern "C" {
 
-void *tonekit_soxr_malloc(std::size_t bytes)
+void *tonekit_soxr_malloc(size_t bytes)
 {
     return LinkIntoThread(Allocate(WithHeader(bytes)));
 }
 
-void *tonekit_soxr_calloc(std::size_t count, std::size_t bytes)
+void *tonekit_soxr_calloc(size_t count, size_t bytes)
 {
-    std::size_t product = 0;
+    size_t product = 0;
     if (__builtin_mul_overflow(count, bytes, &product))
         product = SIZE_MAX;
     return LinkIntoThread(AllocateZeroed(WithHeader(product)));
 }
 
 // A block that moves has new neighbours' pointers; no memory leaves it as it was.
-void *tonekit_soxr_realloc(void *memory, std::size_t bytes)
+void *tonekit_soxr_realloc(void *memory, size_t bytes)
 {
     if (!memory)
         return tonekit_soxr_malloc(bytes);
@@ -149,7 +149,7 @@ void tonekit_soxr_cease_owning_tables()
     TablesLock().unlock();
 }
 
-void *tonekit_soxr_grow_table(void *table, std::size_t bytes)
+void *tonekit_soxr_grow_table(void *table, size_t bytes)
 {
     return std::realloc(table, bytes);
 }
