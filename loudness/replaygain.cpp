@@ -61,7 +61,7 @@ ebur128_state *NewLibraryState(uint32_t channels, uint32_t sampleRate, int mode)
 {
     if (sampleRate < kLeastRate)
         return nullptr;
-    if (mode == kSamplePeakMode || sampleRate >= kRateWithoutInterpolator)
+    if (sampleRate >= kRateWithoutInterpolator)
         return ebur128_init(channels, sampleRate, mode);
     ebur128_state *ebur128 = ebur128_init(1, kRateWithoutInterpolator, mode);
     if (ebur128 && !ChangeParameters(ebur128, channels, sampleRate))
