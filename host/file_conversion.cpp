@@ -120,7 +120,7 @@ public:
             CheckResult(output_->temporary());
         }
         if (picture_)
-            picture_->Write(report_.input, report_.output);
+            picture_->Write(report_);
         if (InterruptNoted())
             throw Interrupted();
         if (picture_)

@@ -92,11 +92,13 @@ void SoundPicture::Finish()
     output_->Finish();
 }
 
-void SoundPicture::Write(const StreamReport &input, const StreamReport &output)
+void SoundPicture::Write(const ConversionReport &report)
 {
-    std::vector<DrawnSound> sounds = {Titled(*input_, input, "")};
+    std::vector<DrawnSound> sounds = {Titled(*input_, report.input, "")};
+    if (report.part)
+        sounds[0].details += ", " + PartText(*report.part);
     if (output_)
-        sounds.push_back(Titled(*output_, output, "→ "));
+        sounds.push_back(Titled(*output_, report.output, "→ "));
     const std::vector<uint8_t> bytes = EncodePng(DrawSpectrograms(sounds));
     File file = target_.Create();
     std::error_code error = file.Write(bytes.data(), bytes.size());
@@ -130,7 +132,7 @@ ConversionReport DrawInput(const Options &options, const Job &job, const Progres
     }
     picture.Finish();
     report.input.frames = done;
-    picture.Write(report.input, report.input);
+    picture.Write(report);
     if (InterruptNoted())
         throw Interrupted();
     picture.Commit();

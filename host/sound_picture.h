@@ -34,8 +34,8 @@ public:
     void ReadOutput(const std::filesystem::path &file, const std::string &shownName);
     // Waits until all is looked at.
     void Finish();
-    // Draws and writes. Throws Failure or Interrupted.
-    void Write(const StreamReport &input, const StreamReport &output);
+    // Draws and writes what the report is about. Throws Failure or Interrupted.
+    void Write(const ConversionReport &report);
     void Commit() { target_.Commit(); }
 
 private:

@@ -77,6 +77,25 @@ TEST(CueSheet, OfSeveralFilesHasTracksForEach)
     EXPECT_THROW(TracksOf(sheet, "side c.flac", "a.cue"), Failure);
 }
 
+TEST(CueSheet, KnowsFilesByTheirNamesWithoutFolders)
+{
+    const CueSheet sheet = ParseCueSheet("FILE \"C:\\Rips\\one.wav\" WAVE\nTRACK 1 AUDIO\nINDEX 01 00:00:00\n"
+                                         "FILE \"/rips/two.wav\" WAVE\nTRACK 2 AUDIO\nINDEX 01 00:00:00\n",
+                                         "a.cue");
+    EXPECT_EQ(TracksOf(sheet, "one.flac", "a.cue")[0].number, 1u);
+    EXPECT_EQ(TracksOf(sheet, "two.flac", "a.cue")[0].number, 2u);
+}
+
+TEST(CueSheet, TakesRemarksOfATrackForNothing)
+{
+    const CueSheet sheet = ParseCueSheet("REM DATE 1999\nREM COMMENT x\nFILE a.wav WAVE\nTRACK 1 AUDIO\n"
+                                         "REM DATE 2001\nINDEX 01 00:00:00\nTRACK 2 AUDIO\nREM GENRE Noise\n"
+                                         "INDEX 01 00:01:00\n",
+                                         "a.cue");
+    ASSERT_EQ(sheet.remarks.size(), 1u);
+    EXPECT_EQ(sheet.remarks[0].second, "1999");
+}
+
 TEST(CueSheet, LeavesOutTracksThatAreNoAudio)
 {
     const CueSheet sheet = ParseCueSheet("FILE a.bin BINARY\nTRACK 1 MODE1/2352\nINDEX 01 00:00:00\n"
@@ -97,6 +116,7 @@ TEST(CueSheet, MistakesAreNamedWithTheirLine)
     EXPECT_EQ(MistakeIn("FILE a WAVE\nINDEX 01 00:00:00\n"),
               "a.cue, line 2: a TRACK comes before its indexes");
     EXPECT_EQ(MistakeIn(start), "a.cue: track 1 has no INDEX 01");
+    EXPECT_EQ(MistakeIn(start + "INDEX 00 00:00:00\n"), "a.cue: track 1 has no INDEX 01");
     for (const char *time :
          {"", "1:2", "00:60:00", "00:00:75", "00:00:00:00", "-1:00:00", "00:0a:00", "9999999:00:00"})
         EXPECT_EQ(MistakeIn(start + "INDEX 01 " + time + "\n"),

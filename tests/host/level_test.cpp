@@ -47,6 +47,11 @@ TEST(Level, StopsWhereThePeakReachesFullScale)
     EXPECT_LE(FactorOf(level.gain) * 0.5, 1);
     EXPECT_EQ(level.wanted, 14);
     EXPECT_TRUE(level.peakLimited);
+    // A tenth of a decibel too much is too much, and a tenth less isn't.
+    const MeasuredLevel justOver{-22.1206, 0.5};
+    EXPECT_TRUE(LevelFor(options, PlanTo(SampleFormat::Float64), &justOver).peakLimited);
+    const MeasuredLevel justUnder{-21.9206, 0.5};
+    EXPECT_FALSE(LevelFor(options, PlanTo(SampleFormat::Float64), &justUnder).peakLimited);
 }
 
 TEST(Level, OfWhatCannotBeMeasuredStaysButForItsPeak)
@@ -75,6 +80,8 @@ TEST(Level, OfAMixFallsOnlyWhereItWouldClip)
     EXPECT_EQ(LevelFor(options, plan, &loud).gain, -20);
     options.gain = 20;
     EXPECT_NEAR(LevelFor(options, plan, &loud).gain, -12.0412, 0.0001);
+    const MeasuredLevel soft{std::nullopt, 0.5};
+    EXPECT_NEAR(LevelFor(options, plan, &soft).gain, 6.0206, 0.0001);
 }
 
 TEST(Level, LeavesRoomForRoundingAndNoise)

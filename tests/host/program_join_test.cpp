@@ -85,13 +85,10 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
 {
     Write("a.wav", 1000, 1);
     Write("b.wav", 2000, 2);
-    const std::vector<std::string> alike = {"ALBUM=Live",
-                                            "ARTIST=Trio",
-                                            "TRACKTOTAL=2",
-                                            "ISRC=DEX010000001",
-                                            "CUESHEET=same",
-                                            "REPLAYGAIN_ALBUM_GAIN=-3.00 dB",
-                                            "REPLAYGAIN_TRACK_GAIN=-2.00 dB"};
+    const std::vector<std::string> alike = {"ALBUM=Live",           "ARTIST=Trio",
+                                            "TRACKTOTAL=2",         "ISRC=DEX010000001",
+                                            "CUESHEET=same",        "REPLAYGAIN_ALBUM_GAIN=-3.00 dB",
+                                            "R128_TRACK_GAIN=-512", "REPLAYGAIN_TRACK_GAIN=-2.00 dB"};
     const std::string picture = std::string("\x89PNG\r\n\x1A\n", 8) + "picture";
     WriteText(folder / "first.png", picture + " one");
     WriteText(folder / "second.png", picture + " two");
@@ -106,7 +103,9 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
                                               "--set",
                                               std::string("TRACKNUMBER=") + number,
                                               "--set",
-                                              std::string("COMMENT=") + title};
+                                              std::string("COMMENT=") + title,
+                                              "--set",
+                                              std::string(*name == 'a' ? "ONLYINA" : "ONLYINB") + "=this"};
         for (const std::string &tag : alike)
             arguments.insert(arguments.end(), {"--set", tag});
         Run(arguments);
@@ -118,7 +117,8 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
     ExpectLines(info, {"  TITLE       Live", "  ALBUM       Live", "  ARTIST      Trio",
                        "  Chapter     00:00:00.000 One", "  Chapter     00:00:00.0226757 Two"});
     EXPECT_NE(info.find("REPLAYGAIN_ALBUM_GAIN -3.00 dB"), std::string::npos) << info;
-    for (const char *tag : {"TRACKTOTAL", "TRACKNUMBER", "ISRC", "CUESHEET", "REPLAYGAIN_TRACK", "COMMENT"})
+    for (const char *tag : {"TRACKTOTAL", "TRACKNUMBER", "ISRC", "CUESHEET", "REPLAYGAIN_TRACK", "R128_TRACK",
+                            "COMMENT", "ONLYINA", "ONLYINB"})
         EXPECT_EQ(info.find(tag), std::string::npos) << tag << "\n" << info;
     Run({"--extract-cover", folder / "cover.png", folder / "all.flac"});
     EXPECT_EQ(ReadText(folder / "cover.png"), picture + " one");

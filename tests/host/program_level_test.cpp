@@ -216,6 +216,14 @@ TEST_F(Levels, OfAnAlbumDoWithoutFilesThatFail)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("b.wav: not an audio file"), std::string::npos) << outcome.err;
     EXPECT_NEAR(Measure(folder / "out/a.wav").loudness, -20, 0.05);
+    // One that breaks only where it is measured.
+    std::filesystem::remove(folder / "in/b.wav");
+    WriteValues(folder / "in/c.wav", kDouble, 48000, 1, std::vector<double>(48000, std::nan("")));
+    const Outcome broken =
+        RunHost({"--normalize", "-25", "--normalize-by", "album", folder / "in", folder / "out"});
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_NE(broken.err.find("c.wav: "), std::string::npos) << broken.err;
+    EXPECT_NEAR(Measure(folder / "out/a.wav").loudness, -25, 0.05);
 }
 
 TEST_F(Levels, OfSilenceStayWithAWarning)

@@ -137,6 +137,9 @@ TEST_F(Parts, OutsideTheAudioAreRefused)
                   {"--start", "2", in, out});
     ExpectFailure(1, "beyond the end of the audio", {"--end", "1.2", in, out});
     ExpectFailure(1, "beyond the end of the audio", {"--start", "999:59:59", in, out});
+    // At its very end nothing is left, which is known before anything is read.
+    ExpectFailure(1, "0:00:01.134 is beyond the end of the audio",
+                  {"--dry-run", "--start", "1.1337868", in, out});
     ExpectFailure(1, "shorter than a sample", {"--start", "0.5", "--end", "0.500001", in, out});
     ExpectFailure(2, "--end must be after --start", {"--start", "1", "--end", "1", in, out});
     ExpectFailure(2, "--end must be after the start of the audio", {"--end", "0", in, out});
