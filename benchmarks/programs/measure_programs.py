@@ -43,6 +43,7 @@ def ffmpeg(source, target, *options):
 # The precision of tonekit's own default; ffmpeg has it under two names.
 SOXR = ("-af", "aresample=resampler=soxr:precision=28")
 LOWER = "a shorter filter"
+CODER = "its own coder of FLAC"
 
 
 def rows(converter, folder, seconds, count):
@@ -74,12 +75,12 @@ def rows(converter, folder, seconds, count):
     yield (
         Row("FLAC to FLAC 48000, 24 bits", ours("-r", "48000", "-b", "24", "--compression", "5", into, out))
         .beside("sox rate -v", ["sox", "-D", into, "-b", "24", "-C", "5", out, "rate", "-v", "48000"])
-        .beside("ffmpeg, soxr", ffmpeg(into, out, *SOXR, "-ar", "48000", "-sample_fmt", "s32", *level))
+        .beside("ffmpeg, soxr", ffmpeg(into, out, *SOXR, "-ar", "48000", "-sample_fmt", "s32", *level), note=CODER)
     )
     yield (
         Row("FLAC to FLAC, coded anew", ours("--compression", "8", "--dither", "off", into, out))
         .beside("flac -8", ["flac", "-s", "-f", "-8", into, "-o", out])
-        .beside("ffmpeg", ffmpeg(into, out, "-compression_level", "8"))
+        .beside("ffmpeg", ffmpeg(into, out, "-compression_level", "8"), note=CODER)
     )
     files = [(os.path.join(at("short"), name), os.path.join(at("out"), name)) for name in short]
     loops = {
