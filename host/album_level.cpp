@@ -11,6 +11,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <new>
 #include <set>
 #include <thread>
 
@@ -22,7 +23,7 @@ class AlbumPass {
 public:
     AlbumPass(const Options &options, const Extras &extras, const std::vector<Job> &jobs, ProgressView &view)
         : options_(options), extras_(extras), jobs_(jobs), members_(MembersOf(jobs)),
-          levels_(members_.size()), progress_(view, FilesOf(jobs, members_))
+          levels_(members_.size()), errors_(members_.size()), progress_(view, FilesOf(jobs, members_))
     {}
 
     void Run()
@@ -51,6 +52,15 @@ public:
         for (const auto &[name, levels] : files)
             albums[name] = std::make_shared<MeasuredLevel>(MeasuredLevel::OfAlbum(levels));
         return albums;
+    }
+
+    // What can't be measured isn't converted by the level of the others either.
+    void AddErrors(std::vector<Job> &jobs) const
+    {
+        for (size_t i = 0; i < members_.size(); i++) {
+            if (jobs[members_[i]].skipped.empty())
+                jobs[members_[i]].error = errors_[i];
+        }
     }
 
 private:
@@ -98,8 +108,10 @@ private:
                 }));
         } catch (const Interrupted &) {
             // The caller sees the same note.
-        } catch (const std::exception &) {
-            // Comes out again in the second pass.
+        } catch (const std::bad_alloc &) {
+            errors_[index] = Utf8Name(job.input) + ": not enough memory";
+        } catch (const std::exception &error) {
+            errors_[index] = error.what();
         }
         progress_.Finish(index, {});
     }
@@ -109,6 +121,7 @@ private:
     const std::vector<Job> &jobs_;
     const std::vector<size_t> members_;
     std::vector<std::shared_ptr<const MeasuredLevel>> levels_;
+    std::vector<std::string> errors_; // empty: measured
     Progress progress_;
     std::atomic<size_t> next_{0};
 };
@@ -124,6 +137,7 @@ std::vector<Job> WithAlbumLevels(const Options &options, const Extras &extras, c
         throw Interrupted();
     const auto albums = pass.Albums();
     std::vector<Job> ready = jobs;
+    pass.AddErrors(ready);
     for (Job &job : ready) {
         if (const auto album = albums.find(job.album); album != albums.end())
             job.albumLevel = album->second;
