@@ -91,7 +91,8 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
                                                               : part;
     };
     for (const Container &container : Containers()) {
-        if (Objection(container, audio).empty() && plain(SoundFileFormat(container, audio)) == plain(format))
+        if (container.soundFileMajor != 0 && Objection(container, audio).empty() &&
+            plain(SoundFileFormat(container, audio)) == plain(format))
             return &container;
     }
     return nullptr;

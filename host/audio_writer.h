@@ -4,6 +4,7 @@
 #include "host/container.h"
 #include "host/encoder_settings.h"
 #include "host/pipe_output.h"
+#include "host/sample_writer.h"
 #include "host/sound_stream.h"
 
 #include <cstdint>
@@ -15,7 +16,7 @@
 namespace tonekit::host {
 
 // All failures are thrown as Failure, with the name of the file that the user asked for in front.
-class AudioWriter {
+class AudioWriter final : public SampleWriter {
 public:
     // Begins an audio file in `file`, which is new and empty. `shownName` is for messages.
     AudioWriter(File file, const std::string &shownName, const Container &container,
@@ -25,11 +26,9 @@ public:
     AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName, const Container &container,
                 const AudioFormat &format, const EncoderSettings &settings, std::optional<uint64_t> frames);
 
-    // Writes frames in the format given above, channels in the converter's order. Fails where the container's
-    // sizes end.
-    void Write(const void *samples, uint32_t frames);
-    // Completes header and file; the file is closed and whole only if this returns.
-    void Finish();
+    // Fails where the container's sizes end.
+    void Write(const void *samples, uint32_t frames) override;
+    void Finish() override;
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;

@@ -27,6 +27,9 @@ std::vector<Container> MakeTable()
     const std::vector<SampleFormat> flac = {Int8, Int16, Int24};
     const std::vector<SampleFormat> coded = {Float32};
     const std::vector<uint32_t> mp3Rates = {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
+    const std::vector<SampleFormat> alac = {Int16, Int24};
+    const std::vector<uint32_t> aacRates = {8000,  11025, 12000, 16000, 22050, 24000,
+                                            32000, 44100, 48000, 64000, 88200, 96000};
     const std::vector<uint32_t> opusRates = {8000, 12000, 16000, 24000, 48000};
     constexpr int kVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
     constexpr int kRaw = SF_FORMAT_RAW | SF_ENDIAN_LITTLE;
@@ -48,6 +51,8 @@ std::vector<Container> MakeTable()
         {Kind::Au,     "AU",         {"au", "snd"},           SF_FORMAT_AU,   all,    false, Tags::None,   kFourGiB, 8, {},        kAnyRate},
         {Kind::Raw,    "raw",        {"raw", "pcm"},          kRaw,           all,    false, Tags::None,   0,        8, {},        kAnyRate},
         {Kind::RawBig, "raw-be",     {"raw-be"},              kRawBig,        all,    false, Tags::None,   0,        8, {},        kAnyRate},
+        {Kind::Aac,    "M4A (AAC)",  {"m4a", "m4b"},          0,              coded,  true,  Tags::Mp4,    0,        6, aacRates,  96000, kLoudest, "aac"},
+        {Kind::Alac,   "M4A (ALAC)", {"m4a", "m4b"},          0,              alac,   false, Tags::Mp4,    0,        6, {},        384000, 0, "alac"},
     };
     // clang-format on
 }
@@ -79,6 +84,14 @@ int Subtype(ContainerKind kind, SampleFormat format)
     return 0;
 }
 
+std::string Lower(std::string_view text)
+{
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    return lower;
+}
+
 std::string ListOfRates(const std::vector<uint32_t> &rates)
 {
     std::string text;
@@ -103,14 +116,21 @@ const Container &ContainerOf(ContainerKind kind)
 
 const Container *ContainerByExtension(std::string_view extension)
 {
-    std::string lower(extension);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return std::tolower(c); });
+    const std::string lower = Lower(extension);
     for (const Container &row : Containers()) {
         if (std::find(row.extensions.begin(), row.extensions.end(), lower) != row.extensions.end())
             return &row;
     }
     return nullptr;
+}
+
+const Container *ContainerByType(std::string_view type)
+{
+    const auto &table = Containers();
+    const std::string lower = Lower(type);
+    const auto row = std::find_if(table.begin(), table.end(),
+                                  [&](const Container &container) { return TypeNameOf(container) == lower; });
+    return row != table.end() ? &*row : ContainerByExtension(type);
 }
 
 SampleFormat ClosestFormat(const Container &container, SampleFormat wanted)
@@ -134,6 +154,9 @@ std::string Objection(const Container &container, const AudioFormat &format)
     if (format.channels > container.maxChannels)
         return "holds at most " + std::to_string(container.maxChannels) + " channels: add --channels " +
                std::to_string(container.maxChannels);
+    // Four loudspeakers of it are three in front and one behind.
+    if (container.kind == ContainerKind::Alac && format.channels == 4)
+        return "has no 4.0 with two loudspeakers behind: add --channels 2, 5 or 6";
     const auto &rates = container.rates;
     if (!rates.empty() && std::find(rates.begin(), rates.end(), format.rate) == rates.end())
         return "can't hold " + std::to_string(format.rate) + " Hz: add --rate with " + ListOfRates(rates);

@@ -12,13 +12,13 @@
 
 namespace tonekit::host {
 
-enum class ContainerKind { Wav, Rf64, W64, Flac, Vorbis, Opus, Mp3, Aiff, Au, Caf, Raw, RawBig };
+enum class ContainerKind { Wav, Rf64, W64, Flac, Vorbis, Opus, Mp3, Aiff, Au, Caf, Raw, RawBig, Aac, Alac };
 
 struct Container {
     ContainerKind kind;
     const char *name;                     // for people
     std::vector<const char *> extensions; // without the dot; the first is the usual one
-    int soundFileMajor;                   // libsndfile's type of file
+    int soundFileMajor;                   // libsndfile's type of file; 0: it doesn't know it
     std::vector<SampleFormat> formats;    // rising; a single Float32 for coders that have no sample depth
     bool lossy;                           // such a coder
     TagKind tags;                         // the form of its tags
@@ -26,8 +26,15 @@ struct Container {
     uint32_t maxChannels;
     std::vector<uint32_t> rates; // all that it takes, rising; empty: any from 1 to maxRate
     uint32_t maxRate;
-    double loudest = 0; // magnitude of samples that its coder takes; 0: no coder that minds
+    double loudest = 0;             // magnitude of samples that its coder takes; 0: no coder that minds
+    const char *typeName = nullptr; // of one of several types with one extension; null: the first extension
 };
+
+// What --type calls it.
+inline const char *TypeNameOf(const Container &container)
+{
+    return container.typeName ? container.typeName : container.extensions[0];
+}
 
 // All containers, in the order in which help lists them.
 const std::vector<Container> &Containers();
@@ -36,6 +43,9 @@ const Container &ContainerOf(ContainerKind kind);
 
 // The container that goes by an extension (without the dot, in any case), or null.
 const Container *ContainerByExtension(std::string_view extension);
+
+// The container that --type calls so, or that goes by such an extension; null if there is none.
+const Container *ContainerByType(std::string_view type);
 
 // The format closest to the wanted one among those that the container holds: the same, or else the next finer
 // one, or else its finest.

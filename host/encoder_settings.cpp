@@ -62,9 +62,15 @@ std::string Mp3Objection(const AudioFormat &format, uint32_t bitRate)
            " Hz: choose one of " + list;
 }
 
-std::string OpusObjection(const AudioFormat &format, uint32_t bitRate)
+// A frame of 1024 samples has at most 6144 bits for each channel.
+BitRateLine AacLine(const AudioFormat &format)
 {
-    const auto [low, high] = OpusLine(format.channels);
+    return {8000.0 * format.channels, 6.0 * format.rate * format.channels};
+}
+
+std::string ObjectionTo(const AudioFormat &format, uint32_t bitRate, const BitRateLine &line)
+{
+    const auto [low, high] = line;
     if (bitRate >= low && bitRate <= high)
         return "";
     return "has bit rates from " + Decimal(low / 1000, 0) + " to " + Decimal(high / 1000, 0) +
@@ -102,9 +108,9 @@ std::string Objection(const Container &container, const EncoderSettings &setting
     const ContainerKind kind = container.kind;
     if (settings.bitRate && kind == Vorbis)
         return "has no bit rate to choose here: use --vbr";
-    if (settings.vbrQuality && kind == Opus)
+    if (settings.vbrQuality && (kind == Opus || kind == Aac))
         return "has no VBR quality: use --bitrate";
-    if (settings.bitRate && kind != Mp3 && kind != Opus)
+    if (settings.bitRate && kind != Mp3 && kind != Opus && kind != Aac)
         return "has no bit rate to choose: leave --bitrate out";
     if (settings.vbrQuality && kind != Mp3 && kind != Vorbis)
         return "has no VBR quality: leave --vbr out";
@@ -118,8 +124,10 @@ std::string BitRateObjection(const Container &container, const AudioFormat &form
 {
     if (!settings.bitRate)
         return "";
-    return container.kind == ContainerKind::Mp3 ? Mp3Objection(format, *settings.bitRate)
-                                                : OpusObjection(format, *settings.bitRate);
+    if (container.kind == ContainerKind::Mp3)
+        return Mp3Objection(format, *settings.bitRate);
+    const bool opus = container.kind == ContainerKind::Opus;
+    return ObjectionTo(format, *settings.bitRate, opus ? OpusLine(format.channels) : AacLine(format));
 }
 
 bool ApplySettings(SNDFILE *handle, const Container &container, const AudioFormat &format,

@@ -1,13 +1,13 @@
 // file_conversion.cpp: the road of one file from its samples to its complete successor.
 #include "host/file_conversion.h"
 
-#include "host/audio_reader.h"
 #include "host/audio_writer.h"
 #include "host/completeness.h"
 #include "host/failure.h"
 #include "host/file_copy.h"
 #include "host/hdcd_stream.h"
 #include "host/level_measurement.h"
+#include "host/libav_files.h"
 #include "host/open_input.h"
 #include "host/open_source.h"
 #include "host/paths.h"
@@ -153,6 +153,10 @@ private:
     // Without --type, standard output gets the type of the input.
     const Container &WantedContainer()
     {
+        const Container *const same = source_.container();
+        // An extension that several types have means that of the input, if that is one of them.
+        if (job_.container && !options_.type && same && job_.container->typeName && same->typeName)
+            return *same;
         if (job_.container)
             return *job_.container;
         if (!source_.container())
@@ -194,9 +198,14 @@ private:
         return file;
     }
 
-    std::unique_ptr<AudioWriter> MakeWriter()
+    std::unique_ptr<SampleWriter> MakeWriter()
     {
         const std::string name = NameOfOutput(job_.output);
+        const bool throughLibav = IsWrittenThroughLibav(plan_.container->kind);
+        if (throughLibav && toStream_)
+            throw Failure(name + ": M4A is completed at its start and can't be written there: name a file");
+        if (throughLibav)
+            return WriteThroughLibav(output_->Create(), name, *plan_.container, plan_.target, plan_.encoder);
         if (!toStream_)
             return std::make_unique<AudioWriter>(output_->Create(), name, *plan_.container, plan_.target,
                                                  plan_.encoder);
@@ -208,7 +217,7 @@ private:
 
     void Encode()
     {
-        const std::unique_ptr<AudioWriter> writer = MakeWriter();
+        const std::unique_ptr<SampleWriter> writer = MakeWriter();
         ResultTaps taps(options_, plan_.target, writer.get(), ownThreads_);
         Pump(taps);
         CheckLength(taps.frames());
@@ -367,12 +376,14 @@ private:
     {
         const StreamReport &result = report_.output;
         const ContainerKind kind = plan_.copyFile ? ContainerKind::Wav : plan_.container->kind;
-        if (result.lossy || result.frames == 0 || kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
+        // What other lossy coders add isn't told by their files.
+        if ((result.lossy && kind != ContainerKind::Aac) || result.frames == 0 ||
+            kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
             return;
-        const AudioReader reader(written, result.path);
-        if (reader.frames() != result.frames || reader.format() != result.format)
-            throw Failure(result.path + ": the finished file says " + std::to_string(reader.frames()) +
-                          " frames of " + NameOf(reader.format()) + " instead of " +
+        const std::unique_ptr<SampleSource> reader = OpenAudioFile(written, result.path);
+        if (reader->frames() != result.frames || reader->format() != result.format)
+            throw Failure(result.path + ": the finished file says " + std::to_string(reader->frames()) +
+                          " frames of " + NameOf(reader->format()) + " instead of " +
                           std::to_string(result.frames) + " of " + NameOf(result.format) +
                           ", so it is not kept");
     }

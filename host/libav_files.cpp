@@ -2,6 +2,9 @@
 #include "host/libav_files.h"
 
 #include "host/libav_reader.h"
+#include "host/libav_writer.h"
+
+#include <utility>
 
 namespace tonekit::host {
 
@@ -19,6 +22,13 @@ std::unique_ptr<SampleSource> OpenThroughLibav(const std::filesystem::path &path
 std::unique_ptr<SampleSource> OpenThroughLibav(std::unique_ptr<PipeInput> pipe, const std::string &shownName)
 {
     return std::make_unique<LibavReader>(std::move(pipe), shownName);
+}
+
+std::unique_ptr<SampleWriter> WriteThroughLibav(File file, const std::string &shownName,
+                                                const Container &container, const AudioFormat &format,
+                                                const EncoderSettings &settings)
+{
+    return std::make_unique<LibavWriter>(std::move(file), shownName, container, format, settings);
 }
 
 } // namespace tonekit::host

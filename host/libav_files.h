@@ -1,8 +1,12 @@
 // libav_files.h: audio files and their tags through libavformat, where the program is built with it.
 #pragma once
 
+#include "host/container.h"
+#include "host/encoder_settings.h"
 #include "host/pipe_input.h"
+#include "host/platform.h"
 #include "host/sample_source.h"
+#include "host/sample_writer.h"
 #include "host/tag_block.h"
 
 #include <filesystem>
@@ -21,6 +25,18 @@ std::unique_ptr<SampleSource> OpenThroughLibav(const std::filesystem::path &path
                                                const std::string &shownName);
 // The same for a stream that can only be read on.
 std::unique_ptr<SampleSource> OpenThroughLibav(std::unique_ptr<PipeInput> pipe, const std::string &shownName);
+
+// Whether files of this kind are written through libavformat.
+constexpr bool IsWrittenThroughLibav(ContainerKind kind)
+{
+    return kind == ContainerKind::Alac || kind == ContainerKind::Aac;
+}
+
+// Begins such a file in `file`, which is new and empty; `shownName` is for messages. Throws Failure, with the
+// name in front.
+std::unique_ptr<SampleWriter> WriteThroughLibav(File file, const std::string &shownName,
+                                                const Container &container, const AudioFormat &format,
+                                                const EncoderSettings &settings);
 
 // What libavformat finds around the audio.
 struct LibavTags {

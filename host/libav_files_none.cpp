@@ -9,7 +9,7 @@ namespace {
 
 [[noreturn]] void FailForLack(const std::string &prefix)
 {
-    throw Failure(prefix + "this program is built without libavformat, which reads it: install "
+    throw Failure(prefix + "needs libavformat, and this program is built without: install "
                            "libavformat-dev libavcodec-dev libavutil-dev and build again");
 }
 
@@ -26,6 +26,12 @@ std::unique_ptr<SampleSource> OpenThroughLibav(const std::filesystem::path &, co
 }
 
 std::unique_ptr<SampleSource> OpenThroughLibav(std::unique_ptr<PipeInput>, const std::string &shownName)
+{
+    FailForLack(shownName + ": ");
+}
+
+std::unique_ptr<SampleWriter> WriteThroughLibav(File, const std::string &shownName, const Container &,
+                                                const AudioFormat &, const EncoderSettings &)
 {
     FailForLack(shownName + ": ");
 }

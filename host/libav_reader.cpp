@@ -70,6 +70,24 @@ bool IsDsd(AVCodecID coder)
            coder == AV_CODEC_ID_DST;
 }
 
+// The type in which the program writes such audio, if the file holds nothing else.
+const Container *ContainerOfMp4(const AVFormatContext &context, AVCodecID coder)
+{
+    unsigned others = 0;
+    for (unsigned i = 0; i < context.nb_streams; i++) {
+        const AVStream &stream = *context.streams[i];
+        const AVMediaType kind = stream.codecpar->codec_type;
+        if (!(stream.disposition & AV_DISPOSITION_ATTACHED_PIC) &&
+            (kind == AVMEDIA_TYPE_VIDEO || kind == AVMEDIA_TYPE_AUDIO))
+            others++;
+    }
+    if (others > 1)
+        return nullptr;
+    return coder == AV_CODEC_ID_AAC    ? &ContainerOf(ContainerKind::Aac)
+           : coder == AV_CODEC_ID_ALAC ? &ContainerOf(ContainerKind::Alac)
+                                       : nullptr;
+}
+
 bool IsPlanar(int form)
 {
     return form == AV_SAMPLE_FMT_U8P || form == AV_SAMPLE_FMT_S16P || form == AV_SAMPLE_FMT_S32P ||
@@ -212,6 +230,7 @@ void LibavReader::TellType()
     const TypeName *const row = TypeOf(format);
     type_ = row ? row->name : input_->context().iformat->long_name;
     tagKind_ = row ? row->tags : TagKind::Libav;
+    container_ = tagKind_ == TagKind::Mp4 ? ContainerOfMp4(input_->context(), coder) : nullptr;
     const AVCodecDescriptor *const descriptor = Libav().avcodec_descriptor_get(coder);
     const std::string name = descriptor && descriptor->long_name ? descriptor->long_name : "unknown";
     // What the letters stand for follows in brackets.

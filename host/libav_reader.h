@@ -31,7 +31,7 @@ public:
     uint64_t frames() const override { return frames_; }
     const std::string &type() const override { return type_; }
     const std::string &encoding() const override { return encoding_; }
-    const Container *container() const override { return nullptr; }
+    const Container *container() const override { return container_; }
     TagKind tagKind() const override { return tagKind_; }
     bool lossy() const override { return lossy_; }
 
@@ -75,6 +75,7 @@ private:
     AudioFormat format_;
     uint64_t frames_ = 0;
     uint64_t position_ = 0;
+    const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
     bool lossy_ = false;
     bool atEnd_ = false;                // the decoder was given all that there is

@@ -55,7 +55,7 @@ std::vector<std::string> Types()
 {
     std::vector<std::string> types;
     for (const Container &container : Containers())
-        types.emplace_back(container.extensions[0]);
+        types.emplace_back(TypeNameOf(container));
     return types;
 }
 
@@ -69,8 +69,9 @@ constexpr OptionRow kRows[] = {
     {"bits", 'b', "BITS", "sample format: 8, 16, 24 or 32 bits, 32f or 64f for floats",
      [](Options &o, Text v) { o.format = Bits(v); }, true, SampleFormats},
     {"type", 't', "TYPE",
-     "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff, au, raw or raw-be; without it the type is "
-     "that of OUTPUT's extension, or, in a folder or on standard output, that of the input",
+     "file type: wav, flac, mp3, ogg, opus, w64, rf64, caf, aiff, au, raw, raw-be, or aac or alac in M4A; "
+     "without it the type is that of OUTPUT's extension (m4a: aac), or, in a folder or on standard output, "
+     "that of the input",
      [](Options &o, Text v) { o.type = Type(v); }, true, Types},
     {"raw", 0, "FORM",
      "INPUT has no header and holds these samples: s16le,44100,2 (also u8, s8, s24, s32, f32, f64; be)",
@@ -79,7 +80,8 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { SetRawOutput(o, v); }, true},
 
     {"bitrate", 0, "RATE",
-     "bit rate: 192k, or 192000; of MP3 a constant one, of Opus the one that its variable rate aims at",
+     "bit rate: 192k, or 192000; of MP3 a constant one, of Opus and AAC the one that the variable rate aims "
+     "at",
      [](Options &o, Text v) { o.encoder.bitRate = BitRate(v); }, true},
     {"vbr", 0, "N", "quality of MP3 and Ogg Vorbis with a variable bit rate, from 0 (smallest) to 10 (best)",
      [](Options &o, Text v) { o.encoder.vbrQuality = VbrQuality(v); }, true},
@@ -142,7 +144,7 @@ constexpr OptionRow kRows[] = {
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
 
-    {nullptr, 0, nullptr, "Tags, pictures and chapters (WAV, AIFF, FLAC, Ogg, MP3)", nullptr},
+    {nullptr, 0, nullptr, "Tags, pictures and chapters (WAV, AIFF, FLAC, Ogg, MP3, M4A)", nullptr},
     {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",
      [](Options &o, Text v) { SetTag(o, v); }},
     {"cover", 0, "FILE", "put this BMP, JPEG or PNG picture (GIF and WebP as they are) on the front cover",

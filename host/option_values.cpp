@@ -100,11 +100,11 @@ SampleFormat Bits(const std::string &text)
 ContainerKind Type(const std::string &text)
 {
     const std::string extension = !text.empty() && text[0] == '.' ? text.substr(1) : text;
-    if (const Container *container = ContainerByExtension(extension))
+    if (const Container *container = ContainerByType(extension))
         return container->kind;
     std::string names;
     for (const Container &container : Containers())
-        names += (names.empty() ? "" : ", ") + std::string(container.extensions[0]);
+        names += (names.empty() ? std::string() : ", ") + TypeNameOf(container);
     throw UsageError("must be one of: " + names);
 }
 

@@ -3,7 +3,7 @@
 
 namespace tonekit::host {
 
-ResultTaps::ResultTaps(const Options &options, const AudioFormat &format, AudioWriter *writer,
+ResultTaps::ResultTaps(const Options &options, const AudioFormat &format, SampleWriter *writer,
                        bool ownThreads)
     : format_(format)
 {

@@ -1,11 +1,11 @@
 // result_taps.h: what is done with every frame of a result.
 #pragma once
 
-#include "host/audio_writer.h"
 #include "host/loudness_meter.h"
 #include "host/options.h"
 #include "host/report.h"
 #include "host/sample_digest.h"
+#include "host/sample_writer.h"
 #include "host/side_sink.h"
 
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace tonekit::host {
 class ResultTaps {
 public:
     // `writer` may be null. With `ownThreads` it has a thread of its own, and so has all that is measured.
-    ResultTaps(const Options &options, const AudioFormat &format, AudioWriter *writer, bool ownThreads);
+    ResultTaps(const Options &options, const AudioFormat &format, SampleWriter *writer, bool ownThreads);
 
     // What fails on another thread is thrown by a later call.
     void Take(const void *samples, uint32_t frames);

@@ -1,9 +1,9 @@
 // sound_picture.cpp: feeds spectrograms and writes their picture.
 #include "host/sound_picture.h"
 
-#include "host/audio_reader.h"
 #include "host/failure.h"
 #include "host/open_input.h"
+#include "host/open_source.h"
 #include "host/paths.h"
 #include "host/report_parts.h"
 #include "host/spectrogram_picture.h"
@@ -68,7 +68,8 @@ void SoundPicture::TakeOutput(const void *samples, uint32_t frames)
 
 void SoundPicture::ReadOutput(const std::filesystem::path &file, const std::string &shownName)
 {
-    AudioReader reader(file, shownName);
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(file, shownName);
+    SampleSource &reader = *source;
     const AudioFormat &format = reader.format();
     const DrawnStream input{input_->format(), input_->frames()};
     takingOutput_.reset();

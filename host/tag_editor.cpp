@@ -119,6 +119,8 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
         throw Failure(shownName + ": the tags could not be written");
     if (error)
         throw Failure(shownName + ": writing the tags failed: " + error.message());
+    if (kind == TagKind::Mp4 && (edit.chapters || edit.removeOthers))
+        StoreMp4Chapters(path, edit.chapters.value_or(std::vector<Chapter>()), shownName, warnings);
 }
 
 } // namespace tonekit::host

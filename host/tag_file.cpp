@@ -124,7 +124,7 @@ void TagFile::CheckSystem(const std::string &shownName) const
 TagLib::PropertyMap TagFile::Properties() const
 {
     if (kind_ == TagKind::Mp4)
-        return Mp4Properties(*static_cast<TagLib::MP4::File *>(file_.get())->tag());
+        return Mp4Properties(*mp4());
     return file_->properties();
 }
 
@@ -150,6 +150,11 @@ TagLib::Ogg::XiphComment *TagFile::xiph() const
     return nullptr;
 }
 
+TagLib::MP4::Tag *TagFile::mp4() const
+{
+    return kind_ == TagKind::Mp4 ? static_cast<TagLib::MP4::File *>(file_.get())->tag() : nullptr;
+}
+
 TagLib::FLAC::File *TagFile::flac() const
 {
     return kind_ == TagKind::Flac ? static_cast<TagLib::FLAC::File *>(file_.get()) : nullptr;
@@ -157,6 +162,10 @@ TagLib::FLAC::File *TagFile::flac() const
 
 TagLib::StringList TagFile::SetProperties(const TagLib::PropertyMap &properties)
 {
+    if (TagLib::MP4::Tag *const tag = mp4()) {
+        SetMp4Properties(*tag, properties);
+        return {};
+    }
     const TagLib::PropertyMap refused =
         id3() ? id3()->setProperties(properties) : xiph()->setProperties(properties);
     // Many players of WAV files know only the few fields of the older form.

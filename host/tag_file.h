@@ -9,6 +9,7 @@
 #include <flacfile.h>
 #include <id3v2tag.h>
 #include <memory>
+#include <mp4tag.h>
 #include <tfile.h>
 #include <tpropertymap.h>
 #include <xiphcomment.h>
@@ -37,6 +38,7 @@ public:
     // Where tags of this form live in the file; null for kinds that have another form.
     TagLib::ID3v2::Tag *id3() const;
     TagLib::Ogg::XiphComment *xiph() const;
+    TagLib::MP4::Tag *mp4() const;
     // FLAC files keep pictures beside their comment; null for other kinds.
     TagLib::FLAC::File *flac() const;
 

@@ -6,7 +6,7 @@ namespace tonekit::host {
 // Those from Mp4 on are of files that libavformat reads; Libav is any of these that TagLib doesn't know.
 enum class TagKind { None, Wav, Aiff, Flac, Vorbis, Opus, Mpeg, Mp4, WavPack, Ape, Asf, Libav };
 
-// Whether pictures and chapters are read through libavformat.
+// Whether chapters are read through libavformat, and pictures too but for those of MP4.
 constexpr bool IsReadThroughLibav(TagKind kind)
 {
     return kind >= TagKind::Mp4;
@@ -15,7 +15,7 @@ constexpr bool IsReadThroughLibav(TagKind kind)
 // Whether the program writes tags of this kind.
 constexpr bool IsWritten(TagKind kind)
 {
-    return kind != TagKind::None && !IsReadThroughLibav(kind);
+    return kind != TagKind::None && kind <= TagKind::Mp4;
 }
 
 } // namespace tonekit::host

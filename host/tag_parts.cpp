@@ -1,6 +1,9 @@
 // tag_parts.cpp: chapters and pictures in the forms of ID3v2 and of Vorbis comments.
 #include "host/tag_parts.h"
 
+#include "host/failure.h"
+#include "host/mp4_chapters.h"
+#include "host/mp4_tags.h"
 #include "host/picture_facts.h"
 
 #include <algorithm>
@@ -110,7 +113,7 @@ void AddChapters(TagFile &file, TagLib::PropertyMap &properties, const std::vect
 {
     if (file.xiph())
         AddChapterTags(chapters, properties);
-    else
+    else if (file.id3())
         AddChapterFrames(chapters, end, *file.id3());
 }
 
@@ -139,6 +142,8 @@ bool AddPicture(TagFile &file, const Picture &picture)
         flac->addPicture(FlacPicture(picture));
     } else if (TagLib::Ogg::XiphComment *comment = file.xiph()) {
         comment->addPicture(FlacPicture(picture));
+    } else if (TagLib::MP4::Tag *mp4 = file.mp4()) {
+        AddMp4Picture(*mp4, picture);
     } else {
         auto *frame = new TagLib::ID3v2::AttachedPictureFrame;
         frame->setType(static_cast<TagLib::ID3v2::AttachedPictureFrame::Type>(picture.type & 0xFF));
@@ -163,6 +168,8 @@ void RemovePictures(TagFile &file, const std::function<bool(int type)> &goes)
                 comment->removePicture(picture);
         }
     }
+    if (TagLib::MP4::Tag *mp4 = file.mp4(); mp4 && goes(kFrontCover))
+        RemoveMp4Pictures(*mp4);
     if (TagLib::ID3v2::Tag *tag = file.id3()) {
         for (TagLib::ID3v2::Frame *frame : PointersOf(tag->frameList("APIC"))) {
             const auto *picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame *>(frame);
@@ -177,6 +184,29 @@ void RemoveAllFrames(TagFile &file)
     if (TagLib::ID3v2::Tag *tag = file.id3()) {
         for (TagLib::ID3v2::Frame *frame : PointersOf(tag->frameList()))
             tag->removeFrame(frame);
+    }
+    if (TagLib::MP4::Tag *mp4 = file.mp4())
+        RemoveAllMp4Items(*mp4);
+}
+
+void StoreMp4Chapters(const std::filesystem::path &path, const std::vector<Chapter> &chapters,
+                      const std::string &shownName, std::vector<std::string> &warnings)
+{
+    if (chapters.size() > kMostMp4Chapters)
+        warnings.push_back(shownName + ": M4A holds 255 chapters; the others are left out");
+    try {
+        File file;
+        std::error_code error = file.OpenToChange(path);
+        if (!error) {
+            SetMp4Chapters(file, chapters);
+            error = file.Close();
+        }
+        if (error)
+            throw std::system_error(error);
+    } catch (const std::system_error &error) {
+        throw Failure(shownName + ": writing the tags failed: " + error.code().message());
+    } catch (const Failure &failure) {
+        throw Failure(shownName + ": the chapters can't be written: " + failure.what());
     }
 }
 

@@ -5,6 +5,7 @@
 #include "host/libav_files.h"
 #include "host/memory_bytes.h"
 #include "host/memory_limit.h"
+#include "host/mp4_tags.h"
 #include "host/paths.h"
 #include "host/tag_file.h"
 
@@ -200,10 +201,14 @@ void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
         AddPictures(comment->pictureList(), intake);
     if (TagLib::FLAC::File *flac = file.flac())
         AddPictures(flac->pictureList(), intake);
+    if (const TagLib::MP4::Tag *tag = file.mp4()) {
+        for (const Picture &picture : Mp4Pictures(*tag))
+            intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+    }
 }
 
 // What libavformat alone understands: chapters and pictures, and texts where TagLib doesn't know the type.
-void ReadLibavTags(ByteStream &stream, const std::string &name, bool withTexts, Intake &intake,
+void ReadLibavTags(ByteStream &stream, const std::string &name, TagKind kind, Intake &intake,
                    std::vector<std::string> &warnings)
 {
     LibavTags tags;
@@ -216,11 +221,13 @@ void ReadLibavTags(ByteStream &stream, const std::string &name, bool withTexts, 
         throw Failure(name + ": reading the tags failed: " + error.code().message());
     }
     for (const auto &[key, value] : tags.texts) {
-        if (withTexts && intake.choice().text(key))
+        if (kind == TagKind::Libav && intake.choice().text(key))
             intake.Text(key, value);
     }
-    for (const Picture &picture : tags.pictures)
-        intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+    for (const Picture &picture : tags.pictures) {
+        if (kind != TagKind::Mp4)
+            intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+    }
     uint32_t number = 0;
     for (const Chapter &chapter : tags.chapters) {
         if (intake.choice().chapters)
@@ -243,7 +250,7 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
         File file;
         if (const std::error_code error = file.OpenToRead(path))
             throw Failure(name + ": " + error.message());
-        ReadLibavTags(file, name, kind == TagKind::Libav, intake, warnings);
+        ReadLibavTags(file, name, kind, intake, warnings);
     }
     intake.Tell(name, warnings);
 }
@@ -258,7 +265,7 @@ void ReadTags(std::span<const unsigned char> beginning, const std::string &name,
         ReadTagsOf(TagFile(beginning, kind), name, intake, warnings);
     if (IsReadThroughLibav(kind)) {
         MemoryBytes stream(beginning);
-        ReadLibavTags(stream, name, kind == TagKind::Libav, intake, warnings);
+        ReadLibavTags(stream, name, kind, intake, warnings);
     }
     intake.Tell(name, warnings);
 }

@@ -47,6 +47,8 @@ void WriteTags(const std::filesystem::path &path, TagKind kind, const TagBlock *
         warnings.push_back(shownName + ": the tags could not be written");
     else if (error)
         throw Failure(shownName + ": writing the tags failed: " + error.message());
+    if (kind == TagKind::Mp4 && !chapters.empty())
+        StoreMp4Chapters(path, chapters, shownName, warnings);
 }
 
 } // namespace tonekit::host

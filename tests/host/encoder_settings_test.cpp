@@ -63,7 +63,7 @@ TEST(EncoderSettings, EveryTypeRefusesWhatItDoesntHave)
     using enum ContainerKind;
     for (const Container &container : Containers()) {
         const ContainerKind kind = container.kind;
-        EXPECT_EQ(ObjectionTo(kind, "--bitrate", "128k").empty(), kind == Mp3 || kind == Opus)
+        EXPECT_EQ(ObjectionTo(kind, "--bitrate", "128k").empty(), kind == Mp3 || kind == Opus || kind == Aac)
             << container.name;
         EXPECT_EQ(ObjectionTo(kind, "--vbr", "5").empty(), kind == Mp3 || kind == Vorbis) << container.name;
         EXPECT_EQ(ObjectionTo(kind, "--compression", "5").empty(), kind == Flac) << container.name;

@@ -32,7 +32,7 @@ TEST(WithoutLibav, ARefusedTypeSaysWhatIsMissing)
           std::string("ID3\4\0\0\0\0\0\3\0\0\0wvpk", 17), adts + adts}) {
         WriteText(folder / "a", beginning + zeros);
         EXPECT_EQ(RefusalOf(folder / "a"),
-                  "a: this program is built without libavformat, which reads it: install libavformat-dev "
+                  "a: needs libavformat, and this program is built without: install libavformat-dev "
                   "libavcodec-dev libavutil-dev and build again");
     }
 }
