@@ -88,7 +88,7 @@ void *operator new(size_t size)
                 budget->Count(SizeOfAllocation(memory) - size);
             return memory;
         }
-        if (reserveOfThread && reserveOfThread->GiveBack())
+        if (size < kReserve && reserveOfThread && reserveOfThread->GiveBack())
             continue;
         const std::new_handler handler = std::get_new_handler();
         if (!handler)

@@ -32,9 +32,10 @@ private:
     bool exceeded_ = false;
 };
 
-// Memory that is kept back for this thread: where operator new finds none while this lives, it gives this
-// back to the system, once, and tries again. For the work of TagLib, whose lists and strings an exception in
-// the midst of a change leaves broken; what it does without pictures takes a small part of what is kept back.
+// Memory that is kept back for this thread: where operator new finds none for a request that is smaller than
+// this while it lives, it gives this back to the system, once, and tries again. For the work of TagLib, whose
+// lists and strings an exception in the midst of a change leaves broken; what it does without pictures takes
+// a small part of what is kept back. A picture that is larger fails before it is in any list.
 class AllocationReserve {
 public:
     // Throws std::bad_alloc.

@@ -5,9 +5,12 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <new>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 namespace tonekit::host {
 namespace {
@@ -19,6 +22,14 @@ void *(*volatile reallocate)(void *, size_t) = std::realloc;
 void *(*volatile newMemory)(size_t) = ::operator new;
 
 constexpr size_t kTooMuch = PTRDIFF_MAX / 2;
+
+// Bytes that the process has now.
+rlim_t AddressSpace()
+{
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+}
 
 TEST(CheckedLibraryMemory, ThrowsWhereNullWouldBeReturned)
 {
@@ -58,16 +69,41 @@ TEST(CheckedLibraryMemory, ChangesNothingElse)
 
 TEST(AllocationReserve, IsGivenBackOnce)
 {
+    AllocationReserve reserve;
+    ::operator delete(newMemory(1000));
+    EXPECT_TRUE(reserve.GiveBack()) << "given back where there was memory";
+    EXPECT_FALSE(reserve.GiveBack());
+}
+
+// Ends the process with 0 if the inner reserve was given back where memory had ended, and the outer one
+// wasn't.
+[[noreturn]] void EndMemory()
+{
     AllocationReserve outer;
-    {
-        AllocationReserve reserve;
-        ::operator delete(newMemory(1000));
-        EXPECT_TRUE(reserve.GiveBack()) << "given back where there was memory";
-        EXPECT_FALSE(reserve.GiveBack());
+    AllocationReserve reserve;
+    rlimit limit{};
+    limit.rlim_cur = limit.rlim_max = AddressSpace();
+    setrlimit(RLIMIT_AS, &limit);
+    try {
+        for (;;)
+            newMemory(50'000);
+    } catch (const std::bad_alloc &) {
+        std::_Exit(!reserve.GiveBack() && outer.GiveBack() ? 0 : 1);
     }
+}
+
+TEST(AllocationReserve, IsGivenBackWhereMemoryHasEnded)
+{
+    EXPECT_EXIT(EndMemory(), testing::ExitedWithCode(0), "");
+}
+
+// What follows a picture that is too large, such as the end of its list, needs it more.
+TEST(AllocationReserve, IsKeptFromRequestsThatItCannotMeet)
+{
+    AllocationReserve reserve;
     EXPECT_THROW(newMemory(kTooMuch), std::bad_alloc);
-    EXPECT_FALSE(outer.GiveBack()) << "not given back where there was none";
     EXPECT_THROW(newMemory(kTooMuch), std::bad_alloc);
+    EXPECT_TRUE(reserve.GiveBack());
 }
 
 TEST(AllocationReserve, IsOfOneThread)
