@@ -48,10 +48,12 @@ inline Conversion TakeConversion(InputBytes &input, std::uint32_t inputRate, std
     return c;
 }
 
-// The bytes of the input, then noise.
+// The bytes of the input, then noise. They have an address even if there are none.
 inline Bytes TakeFrames(InputBytes &input, const Conversion &c, std::uint32_t frames)
 {
-    Bytes data(c.InputBytesOf(frames));
+    Bytes data;
+    data.reserve(1);
+    data.resize(c.InputBytesOf(frames));
     std::uint32_t noise = input.Word();
     for (std::uint8_t &byte : data) {
         noise = noise * 1664525 + 1013904223;

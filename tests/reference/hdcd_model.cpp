@@ -415,7 +415,7 @@ void HdcdProcess(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t frame
         HdcdProcessLinked(decoder, samples, frames);
     } else {
         HdcdProcessChannel(&decoder->channel[0], samples, frames, 2);
-        HdcdProcessChannel(&decoder->channel[1], samples + 1, frames, 2);
+        HdcdProcessChannel(&decoder->channel[1], samples + (frames > 0 ? 1 : 0), frames, 2); // null if empty
     }
     HdcdUpdateDetection(decoder);
 }

@@ -1,0 +1,146 @@
+// host_tag_edit_fuzz.cpp: the tags of arbitrary files changed in place and replaced, as each kind of file.
+// Refusals are Failure or warnings. A text that was set is there afterwards, and what was read of a changed
+// file can be read of it again.
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fuzz/memory_file.h"
+#include "host/audio_reader.h"
+#include "host/failure.h"
+#include "host/tag_editor.h"
+#include "host/tag_reader.h"
+#include "host/tag_writer.h"
+
+namespace {
+
+using namespace tonekit::host;
+using tonekit::fuzz::InputBytes;
+using tonekit::fuzz::MemoryFile;
+using tonekit::fuzz::Require;
+using Texts = std::vector<std::pair<std::string, std::string>>;
+
+constexpr uint64_t kEnd = 600'000'000; // a minute
+
+// A JPEG file of 8 by 8 pixels begins like this; no more of it is looked at unless it is to be scaled.
+const std::vector<uint8_t> kPicture = {0xFF, 0xD8, 0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F',  0,
+                                       1,    1,    0,    0,    1, 0,  1,   0,   0,   0xFF, 0xD9};
+
+// Whether a file of this kind has any tags that TagLib understands.
+bool Read(const MemoryFile &file, TagKind kind, Texts &texts)
+{
+    const TagBlockPointer block = NewTagBlock();
+    std::vector<std::string> warnings;
+    try {
+        ReadTags(file.Path(), kind, {}, block.get(), warnings);
+    } catch (const Failure &) {
+        return false;
+    }
+    ForEachText(block.get(),
+                [&](const std::string &key, const std::string &value) { texts.emplace_back(key, value); });
+    PicturesOf(block.get());
+    ChaptersOf(block.get());
+    return warnings.empty();
+}
+
+// The first samples of a file of this kind; nothing if it is none.
+std::optional<std::vector<uint8_t>> AudioOf(const MemoryFile &file, TagKind kind)
+{
+    constexpr uint32_t kFrames = 1024;
+    try {
+        AudioReader reader(file.Path(), "file");
+        if (reader.tagKind() != kind)
+            return {};
+        std::vector<uint8_t> samples(size_t{kFrames} * reader.format().FrameBytes());
+        samples.resize(size_t{reader.Read(samples.data(), kFrames)} * reader.format().FrameBytes());
+        return samples;
+    } catch (const Failure &) {
+        return {};
+    }
+}
+
+bool Holds(const Texts &texts, const std::string &key, const std::string &value)
+{
+    return std::find(texts.begin(), texts.end(), std::pair(key, value)) != texts.end();
+}
+
+std::vector<Chapter> TakeChapters(InputBytes &input)
+{
+    std::vector<Chapter> chapters;
+    uint64_t position = 0;
+    for (uint32_t left = input.Below(8); left != 0; --left) {
+        position += 10'000ull * input.Byte();
+        chapters.push_back({position, input.Flag() ? "Chapter" : ""});
+    }
+    return chapters;
+}
+
+TagEdit TakeEdit(InputBytes &input)
+{
+    TagEdit edit;
+    const uint8_t what = input.Byte();
+    edit.removeOthers = (what & 1) != 0;
+    if ((what & 2) != 0)
+        edit.texts.emplace_back("TITLE", "A title");
+    if ((what & 4) != 0)
+        edit.texts.emplace_back("ARTIST", "");
+    if ((what & 8) != 0)
+        edit.chapters = TakeChapters(input);
+    if ((what & 16) != 0)
+        edit.cover = Picture{kFrontCover, "image/jpeg", kPicture};
+    if ((what & 32) != 0)
+        edit.pictureSize = 1 + input.Below(16);
+    if ((what & 64) != 0)
+        edit.texts.emplace_back("NO SUCH\xC3\xA9 KEY=", std::string(300, 'x'));
+    return edit;
+}
+
+// Replaces all tags of the file by those that it has, and some more.
+void Replace(const MemoryFile &file, TagKind kind, InputBytes &input)
+{
+    const TagBlockPointer block = NewTagBlock();
+    TagBlockFiller filler(block.get());
+    filler.AddText("TITLE", "A title");
+    filler.AddText("REPLAYGAIN_TRACK_GAIN", "-3.20 dB");
+    filler.AddText("ARTIST", std::string("One") + kValueSeparator + "Two");
+    filler.AddChapters(TakeChapters(input));
+    filler.AddPicture(static_cast<int>(input.Below(24)), input.Flag() ? "image/jpeg" : "", kPicture.data(),
+                      kPicture.size());
+    std::vector<std::string> warnings;
+    ReadTags(file.Path(), kind, {}, block.get(), warnings);
+    WriteTags(file.Path(), kind, block.get(), kEnd, "file", warnings);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static MemoryFile file;
+    InputBytes input(data, size);
+    const TagKind kind = input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis,
+                                      TagKind::Opus, TagKind::Mpeg, TagKind::None});
+    const bool replace = input.Flag();
+    const TagEdit edit = TakeEdit(input);
+    std::vector<uint8_t> settings = input.Take(8);
+    InputBytes chapters(settings.data(), settings.size());
+    file.Set(input.Rest(), input.Size());
+    const std::optional<std::vector<uint8_t>> audio = AudioOf(file, kind);
+    std::vector<std::string> warnings;
+    try {
+        if (replace)
+            Replace(file, kind, chapters);
+        else
+            EditTags(file.Path(), kind, edit, kEnd, "file", warnings);
+    } catch (const Failure &) {
+        return 0;
+    }
+    Texts texts;
+    const bool known = Read(file, kind, texts);
+    if (!audio || kind == TagKind::None)
+        return 0;
+    Require(AudioOf(file, kind) == audio);
+    if (known && !replace && !edit.texts.empty() && edit.texts[0].first == "TITLE" && warnings.empty())
+        Require(Holds(texts, "TITLE", "A title"));
+    return 0;
+}
