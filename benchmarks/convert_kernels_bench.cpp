@@ -69,8 +69,8 @@ private:
 
     static bool IsShared(const char *kernel, char letter)
     {
-        const char *place = std::strchr(kLetters, letter);
-        return place != kLetters && BodyAddress(kernel, letter) == BodyAddress(kernel, place[-1]);
+        const char *place = std::strchr(kTierLetters, letter);
+        return place != kTierLetters && BodyAddress(kernel, letter) == BodyAddress(kernel, place[-1]);
     }
 
     void Copy(size_t bytes) { copyBytes(destination_.data(), source_.data(), bytes); }

@@ -3,12 +3,14 @@
 
 #include <cstdint>
 
+#include "frame/processor.h"
+
 namespace tonekit {
 
 // A dispatched function: its slot and its bodies in the order of kTierLetters.
 struct DispatchRow {
     void **slot;
-    void *bodies[8];
+    void *bodies[kTierCount];
 };
 
 // Writes into every slot the body of the tier that fits the feature word, unit by unit. At load it runs once;

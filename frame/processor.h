@@ -52,7 +52,7 @@ uint64_t FeatureWord(const ProcessorAnswers &answers);
 
 // The letters of the tiers in ascending demand, which is also the order of bodies in a dispatch row.
 inline constexpr char kTierLetters[] = "ALMNPRSV";
-inline constexpr unsigned kTierCount = 8;
+inline constexpr unsigned kTierCount = sizeof kTierLetters - 1;
 
 // The most demanding tier that fits the word, as an index into kTierLetters.
 unsigned ChooseTier(uint64_t featureWord);

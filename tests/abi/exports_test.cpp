@@ -26,7 +26,7 @@ std::set<std::string> FrozenNames()
             EXPECT_TRUE(form == "nine" || form == "plain") << file << ": " << form;
             EXPECT_TRUE(names.insert(name).second) << name << " is in the list twice";
             if (form == "nine")
-                for (const char *letter = kLetters; *letter; ++letter)
+                for (const char *letter = kTierLetters; *letter; ++letter)
                     names.insert(name + "." + *letter);
         }
     }

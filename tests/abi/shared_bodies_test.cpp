@@ -19,7 +19,7 @@ protected:
     {
         std::string text;
         std::map<void *, bool> seen;
-        for (const char *first = kLetters; *first; ++first) {
+        for (const char *first = kTierLetters; *first; ++first) {
             void *body = Address(name + "." + *first);
             EXPECT_NE(body, nullptr) << name << "." << *first;
             if (seen[body])
@@ -53,8 +53,8 @@ TEST_F(SharedBodies, EveryFunctionSharesAsTheDispatchListSays)
     for (const char *name : DispatchedNames()) {
         if (!Address(std::string(name) + ".A"))
             continue;
-        for (const char *one = kLetters; *one; ++one)
-            for (const char *other = kLetters; *other; ++other)
+        for (const char *one = kTierLetters; *one; ++one)
+            for (const char *other = kTierLetters; *other; ++other)
                 EXPECT_EQ(Address(std::string(name) + "." + *one) ==
                               Address(std::string(name) + "." + *other),
                           BodyAddress(name, *one) == BodyAddress(name, *other))
@@ -67,7 +67,7 @@ TEST_F(SharedBodies, EveryFunctionSharesAsTheDispatchListSays)
 TEST_F(SharedBodies, EntriesStandBesideTheirBodies)
 {
     for (const char *name : {"ChangeChannelOrder", "SRC4_Init", "_ZN21CSampleRateConverter38ResampleEjb"})
-        for (const char *letter = kLetters; *letter; ++letter)
+        for (const char *letter = kTierLetters; *letter; ++letter)
             EXPECT_NE(Address(name), Address(std::string(name) + "." + *letter));
 }
 

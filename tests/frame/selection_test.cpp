@@ -24,10 +24,10 @@ void ExpectSlots(unsigned tier)
 TEST(Selection, IsTheProcessorsOrTheOneThatTheTestRunNames)
 {
     const char *named = std::getenv("TONEKIT_TEST_TIER");
-    const unsigned tier = named ? static_cast<unsigned>(std::string_view(kLetters).find(*named))
+    const unsigned tier = named ? static_cast<unsigned>(std::string_view(kTierLetters).find(*named))
                                 : ChooseTier(FeatureWord(AskProcessor()));
     ExpectSlots(tier);
-    EXPECT_EQ(SelectedLetter(), kLetters[tier]);
+    EXPECT_EQ(SelectedLetter(), kTierLetters[tier]);
 }
 
 TEST(Selection, FollowsTheWord)

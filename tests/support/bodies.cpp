@@ -36,7 +36,7 @@ void *SingleAddress(const char *name, void *own)
 
 void *BodyAddress(const char *name, char letter)
 {
-    const char *position = letter ? std::strchr(kLetters, letter) : nullptr;
+    const char *position = letter ? std::strchr(kTierLetters, letter) : nullptr;
     if (!position)
         return nullptr;
     const std::string suffixed = std::string(name) + "." + letter;
@@ -48,7 +48,7 @@ void *BodyAddress(const char *name, char letter)
         return address;
     for (int row = 0; tonekit_dispatch_names[row]; ++row)
         if (std::strcmp(tonekit_dispatch_names[row], name) == 0)
-            return tonekit_dispatch_rows[row].bodies[position - kLetters];
+            return tonekit_dispatch_rows[row].bodies[position - kTierLetters];
     return nullptr;
 }
 
@@ -62,15 +62,15 @@ std::vector<const char *> DispatchedNames()
 
 bool ProcessorRuns(char letter)
 {
-    const char *position = std::strchr(kLetters, letter);
+    const char *position = std::strchr(kTierLetters, letter);
     return position &&
-           ChooseTier(EnumerateFeatures(AskProcessor())) >= static_cast<unsigned>(position - kLetters);
+           ChooseTier(EnumerateFeatures(AskProcessor())) >= static_cast<unsigned>(position - kTierLetters);
 }
 
 std::vector<char> RunnableLetters()
 {
     std::vector<char> letters;
-    for (const char *letter = kLetters; *letter; ++letter)
+    for (const char *letter = kTierLetters; *letter; ++letter)
         if (ProcessorRuns(*letter))
             letters.push_back(*letter);
     return letters;

@@ -5,12 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "frame/processor.h"
+
 namespace tonekit {
 
 class SharedLibrary;
-
-// The eight letters in ascending demand.
-inline constexpr const char *kLetters = "ALMNPRSV";
 
 // The address of NAME.LETTER, exported or internal; null if no such row or letter exists.
 void *BodyAddress(const char *name, char letter);

@@ -37,16 +37,16 @@ bool SelectTestTier()
     const char *wanted = std::getenv("TONEKIT_TEST_TIER");
     if (!wanted || !*wanted)
         return true;
-    const char *letter = std::strlen(wanted) == 1 ? std::strchr(kLetters, *wanted) : nullptr;
+    const char *letter = std::strlen(wanted) == 1 ? std::strchr(kTierLetters, *wanted) : nullptr;
     if (!letter) {
-        std::fprintf(stderr, "TONEKIT_TEST_TIER: '%s' is none of the letters %s\n", wanted, kLetters);
+        std::fprintf(stderr, "TONEKIT_TEST_TIER: '%s' is none of the letters %s\n", wanted, kTierLetters);
         return false;
     }
     if (!ProcessorRuns(*letter)) {
         std::fprintf(stderr, "TONEKIT_TEST_TIER: this processor lacks what tier %c needs\n", *letter);
         return false;
     }
-    Word() = kTierWords[letter - kLetters];
+    Word() = kTierWords[letter - kTierLetters];
     RestoreSelection();
     return true;
 }

@@ -5,7 +5,7 @@
 
 namespace tonekit {
 
-// A feature word that selects each tier, in the order of kLetters.
+// A feature word that selects each tier, in the order of kTierLetters.
 inline constexpr std::uint64_t kTierWords[8] = {1, 0xef, 0x1ef, 0x3ef, 0x17ef, 0x117ef, 0x197ef, 0x9d9fef};
 
 // The letter that plain names run: the one of this processor, or the one that SelectTestTier has set.

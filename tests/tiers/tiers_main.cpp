@@ -37,7 +37,7 @@ struct Options {
     bool selected = false;
     bool bench = false;
     bool digests = false;
-    std::string tiers = kLetters;
+    std::string tiers = kTierLetters;
     const char *function = nullptr;
     const SharedLibrary *library = nullptr;
     std::uint64_t seed = 1;
@@ -72,8 +72,8 @@ Record RunTested(const Case &one, char letter, const Options &options, std::size
 bool HasOwnBody(const Case &one, char letter)
 {
     for (const char *name : one.names) {
-        const char *lower = std::strchr(kLetters, letter) - 1;
-        if (lower < kLetters || BodyAddress(name, letter) != BodyAddress(name, *lower))
+        const char *lower = std::strchr(kTierLetters, letter) - 1;
+        if (lower < kTierLetters || BodyAddress(name, letter) != BodyAddress(name, *lower))
             return true;
     }
     return false;
@@ -199,8 +199,8 @@ int List()
     for (const char *name : DispatchedNames()) {
         std::printf("%-50s", name);
         char body = 'A';
-        for (const char *letter = kLetters; *letter; ++letter) {
-            if (letter == kLetters || BodyAddress(name, *letter) != BodyAddress(name, letter[-1]))
+        for (const char *letter = kTierLetters; *letter; ++letter) {
+            if (letter == kTierLetters || BodyAddress(name, *letter) != BodyAddress(name, letter[-1]))
                 body = *letter;
             std::printf(" %c:%c", *letter, body);
         }
@@ -305,7 +305,7 @@ bool Parse(int argc, char **argv, Options &options)
         else
             return false;
     }
-    return options.tiers.find_first_not_of(kLetters) == std::string::npos;
+    return options.tiers.find_first_not_of(kTierLetters) == std::string::npos;
 }
 
 int Digests(const Options &options)
@@ -352,7 +352,7 @@ int Main(int argc, char **argv)
         if (one.exercise)
             Compare(one, options, counts);
     }
-    if (options.library && !options.function && options.tiers == kLetters)
+    if (options.library && !options.function && options.tiers == kTierLetters)
         counts.failed += CountUncalled(*options.library);
     std::printf("%d passed, %d failed, %d skipped\n", counts.passed, counts.failed, counts.skipped);
     return counts.failed == 0 ? 0 : 1;
