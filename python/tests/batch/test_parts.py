@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import tracemalloc
 from collections import Counter, deque
 from collections.abc import Iterator, Sequence
@@ -11,7 +12,7 @@ from typing import Any
 import pytest
 from empty_archive import EmptyEngine, made, simulated
 
-from tonekit.batch import _books, _listing
+from tonekit.batch import _books, _listing, _local
 from tonekit.batch._books import Books, Shards
 from tonekit.batch._engine import Done, Lost
 from tonekit.batch._progress import Progress, clock
@@ -19,6 +20,7 @@ from tonekit.batch._schedule import Schedule
 from tonekit.batch._statistics import Statistics, Timeline
 from tonekit.batch._storage import Store, patiently, plain_address
 from tonekit.batch._work import Item, kind_of
+from tonekit.batch._worker import MARK
 
 
 def items(count: int) -> Iterator[Item | None]:
@@ -64,6 +66,49 @@ def test_every_file_has_one_outcome_whatever_is_lost() -> None:
     tries = Counter(name for group in engine.groups for name in group)
     assert 3 <= tries["/a/13"] <= 4  # one may have been with others, when nobody knew which of them it was
     assert engine.lost_once and max(len(group) for group in engine.groups) > 50
+
+
+class Blamed(EmptyEngine):
+    """Loses every group that holds the file 400, and knows that it was this one."""
+
+    def event(self, group: Sequence[Item]) -> Done | Lost:
+        names = [item.source for item in group]
+        self.largest = max(getattr(self, "largest", 0), len(group) if "/a/400" in names else 0)
+        return Lost(group, names.index("/a/400"), "signal 9") if "/a/400" in names else super().event(group)
+
+
+def test_those_that_were_with_a_deadly_file_are_done_by_another_worker() -> None:
+    engine = Blamed()
+    outcomes: list[tuple[str, str]] = []
+    Schedule(engine, items(500), lambda item, outcome: outcomes.append((item.source, outcome["state"]))).run(lambda: None)
+    assert engine.largest > 10
+    assert sorted(outcomes) == sorted((f"/a/{i}", "failed" if i == 400 else "done") for i in range(500))
+
+
+class Ended:
+    """A process that a signal ended."""
+
+    def wait(self) -> int:
+        return -9
+
+
+def test_what_a_dead_worker_had_said_is_not_done_again() -> None:
+    some = [item for item in items(20) if item is not None][:8]
+
+    def lost(group: int, file: int) -> list[Lost]:
+        process = object.__new__(_local._Process)
+        process.__dict__.update(process=Ended(), done=2, _mark=os.memfd_create("mark"))
+        process.groups = deque([_local._Group(7, some[:5]), _local._Group(8, some[5:])])
+        os.pwrite(process._mark, MARK.pack(group, file), 0)
+        events = process.lost()
+        os.close(process._mark)
+        assert not process.groups
+        return events
+
+    reason = "signal 9 (SIGKILL)"
+    assert lost(7, 3) == [Lost(some[2:5], 1, reason), Lost(some[5:], None, reason)]
+    assert lost(7, 1) == [Lost(some[2:5], None, reason), Lost(some[5:], None, reason)]
+    assert lost(8, 0) == [Lost(some[2:5], None, reason), Lost(some[5:], 0, reason)]
 
 
 def test_groups_hold_as_much_work_as_is_worth_a_message() -> None:
