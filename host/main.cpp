@@ -89,6 +89,7 @@ int Inform(const Options &options)
 int Run(const Options &options)
 {
     SetMemoryLimit(uint64_t{options.memoryMiB} << 20);
+    SetDSDPCMGain(options.dsdGain);
     if (options.bodies)
         UseBodies(*options.bodies);
     switch (options.command) {

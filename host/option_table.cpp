@@ -143,6 +143,8 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }, true, NamesOf<kHdcds>},
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
+    {"dsd-gain", 0, "DB", "gain of DSD, 0 to 6 dB (6, the default: its usual full scale is that of samples)",
+     [](Options &o, Text v) { o.dsdGain = Number(v, 0, 6); }, true},
 
     {nullptr, 0, nullptr, "Tags, pictures and chapters (WAV, AIFF, FLAC, Ogg, MP3, M4A)", nullptr},
     {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",

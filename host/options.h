@@ -62,6 +62,7 @@ struct Options {
     bool normalizeAlbum = false;     // the loudness of the whole album
     HdcdChoice hdcd = HdcdChoice::Off;
     uint32_t hdcdGain = 6;
+    uint32_t dsdGain = 6;
 
     // What of it.
     std::optional<uint64_t> start; // in 100 ns

@@ -365,6 +365,81 @@ TEST_F(LibavReader, MakesPcmOfDsdWithTheGainThatIsSet)
     EXPECT_NE(RunHost({"--info", folder / "a.dsf"}).err.find("the file is cut off"), std::string::npos);
 }
 
+TEST_F(LibavReader, MakesPcmOfDsdWithTheGainOfTheCommandLine)
+{
+    WriteText(folder / "a.dsf", Dsf('\xFF', '\x00', 3));
+    const std::pair<std::vector<std::string>, double> gains[] = {
+        {{}, 1.99526}, {{"--dsd-gain", "6"}, 1.99526}, {{"--dsd-gain", "1"}, 1.12202}};
+    for (const auto &gain : gains) {
+        std::vector<std::string> arguments = gain.first;
+        arguments.insert(arguments.end(), {"-q", "-b", "64f", folder / "a.dsf", folder / "out.w64"});
+        EXPECT_EQ(RunHost(arguments).err, "");
+        const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "out.w64", "out");
+        const std::string samples = SamplesOf(*source);
+        double value = 0;
+        std::memcpy(&value, samples.data() + 4096 * sizeof(value), sizeof(value));
+        EXPECT_NEAR(value, gain.second, 1e-4);
+    }
+    EXPECT_EQ(RunHost({"--dsd-gain", "7", "a", "b"}).status, 2);
+}
+
+std::string Big(uint64_t number, int bytes)
+{
+    std::string text;
+    for (int i = bytes - 1; i >= 0; i--)
+        text += static_cast<char>(number >> 8 * i);
+    return text;
+}
+
+TEST_F(LibavReader, ReadsDsdInChunks)
+{
+    const auto chunk = [](const std::string &name, const std::string &content) {
+        return name + Big(content.size(), 8) + content;
+    };
+    std::string bits;
+    for (int i = 0; i < 5001; i++)
+        bits += std::string("\xFF\x00", 2);
+    const std::string body =
+        "DSD " + chunk("FVER", Big(0x01050000, 4)) +
+        chunk("PROP", "SND " + chunk("FS  ", Big(2822400, 4)) + chunk("CHNL", Big(2, 2) + "SLFTSRGT") +
+                          chunk("CMPR", "DSD " + Big(14, 1) + "not compressed" + Big(0, 1))) +
+        chunk("DSD ", bits);
+    WriteText(folder / "a.dff", "FRM8" + Big(body.size(), 8) + body);
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "a.dff", "a");
+    EXPECT_EQ(source->type(), "DSDIFF");
+    EXPECT_EQ(source->format().rate, 352800U);
+    EXPECT_EQ(source->frames(), 5001U);
+    const std::vector<float> samples = Floats(SamplesOf(*source));
+    ASSERT_EQ(samples.size(), 2 * 5001U);
+    EXPECT_NEAR(samples[4000], 1.99526, 1e-4);
+    EXPECT_NEAR(samples[4001], -1.99526, 1e-4);
+    CutOff(folder / "a.dff", 9000);
+    EXPECT_NE(RunHost({"--info", folder / "a.dff"}).err.find("the file is cut off"), std::string::npos);
+}
+
+// A file of Monkey's Audio whose one frame says that it is silent; the checksum is that of its samples.
+std::string SilentApe(uint32_t checksum)
+{
+    return "MAC " + Little(3990, 2) + Little(0, 2) + Little(52, 4) + Little(24, 4) + Little(4, 4) +
+           Little(0, 4) + Little(8, 4) + Little(0, 8) + std::string(16, '\0') + Little(1000, 2) +
+           Little(0, 2) + Little(73728, 4) + Little(1000, 4) + Little(1, 4) + Little(16, 2) + Little(2, 2) +
+           Little(44100, 4) + Little(80, 4) + Little(0x80000000 | checksum, 4) + Little(3, 4) +
+           std::string(16, '\0');
+}
+
+TEST_F(LibavReader, ReadsMonkeysAudioAndChecksItsSum)
+{
+    WriteText(folder / "a.ape", SilentApe(0x1D45C9DF));
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "a.ape", "a");
+    EXPECT_EQ(source->type(), "Monkey's Audio");
+    EXPECT_EQ(source->format(), (AudioFormat{SampleFormat::Int16, 2, 44100}));
+    EXPECT_EQ(source->frames(), 1000U);
+    EXPECT_EQ(SamplesOf(*source), std::string(4000, '\0'));
+    WriteText(folder / "b.ape", SilentApe(0x1D45C9DE));
+    EXPECT_NE(RunHost({"--info", folder / "b.ape"}).err.find("b.ape: the audio is damaged"),
+              std::string::npos);
+}
+
 TEST_F(LibavReader, ChangesNoTagsInPlace)
 {
     WriteCoded(folder / "a.wv", Noise(kWav16, 44100, 2, 5000), {"wv", "wavpack", 16});
