@@ -25,7 +25,7 @@ constexpr int kLevelLabels = 40; // right of the bar
 constexpr int kTick = 4;
 
 // The names of channels in the converter's order, by their number.
-const std::vector<std::vector<const char *>> kChannelNames = {
+constexpr const char *kChannelNames[9][8] = {
     {},
     {""},
     {"Left", "Right"},

@@ -216,8 +216,13 @@ TEST_F(Levels, OfAnAlbumDoWithoutFilesThatFail)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("b.wav: not an audio file"), std::string::npos) << outcome.err;
     EXPECT_NEAR(Measure(folder / "out/a.wav").loudness, -20, 0.05);
-    // One that breaks only where it is measured.
+    // What is no audio at all has no part in it.
     std::filesystem::remove(folder / "in/b.wav");
+    WriteText(folder / "in/notes.txt", "notes");
+    Run({"--normalize", "-22", "--normalize-by", "album", "--copy-others", folder / "in", folder / "out"});
+    EXPECT_NEAR(Measure(folder / "out/a.wav").loudness, -22, 0.05);
+    EXPECT_EQ(ReadText(folder / "out/notes.txt"), "notes");
+    // One that breaks only where it is measured.
     WriteValues(folder / "in/c.wav", kDouble, 48000, 1, std::vector<double>(48000, std::nan("")));
     const Outcome broken =
         RunHost({"--normalize", "-25", "--normalize-by", "album", folder / "in", folder / "out"});
