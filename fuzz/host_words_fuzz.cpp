@@ -36,7 +36,7 @@ void Sheet(const std::string &text)
 // A name that every file system takes.
 void CheckName(const std::string &name)
 {
-    Require(!name.empty() && name.size() <= 201 && name.find_first_of("/\\:*?\"<>|") == std::string::npos);
+    Require(!name.empty() && name.size() <= 200 && name.find_first_of("/\\:*?\"<>|") == std::string::npos);
     Require(name.front() != '.' && name.front() != ' ' && name.back() != '.' && name.back() != ' ');
     for (const char c : name)
         Require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);

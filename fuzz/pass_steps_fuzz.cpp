@@ -268,12 +268,16 @@ void CheckPrediction(InputBytes &input, bool anyBits)
     const std::vector<Work> samples = TakeSamples<Work>(input, anyBits);
     const auto length = static_cast<std::uint32_t>(samples.size()) / static_cast<std::uint32_t>(channels);
     const auto frame = static_cast<std::ptrdiff_t>(channels);
-    std::vector<Work> buffer((std::size_t{before} + length + after) * static_cast<std::size_t>(channels));
+    std::vector<Work> buffer;
+    buffer.reserve(1); // an empty one has an address, too
+    buffer.resize((std::size_t{before} + length + after) * static_cast<std::size_t>(channels));
     std::copy_n(samples.begin(), length * frame, buffer.begin() + before * frame);
     std::vector<Work> expected = buffer;
     tonekit::reference::Extrapolate(expected, length, channels, order, before, after);
     for (Extrapolate *const body : bodies) {
-        std::vector<Work> predicted = buffer;
+        std::vector<Work> predicted;
+        predicted.reserve(1);
+        predicted = buffer;
         body(predicted.data() + before * frame, length, channels, order, before, after);
         Require(Equal(expected, predicted));
     }

@@ -154,12 +154,6 @@ std::string SafeName(const std::string &text)
                     ? '_'
                     : c;
     }
-    if (name.size() > kLongest) {
-        size_t end = kLongest;
-        while (end > 0 && IsContinuation(name[end]))
-            end--;
-        name.resize(end);
-    }
     name.erase(0, std::min(name.find_first_not_of(' '), name.size()));
     name.erase(name.find_last_not_of(". ") + 1);
     // A dot at the start would hide the file.
@@ -168,6 +162,13 @@ std::string SafeName(const std::string &text)
     // An extension makes no file of a device.
     if (name.empty() || IsDevice(name))
         name.insert(std::min(name.find('.'), name.size()), "_");
+    if (name.size() > kLongest) {
+        size_t end = kLongest;
+        while (end > 0 && IsContinuation(name[end]))
+            end--;
+        name.resize(end);
+        name.erase(name.find_last_not_of(". ") + 1);
+    }
     return name;
 }
 

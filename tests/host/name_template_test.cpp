@@ -79,6 +79,8 @@ TEST(SafeName, IsCutBetweenCharacters)
         text += "\u00fc";
     EXPECT_EQ(SafeName(text), text.substr(0, 199));
     EXPECT_EQ(SafeName(std::string(300, 'a')), std::string(200, 'a'));
+    EXPECT_EQ(SafeName("con." + std::string(300, 'a')), "con_." + std::string(195, 'a'));
+    EXPECT_EQ(SafeName(std::string(150, 'a') + std::string(100, '.') + "b"), std::string(150, 'a'));
 }
 
 } // namespace
