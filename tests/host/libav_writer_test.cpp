@@ -187,6 +187,7 @@ TEST_F(M4a, TakesChaptersWhereItsHeaderIsNotTheLastBox)
     for (int i = 0; i < 2; i++) {
         Run({"--in-place", "--chapters", folder / "c.txt", m4a});
         ExpectInfo(m4a, {" First\n", " Second\n"});
+        EXPECT_NE(ReadText(m4a).find(std::string("\0\0\0\x0C", 4) + "skip" + "last"), std::string::npos);
         Run({m4a, folder / "out.wav"});
         EXPECT_TRUE(ReadSound(folder / "out.wav").samples == ReadSound(folder / "good.wav").samples);
     }
