@@ -165,7 +165,7 @@ protected:
     }
 
     static constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    const Options options_;
+    Options options_;
     TemporaryFolder folder_;
 };
 
