@@ -28,6 +28,8 @@ std::unique_ptr<SampleSource> OpenStandardInput(const Options &options)
     const std::string type = CodedTypeOf(*pipe);
     if (InterruptNoted())
         throw Interrupted();
+    if (type == "MP4")
+        pipe->AllowSkips();
     if (!type.empty())
         return OpenThroughLibav(std::move(pipe), kStandardInput);
     return std::make_unique<AudioReader>(std::move(pipe), kStandardInput);

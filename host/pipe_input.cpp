@@ -33,7 +33,7 @@ std::error_code PipeInput::Read(void *buffer, size_t size, size_t &got)
 {
     got = 0;
     size = static_cast<size_t>(std::min<uint64_t>(size, end_ > position_ ? end_ - position_ : 0));
-    if (size == 0 || (position_ > next_ + kMostSkipped && !isFile_))
+    if (size == 0 || (position_ > next_ + kMostSkipped && !isFile_ && !(skips_ && keeps_)))
         return {};
     if (keeps_) {
         if (const std::error_code error = Fetch(position_ + size))

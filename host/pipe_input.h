@@ -12,7 +12,8 @@
 namespace tonekit::host {
 
 // Positions can be set at will. While bytes are kept, all that was read can be read again; after that,
-// reading goes on from where it is. Reading far ahead gives nothing, as at the end of a file.
+// reading goes on from where it is. Reading far ahead gives nothing, as at the end of a file, unless that is
+// allowed.
 class PipeInput final : public ByteStream {
 public:
     // The size of a stream that doesn't say where it ends.
@@ -33,6 +34,8 @@ public:
     // What SetEnd set, or kEndless.
     std::error_code Size(uint64_t &size) override;
 
+    // Reading far ahead keeps all up to there, for types whose header may come last.
+    void AllowSkips() { skips_ = true; }
     // From now on there is no way back, but to what is kept.
     void KeepNoMore() { keeps_ = false; }
     std::span<const unsigned char> kept() const { return kept_; }
@@ -59,6 +62,7 @@ private:
     uint64_t mostKept_;
     bool isFile_ = false;
     bool keeps_ = true;
+    bool skips_ = false;
     std::vector<unsigned char> kept_;
     size_t tailSize_ = 0;
     std::vector<unsigned char> tail_;

@@ -250,6 +250,16 @@ TEST_F(LibavReader, ReadsWhatComesOutOfAPipe)
     }
 }
 
+TEST_F(LibavReader, ReadsALongFileFromAPipeWhoseHeaderComesLast)
+{
+    const Sound sound = Noise(kWav16, 44100, 2, 600000); // 2.4 MB
+    WriteCoded(folder / "in", sound, {"ipod", "alac", 16});
+    const std::string file = ReadText(folder / "in");
+    ASSERT_GT(file.find("moov"), 2'000'000U);
+    EXPECT_EQ(RunHostOnPipes(file, {"-q", "-", folder / "out.wav"}).err, "");
+    EXPECT_TRUE(ReadSound(folder / "out.wav").samples == sound.samples);
+}
+
 // The samples of a file; none if it is refused.
 std::optional<std::string> SamplesIfAny(const std::string &name)
 {
