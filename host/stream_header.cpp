@@ -68,7 +68,15 @@ SizeField FieldOfRf64(HeaderBytes &bytes)
     const SizeField data = FieldInChunks(bytes, "data", kRiff);
     if (data.samples == 0 || !bytes.Has(12, "ds64"))
         return data;
-    return {28, 8, false, bytes.Little(28, 8), data.samples};
+    const uint64_t size = bytes.Little(28, 8);
+    return bytes.ok() ? SizeField{28, 8, false, size, data.samples} : SizeField{};
+}
+
+SizeField FieldOfAu(HeaderBytes &bytes)
+{
+    const uint64_t samples = bytes.Big(4, 4);
+    const uint64_t size = bytes.Big(8, 4);
+    return bytes.ok() ? SizeField{8, 4, true, size, samples} : SizeField{};
 }
 
 SizeField FieldOf(HeaderBytes &bytes)
@@ -84,7 +92,7 @@ SizeField FieldOf(HeaderBytes &bytes)
     if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
         return FieldInChunks(bytes, "SSND", kBigRiff);
     if (bytes.Has(0, ".snd"))
-        return {8, 4, true, bytes.Big(8, 4), bytes.Big(4, 4)};
+        return FieldOfAu(bytes);
     if (bytes.Has(0, "caff"))
         return FieldInChunks(bytes, "data", kCaf);
     return {};
