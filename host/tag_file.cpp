@@ -65,6 +65,18 @@ const char *StartOf(TagKind kind)
     return kind == TagKind::Wav ? "RIFF" : kind == TagKind::Aiff ? "FORM" : nullptr;
 }
 
+// Whether the file begins with a tag whose size isn't written with 7 bits in each byte. TagLib takes such a
+// size for another one than players do, and would write over audio.
+bool HasOddSize(TagStream &stream)
+{
+    const TagLib::ByteVector header = stream.readBlock(10);
+    stream.seek(0, TagLib::IOStream::Beginning);
+    bool odd = false;
+    for (int i = 6; i < static_cast<int>(header.size()); i++)
+        odd = odd || (static_cast<unsigned char>(header[i]) & 0x80) != 0;
+    return odd && header.startsWith("ID3");
+}
+
 bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
 {
     using Mpeg = TagLib::MPEG::File;
@@ -103,6 +115,8 @@ void TagFile::Open()
         }
         stream_.seek(0, TagLib::IOStream::Beginning);
     }
+    if (HasOddSize(stream_))
+        return;
     // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,
     // as pictures are copied and written, takes as much again.
     AllocationBudget budget(MemoryLimit() * 3 / 8);
