@@ -3,8 +3,10 @@
 
 #include "host/channel_layout.h"
 #include "host/completeness.h"
+#include "host/memory_bytes.h"
 #include "host/memory_limit.h"
 #include "host/paths.h"
+#include "host/streamed_type.h"
 
 #include <algorithm>
 #include <cstring>
@@ -258,18 +260,60 @@ void AudioReader::MendHeader(uint64_t size)
     }
 }
 
+// Before MPEG audio libsndfile tries a type with a second file, "._" in the current folder. If there is one,
+// it divides by what it computes from the sizes, which brings the program down where a stream has no end.
+void AudioReader::TryMpeg()
+{
+    constexpr size_t kTried = size_t{16} << 10;
+    char block[kTried];
+    size_t got = 0;
+    pipe_->SeekTo(stream_.start());
+    if (const std::error_code error = pipe_->Read(block, kTried, got))
+        throw std::system_error(error);
+    std::vector<unsigned char> bytes(pipe_->kept().begin(), pipe_->kept().end());
+    MemoryBytes memory(bytes);
+    SoundStream tried;
+    tried.Use(&memory, false);
+    tried.SkipTo(stream_.start());
+    SF_INFO info{};
+    tried.Start(SFM_READ, info);
+    if (!tried.handle())
+        throw UnknownType(shownName_ + ": not an audio file that can be read (" + SoundFileError(nullptr) +
+                          ")");
+}
+
+void AudioReader::TakeWholePipe()
+{
+    const std::error_code error = pipe_->KeepAll();
+    if (error == std::errc::not_enough_memory)
+        Fail(
+            "this type of file is read from a pipe as a whole, and takes more memory than it may (--memory)");
+    if (error)
+        throw std::system_error(error);
+    stream_.Use(pipe_.get());
+    FailIfCut(*pipe_);
+}
+
 void AudioReader::OpenPipe()
 {
     stream_.Use(pipe_.get(), false);
     try {
         char first = 0;
         size_t got = 0;
+        pipe_->SeekTo(0);
         if (const std::error_code error = pipe_->Read(&first, 1, got))
             throw std::system_error(error);
         if (got == 0)
             Fail("is empty");
         const uint64_t start = LeadingTagBytes(*pipe_);
         stream_.SkipTo(start);
+        const Streaming streaming = StreamingOf(*pipe_, start);
+        if (streaming == Streaming::Unknown)
+            throw UnknownType(shownName_ + ": not an audio file that can be read from a pipe");
+        if (streaming == Streaming::Mpeg)
+            TryMpeg();
+        if (streaming == Streaming::Whole)
+            TakeWholePipe();
         header_ = PrepareHeader(*pipe_);
         pipe_->SeekTo(start);
     } catch (const std::system_error &error) {
@@ -314,6 +358,14 @@ void AudioReader::Start()
     encoding_ = NameOfPart(subtype);
 }
 
+void AudioReader::FailIfCut(ByteStream &file) const
+{
+    if (const uint64_t missing = MissingBytes(file))
+        Fail(missing == 1
+                 ? "the file is cut off"
+                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+}
+
 // Before libsndfile starts, which keeps its own account of the file's position.
 void AudioReader::CheckComplete()
 {
@@ -322,10 +374,7 @@ void AudioReader::CheckComplete()
         // libmpg123 would read the tag too, in a time that grows with the square of its frames.
         start = LeadingTagBytes(stream_.file());
         stream_.SkipTo(start);
-        if (const uint64_t missing = MissingBytes(stream_.file()))
-            Fail(missing == 1
-                     ? "the file is cut off"
-                     : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+        FailIfCut(stream_.file());
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }

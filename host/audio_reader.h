@@ -59,6 +59,9 @@ private:
     void CheckPath() const;
     void OpenFile();
     void OpenPipe();
+    void TryMpeg();
+    void TakeWholePipe();
+    void FailIfCut(ByteStream &file) const;
     void MendHeader(uint64_t size);
     bool MayBeMpeg();
     void Start();

@@ -167,7 +167,7 @@ void CheckOggEnd(const PipeInput &stream, const std::string &name)
         throw Failure(name + ": the stream is cut off");
 }
 
-uint64_t MissingBytes(File &file)
+uint64_t MissingBytes(ByteStream &file)
 {
     HeaderBytes bytes(file);
     if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))

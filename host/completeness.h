@@ -14,7 +14,7 @@ namespace tonekit::host {
 // How many bytes are missing at the end of the file; 0 if nothing is, if its header doesn't say how long it
 // is, or if it is of a kind that isn't looked at here. The file's position is left anywhere.
 // Throws std::system_error if the system fails.
-uint64_t MissingBytes(File &file);
+uint64_t MissingBytes(ByteStream &file);
 
 inline constexpr size_t kLargestOggPage = 27 + 255 + 255 * 255;
 // Whether the last page of an Ogg stream is complete and marked as the end. Needs at least its last

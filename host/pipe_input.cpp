@@ -125,6 +125,19 @@ void PipeInput::Replace(size_t position, size_t count, std::span<const unsigned 
     next_ = kept_.size();
 }
 
+std::error_code PipeInput::KeepAll()
+{
+    constexpr uint64_t kBlock = uint64_t{64} << 10;
+    uint64_t before = 0;
+    do {
+        before = next_;
+        if (const std::error_code error = Fetch(next_ + kBlock))
+            return error;
+    } while (next_ > before);
+    end_ = next_;
+    return {};
+}
+
 std::error_code PipeInput::Drain()
 {
     std::vector<char> block(size_t{64} << 10);

@@ -41,6 +41,8 @@ public:
     std::span<const unsigned char> kept() const { return kept_; }
     // Puts bytes in the place of kept ones; all that follows moves with them.
     void Replace(size_t position, size_t count, std::span<const unsigned char> bytes);
+    // Keeps all of the stream, up to its end, which is known then.
+    std::error_code KeepAll();
     // The stream ends for readers at this position, or where it really does.
     void SetEnd(uint64_t end) { end_ = end; }
     bool endIsKnown() const { return end_ != kEndless; }

@@ -56,6 +56,56 @@ TEST_F(Pipes, ReadEveryTypeThatTheProgramWrites)
     }
 }
 
+// libsndfile computes their length from the file's size, or looks for their last block.
+TEST_F(Pipes, ReadTypesThatNeedTheirSize)
+{
+    for (const int format :
+         {SF_FORMAT_PAF | SF_FORMAT_PCM_16, SF_FORMAT_NIST | SF_FORMAT_PCM_16,
+          SF_FORMAT_VOC | SF_FORMAT_PCM_16, SF_FORMAT_PVF | SF_FORMAT_PCM_16,
+          SF_FORMAT_AVR | SF_FORMAT_PCM_16, SF_FORMAT_IRCAM | SF_FORMAT_PCM_16,
+          SF_FORMAT_MAT4 | SF_FORMAT_PCM_16, SF_FORMAT_MAT5 | SF_FORMAT_PCM_16,
+          SF_FORMAT_SVX | SF_FORMAT_PCM_16, SF_FORMAT_SDS | SF_FORMAT_PCM_16, SF_FORMAT_WVE | SF_FORMAT_ALAW,
+          SF_FORMAT_XI | SF_FORMAT_DPCM_16, SF_FORMAT_MPC2K | SF_FORMAT_PCM_16,
+          SF_FORMAT_PAF | SF_FORMAT_PCM_16 | SF_ENDIAN_LITTLE,
+          SF_FORMAT_IRCAM | SF_FORMAT_PCM_16 | SF_ENDIAN_BIG,
+          SF_FORMAT_MAT4 | SF_FORMAT_PCM_16 | SF_ENDIAN_BIG}) {
+        SCOPED_TRACE(format);
+        WriteSound(folder / "rare", Noise(format, 8000, 1, 2001));
+        const std::string samples = Through("", {"-q", "-b", "16", folder / "rare", "-t", "raw", "-"});
+        EXPECT_GE(samples.size(), 2001u * 2);
+        EXPECT_TRUE(Through(ReadText(folder / "rare"), {"-q", "-b", "16", "-", "-t", "raw", "-"}) == samples);
+    }
+}
+
+TEST_F(Pipes, NoticeThatATypeThatNeedsItsSizeIsCutOff)
+{
+    WriteSound(folder / "rare", Noise(SF_FORMAT_SDS | SF_FORMAT_PCM_16, 8000, 1, 2001));
+    const std::string sds = ReadText(folder / "rare");
+    const std::vector<std::string> convert = {"-q", "-", folder / "old.wav"};
+    ExpectRefusal(1, "the file is cut off: its last 300 bytes are missing", sds.substr(0, sds.size() - 300),
+                  convert);
+    // An end within the header, as it was found by chance.
+    ExpectRefusal(1, "cut off", sds.substr(0, 63), convert);
+    ExpectRefusal(1, "(--memory)", std::string("PVF1\n1 8000 16\n") + std::string(20'000'000, 'x'),
+                  {"-q", "--memory", "16", "-", folder / "old.wav"});
+}
+
+// "._" is where libsndfile looks for a second part of a file without a name.
+TEST_F(Pipes, EndWithALineWhereLibsndfileFindsASecondPart)
+{
+    const std::string name = folder / "a.mp3";
+    Convert({folder / "good.wav", name});
+    const std::string mp3 = ReadText(name);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::create_directory(PathFromUtf8(folder / "aside"));
+    WriteText(folder / "aside/._", "");
+    std::filesystem::current_path(PathFromUtf8(folder / "aside"));
+    const Outcome outcome = RunHostOnPipes(mp3, {"-q", "-", "-t", "raw", "-"});
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << outcome.status;
+    EXPECT_EQ(outcome.status == 0, outcome.err.empty()) << outcome.err;
+}
+
 TEST_F(Pipes, ReadSizesThatNobodyKnew)
 {
     const std::string good = Good();
@@ -230,6 +280,10 @@ TEST_F(Pipes, EndWithALineWhereTheStreamIsBad)
     const std::vector<std::string> convert = {"-q", "-", folder / "old.wav"};
     ExpectRefusal(1, "standard input: is empty", "", convert);
     ExpectRefusal(1, "not an audio file", "hello, this is text and no audio at all", convert);
+    ExpectRefusal(1, "not an audio file", std::string(5000, 'x'), convert);
+    ExpectRefusal(1, "not an audio file", std::string("FORM\0\0\0\0ILBM", 12) + std::string(5000, '\0'),
+                  convert);
+    ExpectRefusal(1, "not an audio file", "\xFF\xFB", convert);
     ExpectRefusal(1, "the audio breaks off: 40000 of 50000 frames", Good().substr(0, 44 + 160000), convert);
     ExpectRefusal(1, "ends within a frame: 3 bytes of 4", GoodSamples().substr(0, 4003),
                   {"--raw", "s16le,44100,2", "-", folder / "old.wav"});

@@ -379,13 +379,27 @@ TEST(Program, JsonIsOneObjectOfWhatWasDone)
                          {"float", false},
                          {"frames", 48000},
                          {"seconds", 1.0}};
-    const Json file = {{"ok", true},           {"error", nullptr},         {"input", input},
-                       {"output", output},     {"part", nullptr},          {"joined", nullptr},
-                       {"quality", "high"},    {"dryRun", false},          {"skipped", nullptr},
-                       {"copied", false},      {"encoder", nullptr},       {"dither", false},
-                       {"level", nullptr},     {"limiter", nullptr},       {"hdcd", nullptr},
-                       {"hdcdDecoded", false}, {"replaygain", nullptr},    {"albumReplaygain", nullptr},
-                       {"hash", nullptr},      {"warnings", Json::array()}};
+    const Json file = {{"ok", true},
+                       {"error", nullptr},
+                       {"input", input},
+                       {"output", output},
+                       {"part", nullptr},
+                       {"joined", nullptr},
+                       {"quality", "high"},
+                       {"dryRun", false},
+                       {"skipped", nullptr},
+                       {"spectrogram", nullptr},
+                       {"copied", false},
+                       {"encoder", nullptr},
+                       {"dither", false},
+                       {"level", nullptr},
+                       {"limiter", nullptr},
+                       {"hdcd", nullptr},
+                       {"hdcdDecoded", false},
+                       {"replaygain", nullptr},
+                       {"albumReplaygain", nullptr},
+                       {"hash", nullptr},
+                       {"warnings", Json::array()}};
     EXPECT_EQ(json, (Json{{"ok", true}, {"files", Json::array({file})}, {"frames", 48000}}));
 }
 
