@@ -58,7 +58,7 @@ std::string SpeedText(const ConversionReport &report)
 std::string ReportText(const ConversionReport &report)
 {
     if (report.HasNamesOnly())
-        return report.input.path + " -> " + report.output.path + ": " +
+        return TerminalText(report.input.path) + " -> " + TerminalText(report.output.path) + ": " +
                (report.skipped.empty() ? "copied" : "skipped, " + report.skipped) +
                (report.dryRun ? " (dry run)" : "");
     std::string text = StreamText(report.input) + " -> ";

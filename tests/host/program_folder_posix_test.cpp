@@ -34,5 +34,15 @@ TEST_F(Folders, AnUnreadableFolderIsToldAndTheRestIsDone)
     EXPECT_EQ(Tree("out"), (Names{"c.flac", "two/deep/b.flac"}));
 }
 
+TEST_F(Folders, NamesOfOthersStayInTheirLine)
+{
+    WriteText(folder / "music/one/a\nb.txt", "x");
+    const Outcome outcome = RunHost({"-t", "flac", "--copy-others", folder / "music/one", folder / "out"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("one/a\\nb.txt -> "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("out/a\\nb.txt: copied\n"), std::string::npos) << outcome.out;
+    EXPECT_EQ(ReadText(folder / "out/a\nb.txt"), "x");
+}
+
 } // namespace
 } // namespace tonekit::host::test
