@@ -175,8 +175,14 @@ TEST(HostileTags, ThatUnfoldAreLeftOut)
     EXPECT_EQ(RunHost({"-q", "--memory", "4096", folder / "a.mp3", folder / "b.wav"}).status, 0);
 }
 
+// Work that grows with the square of their number would take minutes.
 TEST(HostileTags, OfManyTextsAndChaptersAreReadInPartAndSoon)
 {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    const std::chrono::seconds soon(100);
+#else
+    const std::chrono::seconds soon(10);
+#endif
     TemporaryFolder folder;
     std::string frames;
     for (int i = 0; i < 20000; i++) {
@@ -195,7 +201,7 @@ TEST(HostileTags, OfManyTextsAndChaptersAreReadInPartAndSoon)
         << outcome.err;
     EXPECT_NE(outcome.err.find("15904 chapters are left out: more than a file may have\n"),
               std::string::npos);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, soon);
     const Json json = Json::parse(RunHost({"--info", "--json", folder / "a.flac"}).out)["files"][0];
     EXPECT_EQ(json["tags"].size(), 4096u);
     EXPECT_EQ(json["chapters"].size(), 4096u);
