@@ -9,8 +9,9 @@ from . import _core
 
 OptionList = list[tuple[str, str]]
 
-# Options of other commands than the conversion of a file, and those that only a command line needs.
-_OF_THE_PROGRAM = frozenset({"in-place", "extract-cover", "spectrogram", "split", "cue", "join", "normalize-by", "copy-others", "jobs", "memory", "bodies", "info", "json", "progress", "quiet", "version", "help"})
+# Options of other commands than the conversion of a file, those that only a command line needs, and that of a type which the
+# package can't read.
+_OF_THE_PROGRAM = frozenset({"in-place", "extract-cover", "spectrogram", "dsd-gain", "split", "cue", "join", "normalize-by", "copy-others", "jobs", "memory", "bodies", "info", "json", "progress", "quiet", "version", "help"})
 # Option (as an argument), what its value is called (None for a switch), help.
 TABLE = {
     # What a value in brackets asks for concerns many files at a time.
