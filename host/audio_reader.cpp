@@ -195,6 +195,14 @@ void AudioReader::Fail(const std::string &what) const
     throw Failure(shownName_ + ": " + what);
 }
 
+// What came may be short because reading was interrupted.
+void AudioReader::FailUnknown(const std::string &more) const
+{
+    if (InterruptNoted())
+        throw Interrupted();
+    throw UnknownType(shownName_ + ": not an audio file that can be read" + more);
+}
+
 void AudioReader::CheckPath() const
 {
     std::error_code error;
@@ -270,16 +278,14 @@ void AudioReader::TryMpeg()
     pipe_->SeekTo(stream_.start());
     if (const std::error_code error = pipe_->Read(block, kTried, got))
         throw std::system_error(error);
-    std::vector<unsigned char> bytes(pipe_->kept().begin(), pipe_->kept().end());
-    MemoryBytes memory(bytes);
+    MemoryBytes memory(pipe_->kept());
     SoundStream tried;
     tried.Use(&memory, false);
     tried.SkipTo(stream_.start());
     SF_INFO info{};
     tried.Start(SFM_READ, info);
     if (!tried.handle())
-        throw UnknownType(shownName_ + ": not an audio file that can be read (" + SoundFileError(nullptr) +
-                          ")");
+        FailUnknown(" (" + SoundFileError(nullptr) + ")");
 }
 
 void AudioReader::TakeWholePipe()
@@ -309,7 +315,7 @@ void AudioReader::OpenPipe()
         stream_.SkipTo(start);
         const Streaming streaming = StreamingOf(*pipe_, start);
         if (streaming == Streaming::Unknown)
-            throw UnknownType(shownName_ + ": not an audio file that can be read from a pipe");
+            FailUnknown(" from a pipe");
         if (streaming == Streaming::Mpeg)
             TryMpeg();
         if (streaming == Streaming::Whole)
@@ -333,11 +339,8 @@ void AudioReader::Start()
     stream_.Start(SFM_READ, info);
     if (stream_.error())
         Fail(stream_.error().message());
-    if (!stream_.handle() && !InterruptNoted())
-        throw UnknownType(shownName_ + ": not an audio file that can be read (" + SoundFileError(nullptr) +
-                          ")");
     if (!stream_.handle())
-        throw Interrupted();
+        FailUnknown(" (" + SoundFileError(nullptr) + ")");
     if (header_ == HeaderForm::OpenAsRf64)
         info.format = (info.format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_WAV;
     if (info.channels > kMostChannels)

@@ -56,6 +56,7 @@ public:
 
 private:
     [[noreturn]] void Fail(const std::string &what) const;
+    [[noreturn]] void FailUnknown(const std::string &more) const;
     void CheckPath() const;
     void OpenFile();
     void OpenPipe();
