@@ -190,11 +190,35 @@ Outcome RunHostOnPipes(const std::string &input, const std::vector<std::string> 
     return outcome;
 }
 
+namespace {
+
+// The leading end of a new pseudo-terminal, or -1 where the system has none, as in a container without
+// /dev/pts.
+int OpenTerminal()
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0 || (grantpt(terminal) == 0 && unlockpt(terminal) == 0))
+        return terminal;
+    close(terminal);
+    return -1;
+}
+
+} // namespace
+
+bool TerminalsCanBeOpened()
+{
+    const int terminal = OpenTerminal();
+    if (terminal < 0)
+        return false;
+    close(terminal);
+    return true;
+}
+
 Outcome RunOnTerminal(const std::vector<std::string> &arguments, unsigned columns)
 {
     Outcome outcome;
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    const int terminal = OpenTerminal();
+    if (terminal < 0)
         return outcome;
     const std::string name = ptsname(terminal);
     const winsize size{25, static_cast<unsigned short>(columns), 0, 0};

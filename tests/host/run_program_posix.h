@@ -21,6 +21,9 @@ struct Circumstances {
 
 Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::string> &arguments);
 
+// Whether the system has pseudo-terminals and lets this user open them; a container may not.
+bool TerminalsCanBeOpened();
+
 // On a terminal of so many columns; `out` then holds both outputs as the terminal gets them.
 Outcome RunOnTerminal(const std::vector<std::string> &arguments, unsigned columns = 100);
 
