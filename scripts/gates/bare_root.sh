@@ -19,10 +19,25 @@ make_bare_root() {
             { echo "debootstrap failed"; return 1; }
     fi
     copy_network_settings "$root" >&2
-    mount -t proc proc "$root/proc" >&2 && mount --rbind /dev "$root/dev" >&2 || { echo "no mounts"; return 1; }
+    mount -t proc proc "$root/proc" >&2 && mount_devices "$root/dev" >&2 || { echo "no mounts"; return 1; }
     rm -rf "$root/tonekit"
     git clone --quiet --no-hardlinks "$tree" "$root/tonekit" >&2 &&
         git -C "$root/tonekit" checkout --quiet --detach "$(git -C "$tree" rev-parse HEAD)" >&2 || { echo "no clone"; return 1; }
+}
+
+# Devices of the root's own, as every fresh system has them; terminals are open to ordinary users whatever they are outside.
+mount_devices() {
+    local dev=$1 device
+    mount -t tmpfs -o mode=755 tmpfs "$dev" && mkdir "$dev/pts" "$dev/shm" || return
+    for device in null zero full random urandom tty; do
+        : >"$dev/$device" && mount --bind "/dev/$device" "$dev/$device" || return
+    done
+    mount -t devpts -o newinstance,ptmxmode=666,mode=620,gid=5 devpts "$dev/pts" && mount -t tmpfs -o mode=1777 tmpfs "$dev/shm" || return
+    ln -s pts/ptmx "$dev/ptmx"
+    ln -s /proc/self/fd "$dev/fd"
+    ln -s fd/0 "$dev/stdin"
+    ln -s fd/1 "$dev/stdout"
+    ln -s fd/2 "$dev/stderr"
 }
 
 apt_install() {
