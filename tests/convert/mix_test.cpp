@@ -278,6 +278,24 @@ TYPED_TEST(MixTest, ASumLeftAboveTheLimitIsTestedAgainAtEveryLaterRow)
     EXPECT_LT(gain, TypeParam(0.3));
 }
 
+TYPED_TEST(MixTest, ASumOfExactlyOneLeavesTheGain)
+{
+    // In double 1 / (1 / 0.9) isn't 0.9 but the number below it, so a gain set by such a sum would show.
+    using T = TypeParam;
+    const T full = T(10.0 / 9);
+    for (const T sign : {T(1), T(-1)}) {
+        T gain = T(0.9);
+        EXPECT_EQ((std::vector<T>{sign, 0}), this->MixLimited(4, 2, {sign * full, 0, 0, 0}, gain));
+        EXPECT_EQ(T(0.9), gain);
+
+        // The last term of column 1 lowers the gain, and until then column 0 has stood at 1 through three
+        // rows.
+        const T sum = T(0.5) * T(0.9) + Path<T>::Gain(0.7079) * T(0.9);
+        EXPECT_EQ((std::vector<T>{sign, sum}), this->MixLimited(4, 2, {sign * full, 0.5, 0, 1}, gain));
+        EXPECT_EQ(static_cast<T>(1.0 / (double(sum) / double(T(0.9)))), gain);
+    }
+}
+
 TYPED_TEST(MixTest, AGainAtWorkNeverRises)
 {
     Random random(3);
