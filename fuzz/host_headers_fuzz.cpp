@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "fuzz/memory_file.h"
-#include "host/aiff_lengths.h"
-#include "host/audio_reader.h"
-#include "host/completeness.h"
-#include "host/failure.h"
-#include "host/flac_cue_sheet.h"
-#include "host/memory_bytes.h"
-#include "host/raw_reader.h"
-#include "host/stream_header.h"
+#include "host/audio/aiff_lengths.h"
+#include "host/audio/audio_reader.h"
+#include "host/audio/completeness.h"
+#include "host/audio/raw_reader.h"
+#include "host/audio/stream_header.h"
+#include "host/system/failure.h"
+#include "host/system/memory_bytes.h"
+#include "host/tags/flac_cue_sheet.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <vector>
 
 #include "fuzz/input_bytes.h"
-#include "host/bmp_picture.h"
-#include "host/cover.h"
-#include "host/failure.h"
-#include "host/jpeg_picture.h"
-#include "host/picture_facts.h"
-#include "host/png_picture.h"
+#include "host/pictures/bmp_picture.h"
+#include "host/pictures/jpeg_picture.h"
+#include "host/pictures/picture_facts.h"
+#include "host/pictures/png_picture.h"
+#include "host/system/failure.h"
+#include "host/tags/cover.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "fuzz/memory_file.h"
-#include "host/audio_reader.h"
-#include "host/completeness.h"
-#include "host/failure.h"
-#include "host/platform.h"
+#include "host/audio/audio_reader.h"
+#include "host/audio/completeness.h"
+#include "host/system/failure.h"
+#include "host/system/platform.h"
 
 namespace {
 

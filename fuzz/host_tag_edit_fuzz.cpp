@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "fuzz/memory_file.h"
-#include "host/audio_reader.h"
-#include "host/failure.h"
-#include "host/tag_editor.h"
-#include "host/tag_reader.h"
-#include "host/tag_writer.h"
+#include "host/audio/audio_reader.h"
+#include "host/system/failure.h"
+#include "host/tags/tag_editor.h"
+#include "host/tags/tag_reader.h"
+#include "host/tags/tag_writer.h"
 
 namespace {
 

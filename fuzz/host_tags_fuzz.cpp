@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "fuzz/memory_file.h"
-#include "host/failure.h"
-#include "host/tag_reader.h"
+#include "host/system/failure.h"
+#include "host/tags/tag_reader.h"
 #include <tonekit/tags.h>
 
 namespace {

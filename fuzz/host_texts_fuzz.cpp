@@ -6,12 +6,12 @@
 #include <string>
 
 #include "fuzz/input_bytes.h"
-#include "host/extras.h"
-#include "host/failure.h"
 #include "host/file_info.h"
-#include "host/json.h"
-#include "host/report.h"
-#include "host/terminal_text.h"
+#include "host/report/json.h"
+#include "host/report/report.h"
+#include "host/system/failure.h"
+#include "host/system/terminal_text.h"
+#include "host/tags/extras.h"
 
 namespace {
 

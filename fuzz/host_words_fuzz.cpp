@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "fuzz/input_bytes.h"
-#include "host/cue_sheet.h"
-#include "host/failure.h"
+#include "host/audio/raw_format.h"
+#include "host/audio/time_text.h"
+#include "host/command_line/option_values.h"
 #include "host/name_template.h"
-#include "host/option_values.h"
-#include "host/paths.h"
-#include "host/raw_format.h"
-#include "host/tag_block.h"
-#include "host/time_text.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/tags/cue_sheet.h"
+#include "host/tags/tag_block.h"
 
 namespace {
 

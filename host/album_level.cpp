@@ -1,11 +1,11 @@
 // album_level.cpp: measures many files at a time, and shares what they are together.
 #include "host/album_level.h"
 
-#include "host/failure.h"
-#include "host/level.h"
-#include "host/paths.h"
-#include "host/platform.h"
-#include "host/progress.h"
+#include "host/processing/level.h"
+#include "host/report/progress.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
 
 #include <algorithm>
 #include <atomic>

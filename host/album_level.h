@@ -1,10 +1,10 @@
 // album_level.h: the first of two passes over albums that are brought to one loudness.
 #pragma once
 
-#include "host/extras.h"
+#include "host/command_line/options.h"
 #include "host/file_conversion.h"
-#include "host/options.h"
-#include "host/progress_state.h"
+#include "host/report/progress_state.h"
+#include "host/tags/extras.h"
 
 #include <vector>
 

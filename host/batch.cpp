@@ -2,15 +2,15 @@
 #include "host/batch.h"
 
 #include "host/album_level.h"
-#include "host/album_loudness.h"
-#include "host/failure.h"
-#include "host/paths.h"
-#include "host/platform.h"
-#include "host/progress.h"
-#include "host/progress_json.h"
-#include "host/progress_passes.h"
-#include "host/report_parts.h"
-#include "host/terminal_text.h"
+#include "host/processing/album_loudness.h"
+#include "host/report/progress.h"
+#include "host/report/progress_json.h"
+#include "host/report/progress_passes.h"
+#include "host/report/report_parts.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <atomic>

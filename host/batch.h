@@ -1,10 +1,10 @@
 // batch.h: one or many conversions, side by side on as many threads as asked for.
 #pragma once
 
-#include "host/console.h"
-#include "host/extras.h"
+#include "host/command_line/options.h"
 #include "host/file_conversion.h"
-#include "host/options.h"
+#include "host/report/console.h"
+#include "host/tags/extras.h"
 
 #include <vector>
 

@@ -1,12 +1,12 @@
 // extract_cover.cpp: from the tags of an audio file to a picture file.
 #include "host/extract_cover.h"
 
-#include "host/failure.h"
 #include "host/open_source.h"
-#include "host/paths.h"
-#include "host/picture_facts.h"
-#include "host/safe_output.h"
-#include "host/tag_reader.h"
+#include "host/pictures/picture_facts.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/safe_output.h"
+#include "host/tags/tag_reader.h"
 
 #include <algorithm>
 #include <cctype>

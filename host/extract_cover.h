@@ -1,7 +1,7 @@
 // extract_cover.h: takes the cover out of an audio file into a file of its own.
 #pragma once
 
-#include "host/options.h"
+#include "host/command_line/options.h"
 
 #include <string>
 #include <vector>

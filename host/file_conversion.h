@@ -1,12 +1,12 @@
 // file_conversion.h: converts one file.
 #pragma once
 
-#include "host/container.h"
-#include "host/extras.h"
-#include "host/file_part.h"
-#include "host/options.h"
-#include "host/report.h"
-#include "host/sample_source.h"
+#include "host/audio/container.h"
+#include "host/audio/file_part.h"
+#include "host/audio/sample_source.h"
+#include "host/command_line/options.h"
+#include "host/report/report.h"
+#include "host/tags/extras.h"
 
 #include <filesystem>
 #include <functional>

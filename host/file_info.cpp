@@ -1,15 +1,15 @@
 // file_info.cpp: looks at a file from all sides.
 #include "host/file_info.h"
 
-#include "host/failure.h"
-#include "host/hdcd_stream.h"
-#include "host/loudness_meter.h"
 #include "host/open_source.h"
-#include "host/paths.h"
-#include "host/pipe_input.h"
-#include "host/platform.h"
-#include "host/sample_digest.h"
-#include "host/tag_reader.h"
+#include "host/processing/hdcd_stream.h"
+#include "host/processing/loudness_meter.h"
+#include "host/processing/sample_digest.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/pipe_input.h"
+#include "host/system/platform.h"
+#include "host/tags/tag_reader.h"
 
 #include <memory>
 #include <optional>

@@ -1,10 +1,10 @@
 // file_info.h: tells what a file is.
 #pragma once
 
+#include "host/command_line/options.h"
 #include "host/file_conversion.h"
-#include "host/options.h"
-#include "host/report.h"
-#include "host/tag_block.h"
+#include "host/report/report.h"
+#include "host/tags/tag_block.h"
 
 #include <filesystem>
 #include <string>

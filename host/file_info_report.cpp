@@ -1,9 +1,9 @@
 // file_info_report.cpp: what a file is, for people and for programs.
-#include "host/console.h"
 #include "host/file_info.h"
-#include "host/json.h"
-#include "host/report_parts.h"
-#include "host/terminal_text.h"
+#include "host/report/console.h"
+#include "host/report/json.h"
+#include "host/report/report_parts.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,10 +1,10 @@
 // folder_walk.cpp: walks folders in a fixed order.
 #include "host/folder_walk.h"
 
-#include "host/container.h"
-#include "host/paths.h"
-#include "host/platform.h"
-#include "host/safe_output.h"
+#include "host/audio/container.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
+#include "host/system/safe_output.h"
 
 #include <algorithm>
 #include <cctype>

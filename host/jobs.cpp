@@ -1,16 +1,16 @@
 // jobs.cpp: finds inputs, places outputs, and refuses what can't go well.
 #include "host/jobs.h"
 
-#include "host/failure.h"
-#include "host/file_tracks.h"
 #include "host/folder_walk.h"
 #include "host/name_template.h"
 #include "host/open_source.h"
-#include "host/paths.h"
 #include "host/plan.h"
-#include "host/platform.h"
-#include "host/safe_output.h"
-#include "host/tag_reader.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
+#include "host/system/safe_output.h"
+#include "host/tags/file_tracks.h"
+#include "host/tags/tag_reader.h"
 
 #include <algorithm>
 #include <cctype>

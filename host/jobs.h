@@ -1,8 +1,8 @@
 // jobs.h: from the names on the command line to pairs of an input and an output.
 #pragma once
 
+#include "host/command_line/options.h"
 #include "host/file_conversion.h"
-#include "host/options.h"
 
 #include <filesystem>
 #include <vector>

@@ -1,10 +1,10 @@
 // joined_source.cpp: reads file after file.
 #include "host/joined_source.h"
 
-#include "host/failure.h"
 #include "host/open_source.h"
-#include "host/paths.h"
-#include "host/platform.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
 
 namespace tonekit::host {
 

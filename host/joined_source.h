@@ -1,8 +1,8 @@
 // joined_source.h: several files' samples as one source.
 #pragma once
 
-#include "host/options.h"
-#include "host/sample_source.h"
+#include "host/audio/sample_source.h"
+#include "host/command_line/options.h"
 
 #include <filesystem>
 #include <memory>

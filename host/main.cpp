@@ -1,16 +1,16 @@
 // main.cpp: tonekit-convert.
 #include "host/batch.h"
-#include "host/bodies.h"
+#include "host/command_line/options.h"
 #include "host/extract_cover.h"
-#include "host/failure.h"
 #include "host/file_info.h"
 #include "host/jobs.h"
-#include "host/memory_limit.h"
 #include "host/open_source.h"
-#include "host/options.h"
-#include "host/paths.h"
-#include "host/platform.h"
-#include "host/terminal_text.h"
+#include "host/processing/bodies.h"
+#include "host/system/failure.h"
+#include "host/system/memory_limit.h"
+#include "host/system/paths.h"
+#include "host/system/platform.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // name_template.cpp: templates of file names, and names that every file system takes.
 #include "host/name_template.h"
 
-#include "host/failure.h"
-#include "host/paths.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,9 +1,9 @@
 // open_input.cpp: whole files and parts of files as sources.
 #include "host/open_input.h"
 
+#include "host/audio/part_source.h"
 #include "host/joined_source.h"
 #include "host/open_source.h"
-#include "host/part_source.h"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 // open_input.h: the samples that a job asks for.
 #pragma once
 
+#include "host/audio/sample_source.h"
 #include "host/file_conversion.h"
-#include "host/sample_source.h"
 
 #include <memory>
 

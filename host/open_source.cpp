@@ -1,15 +1,15 @@
 // open_source.cpp: chooses the reader of an input.
 #include "host/open_source.h"
 
-#include "host/audio_reader.h"
-#include "host/coded_type.h"
-#include "host/failure.h"
-#include "host/hdcd_stream.h"
-#include "host/libav_files.h"
-#include "host/memory_limit.h"
-#include "host/paths.h"
-#include "host/raw_reader.h"
-#include "host/recorded_source.h"
+#include "host/audio/audio_reader.h"
+#include "host/audio/raw_reader.h"
+#include "host/audio/recorded_source.h"
+#include "host/libav/coded_type.h"
+#include "host/libav/libav_files.h"
+#include "host/processing/hdcd_stream.h"
+#include "host/system/failure.h"
+#include "host/system/memory_limit.h"
+#include "host/system/paths.h"
 
 #include <utility>
 

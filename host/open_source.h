@@ -1,8 +1,8 @@
 // open_source.h: the reader that an input needs.
 #pragma once
 
-#include "host/options.h"
-#include "host/sample_source.h"
+#include "host/audio/sample_source.h"
+#include "host/command_line/options.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,8 +1,8 @@
 // plan.cpp: formats, dither and file type of an output.
 #include "host/plan.h"
 
-#include "host/failure.h"
-#include "host/level.h"
+#include "host/processing/level.h"
+#include "host/system/failure.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
 // plan.h: decides what a conversion makes of its input.
 #pragma once
 
-#include "host/container.h"
-#include "host/options.h"
-#include "host/sample_format.h"
+#include "host/audio/container.h"
+#include "host/audio/sample_format.h"
+#include "host/command_line/options.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes host/label_font_table.cpp: the letters of labels in pictures, drawn from a font of the system.
+"""Writes host/pictures/label_font_table.cpp: the letters of labels in pictures, drawn from a font of the system.
 
-Usage: scripts/make_label_font.py > host/label_font_table.cpp
+Usage: scripts/make_label_font.py > host/pictures/label_font_table.cpp
 The font is DejaVu Sans (Debian: fonts-dejavu-core), whose licence lets anyone pass on what is made of it; its notice is in
 THIRD-PARTY.md. Drawing needs python3-pil.
 """
@@ -40,7 +40,7 @@ def main():
     print("""\
 // label_font_table.cpp: the letters of DejaVu Sans at 12 pixels; written by
 // scripts/make_label_font.py, not by hand.
-#include "host/label_font.h"
+#include "host/pictures/label_font.h"
 
 namespace tonekit::host {
 

@@ -1,12 +1,12 @@
 // archives.cpp: which names are audio, what outputs are called, and whether options can go well.
 #include "python/src/archives.h"
 
-#include "host/extras.h"
-#include "host/failure.h"
 #include "host/folder_walk.h"
 #include "host/jobs.h"
-#include "host/paths.h"
 #include "host/plan.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/tags/extras.h"
 #include "python/src/option_list.h"
 
 #include <nanobind/stl/pair.h>

@@ -1,7 +1,7 @@
 // array_source.h: an array as the source of a file's samples.
 #pragma once
 
-#include "host/sample_source.h"
+#include "host/audio/sample_source.h"
 #include "python/src/result_array.h"
 #include "python/src/sample_array.h"
 

@@ -1,14 +1,14 @@
 // files.cpp: converts, describes, reads and writes audio files with the host's own code.
 #include "python/src/files.h"
 
-#include "host/audio_reader.h"
-#include "host/extras.h"
-#include "host/failure.h"
+#include "host/audio/audio_reader.h"
 #include "host/file_conversion.h"
 #include "host/file_info.h"
 #include "host/jobs.h"
-#include "host/paths.h"
 #include "host/plan.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
+#include "host/tags/extras.h"
 #include "python/src/array_source.h"
 #include "python/src/option_list.h"
 #include "python/src/signals.h"

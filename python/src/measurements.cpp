@@ -1,9 +1,9 @@
 // measurements.cpp: measures the loudness of arrays, and looks for HDCD in them.
 #include "python/src/measurements.h"
 
-#include "host/bodies.h"
-#include "host/hdcd_stream.h"
-#include "host/loudness_meter.h"
+#include "host/processing/bodies.h"
+#include "host/processing/hdcd_stream.h"
+#include "host/processing/loudness_meter.h"
 #include "python/src/array_source.h"
 #include "python/src/signals.h"
 

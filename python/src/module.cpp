@@ -1,7 +1,7 @@
 // module.cpp: the extension module tonekit._core, on which the package's Python code stands.
-#include "host/bodies.h"
-#include "host/failure.h"
-#include "host/option_table.h"
+#include "host/command_line/option_table.h"
+#include "host/processing/bodies.h"
+#include "host/system/failure.h"
 #include "python/src/archives.h"
 #include "python/src/files.h"
 #include "python/src/image.h"

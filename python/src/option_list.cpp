@@ -1,8 +1,8 @@
 // option_list.cpp: applies rows of the host's option table.
 #include "python/src/option_list.h"
 
-#include "host/failure.h"
-#include "host/option_table.h"
+#include "host/command_line/option_table.h"
+#include "host/system/failure.h"
 
 #include <algorithm>
 #include <nanobind/nanobind.h>

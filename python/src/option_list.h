@@ -1,7 +1,7 @@
 // option_list.h: options by name, read by the host's own table.
 #pragma once
 
-#include "host/options.h"
+#include "host/command_line/options.h"
 
 #include <string>
 #include <utility>

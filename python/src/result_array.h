@@ -1,7 +1,7 @@
 // result_array.h: bytes that grow while samples come out of a conversion, and then are a NumPy array.
 #pragma once
 
-#include "host/sample_format.h"
+#include "host/audio/sample_format.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,9 +1,9 @@
 // stream.h: one stream of samples through the converter, from arrays to arrays.
 #pragma once
 
-#include "host/hdcd_stream.h"
 #include "host/plan.h"
-#include "host/stream_converter.h"
+#include "host/processing/hdcd_stream.h"
+#include "host/processing/stream_converter.h"
 #include "python/src/option_list.h"
 #include "python/src/result_array.h"
 #include "python/src/sample_array.h"

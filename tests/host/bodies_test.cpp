@@ -1,6 +1,6 @@
 // bodies_test.cpp: which bodies the program calls, and that all of them write the same bytes.
-#include "host/bodies.h"
-#include "host/failure.h"
+#include "host/processing/bodies.h"
+#include "host/system/failure.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"

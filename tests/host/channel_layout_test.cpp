@@ -1,5 +1,5 @@
 // channel_layout_test.cpp: where the channels of Ogg files go.
-#include "host/channel_layout.h"
+#include "host/audio/channel_layout.h"
 
 #include <gtest/gtest.h>
 #include <vector>

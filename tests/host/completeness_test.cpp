@@ -1,5 +1,5 @@
 // completeness_test.cpp: files that were cut off are recognised.
-#include "host/completeness.h"
+#include "host/audio/completeness.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

@@ -1,6 +1,6 @@
 // completions_test.cpp: the shells' completions have the whole table of options.
-#include "host/completions.h"
-#include "host/option_table.h"
+#include "host/command_line/completions.h"
+#include "host/command_line/option_table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // cover_test.cpp: which pictures are made anew, and BMP files of all depths.
-#include "host/bmp_picture.h"
-#include "host/cover.h"
-#include "host/failure.h"
-#include "host/jpeg_picture.h"
-#include "host/scale_picture.h"
+#include "host/pictures/bmp_picture.h"
+#include "host/pictures/jpeg_picture.h"
+#include "host/pictures/scale_picture.h"
+#include "host/system/failure.h"
+#include "host/tags/cover.h"
 #include "tests/reference/resample_model.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // cue_sheet_test.cpp: what cue sheets say, and what is wrong with them.
-#include "host/cue_sheet.h"
-#include "host/failure.h"
+#include "host/system/failure.h"
+#include "host/tags/cue_sheet.h"
 
 #include <gtest/gtest.h>
 

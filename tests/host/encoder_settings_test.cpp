@@ -1,7 +1,7 @@
 // encoder_settings_test.cpp: which type of file has which settings, and how they are given.
-#include "host/encoder_settings.h"
-#include "host/failure.h"
-#include "host/options.h"
+#include "host/audio/encoder_settings.h"
+#include "host/command_line/options.h"
+#include "host/system/failure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // extras_test.cpp: files of chapters.
-#include "host/extras.h"
-#include "host/failure.h"
+#include "host/system/failure.h"
+#include "host/tags/extras.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // file_threads_test.cpp: a file on one thread and on several.
-#include "host/failure.h"
 #include "host/file_conversion.h"
 #include "host/jobs.h"
+#include "host/system/failure.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

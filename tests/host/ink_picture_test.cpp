@@ -1,6 +1,6 @@
 // ink_picture_test.cpp: pictures for print, in cyan, magenta, yellow and black, become pictures of light.
-#include "host/cover.h"
-#include "host/jpeg_picture.h"
+#include "host/pictures/jpeg_picture.h"
+#include "host/tags/cover.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // json_test.cpp: JSON text, byte for byte.
-#include "host/json.h"
-#include "host/memory_limit.h"
+#include "host/report/json.h"
+#include "host/system/memory_limit.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // level_test.cpp: gains and what they make of tags.
-#include "host/level.h"
-#include "host/tag_changes.h"
+#include "host/processing/level.h"
+#include "host/tags/tag_changes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // libav_none_test.cpp: what a program says that is built without libavformat.
-#include "host/failure.h"
 #include "host/open_source.h"
+#include "host/system/failure.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // libav_reader_test.cpp: files through libavformat against the sound that went in.
-#include "host/failure.h"
-#include "host/libav_files.h"
+#include "host/libav/libav_files.h"
 #include "host/open_source.h"
+#include "host/system/failure.h"
 #include "tests/host/coded_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"

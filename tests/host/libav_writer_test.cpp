@@ -1,7 +1,7 @@
 // libav_writer_test.cpp: M4A files that the program writes.
-#include "host/failure.h"
-#include "host/mp4_chapters.h"
 #include "host/open_source.h"
+#include "host/system/failure.h"
+#include "host/tags/mp4_chapters.h"
 #include "tests/host/failures.h"
 
 #include <cmath>

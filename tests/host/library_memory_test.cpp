@@ -1,6 +1,6 @@
 // library_memory_test.cpp: what failed allocations do in calls into libraries, and only there.
-#include "host/library_memory.h"
-#include "host/memory_limit.h"
+#include "host/system/library_memory.h"
+#include "host/system/memory_limit.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // long_file_windows_test.cpp: TagLib counts in 31 bits on Windows, and files may be longer than that.
-#include "host/tag_reader.h"
-#include "host/tag_writer.h"
+#include "host/tags/tag_reader.h"
+#include "host/tags/tag_writer.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

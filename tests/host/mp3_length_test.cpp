@@ -1,6 +1,6 @@
 // mp3_length_test.cpp: MP3 files whose encoder noted no length are read to their real end.
-#include "host/audio_reader.h"
-#include "host/paths.h"
+#include "host/audio/audio_reader.h"
+#include "host/system/paths.h"
 #include "tests/host/failures.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // name_template_test.cpp: names of files out of tags, and what file systems don't take.
-#include "host/failure.h"
 #include "host/name_template.h"
-#include "host/paths.h"
+#include "host/system/failure.h"
+#include "host/system/paths.h"
 
 #include <gtest/gtest.h>
 #include <map>

@@ -1,6 +1,6 @@
 // options_test.cpp: the command line and its mistakes.
-#include "host/failure.h"
-#include "host/options.h"
+#include "host/command_line/options.h"
+#include "host/system/failure.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>

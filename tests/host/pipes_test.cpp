@@ -1,11 +1,11 @@
 // pipes_test.cpp: streams treated like files, their headers, and the words for raw samples.
-#include "host/audio_reader.h"
-#include "host/failure.h"
-#include "host/pipe_input.h"
-#include "host/pipe_output.h"
-#include "host/raw_format.h"
-#include "host/recorded_source.h"
-#include "host/stream_header.h"
+#include "host/audio/audio_reader.h"
+#include "host/audio/raw_format.h"
+#include "host/audio/recorded_source.h"
+#include "host/audio/stream_header.h"
+#include "host/system/failure.h"
+#include "host/system/pipe_input.h"
+#include "host/system/pipe_output.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

@@ -1,6 +1,6 @@
 // plan_test.cpp: what becomes of an input when not everything is said.
-#include "host/failure.h"
 #include "host/plan.h"
+#include "host/system/failure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // png_picture_test.cpp: PNG pictures of every form, hostile ones, and covers that are scaled.
-#include "host/cover.h"
-#include "host/failure.h"
-#include "host/memory_limit.h"
-#include "host/png_picture.h"
+#include "host/pictures/png_picture.h"
+#include "host/system/failure.h"
+#include "host/system/memory_limit.h"
+#include "host/tags/cover.h"
 #include "tests/host/png_files.h"
 
 #include <algorithm>

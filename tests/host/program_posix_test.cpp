@@ -1,7 +1,7 @@
 // program_posix_test.cpp: the program under circumstances that only POSIX systems let a test arrange.
-#include "host/failure.h"
 #include "host/jobs.h"
-#include "host/platform.h"
+#include "host/system/failure.h"
+#include "host/system/platform.h"
 #include "tests/host/failures.h"
 #include "tests/host/run_program_posix.h"
 

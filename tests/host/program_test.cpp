@@ -1,5 +1,5 @@
 // program_test.cpp: what tonekit-convert makes of whole files.
-#include "host/paths.h"
+#include "host/system/paths.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"

@@ -1,7 +1,7 @@
 // progress_lines_test.cpp: progress in the room of a terminal.
-#include "host/console.h"
-#include "host/progress_lines.h"
-#include "host/terminal_text.h"
+#include "host/report/console.h"
+#include "host/report/progress_lines.h"
+#include "host/system/terminal_text.h"
 
 #include <gtest/gtest.h>
 

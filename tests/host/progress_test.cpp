@@ -1,7 +1,7 @@
 // progress_test.cpp: the sum of many files, and its form for programs.
-#include "host/progress.h"
-#include "host/progress_json.h"
-#include "host/report.h"
+#include "host/report/progress.h"
+#include "host/report/progress_json.h"
+#include "host/report/report.h"
 
 #include <gtest/gtest.h>
 #include <utility>

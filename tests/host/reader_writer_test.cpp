@@ -1,7 +1,7 @@
 // reader_writer_test.cpp: samples go from and into files bit for bit.
-#include "host/audio_reader.h"
-#include "host/audio_writer.h"
-#include "host/failure.h"
+#include "host/audio/audio_reader.h"
+#include "host/audio/audio_writer.h"
+#include "host/system/failure.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

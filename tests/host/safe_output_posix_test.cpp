@@ -1,5 +1,5 @@
 // safe_output_posix_test.cpp: outputs and what only POSIX systems have: symbolic links, devices, permissions.
-#include "host/failure.h"
+#include "host/system/failure.h"
 #include "tests/host/temporary_folder.h"
 #include "tests/host/write_through.h"
 

@@ -1,5 +1,5 @@
 // safe_output_test.cpp: outputs are whole or not there.
-#include "host/failure.h"
+#include "host/system/failure.h"
 #include "tests/host/temporary_folder.h"
 #include "tests/host/write_through.h"
 

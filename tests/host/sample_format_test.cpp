@@ -1,5 +1,5 @@
 // sample_format_test.cpp: exact values of samples, and their names.
-#include "host/sample_format.h"
+#include "host/audio/sample_format.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

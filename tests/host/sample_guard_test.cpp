@@ -1,5 +1,5 @@
 // sample_guard_test.cpp: which samples the guard changes, and that it changes no other.
-#include "host/sample_guard.h"
+#include "host/processing/sample_guard.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,5 +1,5 @@
 // shared_settings_test.cpp: threads that want different settings at a time.
-#include "host/shared_settings.h"
+#include "host/processing/shared_settings.h"
 
 #include <atomic>
 #include <gtest/gtest.h>

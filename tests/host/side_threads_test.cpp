@@ -1,7 +1,7 @@
 // side_threads_test.cpp: reading and writing on threads of their own.
-#include "host/failure.h"
-#include "host/read_ahead.h"
-#include "host/side_sink.h"
+#include "host/processing/read_ahead.h"
+#include "host/processing/side_sink.h"
+#include "host/system/failure.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,7 +1,7 @@
 // source_parts_test.cpp: parts of sources, and sources joined of files, read frame by frame.
-#include "host/failure.h"
+#include "host/audio/part_source.h"
 #include "host/joined_source.h"
-#include "host/part_source.h"
+#include "host/system/failure.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

@@ -1,6 +1,6 @@
 // spectrogram_test.cpp: the powers of tones by time and frequency.
-#include "host/spectrogram.h"
-#include "host/spectrum.h"
+#include "host/processing/spectrogram.h"
+#include "host/processing/spectrum.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

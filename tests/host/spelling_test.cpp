@@ -1,5 +1,5 @@
 // spelling_test.cpp: what misspelt words may have meant.
-#include "host/spelling.h"
+#include "host/command_line/spelling.h"
 
 #include <gtest/gtest.h>
 

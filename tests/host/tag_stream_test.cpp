@@ -1,5 +1,5 @@
 // tag_stream_test.cpp: inserting into and removing from files, held against the same steps on a string.
-#include "host/tag_stream.h"
+#include "host/tags/tag_stream.h"
 #include "tests/host/temporary_folder.h"
 
 #include <algorithm>

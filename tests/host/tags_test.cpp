@@ -1,10 +1,10 @@
 // tags_test.cpp: tags go through every kind of file and come back.
-#include "host/failure.h"
-#include "host/tag_editor.h"
-#include "host/tag_file.h"
-#include "host/tag_reader.h"
-#include "host/tag_transfer.h"
-#include "host/tag_writer.h"
+#include "host/system/failure.h"
+#include "host/tags/tag_editor.h"
+#include "host/tags/tag_file.h"
+#include "host/tags/tag_reader.h"
+#include "host/tags/tag_transfer.h"
+#include "host/tags/tag_writer.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

@@ -1,7 +1,7 @@
 // temporary_folder.h: a folder for the files of one test.
 #pragma once
 
-#include "host/paths.h"
+#include "host/system/paths.h"
 
 #include <filesystem>
 #include <string>

@@ -1,6 +1,6 @@
 // terminal_drawing_test.cpp: lines drawn anew on a terminal that people resize.
-#include "host/progress_lines.h"
-#include "host/terminal_drawing.h"
+#include "host/report/progress_lines.h"
+#include "host/system/terminal_drawing.h"
 #include "tests/host/screen.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // terminal_text_test.cpp: what becomes of texts on their way to a terminal.
-#include "host/terminal_text.h"
+#include "host/system/terminal_text.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 //
 // Headers of PAF, PVF and IRCAM files, and of MP3 files without an encoder's note, don't say how long they
 // are.
-#include "host/audio_reader.h"
-#include "host/failure.h"
+#include "host/audio/audio_reader.h"
+#include "host/system/failure.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 

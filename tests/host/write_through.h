@@ -1,7 +1,7 @@
 // write_through.h: gives an output its text, all but the commit.
 #pragma once
 
-#include "host/safe_output.h"
+#include "host/system/safe_output.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -1,0 +1,490 @@
+// audio_reader.cpp: audio files through libsndfile, sample for sample.
+#include "host/audio/audio_reader.h"
+
+#include "host/audio/channel_layout.h"
+#include "host/audio/completeness.h"
+#include "host/audio/streamed_type.h"
+#include "host/system/memory_bytes.h"
+#include "host/system/memory_limit.h"
+#include "host/system/paths.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace tonekit::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMostChannels = 8;
+
+// The smallest form that holds every sample of the file exactly.
+SampleFormat FormatOfSubtype(int subtype)
+{
+    switch (subtype) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_DPCM_8:
+        return SampleFormat::Int8;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_DWVW_24:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+        return SampleFormat::Int24;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_DWVW_N:
+    case SF_FORMAT_ALAC_32:
+        return SampleFormat::Int32;
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III:
+        return SampleFormat::Float32;
+    case SF_FORMAT_DOUBLE:
+        return SampleFormat::Float64;
+    default: // 16 bits and all the telephone and game coders, which decode to 16
+        return SampleFormat::Int16;
+    }
+}
+
+bool IsLossy(int subtype)
+{
+    switch (subtype) {
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III:
+        return true;
+    default:
+        return false;
+    }
+}
+
+TagKind TagKindOf(int format)
+{
+    switch (format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+        return TagKind::Wav;
+    case SF_FORMAT_AIFF:
+        return TagKind::Aiff;
+    case SF_FORMAT_FLAC:
+        return TagKind::Flac;
+    case SF_FORMAT_OGG:
+        return (format & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS ? TagKind::Opus : TagKind::Vorbis;
+    case SF_FORMAT_MPEG:
+        return TagKind::Mpeg;
+    default:
+        return TagKind::None;
+    }
+}
+
+const Container *ContainerWithSame(int format, const AudioFormat &audio)
+{
+    const auto plain = [](int full) {
+        const int part = full & (SF_FORMAT_TYPEMASK | SF_FORMAT_SUBMASK);
+        // The header that names the loudspeakers makes no other type of file.
+        return (part & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? (part & SF_FORMAT_SUBMASK) | SF_FORMAT_WAV
+                                                              : part;
+    };
+    for (const Container &container : Containers()) {
+        if (container.soundFileMajor != 0 && Objection(container, audio).empty() &&
+            plain(SoundFileFormat(container, audio)) == plain(format))
+            return &container;
+    }
+    return nullptr;
+}
+
+// The bytes of an ID3v2 tag in front of everything else; 0 where there is none, or nothing after it.
+uint64_t LeadingTagBytes(ByteStream &file)
+{
+    unsigned char header[10] = {};
+    size_t got = 0;
+    uint64_t size = 0;
+    for (const std::error_code &error :
+         {file.SeekTo(0), file.Read(header, sizeof(header), got), file.Size(size)}) {
+        if (error)
+            throw std::system_error(error);
+    }
+    if (got < sizeof(header) || std::memcmp(header, "ID3", 3) != 0)
+        return 0;
+    uint64_t bytes = 0; // 7 bits in each byte
+    for (int i = 6; i < 10; i++)
+        bytes = bytes << 7 | (header[i] & 0x7F);
+    constexpr unsigned char kHasFooter = 0x10;
+    bytes += sizeof(header) + (header[5] & kHasFooter ? sizeof(header) : 0);
+    return bytes < size ? bytes : 0;
+}
+
+// Each frame is found by its number, and doesn't depend on others.
+bool SeeksExactly(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::string NameOfPart(int format)
+{
+    SF_FORMAT_INFO info{};
+    info.format = format;
+    sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof(info));
+    const std::string name = info.name ? info.name : "unknown";
+    // The makers of a format stand behind it in brackets.
+    return name.substr(0, name.find(" ("));
+}
+
+std::string NameOfType(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_VORBIS:
+        return "Ogg Vorbis";
+    case SF_FORMAT_OPUS:
+        return "Opus";
+    case SF_FORMAT_MPEG_LAYER_I:
+        return "MP1";
+    case SF_FORMAT_MPEG_LAYER_II:
+        return "MP2";
+    case SF_FORMAT_MPEG_LAYER_III:
+        return "MP3";
+    default:
+        return NameOfPart(format & SF_FORMAT_TYPEMASK);
+    }
+}
+
+} // namespace
+
+AudioReader::AudioReader(const fs::path &path) : AudioReader(path, Utf8Name(path)) {}
+
+AudioReader::AudioReader(const fs::path &path, const std::string &shownName)
+    : path_(path), shownName_(shownName)
+{
+    CheckPath();
+    OpenFile();
+}
+
+AudioReader::AudioReader(File stream, const std::string &shownName)
+    : AudioReader(std::make_unique<PipeInput>(std::move(stream), MemoryLimit()), shownName)
+{}
+
+AudioReader::AudioReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName)
+    : shownName_(shownName), pipe_(std::move(pipe))
+{
+    OpenPipe();
+}
+
+void AudioReader::Fail(const std::string &what) const
+{
+    // What was waiting for the other end of a pipe ends with an error of the system.
+    if (InterruptNoted())
+        throw Interrupted();
+    throw Failure(shownName_ + ": " + what);
+}
+
+// What came may be short because reading was interrupted.
+void AudioReader::FailUnknown(const std::string &more) const
+{
+    if (InterruptNoted())
+        throw Interrupted();
+    throw UnknownType(shownName_ + ": not an audio file that can be read" + more);
+}
+
+void AudioReader::CheckPath() const
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(path_, error);
+    if (status.type() == fs::file_type::not_found)
+        Fail("no such file");
+    if (error)
+        Fail(error.message());
+    if (fs::is_directory(status))
+        Fail("is a folder, not an audio file");
+    if (!fs::is_regular_file(status))
+        Fail("is not a regular file");
+}
+
+void AudioReader::OpenFile()
+{
+    if (const std::error_code error = stream_.file().OpenToRead(path_))
+        Fail(error.message());
+    uint64_t size = 0;
+    if (const std::error_code error = stream_.file().Size(size))
+        Fail(error.message());
+    if (size == 0)
+        Fail("the file is empty");
+    CheckComplete();
+    MendHeader(size);
+    if (!pipe_ && MayBeMpeg())
+        stream_.Use(nullptr, false);
+    Start();
+    if (pipe_)
+        pipe_->KeepNoMore();
+}
+
+// Where the encoder noted no length, libmpg123 takes one from the file's size and the first frame, which is
+// wrong wherever frames differ in size, and libsndfile reads no further. A stream without an end leaves no
+// size to guess from. The position is the start of the stream, before and after; another tag may be there.
+bool AudioReader::MayBeMpeg()
+{
+    unsigned char start[3] = {};
+    size_t got = 0;
+    for (const std::error_code &error :
+         {stream_.file().Read(start, sizeof(start), got), stream_.file().SeekTo(stream_.start())}) {
+        if (error)
+            Fail("reading failed: " + error.message());
+    }
+    return (start[0] == 0xFF && start[1] >= 0xE0) || std::memcmp(start, "ID3", sizeof(start)) == 0;
+}
+
+// libsndfile knows RF64 and CAF only with sizes.
+void AudioReader::MendHeader(uint64_t size)
+{
+    try {
+        const bool open = HasOpenHeader64(stream_.file());
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start() * (open ? 0 : 1)))
+            throw std::system_error(error);
+        if (!open)
+            return;
+        pipe_ = std::make_unique<PipeInput>(std::move(stream_.file()), MemoryLimit(), size);
+        stream_.Use(pipe_.get());
+        PrepareHeader(*pipe_);
+        pipe_->SeekTo(0);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+}
+
+// Before MPEG audio libsndfile tries a type with a second file, "._" in the current folder. If there is one,
+// it divides by what it computes from the sizes, which brings the program down where a stream has no end.
+void AudioReader::TryMpeg()
+{
+    constexpr size_t kTried = size_t{16} << 10;
+    char block[kTried];
+    size_t got = 0;
+    pipe_->SeekTo(stream_.start());
+    if (const std::error_code error = pipe_->Read(block, kTried, got))
+        throw std::system_error(error);
+    MemoryBytes memory(pipe_->kept());
+    SoundStream tried;
+    tried.Use(&memory, false);
+    tried.SkipTo(stream_.start());
+    SF_INFO info{};
+    tried.Start(SFM_READ, info);
+    if (!tried.handle())
+        FailUnknown(" (" + SoundFileError(nullptr) + ")");
+}
+
+void AudioReader::TakeWholePipe()
+{
+    const std::error_code error = pipe_->KeepAll();
+    if (error == std::errc::not_enough_memory)
+        Fail(
+            "this type of file is read from a pipe as a whole, and takes more memory than it may (--memory)");
+    if (error)
+        throw std::system_error(error);
+    stream_.Use(pipe_.get());
+    FailIfCut(*pipe_);
+}
+
+void AudioReader::OpenPipe()
+{
+    stream_.Use(pipe_.get(), false);
+    try {
+        char first = 0;
+        size_t got = 0;
+        pipe_->SeekTo(0);
+        if (const std::error_code error = pipe_->Read(&first, 1, got))
+            throw std::system_error(error);
+        if (got == 0)
+            Fail("is empty");
+        const uint64_t start = LeadingTagBytes(*pipe_);
+        stream_.SkipTo(start);
+        const Streaming streaming = StreamingOf(*pipe_, start);
+        if (streaming == Streaming::Unknown)
+            FailUnknown(" from a pipe");
+        if (streaming == Streaming::Mpeg)
+            TryMpeg();
+        if (streaming == Streaming::Whole)
+            TakeWholePipe();
+        header_ = PrepareHeader(*pipe_);
+        pipe_->SeekTo(start);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+    Start();
+    pipe_->KeepNoMore();
+    if (vorbisOrder_)
+        pipe_->KeepTail(kLargestOggPage);
+    if (header_ != HeaderForm::AsItWas)
+        frames_ = 0;
+}
+
+void AudioReader::Start()
+{
+    SF_INFO info{};
+    stream_.Start(SFM_READ, info);
+    if (stream_.error())
+        Fail(stream_.error().message());
+    if (!stream_.handle())
+        FailUnknown(" (" + SoundFileError(nullptr) + ")");
+    if (header_ == HeaderForm::OpenAsRf64)
+        info.format = (info.format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_WAV;
+    if (info.channels > kMostChannels)
+        Fail("has " + std::to_string(info.channels) + " channels; at most 8 can be converted");
+    if (info.frames == 0)
+        Fail("holds no audio (0 frames)");
+
+    const int subtype = info.format & SF_FORMAT_SUBMASK;
+    format_ = {FormatOfSubtype(subtype), static_cast<uint32_t>(info.channels),
+               static_cast<uint32_t>(info.samplerate)};
+    frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
+    vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
+    lossy_ = IsLossy(subtype);
+    seekable_ = frames_ > 0 && SeeksExactly(info.format);
+    container_ = ContainerWithSame(info.format, format_);
+    tagKind_ = header_ == HeaderForm::OpenAsRf64 ? TagKind::None : TagKindOf(info.format);
+    type_ = NameOfType(info.format);
+    encoding_ = NameOfPart(subtype);
+}
+
+void AudioReader::FailIfCut(ByteStream &file) const
+{
+    if (const uint64_t missing = MissingBytes(file))
+        Fail(missing == 1
+                 ? "the file is cut off"
+                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+}
+
+// Before libsndfile starts, which keeps its own account of the file's position.
+void AudioReader::CheckComplete()
+{
+    uint64_t start = 0;
+    try {
+        // libmpg123 would read the tag too, in a time that grows with the square of its frames.
+        start = LeadingTagBytes(stream_.file());
+        stream_.SkipTo(start);
+        FailIfCut(stream_.file());
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+    if (const std::error_code error = stream_.file().SeekTo(start))
+        Fail(error.message());
+}
+
+template <class Sample>
+sf_count_t AudioReader::Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples,
+                                uint32_t frames)
+{
+    return stream_.Call([&](SNDFILE *handle) { return read(handle, samples, frames); });
+}
+
+sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
+{
+    const size_t samples = size_t{frames} * format_.channels;
+    auto *bytes = static_cast<uint8_t *>(buffer);
+    switch (format_.sample) {
+    case SampleFormat::Int8: {
+        wide_.resize(samples);
+        const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
+        for (sf_count_t i = 0; i < got * format_.channels; i++)
+            bytes[i] = static_cast<uint8_t>((wide_[static_cast<size_t>(i)] >> 24) + 128);
+        return got;
+    }
+    case SampleFormat::Int16:
+        return Fetched(sf_readf_short, static_cast<short *>(buffer), frames);
+    case SampleFormat::Int24: {
+        wide_.resize(samples);
+        const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
+        for (sf_count_t i = 0; i < got * format_.channels; i++) {
+            const auto sample = static_cast<uint32_t>(wide_[static_cast<size_t>(i)]);
+            *bytes++ = static_cast<uint8_t>(sample >> 8);
+            *bytes++ = static_cast<uint8_t>(sample >> 16);
+            *bytes++ = static_cast<uint8_t>(sample >> 24);
+        }
+        return got;
+    }
+    case SampleFormat::Int32:
+        return Fetched(sf_readf_int, static_cast<int *>(buffer), frames);
+    case SampleFormat::Float32:
+        return Fetched(sf_readf_float, static_cast<float *>(buffer), frames);
+    case SampleFormat::Float64:
+        return Fetched(sf_readf_double, static_cast<double *>(buffer), frames);
+    }
+    return 0;
+}
+
+uint32_t AudioReader::Read(void *buffer, uint32_t frames)
+{
+    const sf_count_t got = ReadSamples(buffer, frames);
+    if (stream_.error())
+        Fail("reading failed: " + stream_.error().message());
+    if (got <= 0) {
+        CheckEnd();
+        return 0;
+    }
+    position_ += static_cast<uint64_t>(got);
+    if (vorbisOrder_)
+        FromVorbisOrder(buffer, static_cast<uint32_t>(got), format_);
+    return static_cast<uint32_t>(got);
+}
+
+void AudioReader::CheckEnd()
+{
+    if (position_ < frames_)
+        Fail("the audio breaks off: " + std::to_string(position_) + " of " + std::to_string(frames_) +
+             " frames could be read");
+    if (position_ == 0)
+        Fail("holds no audio (0 frames)");
+    if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
+        Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
+    if (pipe()) {
+        if (const std::error_code error = pipe_->Drain())
+            Fail("reading failed: " + error.message());
+        CheckOggEnd(*pipe_, shownName_);
+    }
+}
+
+bool AudioReader::TrySeek(uint64_t frame)
+{
+    if (!seekable_ || pipe() || frame >= frames_)
+        return false;
+    const auto place = static_cast<sf_count_t>(frame);
+    if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) != place)
+        Fail("can't go to frame " + std::to_string(frame) + " of the audio (" +
+             SoundFileError(stream_.handle()) + ")");
+    position_ = frame;
+    return true;
+}
+
+void AudioReader::Rewind()
+{
+    if (pipe())
+        Fail("can't be read twice");
+    position_ = 0;
+    if (!stream_.endIsKnown()) {
+        // libmpg123 can't go back there.
+        stream_.Stop();
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
+            Fail("reading failed: " + error.message());
+        Start();
+        return;
+    }
+    if (stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
+        Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
+}
+
+} // namespace tonekit::host

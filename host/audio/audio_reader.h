@@ -1,0 +1,93 @@
+// audio_reader.h: reads the samples of an audio file in the form in which the file keeps them.
+#pragma once
+
+#include "host/audio/container.h"
+#include "host/audio/sample_format.h"
+#include "host/audio/sample_source.h"
+#include "host/audio/sound_stream.h"
+#include "host/audio/stream_header.h"
+#include "host/system/failure.h"
+#include "host/system/pipe_input.h"
+#include "host/tags/tag_kind.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+// libsndfile doesn't know the file's type.
+class UnknownType : public Failure {
+public:
+    using Failure::Failure;
+};
+
+// All failures are thrown as Failure, with the file's name in front.
+class AudioReader final : public SampleSource {
+public:
+    // Opens the file and makes sure that it holds audio, all of it, in at most 8 channels.
+    explicit AudioReader(const std::filesystem::path &path);
+    // The same for a file that messages call by another name.
+    AudioReader(const std::filesystem::path &path, const std::string &shownName);
+    // The same for a stream that can only be read on, such as standard input. There is no way back from its
+    // end: Rewind throws.
+    AudioReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName);
+    AudioReader(File stream, const std::string &shownName);
+
+    std::string name() const override { return shownName_; }
+    const AudioFormat &format() const override { return format_; }
+    uint64_t frames() const override { return frames_; }
+    const std::string &type() const override { return type_; }
+    const std::string &encoding() const override { return encoding_; }
+    const Container *container() const override { return container_; }
+    TagKind tagKind() const override { return tagKind_; }
+    bool lossy() const override { return lossy_; }
+
+    // Throws if the file ends before it should.
+    uint32_t Read(void *buffer, uint32_t frames) override;
+    void Rewind() override;
+    bool CanRewind() const override { return !pipe_ || !path_.empty(); }
+    // Coders with a memory of what came before are read through.
+    bool TrySeek(uint64_t frame) override;
+    // What all is read from, where that isn't a file.
+    PipeInput *pipe() override { return path_.empty() ? pipe_.get() : nullptr; }
+
+private:
+    [[noreturn]] void Fail(const std::string &what) const;
+    [[noreturn]] void FailUnknown(const std::string &more) const;
+    void CheckPath() const;
+    void OpenFile();
+    void OpenPipe();
+    void TryMpeg();
+    void TakeWholePipe();
+    void FailIfCut(ByteStream &file) const;
+    void MendHeader(uint64_t size);
+    bool MayBeMpeg();
+    void Start();
+    void CheckComplete();
+    template <class Sample>
+    sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
+    sf_count_t ReadSamples(void *buffer, uint32_t frames);
+    void CheckEnd();
+
+    std::filesystem::path path_;
+    std::string shownName_;
+    std::unique_ptr<PipeInput> pipe_; // also a file whose header is mended
+    SoundStream stream_;
+    AudioFormat format_;
+    uint64_t frames_ = 0;
+    uint64_t position_ = 0;
+    const Container *container_ = nullptr;
+    TagKind tagKind_ = TagKind::None;
+    HeaderForm header_ = HeaderForm::AsItWas;
+    bool vorbisOrder_ = false;
+    bool lossy_ = false;
+    bool seekable_ = false;
+    std::string type_;
+    std::string encoding_;
+    std::vector<int32_t> wide_; // samples of 8 and 24 bits as libsndfile gives them
+};
+
+} // namespace tonekit::host

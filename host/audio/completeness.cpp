@@ -1,0 +1,196 @@
+// completeness.cpp: finds the end of the samples that WAV, RF64, W64, AIFF, AU, CAF, Ogg and MP3 headers
+// promise.
+//
+// libsndfile is lenient here: it takes what is there. A listener whose download broke off wants to know.
+#include "host/audio/completeness.h"
+
+#include "host/audio/completeness_rare.h"
+#include "host/audio/header_bytes.h"
+#include "host/audio/stream_header.h"
+#include "host/system/failure.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace tonekit::host {
+
+namespace {
+
+// A broken file could have chunks of no size for ever.
+constexpr int kMostChunks = 10000;
+
+constexpr uint64_t kUnknown32 = 0xFFFFFFFF;
+
+// Walks chunks of a four-letter name and a 32-bit size until `wanted`; answers with the bytes missing from
+// it.
+uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, bool bigEndian, uint64_t longSize)
+{
+    uint64_t position = 12;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bigEndian ? bytes.Big(position + 4, 4) : bytes.Little(position + 4, 4);
+        if (!bytes.ok())
+            return 0;
+        if (bytes.Has(position, wanted)) {
+            if (size == kUnknown32)
+                return Shortfall(position + 8 + longSize, bytes.size());
+            return IsOpenSize(static_cast<uint32_t>(size)) ? 0 : Shortfall(position + 8 + size, bytes.size());
+        }
+        position += 8 + size + (size & 1);
+    }
+    return 0;
+}
+
+uint64_t MissingFromWave(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "data", false, 0);
+}
+
+uint64_t MissingFromBigEndianWave(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "data", true, 0);
+}
+
+uint64_t MissingFromRf64(HeaderBytes &bytes)
+{
+    // The ds64 chunk stands first: after the size of the whole it has that of the samples.
+    uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
+    if (IsOpenSize(dataSize))
+        dataSize = 0;
+    return MissingFromChunk(bytes, "data", false, dataSize);
+}
+
+uint64_t MissingFromAiff(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "SSND", true, 0);
+}
+
+uint64_t MissingFromSvx(HeaderBytes &bytes)
+{
+    return MissingFromChunk(bytes, "BODY", true, 0);
+}
+
+// Chunks with names of 16 bytes; sizes of 64 bits count the 24 bytes of name and size too.
+uint64_t MissingFromW64(HeaderBytes &bytes)
+{
+    uint64_t position = 40;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bytes.Little(position + 16, 8);
+        if (!bytes.ok() || size < 24 || size > uint64_t{1} << 62)
+            return 0;
+        if (bytes.Has(position, "data"))
+            return Shortfall(position + size, bytes.size());
+        position += (size + 7) & ~uint64_t{7};
+    }
+    return 0;
+}
+
+uint64_t MissingFromAu(HeaderBytes &bytes)
+{
+    const uint64_t start = bytes.Big(4, 4);
+    const uint64_t size = bytes.Big(8, 4);
+    return bytes.ok() && size != kUnknown32 ? Shortfall(start + size, bytes.size()) : 0;
+}
+
+uint64_t MissingFromCaf(HeaderBytes &bytes)
+{
+    uint64_t position = 8;
+    for (int i = 0; i < kMostChunks; i++) {
+        const uint64_t size = bytes.Big(position + 4, 8);
+        // A size of -1 is allowed to the samples as the last chunk: they go to the end of the file.
+        if (!bytes.ok() || size > uint64_t{1} << 62)
+            return 0;
+        if (bytes.Has(position, "data"))
+            return Shortfall(position + 12 + size, bytes.size());
+        position += 12 + size;
+    }
+    return 0;
+}
+
+// How much a broken file lacks can't be known; 1 stands for that.
+uint64_t MissingFromOgg(HeaderBytes &bytes)
+{
+    std::vector<unsigned char> tail(std::min<uint64_t>(bytes.size(), kLargestOggPage));
+    return bytes.Fetch(bytes.size() - tail.size(), tail.data(), tail.size()) && EndsOgg(tail) ? 0 : 1;
+}
+
+// Encoders note the bytes of an MP3 file in a frame of their own in front of the music; where that is missing
+// nothing is known. The note stands behind the side information, whose size depends on version and channels.
+uint64_t MissingFromMp3(HeaderBytes &bytes)
+{
+    uint64_t start = 0;
+    if (bytes.Has(0, "ID3")) {
+        // The size of a tag has 7 bits in each byte.
+        for (uint64_t i = 6; i < 10; i++)
+            start = start << 7 | (bytes.Big(i, 1) & 0x7F);
+        start += 10;
+    }
+    const uint64_t header = bytes.Big(start, 4);
+    if (!bytes.ok() || header >> 21 != 0x7FF)
+        return 0;
+    const bool version1 = header >> 19 & 1;
+    const bool mono = (header >> 6 & 3) == 3;
+    const uint64_t note = start + 4 + (version1 ? (mono ? 17 : 32) : (mono ? 9 : 17));
+    if (!bytes.Has(note, "Xing") && !bytes.Has(note, "Info"))
+        return 0;
+    const uint64_t flags = bytes.Big(note + 4, 4);
+    if (!(flags & 2))
+        return 0;
+    const uint64_t size = bytes.Big(note + 8 + (flags & 1 ? 4 : 0), 4);
+    return bytes.ok() ? Shortfall(start + size, bytes.size()) : 0;
+}
+
+} // namespace
+
+bool EndsOgg(std::span<const unsigned char> tail)
+{
+    constexpr size_t kHeader = 27;
+    if (tail.size() < kHeader)
+        return false;
+    for (size_t start = tail.size() - kHeader + 1; start-- > 0;) {
+        if (std::memcmp(&tail[start], "OggS", 4) != 0 || tail[start + 4] != 0)
+            continue;
+        const size_t segments = tail[start + 26];
+        size_t end = start + kHeader + segments;
+        for (size_t i = 0; i < segments && start + kHeader + i < tail.size(); i++)
+            end += tail[start + kHeader + i];
+        const bool last = tail[start + 5] & 4;
+        return last && end <= tail.size();
+    }
+    return false;
+}
+
+void CheckOggEnd(const PipeInput &stream, const std::string &name)
+{
+    if (stream.keepsTail() && !EndsOgg(stream.tail()))
+        throw Failure(name + ": the stream is cut off");
+}
+
+uint64_t MissingBytes(ByteStream &file)
+{
+    HeaderBytes bytes(file);
+    if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
+        return MissingFromWave(bytes);
+    if (bytes.Has(0, "RIFX") && bytes.Has(8, "WAVE"))
+        return MissingFromBigEndianWave(bytes);
+    if (bytes.Has(0, "RF64") && bytes.Has(8, "WAVE"))
+        return MissingFromRf64(bytes);
+    if (bytes.Has(0, "riff"))
+        return MissingFromW64(bytes);
+    if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
+        return MissingFromAiff(bytes);
+    if (bytes.Has(0, "FORM") && (bytes.Has(8, "8SVX") || bytes.Has(8, "16SV")))
+        return MissingFromSvx(bytes);
+    if (bytes.Has(0, ".snd"))
+        return MissingFromAu(bytes);
+    if (bytes.Has(0, "caff"))
+        return MissingFromCaf(bytes);
+    if (bytes.Has(0, "OggS"))
+        return MissingFromOgg(bytes);
+    if (const std::optional<uint64_t> missing = MissingFromRareType(bytes))
+        return *missing;
+    return MissingFromMp3(bytes);
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,14 @@
+// completeness_rare.h: tells whether a file of a type that is rare today was cut off.
+#pragma once
+
+#include "host/audio/header_bytes.h"
+
+#include <optional>
+
+namespace tonekit::host {
+
+// The bytes missing at the end of a NIST, VOC, AVR, MAT4, MAT5, SDS, MPC 2000 or WVE file; none for other
+// types.
+std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes);
+
+} // namespace tonekit::host

@@ -1,0 +1,115 @@
+// sound_stream.cpp: libsndfile's virtual file over the platform's files.
+#include "host/audio/sound_stream.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace tonekit::host {
+
+namespace {
+
+SoundStream &Stream(void *user)
+{
+    return *static_cast<SoundStream *>(user);
+}
+
+sf_count_t Length(void *user)
+{
+    uint64_t size = 0;
+    Stream(user).Note(Stream(user).bytes().Size(size));
+    return static_cast<sf_count_t>(size - std::min(size, Stream(user).start()));
+}
+
+sf_count_t Tell(void *user)
+{
+    uint64_t position = 0;
+    Stream(user).Note(Stream(user).bytes().Tell(position));
+    return static_cast<sf_count_t>(position - std::min(position, Stream(user).start()));
+}
+
+sf_count_t Seek(sf_count_t offset, int whence, void *user)
+{
+    sf_count_t base = 0;
+    // libmpg123 asks in this way whether it may look for a tag at the end.
+    if (whence == SEEK_END && !Stream(user).endIsKnown())
+        return -1;
+    if (whence == SEEK_CUR)
+        base = Tell(user);
+    else if (whence == SEEK_END)
+        base = Length(user);
+    // Broken headers lead to places before the start; that is the header's fault and no error of the system.
+    if (offset + base < 0)
+        return -1;
+    Stream(user).Note(
+        Stream(user).bytes().SeekTo(static_cast<uint64_t>(offset + base) + Stream(user).start()));
+    return offset + base;
+}
+
+sf_count_t Read(void *buffer, sf_count_t count, void *user)
+{
+    size_t got = 0;
+    if (count > 0)
+        Stream(user).Note(Stream(user).bytes().Read(buffer, static_cast<size_t>(count), got));
+    return static_cast<sf_count_t>(got);
+}
+
+sf_count_t Write(const void *data, sf_count_t count, void *user)
+{
+    // After a first error nothing more is written: what follows would leave a hole.
+    if (count <= 0 || Stream(user).error())
+        return 0;
+    const std::error_code error = Stream(user).bytes().Write(data, static_cast<size_t>(count));
+    Stream(user).Note(error);
+    return error ? 0 : count;
+}
+
+} // namespace
+
+SoundStream::~SoundStream()
+{
+    try {
+        Stop();
+    } catch (const std::bad_alloc &) { // an output without its end is of no use to anyone
+    }
+}
+
+void SoundStream::Use(ByteStream *other, bool endIsKnown)
+{
+    other_ = other;
+    endIsKnown_ = endIsKnown;
+}
+
+void SoundStream::Start(int mode, SF_INFO &info)
+{
+    SF_VIRTUAL_IO io{Length, Seek, Read, Write, Tell};
+    handle_ = Call([&](SNDFILE *) { return sf_open_virtual(&io, mode, &info, this); });
+}
+
+void SoundStream::Stop()
+{
+    if (handle_)
+        Call(sf_close);
+    handle_ = nullptr;
+}
+
+void SoundStream::Finish()
+{
+    Stop();
+    Note(file_.Close());
+}
+
+void SoundStream::Note(const std::error_code &error)
+{
+    if (!error_)
+        error_ = error;
+}
+
+std::string SoundFileError(SNDFILE *handle)
+{
+    std::string text = sf_strerror(handle);
+    while (!text.empty() && (text.back() == '.' || std::isspace(static_cast<unsigned char>(text.back()))))
+        text.pop_back();
+    return text;
+}
+
+} // namespace tonekit::host

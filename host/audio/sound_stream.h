@@ -1,0 +1,68 @@
+// sound_stream.h: lets libsndfile read and write through the platform's files, and keeps the system's error.
+#pragma once
+
+#include "host/system/library_memory.h"
+#include "host/system/platform.h"
+
+#include <filesystem>
+#include <new>
+#include <sndfile.h>
+#include <string>
+#include <system_error>
+
+namespace tonekit::host {
+
+// An open file and the libsndfile handle on it.
+class SoundStream {
+public:
+    SoundStream() = default;
+    SoundStream(const SoundStream &) = delete;
+    SoundStream &operator=(const SoundStream &) = delete;
+    ~SoundStream();
+
+    File &file() { return file_; }
+    // Lets libsndfile use something else than the file; null: the file again.
+    void Use(ByteStream *other, bool endIsKnown = true);
+    ByteStream &bytes() { return other_ ? *other_ : static_cast<ByteStream &>(file_); }
+    bool endIsKnown() const { return endIsKnown_; }
+    // Lets libsndfile's file begin at this place of the open one.
+    void SkipTo(uint64_t start) { start_ = start; }
+    uint64_t start() const { return start_; }
+    // Starts libsndfile on the open file; on failure handle() is null.
+    void Start(int mode, SF_INFO &info);
+    // Lets libsndfile write what it still holds; the file stays open.
+    void Stop();
+    // The same, and closes the file.
+    void Finish();
+
+    // Calls libsndfile with the handle. Neither it nor the coders below check all of their allocations: where
+    // one fails this throws std::bad_alloc, and the handle is null from then on.
+    template <class Work>
+    auto Call(Work work)
+    {
+        const CheckedLibraryMemory checked;
+        try {
+            return work(handle_);
+        } catch (const std::bad_alloc &) {
+            handle_ = nullptr;
+            throw;
+        }
+    }
+    SNDFILE *handle() const { return handle_; }
+    // The first error that the system reported; no error if there was none.
+    const std::error_code &error() const { return error_; }
+    void Note(const std::error_code &error);
+
+private:
+    File file_;
+    ByteStream *other_ = nullptr;
+    bool endIsKnown_ = true;
+    uint64_t start_ = 0;
+    SNDFILE *handle_ = nullptr;
+    std::error_code error_;
+};
+
+// What libsndfile says about the handle's last failure, in the form of the program's messages.
+std::string SoundFileError(SNDFILE *handle);
+
+} // namespace tonekit::host

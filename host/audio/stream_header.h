@@ -1,0 +1,39 @@
+// stream_header.h: the sizes in headers of streams whose length nobody knew when they began.
+#pragma once
+
+#include "host/audio/container.h"
+#include "host/system/pipe_input.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tonekit::host {
+
+// Whether a program that can't go back to its header has written this number where the size of the samples
+// belongs: 0xFFFFFFFF, 0x7FFFFFFF or a little less.
+bool IsOpenSize(uint32_t size);
+// The same in headers with sizes of 64 bits.
+bool IsOpenSize(uint64_t size);
+
+enum class HeaderForm {
+    AsItWas,
+    Open,      // its sizes are now so large that a reader takes all that comes
+    OpenAsRf64 // the same, and a WAV header became one of RF64
+};
+
+// Reads the header of WAV, RF64, W64, AIFF, AU or CAF. Sets the pipe's end if the header says where the
+// samples end, and changes its sizes if it doesn't. Other headers stay as they are. Throws std::system_error
+// if reading fails.
+HeaderForm PrepareHeader(PipeInput &pipe);
+
+// Whether a file has a header with sizes of 64 bits that says nothing of the samples' size. Throws
+// std::system_error if reading fails.
+bool HasOpenHeader64(ByteStream &file);
+
+// Sets the sizes in a header that was written before its samples: to what `frames` frames of samples need, or
+// to what says that nobody knows. False if this type of file can't say so.
+bool SetSizes(std::vector<unsigned char> &header, const Container &container, const AudioFormat &format,
+              std::optional<uint64_t> frames);
+
+} // namespace tonekit::host

@@ -1,0 +1,94 @@
+// completeness_coded.cpp: finds the end that headers of types with packets promise.
+#include "host/libav/completeness_coded.h"
+
+#include "host/libav/mp4_length.h"
+
+namespace tonekit::host {
+
+namespace {
+
+// A number of EBML, whose first byte has as many leading zeros as there are bytes after it.
+struct EbmlNumber {
+    uint64_t value = 0;
+    uint64_t bytes = 0;   // that it takes; 0: none is there
+    bool unknown = false; // a length that isn't said
+};
+
+EbmlNumber EbmlAt(HeaderBytes &bytes, uint64_t place)
+{
+    const uint64_t first = bytes.Big(place, 1);
+    if (!bytes.ok() || first == 0)
+        return {};
+    EbmlNumber number;
+    number.bytes = 1;
+    while (!(first & 0x100u >> number.bytes))
+        number.bytes++;
+    const uint64_t mask = (uint64_t{1} << 7 * number.bytes) - 1;
+    number.value = bytes.Big(place, static_cast<int>(number.bytes)) & mask;
+    number.unknown = number.value == mask;
+    return bytes.ok() ? number : EbmlNumber();
+}
+
+uint64_t MissingFromMatroska(HeaderBytes &bytes)
+{
+    constexpr uint64_t kIdBytes = 4;
+    const EbmlNumber header = EbmlAt(bytes, kIdBytes);
+    if (header.bytes == 0 || header.unknown || header.value > bytes.size())
+        return 0;
+    const uint64_t segment = kIdBytes + header.bytes + header.value;
+    if (!bytes.Has(segment, "\x18\x53\x80\x67"))
+        return 0;
+    const EbmlNumber size = EbmlAt(bytes, segment + kIdBytes);
+    if (size.bytes == 0 || size.unknown)
+        return 0;
+    return Shortfall(segment + kIdBytes + size.bytes + size.value, bytes.size());
+}
+
+// Objects with names of 16 bytes; the header's object holds others, one of which knows the file's size.
+uint64_t MissingFromAsf(HeaderBytes &bytes)
+{
+    constexpr uint64_t kObject = 24;
+    constexpr uint64_t kMostObjects = 1000;
+    const uint64_t end = bytes.Little(16, 8);
+    uint64_t place = kObject + 6;
+    for (uint64_t i = 0; i < kMostObjects && place < end; i++) {
+        if (bytes.Has(place, "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4")) {
+            constexpr uint64_t kLive = 1; // the size isn't known
+            const uint64_t flags = bytes.Little(place + kObject + 64, 4);
+            const uint64_t size = bytes.Little(place + kObject + 16, 8);
+            return bytes.ok() && !(flags & kLive) ? Shortfall(size, bytes.size()) : 0;
+        }
+        const uint64_t size = bytes.Little(place + 16, 8);
+        if (!bytes.ok() || size < kObject || size > end)
+            return 0;
+        place += size;
+    }
+    return 0;
+}
+
+// The size of a DSF file is that of the whole; DSDIFF doesn't count its name and size.
+uint64_t MissingFromDsd(HeaderBytes &bytes)
+{
+    const bool dsf = bytes.Has(0, "DSD ");
+    const uint64_t size = dsf ? bytes.Little(12, 8) : bytes.Big(4, 8);
+    if (!bytes.ok() || size > uint64_t{1} << 62)
+        return 0;
+    return Shortfall(size + (dsf ? 0 : 12), bytes.size());
+}
+
+} // namespace
+
+uint64_t MissingFromCodedType(HeaderBytes &bytes)
+{
+    if (bytes.Has(4, "ftyp"))
+        return MissingFromMp4(bytes);
+    if (bytes.Has(0, "\x1A\x45\xDF\xA3"))
+        return MissingFromMatroska(bytes);
+    if (bytes.Has(0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
+        return MissingFromAsf(bytes);
+    if (bytes.Has(0, "DSD ") || bytes.Has(0, "FRM8"))
+        return MissingFromDsd(bytes);
+    return 0;
+}
+
+} // namespace tonekit::host

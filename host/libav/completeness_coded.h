@@ -1,0 +1,14 @@
+// completeness_coded.h: the part of completeness for types that are read through libavformat.
+#pragma once
+
+#include "host/audio/header_bytes.h"
+
+#include <cstdint>
+
+namespace tonekit::host {
+
+// How many bytes are missing at the end of an MP4, Matroska, ASF, DSF or DSDIFF file; 0 if nothing is, if its
+// header doesn't say how long it is, or for other types. Throws std::system_error if the system fails.
+uint64_t MissingFromCodedType(HeaderBytes &bytes);
+
+} // namespace tonekit::host

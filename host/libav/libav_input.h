@@ -1,0 +1,49 @@
+// libav_input.h: lets libavformat read through the host's own streams.
+#pragma once
+
+#include "host/libav/libav_functions.h"
+#include "host/system/byte_stream.h"
+
+#include <memory>
+#include <string>
+#include <system_error>
+
+namespace tonekit::host {
+
+// A file that libavformat has opened. It reads through the stream alone: formats that lead to other files or
+// to the network are refused, and so are those that hold no audio.
+class LibavInput {
+public:
+    // The stream must live as long as this. Throws Failure, without a file's name, if libavformat is missing
+    // or sees no audio in the stream, and std::system_error if the system failed.
+    explicit LibavInput(ByteStream &stream);
+    LibavInput(const LibavInput &) = delete;
+    LibavInput &operator=(const LibavInput &) = delete;
+    ~LibavInput();
+
+    AVFormatContext &context() { return *context_; }
+    // The type's name for libavformat, such as "mov,mp4,m4a,3gp,3g2,mj2".
+    std::string format() const { return context_->iformat->name; }
+    // The stream of audio that is heard; all others are left out of what is read.
+    AVStream &audio() { return *context_->streams[audio_]; }
+    // The first error that the system reported; no error if there was none.
+    const std::error_code &error() const { return error_; }
+
+    // For libavformat's calls.
+    ByteStream &stream() { return stream_; }
+    void Note(const std::error_code &error);
+
+private:
+    void Open();
+    void Close();
+    void ChooseAudio();
+    void CheckSystem() const;
+
+    ByteStream &stream_;
+    AVIOContext *io_ = nullptr;
+    AVFormatContext *context_ = nullptr;
+    unsigned audio_ = 0;
+    std::error_code error_;
+};
+
+} // namespace tonekit::host

@@ -1,0 +1,39 @@
+// sample_guard.h: keeps samples that no coder takes away from coders.
+#pragma once
+
+#include "host/audio/sample_format.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+// Not a number and infinity become 0, and larger samples than `loudest` become it, with their sign. Other
+// samples stay as they are, to the bit, and so do all samples of formats other than floats.
+class SampleGuard {
+public:
+    SampleGuard(SampleFormat format, double loudest) : format_(format), loudest_(loudest) {}
+
+    // Returns the samples themselves, or a copy that is valid until the next call.
+    const void *Guarded(const void *samples, size_t count);
+
+    // The samples that became 0, and those that became the loudest, so far.
+    uint64_t silenced() const { return silenced_; }
+    uint64_t clamped() const { return clamped_; }
+
+private:
+    template <class Sample>
+    const void *GuardedFloats(const Sample *samples, size_t count);
+
+    SampleFormat format_;
+    double loudest_;
+    std::vector<uint8_t> copy_;
+    uint64_t silenced_ = 0;
+    uint64_t clamped_ = 0;
+};
+
+// "2 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that"
+std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest);
+
+} // namespace tonekit::host

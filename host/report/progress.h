@@ -1,0 +1,53 @@
+// progress.h: sums up the progress of many files.
+#pragma once
+
+#include "host/report/progress_state.h"
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tonekit::host {
+
+struct ProgressFile {
+    std::string name;
+    uint64_t weight = 0; // its share of the work, in any unit
+};
+
+// The work on a list of files that differ in size. Any thread may report.
+class Progress {
+public:
+    Progress(ProgressView &view, const std::vector<ProgressFile> &files);
+
+    // File `index` is in work, done to the part `done`, 0 to 1, and `audioSeconds` of it have gone through.
+    // Shown some ten times a second at most, and at the end of each file.
+    void Report(size_t index, double done, double audioSeconds);
+    void Finish(size_t index, const ConversionReport &report);
+
+private:
+    struct Part {
+        std::string name;
+        double weight = 0;
+        double done = 0;
+        double audioSeconds = 0;
+        bool begun = false;
+        bool finished = false;
+    };
+
+    void Advance(Part &part, double done, double audioSeconds);
+    void Show();
+
+    ProgressView &view_;
+    const std::chrono::steady_clock::time_point start_;
+    std::mutex mutex_; // of what follows
+    std::chrono::steady_clock::time_point nextShow_;
+    std::vector<Part> parts_;
+    double totalWeight_ = 0;
+    double doneWeight_ = 0;
+    double audioSeconds_ = 0;
+    size_t finished_ = 0;
+};
+
+} // namespace tonekit::host

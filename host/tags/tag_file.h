@@ -1,0 +1,65 @@
+// tag_file.h: an audio file as TagLib sees it, by the parts in which kinds of file differ.
+#pragma once
+
+#include "host/system/memory_limit.h"
+#include "host/tags/tag_kind.h"
+#include "host/tags/tag_stream.h"
+
+#include <filesystem>
+#include <flacfile.h>
+#include <id3v2tag.h>
+#include <memory>
+#include <mp4tag.h>
+#include <tfile.h>
+#include <tpropertymap.h>
+#include <xiphcomment.h>
+
+namespace tonekit::host {
+
+class TagFile {
+public:
+    TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access);
+    // To read the tags at the beginning of a stream, whose first bytes these are.
+    TagFile(std::span<const unsigned char> beginning, TagKind kind);
+
+    // Whether TagLib understands the file.
+    bool IsValid() const { return file_ && file_->isValid(); }
+    bool IsTooLong() const { return tooLong_; }
+    // Whether its tags need more memory than they may have.
+    bool IsTooLarge() const { return tooLarge_; }
+    // The four letters with which TagLib takes the file to begin, without a look, and with which it doesn't:
+    // another order of bytes, or a tag in front of all. Null if the file is as it should be.
+    const char *MissingStart() const { return missingStart_; }
+    // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
+    void CheckSystem(const std::string &shownName) const;
+    TagKind kind() const { return kind_; }
+    TagLib::PropertyMap Properties() const;
+
+    // Where tags of this form live in the file; null for kinds that have another form.
+    TagLib::ID3v2::Tag *id3() const;
+    TagLib::Ogg::XiphComment *xiph() const;
+    TagLib::MP4::Tag *mp4() const;
+    // FLAC files keep pictures beside their comment; null for other kinds.
+    TagLib::FLAC::File *flac() const;
+
+    // Sets the text tags, in all forms that the kind of file has, and answers with those that it can't hold.
+    TagLib::StringList SetProperties(const TagLib::PropertyMap &properties);
+    // Whether the tags keep the forms that the file was found with (older kinds beside the new one, the older
+    // version of ID3v2), or have the one form that new files get.
+    enum class Forms { New, AsFound };
+    // Answers with the error of the system; a TagLib that doesn't want to gives std::errc::not_supported.
+    std::error_code Save(Forms forms = Forms::New);
+
+private:
+    void Open();
+
+    AllocationReserve reserve_; // before and after everything else
+    TagKind kind_;
+    TagStream stream_;
+    bool tooLong_;
+    bool tooLarge_ = false;
+    const char *missingStart_ = nullptr;
+    std::unique_ptr<TagLib::File> file_;
+};
+
+} // namespace tonekit::host

@@ -1,0 +1,238 @@
+// tag_transfer.cpp: gathers tags from all sides in one block and hands them on.
+#include "host/tags/tag_transfer.h"
+
+#include "host/open_source.h"
+#include "host/report/report_parts.h"
+#include "host/system/paths.h"
+#include "host/tags/cover.h"
+#include "host/tags/joined_tags.h"
+#include "host/tags/tag_changes.h"
+#include "host/tags/tag_editor.h"
+#include "host/tags/tag_reader.h"
+#include "host/tags/tag_writer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <initializer_list>
+#include <string_view>
+
+namespace tonekit::host {
+
+namespace {
+
+std::string Capitals(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
+
+using TextTag = std::pair<std::string, std::string>;
+
+// Opus has a form of its own: a whole number of 1/256 dB to a reference that is 5 dB lower.
+std::string GainIn(TagKind kind, double gain)
+{
+    constexpr double kStep = 256;
+    constexpr double kToReference = -23.0 + 18.0;
+    if (kind != TagKind::Opus)
+        return Decimal(gain, 2) + " dB";
+    return std::to_string(std::lround(std::clamp((gain + kToReference) * kStep, -32768.0, 32767.0)));
+}
+
+void AddLoudnessTags(const Loudness &loudness, TagKind kind, const std::string &of,
+                     std::vector<TextTag> &tags)
+{
+    const bool opus = kind == TagKind::Opus;
+    if (loudness.gain)
+        tags.emplace_back(opus ? "R128_" + of + "_GAIN" : "REPLAYGAIN_" + of + "_GAIN",
+                          GainIn(kind, *loudness.gain));
+    if (loudness.peak && !opus)
+        tags.emplace_back("REPLAYGAIN_" + of + "_PEAK", Decimal(*loudness.peak, 6));
+}
+
+// What was measured, in the form of the kind of file.
+std::vector<TextTag> LoudnessTags(const TagTransfer &transfer)
+{
+    std::vector<TextTag> tags;
+    if (transfer.loudness)
+        AddLoudnessTags(*transfer.loudness, transfer.writtenKind, "TRACK", tags);
+    if (transfer.albumLoudness)
+        AddLoudnessTags(*transfer.albumLoudness, transfer.writtenKind, "ALBUM", tags);
+    return tags;
+}
+
+// A tag that an option sets, or removes by an empty value, doesn't come from the file; nor does a measurement
+// that isn't true any longer.
+bool IsWanted(const Options &options, const TagTransfer &transfer, const std::string &key)
+{
+    const std::string name = Capitals(key);
+    const auto isNamed = [&](const TextTag &tag) { return Capitals(tag.first) == name; };
+    if (std::any_of(options.set.begin(), options.set.end(), isNamed) ||
+        std::any_of(transfer.track.begin(), transfer.track.end(), isNamed))
+        return false;
+    const auto startsWithAny = [&](std::initializer_list<const char *> starts) {
+        return std::any_of(starts.begin(), starts.end(),
+                           [&](const char *start) { return name.starts_with(start); });
+    };
+    if ((transfer.loudness || transfer.part) && startsWithAny({"REPLAYGAIN_TRACK_", "R128_TRACK_"}))
+        return false;
+    // Its places are those of the whole file.
+    if (transfer.part && name == "CUESHEET")
+        return false;
+    if (transfer.albumLoudness && startsWithAny({"REPLAYGAIN_ALBUM_", "R128_ALBUM_"}))
+        return false;
+    return !transfer.loudnessChanged || !startsWithAny({"REPLAYGAIN_", "R128_"});
+}
+
+void AddTrackTags(const Options &options, const TagTransfer &transfer, TagBlockFiller &filler)
+{
+    for (const auto &[key, value] : transfer.track) {
+        const bool set = std::any_of(options.set.begin(), options.set.end(),
+                                     [&key = key](const TextTag &tag) { return Capitals(tag.first) == key; });
+        if (!set && !value.empty())
+            filler.AddText(key, value);
+    }
+}
+
+void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
+                 std::vector<std::string> &warnings)
+{
+    TagChoice choice;
+    choice.text = [&](const std::string &key) { return IsWanted(options, transfer, key); };
+    choice.chapters = !extras.chapters && transfer.track.empty();
+    choice.frontCover = !extras.cover;
+    const auto read = [&](TagBlock *into) {
+        if (transfer.beginning)
+            ReadTags(*transfer.beginning, kStandardInput, transfer.inputKind, choice, into, warnings);
+        else
+            ReadTags(transfer.input, transfer.inputKind, choice, into, warnings);
+    };
+    if (!transfer.part && transfer.gain == 0)
+        return read(block);
+    const TagBlockPointer whole = NewTagBlock();
+    read(whole.get());
+    TagBlockFiller filler(block);
+    ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
+        if (const std::optional<std::string> changed = TagAfterGain(Capitals(key), value, transfer.gain))
+            filler.AddText(key, *changed);
+    });
+    filler.AddChapters(ChaptersOfPart(ChaptersOf(whole.get()), transfer.part.value_or(FilePart{})));
+    for (const Picture &picture : PicturesOf(whole.get()))
+        filler.AddPicture(picture);
+}
+
+void AddJoinedTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
+                   std::vector<std::string> &warnings)
+{
+    const JoinedTags tags = TagsOfJoined(transfer.files, transfer.inputRate, warnings);
+    TagBlockFiller filler(block);
+    for (const auto &[key, value] : tags.texts) {
+        const std::optional<std::string> changed = TagAfterGain(key, value, transfer.gain);
+        if (changed && IsWanted(options, transfer, key))
+            filler.AddText(key, *changed);
+    }
+    if (!extras.chapters)
+        filler.AddChapters(tags.chapters);
+    for (const Picture &picture : tags.pictures) {
+        if (picture.type != kFrontCover || !extras.cover)
+            filler.AddPicture(picture);
+    }
+}
+
+bool IsEmpty(const TagBlock *block)
+{
+    TagBlockItem item;
+    TagBlockPicture picture;
+    return !ID3Helper_GetFirst(block, &item) && !ID3Helper_GetFirstImage(block, &picture);
+}
+
+// Pictures of the block scaled to fit, in a block of their own with all the rest.
+TagBlockPointer WithFittedPictures(const Options &options, const TagTransfer &transfer, TagBlockPointer block,
+                                   std::vector<std::string> &warnings)
+{
+    if (options.coverSize == 0)
+        return block;
+    TagBlockPointer fitted = NewTagBlock();
+    TagBlockFiller filler(fitted.get());
+    ForEachText(block.get(),
+                [&](const std::string &key, const std::string &value) { filler.AddText(key, value); });
+    filler.AddChapters(ChaptersOf(block.get()));
+    for (Picture &picture : PicturesOf(block.get())) {
+        FitPicture(picture, Utf8Name(transfer.input), options.coverSize, options.coverQuality, warnings);
+        filler.AddPicture(picture);
+    }
+    return fitted;
+}
+
+} // namespace
+
+TagBlockPointer GatherTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                           std::vector<std::string> &warnings)
+{
+    TagBlockPointer block = NewTagBlock();
+    TagBlockFiller filler(block.get());
+    for (const auto &[key, value] : options.set)
+        filler.AddText(key, value);
+    for (const auto &[key, value] : LoudnessTags(transfer))
+        filler.AddText(key, value);
+    if (options.tags)
+        AddTrackTags(options, transfer, filler);
+    if (extras.chapters && transfer.track.empty())
+        filler.AddChapters(transfer.part ? ChaptersOfPart(*extras.chapters, *transfer.part)
+                                         : *extras.chapters);
+    if (extras.cover)
+        filler.AddPicture(kFrontCover, extras.cover->mime, extras.cover->data.data(),
+                          extras.cover->data.size());
+    if (options.tags && !transfer.files.empty())
+        AddJoinedTags(options, extras, transfer, block.get(), warnings);
+    else if (options.tags)
+        AddFileTags(options, extras, transfer, block.get(), warnings);
+    return WithFittedPictures(options, transfer, std::move(block), warnings);
+}
+
+TagEdit EditOf(const Options &options, const Extras &extras, const TagTransfer &transfer)
+{
+    TagEdit edit;
+    edit.removeOthers = !options.tags;
+    // An empty text takes out what an earlier measurement left.
+    const auto takeOut = [&](const std::string &of) {
+        for (const std::string &key :
+             {"REPLAYGAIN_" + of + "_GAIN", "REPLAYGAIN_" + of + "_PEAK", "R128_" + of + "_GAIN"})
+            edit.texts.emplace_back(key, "");
+    };
+    if (transfer.loudness)
+        takeOut("TRACK");
+    if (transfer.albumLoudness)
+        takeOut("ALBUM");
+    for (const TextTag &tag : LoudnessTags(transfer))
+        edit.texts.push_back(tag);
+    edit.texts.insert(edit.texts.end(), options.set.begin(), options.set.end());
+    edit.chapters = extras.chapters;
+    edit.cover = extras.cover;
+    edit.pictureSize = options.coverSize;
+    edit.pictureQuality = options.coverQuality;
+    return edit;
+}
+
+void TransferTags(const Options &options, const Extras &extras, const TagTransfer &transfer,
+                  std::vector<std::string> &warnings)
+{
+    if (transfer.copied && transfer.writtenKind != TagKind::None) {
+        const TagEdit edit = EditOf(options, extras, transfer);
+        if (!edit.ChangesNothing())
+            EditTags(transfer.written, transfer.writtenKind, edit, transfer.end, transfer.shownName,
+                     warnings);
+        return;
+    }
+    const TagBlockPointer block = GatherTags(options, extras, transfer, warnings);
+    if (IsEmpty(block.get()))
+        return;
+    if (transfer.writtenKind == TagKind::None) {
+        warnings.push_back(transfer.shownName + ": this type of file can't hold tags, so they are left out");
+        return;
+    }
+    WriteTags(transfer.written, transfer.writtenKind, block.get(), transfer.end, transfer.shownName,
+              warnings);
+}
+
+} // namespace tonekit::host
