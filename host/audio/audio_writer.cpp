@@ -75,6 +75,7 @@ void DropEmptyFrame(std::vector<unsigned char> &mp3)
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
                          const AudioFormat &format, const EncoderSettings &settings)
     : shownName_(shownName), format_(format), container_(container), vorbisOrder_(HasVorbisOrder(container)),
+      asTheyAre_(HoldsAsTheyAre(container, format.sample)),
       bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
 {
     stream_.file() = std::move(file);
@@ -85,7 +86,8 @@ AudioWriter::AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &sh
                          const Container &container, const AudioFormat &format,
                          const EncoderSettings &settings, std::optional<uint64_t> frames)
     : shownName_(shownName), pipe_(std::move(pipe)), promisedFrames_(frames), format_(format),
-      container_(container), vorbisOrder_(HasVorbisOrder(container)), bytesLeft_(UINT64_MAX)
+      container_(container), vorbisOrder_(HasVorbisOrder(container)),
+      asTheyAre_(HoldsAsTheyAre(container, format.sample)), bytesLeft_(UINT64_MAX)
 {
     if (container.kind == ContainerKind::Aiff && !frames)
         Fail("AIFF says its length first, which isn't known here: choose wav, au or flac");
@@ -140,6 +142,42 @@ sf_count_t AudioWriter::Stored(sf_count_t (*write)(SNDFILE *, const Sample *, sf
     return stream_.Call([&](SNDFILE *handle) { return write(handle, samples, frames); });
 }
 
+// The frames that libsndfile has taken of as many bytes.
+sf_count_t AudioWriter::StoredBytes(const void *samples, uint64_t size)
+{
+    const sf_count_t stored = stream_.Call(
+        [&](SNDFILE *handle) { return sf_write_raw(handle, samples, static_cast<sf_count_t>(size)); });
+    return stored / static_cast<sf_count_t>(format_.FrameBytes());
+}
+
+sf_count_t AudioWriter::StoredSamples(const void *samples, uint32_t frames)
+{
+    const size_t count = size_t{frames} * format_.channels;
+    const auto *bytes = static_cast<const uint8_t *>(samples);
+    switch (format_.sample) {
+    case SampleFormat::Int8:
+        wide_.resize(count);
+        for (size_t i = 0; i < count; i++)
+            wide_[i] = static_cast<int32_t>(static_cast<uint32_t>(bytes[i] ^ 0x80) << 24);
+        return Stored(sf_writef_int, wide_.data(), frames);
+    case SampleFormat::Int16:
+        return Stored(sf_writef_short, static_cast<const short *>(samples), frames);
+    case SampleFormat::Int24:
+        wide_.resize(count);
+        for (size_t i = 0; i < count; i++, bytes += 3)
+            wide_[i] = static_cast<int32_t>(uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]} << 16 |
+                                            uint32_t{bytes[2]} << 24);
+        return Stored(sf_writef_int, wide_.data(), frames);
+    case SampleFormat::Int32:
+        return Stored(sf_writef_int, static_cast<const int *>(samples), frames);
+    case SampleFormat::Float32:
+        return Stored(sf_writef_float, static_cast<const float *>(samples), frames);
+    case SampleFormat::Float64:
+        return Stored(sf_writef_double, static_cast<const double *>(samples), frames);
+    }
+    return 0;
+}
+
 void AudioWriter::Write(const void *samples, uint32_t frames)
 {
     const uint64_t size = uint64_t{frames} * format_.FrameBytes();
@@ -153,36 +191,7 @@ void AudioWriter::Write(const void *samples, uint32_t frames)
         samples = turned_.data();
     }
 
-    const size_t count = size_t{frames} * format_.channels;
-    const auto *bytes = static_cast<const uint8_t *>(samples);
-    sf_count_t stored = 0;
-    switch (format_.sample) {
-    case SampleFormat::Int8:
-        wide_.resize(count);
-        for (size_t i = 0; i < count; i++)
-            wide_[i] = static_cast<int32_t>(static_cast<uint32_t>(bytes[i] ^ 0x80) << 24);
-        stored = Stored(sf_writef_int, wide_.data(), frames);
-        break;
-    case SampleFormat::Int16:
-        stored = Stored(sf_writef_short, static_cast<const short *>(samples), frames);
-        break;
-    case SampleFormat::Int24:
-        wide_.resize(count);
-        for (size_t i = 0; i < count; i++, bytes += 3)
-            wide_[i] = static_cast<int32_t>(uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]} << 16 |
-                                            uint32_t{bytes[2]} << 24);
-        stored = Stored(sf_writef_int, wide_.data(), frames);
-        break;
-    case SampleFormat::Int32:
-        stored = Stored(sf_writef_int, static_cast<const int *>(samples), frames);
-        break;
-    case SampleFormat::Float32:
-        stored = Stored(sf_writef_float, static_cast<const float *>(samples), frames);
-        break;
-    case SampleFormat::Float64:
-        stored = Stored(sf_writef_double, static_cast<const double *>(samples), frames);
-        break;
-    }
+    const sf_count_t stored = asTheyAre_ ? StoredBytes(samples, size) : StoredSamples(samples, frames);
     if (pipe_ && !pipe_->released() && stored > 0)
         ReleasePipe();
     CheckStored(stored, frames);

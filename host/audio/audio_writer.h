@@ -35,6 +35,8 @@ private:
     template <class Sample>
     sf_count_t Stored(sf_count_t (*write)(SNDFILE *, const Sample *, sf_count_t), const Sample *samples,
                       uint32_t frames);
+    sf_count_t StoredBytes(const void *samples, uint64_t size);
+    sf_count_t StoredSamples(const void *samples, uint32_t frames);
     void Start(const EncoderSettings &settings);
     void ReleasePipe();
     void FinishPipe();
@@ -47,9 +49,10 @@ private:
     AudioFormat format_;
     const Container &container_;
     bool vorbisOrder_;
+    bool asTheyAre_; // the file holds the very bytes of the samples
     uint64_t frames_ = 0;
     uint64_t bytesLeft_;          // that the container has room for
-    std::vector<int32_t> wide_;   // samples of 8 and 24 bits as libsndfile takes them
+    std::vector<int32_t> wide_;   // samples of 8 and 24 bits as libsndfile takes them, where it packs them
     std::vector<uint8_t> turned_; // frames in the container's channel order
 };
 

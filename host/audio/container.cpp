@@ -57,9 +57,9 @@ std::vector<Container> MakeTable()
     // clang-format on
 }
 
-// 8 bit samples are unsigned in the WAV family and in raw, and signed elsewhere; libsndfile does the step
-// between.
-bool HasUnsignedBytes(ContainerKind kind)
+// The lowest byte of a sample comes first in the WAV family and in raw, and samples of 8 bits are unsigned
+// there as the library's are; elsewhere it is the other way round, and libsndfile does the step between.
+bool HasOwnOrder(ContainerKind kind)
 {
     return kind == ContainerKind::Wav || kind == ContainerKind::Rf64 || kind == ContainerKind::W64 ||
            kind == ContainerKind::Raw;
@@ -69,7 +69,7 @@ int Subtype(ContainerKind kind, SampleFormat format)
 {
     switch (format) {
     case SampleFormat::Int8:
-        return HasUnsignedBytes(kind) ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8;
+        return HasOwnOrder(kind) ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8;
     case SampleFormat::Int16:
         return SF_FORMAT_PCM_16;
     case SampleFormat::Int24:
@@ -169,6 +169,11 @@ std::string Objection(const Container &container, const AudioFormat &format)
                                : "can't hold " + NameOf(format.sample) + " samples: its finest are " +
                                      NameOf(formats.back());
     return "";
+}
+
+bool HoldsAsTheyAre(const Container &container, SampleFormat format)
+{
+    return HasOwnOrder(container.kind) && format != SampleFormat::Float32 && format != SampleFormat::Float64;
 }
 
 int SoundFileFormat(const Container &container, const AudioFormat &format)

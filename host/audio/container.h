@@ -58,6 +58,10 @@ uint32_t ClosestRate(const Container &container, uint32_t wanted);
 // empty if it can.
 std::string Objection(const Container &container, const AudioFormat &format);
 
+// Whether a file's samples are the bytes of the library's own: integers, where files keep the lowest byte
+// first. Floats are left to libsndfile, which notes their peaks in RF64.
+bool HoldsAsTheyAre(const Container &container, SampleFormat format);
+
 // libsndfile's number for a stream of this form in the container.
 int SoundFileFormat(const Container &container, const AudioFormat &format);
 

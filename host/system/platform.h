@@ -29,7 +29,7 @@ public:
     std::error_code OpenStandardInput();
     std::error_code OpenStandardOutput();
     // Creates a file that must not exist yet, with the permissions that any new file of this user gets, or
-    // with no more than these.
+    // with no more than these. The system begins to store it while it is written, where it can be asked to.
     std::error_code CreateNew(const std::filesystem::path &path,
                               std::filesystem::perms widest = std::filesystem::perms(0666));
     // Marks a new file as one in work for as long as `mark` is open, so that RemoveIfLeftBehind keeps it.
@@ -50,7 +50,11 @@ public:
     bool IsOpen() const { return handle_ >= 0; }
 
 private:
+    void BeginToStore(size_t written);
+
     int handle_ = -1;
+    bool isNew_ = false;
+    uint64_t unstored_ = 0; // bytes written since the system was last asked to store them
 };
 
 // Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.

@@ -4,9 +4,25 @@
 #include "tests/host/write_through.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+
+// In the place of the system's call.
+int storing = -1; // the file that the system was last asked to store
+int timesAsked = 0;
+
+} // namespace
+
+extern "C" int sync_file_range(int file, off64_t from, off64_t size, unsigned flags)
+{
+    storing = from == 0 && size == 0 && flags == SYNC_FILE_RANGE_WRITE ? file : -1;
+    timesAsked++;
+    return 0;
+}
 
 namespace tonekit::host {
 namespace {
@@ -87,6 +103,27 @@ TEST(SafeOutput, RefusesAWriteProtectedFileOfAnOrdinaryUser)
     EXPECT_EXIT(replace(), testing::ExitedWithCode(33), "a.wav: is write-protected\n");
     EXPECT_EQ(ReadText(folder / "a.wav"), "old");
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.wav"});
+}
+
+TEST(NewFile, IsStoredWhileItIsWritten)
+{
+    TemporaryFolder folder;
+    const std::vector<char> mebibyte(size_t{1} << 20);
+    File first;
+    ASSERT_FALSE(first.CreateNew(folder / "a"));
+    File file(std::move(first));
+    timesAsked = 0;
+    for (int i = 1; i <= 25; i++) {
+        storing = -1;
+        ASSERT_FALSE(file.Write(mebibyte.data(), mebibyte.size()));
+        EXPECT_EQ(timesAsked, i / 8) << i;
+        EXPECT_EQ(storing >= 0, i % 8 == 0) << i;
+    }
+    File changed;
+    ASSERT_FALSE(changed.OpenToChange(folder / "a"));
+    for (int i = 1; i <= 10; i++)
+        ASSERT_FALSE(changed.Write(mebibyte.data(), mebibyte.size()));
+    EXPECT_EQ(timesAsked, 3);
 }
 
 TEST(SafeOutput, RefusesADevice)
