@@ -3,6 +3,7 @@
 
 #include "host/audio/channel_layout.h"
 #include "host/audio/completeness.h"
+#include "host/audio/header_bytes.h"
 #include "host/audio/streamed_type.h"
 #include "host/system/memory_bytes.h"
 #include "host/system/memory_limit.h"
@@ -228,8 +229,8 @@ void AudioReader::OpenFile()
         Fail("the file is empty");
     CheckComplete();
     MendHeader(size);
-    if (!pipe_ && MayBeMpeg())
-        stream_.Use(nullptr, false);
+    if (!pipe_)
+        PrepareMpeg();
     Start();
     if (pipe_)
         pipe_->KeepNoMore();
@@ -238,16 +239,22 @@ void AudioReader::OpenFile()
 // Where the encoder noted no length, libmpg123 takes one from the file's size and the first frame, which is
 // wrong wherever frames differ in size, and libsndfile reads no further. A stream without an end leaves no
 // size to guess from. The position is the start of the stream, before and after; another tag may be there.
-bool AudioReader::MayBeMpeg()
+void AudioReader::PrepareMpeg()
 {
-    unsigned char start[3] = {};
-    size_t got = 0;
-    for (const std::error_code &error :
-         {stream_.file().Read(start, sizeof(start), got), stream_.file().SeekTo(stream_.start())}) {
-        if (error)
-            Fail("reading failed: " + error.message());
+    try {
+        HeaderBytes bytes(stream_.file(), stream_.start());
+        const bool tagged = bytes.Has(0, "ID3");
+        const Streaming streaming = StreamingOf(stream_.file(), stream_.start());
+        if (tagged || streaming == Streaming::Mpeg)
+            stream_.Use(nullptr, false);
+        // After a second tag libsndfile needs the length, and knows MPEG audio without looking further.
+        if (!tagged && (streaming == Streaming::Mpeg || streaming == Streaming::Unknown))
+            stream_.HideLength();
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
+            throw std::system_error(error);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
     }
-    return (start[0] == 0xFF && start[1] >= 0xE0) || std::memcmp(start, "ID3", sizeof(start)) == 0;
 }
 
 // libsndfile knows RF64 and CAF only with sizes.
@@ -268,8 +275,7 @@ void AudioReader::MendHeader(uint64_t size)
     }
 }
 
-// Before MPEG audio libsndfile tries a type with a second file, "._" in the current folder. If there is one,
-// it divides by what it computes from the sizes, which brings the program down where a stream has no end.
+// What isn't MPEG audio ends here, before the pipe is read to its end.
 void AudioReader::TryMpeg()
 {
     constexpr size_t kTried = size_t{16} << 10;
@@ -279,8 +285,10 @@ void AudioReader::TryMpeg()
     if (const std::error_code error = pipe_->Read(block, kTried, got))
         throw std::system_error(error);
     MemoryBytes memory(pipe_->kept());
+    memory.SeekTo(stream_.start());
     SoundStream tried;
     tried.Use(&memory, false);
+    tried.HideLength();
     tried.SkipTo(stream_.start());
     SF_INFO info{};
     tried.Start(SFM_READ, info);
@@ -316,11 +324,18 @@ void AudioReader::OpenPipe()
         const Streaming streaming = StreamingOf(*pipe_, start);
         if (streaming == Streaming::Unknown)
             FailUnknown(" from a pipe");
-        if (streaming == Streaming::Mpeg)
+        if (streaming == Streaming::Mpeg) {
             TryMpeg();
+            stream_.HideLength();
+        }
         if (streaming == Streaming::Whole)
             TakeWholePipe();
-        header_ = PrepareHeader(*pipe_);
+        header_ = PrepareHeader(*pipe_, start);
+        // Without its size libsndfile looks for the samples for ever.
+        if (header_ == HeaderForm::NotFound) {
+            TakeWholePipe();
+            header_ = PrepareHeader(*pipe_, start);
+        }
         pipe_->SeekTo(start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
@@ -329,7 +344,7 @@ void AudioReader::OpenPipe()
     pipe_->KeepNoMore();
     if (vorbisOrder_)
         pipe_->KeepTail(kLargestOggPage);
-    if (header_ != HeaderForm::AsItWas)
+    if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64)
         frames_ = 0;
 }
 

@@ -64,7 +64,7 @@ private:
     void TakeWholePipe();
     void FailIfCut(ByteStream &file) const;
     void MendHeader(uint64_t size);
-    bool MayBeMpeg();
+    void PrepareMpeg();
     void Start();
     void CheckComplete();
     template <class Sample>

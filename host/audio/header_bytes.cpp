@@ -17,9 +17,10 @@ void Check(const std::error_code &error)
 
 } // namespace
 
-HeaderBytes::HeaderBytes(ByteStream &file) : file_(file)
+HeaderBytes::HeaderBytes(ByteStream &file, uint64_t start) : file_(file), start_(start)
 {
     Check(file_.Size(size_));
+    size_ -= std::min(size_, start_);
 }
 
 bool HeaderBytes::Has(uint64_t position, const char *text)
@@ -35,7 +36,7 @@ bool HeaderBytes::Fetch(uint64_t position, void *buffer, size_t length)
     // Broken headers lead beyond every file.
     if (position > static_cast<uint64_t>(INT64_MAX))
         return ok_ = false;
-    Check(file_.SeekTo(position));
+    Check(file_.SeekTo(start_ + position));
     Check(file_.Read(buffer, length, got));
     return ok_ = got == length;
 }

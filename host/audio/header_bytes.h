@@ -12,8 +12,10 @@ namespace tonekit::host {
 // if the system fails.
 class HeaderBytes {
 public:
-    explicit HeaderBytes(ByteStream &file);
+    // The header begins at `start`, where all positions are counted from.
+    explicit HeaderBytes(ByteStream &file, uint64_t start = 0);
 
+    // From the start to the end of the file.
     uint64_t size() const { return size_; }
     // Whether the last one asked for is there.
     bool ok() const { return ok_; }
@@ -30,6 +32,7 @@ private:
     uint64_t Number(uint64_t position, int bytes, bool bigEndian);
 
     ByteStream &file_;
+    uint64_t start_;
     uint64_t size_ = 0;
     bool ok_ = true;
 };

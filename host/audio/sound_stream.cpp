@@ -15,6 +15,8 @@ SoundStream &Stream(void *user)
 
 sf_count_t Length(void *user)
 {
+    if (Stream(user).hidesLength())
+        return 0;
     uint64_t size = 0;
     Stream(user).Note(Stream(user).bytes().Size(size));
     return static_cast<sf_count_t>(size - std::min(size, Stream(user).start()));

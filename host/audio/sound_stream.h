@@ -25,6 +25,11 @@ public:
     void Use(ByteStream *other, bool endIsKnown = true);
     ByteStream &bytes() { return other_ ? *other_ : static_cast<ByteStream &>(file_); }
     bool endIsKnown() const { return endIsKnown_; }
+    // Lets libsndfile believe that the file is empty. Where it knows no other type, it looks for a second
+    // part of a file with any length, "._" in the current folder, before it takes the bytes for MPEG audio,
+    // which needs no length.
+    void HideLength() { hidesLength_ = true; }
+    bool hidesLength() const { return hidesLength_; }
     // Lets libsndfile's file begin at this place of the open one.
     void SkipTo(uint64_t start) { start_ = start; }
     uint64_t start() const { return start_; }
@@ -57,6 +62,7 @@ private:
     File file_;
     ByteStream *other_ = nullptr;
     bool endIsKnown_ = true;
+    bool hidesLength_ = false;
     uint64_t start_ = 0;
     SNDFILE *handle_ = nullptr;
     std::error_code error_;

@@ -79,7 +79,8 @@ SizeField FieldOfAu(HeaderBytes &bytes)
     return bytes.ok() ? SizeField{8, 4, true, size, samples} : SizeField{};
 }
 
-SizeField FieldOf(HeaderBytes &bytes)
+// Nothing for types that have no such number.
+std::optional<SizeField> FieldOf(HeaderBytes &bytes)
 {
     if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
         return FieldInChunks(bytes, "data", kRiff);
@@ -95,7 +96,7 @@ SizeField FieldOf(HeaderBytes &bytes)
         return FieldOfAu(bytes);
     if (bytes.Has(0, "caff"))
         return FieldInChunks(bytes, "data", kCaf);
-    return {};
+    return std::nullopt;
 }
 
 bool IsOpen(const SizeField &field)
@@ -184,31 +185,35 @@ bool HasOpenHeader64(ByteStream &file)
     HeaderBytes bytes(file);
     if (!bytes.Has(0, "RF64") && !bytes.Has(0, "caff"))
         return false;
-    const SizeField field = FieldOf(bytes);
-    return field.samples != 0 && IsOpen(field);
+    const std::optional<SizeField> field = FieldOf(bytes);
+    return field && field->samples != 0 && IsOpen(*field);
 }
 
-HeaderForm PrepareHeader(PipeInput &pipe)
+HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start)
 {
-    HeaderBytes bytes(pipe);
-    const SizeField field = FieldOf(bytes);
-    if (field.samples == 0)
+    HeaderBytes bytes(pipe, start);
+    const std::optional<SizeField> found = FieldOf(bytes);
+    if (!found)
         return HeaderForm::AsItWas;
+    if (found->samples == 0)
+        return HeaderForm::NotFound;
+    SizeField field = *found;
     if (!IsOpen(field)) {
-        pipe.SetEnd(field.samples + field.value - field.more);
+        pipe.SetEnd(start + field.samples + field.value - field.more);
         return HeaderForm::AsItWas;
     }
     const uint64_t left = bytes.size() - std::min(bytes.size(), field.samples + kRoomAtEnd);
+    field.position += start;
     if (field.bytes == 8) {
         PutNumber(pipe, field, pipe.endIsKnown() ? bytes.size() - field.samples : left);
         if (bytes.Has(0, "RF64"))
-            PutNumber(pipe, {field.samples - 4, 4, false}, UINT32_MAX);
+            PutNumber(pipe, {start + field.samples - 4, 4, false}, UINT32_MAX);
         return HeaderForm::Open;
     }
     PutNumber(pipe, field, UINT32_MAX);
     if (!FitsIntoRf64(bytes))
         return HeaderForm::Open;
-    pipe.Replace(0, 12, StartOfRf64(left));
+    pipe.Replace(static_cast<size_t>(start), 12, StartOfRf64(left));
     return HeaderForm::OpenAsRf64;
 }
 
@@ -217,7 +222,7 @@ bool SetSizes(std::vector<unsigned char> &header, const Container &container, co
 {
     MemoryBytes memory(header);
     HeaderBytes bytes(memory);
-    const SizeField field = FieldOf(bytes);
+    const SizeField field = FieldOf(bytes).value_or(SizeField{});
     if (field.samples == 0)
         return true; // a type without sizes
     if (container.kind == ContainerKind::Aiff && !frames)

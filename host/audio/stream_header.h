@@ -18,14 +18,15 @@ bool IsOpenSize(uint64_t size);
 
 enum class HeaderForm {
     AsItWas,
-    Open,      // its sizes are now so large that a reader takes all that comes
-    OpenAsRf64 // the same, and a WAV header became one of RF64
+    Open,       // its sizes are now so large that a reader takes all that comes
+    OpenAsRf64, // the same, and a WAV header became one of RF64
+    NotFound    // it is as it was; where the size of the samples belongs is past the end or out of reach
 };
 
-// Reads the header of WAV, RF64, W64, AIFF, AU or CAF. Sets the pipe's end if the header says where the
-// samples end, and changes its sizes if it doesn't. Other headers stay as they are. Throws std::system_error
-// if reading fails.
-HeaderForm PrepareHeader(PipeInput &pipe);
+// Reads the header of WAV, RF64, W64, AIFF, AU or CAF that begins at `start`. Sets the pipe's end if the
+// header says where the samples end, and changes its sizes if it doesn't. Headers of other types stay as they
+// are. Throws std::system_error if reading fails.
+HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start = 0);
 
 // Whether a file has a header with sizes of 64 bits that says nothing of the samples' size. Throws
 // std::system_error if reading fails.

@@ -46,10 +46,12 @@ constexpr Beginning kBeginnings[] = {
     {"\0\0\3\xE8\0\0\0\1\0\0\0\1"sv, Streaming::AsItComes},
     {"FORM????8SVX"sv, Streaming::Whole},
     {"FORM????16SV"sv, Streaming::Whole},
-    {"\xF0\x7E?\1"sv, Streaming::Whole},  // SDS
-    {"ALawSoundFil"sv, Streaming::Whole}, // WVE
-    {"Extended Ins"sv, Streaming::Whole}, // XI
-    {"\1\4"sv, Streaming::Whole},         // MPC 2000
+    {"\xF0\x7E?\1"sv, Streaming::Whole},      // SDS
+    {"ALawSoundFil"sv, Streaming::Whole},     // WVE
+    {"Extended Ins"sv, Streaming::Whole},     // XI
+    {"DiamondWare "sv, Streaming::Whole},     // DWD
+    {"????????\0\2\0\0"sv, Streaming::Whole}, // HTK
+    {"\1\4"sv, Streaming::Whole},             // MPC 2000
 };
 
 bool IsLike(std::string_view bytes, std::string_view wanted)
