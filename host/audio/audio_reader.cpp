@@ -1,6 +1,7 @@
 // audio_reader.cpp: audio files through libsndfile, sample for sample.
 #include "host/audio/audio_reader.h"
 
+#include "host/audio/caf_header.h"
 #include "host/audio/channel_layout.h"
 #include "host/audio/completeness.h"
 #include "host/audio/header_bytes.h"
@@ -204,6 +205,11 @@ void AudioReader::FailUnknown(const std::string &more) const
     throw UnknownType(shownName_ + ": not an audio file that can be read" + more);
 }
 
+void AudioReader::FailTooLong() const
+{
+    Fail("has too much before its samples to be read");
+}
+
 void AudioReader::CheckPath() const
 {
     std::error_code error;
@@ -257,19 +263,24 @@ void AudioReader::PrepareMpeg()
     }
 }
 
-// libsndfile knows RF64 and CAF only with sizes.
+// libsndfile knows RF64 and CAF only with sizes, and CAF only with a short header.
 void AudioReader::MendHeader(uint64_t size)
 {
     try {
-        const bool open = HasOpenHeader64(stream_.file());
-        if (const std::error_code error = stream_.file().SeekTo(stream_.start() * (open ? 0 : 1)))
+        const uint64_t start = stream_.start();
+        const bool open = HasOpenHeader64(stream_.file(), start);
+        const bool mended = open || HasLongCafHeader(stream_.file(), start);
+        if (const std::error_code error = stream_.file().SeekTo(mended ? 0 : start))
             throw std::system_error(error);
-        if (!open)
+        if (!mended)
             return;
         pipe_ = std::make_unique<PipeInput>(std::move(stream_.file()), MemoryLimit(), size);
         stream_.Use(pipe_.get());
-        PrepareHeader(*pipe_);
-        pipe_->SeekTo(0);
+        if (open)
+            PreparedHeader();
+        else if (!ShortenCafHeader(*pipe_, start))
+            FailTooLong();
+        pipe_->SeekTo(start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
@@ -308,6 +319,13 @@ void AudioReader::TakeWholePipe()
     FailIfCut(*pipe_);
 }
 
+HeaderForm AudioReader::PreparedHeader()
+{
+    if (!ShortenCafHeader(*pipe_, stream_.start()))
+        FailTooLong();
+    return PrepareHeader(*pipe_, stream_.start());
+}
+
 void AudioReader::OpenPipe()
 {
     stream_.Use(pipe_.get(), false);
@@ -330,11 +348,11 @@ void AudioReader::OpenPipe()
         }
         if (streaming == Streaming::Whole)
             TakeWholePipe();
-        header_ = PrepareHeader(*pipe_, start);
+        header_ = PreparedHeader();
         // Without its size libsndfile looks for the samples for ever.
         if (header_ == HeaderForm::NotFound) {
             TakeWholePipe();
-            header_ = PrepareHeader(*pipe_, start);
+            header_ = PreparedHeader();
         }
         pipe_->SeekTo(start);
     } catch (const std::system_error &error) {

@@ -57,8 +57,10 @@ public:
 private:
     [[noreturn]] void Fail(const std::string &what) const;
     [[noreturn]] void FailUnknown(const std::string &more) const;
+    [[noreturn]] void FailTooLong() const;
     void CheckPath() const;
     void OpenFile();
+    HeaderForm PreparedHeader();
     void OpenPipe();
     void TryMpeg();
     void TakeWholePipe();

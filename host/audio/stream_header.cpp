@@ -180,9 +180,9 @@ bool IsOpenSize(uint64_t size)
     return size == 0 || size == UINT32_MAX || size > kEndless64;
 }
 
-bool HasOpenHeader64(ByteStream &file)
+bool HasOpenHeader64(ByteStream &file, uint64_t start)
 {
-    HeaderBytes bytes(file);
+    HeaderBytes bytes(file, start);
     if (!bytes.Has(0, "RF64") && !bytes.Has(0, "caff"))
         return false;
     const std::optional<SizeField> field = FieldOf(bytes);

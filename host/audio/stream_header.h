@@ -28,9 +28,9 @@ enum class HeaderForm {
 // are. Throws std::system_error if reading fails.
 HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start = 0);
 
-// Whether a file has a header with sizes of 64 bits that says nothing of the samples' size. Throws
-// std::system_error if reading fails.
-bool HasOpenHeader64(ByteStream &file);
+// Whether a file has a header at this place with sizes of 64 bits that says nothing of the samples' size.
+// Throws std::system_error if reading fails.
+bool HasOpenHeader64(ByteStream &file, uint64_t start = 0);
 
 // Sets the sizes in a header that was written before its samples: to what `frames` frames of samples need, or
 // to what says that nobody knows. False if this type of file can't say so.

@@ -120,7 +120,7 @@ void PipeInput::Replace(size_t position, size_t count, std::span<const unsigned 
     const auto after = kept_.erase(start, start + static_cast<std::ptrdiff_t>(count));
     kept_.insert(after, bytes.begin(), bytes.end());
     moved_ += static_cast<int64_t>(bytes.size()) - static_cast<int64_t>(count);
-    if (isFile_)
+    if (endIsKnown())
         end_ += bytes.size() - count;
     next_ = kept_.size();
 }
