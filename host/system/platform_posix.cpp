@@ -68,23 +68,6 @@ ssize_t Swallow(void *, const char *, size_t size)
 
 } // namespace
 
-File::File(File &&other) noexcept
-    : handle_(std::exchange(other.handle_, -1)), isNew_(other.isNew_), unstored_(other.unstored_)
-{}
-
-File &File::operator=(File &&other) noexcept
-{
-    std::swap(handle_, other.handle_);
-    std::swap(isNew_, other.isNew_);
-    std::swap(unstored_, other.unstored_);
-    return *this;
-}
-
-File::~File()
-{
-    Close();
-}
-
 std::error_code File::OpenToRead(const std::filesystem::path &path)
 {
     handle_ = Open(path, O_RDONLY);
@@ -258,7 +241,7 @@ std::filesystem::path WithoutLinks(const std::filesystem::path &path)
     fs::path name = path;
     constexpr int kLongestChain = 40; // as the system's own limit
     std::error_code error;
-    for (int i = 0; i < kLongestChain && fs::is_symlink(fs::symlink_status(name, error)); i++) {
+    for (int i = 0; i < kLongestChain && fs::is_symlink(fs::symlink_status(name, error)); ++i) {
         const fs::path next = fs::read_symlink(name, error);
         if (error)
             break;

@@ -94,19 +94,6 @@ constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 } // namespace
 
-File::File(File &&other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
-
-File &File::operator=(File &&other) noexcept
-{
-    std::swap(handle_, other.handle_);
-    return *this;
-}
-
-File::~File()
-{
-    Close();
-}
-
 std::error_code File::OpenToRead(const std::filesystem::path &path)
 {
     handle_ = _wopen(path.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT);
@@ -218,7 +205,7 @@ std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::file
 {
     constexpr int kAttempts = 20;
     std::error_code error;
-    for (int i = 0; i < kAttempts; i++) {
+    for (int i = 0; i < kAttempts; ++i) {
         if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING))
             return {};
         error = LastSystemError();
@@ -308,7 +295,7 @@ std::vector<std::string> Utf8Arguments(int, char **)
     std::vector<std::string> arguments;
     if (__wgetmainargs(&count, &wide, &environment, 1, &newHandlerMode) < 0)
         return arguments;
-    for (int i = 1; i < count; i++)
+    for (int i = 1; i < count; ++i)
         arguments.push_back(Utf8FromWide(wide[i]));
     return arguments;
 }
@@ -350,7 +337,7 @@ void DrawStatus(const std::vector<std::string> &lines)
     const size_t rows = std::max(lines.size(), drawn);
     drawn = lines.size();
     CONSOLE_SCREEN_BUFFER_INFO info;
-    for (size_t i = 0; i < rows; i++) {
+    for (size_t i = 0; i < rows; ++i) {
         WriteOn(console, (i > 0 ? "\n\r" : "\r") + (i < lines.size() ? lines[i] : ""));
         if (!GetConsoleScreenBufferInfo(console, &info))
             return;
