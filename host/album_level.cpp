@@ -32,7 +32,7 @@ public:
         const size_t count = std::min<size_t>(options_.jobs.value_or(cores), members_.size());
         std::vector<std::jthread> helpers;
         try {
-            for (size_t i = 1; i < count; i++)
+            for (size_t i = 1; i < count; ++i)
                 helpers.emplace_back([this] { Work(); });
         } catch (const std::exception &) {
             // The system starts no more: those that there are do all the work.
@@ -44,7 +44,7 @@ public:
     std::map<std::string, std::shared_ptr<const MeasuredLevel>> Albums() const
     {
         std::map<std::string, std::vector<std::shared_ptr<const MeasuredLevel>>> files;
-        for (size_t i = 0; i < members_.size(); i++) {
+        for (size_t i = 0; i < members_.size(); ++i) {
             if (levels_[i])
                 files[jobs_[members_[i]].album].push_back(levels_[i]);
         }
@@ -57,7 +57,7 @@ public:
     // What can't be measured isn't converted by the level of the others either.
     void AddErrors(std::vector<Job> &jobs) const
     {
-        for (size_t i = 0; i < members_.size(); i++) {
+        for (size_t i = 0; i < members_.size(); ++i) {
             if (jobs[members_[i]].skipped.empty())
                 jobs[members_[i]].error = errors_[i];
         }
@@ -73,7 +73,7 @@ private:
                 inWork.insert(job.album);
         }
         std::vector<size_t> members;
-        for (size_t i = 0; i < jobs.size(); i++) {
+        for (size_t i = 0; i < jobs.size(); ++i) {
             if (!jobs[i].album.empty() && jobs[i].error.empty() && inWork.contains(jobs[i].album))
                 members.push_back(i);
         }

@@ -54,10 +54,10 @@ public:
           workers_(std::min<size_t>(options.jobs.value_or(cores_), jobs.size())), finished_(jobs.size()),
           progress_(view, ProgressFiles(jobs))
     {
-        for (size_t i = 0; i < jobs.size(); i++) {
+        for (size_t i = 0; i < jobs.size(); ++i) {
             if (options.albumGain && !jobs[i].album.empty() && jobs[i].error.empty()) {
                 albums_[jobs[i].album].members.push_back(i);
-                albums_[jobs[i].album].left++;
+                ++albums_[jobs[i].album].left;
             }
         }
     }
@@ -67,7 +67,7 @@ public:
         {
             std::vector<std::jthread> helpers;
             try {
-                for (size_t i = 1; i < workers_; i++)
+                for (size_t i = 1; i < workers_; ++i)
                     helpers.emplace_back([this] { Work(); });
             } catch (const std::exception &) {
                 // The system starts no more: those that there are do all the work.
@@ -75,7 +75,7 @@ public:
             Work();
         }
         // After an interrupt there are finished files after unfinished ones.
-        for (size_t i = told_; i < jobs_.size(); i++) {
+        for (size_t i = told_; i < jobs_.size(); ++i) {
             if (finished_[i])
                 Tell(i);
         }
@@ -131,7 +131,7 @@ private:
             const std::unique_lock alone(memory_);
             begin(Threads::One);
         });
-        ended_++;
+        ++ended_;
         const auto album = albums_.find(job.album);
         if (album == albums_.end())
             FinishOne(index, std::nullopt);

@@ -16,10 +16,9 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <tonekit/frame.h>
 #include <utility>
 #include <vector>
-
-#include <tonekit/frame.h>
 
 namespace tonekit::host {
 

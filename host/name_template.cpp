@@ -81,7 +81,7 @@ NameTemplate::NameTemplate(const std::string &text)
     parts_.emplace_back();
     std::string plain; // of the part, to see whether it leads upwards
     Piece piece;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '}') {
             refuse("must have a { for each }");
         } else if (text[i] == '/') {
@@ -165,7 +165,7 @@ std::string SafeName(const std::string &text)
     if (name.size() > kLongest) {
         size_t end = kLongest;
         while (end > 0 && IsContinuation(name[end]))
-            end--;
+            --end;
         name.resize(end);
         name.erase(name.find_last_not_of(". ") + 1);
     }

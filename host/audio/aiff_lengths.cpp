@@ -35,7 +35,7 @@ std::error_code Mend(File &file, uint64_t position, uint32_t number)
         return error;
     if (Big(bytes) == number)
         return {};
-    for (int i = 0; i < 4; i++)
+    for (int i = 0; i < 4; ++i)
         bytes[i] = static_cast<unsigned char>(number >> (24 - 8 * i));
     if (const std::error_code error = file.SeekTo(position))
         return error;

@@ -116,7 +116,7 @@ uint64_t LeadingTagBytes(ByteStream &file)
     if (got < sizeof(header) || std::memcmp(header, "ID3", 3) != 0)
         return 0;
     uint64_t bytes = 0; // 7 bits in each byte
-    for (int i = 6; i < 10; i++)
+    for (int i = 6; i < 10; ++i)
         bytes = bytes << 7 | (header[i] & 0x7F);
     constexpr unsigned char kHasFooter = 0x10;
     bytes += sizeof(header) + (header[5] & kHasFooter ? sizeof(header) : 0);
@@ -433,7 +433,7 @@ sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
     case SampleFormat::Int8: {
         wide_.resize(samples);
         const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
-        for (sf_count_t i = 0; i < got * format_.channels; i++)
+        for (sf_count_t i = 0; i < got * format_.channels; ++i)
             bytes[i] = static_cast<uint8_t>((wide_[static_cast<size_t>(i)] >> 24) + 128);
         return got;
     }
@@ -442,7 +442,7 @@ sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
     case SampleFormat::Int24: {
         wide_.resize(samples);
         const sf_count_t got = Fetched(sf_readf_int, wide_.data(), frames);
-        for (sf_count_t i = 0; i < got * format_.channels; i++) {
+        for (sf_count_t i = 0; i < got * format_.channels; ++i) {
             const auto sample = static_cast<uint32_t>(wide_[static_cast<size_t>(i)]);
             *bytes++ = static_cast<uint8_t>(sample >> 8);
             *bytes++ = static_cast<uint8_t>(sample >> 16);

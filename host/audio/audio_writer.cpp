@@ -65,7 +65,7 @@ void DropEmptyFrame(std::vector<unsigned char> &mp3)
     const size_t size = (version == 3 ? 144 : 72) * bits / rate + (mp3[2] >> 1 & 1);
     if (size < 5 || size > mp3.size())
         return;
-    const auto end = mp3.begin() + static_cast<std::ptrdiff_t>(size);
+    const auto end = mp3.begin() + static_cast<ptrdiff_t>(size);
     if (std::all_of(mp3.begin() + 4, end, [](unsigned char byte) { return byte == 0; }))
         mp3.erase(mp3.begin(), end);
 }
@@ -157,14 +157,14 @@ sf_count_t AudioWriter::StoredSamples(const void *samples, uint32_t frames)
     switch (format_.sample) {
     case SampleFormat::Int8:
         wide_.resize(count);
-        for (size_t i = 0; i < count; i++)
+        for (size_t i = 0; i < count; ++i)
             wide_[i] = static_cast<int32_t>(static_cast<uint32_t>(bytes[i] ^ 0x80) << 24);
         return Stored(sf_writef_int, wide_.data(), frames);
     case SampleFormat::Int16:
         return Stored(sf_writef_short, static_cast<const short *>(samples), frames);
     case SampleFormat::Int24:
         wide_.resize(count);
-        for (size_t i = 0; i < count; i++, bytes += 3)
+        for (size_t i = 0; i < count; ++i, bytes += 3)
             wide_[i] = static_cast<int32_t>(uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]} << 16 |
                                             uint32_t{bytes[2]} << 24);
         return Stored(sf_writef_int, wide_.data(), frames);

@@ -23,7 +23,7 @@ void Permute(void *samples, uint32_t frames, const AudioFormat &format, bool toV
     if (format.channels > 8 || kOrder[format.channels][1] == 0)
         return;
     uint8_t map[16];
-    for (uint8_t channel = 0; channel < format.channels; channel++) {
+    for (uint8_t channel = 0; channel < format.channels; ++channel) {
         map[2 * channel + (toVorbis ? 1 : 0)] = channel;
         map[2 * channel + (toVorbis ? 0 : 1)] = kOrder[format.channels][channel];
     }

@@ -28,7 +28,7 @@ constexpr uint64_t kUnknown32 = 0xFFFFFFFF;
 uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, bool bigEndian, uint64_t longSize)
 {
     uint64_t position = 12;
-    for (int i = 0; i < kMostChunks; i++) {
+    for (int i = 0; i < kMostChunks; ++i) {
         const uint64_t size = bigEndian ? bytes.Big(position + 4, 4) : bytes.Little(position + 4, 4);
         if (!bytes.ok())
             return 0;
@@ -75,7 +75,7 @@ uint64_t MissingFromSvx(HeaderBytes &bytes)
 uint64_t MissingFromW64(HeaderBytes &bytes)
 {
     uint64_t position = 40;
-    for (int i = 0; i < kMostChunks; i++) {
+    for (int i = 0; i < kMostChunks; ++i) {
         const uint64_t size = bytes.Little(position + 16, 8);
         if (!bytes.ok() || size < 24 || size > uint64_t{1} << 62)
             return 0;
@@ -96,7 +96,7 @@ uint64_t MissingFromAu(HeaderBytes &bytes)
 uint64_t MissingFromCaf(HeaderBytes &bytes)
 {
     uint64_t position = 8;
-    for (int i = 0; i < kMostChunks; i++) {
+    for (int i = 0; i < kMostChunks; ++i) {
         const uint64_t size = bytes.Big(position + 4, 8);
         // A size of -1 is allowed to the samples as the last chunk: they go to the end of the file.
         if (!bytes.ok() || size > uint64_t{1} << 62)
@@ -122,7 +122,7 @@ uint64_t MissingFromMp3(HeaderBytes &bytes)
     uint64_t start = 0;
     if (bytes.Has(0, "ID3")) {
         // The size of a tag has 7 bits in each byte.
-        for (uint64_t i = 6; i < 10; i++)
+        for (uint64_t i = 6; i < 10; ++i)
             start = start << 7 | (bytes.Big(i, 1) & 0x7F);
         start += 10;
     }
@@ -153,7 +153,7 @@ bool EndsOgg(std::span<const unsigned char> tail)
             continue;
         const size_t segments = tail[start + 26];
         size_t end = start + kHeader + segments;
-        for (size_t i = 0; i < segments && start + kHeader + i < tail.size(); i++)
+        for (size_t i = 0; i < segments && start + kHeader + i < tail.size(); ++i)
             end += tail[start + kHeader + i];
         const bool last = tail[start + 5] & 4;
         return last && end <= tail.size();

@@ -36,7 +36,7 @@ uint64_t MissingFromNist(HeaderBytes &bytes)
 uint64_t MissingFromVoc(HeaderBytes &bytes)
 {
     uint64_t position = bytes.Little(20, 2);
-    for (int i = 0; i < kMostParts; i++) {
+    for (int i = 0; i < kMostParts; ++i) {
         const uint64_t type = bytes.Little(position, 1);
         if (!bytes.ok() || type == 0)
             return 0;
@@ -63,7 +63,7 @@ uint64_t MissingFromMat4(HeaderBytes &bytes, bool bigEndian)
 {
     constexpr uint64_t kBytesOf[] = {8, 4, 4, 2, 2, 1}; // by the tens of the type
     uint64_t position = 0;
-    for (int i = 0; i < kMostParts && position < bytes.size(); i++) {
+    for (int i = 0; i < kMostParts && position < bytes.size(); ++i) {
         const auto number = [&](uint64_t place) {
             return bigEndian ? bytes.Big(position + place, 4) : bytes.Little(position + place, 4);
         };
@@ -87,7 +87,7 @@ uint64_t MissingFromMat5(HeaderBytes &bytes)
     const bool bigEndian = bytes.Has(126, "MI");
     uint64_t position = 128;
     uint64_t end = position;
-    for (int i = 0; i < kMostParts && position < bytes.size(); i++) {
+    for (int i = 0; i < kMostParts && position < bytes.size(); ++i) {
         const auto number = [&](uint64_t place) {
             return bigEndian ? bytes.Big(position + place, 4) : bytes.Little(position + place, 4);
         };

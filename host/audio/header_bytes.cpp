@@ -49,7 +49,7 @@ uint64_t HeaderBytes::Number(uint64_t position, int bytes, bool bigEndian)
     if (bigEndian)
         std::reverse(found, found + bytes);
     uint64_t number = 0;
-    for (int i = bytes - 1; i >= 0; i--)
+    for (int i = bytes - 1; i >= 0; --i)
         number = number << 8 | found[i];
     return number;
 }

@@ -11,7 +11,7 @@ template <class Sample, class Value>
 void EachToDouble(const void *samples, double *destination, size_t count, Value value)
 {
     const auto *bytes = static_cast<const unsigned char *>(samples);
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         Sample sample;
         std::memcpy(&sample, bytes + i * sizeof(Sample), sizeof(Sample));
         destination[i] = value(sample);
@@ -21,7 +21,7 @@ void EachToDouble(const void *samples, double *destination, size_t count, Value 
 void PackedToDouble(const void *samples, double *destination, size_t count)
 {
     const auto *bytes = static_cast<const unsigned char *>(samples);
-    for (size_t i = 0; i < count; i++, bytes += 3) {
+    for (size_t i = 0; i < count; ++i, bytes += 3) {
         const uint32_t top = uint32_t{bytes[0]} << 8 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 24;
         destination[i] = static_cast<int32_t>(top) * 0x1p-31;
     }

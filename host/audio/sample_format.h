@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-
 #include <tonekit/convert.h>
 
 namespace tonekit::host {

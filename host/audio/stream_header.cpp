@@ -46,7 +46,7 @@ constexpr ChunkForm kCaf = {8, 4, 8, true, 12, 0, 1};
 SizeField FieldInChunks(HeaderBytes &bytes, const char *wanted, const ChunkForm &form)
 {
     uint64_t position = form.first;
-    for (int i = 0; i < kMostChunks; i++) {
+    for (int i = 0; i < kMostChunks; ++i) {
         const bool found = bytes.Has(position, wanted);
         const uint64_t sizeAt = position + form.sizeAt;
         const uint64_t size =
@@ -109,7 +109,7 @@ bool IsOpen(const SizeField &field)
 std::array<unsigned char, 8> BytesOfNumber(uint64_t number, int bytes, bool bigEndian)
 {
     std::array<unsigned char, 8> result{};
-    for (int i = 0; i < bytes; i++)
+    for (int i = 0; i < bytes; ++i)
         result[static_cast<size_t>(bigEndian ? bytes - 1 - i : i)] =
             static_cast<unsigned char>(number >> (8 * i));
     return result;
@@ -143,7 +143,7 @@ std::vector<unsigned char> StartOfRf64(uint64_t size)
 {
     std::vector<unsigned char> start = {'R', 'F', '6', '4', 0xFF, 0xFF, 0xFF, 0xFF, 'W', 'A',
                                         'V', 'E', 'd', 's', '6',  '4',  28,   0,    0,   0};
-    for (int i = 0; i < 2; i++) { // of the file and of the samples
+    for (int i = 0; i < 2; ++i) { // of the file and of the samples
         const auto bytes = BytesOfNumber(size, 8, false);
         start.insert(start.end(), bytes.begin(), bytes.end());
     }
@@ -159,7 +159,7 @@ public:
     void Put(uint64_t position, uint64_t number, int bytes, bool bigEndian)
     {
         const auto text = BytesOfNumber(number, bytes, bigEndian);
-        for (size_t i = 0; i < static_cast<size_t>(bytes) && position + i < header_.size(); i++)
+        for (size_t i = 0; i < static_cast<size_t>(bytes) && position + i < header_.size(); ++i)
             header_[static_cast<size_t>(position) + i] = text[i];
     }
 

@@ -56,7 +56,7 @@ constexpr Beginning kBeginnings[] = {
 
 bool IsLike(std::string_view bytes, std::string_view wanted)
 {
-    for (size_t i = 0; i < wanted.size(); i++)
+    for (size_t i = 0; i < wanted.size(); ++i)
         if (i >= bytes.size() || (bytes[i] != wanted[i] && wanted[i] != '?'))
             return false;
     return true;

@@ -2,9 +2,9 @@
 #include "host/command_line/options.h"
 
 #include "host/command_line/option_table.h"
+#include "host/command_line/spelling.h"
 #include "host/system/failure.h"
 
-#include "host/command_line/spelling.h"
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -97,7 +97,7 @@ private:
     // -q, -qi, -j 4 or -j4
     void ShortOptions(const std::string &argument)
     {
-        for (size_t i = 1; i < argument.size(); i++) {
+        for (size_t i = 1; i < argument.size(); ++i) {
             const OptionRow *const row = RowByLetter(argument[i]);
             if (!row)
                 throw UsageError("there is no option -" + argument.substr(i, 1));

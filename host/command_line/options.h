@@ -10,10 +10,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tonekit/frame.h>
 #include <utility>
 #include <vector>
-
-#include <tonekit/frame.h>
 
 namespace tonekit::host {
 

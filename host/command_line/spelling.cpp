@@ -26,8 +26,8 @@ size_t Misspellings(std::string_view a, std::string_view b)
 {
     // distance[i][j] is that of the first i letters of a and the first j of b.
     std::vector<std::vector<size_t>> distance(a.size() + 1, std::vector<size_t>(b.size() + 1));
-    for (size_t i = 0; i <= a.size(); i++) {
-        for (size_t j = 0; j <= b.size(); j++) {
+    for (size_t i = 0; i <= a.size(); ++i) {
+        for (size_t j = 0; j <= b.size(); ++j) {
             size_t &least = distance[i][j];
             if (i == 0 || j == 0) {
                 least = i + j;

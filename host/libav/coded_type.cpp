@@ -65,7 +65,7 @@ uint64_t TagBytes(const std::vector<unsigned char> &bytes)
     if (bytes.size() < kHeader || !Has(bytes, 0, "ID3"))
         return 0;
     uint64_t size = 0;
-    for (size_t i = 6; i < kHeader; i++)
+    for (size_t i = 6; i < kHeader; ++i)
         size = size << 7 | (bytes[i] & 0x7F);
     return size + kHeader + (bytes[5] & kHasFooter ? kHeader : 0);
 }

@@ -22,7 +22,7 @@ EbmlNumber EbmlAt(HeaderBytes &bytes, uint64_t place)
     EbmlNumber number;
     number.bytes = 1;
     while (!(first & 0x100u >> number.bytes))
-        number.bytes++;
+        ++number.bytes;
     const uint64_t mask = (uint64_t{1} << 7 * number.bytes) - 1;
     number.value = bytes.Big(place, static_cast<int>(number.bytes)) & mask;
     number.unknown = number.value == mask;
@@ -51,7 +51,7 @@ uint64_t MissingFromAsf(HeaderBytes &bytes)
     constexpr uint64_t kMostObjects = 1000;
     const uint64_t end = bytes.Little(16, 8);
     uint64_t place = kObject + 6;
-    for (uint64_t i = 0; i < kMostObjects && place < end; i++) {
+    for (uint64_t i = 0; i < kMostObjects && place < end; ++i) {
         if (bytes.Has(place, "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4")) {
             constexpr uint64_t kLive = 1; // the size isn't known
             const uint64_t flags = bytes.Little(place + kObject + 64, 4);

@@ -160,7 +160,7 @@ void LibavInput::ChooseAudio()
     if (found < 0)
         throw Failure("holds no audio");
     audio_ = static_cast<unsigned>(found);
-    for (unsigned i = 0; i < context_->nb_streams; i++)
+    for (unsigned i = 0; i < context_->nb_streams; ++i)
         context_->streams[i]->discard = i == audio_ ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     if (IsShared(format()) && IsReadElsewhere(audio().codecpar->codec_id))
         throw Failure("not an audio file that can be read");

@@ -74,12 +74,12 @@ bool IsDsd(AVCodecID coder)
 const Container *ContainerOfMp4(const AVFormatContext &context, AVCodecID coder)
 {
     unsigned others = 0;
-    for (unsigned i = 0; i < context.nb_streams; i++) {
+    for (unsigned i = 0; i < context.nb_streams; ++i) {
         const AVStream &stream = *context.streams[i];
         const AVMediaType kind = stream.codecpar->codec_type;
         if (!(stream.disposition & AV_DISPOSITION_ATTACHED_PIC) &&
             (kind == AVMEDIA_TYPE_VIDEO || kind == AVMEDIA_TYPE_AUDIO))
-            others++;
+            ++others;
     }
     if (others > 1)
         return nullptr;
@@ -384,12 +384,12 @@ void LibavReader::StoreSamples()
     waiting_.resize(frames * channels * to);
     taken_ = 0;
     uint8_t lost = 0;
-    for (size_t c = 0; c < channels; c++) {
+    for (size_t c = 0; c < channels; ++c) {
         const size_t source = order_[c];
         const uint8_t *in = planar ? frame_->extended_data[source] : frame_->extended_data[0] + source * from;
         const size_t step = planar ? from : from * channels;
         uint8_t *out = waiting_.data() + c * to;
-        for (size_t i = 0; i < frames; i++, in += step, out += channels * to) {
+        for (size_t i = 0; i < frames; ++i, in += step, out += channels * to) {
             // Of 24 bits in 32 the lowest byte is empty.
             std::memcpy(out, in + (from - to), to);
             lost |= from > to ? in[0] : uint8_t{0};
@@ -398,7 +398,7 @@ void LibavReader::StoreSamples()
     if (lost != 0)
         Fail("has more than the 24 bits that it promises");
     if (gain_ != 1.0) {
-        for (size_t i = 0; i < frames * channels; i++) {
+        for (size_t i = 0; i < frames * channels; ++i) {
             float sample = 0;
             std::memcpy(&sample, waiting_.data() + i * sizeof(sample), sizeof(sample));
             sample = static_cast<float>(sample * gain_);

@@ -55,7 +55,7 @@ void AddTexts(const AVDictionary *from, LibavTags &tags)
 
 void AddPictures(const AVFormatContext &context, LibavTags &tags)
 {
-    for (unsigned i = 0; i < context.nb_streams; i++) {
+    for (unsigned i = 0; i < context.nb_streams; ++i) {
         const AVStream &stream = *context.streams[i];
         const AVPacket &packet = stream.attached_pic;
         if (!(stream.disposition & AV_DISPOSITION_ATTACHED_PIC) || packet.size <= 0)
@@ -71,7 +71,7 @@ void AddPictures(const AVFormatContext &context, LibavTags &tags)
 void AddChapters(const AVFormatContext &context, LibavTags &tags)
 {
     constexpr double kSecond = 1e7; // in 100 ns
-    for (unsigned i = 0; i < context.nb_chapters; i++) {
+    for (unsigned i = 0; i < context.nb_chapters; ++i) {
         const AVChapter &chapter = *context.chapters[i];
         const double seconds =
             static_cast<double>(chapter.start) * chapter.time_base.num / chapter.time_base.den;

@@ -192,19 +192,19 @@ void LibavWriter::StoreFrame(const uint8_t *bytes)
     const size_t size = BytesOf(format_.sample);
     const size_t room = format_.sample == SampleFormat::Int24 ? 4 : size;
     const auto place = static_cast<size_t>(blockFrames_);
-    for (size_t c = 0; c < format_.channels; c++) {
+    for (size_t c = 0; c < format_.channels; ++c) {
         uint8_t *const out = block_->extended_data[c] + place * room;
         // 24 bits are the upper ones of 32.
         std::memset(out, 0, room - size);
         std::memcpy(out + (room - size), bytes + c * size, size);
     }
-    blockFrames_++;
+    ++blockFrames_;
 }
 
 void LibavWriter::Write(const void *samples, uint32_t frames)
 {
     const auto *bytes = static_cast<const uint8_t *>(samples);
-    for (uint32_t i = 0; i < frames; i++, bytes += format_.FrameBytes()) {
+    for (uint32_t i = 0; i < frames; ++i, bytes += format_.FrameBytes()) {
         StoreFrame(bytes);
         if (blockFrames_ == coder_->frame_size)
             SendBlock();

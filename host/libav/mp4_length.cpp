@@ -43,7 +43,7 @@ std::optional<Box> BoxAt(HeaderBytes &bytes, uint64_t place, uint64_t end)
 std::optional<Box> Find(HeaderBytes &bytes, const char *name, uint64_t start, uint64_t end)
 {
     uint64_t place = start;
-    for (int i = 0; i < kMostBoxes && place < end; i++) {
+    for (int i = 0; i < kMostBoxes && place < end; ++i) {
         const std::optional<Box> box = BoxAt(bytes, place, end);
         if (!box)
             return std::nullopt;
@@ -100,7 +100,7 @@ std::optional<Edit> EditOf(HeaderBytes &bytes, const Box &list)
     const uint64_t entry = wide ? 20 : 12;
     constexpr uint64_t kMost = 100;
     std::optional<Edit> found;
-    for (uint64_t i = 0; i < count; i++) {
+    for (uint64_t i = 0; i < count; ++i) {
         const uint64_t place = list.start + 8 + i * entry;
         const uint64_t length = bytes.Big(place, size);
         const uint64_t start = bytes.Big(place + static_cast<uint64_t>(size), size);
@@ -165,7 +165,7 @@ std::optional<Mp4Length> LengthOfMp4(ByteStream &file, uint32_t trackNumber, con
 uint64_t MissingFromMp4(HeaderBytes &bytes)
 {
     uint64_t place = 0;
-    for (int i = 0; i < kMostBoxes && place < bytes.size(); i++) {
+    for (int i = 0; i < kMostBoxes && place < bytes.size(); ++i) {
         const std::optional<Box> box = BoxAt(bytes, place, bytes.size());
         if (!box)
             return 0;

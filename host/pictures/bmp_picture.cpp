@@ -26,7 +26,7 @@ public:
         if (position + static_cast<size_t>(bytes) > file_.size())
             throw Failure("the BMP file is cut off");
         uint32_t number = 0;
-        for (int i = bytes - 1; i >= 0; i--)
+        for (int i = bytes - 1; i >= 0; --i)
             number = number << 8 | file_[position + static_cast<size_t>(i)];
         return number;
     }
@@ -122,7 +122,7 @@ void PutPixel(const Bytes &bytes, const Layout &layout, size_t row, uint32_t x, 
         const uint32_t shift = 8 - layout.bits * (x % perByte + 1);
         const uint32_t index = bytes.Number(row + x / perByte, 1) >> shift & ((1u << layout.bits) - 1);
         const size_t colour = layout.palette + index * layout.colourBytes;
-        for (size_t i = 0; i < 3; i++)
+        for (size_t i = 0; i < 3; ++i)
             pixel[i] = index < layout.colours ? static_cast<uint8_t>(bytes.Number(colour + i, 1)) : 0;
         return;
     }
@@ -163,11 +163,11 @@ PixelImage DecodeBmp(const std::vector<uint8_t> &file)
 
     PixelImage image{layout.width, layout.height, {}};
     image.pixels.resize(size_t{layout.width} * layout.height * 4);
-    for (uint32_t y = 0; y < layout.height; y++) {
+    for (uint32_t y = 0; y < layout.height; ++y) {
         if (InterruptNoted())
             throw Interrupted();
         const uint32_t line = layout.topDown ? y : layout.height - 1 - y;
-        for (uint32_t x = 0; x < layout.width; x++)
+        for (uint32_t x = 0; x < layout.width; ++x)
             PutPixel(bytes, layout, layout.pixels + rowBytes * line, x,
                      &image.pixels[(size_t{y} * layout.width + x) * 4]);
     }

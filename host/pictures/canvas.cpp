@@ -16,11 +16,11 @@ constexpr Colour kInk = {238, 238, 240};
 std::vector<Colour> Palette()
 {
     std::vector<Colour> palette;
-    for (int i = 0; i < kLevelColours; i++)
+    for (int i = 0; i < kLevelColours; ++i)
         palette.push_back(ColourOfLevel(i / (kLevelColours - 1.0)));
-    for (int i = 0; i < kInkColours; i++) {
+    for (int i = 0; i < kInkColours; ++i) {
         Colour colour;
-        for (size_t c = 0; c < colour.size(); c++)
+        for (size_t c = 0; c < colour.size(); ++c)
             colour[c] = static_cast<uint8_t>(kPaper[c] + (kInk[c] - kPaper[c]) * i / (kInkColours - 1));
         palette.push_back(colour);
     }
@@ -40,8 +40,8 @@ Canvas::Canvas(uint32_t width, uint32_t height)
 
 void Canvas::Fill(int x, int y, int width, int height, uint8_t colour)
 {
-    for (int row = y; row < y + height; row++)
-        for (int column = x; column < x + width; column++)
+    for (int row = y; row < y + height; ++row)
+        for (int column = x; column < x + width; ++column)
             Put(column, row, colour);
 }
 
@@ -59,7 +59,7 @@ void Canvas::Write(int x, int y, const std::string &text, uint8_t ink)
     const int width = static_cast<int>(picture_.width);
     const int height = static_cast<int>(picture_.height);
     for (const LabelLetter &letter : LabelLettersOf(text)) {
-        for (int i = 0; i < letter.width * letter.height; i++) {
+        for (int i = 0; i < letter.width * letter.height; ++i) {
             const int column = x + letter.left + i % letter.width;
             const int row = y + letter.top + i / letter.width;
             const int coverage = CoverageOf(kLabelPixels[letter.pixels + static_cast<uint32_t>(i)]);

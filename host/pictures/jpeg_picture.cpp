@@ -10,10 +10,9 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
-#include <utility>
-
 #include <tonekit/codec/jpeglib.h>
 #include <tonekit/image.h>
+#include <utility>
 
 namespace tonekit::host {
 
@@ -148,7 +147,7 @@ bool NeedsTooMuch(jpeg_decompress_struct &codec)
     const uint64_t pixels = uint64_t{codec.image_width} * codec.image_height;
     const bool keepsCoefficients = jpeg_has_multiple_scans(&codec);
     uint64_t coefficients = 0;
-    for (int i = 0; keepsCoefficients && i < codec.num_components; i++) {
+    for (int i = 0; keepsCoefficients && i < codec.num_components; ++i) {
         const jpeg_component_info &part = codec.comp_info[i];
         coefficients += uint64_t{part.width_in_blocks} * part.height_in_blocks * DCTSIZE2;
     }
@@ -162,7 +161,7 @@ void InkToLight(PixelImage &image, bool inverted)
     for (size_t i = 0; i < image.pixels.size(); i += 4) {
         uint8_t *pixel = &image.pixels[i];
         uint32_t light[4];
-        for (size_t c = 0; c < 4; c++)
+        for (size_t c = 0; c < 4; ++c)
             light[c] = inverted ? pixel[c] : 255u - pixel[c];
         const auto mixed = [&](size_t c) { return static_cast<uint8_t>((light[c] * light[3] + 127) / 255); };
         const uint8_t colours[3] = {mixed(2), mixed(1), mixed(0)};

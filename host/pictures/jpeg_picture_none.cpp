@@ -1,5 +1,6 @@
 // jpeg_picture_none.cpp: stands in where the library was built without its JPEG codec.
 #include "host/pictures/jpeg_picture.h"
+
 #include "host/system/failure.h"
 
 namespace tonekit::host {

@@ -22,7 +22,7 @@ uint32_t CodeAt(const std::string &text, size_t place, size_t bytes)
 {
     const auto lead = static_cast<unsigned char>(text[place]);
     uint32_t code = bytes == 1 ? lead : lead & (0x7Fu >> bytes);
-    for (size_t i = 1; i < bytes; i++)
+    for (size_t i = 1; i < bytes; ++i)
         code = code << 6 | (static_cast<unsigned char>(text[place + i]) & 0x3F);
     return code;
 }
@@ -71,18 +71,18 @@ std::string LabelCutToWidth(const std::string &text, int width)
     std::vector<std::string> characters = CharactersOf(text);
     const auto joined = [&](size_t left, size_t right) {
         std::string cut;
-        for (size_t i = 0; i < left; i++)
+        for (size_t i = 0; i < left; ++i)
             cut += characters[i];
         if (left + right < characters.size())
             cut += "…";
-        for (size_t i = characters.size() - right; i < characters.size(); i++)
+        for (size_t i = characters.size() - right; i < characters.size(); ++i)
             cut += characters[i];
         return cut;
     };
     // The end tells files apart more often than the beginning, and names their type.
     size_t kept = characters.size();
     while (kept > 0 && LabelWidth(joined(kept - kept / 2, kept / 2)) > width)
-        kept--;
+        --kept;
     return joined(kept - kept / 2, kept / 2);
 }
 

@@ -64,7 +64,7 @@ Colour ColourOfLevel(double part)
     const size_t below = static_cast<size_t>(place);
     const size_t above = below + 1 < kInfernoColours ? below + 1 : below;
     Colour colour;
-    for (size_t c = 0; c < colour.size(); c++) {
+    for (size_t c = 0; c < colour.size(); ++c) {
         const double mixed = kInferno[below][c] +
                              (place - static_cast<double>(below)) * (kInferno[above][c] - kInferno[below][c]);
         colour[c] = static_cast<uint8_t>(mixed + 0.5);

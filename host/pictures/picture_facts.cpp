@@ -38,7 +38,7 @@ PictureFacts JpegFacts(const HeaderView &view)
     while (place + 4 <= view.size() && view.Byte(place) == 0xFF) {
         const uint32_t marker = view.Byte(place + 1);
         if (marker == 0xFF) { // a byte that fills up
-            place++;
+            ++place;
             continue;
         }
         const bool isTable = marker == 0xC4 || marker == 0xC8 || marker == 0xCC;

@@ -127,7 +127,7 @@ std::vector<uint8_t> Encode(uint32_t width, uint32_t height, spng_color_type typ
                             SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE));
     std::vector<uint8_t> row(width * pixelBytes);
     int error = 0;
-    for (uint32_t y = 0; y < height && error == 0; y++) {
+    for (uint32_t y = 0; y < height && error == 0; ++y) {
         if (InterruptNoted())
             throw Interrupted();
         source(y, row.data());
@@ -172,7 +172,7 @@ PngPicture DecodePng(const std::vector<uint8_t> &file)
     ReadRows(decoder, pixels.data());
     if (hasAlpha)
         picture.alpha.resize(size_t{width} * height);
-    for (size_t i = 0; i < pixels.size() / 4; i++) {
+    for (size_t i = 0; i < pixels.size() / 4; ++i) {
         std::swap(pixels[i * 4], pixels[i * 4 + 2]);
         if (hasAlpha)
             picture.alpha[i] = pixels[i * 4 + 3];
@@ -190,9 +190,9 @@ std::vector<uint8_t> EncodePng(const PngPicture &picture)
     constexpr spng_color_type kTypes[] = {SPNG_COLOR_TYPE_GRAYSCALE, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA,
                                           SPNG_COLOR_TYPE_TRUECOLOR, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA};
     const auto row = [&](uint32_t y, uint8_t *bytes) {
-        for (size_t x = 0; x < image.width; x++) {
+        for (size_t x = 0; x < image.width; ++x) {
             const size_t place = size_t{y} * image.width + x;
-            for (size_t c = 0; c < colours; c++)
+            for (size_t c = 0; c < colours; ++c)
                 bytes[x * pixelBytes + c] = image.pixels[place * 4 + 2 - c];
             if (hasAlpha)
                 bytes[x * pixelBytes + colours] = picture.alpha[place];
@@ -206,7 +206,7 @@ std::vector<uint8_t> EncodePng(const IndexedPicture &picture)
 {
     spng_plte palette{};
     palette.n_entries = static_cast<uint32_t>(picture.palette.size());
-    for (size_t i = 0; i < picture.palette.size(); i++) {
+    for (size_t i = 0; i < picture.palette.size(); ++i) {
         const auto &colour = picture.palette[i];
         palette.entries[i] = {colour[0], colour[1], colour[2], 255};
     }

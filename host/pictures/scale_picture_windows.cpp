@@ -1,5 +1,6 @@
 // scale_picture_windows.cpp: scales pictures by way of GDI bitmaps.
 #include "host/pictures/scale_picture.h"
+
 #include "host/system/failure.h"
 
 #include <cstring>

@@ -82,7 +82,7 @@ std::string NumberText(double value, double step)
 {
     int decimals = 0;
     for (double digits = step; decimals < 9 && std::fabs(digits - std::round(digits)) > 1e-6; digits *= 10)
-        decimals++;
+        ++decimals;
     return Decimal(value, decimals);
 }
 
@@ -117,9 +117,9 @@ public:
 
     const IndexedPicture &Draw()
     {
-        for (size_t i = 0; i < sounds_.size(); i++) {
+        for (size_t i = 0; i < sounds_.size(); ++i) {
             DrawTitle(i);
-            for (uint32_t part = 0; part < sounds_[i].sound->parts(); part++)
+            for (uint32_t part = 0; part < sounds_[i].sound->parts(); ++part)
                 DrawPart(i, part);
             DrawTimes(i);
         }
@@ -168,12 +168,12 @@ private:
         DrawFrequencies(i, part);
         const double framesPerColumn = seconds_ * sound.format().rate / columns_;
         const int ownRows = std::min(rows_, static_cast<int>(sound.rows()));
-        for (int column = 0; column < columns_; column++) {
+        for (int column = 0; column < columns_; ++column) {
             const double from = column * framesPerColumn;
             if (from >= static_cast<double>(sound.frames()))
                 break;
             const std::vector<double> powers = sound.Powers(part, from, from + framesPerColumn);
-            for (int row = 0; row < ownRows; row++)
+            for (int row = 0; row < ownRows; ++row)
                 canvas_.Put(Left(i) + column, Top(part) + rows_ - 1 - row,
                             ColourOf(powers[static_cast<size_t>(row)]));
         }
@@ -183,7 +183,7 @@ private:
     {
         const double perPixel = highest_ / rows_ / 1000;
         const double step = StepFor(perPixel, 24, DecimalSteps(0.001, 1e6));
-        for (int n = 0; n * step <= highest_ / 1000; n++) {
+        for (int n = 0; n * step <= highest_ / 1000; ++n) {
             const int y = Top(part) + rows_ - 1 - static_cast<int>(std::lround(n * step / perPixel));
             if (y < Top(part) - 1)
                 break;
@@ -201,7 +201,7 @@ private:
         const int bottom = BottomOf(sounds_[i].sound->parts());
         const double perPixel = seconds_ / columns_;
         const double step = StepFor(perPixel, seconds_ < 60 ? 64 : 76, TimeSteps());
-        for (int n = 0; n * step <= seconds_; n++) {
+        for (int n = 0; n * step <= seconds_; ++n) {
             const int x = Left(i) + static_cast<int>(std::lround(n * step / perPixel));
             canvas_.Fill(x, bottom + 1, 1, kTick, kBackground + kPlainInk);
             const std::string text = TimeText(n * step, step, seconds_);
@@ -216,7 +216,7 @@ private:
         const int left = BarLeft();
         const int height = Bottom() - Top(0);
         canvas_.Frame(left, Top(0), kBar, height);
-        for (int y = 0; y < height; y++) {
+        for (int y = 0; y < height; ++y) {
             const double part = 1 - (y + 0.5) / height;
             canvas_.Fill(left, Top(0) + y, kBar, 1,
                          static_cast<uint8_t>(std::lround(part * (kLevelColours - 1))));

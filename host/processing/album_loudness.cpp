@@ -35,7 +35,7 @@ AlbumPart::AlbumPart(const AudioFormat &format)
     if (!state_)
         throw Failure("the loudness of an album can't be measured at " + std::to_string(format.rate) + " Hz");
     const std::vector<int> places = PlacesOf(format.channels);
-    for (size_t i = 0; i < places.size(); i++)
+    for (size_t i = 0; i < places.size(); ++i)
         ebur128_set_channel(state_.get(), static_cast<unsigned>(i), places[i]);
 }
 

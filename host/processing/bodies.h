@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string>
-
 #include <tonekit/convert.h>
 #include <tonekit/encode.h>
 #include <tonekit/hdcd.h>

@@ -36,7 +36,7 @@ public:
 
     void Take(const double *samples, uint32_t frames)
     {
-        for (size_t i = 0; i < size_t{frames} * channels_; i++) {
+        for (size_t i = 0; i < size_t{frames} * channels_; ++i) {
             finite_ = finite_ && std::isfinite(samples[i]);
             peak_ = std::max(peak_, std::fabs(samples[i]));
         }

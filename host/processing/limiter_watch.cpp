@@ -10,7 +10,7 @@ void LimiterWatch::Look(const void *samples, uint32_t frames)
     if (!first_ && converter_.CanLimit()) {
         values_.resize(size_t{frames} * format_.channels);
         SamplesToDouble(format_.sample, samples, values_.data(), values_.size());
-        for (uint32_t i = 0; i < frames && !first_; i++) {
+        for (uint32_t i = 0; i < frames && !first_; ++i) {
             if (converter_.MixExceedsFullScale(&values_[size_t{i} * format_.channels]))
                 first_ = frames_ + i;
         }

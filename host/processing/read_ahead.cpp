@@ -37,7 +37,7 @@ void ReadAhead::Work()
         more = !slot.failure && slot.frames > 0;
         {
             const std::lock_guard lock(thread_.mutex);
-            read_++;
+            ++read_;
         }
         thread_.changed.notify_all();
     }
@@ -49,7 +49,7 @@ ReadAhead::Block ReadAhead::Next()
         return {slots_[0].samples.data(), source_.Read(slots_[0].samples.data(), framesOfBlock_)};
     std::unique_lock lock(thread_.mutex);
     if (given_)
-        used_++;
+        ++used_;
     given_ = true;
     thread_.changed.notify_all();
     thread_.changed.wait(lock, [&] { return read_ > used_; });

@@ -16,7 +16,7 @@ template <class Sample>
 bool AllWithin(const Sample *samples, size_t count, Sample loudest)
 {
     size_t within = 0;
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         within += std::abs(samples[i]) <= loudest ? 1u : 0u;
     return within == count;
 }
@@ -37,7 +37,7 @@ const void *SampleGuard::GuardedFloats(const Sample *samples, size_t count)
     const auto *bytes = reinterpret_cast<const uint8_t *>(samples);
     copy_.assign(bytes, bytes + count * sizeof(Sample));
     auto *mended = reinterpret_cast<Sample *>(copy_.data());
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         if (std::abs(mended[i]) <= loudest)
             continue;
         const bool finite = std::isfinite(mended[i]);

@@ -36,7 +36,7 @@ void SharedSetting::Hold(uint32_t value)
     if (holders_ == 0 || value_ != value)
         set_(value);
     value_ = value;
-    holders_++;
+    ++holders_;
 }
 
 void SharedSetting::Release()

@@ -99,7 +99,7 @@ void SoundChain::Raise(const double *samples, uint32_t frames, const FrameSink &
     const size_t count = size_t{frames} * plan_.source.channels;
     if (samples != raised_.data())
         raised_.assign(samples, samples + count);
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         raised_[i] *= plan_.gain;
     Convert(raised_.data(), frames, sink);
 }
@@ -131,7 +131,7 @@ void SoundChain::Round(const double *samples, uint32_t frames, const FrameSink &
     const size_t count = size_t{frames} * plan_.target.channels;
     // Half a step above the largest positive number is where rounding would reach one that there isn't.
     const double half = std::ldexp(1.0, -static_cast<int>(BitsOf(plan_.target.sample)));
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         tooLoud_ += samples[i] >= 1 - half || samples[i] < -1 - half ? 1u : 0u;
     rounder_->Write(samples, frames, sink);
 }
@@ -142,7 +142,7 @@ void SoundChain::Narrow(const double *samples, uint32_t frames, const FrameSink 
     const size_t count = size_t{frames} * plan_.target.channels;
     const bool coded = plan_.container && plan_.container->lossy;
     narrowed_.resize(count);
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         tooLoud_ += coded && std::fabs(samples[i]) > 1 ? 1u : 0u;
         narrowed_[i] = static_cast<float>(samples[i]);
     }

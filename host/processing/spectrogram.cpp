@@ -47,7 +47,7 @@ void Spectrogram::Take(const void *samples, uint32_t frames)
     const size_t channels = waiting_.size();
     doubles_.resize(frames * channels);
     SamplesToDouble(format_.sample, samples, doubles_.data(), doubles_.size());
-    for (size_t channel = 0; channel < channels; channel++) {
+    for (size_t channel = 0; channel < channels; ++channel) {
         for (size_t i = channel; i < doubles_.size(); i += channels) {
             const double sample = doubles_[i];
             waiting_[channel].push_back(std::isfinite(sample) ? std::clamp(sample, -kLoudest, kLoudest) : 0);
@@ -91,7 +91,7 @@ void Spectrogram::AnalyseWhatIsThere(uint64_t end)
 void Spectrogram::Analyse(uint64_t place)
 {
     const size_t frequencies = powers_.size() / parts_;
-    for (size_t channel = 0; channel < waiting_.size(); channel++) {
+    for (size_t channel = 0; channel < waiting_.size(); ++channel) {
         const size_t part = parts_ > 1 ? channel : 0;
         spectrum_.AddPowers(waiting_[channel].data() + (place - waitingFrom_), &powers_[part * frequencies]);
     }
@@ -102,9 +102,9 @@ void Spectrogram::EndColumn()
     const size_t frequencies = powers_.size() / parts_;
     const size_t half = frequencies - 1;
     const auto summed = static_cast<double>(transformsDone_ * (waiting_.size() / parts_));
-    for (size_t part = 0; part < parts_; part++) {
+    for (size_t part = 0; part < parts_; ++part) {
         const auto powers = powers_.begin() + static_cast<ptrdiff_t>(part * frequencies);
-        for (size_t row = 0; row < rows_; row++) {
+        for (size_t row = 0; row < rows_; ++row) {
             const size_t first = row * half / rows_;
             const size_t last =
                 row + 1 == rows_ ? frequencies : std::max(first + 1, (row + 1) * half / rows_);
@@ -123,8 +123,8 @@ void Spectrogram::HalveColumns()
 {
     const size_t size = ColumnSize();
     columnsDone_ /= 2;
-    for (size_t column = 0; column < columnsDone_; column++) {
-        for (size_t i = 0; i < size; i++)
+    for (size_t column = 0; column < columnsDone_; ++column) {
+        for (size_t i = 0; i < size; ++i)
             columns_[column * size + i] =
                 (columns_[2 * column * size + i] + columns_[(2 * column + 1) * size + i]) / 2;
     }
@@ -155,13 +155,13 @@ std::vector<double> Spectrogram::Powers(uint32_t part, double from, double to) c
     };
     // Columns count by how much of them lies between the two places; there is more than none.
     double weights = 0;
-    for (uint64_t column = columnAt(from); column <= columnAt(end); column++) {
+    for (uint64_t column = columnAt(from); column <= columnAt(end); ++column) {
         const double begins = static_cast<double>(column) * columnFrames;
         const bool last = column + 1 == columnsDone_;
         const double ends = last ? std::max(end, begins) : begins + columnFrames;
         const double weight = std::max(std::min(end, ends) - std::max(from, begins), 0.0);
         const float *const values = &columns_[column * ColumnSize() + size_t{part} * rows_];
-        for (size_t row = 0; row < rows_; row++)
+        for (size_t row = 0; row < rows_; ++row)
             powers[row] += weight * static_cast<double>(values[row]);
         weights += weight;
     }

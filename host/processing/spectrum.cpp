@@ -15,7 +15,7 @@ constexpr double kTerms[] = {0.27105140069342,  -0.43329793923448,    0.21812299
 std::vector<double> Window(uint32_t length)
 {
     std::vector<double> window(length);
-    for (uint32_t i = 0; i < length; i++) {
+    for (uint32_t i = 0; i < length; ++i) {
         const double turn = 2 * std::numbers::pi * i / length;
         int term = 0;
         for (const double weight : kTerms)
@@ -33,7 +33,7 @@ Spectrum::Spectrum(uint32_t length)
 void Spectrum::AddPowers(const double *samples, double *powers)
 {
     const size_t half = result_.size();
-    for (size_t i = 0; i < weighed_.size(); i++)
+    for (size_t i = 0; i < weighed_.size(); ++i)
         weighed_[i] = samples[i] * window_[i];
     transform_.transform_real(weighed_.data(), result_.data());
     // A sine's power is shared by the frequencies above and below zero.
@@ -42,7 +42,7 @@ void Spectrum::AddPowers(const double *samples, double *powers)
     // The two ends come in one number, and have no other side.
     powers[0] += power(result_[0].real() / 2);
     powers[half] += power(result_[0].imag() / 2);
-    for (size_t k = 1; k < half; k++)
+    for (size_t k = 1; k < half; ++k)
         powers[k] += power(result_[k].real()) + power(result_[k].imag());
 }
 

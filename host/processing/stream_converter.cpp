@@ -112,9 +112,9 @@ bool StreamConverter::CanLimit() const
 // The limiter looks at sums on their way, from the second row of the matrix on.
 bool StreamConverter::MixExceedsFullScale(const double *frame) const
 {
-    for (uint32_t column = 0; column < Converter().mixColumns; column++) {
+    for (uint32_t column = 0; column < Converter().mixColumns; ++column) {
         double sum = Converter().mixMatrixDouble[0][column] * frame[0];
-        for (uint32_t row = 1; row < Converter().mixRows; row++) {
+        for (uint32_t row = 1; row < Converter().mixRows; ++row) {
             sum += Converter().mixMatrixDouble[row][column] * frame[row];
             if (std::fabs(sum) > 1)
                 return true;

@@ -21,7 +21,7 @@ std::string StringText(const std::string &value)
     std::string safe;
     safe.reserve(text.size());
     // What is left to escape: delete, and U+0080 to U+009F, whose first byte is 0xC2.
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
         const bool isC1 = text[i] == '\xC2' && next >= 0x80 && next <= 0x9F;
         if (text[i] != '\x7F' && !isC1) {
@@ -114,7 +114,7 @@ void Json::SetQuoted(const std::string &name, Json value)
 
 void Json::SetAll(const Json &object)
 {
-    for (size_t i = 0; i < object.names_.size(); i++)
+    for (size_t i = 0; i < object.names_.size(); ++i)
         SetQuoted(object.names_[i], object.values_[i]);
 }
 
@@ -135,7 +135,7 @@ void Json::Write(std::string &text, int depth) const
         return;
     }
     text += kind_ == Kind::Object ? '{' : '[';
-    for (size_t i = 0; i < values_.size(); i++)
+    for (size_t i = 0; i < values_.size(); ++i)
         WriteItem(text, i, depth < 0 ? depth : depth + 1);
     if (!values_.empty())
         NewLine(text, depth);

@@ -49,7 +49,7 @@ void Progress::Finish(size_t index, const ConversionReport &report)
     const std::lock_guard<std::mutex> lock(mutex_);
     Advance(parts_[index], 1, report.error.empty() ? report.input.Seconds() : 0);
     parts_[index].finished = true;
-    finished_++;
+    ++finished_;
     view_.ShowFinished(index, report);
     Show();
 }

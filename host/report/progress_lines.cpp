@@ -92,7 +92,7 @@ std::vector<std::string> ProgressLines(const ProgressState &state, const Termina
         const size_t room = std::min<size_t>(std::max(size.rows, 2u) - 2, kMostFileLines);
         const bool all = state.inWork.size() <= room;
         const size_t shown = all ? state.inWork.size() : room - std::min<size_t>(room, 1);
-        for (size_t i = 0; i < shown; i++)
+        for (size_t i = 0; i < shown; ++i)
             lines.push_back(FileLine(state.inWork[i], columns));
         if (!all && room > 0)
             lines.push_back(

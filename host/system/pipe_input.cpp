@@ -76,7 +76,7 @@ void PipeInput::AddToTail(std::span<const unsigned char> bytes)
 {
     bytes = bytes.last(std::min(bytes.size(), tailSize_));
     if (tail_.size() + bytes.size() > 2 * tailSize_)
-        tail_.erase(tail_.begin(), tail_.end() - static_cast<std::ptrdiff_t>(tailSize_ - bytes.size()));
+        tail_.erase(tail_.begin(), tail_.end() - static_cast<ptrdiff_t>(tailSize_ - bytes.size()));
     tail_.insert(tail_.end(), bytes.begin(), bytes.end());
 }
 
@@ -116,8 +116,8 @@ std::error_code PipeInput::Size(uint64_t &size)
 
 void PipeInput::Replace(size_t position, size_t count, std::span<const unsigned char> bytes)
 {
-    const auto start = kept_.begin() + static_cast<std::ptrdiff_t>(position);
-    const auto after = kept_.erase(start, start + static_cast<std::ptrdiff_t>(count));
+    const auto start = kept_.begin() + static_cast<ptrdiff_t>(position);
+    const auto after = kept_.erase(start, start + static_cast<ptrdiff_t>(count));
     kept_.insert(after, bytes.begin(), bytes.end());
     moved_ += static_cast<int64_t>(bytes.size()) - static_cast<int64_t>(count);
     if (endIsKnown())

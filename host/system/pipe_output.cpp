@@ -18,7 +18,7 @@ std::error_code PipeOutput::Write(const void *data, size_t size)
         return {};
     if (!released_) {
         held_.resize(static_cast<size_t>(std::max(size_, position_ + size)));
-        std::copy_n(bytes, size, held_.begin() + static_cast<std::ptrdiff_t>(position_));
+        std::copy_n(bytes, size, held_.begin() + static_cast<ptrdiff_t>(position_));
         position_ += size;
         size_ = held_.size();
         return {};

@@ -32,7 +32,7 @@ fs::path TemporaryName(const fs::path &target)
     constexpr size_t kLongestExtension = 16;
     std::random_device random;
     std::string name(kPrefix);
-    for (size_t i = 0; i < kRandomLetters; i++)
+    for (size_t i = 0; i < kRandomLetters; ++i)
         name += kLetters[random() % kLetters.size()];
     fs::path path = target.parent_path() / name;
     if (target.extension().native().size() <= kLongestExtension)
@@ -103,7 +103,7 @@ SafeOutput::~SafeOutput()
 File SafeOutput::Create()
 {
     constexpr int kAttempts = 100;
-    for (int i = 0; i < kAttempts; i++) {
+    for (int i = 0; i < kAttempts; ++i) {
         fs::path name = TemporaryName(target_);
         File file;
         const std::error_code error = file.CreateNew(name, WidestPermissions(target_));

@@ -18,7 +18,7 @@ std::string TerminalDrawing(const std::vector<std::string> &lines)
     if (lines.empty())
         return drawing + kClearBelow;
     drawing += kNoBreaks;
-    for (size_t i = 0; i < lines.size(); i++)
+    for (size_t i = 0; i < lines.size(); ++i)
         drawing += (i > 0 ? "\r\n" : "") + lines[i] + kClearLineRest;
     drawing += std::string(kClearBelow) + kBreaks + "\r";
     if (lines.size() > 1)

@@ -27,7 +27,7 @@ Character First(const std::string &text, size_t start)
     if (bytes == 0 || start + bytes > text.size())
         return {};
     uint32_t code = bytes == 1 ? lead : lead & (0x7Fu >> bytes);
-    for (size_t i = 1; i < bytes; i++) {
+    for (size_t i = 1; i < bytes; ++i) {
         const auto next = static_cast<unsigned char>(text[start + i]);
         if ((next & 0xC0) != 0x80)
             return {};
@@ -68,7 +68,7 @@ std::string TerminalText(const std::string &text, bool lines)
             char escape[8];
             std::snprintf(escape, sizeof(escape), "\\x%02x", static_cast<unsigned char>(text[i]));
             shown += escape;
-            i++;
+            ++i;
             continue;
         }
         if (IsObeyed(character.code) && !(lines && character.code == '\n'))

@@ -42,8 +42,8 @@ PixelImage FittedInto(PixelImage image, uint32_t size)
 // The colours by their share of what is seen, so that those of transparent pixels don't run into the others.
 void Weigh(PngPicture &picture)
 {
-    for (size_t i = 0; i < picture.alpha.size(); i++) {
-        for (size_t c = 0; c < 3; c++) {
+    for (size_t i = 0; i < picture.alpha.size(); ++i) {
+        for (size_t c = 0; c < 3; ++c) {
             uint8_t &colour = picture.image.pixels[i * 4 + c];
             colour = static_cast<uint8_t>((colour * picture.alpha[i] + 127) / 255);
         }
@@ -52,9 +52,9 @@ void Weigh(PngPicture &picture)
 
 void Unweigh(PngPicture &picture)
 {
-    for (size_t i = 0; i < picture.alpha.size(); i++) {
+    for (size_t i = 0; i < picture.alpha.size(); ++i) {
         const int alpha = picture.alpha[i];
-        for (size_t c = 0; c < 3; c++) {
+        for (size_t c = 0; c < 3; ++c) {
             uint8_t &colour = picture.image.pixels[i * 4 + c];
             colour = static_cast<uint8_t>(alpha == 0 ? 0 : std::min(255, (colour * 255 + alpha / 2) / alpha));
         }
@@ -70,7 +70,7 @@ std::vector<uint8_t> ScaledAlpha(const PngPicture &picture, uint32_t size)
         image.pixels.insert(image.pixels.end(), {alpha, alpha, alpha, 0});
     image = FittedInto(std::move(image), size);
     std::vector<uint8_t> scaled(image.pixels.size() / 4);
-    for (size_t i = 0; i < scaled.size(); i++)
+    for (size_t i = 0; i < scaled.size(); ++i)
         scaled[i] = image.pixels[i * 4];
     return scaled;
 }

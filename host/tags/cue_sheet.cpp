@@ -88,7 +88,7 @@ public:
     CueSheet Run(const std::string &text)
     {
         std::istringstream lines(text);
-        for (std::string line; std::getline(lines, line); number_++)
+        for (std::string line; std::getline(lines, line); ++number_)
             Take(WordsOf(line));
         EndTrack();
         std::erase_if(sheet_.files, [](const CueFile &file) { return file.tracks.empty(); });

@@ -64,7 +64,7 @@ std::vector<Chapter> ParseChapters(const std::string &text, const std::string &n
     // Some editors put a byte order mark in front of UTF-8.
     if (text.starts_with("\xEF\xBB\xBF"))
         lines.ignore(3);
-    for (int number = 1; std::getline(lines, line); number++) {
+    for (int number = 1; std::getline(lines, line); ++number) {
         const size_t start = line.find_first_not_of(" \t\r");
         if (start == std::string::npos || line[start] == '#')
             continue;

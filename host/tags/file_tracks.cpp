@@ -94,7 +94,7 @@ void CheckFits(const Plan &plan, const SampleSource &reader)
 {
     const uint64_t end =
         reader.frames() > 0 ? SamplesToN100nS(reader.frames(), reader.format().rate) : UINT64_MAX;
-    for (size_t i = 0; i < plan.tracks.size(); i++) {
+    for (size_t i = 0; i < plan.tracks.size(); ++i) {
         const CueTrack &track = plan.tracks[i];
         const std::string what = plan.origin + ": track " + std::to_string(track.number) + " begins at " +
                                  TimeText(track.position);
@@ -146,7 +146,7 @@ std::vector<FileTrack> TracksOfFile(const Options &options, const fs::path &path
     const Plan plan = PlanOf(options, *reader, path, tags);
     CheckFits(plan, *reader);
     std::vector<FileTrack> tracks;
-    for (size_t i = 0; i < plan.tracks.size(); i++)
+    for (size_t i = 0; i < plan.tracks.size(); ++i)
         tracks.push_back(TrackOf(plan, i, tags));
     return tracks;
 }

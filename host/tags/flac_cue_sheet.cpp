@@ -19,7 +19,7 @@ constexpr size_t kIndexBytes = 12;
 uint64_t BigEndian(const uint8_t *bytes, size_t count)
 {
     uint64_t number = 0;
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         number = number << 8 | bytes[i];
     return number;
 }
@@ -29,7 +29,7 @@ std::vector<CueTrack> TracksIn(const std::vector<uint8_t> &block, uint32_t rate)
     std::vector<CueTrack> tracks;
     size_t place = kFixedBytes;
     const unsigned count = block.size() >= kFixedBytes ? block[kFixedBytes - 1] : 0;
-    for (unsigned i = 0; i + 1 < count; i++) { // the last one is the lead-out
+    for (unsigned i = 0; i + 1 < count; ++i) { // the last one is the lead-out
         if (place + kTrackBytes > block.size())
             return {};
         const uint8_t *const track = &block[place];
@@ -38,7 +38,7 @@ std::vector<CueTrack> TracksIn(const std::vector<uint8_t> &block, uint32_t rate)
         if (place + indexes * kIndexBytes > block.size())
             return {};
         uint64_t start = BigEndian(track, 8);
-        for (unsigned k = 0; k < indexes; k++) {
+        for (unsigned k = 0; k < indexes; ++k) {
             const uint8_t *const index = &block[place + k * kIndexBytes];
             if (index[8] == 1)
                 start = BigEndian(track, 8) + BigEndian(index, 8);

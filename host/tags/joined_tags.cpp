@@ -74,7 +74,7 @@ JoinedTags TagsOfJoined(const std::vector<SourceFile> &files, uint32_t rate,
 {
     JoinedTags tags;
     Texts common;
-    for (size_t i = 0; i < files.size(); i++) {
+    for (size_t i = 0; i < files.size(); ++i) {
         const TagBlockPointer block = NewTagBlock();
         TagChoice choice;
         choice.chapters = false;

@@ -27,7 +27,7 @@ void Check(const std::error_code &error)
 uint64_t BigAt(const std::string &bytes, size_t place, size_t size)
 {
     uint64_t number = 0;
-    for (size_t i = 0; i < size; i++)
+    for (size_t i = 0; i < size; ++i)
         number = number << 8 | static_cast<unsigned char>(bytes[place + i]);
     return number;
 }
@@ -35,7 +35,7 @@ uint64_t BigAt(const std::string &bytes, size_t place, size_t size)
 std::string Big(uint64_t number, size_t size)
 {
     std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; i++)
+    for (size_t i = 0; i < size; ++i)
         bytes[i] = static_cast<char>(number >> 8 * (size - 1 - i));
     return bytes;
 }
@@ -75,7 +75,7 @@ std::string ListOf(const std::vector<Chapter> &chapters)
     const size_t count = std::min(chapters.size(), kMostMp4Chapters);
     // Version 1, and four bytes of no meaning.
     std::string list = Big(0x01000000, 4) + Big(0, 4) + Big(count, 1);
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         std::string name = chapters[i].name;
         // Not inside a character.
         while (name.size() > kMostLetters || (!name.empty() && name.size() < chapters[i].name.size() &&

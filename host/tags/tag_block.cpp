@@ -129,7 +129,7 @@ std::string ChapterTime(uint64_t position)
     std::snprintf(text, sizeof(text), "%02" PRIu64 ":%02" PRIu64 ":%02" PRIu64 ".%07" PRIu64, seconds / 3600,
                   seconds / 60 % 60, seconds % 60, position % kSecond);
     std::string result = text;
-    for (int spare = 4; spare > 0 && result.back() == '0'; spare--)
+    for (int spare = 4; spare > 0 && result.back() == '0'; --spare)
         result.pop_back();
     return result;
 }

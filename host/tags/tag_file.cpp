@@ -72,7 +72,7 @@ bool HasOddSize(TagStream &stream)
     const TagLib::ByteVector header = stream.readBlock(10);
     stream.seek(0, TagLib::IOStream::Beginning);
     bool odd = false;
-    for (int i = 6; i < static_cast<int>(header.size()); i++)
+    for (int i = 6; i < static_cast<int>(header.size()); ++i)
         odd = odd || (static_cast<unsigned char>(header[i]) & 0x80) != 0;
     return odd && header.startsWith("ID3");
 }

@@ -35,7 +35,7 @@ std::string ChapterKey(size_t number)
 // Vorbis comments keep chapters as text tags.
 void AddChapterTags(const std::vector<Chapter> &chapters, TagLib::PropertyMap &properties)
 {
-    for (size_t i = 0; i < chapters.size(); i++) {
+    for (size_t i = 0; i < chapters.size(); ++i) {
         const std::string key = ChapterKey(i + 1);
         properties.insert(FromUtf8(key), FromUtf8(ChapterTime(chapters[i].position)));
         if (!chapters[i].name.empty())
@@ -53,7 +53,7 @@ void AddChapterFrames(const std::vector<Chapter> &chapters, uint64_t end, TagLib
     if (chapters.empty())
         return;
     TagLib::ByteVectorList order;
-    for (size_t i = 0; i < chapters.size(); i++) {
+    for (size_t i = 0; i < chapters.size(); ++i) {
         const TagLib::ByteVector id = TagLib::ByteVector(("chp" + std::to_string(i)).c_str());
         const uint64_t stop =
             i + 1 < chapters.size() ? chapters[i + 1].position : std::max(end, chapters[i].position);

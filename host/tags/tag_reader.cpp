@@ -44,10 +44,10 @@ public:
     void Text(const std::string &key, const std::string &value)
     {
         if (texts_ == kMostTexts || key.size() + value.size() > textBytesLeft_) {
-            textsLeftOut_++;
+            ++textsLeftOut_;
             return;
         }
-        texts_++;
+        ++texts_;
         textBytesLeft_ -= key.size() + value.size();
         filler_.AddText(key, value);
     }
@@ -55,10 +55,10 @@ public:
     void Chapter(uint32_t number, uint64_t position, const std::string &title)
     {
         if (chapters_ == kMostChapters || title.size() > textBytesLeft_) {
-            chaptersLeftOut_++;
+            ++chaptersLeftOut_;
             return;
         }
-        chapters_++;
+        ++chapters_;
         textBytesLeft_ -= title.size();
         filler_.AddChapter(number, position, title);
     }
@@ -68,7 +68,7 @@ public:
         if (type == kFrontCover && !choice_.frontCover)
             return;
         if (size > pictureBytesLeft_) {
-            picturesLeftOut_++;
+            ++picturesLeftOut_;
             return;
         }
         pictureBytesLeft_ -= size;

@@ -29,7 +29,7 @@ void PackSamples(void *to, const void *from, size_t count)
 {
     auto *target = static_cast<uint8_t *>(to);
     const auto *source = static_cast<const uint8_t *>(from);
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         std::memcpy(target, source + 1, 3);
         target += 3;
         source += 4;

@@ -76,7 +76,7 @@ int32_t Fetch(TonekitDevice *, TonekitBitmap bitmap, uint32_t firstLine, uint32_
 {
     const Bitmap &b = Of(bitmap);
     const uint32_t count = LinesWithin(b, firstLine, lines);
-    for (uint32_t line = 0; line < count; line++)
+    for (uint32_t line = 0; line < count; ++line)
         std::memcpy(static_cast<uint8_t *>(pixels) + b.PaddedRowBytes() * line,
                     b.pixels + b.RowBytes() * (firstLine + line), b.RowBytes());
     return static_cast<int32_t>(count);
@@ -87,7 +87,7 @@ int32_t Store(TonekitDevice *, TonekitBitmap bitmap, uint32_t firstLine, uint32_
 {
     Bitmap &b = Of(bitmap);
     const uint32_t count = LinesWithin(b, firstLine, lines);
-    for (uint32_t line = 0; line < count; line++)
+    for (uint32_t line = 0; line < count; ++line)
         std::memcpy(b.own.get() + b.RowBytes() * (firstLine + line),
                     static_cast<const uint8_t *>(pixels) + b.PaddedRowBytes() * line, b.RowBytes());
     return static_cast<int32_t>(count);

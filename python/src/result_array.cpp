@@ -35,7 +35,7 @@ nb::dlpack::dtype DtypeOf(const ArrayFormat &format)
 // Three little-endian bytes into the upper three of an int32.
 void Widen(uint8_t *to, const uint8_t *from, size_t count)
 {
-    for (size_t i = 0; i < count; i++) {
+    for (size_t i = 0; i < count; ++i) {
         const uint32_t sample = static_cast<uint32_t>(from[0]) << 8 | static_cast<uint32_t>(from[1]) << 16 |
                                 static_cast<uint32_t>(from[2]) << 24;
         std::memcpy(to, &sample, sizeof sample);

@@ -12,16 +12,16 @@ namespace {
 
 // Channel by channel, so that one of a planar array is read from its start to its end.
 template <size_t Bytes>
-void CopyChannel(uint8_t *to, size_t toStep, const uint8_t *from, std::ptrdiff_t fromStep, uint32_t count)
+void CopyChannel(uint8_t *to, size_t toStep, const uint8_t *from, ptrdiff_t fromStep, uint32_t count)
 {
-    for (uint32_t i = 0; i < count; i++) {
+    for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(to, from, Bytes);
         to += toStep;
         from += fromStep;
     }
 }
 
-using CopyFunction = void (*)(uint8_t *, size_t, const uint8_t *, std::ptrdiff_t, uint32_t);
+using CopyFunction = void (*)(uint8_t *, size_t, const uint8_t *, ptrdiff_t, uint32_t);
 
 CopyFunction CopyFor(uint32_t bytes)
 {
@@ -53,10 +53,10 @@ SampleArray::SampleArray(PyObject *array, uint32_t sampleBytes) : sampleBytes_(s
     }
     frames_ = static_cast<uint64_t>(buffer_.shape[0]);
     frameStep_ = buffer_.strides[0];
-    channelStep_ = static_cast<std::ptrdiff_t>(sampleBytes);
+    channelStep_ = static_cast<ptrdiff_t>(sampleBytes);
     if (buffer_.ndim == 2) {
         channels_ = static_cast<uint32_t>(buffer_.shape[1] / items);
-        channelStep_ = buffer_.strides[1] * static_cast<std::ptrdiff_t>(items);
+        channelStep_ = buffer_.strides[1] * static_cast<ptrdiff_t>(items);
     }
 }
 
@@ -67,9 +67,9 @@ SampleArray::~SampleArray()
 
 bool SampleArray::interleaved() const
 {
-    const auto bytes = static_cast<std::ptrdiff_t>(sampleBytes_);
+    const auto bytes = static_cast<ptrdiff_t>(sampleBytes_);
     return (channels_ == 1 || channelStep_ == bytes) &&
-           (frames_ < 2 || frameStep_ == bytes * static_cast<std::ptrdiff_t>(channels_));
+           (frames_ < 2 || frameStep_ == bytes * static_cast<ptrdiff_t>(channels_));
 }
 
 const void *SampleArray::Frames(uint64_t first, uint32_t frames)
@@ -86,11 +86,11 @@ void SampleArray::Gather(uint64_t first, uint32_t frames)
     const size_t frameBytes = size_t{sampleBytes_} * channels_;
     gathered_.resize(frames * frameBytes);
     const auto *start =
-        static_cast<const uint8_t *>(buffer_.buf) + static_cast<std::ptrdiff_t>(first) * frameStep_;
+        static_cast<const uint8_t *>(buffer_.buf) + static_cast<ptrdiff_t>(first) * frameStep_;
     const CopyFunction copy = CopyFor(sampleBytes_);
-    for (uint32_t channel = 0; channel < channels_; channel++)
+    for (uint32_t channel = 0; channel < channels_; ++channel)
         copy(gathered_.data() + size_t{channel} * sampleBytes_, frameBytes,
-             start + static_cast<std::ptrdiff_t>(channel) * channelStep_, frameStep_, frames);
+             start + static_cast<ptrdiff_t>(channel) * channelStep_, frameStep_, frames);
 }
 
 } // namespace tonekit::python

@@ -34,8 +34,8 @@ private:
     uint32_t sampleBytes_;
     uint64_t frames_ = 0;
     uint32_t channels_ = 1;
-    std::ptrdiff_t frameStep_ = 0;   // bytes
-    std::ptrdiff_t channelStep_ = 0; // bytes
+    ptrdiff_t frameStep_ = 0;   // bytes
+    ptrdiff_t channelStep_ = 0; // bytes
     std::vector<uint8_t> gathered_;
 };
 
