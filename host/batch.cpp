@@ -75,9 +75,9 @@ public:
             Work();
         }
         // After an interrupt there are finished files after unfinished ones.
-        for (size_t i = told_; i < jobs_.size(); ++i) {
+        for (size_t i = reported_; i < jobs_.size(); ++i) {
             if (finished_[i])
-                Tell(i);
+                Report(i);
         }
     }
 
@@ -99,7 +99,7 @@ private:
             ConvertOne(i);
     }
 
-    // A file has threads of its own where there are two cores for each file that will be in work beside it.
+    // A file has threads of its own where there are two cores for each file that will be in work then.
     Threads ThreadsOfAFile()
     {
         const size_t ended = ended_; // before those that begin meanwhile
@@ -146,7 +146,7 @@ private:
         try {
             step();
         } catch (const Interrupted &) {
-            // All threads see the same note; the caller tells it once.
+            // All threads see the same note; the caller reports it once.
             interrupted_[index] = true;
         } catch (const std::bad_alloc &) {
             Fail(index, Utf8Name(jobs_[index].input) + ": not enough memory");
@@ -199,11 +199,11 @@ private:
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         finished_[index] = true;
-        while (told_ < jobs_.size() && finished_[told_])
-            Tell(told_++);
+        while (reported_ < jobs_.size() && finished_[reported_])
+            Report(reported_++);
     }
 
-    void Tell(size_t index)
+    void Report(size_t index)
     {
         const ConversionReport &report = reports_[index];
         for (const std::string &warning : report.warnings)
@@ -238,7 +238,7 @@ private:
     std::shared_mutex memory_; // held by a file that needs all of it, shared by the others
     std::mutex mutex_;         // of what follows
     std::vector<bool> finished_;
-    size_t told_ = 0; // all before it are
+    size_t reported_ = 0; // all before it are
     Progress progress_;
     std::atomic<size_t> next_{0};
     std::atomic<size_t> ended_{0}; // of those before next_, but for their tags

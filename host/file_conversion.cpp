@@ -165,7 +165,7 @@ private:
         return *source_.container();
     }
 
-    // What comes out of a pipe comes once, and its header may say nothing of its length.
+    // What comes from a pipe comes once, and its header may say nothing of its length.
     bool MayCopy() const
     {
         return !source_.pipe() ||
@@ -270,7 +270,7 @@ private:
             picture_->Finish();
     }
 
-    // Reads and converts on this thread and, where the file has threads of its own, on others beside it.
+    // Reads and converts on this thread and, where the file has threads of its own, on others as well.
     void Convert(ResultTaps &taps)
     {
         // A number that is none would spoil a whole stretch in the resampler already.
@@ -362,7 +362,7 @@ private:
             progress_(part, seconds);
     }
 
-    // A resampler that can't be made for two rates gives nothing, and says nothing.
+    // A resampler that can't be made for two rates returns no frames and no error.
     void CheckLength(uint64_t frames)
     {
         if (frames == 0 && plan_.expectedFrames > 0)
@@ -376,7 +376,7 @@ private:
     {
         const StreamReport &result = report_.output;
         const ContainerKind kind = plan_.copyFile ? ContainerKind::Wav : plan_.container->kind;
-        // What other lossy coders add isn't told by their files.
+        // What other lossy coders add isn't noted in their files.
         if ((result.lossy && kind != ContainerKind::Aac) || result.frames == 0 ||
             kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
             return;

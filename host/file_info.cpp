@@ -20,7 +20,7 @@ namespace {
 
 constexpr uint32_t kReadFrames = 16384;
 
-// Reads the whole audio for what only all samples tell.
+// Reads the whole audio for what only all samples can show.
 void Measure(const Options &options, SampleSource &reader, FileInfo &info, const ProgressSink &progress)
 {
     std::optional<LoudnessMeter> loudness;

@@ -1,4 +1,4 @@
-// file_info.h: tells what a file is.
+// file_info.h: describes a file.
 #pragma once
 
 #include "host/command_line/options.h"
@@ -25,7 +25,7 @@ struct FileInfo {
     std::string error; // empty: all is known
 };
 
-// Looks at one file; reads all of it if loudness or digest are asked for, and then tells how far it is.
+// Looks at one file; reads all of it if loudness or digest are asked for, and then reports how far it is.
 // Throws Failure or Interrupted.
 FileInfo LookAt(const Options &options, const std::filesystem::path &path,
                 const ProgressSink &progress = IgnoreProgress);

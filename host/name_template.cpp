@@ -24,7 +24,7 @@ bool IsContinuation(char c)
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
-// Names that stand for devices on some systems, whatever their extension.
+// Names of devices on some systems, whatever their extension.
 bool IsDevice(const std::string &name)
 {
     const std::string stem = Capitals(name.substr(0, name.find('.')));

@@ -21,7 +21,7 @@ SampleFormat WantedFormat(const Options &options, const Source &source, bool dec
     // Decoded HDCD has up to 20 bits.
     if (decodeHdcd)
         return SampleFormat::Int24;
-    // A coder gives floats, but no more than the music that once went in.
+    // A coder returns floats, but their precision is no more than that of the music that was coded.
     if (source.lossy)
         return SampleFormat::Int16;
     return source.format.sample;

@@ -102,7 +102,7 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
     return nullptr;
 }
 
-// The bytes of an ID3v2 tag in front of everything else; 0 where there is none, or nothing after it.
+// The bytes of an ID3v2 tag before everything else; 0 where there is none, or nothing after it.
 uint64_t LeadingTagBytes(ByteStream &file)
 {
     unsigned char header[10] = {};
@@ -146,7 +146,7 @@ std::string NameOfPart(int format)
     info.format = format;
     sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof(info));
     const std::string name = info.name ? info.name : "unknown";
-    // The makers of a format stand behind it in brackets.
+    // The makers of a format follow it in brackets.
     return name.substr(0, name.find(" ("));
 }
 

@@ -89,7 +89,7 @@ private:
     bool seekable_ = false;
     std::string type_;
     std::string encoding_;
-    std::vector<int32_t> wide_; // samples of 8 and 24 bits as libsndfile gives them
+    std::vector<int32_t> wide_; // samples of 8 and 24 bits as libsndfile returns them
 };
 
 } // namespace tonekit::host

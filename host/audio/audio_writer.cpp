@@ -105,7 +105,7 @@ void AudioWriter::Start(const EncoderSettings &settings)
     CheckStored(0, 0);
     if (!stream_.handle())
         Fail(std::string(container_.name) + " can't be written (" + SoundFileError(nullptr) + ")");
-    // The peak chunk carries the time of day, so that equal runs would give unequal files.
+    // The peak chunk carries the time of day, so that equal runs would write unequal files.
     sf_command(stream_.handle(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     if (!stream_.Call([&](SNDFILE *handle) { return ApplySettings(handle, container_, format_, settings); }))
         Fail(std::string(container_.name) + " can't be written with " + NameOf(settings));

@@ -1,7 +1,7 @@
 // completeness.cpp: finds the end of the samples that WAV, RF64, W64, AIFF, AU, CAF, Ogg and MP3 headers
 // promise.
 //
-// libsndfile is lenient here: it takes what is there. A listener whose download broke off wants to know.
+// libsndfile is lenient here: it takes what is there. A listener whose download broke off has to be told.
 #include "host/audio/completeness.h"
 
 #include "host/audio/completeness_rare.h"
@@ -54,7 +54,7 @@ uint64_t MissingFromBigEndianWave(HeaderBytes &bytes)
 
 uint64_t MissingFromRf64(HeaderBytes &bytes)
 {
-    // The ds64 chunk stands first: after the size of the whole it has that of the samples.
+    // The ds64 chunk is the first: after the size of the whole it has that of the samples.
     uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
     if (IsOpenSize(dataSize))
         dataSize = 0;
@@ -108,15 +108,15 @@ uint64_t MissingFromCaf(HeaderBytes &bytes)
     return 0;
 }
 
-// How much a broken file lacks can't be known; 1 stands for that.
+// How much a broken file lacks can't be known; 1 means that.
 uint64_t MissingFromOgg(HeaderBytes &bytes)
 {
     std::vector<unsigned char> tail(std::min<uint64_t>(bytes.size(), kLargestOggPage));
     return bytes.Fetch(bytes.size() - tail.size(), tail.data(), tail.size()) && EndsOgg(tail) ? 0 : 1;
 }
 
-// Encoders note the bytes of an MP3 file in a frame of their own in front of the music; where that is missing
-// nothing is known. The note stands behind the side information, whose size depends on version and channels.
+// Encoders note the bytes of an MP3 file in a frame of their own before the music; where that is missing
+// nothing is known. The note follows the side information, whose size depends on version and channels.
 uint64_t MissingFromMp3(HeaderBytes &bytes)
 {
     uint64_t start = 0;

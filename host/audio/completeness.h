@@ -1,4 +1,4 @@
-// completeness.h: tells whether an audio file or stream was cut off, by what its header promises.
+// completeness.h: finds out whether an audio file or stream was cut off, by what its header promises.
 #pragma once
 
 #include "host/system/pipe_input.h"

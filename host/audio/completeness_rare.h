@@ -1,4 +1,4 @@
-// completeness_rare.h: tells whether a file of a type that is rare today was cut off.
+// completeness_rare.h: finds out whether a file of a type that is rare today was cut off.
 #pragma once
 
 #include "host/audio/header_bytes.h"

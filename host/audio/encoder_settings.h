@@ -11,7 +11,7 @@
 
 namespace tonekit::host {
 
-// What isn't given is left to the coder.
+// What isn't set is left to the coder.
 struct EncoderSettings {
     std::optional<uint32_t> bitRate;     // bits a second
     std::optional<double> vbrQuality;    // 0 (smallest files) to 10 (best sound)

@@ -43,7 +43,7 @@ public:
     virtual TagKind tagKind() const = 0;
     // The files that it is joined of, each with the place that it had when it was last read; mostly none.
     virtual std::vector<SourceFile> files() const { return {}; }
-    // The samples come out of a coder that keeps no exact sample values.
+    // The samples come from a coder that keeps no exact sample values.
     virtual bool lossy() const = 0;
 
     // Goes to a frame where that is exact and quick; false: only reading on leads there.

@@ -19,7 +19,7 @@ struct SizeField {
     bool bigEndian = false;
     uint64_t value = 0;
     uint64_t samples = 0; // where they begin; 0: no such number was found
-    uint64_t more = 0;    // that the number counts beside the samples
+    uint64_t more = 0;    // that the number counts besides the samples
 };
 
 // A broken file could have chunks of no size for ever.

@@ -19,8 +19,8 @@ struct Beginning {
     Streaming streaming;
 };
 
-// Without their size libsndfile looks for the last block of some types for ever, and gives others a length
-// that is made up.
+// Without their size libsndfile looks for the last block of some types for ever, and makes up the length of
+// others.
 constexpr Beginning kBeginnings[] = {
     {"RIFF????WAVE"sv, Streaming::AsItComes},
     {"RIFX????WAVE"sv, Streaming::AsItComes},

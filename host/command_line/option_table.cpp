@@ -237,7 +237,7 @@ constexpr OptionRow kRows[] = {
     {"help", 'h', nullptr, "print this", [](Options &o, Text) { o.command = Command::Help; }},
 };
 
-// Breaks a text into lines of up to `width` characters, all but the first behind `indent` blanks.
+// Breaks a text into lines of up to `width` characters, all but the first after `indent` blanks.
 std::string Wrapped(const std::string &text, size_t indent, size_t width)
 {
     std::string result;

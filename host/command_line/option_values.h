@@ -42,7 +42,7 @@ uint32_t Channels(const std::string &text);
 SampleFormat Bits(const std::string &text);
 // A container by any of its extensions, with or without the dot.
 ContainerKind Type(const std::string &text);
-// KEY=VALUE into the options; the last value given for a key is the one that counts.
+// KEY=VALUE into the options; the last value of a key is the one that counts.
 void SetTag(Options &options, const std::string &text);
 // "album", or "track" as without a value.
 bool ReplayGainOfAlbums(const std::string &text);

@@ -71,9 +71,9 @@ private:
     // A value that may be missing is known by its word.
     std::string OptionalValue()
     {
-        const bool given =
+        const bool isThere =
             next_ < arguments_.size() && (arguments_[next_] == "track" || arguments_[next_] == "album");
-        return given ? arguments_[next_++] : "";
+        return isThere ? arguments_[next_++] : "";
     }
 
     // --name, --name value or --name=value

@@ -41,7 +41,7 @@ struct Options {
 
     std::optional<RawFormat> raw; // what the inputs are, which have no header
 
-    // What comes out; what isn't given is as in the input.
+    // The output's form; what isn't set is as in the input.
     std::optional<uint32_t> rate;
     std::optional<uint32_t> channels;
     std::optional<SampleFormat> format;
@@ -103,7 +103,7 @@ struct Options {
     bool json = false;
 };
 
-// Reads the arguments behind the program's name. Throws UsageError.
+// Reads the arguments after the program's name. Throws UsageError.
 Options ParseOptions(const std::vector<std::string> &arguments);
 
 // The text of --help.

@@ -94,7 +94,7 @@ bool IsPlanar(int form)
            form == AV_SAMPLE_FMT_FLTP || form == AV_SAMPLE_FMT_DBLP;
 }
 
-// Bytes of a sample as it is decoded; 0 for forms that no decoder here gives.
+// Bytes of a sample as it is decoded; 0 for forms that no decoder here returns.
 size_t BytesOfForm(int form)
 {
     switch (form) {
@@ -212,7 +212,7 @@ void LibavReader::StartDecoder()
     decoder_->pkt_timebase = input_->audio().time_base;
     decoder_->thread_count = 1; // files share the machine
     const int properties = descriptor ? descriptor->props : 0;
-    // Coders that give exact samples know whether they do.
+    // Coders of exact samples know whether these are exact.
     if (properties & AV_CODEC_PROP_LOSSLESS)
         decoder_->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
     error = av.avcodec_open2(decoder_.get(), decoder, nullptr);
@@ -233,7 +233,7 @@ void LibavReader::TellType()
     container_ = tagKind_ == TagKind::Mp4 ? ContainerOfMp4(input_->context(), coder) : nullptr;
     const AVCodecDescriptor *const descriptor = Libav().avcodec_descriptor_get(coder);
     const std::string name = descriptor && descriptor->long_name ? descriptor->long_name : "unknown";
-    // What the letters stand for follows in brackets.
+    // What the letters mean follows in brackets.
     encoding_ = name.substr(0, name.find(" ("));
     const int properties = descriptor ? descriptor->props : 0;
     const bool exact = (properties & AV_CODEC_PROP_LOSSLESS) && !IsFloat(format_.sample);
@@ -290,7 +290,7 @@ bool LibavReader::FetchFrame()
     }
 }
 
-// Gives the decoder what comes next, be it the end; false after that.
+// Sends the next packet, or the end, to the decoder; false after the end.
 bool LibavReader::SendPacket()
 {
     const LibavFunctions &av = Libav();

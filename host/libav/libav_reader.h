@@ -78,7 +78,7 @@ private:
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
     bool lossy_ = false;
-    bool atEnd_ = false;                // the decoder was given all that there is
+    bool atEnd_ = false;                // the decoder has all that there is
     double gain_ = 1;                   // of DSD
     std::array<uint8_t, 8> order_ = {}; // the coder's channel for each of ours
     std::vector<uint8_t> waiting_;      // decoded frames in format_

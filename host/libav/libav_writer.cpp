@@ -164,7 +164,7 @@ void LibavWriter::BeginFile()
         throw std::bad_alloc();
     }
     output_->pb = io_;
-    // No version and no time of day, so that equal runs give equal files.
+    // No version and no time of day, so that equal runs write equal files.
     output_->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
     AVStream *const stream = av.avformat_new_stream(output_, nullptr);
     if (!stream)

@@ -66,7 +66,7 @@ struct Layout {
 void ReadBitFields(const Bytes &bytes, uint32_t compression, uint32_t headerSize, Layout &layout)
 {
     if (compression == kBitFields || compression == kAlphaBitFields) {
-        // Behind the first 40 bytes of the header, inside the longer headers too.
+        // After the first 40 bytes of the header, inside the longer headers too.
         layout.red.mask = bytes.Number(kFileHeader + 40, 4);
         layout.green.mask = bytes.Number(kFileHeader + 44, 4);
         layout.blue.mask = bytes.Number(kFileHeader + 48, 4);

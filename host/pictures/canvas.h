@@ -28,7 +28,7 @@ public:
     void Fill(int x, int y, int width, int height, uint8_t colour);
     // A line of one pixel around what has this place and size.
     void Frame(int x, int y, int width, int height);
-    // Text that begins at x and stands on the line y. What is outside the picture is left out.
+    // Text that begins at x, with y as its base line. What is outside the picture is left out.
     void Write(int x, int y, const std::string &text, uint8_t ink);
 
     const IndexedPicture &picture() const { return picture_; }

@@ -88,7 +88,7 @@ size_t WriteMemory(const void *buffer, size_t size, size_t count, void *handle)
     }
 }
 
-// The codec declares its streams as files and hands them to the hooks as they are.
+// The codec declares its streams as files and passes them to the hooks as they are.
 FILE *HandleOf(MemoryStream &stream)
 {
     static const bool hooked = [] {

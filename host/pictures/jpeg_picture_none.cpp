@@ -1,4 +1,4 @@
-// jpeg_picture_none.cpp: stands in where the library was built without its JPEG codec.
+// jpeg_picture_none.cpp: says what is missing where the library was built without its JPEG codec.
 #include "host/pictures/jpeg_picture.h"
 
 #include "host/system/failure.h"

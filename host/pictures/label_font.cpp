@@ -79,7 +79,7 @@ std::string LabelCutToWidth(const std::string &text, int width)
             cut += characters[i];
         return cut;
     };
-    // The end tells files apart more often than the beginning, and names their type.
+    // Names of files differ at the end more often than at the beginning, and their type is there.
     size_t kept = characters.size();
     while (kept > 0 && LabelWidth(joined(kept - kept / 2, kept / 2)) > width)
         --kept;

@@ -39,7 +39,7 @@ TonekitBitmap Make(TonekitDevice *, int32_t width, int32_t height)
     }
 }
 
-// The rows of both sides stand in the same order and without padding, as all rows of 32 bit pixels do.
+// The rows of both sides are in the same order and without padding, as all rows of 32 bit pixels do.
 size_t LineBytes(const PixelImage &image, uint32_t lines)
 {
     return size_t{image.width} * 4 * lines;

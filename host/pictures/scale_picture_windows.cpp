@@ -26,7 +26,7 @@ using ContextPointer = std::unique_ptr<std::remove_pointer_t<HDC>, DeleteContext
     throw Failure("not enough memory to scale a picture");
 }
 
-// The library asks for the rows of a bitmap from the bottom. A picture is handed over upside down, its top
+// The library asks for the rows of a bitmap from the bottom. A picture is passed upside down, its top
 // row as the lowest, so that the library sees its rows in the order that it sees on other systems.
 BITMAPINFO Header(uint32_t width, uint32_t height)
 {

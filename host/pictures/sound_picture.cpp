@@ -25,10 +25,10 @@ void Begin(std::optional<Spectrogram> &spectrogram, const DrawnStream &stream,
            const std::optional<DrawnStream> &other)
 {
     const AudioFormat &format = stream.format;
-    const AudioFormat &beside = other ? other->format : format;
+    const AudioFormat &second = other ? other->format : format;
     const auto partsOf = [](uint32_t channels) { return channels <= 8 ? channels : 1; };
-    const uint32_t all = SpectrogramRows(std::max(partsOf(format.channels), partsOf(beside.channels)));
-    const double rows = 1.0 * all * format.rate / std::max(format.rate, beside.rate);
+    const uint32_t all = SpectrogramRows(std::max(partsOf(format.channels), partsOf(second.channels)));
+    const double rows = 1.0 * all * format.rate / std::max(format.rate, second.rate);
     spectrogram.emplace(format, stream.frames, static_cast<uint32_t>(std::max(1.0, std::round(rows))),
                         SpectrogramColumns(static_cast<double>(stream.frames) / format.rate, other ? 2 : 1));
 }

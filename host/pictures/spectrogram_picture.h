@@ -9,7 +9,7 @@
 
 namespace tonekit::host {
 
-// What the lowest colour stands for; the highest one is a sine of full scale, 0 dBFS.
+// The level of the lowest colour; that of the highest is a sine of full scale, 0 dBFS.
 constexpr double kLowestLevel = -150; // dBFS
 
 // A sound with what is written above it.
@@ -25,7 +25,7 @@ uint32_t SpectrogramRows(uint32_t parts);
 // Pixels for a sound of so many seconds: more for a longer one, and fewer for each of two.
 uint32_t SpectrogramColumns(double seconds, size_t sounds);
 
-// One sound, or two beside each other with the same axes. Parts of a sound are below each other. The rows of
+// One sound, or two next to each other with the same axes. Parts of a sound are below each other. The rows of
 // a sound of a lower rate than the other one's are expected to be fewer in proportion.
 IndexedPicture DrawSpectrograms(const std::vector<DrawnSound> &sounds);
 

@@ -10,7 +10,7 @@
 namespace tonekit::host {
 
 // The functions by their own names. All bodies of a function return the same bits, so an object that one body
-// made may be given to another.
+// made may be passed to another.
 struct Bodies {
     decltype(&::SRC4_Init) SRC4_Init;
     decltype(&::SRC4_Read) SRC4_Read;

@@ -1,4 +1,4 @@
-// level_measurement.cpp: loudness and peak of what a conversion would give at its own level.
+// level_measurement.cpp: loudness and peak of a conversion's result at its own level.
 #include "host/processing/level_measurement.h"
 
 #include "host/processing/loudness_meter.h"

@@ -20,7 +20,7 @@ public:
         : converter_(converter), format_(format)
     {}
 
-    // Looks at frames that the converter has been given.
+    // Looks at frames that the converter has taken.
     void Look(const void *samples, uint32_t frames);
     // What there was, after the last frame; nothing if the limiter let everything through.
     std::optional<LimiterReport> Found() const;

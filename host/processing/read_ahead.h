@@ -1,4 +1,4 @@
-// read_ahead.h: reads samples on a thread of its own, some blocks ahead of those who need them.
+// read_ahead.h: reads samples on a thread of its own, some blocks before they are asked for.
 #pragma once
 
 #include "host/audio/sample_source.h"
@@ -10,8 +10,8 @@
 
 namespace tonekit::host {
 
-// Gives the blocks that the source itself would give, and its failure after the last whole one of them. The
-// source belongs to this object until the end.
+// Returns the blocks that the source itself would return, and throws its failure after the last whole one of
+// them. The source belongs to this object until the end.
 class ReadAhead {
 public:
     // Without `ownThread`, or where the system starts none, each block is read when it is asked for.
@@ -40,7 +40,7 @@ private:
     const uint32_t framesOfBlock_;
     std::vector<Slot> slots_;
     uint64_t read_ = 0; // blocks that were read; block i is in slot i modulo their number
-    uint64_t used_ = 0; // blocks that were given away and are no longer in use
+    uint64_t used_ = 0; // blocks that were returned and are no longer in use
     bool given_ = false;
     SideThread thread_; // with its mutex for the three above; ended before they are
 };

@@ -14,8 +14,8 @@ struct Digest {
     std::string hex;
 };
 
-// Takes the bytes of samples as they stand in the program's buffers: interleaved, little-endian, in the
-// sample format of the file. Equal samples in equal formats give equal digests, whatever the type of file.
+// Takes the bytes of samples as they are in the program's buffers: interleaved, little-endian, in the
+// sample format of the file. Equal samples in equal formats have equal digests, whatever the type of file.
 class SampleDigest {
 public:
     explicit SampleDigest(HashKind kind);

@@ -17,7 +17,7 @@ SideSink::SideSink(FrameSink sink, uint32_t frameBytes, bool ownThread)
 {
     if (!ownThread)
         return;
-    spare_.reserve(kMostBlocks + 1); // all blocks that there ever are, so that giving back can't fail
+    spare_.reserve(kMostBlocks + 1); // all blocks that there ever are, so that returning one can't fail
     thread_.Start([this] { Work(); });
 }
 

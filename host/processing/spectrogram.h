@@ -9,7 +9,7 @@
 
 namespace tonekit::host {
 
-// Samples come in from the first to the last; powers come out by time and frequency. Time is divided into
+// Takes samples from the first to the last; returns powers by time and frequency. Time is divided into
 // columns of the same length, of which there are so many at most that each becomes twice as long where there
 // would be more; frequency is divided evenly into rows.
 class Spectrogram {

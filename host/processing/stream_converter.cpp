@@ -92,7 +92,7 @@ void StreamConverter::Finish(const FrameSink &sink)
     }
 }
 
-// What is behind the handle.
+// The object that the handle points to.
 const CSampleRateConverter4 &StreamConverter::Converter() const
 {
     return *static_cast<const CSampleRateConverter4 *>(handle_.get());

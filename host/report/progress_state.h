@@ -1,4 +1,4 @@
-// progress_state.h: how far the work on one or many files is, and who wants to know.
+// progress_state.h: how far the work on one or many files is, and who is told.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// report.h: what was done with a file, or found in it, and the two forms in which it is told.
+// report.h: what was done with a file, or found in it, as text and as JSON.
 #pragma once
 
 #include "host/audio/encoder_settings.h"

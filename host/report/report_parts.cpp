@@ -11,7 +11,7 @@ namespace tonekit::host {
 
 std::string Decimal(double value, int decimals)
 {
-    char digits[400]; // the longest double in fixed form has 309 in front of the point
+    char digits[400]; // the longest double in fixed form has 309 before the point
     const auto result =
         std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, decimals);
     return std::string(digits, result.ptr);

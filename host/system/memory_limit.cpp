@@ -83,7 +83,7 @@ void *operator new(size_t size)
         budget->Take(size);
     for (;;) {
         if (void *const memory = std::malloc(size ? size : 1)) {
-            // With what the allocator rounded up by, as delete gives back.
+            // With what the allocator rounded up by, which delete counts as well.
             if (budget)
                 budget->Count(SizeOfAllocation(memory) - size);
             return memory;

@@ -33,7 +33,7 @@ private:
 };
 
 // Memory that is kept back for this thread: where operator new finds none for a request that is smaller than
-// this while it lives, it gives this back to the system, once, and tries again. For the work of TagLib, whose
+// this while it lives, it returns this to the system, once, and tries again. For the work of TagLib, whose
 // lists and strings an exception in the midst of a change leaves broken; what it does without pictures takes
 // a small part of what is kept back. A picture that is larger fails before it is in any list.
 class AllocationReserve {
@@ -44,7 +44,7 @@ public:
     AllocationReserve &operator=(const AllocationReserve &) = delete;
     ~AllocationReserve();
 
-    // For operator new: whether there was something to give back.
+    // For operator new: returns the memory to the system; false if that was done before.
     bool GiveBack();
 
 private:

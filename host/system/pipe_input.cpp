@@ -8,7 +8,7 @@ namespace tonekit::host {
 
 namespace {
 
-// Headers lie closely together. What is further ahead is the end that a reader looks at first.
+// Headers are close to each other. What is further on is the end that a reader looks at first.
 constexpr uint64_t kMostSkipped = uint64_t{1} << 20;
 
 } // namespace

@@ -12,8 +12,8 @@
 namespace tonekit::host {
 
 // Positions can be set at will. While bytes are kept, all that was read can be read again; after that,
-// reading goes on from where it is. Reading far ahead gives nothing, as at the end of a file, unless that is
-// allowed.
+// reading goes on from where it is. Reading far ahead returns no bytes, as at the end of a file, unless that
+// is allowed.
 class PipeInput final : public ByteStream {
 public:
     // The size of a stream that doesn't say where it ends.
@@ -49,7 +49,7 @@ public:
     // From now on at least so many of the last bytes that came out of the stream are kept, whatever else is.
     void KeepTail(size_t size);
     bool keepsTail() const { return tailSize_ > 0; }
-    // All that came, or the last bytes of it, at least as many as KeepTail was given.
+    // All that came, or the last bytes of it, at least as many as KeepTail asked for.
     std::span<const unsigned char> tail() const { return tail_; }
     // Reads all that is left and forgets it, so that whoever writes isn't cut off.
     std::error_code Drain();

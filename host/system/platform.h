@@ -45,7 +45,7 @@ public:
     std::error_code Sync();
     // Cuts the file to this size.
     std::error_code Truncate(uint64_t size);
-    // Reports what some systems tell only here: that earlier writes could not be stored after all.
+    // Returns what some systems report only here: that earlier writes could not be stored after all.
     std::error_code Close();
     bool IsOpen() const { return handle_ >= 0; }
 
@@ -72,7 +72,7 @@ std::filesystem::path WithoutLinks(const std::filesystem::path &path);
 // The name in a form that is equal for names that the system takes for one, as where case doesn't matter.
 std::filesystem::path ComparableName(const std::filesystem::path &path);
 
-// Tells whether an existing file may be written by this user.
+// Whether an existing file may be written by this user.
 bool MayWrite(const std::filesystem::path &path);
 
 // The bytes that the C library's allocator set aside for an allocation.
@@ -85,11 +85,11 @@ void KeepStandardStreams();
 // Keeps the lines that libraries write on standard error by themselves off it. Print still writes there.
 void SilenceLibraries();
 
-// Keeps some of the memory that was freed for the next file, instead of giving it back to the system and
+// Keeps some of the memory that was freed for the next file, instead of returning it to the system and
 // asking for it again, which costs a fifth of the time of short files.
 void KeepFreedMemory();
 
-// The arguments behind the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
+// The arguments after the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);
 
@@ -102,8 +102,8 @@ void Print(std::FILE *stream, const std::string &text);
 bool StandardOutputIsTerminal();
 // A terminal on which lines can be drawn anew.
 bool StandardErrorIsTerminal();
-// Puts lines, or nothing, in the place of those that the terminal on standard error was given last time. The
-// cursor is at their beginning then.
+// Puts lines, or nothing, in the place of those that the last call drew on the terminal on standard error.
+// The cursor is at their beginning then.
 void DrawStatus(const std::vector<std::string> &lines);
 struct TerminalSize {
     unsigned columns = 80;

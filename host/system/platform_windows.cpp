@@ -273,7 +273,7 @@ size_t SizeOfAllocation(void *memory)
 
 void KeepStandardStreams()
 {
-    // The C library never hands their numbers to other files.
+    // The C library never uses their numbers for other files.
 }
 
 void KeepFreedMemory()

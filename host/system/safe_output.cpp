@@ -1,4 +1,4 @@
-// safe_output.cpp: temporary files beside their targets.
+// safe_output.cpp: temporary files in the folders of their targets.
 #include "host/system/safe_output.h"
 
 #include "host/system/failure.h"

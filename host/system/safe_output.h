@@ -7,7 +7,7 @@
 
 namespace tonekit::host {
 
-// Work goes into a file of a temporary name in the target's folder; Commit puts it in the target's place in
+// Writes into a file of a temporary name in the target's folder; Commit puts it in the target's place in
 // one step. Without Commit the temporary file is gone when this object is, and the target is as it was.
 // A run that is killed leaves its temporary file; the next one into the same folder removes it.
 class SafeOutput {
@@ -36,7 +36,7 @@ private:
 // Makes the folders on the way to a file that aren't there yet. Throws Failure.
 void MakeFolderOf(const std::filesystem::path &file);
 
-// Tells whether two names lead to one existing file, by hard or symbolic links too.
+// Whether two names lead to one existing file, by hard or symbolic links too.
 bool AreSameFile(const std::filesystem::path &a, const std::filesystem::path &b);
 
 } // namespace tonekit::host

@@ -1,4 +1,4 @@
-// cover.h: makes pictures fit to travel with music.
+// cover.h: makes pictures that music files can take.
 #pragma once
 
 #include "host/tags/tag_block.h"

@@ -61,7 +61,7 @@ std::vector<Chapter> ParseChapters(const std::string &text, const std::string &n
     std::vector<Chapter> chapters;
     std::istringstream lines(text);
     std::string line;
-    // Some editors put a byte order mark in front of UTF-8.
+    // Some editors put a byte order mark before UTF-8.
     if (text.starts_with("\xEF\xBB\xBF"))
         lines.ignore(3);
     for (int number = 1; std::getline(lines, line); ++number) {

@@ -18,7 +18,7 @@ struct Extras {
 // Throws Failure if a file can't be read or understood.
 Extras LoadExtras(const Options &options);
 
-// The whole of a file of a size that goes into memory. Throws Failure.
+// The whole of a file that is small enough for memory. Throws Failure.
 std::string ReadSmallFile(const std::string &name);
 
 // A line for each chapter: a start time (seconds, minutes:seconds or hours:minutes:seconds, with a fraction),

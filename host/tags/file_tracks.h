@@ -21,7 +21,7 @@ struct FileTrack {
 // All of the file, track by track, the first one from the file's start on. Their places are, in this order:
 // those of
 // --cue or --chapters, of the chapters in the file's tags, of the cue sheet in its tag CUESHEET or in a block
-// of FLAC, and of a cue sheet of the same name beside it. `tags` are the texts that the file's output would
+// of FLAC, and of a cue sheet of the same name next to it. `tags` are the texts that the file's output would
 // have, by their names in capitals. Throws Failure if there are none, or if they don't fit the audio.
 std::vector<FileTrack> TracksOfFile(const Options &options, const std::filesystem::path &path,
                                     const std::map<std::string, std::string> &tags);

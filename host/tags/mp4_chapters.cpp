@@ -104,7 +104,7 @@ std::string WithChapters(std::string movie, const std::vector<Chapter> &chapters
     std::string content = movie.substr(data->start + kHeader, data->size - kHeader);
     if (const auto old = Find(content, "chpl", 0, content.size()))
         content.erase(old->start, old->size);
-    // The end by four zeros, if there is one, stays behind all boxes.
+    // The end by four zeros, if there is one, stays after all boxes.
     if (!chapters.empty())
         content.insert(0, ListOf(chapters));
     movie.replace(data->start, data->size, BoxOf("udta", content));

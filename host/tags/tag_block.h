@@ -32,7 +32,7 @@ struct Picture {
 // The type of picture that players show: the front cover.
 constexpr int kFrontCover = 3;
 
-// A block keeps one value under a key. Where files keep several, they stand in one value with this between
+// A block keeps one value under a key. Where files keep several, they are in one value with this between
 // them: the unit separator, which no text that people write contains.
 constexpr char kValueSeparator = '\x1F';
 

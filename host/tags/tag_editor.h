@@ -14,7 +14,7 @@
 namespace tonekit::host {
 
 struct TagEdit {
-    bool removeOthers = false;                              // all that isn't given here goes
+    bool removeOthers = false;                              // all that isn't named here goes
     std::vector<std::pair<std::string, std::string>> texts; // an empty value removes its tag
     std::optional<std::vector<Chapter>> chapters;           // in the place of all
     std::optional<Picture> cover;                           // in the place of the front cover

@@ -28,7 +28,7 @@ public:
     // Whether its tags need more memory than they may have.
     bool IsTooLarge() const { return tooLarge_; }
     // The four letters with which TagLib takes the file to begin, without a look, and with which it doesn't:
-    // another order of bytes, or a tag in front of all. Null if the file is as it should be.
+    // another order of bytes, or a tag before all. Null if the file is as it should be.
     const char *MissingStart() const { return missingStart_; }
     // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
     void CheckSystem(const std::string &shownName) const;
@@ -39,15 +39,15 @@ public:
     TagLib::ID3v2::Tag *id3() const;
     TagLib::Ogg::XiphComment *xiph() const;
     TagLib::MP4::Tag *mp4() const;
-    // FLAC files keep pictures beside their comment; null for other kinds.
+    // FLAC files keep pictures outside their comment; null for other kinds.
     TagLib::FLAC::File *flac() const;
 
-    // Sets the text tags, in all forms that the kind of file has, and answers with those that it can't hold.
+    // Sets the text tags, in all forms that the kind of file has, and returns those that it can't hold.
     TagLib::StringList SetProperties(const TagLib::PropertyMap &properties);
-    // Whether the tags keep the forms that the file was found with (older kinds beside the new one, the older
+    // Whether the tags keep the forms in which they were found (older kinds besides the new one, the older
     // version of ID3v2), or have the one form that new files get.
     enum class Forms { New, AsFound };
-    // Answers with the error of the system; a TagLib that doesn't want to gives std::errc::not_supported.
+    // Returns the error of the system, or std::errc::not_supported if TagLib refuses.
     std::error_code Save(Forms forms = Forms::New);
 
 private:

@@ -167,7 +167,7 @@ void AddProperties(const TagLib::PropertyMap &properties, Intake &intake, std::v
     }
 }
 
-// A tag whose header claims content, and whose content gives nothing.
+// A tag whose header claims content, and whose content holds no frame.
 bool IsBroken(const TagLib::ID3v2::Tag &tag)
 {
     return tag.header() && tag.header()->tagSize() > 0 && tag.frameList().isEmpty();

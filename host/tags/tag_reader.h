@@ -19,7 +19,7 @@ struct TagChoice {
     bool frontCover = true;
 };
 
-// Adds text tags, chapters and pictures behind what the block holds; keys that it holds already stay as they
+// Adds text tags, chapters and pictures after what the block holds; keys that it holds already stay as they
 // are. What can't be understood is left out, with a line in `warnings`.
 void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &choice, TagBlock *block,
               std::vector<std::string> &warnings);

@@ -1,4 +1,4 @@
-// tag_transfer.cpp: gathers tags from all sides in one block and hands them on.
+// tag_transfer.cpp: collects tags from all sources in one block and passes them on.
 #include "host/tags/tag_transfer.h"
 
 #include "host/open_source.h"

@@ -102,7 +102,7 @@ private:
     std::atomic<bool> busy_{false};
 };
 
-// 0 to 2, as hdcd_detected tells it.
+// 0 to 2, as hdcd_detected returns it.
 uint32_t DetectHdcd(nb::handle array)
 {
     ArraySource source(array, {host::SampleFormat::Int16, false}, 0);

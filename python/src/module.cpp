@@ -1,4 +1,4 @@
-// module.cpp: the extension module tonekit._core, on which the package's Python code stands.
+// module.cpp: the extension module tonekit._core, which the package's Python code calls.
 #include "host/command_line/option_table.h"
 #include "host/processing/bodies.h"
 #include "host/system/failure.h"
@@ -33,7 +33,7 @@ host::SampleFormat SampleOf(uint32_t bits, bool isFloat)
     throw nb::value_error("there is no such sample format");
 }
 
-// The heap gives its end back to the system beyond a limit, which grows with the largest block that was ever
+// The heap returns its end to the system beyond a limit, which grows with the largest block that was ever
 // mapped and freed. Without one, the memory of each short conversion would be fetched page by page anew.
 void LetHeapKeepStreams()
 {

@@ -1,4 +1,4 @@
-// result_array.cpp: hands converted samples over to NumPy without another copy.
+// result_array.cpp: passes converted samples to NumPy without another copy.
 #include "python/src/result_array.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// result_array.h: bytes that grow while samples come out of a conversion, and then are a NumPy array.
+// result_array.h: bytes that grow during a conversion, and then are a NumPy array.
 #pragma once
 
 #include "host/audio/sample_format.h"

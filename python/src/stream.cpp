@@ -176,7 +176,7 @@ uint64_t Stream::ExpectedFrames(uint64_t frames) const
     return static_cast<uint64_t>(static_cast<double>(frames) * plan_.target.rate / plan_.source.rate + 0.5);
 }
 
-// A resampler that can't be made for two rates gives nothing, and says nothing.
+// A resampler that can't be made for two rates returns no frames and no error.
 void Stream::CheckLength() const
 {
     if (outputFrames_ == 0 && ExpectedFrames(inputFrames_) > 1)

@@ -31,7 +31,7 @@ public:
     Stream(const StreamFormat &format, const host::Options &options);
 
     // Converts the frames of an array and, if `last` says so, ends the stream. `flat` makes the result an
-    // array of one dimension; None stands for an array of no frames while the stream goes on. Releases the
+    // array of one dimension; None is an array of no frames while the stream goes on. Releases the
     // GIL meanwhile. Throws nb::python_error with RuntimeError if another thread is in here, or the stream
     // has ended.
     nanobind::object Run(nanobind::handle array, bool last, bool flat);
