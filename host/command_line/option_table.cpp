@@ -62,7 +62,7 @@ std::vector<std::string> Types()
 using Text = const std::string &;
 
 constexpr OptionRow kRows[] = {
-    {nullptr, 0, nullptr, "What comes out (as the input, where not given)", nullptr},
+    {nullptr, 0, nullptr, "The output (as the input where an option is not set)", nullptr},
     {"rate", 'r', "HZ", "sample rate: 48000, 44.1k", [](Options &o, Text v) { o.rate = Rate(v); }, true},
     {"channels", 'c', "N", "1, 2, 4, 5, 6 (5.1), 7 (6.1) or 8 (7.1)",
      [](Options &o, Text v) { o.channels = Channels(v); }, true, ChannelCounts},
@@ -88,23 +88,23 @@ constexpr OptionRow kRows[] = {
     {"compression", 0, "N", "FLAC's compression level, from 0 (fastest) to 8 (smallest)",
      [](Options &o, Text v) { o.encoder.compression = Number(v, 0, 8); }, true},
 
-    {nullptr, 0, nullptr, "What of it", nullptr},
+    {nullptr, 0, nullptr, "Which part of the input", nullptr},
     {"start", 0, "TIME", "begin here: seconds with a fraction, minutes:seconds or hours:minutes:seconds",
      [](Options &o, Text v) { o.start = Position(v); }, true},
     {"end", 0, "TIME", "end before this place of the input", [](Options &o, Text v) { o.end = Position(v); },
      true},
     {"split", 0, "chapters",
-     "make a file of each chapter, or track of a cue sheet in the file or beside it, in FOLDER, named by "
+     "make a file of each chapter, or track of a cue sheet in the file or next to it, in FOLDER, named by "
      "--name",
      [](Options &o, Text v) { o.split = Choose(v, kSplits); }, true, NamesOf<kSplits>},
     {"cue", 0, "FILE", "split by this cue sheet; without --split its tracks become chapters",
      [](Options &o, Text v) { o.cue = FileName(v); }},
     {"join", 0, nullptr,
      "make one file of all INPUTs, one right after the other, with a chapter for each; their rate, channels "
-     "and sample format have to be the same",
+     "and sample format must be the same",
      [](Options &o, Text) { o.join = true; }, true},
 
-    {nullptr, 0, nullptr, "How it is made", nullptr},
+    {nullptr, 0, nullptr, "How it is converted", nullptr},
     {"quality", 0, "NAME",
      "resampler: normal (20 bit), high (28 bit, the default), very-high (32 bit) or best (the most the "
      "resampler has)",
@@ -123,23 +123,20 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.limiter = Choose(v, kSwitch); }, true, NamesOf<kSwitch>},
     {"mix-level", 0, "fixed|auto",
      "auto measures a mix to fewer channels first, and lowers the whole file evenly where it would clip, so "
-     "that "
-     "the limiter isn't needed",
+     "that the limiter isn't needed",
      [](Options &o, Text v) { o.mixLevel = Choose(v, kMixLevels); }, true, NamesOf<kMixLevels>},
     {"gain", 0, "DB", "make it louder or, as with -3.5, softer",
      [](Options &o, Text v) { o.gain = Decibels(v); }, true},
     {"normalize", 0, "LUFS",
      "bring each file to this loudness, such as -16 (replaygain: -18), in two passes; the true peak stays "
-     "below "
-     "full scale",
+     "below full scale",
      [](Options &o, Text v) { o.normalize = LoudnessTarget(v); }, true},
     {"normalize-by", 0, "track|album",
      "bring albums to the loudness as a whole, all of their files by one gain",
      [](Options &o, Text v) { o.normalizeAlbum = Choose(v, kByAlbum); }, true, NamesOf<kByAlbum>},
     {"hdcd", 0, "WHEN",
      "decode HDCD in 16 bit stereo: auto (if the first minute has it to some effect), on or off (the "
-     "default); decoded "
-     "samples are kept in 24 bits unless --bits says otherwise",
+     "default); decoded samples are kept in 24 bits unless --bits says otherwise",
      [](Options &o, Text v) { o.hdcd = Choose(v, kHdcds); }, true, NamesOf<kHdcds>},
     {"hdcd-gain", 0, "DB", "gain of decoded HDCD, 0 to 6 dB (6: full scale stays full scale)",
      [](Options &o, Text v) { o.hdcdGain = Number(v, 0, 6); }, true},
@@ -147,7 +144,7 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text v) { o.dsdGain = Number(v, 0, 6); }, true},
 
     {nullptr, 0, nullptr, "Tags, pictures and chapters (WAV, AIFF, FLAC, Ogg, MP3, M4A)", nullptr},
-    {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be given again",
+    {"set", 0, "KEY=VALUE", "set a tag; an empty VALUE removes it; can be repeated",
      [](Options &o, Text v) { SetTag(o, v); }},
     {"cover", 0, "FILE", "put this BMP, JPEG or PNG picture (GIF and WebP as they are) on the front cover",
      [](Options &o, Text v) { o.cover = FileName(v); }},
@@ -167,13 +164,12 @@ constexpr OptionRow kRows[] = {
      true},
     {"in-place", 0, nullptr,
      "change the tags, pictures and chapters of the INPUTs themselves; there is no OUTPUT, and the audio "
-     "stays "
-     "as it is",
+     "is not changed",
      [](Options &o, Text) { o.inPlace = true; }},
     {"no-tags", 0, nullptr, "leave out the input's tags, pictures and chapters",
      [](Options &o, Text) { o.tags = false; }},
 
-    {nullptr, 0, nullptr, "What is found out on the way", nullptr},
+    {nullptr, 0, nullptr, "What is measured", nullptr},
     {"replaygain", 0, "[album]",
      "measure loudness and peak, and write the REPLAYGAIN_TRACK tags (R128_TRACK_GAIN in Opus); with album "
      "those of albums too: files of one ALBUM tag, or else of one folder",
@@ -189,16 +185,14 @@ constexpr OptionRow kRows[] = {
      [](Options &o, Text) { o.replayGain = o.truePeak = true; }},
     {"hash", 0, "sha256|sha512",
      "print the digest of the samples written (with --info: of those read): interleaved, little-endian, in "
-     "the file's "
-     "sample format, 8 bit unsigned, 24 bit in 3 bytes; those of MP3, Ogg and Opus are 32 bit float, on "
-     "their way into "
-     "or out of the coder. From 512 MiB of samples on it differs from other programs' digests; that of "
-     "dithered samples differs from run to run",
+     "the file's sample format, 8 bit unsigned, 24 bit in 3 bytes; those of MP3, Ogg and Opus are 32 bit "
+     "float, before coding or after decoding. From 512 MiB of samples on it differs from other programs' "
+     "digests; that of dithered samples differs from run to run",
      [](Options &o, Text v) { o.hash = Choose(v, kHashes); }, false, NamesOf<kHashes>},
 
     {"spectrogram", 0, "FILE",
-     "draw the frequencies of INPUT and OUTPUT over time into this PNG, beside each other; without an OUTPUT "
-     "those of the INPUT",
+     "draw the frequencies of INPUT and OUTPUT over time into this PNG, next to each other; without an "
+     "OUTPUT those of the INPUT",
      [](Options &o, Text v) { o.spectrogram = PictureName(v); }, true},
 
     {nullptr, 0, nullptr, "Folders (an INPUT that is one is walked, and its folders are kept in FOLDER)",
@@ -207,11 +201,11 @@ constexpr OptionRow kRows[] = {
      "name outputs by tags: '{albumartist}/{album}/{track:02} {title}'; names are made safe for every file "
      "system",
      [](Options &o, Text v) { o.nameTemplate = Template(v); }, true},
-    {"copy-others", 0, nullptr, "copy what isn't audio too (otherwise it is left out)",
+    {"copy-others", 0, nullptr, "copy files that aren't audio too (otherwise they are left out)",
      [](Options &o, Text) { o.copyOthers = true; }, true},
-    {"update", 0, nullptr, "skip what is there and not older than its input",
+    {"update", 0, nullptr, "skip outputs that exist and aren't older than their inputs",
      [](Options &o, Text) { o.update = true; }, true},
-    {"no-clobber", 0, nullptr, "skip what is there", [](Options &o, Text) { o.noClobber = true; }, true},
+    {"no-clobber", 0, nullptr, "skip outputs that exist", [](Options &o, Text) { o.noClobber = true; }, true},
     {"dry-run", 0, nullptr, "say what would be done, and write nothing",
      [](Options &o, Text) { o.dryRun = true; }},
 
