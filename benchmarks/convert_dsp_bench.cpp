@@ -29,10 +29,10 @@ constexpr double kNoSlower = 0.95;
 const char kBodies[] = {'A', 'V'};
 
 template <class T>
-std::shared_ptr<std::vector<T>> Audio(std::size_t count, double amplitude)
+std::shared_ptr<std::vector<T>> Audio(size_t count, double amplitude)
 {
     auto samples = std::make_shared<std::vector<T>>(count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i)
         (*samples)[i] = static_cast<T>(amplitude * std::sin(0.37 * static_cast<double>(i)));
     return samples;
 }

@@ -35,7 +35,7 @@ constexpr Quality kQualities[] = {{0, "recipe 4"}, {24, "recipe 6"}, {33, "recip
 std::vector<int16_t> Noise16(uint32_t frames)
 {
     Random random(7);
-    std::vector<int16_t> samples(2 * std::size_t{frames});
+    std::vector<int16_t> samples(2 * size_t{frames});
     random.Fill(samples.data(), samples.size() * 2);
     return samples;
 }
@@ -61,14 +61,13 @@ void ResampleBare(const std::vector<Sample> &input, const Rates &rates, uint32_t
 {
     const soxr_t resampler = reference::NewResampler(rates.input, rates.output, 2, span);
     const BlockSizes sizes = DeriveBlockSizes(rates.input, rates.output);
-    std::vector<Sample> out(2 * std::size_t{sizes.resamplerOutputFrames});
-    std::size_t consumed = 0;
-    std::size_t produced = 0;
-    const std::size_t total = input.size() / 2;
-    for (std::size_t done = 0; done < total; done += sizes.blockFrames)
-        soxr_process(resampler, input.data() + 2 * done,
-                     std::min<std::size_t>(sizes.blockFrames, total - done), &consumed, out.data(),
-                     sizes.resamplerOutputFrames, &produced);
+    std::vector<Sample> out(2 * size_t{sizes.resamplerOutputFrames});
+    size_t consumed = 0;
+    size_t produced = 0;
+    const size_t total = input.size() / 2;
+    for (size_t done = 0; done < total; done += sizes.blockFrames)
+        soxr_process(resampler, input.data() + 2 * done, std::min<size_t>(sizes.blockFrames, total - done),
+                     &consumed, out.data(), sizes.resamplerOutputFrames, &produced);
     do {
         soxr_process(resampler, nullptr, 0, &consumed, out.data(), sizes.resamplerOutputFrames, &produced);
     } while (produced != 0);

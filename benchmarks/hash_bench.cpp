@@ -37,7 +37,7 @@ const Table kTables[] = {
     {":~0", "tier A beside OpenSSL with all that the processor has", 'A', 0, true},
 };
 
-const std::vector<uint8_t> message(256 * 1024, 0x5a);
+const std::vector<uint8_t> message(256 * 1024, 0x5A);
 
 void PeerSha256(uint32_t size)
 {
@@ -93,7 +93,7 @@ void AddMac(RatioTable &table, const Table &what, const EVP_MD *hash, const char
         member.mac(message.data(), 32, message.data(), 64, mac, member.kDigestBytes);
     };
     table.Add("hmac_" + member.name + " of 64 bytes", 2, ours, [=] { PeerHmac(hash); });
-    auto *transform = tonekit::Body<void(Word *, const uint8_t *, std::size_t)>(transformName, what.letter);
+    auto *transform = tonekit::Body<void(Word *, const uint8_t *, size_t)>(transformName, what.letter);
     table.Add("hmac_" + member.name + " beside bare transforms", 0, ours, [=] {
         Word state[8] = {};
         for (int block = 0; block < blocks; ++block)

@@ -19,22 +19,22 @@
 
 namespace {
 
-using Samples = std::vector<std::int32_t>;
+using Samples = std::vector<int32_t>;
 using Prepare = std::function<void(HdcdDecoder *)>;
-using Process = std::function<void(HdcdDecoder *, std::int32_t *, std::int32_t)>;
+using Process = std::function<void(HdcdDecoder *, int32_t *, int32_t)>;
 
 constexpr double kQuarterOfACopy = 0.4;
 constexpr double kThousandTimesRealTime = 44100 * 1000.0;
 
 // 128 KiB: with its copy, well inside a second-level cache and far outside a first-level one.
-constexpr std::int32_t kFrames = 16384;
+constexpr int32_t kFrames = 16384;
 
-Samples Noise(std::int32_t frames, int loudness)
+Samples Noise(int32_t frames, int loudness)
 {
     tonekit::Random random(1);
-    Samples samples(2 * static_cast<std::size_t>(frames));
-    for (std::int32_t &sample : samples)
-        sample = static_cast<std::int16_t>(random.Next()) >> loudness;
+    Samples samples(2 * static_cast<size_t>(frames));
+    for (int32_t &sample : samples)
+        sample = static_cast<int16_t>(random.Next()) >> loudness;
     return samples;
 }
 
@@ -45,7 +45,7 @@ public:
         : audio_(std::move(audio)), work_(audio_), other_(audio_), prepare_(std::move(prepare))
     {}
 
-    std::int32_t Frames() const { return static_cast<std::int32_t>(audio_.size() / 2); }
+    int32_t Frames() const { return static_cast<int32_t>(audio_.size() / 2); }
     void Restore() { std::memcpy(work_.data(), audio_.data(), audio_.size() * sizeof audio_[0]); }
     void Copy() { std::memcpy(other_.data(), work_.data(), audio_.size() * sizeof audio_[0]); }
     void Decode(const Process &process)
@@ -54,7 +54,7 @@ public:
         process(decoder_, work_.data(), Frames());
     }
     HdcdDecoder *Decoder() { return decoder_; }
-    const std::int32_t *Audio() const { return audio_.data(); }
+    const int32_t *Audio() const { return audio_.data(); }
 
 private:
     Samples audio_, work_, other_;
@@ -81,7 +81,7 @@ void AddRows(tonekit::RatioTable &table, const std::string &name, double copyLim
         [&stage] { WaitSeconds(stage.Frames() / kThousandTimesRealTime); });
 }
 
-void SetChannels(HdcdDecoder *decoder, std::uint8_t control, std::int32_t gain)
+void SetChannels(HdcdDecoder *decoder, uint8_t control, int32_t gain)
 {
     for (tonekit::HdcdChannelState &channel : decoder->channel) {
         channel.control = control;
@@ -95,10 +95,10 @@ Samples PacketsBackToBack()
 {
     Samples samples = Noise(kFrames, 0);
     tonekit::HdcdEncoder encoder(samples);
-    for (std::int32_t frame = 64; frame + 48 <= kFrames; frame += 48)
+    for (int32_t frame = 64; frame + 48 <= kFrames; frame += 48)
         for (int channel = 0; channel < 2; ++channel)
-            encoder.CodeB(channel, static_cast<std::size_t>(frame),
-                          static_cast<std::uint8_t>(frame % 96 == 0 ? 0x1F : 0x10));
+            encoder.CodeB(channel, static_cast<size_t>(frame),
+                          static_cast<uint8_t>(frame % 96 == 0 ? 0x1F : 0x10));
     return samples;
 }
 
@@ -135,7 +135,7 @@ int main(int argc, char **argv)
     table.Add(
         "scan, beside a copy", 0.25, [&plain] { hdcd_scan(plain.Decoder(), plain.Audio(), kFrames); },
         [&plain] { plain.Copy(); });
-    const std::vector<std::int16_t> narrow(plain.Audio(), plain.Audio() + 2 * kFrames);
+    const std::vector<int16_t> narrow(plain.Audio(), plain.Audio() + 2 * kFrames);
     table.Add(
         "scan 16-bit audio, beside a copy of 32 bits", 0.25,
         [&] { hdcd_scan16(plain.Decoder(), narrow.data(), kFrames); }, [&] { plain.Copy(); });

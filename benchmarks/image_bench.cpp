@@ -108,7 +108,7 @@ int main(int argc, char **argv)
 {
     using namespace tonekit;
     // Words that select the baseline and, where the processor has it, the body with the widest registers.
-    constexpr uint64_t kBaseline = 1, kWidest = 0x9d9fef;
+    constexpr uint64_t kBaseline = 1, kWidest = 0x9D9FEF;
     RatioTable table("bitmap resampler, Lanczos of 3 lobes, 32-bit pixels; limits are for the best body");
     for (const Scaling &scaling : kScalings) {
         const auto source =

@@ -18,7 +18,7 @@ volatile double sink;
 void Ours(const std::vector<double> &samples, ReplayGainState *(*init)(uint32_t, uint32_t))
 {
     ReplayGainState *state = init(kChannels, kRate);
-    for (uint32_t block = 0; block < kBlocks; block++)
+    for (uint32_t block = 0; block < kBlocks; ++block)
         ReplayGain_Process(state, samples.data() + block * kBlock * kChannels, kBlock);
     sink = ReplayGain_GetLoudness(state);
     sink = ReplayGain_GetPeak(state);
@@ -29,12 +29,12 @@ void Bare(const std::vector<double> &samples, int mode)
 {
     const bool truePeak = (mode & EBUR128_MODE_TRUE_PEAK) == EBUR128_MODE_TRUE_PEAK;
     ebur128_state *state = ebur128_init(kChannels, kRate, mode);
-    for (uint32_t block = 0; block < kBlocks; block++)
+    for (uint32_t block = 0; block < kBlocks; ++block)
         ebur128_add_frames_double(state, samples.data() + block * kBlock * kChannels, kBlock);
     double value = 0.0;
     ebur128_loudness_global(state, &value);
     sink = value;
-    for (unsigned channel = 0; channel < kChannels; channel++) {
+    for (unsigned channel = 0; channel < kChannels; ++channel) {
         (truePeak ? ebur128_true_peak : ebur128_sample_peak)(state, channel, &value);
         sink = value;
     }

@@ -51,7 +51,7 @@ public:
                 turns = 1;
         }
         const bool anotherMake = AsAnotherMake(argc, argv);
-        SelectBodies(anotherMake ? std::uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
+        SelectBodies(anotherMake ? uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
         if (anotherMake)
             TakeAsAnotherMake();
         std::printf("\n%s, on %s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), ProcessorName().c_str(), "",

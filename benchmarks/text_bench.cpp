@@ -16,8 +16,8 @@
 
 namespace {
 
-constexpr std::size_t kShort = 24;
-constexpr std::size_t kLong = 50000;
+constexpr size_t kShort = 24;
+constexpr size_t kLong = 50000;
 
 struct Script {
     const char *name;
@@ -61,7 +61,7 @@ struct Text {
     std::string bytes;
 };
 
-Text Repeat(const char16_t *sample, std::size_t units)
+Text Repeat(const char16_t *sample, size_t units)
 {
     Text text;
     while (text.units.size() < units)
@@ -77,13 +77,13 @@ class Iconv {
 public:
     Iconv(const char *to, const char *from) : handle_(iconv_open(to, from)) {}
     ~Iconv() { iconv_close(handle_); }
-    void Convert(const void *in, std::size_t inBytes, void *out, std::size_t outBytes) const
+    void Convert(const void *in, size_t inBytes, void *out, size_t outBytes) const
     {
         char *from = const_cast<char *>(static_cast<const char *>(in));
         char *to = static_cast<char *>(out);
         iconv(handle_, &from, &inBytes, &to, &outBytes);
     }
-    void ConvertToNew(const void *in, std::size_t inBytes, std::size_t outBytes) const
+    void ConvertToNew(const void *in, size_t inBytes, size_t outBytes) const
     {
         void *out = std::malloc(outBytes);
         Convert(in, inBytes, out, outBytes);
@@ -100,7 +100,7 @@ const Iconv ansiToUnicode("UTF-16LE", "CP1252");
 const Iconv unicodeToAnsi("CP1252", "UTF-16LE");
 std::vector<char> room(8 * kLong);
 
-std::size_t SizeOf(const std::u16string &units)
+size_t SizeOf(const std::u16string &units)
 {
     return units.size() * sizeof(char16_t);
 }
@@ -138,7 +138,7 @@ void AddLongBesideIconv(tonekit::RatioTable &table)
 void AddLongBesideIcu(tonekit::RatioTable &table, const Script &script)
 {
     const auto text = std::make_shared<Text>(Repeat(script.sample, kLong));
-    const auto size = [](std::size_t value) { return static_cast<int32_t>(value); };
+    const auto size = [](size_t value) { return static_cast<int32_t>(value); };
     const std::string name = std::string("long ") + script.name;
     table.Add(
         name + " from UTF-8, ICU", script.icuLimit,

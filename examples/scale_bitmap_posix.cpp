@@ -23,14 +23,14 @@ int32_t Describe(TonekitDevice *, TonekitBitmap bitmap, TonekitBitmapDescription
 
 TonekitBitmap Make(TonekitDevice *, int32_t width, int32_t height)
 {
-    return new Bitmap{width, height, std::vector<uint8_t>(4 * std::size_t(width) * std::size_t(height))};
+    return new Bitmap{width, height, std::vector<uint8_t>(4 * size_t(width) * size_t(height))};
 }
 
 int32_t Fetch(TonekitDevice *, TonekitBitmap bitmap, uint32_t first, uint32_t lines, void *pixels,
               const TonekitBitmapHeader *, uint32_t)
 {
     const auto &source = *static_cast<Bitmap *>(bitmap);
-    const std::size_t row = 4 * std::size_t(source.width);
+    const size_t row = 4 * size_t(source.width);
     std::memcpy(pixels, source.pixels.data() + first * row, lines * row);
     return int32_t(lines);
 }
@@ -39,7 +39,7 @@ int32_t Store(TonekitDevice *, TonekitBitmap bitmap, uint32_t first, uint32_t li
               const TonekitBitmapHeader *, uint32_t)
 {
     auto &target = *static_cast<Bitmap *>(bitmap);
-    const std::size_t row = 4 * std::size_t(target.width);
+    const size_t row = 4 * size_t(target.width);
     std::memcpy(target.pixels.data() + first * row, pixels, lines * row);
     return int32_t(lines);
 }

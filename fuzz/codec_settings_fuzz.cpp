@@ -4,6 +4,7 @@
 //
 // The first bytes are the settings; the file follows.
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 #include "fuzz/input_bytes.h"

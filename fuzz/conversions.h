@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -14,23 +15,20 @@
 
 namespace tonekit::fuzz {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
 struct Conversion {
-    std::uint32_t inputFormat, inputBits, inputChannels, inputRate;
-    std::uint32_t outputFormat, outputBits, outputChannels, outputRate;
+    uint32_t inputFormat, inputBits, inputChannels, inputRate;
+    uint32_t outputFormat, outputBits, outputChannels, outputRate;
     bool dither, limit;
-    std::uint32_t span;
+    uint32_t span;
 
-    std::size_t InputBytesOf(std::size_t frames) const { return frames * ((inputBits * inputChannels) >> 3); }
-    std::size_t OutputBytesOf(std::size_t frames) const
-    {
-        return frames * ((outputBits * outputChannels) >> 3);
-    }
+    size_t InputBytesOf(size_t frames) const { return frames * ((inputBits * inputChannels) >> 3); }
+    size_t OutputBytesOf(size_t frames) const { return frames * ((outputBits * outputChannels) >> 3); }
 };
 
 // Encodings, channels and settings, which are set; the rates are the caller's.
-inline Conversion TakeConversion(InputBytes &input, std::uint32_t inputRate, std::uint32_t outputRate)
+inline Conversion TakeConversion(InputBytes &input, uint32_t inputRate, uint32_t outputRate)
 {
     Conversion c{};
     c.inputRate = inputRate;
@@ -44,20 +42,20 @@ inline Conversion TakeConversion(InputBytes &input, std::uint32_t inputRate, std
     c.dither = input.Flag();
     c.limit = input.Flag();
     SetDitherParameters(input.Flag(), input.Below(4));
-    SetSampleRateConverterParameters2(input.Below(3), static_cast<std::uint8_t>(input.Below(2)));
+    SetSampleRateConverterParameters2(input.Below(3), static_cast<uint8_t>(input.Below(2)));
     return c;
 }
 
 // The bytes of the input, then noise. They have an address even if there are none.
-inline Bytes TakeFrames(InputBytes &input, const Conversion &c, std::uint32_t frames)
+inline Bytes TakeFrames(InputBytes &input, const Conversion &c, uint32_t frames)
 {
     Bytes data;
     data.reserve(1);
     data.resize(c.InputBytesOf(frames));
-    std::uint32_t noise = input.Word();
-    for (std::uint8_t &byte : data) {
+    uint32_t noise = input.Word();
+    for (uint8_t &byte : data) {
         noise = noise * 1664525 + 1013904223;
-        byte = input.Empty() ? static_cast<std::uint8_t>(noise >> 24) : input.Byte();
+        byte = input.Empty() ? static_cast<uint8_t>(noise >> 24) : input.Byte();
     }
     return data;
 }
@@ -79,13 +77,12 @@ struct ConverterBodies {
 
     using Construct = void(void *);
     using Assign = void *(void *, const void *);
-    using Init3 = void(void *, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t,
-                       std::uint32_t, std::uint32_t, std::uint32_t, void *&, void *&, bool, bool,
-                       std::uint32_t, std::uint32_t);
-    using Init4 = void(void *, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t,
-                       std::uint32_t, std::uint32_t, std::uint32_t, bool, bool, std::uint32_t, std::uint32_t);
-    using Read4 = bool(void *, void *&, std::uint32_t &, std::uint32_t &);
-    using Resample = std::uint32_t(void *, std::uint32_t, bool);
+    using Init3 = void(void *, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                       void *&, void *&, bool, bool, uint32_t, uint32_t);
+    using Init4 = void(void *, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                       bool, bool, uint32_t, uint32_t);
+    using Read4 = bool(void *, void *&, uint32_t &, uint32_t &);
+    using Resample = uint32_t(void *, uint32_t, bool);
 
     decltype(SRC4_Init) *init;
     decltype(SRC4_Read) *read;
@@ -100,7 +97,7 @@ struct ConverterBodies {
 };
 
 // Of a letter that this processor runs, looked up once; letter 0 is the best, the last one the baseline.
-inline const ConverterBodies &BodiesAt(std::size_t letter)
+inline const ConverterBodies &BodiesAt(size_t letter)
 {
     static const std::vector<ConverterBodies> all = [] {
         const std::vector<char> letters = RunnableLetters();
@@ -115,7 +112,7 @@ inline const ConverterBodies &Baseline()
     return baseline;
 }
 
-constexpr std::uint32_t kAnySpan = 7; // of the two quality arguments only the difference counts
+constexpr uint32_t kAnySpan = 7; // of the two quality arguments only the difference counts
 
 // Bytes that a conversion leaves unwritten, where the output has no encoding, are those of new memory.
 inline void ClearOutput(const CSampleRateConverter3 &converter, const Conversion &c)
@@ -124,13 +121,13 @@ inline void ClearOutput(const CSampleRateConverter3 &converter, const Conversion
     const bool floating = c.outputFormat == 1 && (c.outputBits == 32 || c.outputBits == 64);
     if (integer || floating)
         return;
-    const std::size_t frames = std::size_t{converter.outputEdgeFrames} + converter.resamplerOutputFrames;
+    const size_t frames = size_t{converter.outputEdgeFrames} + converter.resamplerOutputFrames;
     std::memset(converter.outputBuffer, 0, c.OutputBytesOf(frames));
 }
 
 // A whole stream through the functions, in chunks.
 inline Bytes RunFunctions(const ConverterBodies &bodies, const Conversion &c, const Bytes &data,
-                          std::uint32_t frames, std::uint32_t chunk)
+                          uint32_t frames, uint32_t chunk)
 {
     const std::unique_ptr<void, void (*)(void *)> handle(
         bodies.init(c.inputFormat, c.inputBits, c.inputChannels, c.inputRate, c.outputFormat, c.outputBits,
@@ -141,21 +138,21 @@ inline Bytes RunFunctions(const ConverterBodies &bodies, const Conversion &c, co
     Bytes result;
     const auto drain = [&](auto *take) {
         void *out = nullptr;
-        std::uint32_t got = 0;
-        std::uint32_t bytes = 0;
+        uint32_t got = 0;
+        uint32_t bytes = 0;
         while (take(handle.get(), &out, &got, &bytes)) {
             Require(bytes == c.OutputBytesOf(got));
-            const auto *from = static_cast<const std::uint8_t *>(out);
+            const auto *from = static_cast<const uint8_t *>(out);
             result.insert(result.end(), from, from + bytes);
         }
     };
-    for (std::uint32_t at = 0; at < frames; at += chunk) {
-        const std::uint32_t now = std::min(chunk, frames - at);
-        const auto from = data.begin() + static_cast<std::ptrdiff_t>(c.InputBytesOf(at));
+    for (uint32_t at = 0; at < frames; at += chunk) {
+        const uint32_t now = std::min(chunk, frames - at);
+        const auto from = data.begin() + static_cast<ptrdiff_t>(c.InputBytesOf(at));
         // An exactly sized copy, so that a sanitizer sees a read past it; it has an address in any case.
         Bytes piece;
         piece.reserve(1);
-        piece.assign(from, from + static_cast<std::ptrdiff_t>(c.InputBytesOf(now)));
+        piece.assign(from, from + static_cast<ptrdiff_t>(c.InputBytesOf(now)));
         SRC4_Write(handle.get(), piece.data(), now);
         drain(bodies.read);
     }
@@ -164,8 +161,7 @@ inline Bytes RunFunctions(const ConverterBodies &bodies, const Conversion &c, co
 }
 
 // The same through the class that gathers blocks; the object in use is a copy of the one that was made.
-inline Bytes RunClass4(const ConverterBodies &bodies, const Conversion &c, const Bytes &data,
-                       std::uint32_t frames)
+inline Bytes RunClass4(const ConverterBodies &bodies, const Conversion &c, const Bytes &data, uint32_t frames)
 {
     alignas(CSampleRateConverter4) unsigned char made[sizeof(CSampleRateConverter4)];
     alignas(CSampleRateConverter4) unsigned char copy[sizeof(CSampleRateConverter4)];
@@ -179,10 +175,10 @@ inline Bytes RunClass4(const ConverterBodies &bodies, const Conversion &c, const
     ClearOutput(*converter, c);
     Bytes result;
     void *out = nullptr;
-    std::uint32_t got = 0;
-    std::uint32_t bytes = 0;
+    uint32_t got = 0;
+    uint32_t bytes = 0;
     const auto keep = [&] {
-        const auto *from = static_cast<const std::uint8_t *>(out);
+        const auto *from = static_cast<const uint8_t *>(out);
         result.insert(result.end(), from, from + bytes);
     };
     converter->Write(data.data(), frames);
@@ -195,8 +191,7 @@ inline Bytes RunClass4(const ConverterBodies &bodies, const Conversion &c, const
 }
 
 // The same through the class whose caller fills the blocks.
-inline Bytes RunClass3(const ConverterBodies &bodies, const Conversion &c, const Bytes &data,
-                       std::uint32_t frames)
+inline Bytes RunClass3(const ConverterBodies &bodies, const Conversion &c, const Bytes &data, uint32_t frames)
 {
     alignas(CSampleRateConverter3) unsigned char made[sizeof(CSampleRateConverter3)];
     alignas(CSampleRateConverter3) unsigned char copy[sizeof(CSampleRateConverter3)];
@@ -211,15 +206,15 @@ inline Bytes RunClass3(const ConverterBodies &bodies, const Conversion &c, const
     SetDitherSeed(1);
     ClearOutput(*converter, c);
     Bytes result;
-    std::uint32_t at = 0;
+    uint32_t at = 0;
     for (bool more = true; more;) {
-        const std::uint32_t now = std::min(converter->blockFrames, frames - at);
+        const uint32_t now = std::min(converter->blockFrames, frames - at);
         if (now != 0)
             std::memcpy(block, data.data() + c.InputBytesOf(at), c.InputBytesOf(now));
         at += now;
-        const std::uint32_t got = bodies.resample(converter, now, now == 0);
+        const uint32_t got = bodies.resample(converter, now, now == 0);
         more = now != 0 || got != 0 || !converter->finished;
-        const auto *from = static_cast<const std::uint8_t *>(out);
+        const auto *from = static_cast<const uint8_t *>(out);
         result.insert(result.end(), from, from + c.OutputBytesOf(got));
     }
     converter->~CSampleRateConverter3();
@@ -228,12 +223,12 @@ inline Bytes RunClass3(const ConverterBodies &bodies, const Conversion &c, const
 
 // Converts with the baseline, and with a letter, an interface and chunks that the input chooses: the bytes
 // are the same.
-inline Bytes CompareConversions(InputBytes &input, const Conversion &c, std::uint32_t mostFrames)
+inline Bytes CompareConversions(InputBytes &input, const Conversion &c, uint32_t mostFrames)
 {
-    const std::uint8_t how = input.Byte();
-    const std::uint32_t frames = std::min(input.Byte() * (input.Below(8) != 0 ? 1u : 16u), mostFrames);
-    const std::uint32_t chunk = 1 + input.Byte();
-    const std::uint32_t otherChunk = 1 + 8u * input.Byte();
+    const uint8_t how = input.Byte();
+    const uint32_t frames = std::min(input.Byte() * (input.Below(8) != 0 ? 1u : 16u), mostFrames);
+    const uint32_t chunk = 1 + input.Byte();
+    const uint32_t otherChunk = 1 + 8u * input.Byte();
     const Bytes samples = TakeFrames(input, c, frames);
     const Bytes baseline = RunFunctions(Baseline(), c, samples, frames, chunk);
     const ConverterBodies &bodies = BodiesAt(how >> 2);

@@ -8,7 +8,7 @@
 #include "fuzz/memory_file.h"
 #include <tonekit/frame.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using tonekit::fuzz::Require;
     static tonekit::fuzz::MemoryFile file;
@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     // A name below a file is never that of a file.
     std::u16string name = path + u'/';
-    for (std::size_t i = 0; i + 1 < size; i += 2)
+    for (size_t i = 0; i + 1 < size; i += 2)
         name += static_cast<char16_t>(data[i] << 8 | data[i + 1]);
     Require(DetectEbml(name.c_str()) == 0);
     return 0;

@@ -25,20 +25,20 @@ using tonekit::HdcdLogSink;
 using tonekit::fuzz::EveryBody;
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::Require;
-using Samples = std::vector<std::int32_t>;
+using Samples = std::vector<int32_t>;
 
 // Frames that one input may decode: enough for many packets and for timers to lapse.
-constexpr std::size_t kMostFrames = 320;
+constexpr size_t kMostFrames = 320;
 
 // Noise that begins with a byte of the input: 16 bits, or 24 if the byte's upper bit is set.
-Samples TakeFrames(InputBytes &input, std::size_t frames)
+Samples TakeFrames(InputBytes &input, size_t frames)
 {
     Samples samples(2 * frames);
-    std::uint32_t noise = input.Byte();
+    uint32_t noise = input.Byte();
     const int shift = (noise & 0x80) != 0 ? 8 : 16;
-    for (std::int32_t &sample : samples) {
+    for (int32_t &sample : samples) {
         noise = noise * 1664525 + 1013904223;
-        sample = static_cast<std::int32_t>(noise) >> shift;
+        sample = static_cast<int32_t>(noise) >> shift;
     }
     return samples;
 }
@@ -46,9 +46,9 @@ Samples TakeFrames(InputBytes &input, std::size_t frames)
 void HidePacket(InputBytes &input, Samples &samples)
 {
     tonekit::HdcdEncoder encoder(samples);
-    const std::uint8_t how = input.Byte();
-    const std::size_t frame = input.Byte() + (how >> 4);
-    const std::uint8_t byte = input.Byte();
+    const uint8_t how = input.Byte();
+    const size_t frame = input.Byte() + (how >> 4);
+    const uint8_t byte = input.Byte();
     if (frame + tonekit::HdcdEncoder::kFramesB > samples.size() / 2)
         return;
     for (int channel = 0; channel < 2; ++channel) {
@@ -57,8 +57,7 @@ void HidePacket(InputBytes &input, Samples &samples)
         if ((how & 4) != 0)
             encoder.CodeA(channel, frame, byte & ((how & 8) != 0 ? 0xFF : 0x37));
         else
-            encoder.CodeB(channel, frame, byte,
-                          (how & 8) != 0 ? input.Byte() : static_cast<std::uint8_t>(~byte));
+            encoder.CodeB(channel, frame, byte, (how & 8) != 0 ? input.Byte() : static_cast<uint8_t>(~byte));
     }
 }
 
@@ -92,9 +91,9 @@ class Decoders {
 public:
     Decoders()
     {
-        for (std::size_t i = 0; i < Bodies().linked.size(); ++i)
+        for (size_t i = 0; i < Bodies().linked.size(); ++i)
             decoders_.push_back(hdcd_new());
-        for (std::size_t i = 0; i < Bodies().scan.size() + Bodies().scan16.size(); ++i)
+        for (size_t i = 0; i < Bodies().scan.size() + Bodies().scan16.size(); ++i)
             scanners_.push_back(hdcd_new());
         model_ = *whole_;
     }
@@ -122,10 +121,10 @@ public:
 
     void Decode(const Samples &block)
     {
-        const auto frames = static_cast<std::int32_t>(block.size() / 2);
+        const auto frames = static_cast<int32_t>(block.size() / 2);
         Samples expected = block;
         tonekit::reference::HdcdProcess(&model_, expected.data(), frames);
-        for (std::size_t i = 0; i < decoders_.size(); ++i) {
+        for (size_t i = 0; i < decoders_.size(); ++i) {
             Samples samples = block;
             DecodeWith(i, samples, frames);
             CheckDecoded(expected, samples, *decoders_[i]);
@@ -137,19 +136,19 @@ public:
     }
 
     // The counters and the summary as text.
-    void Describe(std::size_t size) const
+    void Describe(size_t size) const
     {
         tonekit::hdcd_dump_both(whole_);
         tonekit::hdcd_dump_state_brief(&whole_->channel[0], 0);
         tonekit::hdcd_dump_state_brief(&whole_->channel[1], -1);
-        constexpr std::size_t kTextOfNone = 17 + 1;
+        constexpr size_t kTextOfNone = 17 + 1;
         std::vector<char> text(std::max(size, kTextOfNone));
         tonekit::hdcd_detection_text(&whole_->detection, text.data(), text.size());
         Require(std::memchr(text.data(), 0, text.size()) != nullptr);
     }
 
 private:
-    void DecodeWith(std::size_t body, Samples &samples, std::int32_t frames)
+    void DecodeWith(size_t body, Samples &samples, int32_t frames)
     {
         HdcdDecoder *const decoder = decoders_[body];
         if (decoder->linked != 0)
@@ -168,14 +167,14 @@ private:
     }
 
     // What a scan finds depends on the lowest bits alone.
-    void Scan(const Samples &block, std::int32_t frames)
+    void Scan(const Samples &block, int32_t frames)
     {
-        const std::vector<std::int16_t> narrow(block.begin(), block.end());
-        const std::uint32_t found = Bodies().scan[0](scanners_[0], block.data(), frames);
+        const std::vector<int16_t> narrow(block.begin(), block.end());
+        const uint32_t found = Bodies().scan[0](scanners_[0], block.data(), frames);
         Require(found == hdcd_detected(scanners_[0]));
-        for (std::size_t i = 1; i < Bodies().scan.size(); ++i)
+        for (size_t i = 1; i < Bodies().scan.size(); ++i)
             Require(Bodies().scan[i](scanners_[i], block.data(), frames) == found);
-        for (std::size_t i = 0; i < Bodies().scan16.size(); ++i)
+        for (size_t i = 0; i < Bodies().scan16.size(); ++i)
             Require(Bodies().scan16[i](scanners_[Bodies().scan.size() + i], narrow.data(), frames) == found);
     }
 
@@ -186,20 +185,19 @@ private:
 };
 
 // A change of format, settings or messages.
-void ChangeSettings(InputBytes &input, Decoders &decoders, std::uint32_t kind)
+void ChangeSettings(InputBytes &input, Decoders &decoders, uint32_t kind)
 {
     switch (kind) {
     case 0: {
-        const std::uint32_t rate =
-            input.OneOf({0u, 44100u, 48000u, 88200u, 96000u, 176400u, 192000u, 32000u});
-        const auto bits = static_cast<std::int32_t>(input.OneOf({0u, 16u, 20u, 24u, 12u}));
+        const uint32_t rate = input.OneOf({0u, 44100u, 48000u, 88200u, 96000u, 176400u, 192000u, 32000u});
+        const auto bits = static_cast<int32_t>(input.OneOf({0u, 16u, 20u, 24u, 12u}));
         decoders.ChangeAll([&](HdcdDecoder *decoder) {
             Require(tonekit::hdcd_reconfigure(decoder, rate, bits) == (rate != 32000 && bits != 12));
         });
         break;
     }
     case 1: {
-        const std::uint32_t linked = input.Below(2);
+        const uint32_t linked = input.Below(2);
         decoders.ChangeAll([&](HdcdDecoder *decoder) { decoder->linked = linked; });
         break;
     }
@@ -213,10 +211,10 @@ void ChangeSettings(InputBytes &input, Decoders &decoders, std::uint32_t kind)
         break;
     }
     case 3: {
-        const auto timer = static_cast<std::int32_t>(input.Word());
-        const std::uint32_t options =
+        const auto timer = static_cast<int32_t>(input.Word());
+        const uint32_t options =
             input.OneOf({0u, tonekit::kHdcdSilentMismatch, tonekit::kHdcdForcePeakExtend});
-        const std::uint32_t rate = input.OneOf({0u, 44100u, 48000u, 96000u});
+        const uint32_t rate = input.OneOf({0u, 44100u, 48000u, 96000u});
         decoders.ChangeAll(
             [&](HdcdDecoder *decoder) { tonekit::hdcd_decoder_init(decoder, rate, 0, timer, options); });
         break;
@@ -229,12 +227,12 @@ void ChangeSettings(InputBytes &input, Decoders &decoders, std::uint32_t kind)
         break;
     case 6: {
         const int channel = static_cast<int>(input.Below(2));
-        const auto bits = static_cast<std::int32_t>(input.OneOf({16u, 20u, 24u}));
+        const auto bits = static_cast<int32_t>(input.OneOf({16u, 20u, 24u}));
         decoders.ChangeAll([&](HdcdDecoder *decoder) { decoder->channel[channel].bits = bits; });
         break;
     }
     default: {
-        const std::uint32_t mode = input.Below(7);
+        const uint32_t mode = input.Below(7);
         decoders.ChangeAll([&](HdcdDecoder *decoder) {
             tonekit::hdcd_set_analyze_mode(&decoder->channel[0], mode);
             tonekit::hdcd_set_log(&decoder->channel[1], &messages);
@@ -272,20 +270,20 @@ void PassNothing()
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     InputBytes input(data, size);
     if (size == 0)
         PassNothing();
     Decoders decoders;
-    std::size_t decoded = 0;
+    size_t decoded = 0;
     while (!input.Empty() && decoded < kMostFrames) {
-        const std::uint8_t action = input.Byte();
+        const uint8_t action = input.Byte();
         if ((action & 0xF0) == 0xF0) {
             decoders.ChangeAll(
                 [&](HdcdDecoder *decoder) { tonekit::hdcd_set_analyze_mode(decoder, action & 7); });
         } else if ((action & 0xF0) == 0xE0) {
-            const std::uint32_t timer = 1 + 16u * input.Byte();
+            const uint32_t timer = 1 + 16u * input.Byte();
             decoders.ChangeAll(
                 [&](HdcdDecoder *decoder) { decoder->channel[action & 1].sustain_reset = timer; });
         } else if ((action & 0xF0) == 0xD0) {
@@ -293,7 +291,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         } else {
             Samples samples = TakeFrames(input, (action & 0x80) != 0 ? action & 0x7F : 2u * action);
             decoded += samples.size() / 2;
-            for (std::uint8_t packets = input.Byte() & 7; packets != 0; --packets)
+            for (uint8_t packets = input.Byte() & 7; packets != 0; --packets)
                 HidePacket(input, samples);
             decoders.Decode(samples);
         }

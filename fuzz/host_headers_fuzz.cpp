@@ -35,26 +35,26 @@ File Opened(const MemoryFile &file)
 
 void ReadAll(SampleSource &source)
 {
-    std::vector<uint8_t> buffer(std::size_t{kBlockFrames} * source.format().FrameBytes());
+    std::vector<uint8_t> buffer(size_t{kBlockFrames} * source.format().FrameBytes());
     for (int block = 0; block < kMostBlocks; ++block)
         if (source.Read(buffer.data(), kBlockFrames) == 0)
             return;
 }
 
 // A file lacks no more than its header can promise, and what is lacking stays so when it is looked at again.
-void Completeness(const MemoryFile &file, std::size_t size)
+void Completeness(const MemoryFile &file, size_t size)
 {
     File opened = Opened(file);
     const uint64_t missing = MissingBytes(opened);
     Require(missing == MissingBytes(opened));
     std::vector<unsigned char> bytes(size);
-    std::size_t got = 0;
+    size_t got = 0;
     Require(!opened.SeekTo(0) && !opened.Read(bytes.data(), size, got) && got == size);
     EndsOgg(bytes);
 }
 
 // After its preparation a stream can be read to an end.
-void OpenSizes(const MemoryFile &file, std::size_t size, bool isFile)
+void OpenSizes(const MemoryFile &file, size_t size, bool isFile)
 {
     File opened = Opened(file);
     HasOpenHeader64(opened);
@@ -71,7 +71,7 @@ void OpenSizes(const MemoryFile &file, std::size_t size, bool isFile)
     Require(!pipe.SeekTo(0));
     pipe.KeepNoMore();
     std::vector<unsigned char> bytes(4096);
-    std::size_t got = 1;
+    size_t got = 1;
     for (uint64_t all = 0; got != 0; all += got) {
         Require(all <= size + 64); // 36 bytes that RF64 has in front of WAV, and what is left of them
         if (pipe.Read(bytes.data(), bytes.size(), got))
@@ -118,7 +118,7 @@ void Lengths(const MemoryFile &file, uint64_t frames, uint32_t frameBytes)
 void CueTracks(const MemoryFile &file, uint32_t rate)
 {
     const std::vector<CueTrack> tracks = FlacCueTracks(file.Path(), rate);
-    for (std::size_t i = 1; i < tracks.size(); ++i)
+    for (size_t i = 1; i < tracks.size(); ++i)
         Require(tracks[i].position > tracks[i - 1].position);
 }
 
@@ -142,13 +142,13 @@ void Raw(const MemoryFile &file, InputBytes &input, bool pipe)
 void Stream(const MemoryFile &file)
 {
     AudioReader reader(Opened(file), "stream");
-    Require(reader.pipe() != nullptr && !reader.CanRewind());
+    Require(reader.pipe() && !reader.CanRewind());
     ReadAll(reader);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static MemoryFile file;
     InputBytes input(data, size);

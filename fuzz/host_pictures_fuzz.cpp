@@ -14,22 +14,22 @@ namespace {
 
 using namespace tonekit::host;
 
-constexpr std::uint64_t kMostWorked = 1 << 16;
+constexpr uint64_t kMostWorked = 1 << 16;
 
-void Jpeg(const std::vector<std::uint8_t> &file, std::uint32_t limit, int quality)
+void Jpeg(const std::vector<uint8_t> &file, uint32_t limit, int quality)
 {
     const PictureSize size = SizeOfJpeg(file);
-    if (std::uint64_t{size.width} * size.height > kMostWorked)
+    if (uint64_t{size.width} * size.height > kMostWorked)
         return;
     const PixelImage image = DecodeJpeg(file, limit);
     tonekit::fuzz::Require(image.width <= size.width && image.height <= size.height && image.width > 0);
     EncodeJpeg(image, quality);
 }
 
-void Png(const std::vector<std::uint8_t> &file)
+void Png(const std::vector<uint8_t> &file)
 {
     const PictureSize size = SizeOfPng(file);
-    if (std::uint64_t{size.width} * size.height > kMostWorked)
+    if (uint64_t{size.width} * size.height > kMostWorked)
         return;
     const PngPicture picture = DecodePng(file);
     const PixelImage &image = picture.image;
@@ -41,17 +41,17 @@ void Png(const std::vector<std::uint8_t> &file)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     tonekit::fuzz::InputBytes input(data, size);
-    const std::uint32_t limit = input.Byte();
+    const uint32_t limit = input.Byte();
     const int quality = 1 + static_cast<int>(input.Below(100));
-    const std::vector<std::uint8_t> file(input.Rest(), input.Rest() + input.Size());
+    const std::vector<uint8_t> file(input.Rest(), input.Rest() + input.Size());
     const PictureFacts facts = FactsOf(file);
     MimeTypeOf(facts.kind);
     try {
         if (IsBmp(file)) {
-            if (std::uint64_t{facts.width} * facts.height > kMostWorked)
+            if (uint64_t{facts.width} * facts.height > kMostWorked)
                 return 0;
             const PixelImage image = DecodeBmp(file);
             tonekit::fuzz::Require(image.width > 0 && image.height > 0);
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     } catch (const Failure &) {
         return 0;
     }
-    if (std::uint64_t{facts.width} * facts.height > kMostWorked)
+    if (uint64_t{facts.width} * facts.height > kMostWorked)
         return 0;
     try {
         MakeCover(file, "cover", limit, quality);

@@ -11,13 +11,13 @@
 namespace {
 
 constexpr int kMostBlocks = 16;
-constexpr std::uint32_t kBlockFrames = 1024;
+constexpr uint32_t kBlockFrames = 1024;
 
 void ReadAll(tonekit::host::AudioReader &reader)
 {
     const tonekit::host::AudioFormat &format = reader.format();
     tonekit::fuzz::Require(format.channels >= 1 && format.channels <= 8);
-    std::vector<std::uint8_t> buffer(std::size_t{kBlockFrames} * format.channels * 8);
+    std::vector<uint8_t> buffer(size_t{kBlockFrames} * format.channels * 8);
     for (int block = 0; block < kMostBlocks; ++block)
         if (reader.Read(buffer.data(), kBlockFrames) == 0)
             return;
@@ -25,7 +25,7 @@ void ReadAll(tonekit::host::AudioReader &reader)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace tonekit::host;
     static tonekit::fuzz::MemoryFile file;

@@ -114,7 +114,7 @@ void Replace(const MemoryFile &file, TagKind kind, InputBytes &input)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static MemoryFile file;
     InputBytes input(data, size);

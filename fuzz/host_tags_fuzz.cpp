@@ -16,16 +16,16 @@ void Walk(const TagBlock *block)
 {
     TagBlockItem item;
     for (bool more = ID3Helper_GetFirst(block, &item); more; more = ID3Helper_GetNext(block, &item))
-        tonekit::fuzz::Require(item.key != nullptr && item.value != nullptr);
+        tonekit::fuzz::Require(item.key && item.value);
     TagBlockPicture picture;
     for (bool more = ID3Helper_GetFirstImage(block, &picture); more;
          more = ID3Helper_GetNextImage(block, &picture))
-        tonekit::fuzz::Require(picture.data != nullptr || picture.size == 0);
+        tonekit::fuzz::Require(picture.data || picture.size == 0);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static tonekit::fuzz::MemoryFile file;
     tonekit::fuzz::InputBytes input(data, size);

@@ -24,7 +24,7 @@ void CheckJson(const std::string &text)
 {
     int depth = 0;
     bool quoted = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         Require(c >= 0x20 || (c == '\n' && !quoted));
         if (quoted && c == '\\')
@@ -40,7 +40,7 @@ void CheckJson(const std::string &text)
 }
 
 // What a terminal gets has nothing that it obeys, and no more columns than asked for.
-void CheckTerminalText(const std::string &text, std::size_t columns)
+void CheckTerminalText(const std::string &text, size_t columns)
 {
     const std::string shown = TerminalText(text);
     for (const char c : shown)
@@ -166,7 +166,7 @@ void CheckLines(const std::string &text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     // The first half is text, the rest says what is reported.
     const std::string text(reinterpret_cast<const char *>(data), size - size / 2);

@@ -26,7 +26,7 @@ void Sheet(const std::string &text)
     Require(!sheet.files.empty());
     for (const CueFile &file : sheet.files) {
         Require(!file.tracks.empty());
-        for (size_t i = 1; i < file.tracks.size(); i++)
+        for (size_t i = 1; i < file.tracks.size(); ++i)
             Require(file.tracks[i].position > file.tracks[i - 1].position);
         Require(!TracksOf(sheet, file.name, "sheet").empty());
     }
@@ -161,7 +161,7 @@ void Read(const std::string &text, uint32_t which)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     tonekit::fuzz::InputBytes input(data, size);
     const uint32_t which = input.Below(19);

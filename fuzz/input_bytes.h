@@ -17,12 +17,12 @@ inline void Require(bool condition)
 // Zeros follow the input's end.
 class InputBytes {
 public:
-    InputBytes(const std::uint8_t *data, std::size_t size) : data_(data), size_(size) {}
+    InputBytes(const uint8_t *data, size_t size) : data_(data), size_(size) {}
     bool Empty() const { return size_ == 0; }
-    const std::uint8_t *Rest() const { return data_; }
-    std::size_t Size() const { return size_; }
+    const uint8_t *Rest() const { return data_; }
+    size_t Size() const { return size_; }
 
-    std::uint8_t Byte()
+    uint8_t Byte()
     {
         if (size_ == 0)
             return 0;
@@ -30,30 +30,30 @@ public:
         return *data_++;
     }
     bool Flag() { return (Byte() & 1) != 0; }
-    std::uint32_t Below(std::uint32_t limit) { return Byte() % limit; }
-    std::uint32_t Word()
+    uint32_t Below(uint32_t limit) { return Byte() % limit; }
+    uint32_t Word()
     {
-        std::uint32_t word = 0;
+        uint32_t word = 0;
         for (int i = 0; i < 4; ++i)
             word = word << 8 | Byte();
         return word;
     }
-    template <class Value, std::size_t Count>
+    template <class Value, size_t Count>
     Value OneOf(const Value (&values)[Count])
     {
         return values[Byte() % Count];
     }
-    std::vector<std::uint8_t> Take(std::size_t count)
+    std::vector<uint8_t> Take(size_t count)
     {
-        std::vector<std::uint8_t> taken(count);
-        for (std::uint8_t &byte : taken)
+        std::vector<uint8_t> taken(count);
+        for (uint8_t &byte : taken)
             byte = Byte();
         return taken;
     }
 
 private:
-    const std::uint8_t *data_;
-    std::size_t size_;
+    const uint8_t *data_;
+    size_t size_;
 };
 
 } // namespace tonekit::fuzz

@@ -1,5 +1,6 @@
 // kernels_fuzz.cpp: samples of any bits at any address through each load and store kernel and through changes
 // of the channels' order, in every body, against the model.
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
@@ -17,14 +18,14 @@ using tonekit::fuzz::EveryBody;
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::Require;
 using tonekit::reference::Encoding;
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 template <class Work>
-using Load = void(const void *, Work *, std::uint32_t);
+using Load = void(const void *, Work *, uint32_t);
 template <class Work>
-using Store = void(void *, const Work *, std::uint32_t);
+using Store = void(void *, const Work *, uint32_t);
 
-constexpr std::size_t kMostBytes = 1024;
-constexpr std::uint32_t kMostSpare = 8; // bytes before the samples, elements before the working samples
+constexpr size_t kMostBytes = 1024;
+constexpr uint32_t kMostSpare = 8; // bytes before the samples, elements before the working samples
 
 // The kernels of an encoding in every body.
 struct Kernels {
@@ -50,7 +51,7 @@ Kernels Named(Encoding encoding, const std::string &name, bool stored)
     return kernels;
 }
 
-const Kernels &KernelsAt(std::uint32_t index)
+const Kernels &KernelsAt(uint32_t index)
 {
     static const std::vector<Kernels> all = {
         Named(Encoding::kInt8, "Int8", true),       Named(Encoding::kInt16, "Int16", true),
@@ -61,41 +62,41 @@ const Kernels &KernelsAt(std::uint32_t index)
     return all[index % all.size()];
 }
 
-double Loaded(double, Encoding encoding, const std::uint8_t *bytes, double gain)
+double Loaded(double, Encoding encoding, const uint8_t *bytes, double gain)
 {
     return tonekit::reference::LoadedDouble(encoding, bytes, gain);
 }
 
-float Loaded(float, Encoding encoding, const std::uint8_t *bytes, double gain)
+float Loaded(float, Encoding encoding, const uint8_t *bytes, double gain)
 {
     return tonekit::reference::LoadedFloat(encoding, bytes, gain);
 }
 
-void StoreOne(Encoding encoding, double sample, std::uint8_t *bytes)
+void StoreOne(Encoding encoding, double sample, uint8_t *bytes)
 {
     tonekit::reference::StoreDouble(encoding, sample, bytes);
 }
 
-void StoreOne(Encoding encoding, float sample, std::uint8_t *bytes)
+void StoreOne(Encoding encoding, float sample, uint8_t *bytes)
 {
     tonekit::reference::StoreFloat(encoding, sample, bytes);
 }
 
 template <class Work>
 void CheckLoads(const std::vector<Load<Work> *> &bodies, Encoding encoding, const Bytes &data,
-                std::uint32_t spareBytes, std::uint32_t spare, double gain)
+                uint32_t spareBytes, uint32_t spare, double gain)
 {
-    const std::size_t bytes = tonekit::reference::Bytes(encoding);
-    const std::size_t count = bytes != 0 ? data.size() / bytes : data.size();
+    const size_t bytes = tonekit::reference::Bytes(encoding);
+    const size_t count = bytes != 0 ? data.size() / bytes : data.size();
     std::vector<Work> expected(count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i)
         expected[i] = Loaded(Work(), encoding, data.data() + i * bytes, gain);
     // Exactly as large as what is read, so that a sanitizer sees a read past it.
     Bytes source(spareBytes);
-    source.insert(source.end(), data.begin(), data.begin() + static_cast<std::ptrdiff_t>(count * bytes));
+    source.insert(source.end(), data.begin(), data.begin() + static_cast<ptrdiff_t>(count * bytes));
     for (Load<Work> *const body : bodies) {
         std::vector<Work> loaded(spare + count);
-        body(source.data() + spareBytes, loaded.data() + spare, static_cast<std::uint32_t>(count));
+        body(source.data() + spareBytes, loaded.data() + spare, static_cast<uint32_t>(count));
         Require(EqualSamples(expected.data(), loaded.data() + spare, count));
     }
 }
@@ -104,10 +105,10 @@ void CheckLoads(const std::vector<Load<Work> *> &bodies, Encoding encoding, cons
 template <class Work>
 std::vector<Work> TakeSamples(const Bytes &data, bool anyBits)
 {
-    const std::size_t bytes = anyBits ? sizeof(Work) : 2;
+    const size_t bytes = anyBits ? sizeof(Work) : 2;
     std::vector<Work> samples(data.size() / bytes);
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const std::uint8_t *const at = data.data() + i * bytes;
+    for (size_t i = 0; i < samples.size(); ++i) {
+        const uint8_t *const at = data.data() + i * bytes;
         samples[i] = anyBits ? tonekit::reference::FromBytes<Work>(at)
                              : static_cast<Work>(tonekit::reference::SignedValue(at, 2)) / Work(16384);
     }
@@ -116,17 +117,17 @@ std::vector<Work> TakeSamples(const Bytes &data, bool anyBits)
 
 template <class Work>
 void CheckStores(const std::vector<Store<Work> *> &bodies, Encoding encoding, const std::vector<Work> &data,
-                 std::uint32_t spareBytes, std::uint32_t spare)
+                 uint32_t spareBytes, uint32_t spare)
 {
-    const std::size_t bytes = tonekit::reference::Bytes(encoding);
+    const size_t bytes = tonekit::reference::Bytes(encoding);
     Bytes expected(spareBytes + data.size() * bytes);
-    for (std::size_t i = 0; i < data.size(); ++i)
+    for (size_t i = 0; i < data.size(); ++i)
         StoreOne(encoding, data[i], expected.data() + spareBytes + i * bytes);
     std::vector<Work> source(spare);
     source.insert(source.end(), data.begin(), data.end());
     for (Store<Work> *const body : bodies) {
         Bytes stored(expected.size());
-        body(stored.data() + spareBytes, source.data() + spare, static_cast<std::uint32_t>(data.size()));
+        body(stored.data() + spareBytes, source.data() + spare, static_cast<uint32_t>(data.size()));
         Require(stored == expected);
     }
 }
@@ -134,34 +135,34 @@ void CheckStores(const std::vector<Store<Work> *> &bodies, Encoding encoding, co
 void CheckOrder(InputBytes &input)
 {
     static const auto bodies = EveryBody<decltype(ChangeChannelOrder)>("ChangeChannelOrder");
-    constexpr std::uint32_t kLargestFrame = 72;
-    const std::uint32_t channels = input.Below(10);
-    const std::uint32_t bits = input.OneOf({8u, 16u, 24u, 32u, 64u, 40u, 12u, 4u, 0u});
-    const std::uint32_t frameBytes = channels * bits / 8;
+    constexpr uint32_t kLargestFrame = 72;
+    const uint32_t channels = input.Below(10);
+    const uint32_t bits = input.OneOf({8u, 16u, 24u, 32u, 64u, 40u, 12u, 4u, 0u});
+    const uint32_t frameBytes = channels * bits / 8;
     if (frameBytes > kLargestFrame)
         return;
     Bytes map = input.Take(2 * channels);
-    for (std::uint8_t &channel : map)
-        channel = static_cast<std::uint8_t>(channel % channels);
+    for (uint8_t &channel : map)
+        channel = static_cast<uint8_t>(channel % channels);
     const Bytes data(input.Rest(), input.Rest() + input.Size());
-    const std::size_t frames = frameBytes != 0 ? data.size() / frameBytes : data.size();
-    const Bytes audio(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(frames * frameBytes));
+    const size_t frames = frameBytes != 0 ? data.size() / frameBytes : data.size();
+    const Bytes audio(data.begin(), data.begin() + static_cast<ptrdiff_t>(frames * frameBytes));
     Bytes expected = audio;
-    for (std::size_t frame = 0; frame < frames; ++frame)
-        for (std::size_t pair = 0; pair < map.size(); pair += 2)
-            for (std::uint32_t byte = 0; byte < bits / 8; ++byte)
+    for (size_t frame = 0; frame < frames; ++frame)
+        for (size_t pair = 0; pair < map.size(); pair += 2)
+            for (uint32_t byte = 0; byte < bits / 8; ++byte)
                 expected[frame * frameBytes + map[pair + 1] * (bits / 8) + byte] =
                     audio[frame * frameBytes + map[pair] * (bits / 8) + byte];
     for (auto *const body : bodies) {
         Bytes changed = audio;
-        body(changed.data(), static_cast<std::uint32_t>(frames), bits, channels, map.data());
+        body(changed.data(), static_cast<uint32_t>(frames), bits, channels, map.data());
         Require(changed == expected);
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
 {
     static constexpr double kGains[] = {1.0,
                                         1.1220184543019633,
@@ -171,17 +172,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
                                         1.7782794100389228,
                                         1.9952623149688795};
     InputBytes input(bytes, std::min(size, kMostBytes));
-    const std::uint32_t which = input.Below(10);
+    const uint32_t which = input.Below(10);
     if (which == 9) {
         CheckOrder(input);
         return 0;
     }
     const Kernels &kernels = KernelsAt(which);
-    const std::uint8_t how = input.Byte();
-    const std::uint32_t spareBytes = how % kMostSpare;
-    const std::uint32_t spare = how / kMostSpare % kMostSpare;
+    const uint8_t how = input.Byte();
+    const uint32_t spareBytes = how % kMostSpare;
+    const uint32_t spare = how / kMostSpare % kMostSpare;
     const bool anyBits = (how & 0x80) != 0;
-    const std::uint32_t gain = input.Below(7);
+    const uint32_t gain = input.Below(7);
     SetHDCDGain(gain);
     const Bytes data(input.Rest(), input.Rest() + input.Size());
     CheckLoads(kernels.loadDouble, kernels.encoding, data, spareBytes, spare, kGains[gain]);

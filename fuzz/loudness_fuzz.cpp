@@ -13,15 +13,15 @@ using tonekit::fuzz::Require;
 
 namespace {
 
-constexpr std::uint32_t kRates[] = {44100, 48000, 8000, 96000, 192000, 100, 99, 16, 0, 2822401};
+constexpr uint32_t kRates[] = {44100, 48000, 8000, 96000, 192000, 100, 99, 16, 0, 2822401};
 
 // Full scale and below; sometimes any bits at all.
-double TakeSample(InputBytes &input, std::uint32_t &noise, bool wild)
+double TakeSample(InputBytes &input, uint32_t &noise, bool wild)
 {
     noise = noise * 1664525 + 1013904223;
     if (!wild || input.Empty())
-        return static_cast<double>(static_cast<std::int32_t>(noise)) / 2147483648.0;
-    const std::uint64_t bits = std::uint64_t{input.Word()} << 32 | noise;
+        return static_cast<double>(static_cast<int32_t>(noise)) / 2147483648.0;
+    const uint64_t bits = uint64_t{input.Word()} << 32 | noise;
     double value = 0;
     std::memcpy(&value, &bits, sizeof value);
     return value;
@@ -29,11 +29,11 @@ double TakeSample(InputBytes &input, std::uint32_t &noise, bool wild)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     InputBytes input(data, size);
-    std::uint32_t channels = input.Below(9);
-    const std::uint32_t rate = input.OneOf(kRates);
+    uint32_t channels = input.Below(9);
+    const uint32_t rate = input.OneOf(kRates);
     const bool truePeak = input.Flag();
     ReplayGainState *state =
         truePeak ? ReplayGain_Init_TruePeak(channels, rate) : ReplayGain_Init(channels, rate);
@@ -42,18 +42,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Require(missing == refused);
     bool exact = !refused && !truePeak;
     double peak = 0;
-    std::uint64_t total = 0;
-    std::uint32_t noise = 1;
+    uint64_t total = 0;
+    uint32_t noise = 1;
     for (int block = 0; block < 8 && !input.Empty(); ++block) {
-        const std::uint8_t action = input.Byte();
+        const uint8_t action = input.Byte();
         if ((action & 7) == 0) {
             channels = input.Below(9);
             ReplayGain_Change(state, channels, input.OneOf(kRates));
             exact = false;
             continue;
         }
-        const std::uint32_t frames = input.Byte() * 8;
-        std::vector<double> samples(std::size_t{frames} * channels);
+        const uint32_t frames = input.Byte() * 8;
+        std::vector<double> samples(size_t{frames} * channels);
         for (double &sample : samples) {
             sample = TakeSample(input, noise, (action & 8) != 0);
             if (std::isnan(sample))

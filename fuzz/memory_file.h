@@ -22,7 +22,7 @@ public:
     MemoryFile &operator=(const MemoryFile &) = delete;
 
     const std::string &Path() const { return path_; }
-    void Set(const std::uint8_t *data, std::size_t size)
+    void Set(const uint8_t *data, size_t size)
     {
         Require(ftruncate(descriptor_, 0) == 0);
         Require(pwrite(descriptor_, data, size, 0) == static_cast<ssize_t>(size));

@@ -2,6 +2,7 @@
 // and without the limiter, dither, the filter section in its eight designs, and the prediction beyond both
 // ends. All of it in every body against the model.
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
@@ -26,16 +27,16 @@ using tonekit::fuzz::EveryBody;
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::Require;
 
-constexpr std::size_t kMostSamples = 512;
+constexpr size_t kMostSamples = 512;
 
 // The samples of the input: any bits, or 16-bit ones up to twice as loud as full scale.
 template <class Work>
 std::vector<Work> TakeSamples(InputBytes &input, bool anyBits)
 {
-    const std::size_t bytes = anyBits ? sizeof(Work) : 2;
+    const size_t bytes = anyBits ? sizeof(Work) : 2;
     std::vector<Work> samples(std::min(input.Size() / bytes, kMostSamples));
     for (Work &sample : samples) {
-        const std::vector<std::uint8_t> taken = input.Take(bytes);
+        const std::vector<uint8_t> taken = input.Take(bytes);
         sample = anyBits ? tonekit::reference::FromBytes<Work>(taken.data())
                          : static_cast<Work>(tonekit::reference::SignedValue(taken.data(), 2)) / Work(16384);
     }
@@ -70,7 +71,7 @@ std::vector<Function *> BodiesOf(const std::string &before, const std::string &a
 
 // The matrix of two channel counts, from the model's numbers.
 template <class Work>
-void FillMatrix(std::uint32_t inputs, std::uint32_t outputs, Work (&matrix)[8][8])
+void FillMatrix(uint32_t inputs, uint32_t outputs, Work (&matrix)[8][8])
 {
     for (const auto &known : tonekit::reference::kMixMatrices)
         if (known.input == inputs && known.output == outputs)
@@ -92,24 +93,23 @@ void CheckSelection(const tonekit::MixSelection &selection, const Work (&matrix)
 template <class Work>
 void CheckMix(InputBytes &input, bool anyBits)
 {
-    using Plain = void(const Work(*)[8], std::uint32_t, std::uint32_t, std::uint32_t, const Work *, Work *,
-                       std::uint32_t);
-    using Limited = void(const Work(*)[8], std::uint32_t, std::uint32_t, std::uint32_t, const Work *, Work *,
-                         std::uint32_t, Work *);
+    using Plain = void(const Work(*)[8], uint32_t, uint32_t, uint32_t, const Work *, Work *, uint32_t);
+    using Limited =
+        void(const Work(*)[8], uint32_t, uint32_t, uint32_t, const Work *, Work *, uint32_t, Work *);
     static const auto plain = BodiesOf<Plain, Work>("MixPlain", "");
     static const auto limited = BodiesOf<Limited, Work>("MixLimited", "");
-    const std::uint32_t inputs = input.Below(10);
-    const std::uint32_t columns = input.Below(10);
+    const uint32_t inputs = input.Below(10);
+    const uint32_t columns = input.Below(10);
     const Work firstGain = Work(1) - static_cast<Work>(input.Byte()) / Work(512);
     const tonekit::MixSelection selection = tonekit::SelectMix(inputs, columns);
-    const std::uint32_t rows = std::min(inputs, 8u);
+    const uint32_t rows = std::min(inputs, 8u);
     Require(selection.columns == columns && selection.rows == rows);
     Work matrix[8][8] = {};
     FillMatrix<Work>(rows == 3 ? 2 : rows, columns, matrix); // three channels are mixed as two
     CheckSelection<Work>(selection, matrix);
     const std::vector<Work> samples = TakeSamples<Work>(input, anyBits);
-    const auto frames = static_cast<std::uint32_t>(samples.size() / std::max(inputs, 1u));
-    std::vector<Work> expected(std::size_t{frames} * columns);
+    const auto frames = static_cast<uint32_t>(samples.size() / std::max(inputs, 1u));
+    std::vector<Work> expected(size_t{frames} * columns);
     tonekit::reference::MixPlain(matrix, rows, inputs, columns, samples.data(), expected.data(), frames);
     for (Plain *const body : plain) {
         std::vector<Work> mixed(expected.size());
@@ -138,21 +138,21 @@ template <class Work>
 void CheckDither(InputBytes &input, bool anyBits)
 {
     using Dither = typename Form<Work>::Dither;
-    using Process = void(Dither *, std::int32_t, Work, Work *, std::uint32_t, std::uint32_t);
+    using Process = void(Dither *, int32_t, Work, Work *, uint32_t, uint32_t);
     static const auto blocks = BodiesOf<Process, Work>("", "DitherProcessBlock");
     static const auto wholes = BodiesOf<Process, Work>("", "DitherProcessFrames");
-    const auto mode = static_cast<std::int32_t>(input.Below(5)) - 1;
+    const auto mode = static_cast<int32_t>(input.Below(5)) - 1;
     const Work scale = input.OneOf({Work(128), Work(32768), Work(8388608), Work(3)});
-    const std::uint32_t channels = 1 + input.Below(8);
-    const std::uint32_t seed = input.Word();
+    const uint32_t channels = 1 + input.Below(8);
+    const uint32_t seed = input.Word();
     const std::vector<Work> samples = TakeSamples<Work>(input, anyBits);
-    const auto frames = static_cast<std::uint32_t>(samples.size() / channels);
-    const std::uint32_t count = frames * channels;
+    const auto frames = static_cast<uint32_t>(samples.size() / channels);
+    const uint32_t count = frames * channels;
 
     std::vector<tonekit::reference::Dither<Work>> models(channels);
     tonekit::reference::Noise noise{seed};
     std::vector<Work> expected = samples;
-    for (std::uint32_t channel = 0; channel < channels && channel < count; ++channel)
+    for (uint32_t channel = 0; channel < channels && channel < count; ++channel)
         models[channel].Block(mode, scale, expected.data() + channel, count - channel, channels, noise);
     for (Process *const body : wholes) {
         std::vector<Dither> dithers(channels);
@@ -160,7 +160,7 @@ void CheckDither(InputBytes &input, bool anyBits)
         tonekit::SetDitherSeed(seed);
         body(dithers.data(), mode, scale, dithered.data(), frames, channels);
         Require(Equal(expected, dithered) && tonekit::DitherSeed() == noise.seed);
-        for (std::uint32_t channel = 0; channel < channels; ++channel)
+        for (uint32_t channel = 0; channel < channels; ++channel)
             Require(EqualDithers<Work>(models[channel], dithers[channel]));
     }
     for (Process *const body : blocks) {
@@ -169,7 +169,7 @@ void CheckDither(InputBytes &input, bool anyBits)
         std::vector<Work> dithered = samples;
         tonekit::SetDitherSeed(seed);
         body(&dither, mode, scale, dithered.data(), count, channels);
-        for (std::uint32_t i = 0; i < count; i += channels)
+        for (uint32_t i = 0; i < count; i += channels)
             Require(EqualSamples(&expected[i], &dithered[i], 1));
     }
     if (count == 0)
@@ -189,8 +189,8 @@ void CheckDither(InputBytes &input, bool anyBits)
 float TakeNumber(InputBytes &input, float plain)
 {
     if (input.Flag())
-        return plain * static_cast<float>(static_cast<std::int8_t>(input.Byte())) / 64;
-    const std::uint32_t word = input.Word();
+        return plain * static_cast<float>(static_cast<int8_t>(input.Byte())) / 64;
+    const uint32_t word = input.Word();
     float number;
     std::memcpy(&number, &word, sizeof number);
     return number;
@@ -198,7 +198,7 @@ float TakeNumber(InputBytes &input, float plain)
 
 void Design(InputBytes &input, Biquad *filter)
 {
-    const auto rate = static_cast<std::int32_t>(input.OneOf({44100u, 48000u, 8000u, 1u, 0u, 192000u}));
+    const auto rate = static_cast<int32_t>(input.OneOf({44100u, 48000u, 8000u, 1u, 0u, 192000u}));
     const float frequency = TakeNumber(input, 12000.0f);
     const float form = TakeNumber(input, 1.0f);
     switch (input.Below(8)) {
@@ -224,15 +224,15 @@ void Design(InputBytes &input, Biquad *filter)
 template <class Work>
 void CheckFilter(InputBytes &input, bool anyBits)
 {
-    using Run = void(Biquad *, std::uint32_t, const Work *, Work *);
-    using RunStrided = void(Biquad *, std::uint32_t, const Work *, Work *, std::uint32_t);
+    using Run = void(Biquad *, uint32_t, const Work *, Work *);
+    using RunStrided = void(Biquad *, uint32_t, const Work *, Work *, uint32_t);
     static const auto runs = BodiesOf<Run, Work>("BiquadRun", "");
     static const auto strided = BodiesOf<RunStrided, Work>("BiquadRunStrided", "");
     Biquad designed;
     Design(input, &designed);
-    const std::uint32_t stride = 1 + input.Below(8);
+    const uint32_t stride = 1 + input.Below(8);
     const std::vector<Work> samples = TakeSamples<Work>(input, anyBits);
-    const auto count = static_cast<std::uint32_t>(samples.size());
+    const auto count = static_cast<uint32_t>(samples.size());
     tonekit::reference::Section section{designed.b0, designed.b1, designed.b2, designed.a1, designed.a2};
     std::vector<Work> expected = samples;
     for (Work &sample : expected)
@@ -246,7 +246,7 @@ void CheckFilter(InputBytes &input, bool anyBits)
     }
     section = {designed.b0, designed.b1, designed.b2, designed.a1, designed.a2};
     expected = samples;
-    for (std::uint32_t i = 0; i < count; i += stride)
+    for (uint32_t i = 0; i < count; i += stride)
         expected[i] = section.Step(expected[i]);
     for (RunStrided *const body : strided) {
         Biquad filter = designed;
@@ -259,18 +259,18 @@ void CheckFilter(InputBytes &input, bool anyBits)
 template <class Work>
 void CheckPrediction(InputBytes &input, bool anyBits)
 {
-    using Extrapolate = void(Work *, std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, std::uint32_t);
+    using Extrapolate = void(Work *, uint32_t, int32_t, int32_t, uint32_t, uint32_t);
     static const auto bodies = BodiesOf<Extrapolate, Work>("LpcExtrapolate", "");
-    const auto channels = static_cast<std::int32_t>(1 + input.Below(4));
-    const auto order = static_cast<std::int32_t>(input.Below(42)) - 1;
-    const std::uint32_t before = input.Below(70);
-    const std::uint32_t after = input.Below(70);
+    const auto channels = static_cast<int32_t>(1 + input.Below(4));
+    const auto order = static_cast<int32_t>(input.Below(42)) - 1;
+    const uint32_t before = input.Below(70);
+    const uint32_t after = input.Below(70);
     const std::vector<Work> samples = TakeSamples<Work>(input, anyBits);
-    const auto length = static_cast<std::uint32_t>(samples.size()) / static_cast<std::uint32_t>(channels);
-    const auto frame = static_cast<std::ptrdiff_t>(channels);
+    const auto length = static_cast<uint32_t>(samples.size()) / static_cast<uint32_t>(channels);
+    const auto frame = static_cast<ptrdiff_t>(channels);
     std::vector<Work> buffer;
     buffer.reserve(1); // an empty one has an address, too
-    buffer.resize((std::size_t{before} + length + after) * static_cast<std::size_t>(channels));
+    buffer.resize((size_t{before} + length + after) * static_cast<size_t>(channels));
     std::copy_n(samples.begin(), length * frame, buffer.begin() + before * frame);
     std::vector<Work> expected = buffer;
     tonekit::reference::Extrapolate(expected, length, channels, order, before, after);
@@ -284,7 +284,7 @@ void CheckPrediction(InputBytes &input, bool anyBits)
 }
 
 template <class Work>
-void CheckOne(InputBytes &input, std::uint32_t step, bool anyBits)
+void CheckOne(InputBytes &input, uint32_t step, bool anyBits)
 {
     switch (step) {
     case 0:
@@ -300,10 +300,10 @@ void CheckOne(InputBytes &input, std::uint32_t step, bool anyBits)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     InputBytes input(data, size);
-    const std::uint32_t how = input.Byte();
+    const uint32_t how = input.Byte();
     const bool anyBits = (how & 8) != 0;
     if ((how & 4) != 0)
         CheckOne<float>(input, how & 3, anyBits);

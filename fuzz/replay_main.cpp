@@ -10,11 +10,11 @@
 
 #include "tests/support/random.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace {
 
-using Input = std::vector<std::uint8_t>;
+using Input = std::vector<uint8_t>;
 
 Input ReadFile(const std::filesystem::path &path)
 {
@@ -38,29 +38,29 @@ std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path &path)
 // An exactly sized copy, so that a read past the input's end is caught by a sanitizer.
 void RunOne(const Input &input)
 {
-    const std::vector<std::uint8_t> copy(input);
+    const std::vector<uint8_t> copy(input);
     LLVMFuzzerTestOneInput(copy.data(), copy.size());
 }
 
 Input Mutate(Input input, tonekit::Random &random)
 {
-    const std::uint32_t changes = 1 + random.Below(8);
-    for (std::uint32_t change = 0; change < changes; ++change) {
-        const std::uint32_t place = random.Below(static_cast<std::uint32_t>(input.size()) + 1);
+    const uint32_t changes = 1 + random.Below(8);
+    for (uint32_t change = 0; change < changes; ++change) {
+        const uint32_t place = random.Below(static_cast<uint32_t>(input.size()) + 1);
         switch (random.Below(4)) {
         case 0:
-            input.insert(input.begin() + place, static_cast<std::uint8_t>(random.Next()));
+            input.insert(input.begin() + place, static_cast<uint8_t>(random.Next()));
             break;
         case 1:
             input.resize(place);
             break;
         case 2:
             if (place < input.size())
-                input[place] ^= static_cast<std::uint8_t>(1u << random.Below(8));
+                input[place] ^= static_cast<uint8_t>(1u << random.Below(8));
             break;
         default:
             if (place < input.size())
-                input[place] = static_cast<std::uint8_t>(random.Next());
+                input[place] = static_cast<uint8_t>(random.Next());
             break;
         }
     }
@@ -71,8 +71,8 @@ Input Mutate(Input input, tonekit::Random &random)
 
 int main(int argc, char **argv)
 {
-    std::uint64_t rounds = 0;
-    std::uint64_t seed = 1;
+    uint64_t rounds = 0;
+    uint64_t seed = 1;
     std::vector<Input> inputs = {{}};
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -89,8 +89,8 @@ int main(int argc, char **argv)
     for (const Input &input : inputs)
         RunOne(input);
     tonekit::Random random(seed);
-    for (std::uint64_t round = 0; round < rounds; ++round)
-        RunOne(Mutate(inputs[random.Below(static_cast<std::uint32_t>(inputs.size()))], random));
+    for (uint64_t round = 0; round < rounds; ++round)
+        RunOne(Mutate(inputs[random.Below(static_cast<uint32_t>(inputs.size()))], random));
     std::printf("%zu inputs and %llu random rounds from seed %llu\n", inputs.size(),
                 static_cast<unsigned long long>(rounds), static_cast<unsigned long long>(seed));
     return 0;

@@ -27,8 +27,8 @@ void Require(bool condition)
 template <class Add>
 void InPieces(const Bytes &message, Add add)
 {
-    for (std::size_t at = 0; at < message.size();) {
-        const std::size_t piece = std::min<std::size_t>(message[at], message.size() - at);
+    for (size_t at = 0; at < message.size();) {
+        const size_t piece = std::min<size_t>(message[at], message.size() - at);
         add(message.data() + at, static_cast<uint32_t>(piece));
         if (piece == 0) {
             add(message.data() + at, 1);
@@ -91,7 +91,7 @@ void Check(const Bytes &key, const Bytes &message)
     const auto &bodies = Bodies<bits>();
     const Bytes digest = Digest(bodies[0], message);
     const Bytes mac = Mac(bodies[0], key, message);
-    for (std::size_t i = 1; i < bodies.size(); ++i) {
+    for (size_t i = 1; i < bodies.size(); ++i) {
         // Letters may share a body.
         if (bodies[i].hash == bodies[i - 1].hash && bodies[i].update == bodies[i - 1].update)
             continue;
@@ -105,7 +105,7 @@ void Check(const Bytes &key, const Bytes &message)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     size = std::min(size, kLongestInput);
-    const std::size_t keySize = size ? std::min<std::size_t>(data[0], size - 1) : 0;
+    const size_t keySize = size ? std::min<size_t>(data[0], size - 1) : 0;
     const uint8_t *const rest = size ? data + 1 : data;
     const Bytes key(rest, rest + keySize);
     const Bytes message(rest + keySize, data + size);

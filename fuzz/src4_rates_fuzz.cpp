@@ -9,7 +9,7 @@ using tonekit::fuzz::Conversion;
 using tonekit::fuzz::InputBytes;
 
 struct RatePair {
-    std::uint32_t input, output;
+    uint32_t input, output;
 };
 
 // The first ones are those of most inputs.
@@ -17,18 +17,18 @@ constexpr RatePair kRates[] = {{24000, 48000}, {48000, 24000}, {44100, 88200}, {
                                {1, 2},         {2, 1},         {8000, 16000},  {3, 6},
                                {44100, 48000}, {48000, 44100}, {8000, 48000},  {192000, 8000},
                                {48000, 47999}, {96000, 44100}, {11025, 32000}, {1, 24}};
-constexpr std::uint32_t kUsualRates = 4;
-constexpr std::uint32_t kRare = 0xC0;
+constexpr uint32_t kUsualRates = 4;
+constexpr uint32_t kRare = 0xC0;
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     InputBytes input(data, size);
-    const std::uint32_t which = input.Byte();
+    const uint32_t which = input.Byte();
     const bool rare = which >= kRare;
     const RatePair rates = kRates[rare ? which % std::size(kRates) : which % kUsualRates];
-    const std::uint32_t span = input.OneOf({0u, 0u, 0u, 24u, 0u, 31u, 0u, 33u, 0xFFFFFFFFu});
+    const uint32_t span = input.OneOf({0u, 0u, 0u, 24u, 0u, 31u, 0u, 33u, 0xFFFFFFFFu});
     Conversion c = TakeConversion(input, rates.input, rates.output);
     if (rare)
         c.span = span;

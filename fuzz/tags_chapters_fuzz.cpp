@@ -15,25 +15,25 @@ namespace {
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::Require;
 
-constexpr std::size_t kLongestInput = 512;
+constexpr size_t kLongestInput = 512;
 
 // A block whose buffer is exactly as long as its items, so that a sanitizer sees a read past them.
-TagBlock *BlockOf(const std::vector<std::uint8_t> &items)
+TagBlock *BlockOf(const std::vector<uint8_t> &items)
 {
     TagBlock *block = ID3Helper_Alloc();
     if (items.empty())
         return block;
     std::free(block->buffer);
-    block->buffer = static_cast<std::uint8_t *>(std::malloc(items.size()));
+    block->buffer = static_cast<uint8_t *>(std::malloc(items.size()));
     std::copy(items.begin(), items.end(), block->buffer);
-    block->capacity = block->used = static_cast<std::uint32_t>(items.size());
+    block->capacity = block->used = static_cast<uint32_t>(items.size());
     return block;
 }
 
 std::string TakeText(InputBytes &input)
 {
     std::string text;
-    for (std::uint32_t left = input.Below(24); left > 0; --left)
+    for (uint32_t left = input.Below(24); left > 0; --left)
         text += static_cast<char>(input.Byte());
     return text.c_str();
 }
@@ -50,11 +50,11 @@ void Number(TagBlock *block, InputBytes &input, bool sound)
 {
     const std::string key = "n" + TakeText(input);
     const bool absent = sound && *ID3Helper_GetStr(block, key.c_str()) == 0;
-    const std::uint64_t number = std::uint64_t{input.Word()} << 32 | input.Word();
-    const auto small = static_cast<std::uint32_t>(number);
+    const uint64_t number = uint64_t{input.Word()} << 32 | input.Word();
+    const auto small = static_cast<uint32_t>(number);
     float real = 0;
     std::memcpy(&real, &small, sizeof real);
-    const std::uint32_t before = block->used;
+    const uint32_t before = block->used;
     switch (input.Below(3)) {
     case 0:
         ID3Helper_AddDword(block, key.c_str(), small);
@@ -76,8 +76,8 @@ void Number(TagBlock *block, InputBytes &input, bool sound)
 
 void Chapter(TagBlock *block, InputBytes &input)
 {
-    const std::uint32_t number = input.Below(4) == 0 ? input.Word() : input.Byte();
-    const std::uint64_t position = std::uint64_t{input.Word()} << (input.Flag() ? 32 : 8);
+    const uint32_t number = input.Below(4) == 0 ? input.Word() : input.Byte();
+    const uint64_t position = uint64_t{input.Word()} << (input.Flag() ? 32 : 8);
     const std::string name = TakeText(input);
     if (input.Flag())
         ID3Helper_AddChapter_UTF8(block, number, position, name.c_str());
@@ -108,7 +108,7 @@ void Read(const TagBlock *block)
 {
     Require(ID3Helper_GetChapterCount_Position(block) + ID3Helper_GetChapterCount_Name(block) <= block->used);
     ID3Helper_GetChapterTotal(block);
-    for (const std::int32_t number : {INT32_MIN, -1, 0, 1, 2, 255, INT32_MAX}) {
+    for (const int32_t number : {INT32_MIN, -1, 0, 1, 2, 255, INT32_MAX}) {
         ID3Helper_GetChapter_Position(block, number);
         Require(std::strlen(ID3Helper_GetChapter_Name(block, number)) <= block->used);
     }
@@ -120,12 +120,12 @@ void Read(const TagBlock *block)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     InputBytes input(data, std::min(size, kLongestInput));
-    const std::size_t items = std::min<std::size_t>(input.Byte(), input.Size());
+    const size_t items = std::min<size_t>(input.Byte(), input.Size());
     const bool sound = input.Flag();
-    TagBlock *block = BlockOf(sound ? std::vector<std::uint8_t>() : input.Take(items));
+    TagBlock *block = BlockOf(sound ? std::vector<uint8_t>() : input.Take(items));
     for (int step = 0; step < 16 && !input.Empty(); ++step) {
         switch (input.Below(3)) {
         case 0:

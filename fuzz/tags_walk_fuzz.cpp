@@ -62,7 +62,7 @@ void CheckPictures(const TagBlock *block, const TagBlockModel &model)
         const uint8_t *const data = ID3Helper_GetImage(block, type, &mime, &size);
         const auto expected = model.GetImage(type);
         Require((data != nullptr) == expected.has_value());
-        if (data != nullptr)
+        if (data)
             Require(expected->data == std::string(reinterpret_cast<const char *>(data), size));
     }
 }

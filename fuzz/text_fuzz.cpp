@@ -55,7 +55,7 @@ bool Switches(const char *name, const std::u16string &units)
 void CheckSet(const char *name, const std::string &bytes, const std::u16string &units)
 {
     tonekit_char16 *decoded = tonekit::DecodeText(name, bytes.c_str());
-    if (decoded == nullptr)
+    if (!decoded)
         return; // the system lacks the converter
     UNC_freeWStr(decoded);
     const std::string encoded = Take(tonekit::EncodeText(name, units.c_str()));

@@ -22,7 +22,7 @@ void CheckRoundTrip(char letter, const Bytes &data)
     const std::string text = Packed(letter, data);
     Require(text == Packed('A', data));
     Require(text.size() == data.size() / 3 * 4 + (data.size() % 3 ? data.size() % 3 + 1 : 0));
-    Require(std::all_of(text.begin(), text.end(), [](char one) { return one >= 0x20 && one <= 0x5f; }));
+    Require(std::all_of(text.begin(), text.end(), [](char one) { return one >= 0x20 && one <= 0x5F; }));
     const std::optional<Bytes> again = Unpacked(letter, text);
     Require(data.empty() ? !again : again == data);
 }

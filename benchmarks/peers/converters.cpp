@@ -1,6 +1,7 @@
 // converters.cpp: whole conversions by the peers.
 #include "benchmarks/peers/converters.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -30,8 +31,7 @@ Samples WithLibsamplerate(int quality, const Samples &input, uint32_t channels, 
     const std::vector<float> in(input.begin(), input.end());
     const double ratio = static_cast<double>(outputRate) / inputRate;
     const auto inFrames = static_cast<long>(input.size() / channels);
-    std::vector<float> out((static_cast<std::size_t>(static_cast<double>(inFrames) * ratio) + 1000) *
-                           channels);
+    std::vector<float> out((static_cast<size_t>(static_cast<double>(inFrames) * ratio) + 1000) * channels);
     SRC_DATA data = {};
     data.data_in = in.data();
     data.data_out = out.data();
@@ -63,15 +63,15 @@ Samples WithLibswresample(bool longFilter, const Samples &input, uint32_t channe
     if (swr_init(context) < 0)
         throw std::runtime_error("libswresample failed");
     const auto inFrames = static_cast<int>(input.size() / channels);
-    Samples out((static_cast<std::size_t>(inFrames) * outputRate / inputRate + 5000) * channels);
+    Samples out((static_cast<size_t>(inFrames) * outputRate / inputRate + 5000) * channels);
     const auto capacity = static_cast<int>(out.size() / channels);
     const auto *in = reinterpret_cast<const uint8_t *>(input.data());
     auto *first = reinterpret_cast<uint8_t *>(out.data());
     const int produced = swr_convert(context, &first, capacity, &in, inFrames);
-    auto *rest = reinterpret_cast<uint8_t *>(out.data() + std::size_t(produced) * channels);
+    auto *rest = reinterpret_cast<uint8_t *>(out.data() + size_t(produced) * channels);
     const int drained = swr_convert(context, &rest, capacity - produced, nullptr, 0);
     swr_free(&context);
-    out.resize(std::size_t(produced + drained) * channels);
+    out.resize(size_t(produced + drained) * channels);
     return out;
 }
 
@@ -98,9 +98,9 @@ Samples WithSox(const Samples &input, uint32_t channels, uint32_t inputRate, uin
 }
 
 // The frames that a stream becomes at another rate, rounded to the nearest.
-std::size_t ExpectedFrames(std::size_t frames, uint32_t inputRate, uint32_t outputRate)
+size_t ExpectedFrames(size_t frames, uint32_t inputRate, uint32_t outputRate)
 {
-    return static_cast<std::size_t>((uint64_t{frames} * outputRate + inputRate / 2) / inputRate);
+    return static_cast<size_t>((uint64_t{frames} * outputRate + inputRate / 2) / inputRate);
 }
 
 // Half a filter of silence goes in first and is what makes the output start with the input; more follows it,
@@ -123,7 +123,7 @@ Samples WithZita(const Samples &input, uint32_t channels, uint32_t inputRate, ui
     resampler.inp_count = static_cast<unsigned>(resampler.inpsize());
     resampler.inp_data = nullptr;
     resampler.process();
-    return Samples(out.begin(), out.end() - static_cast<std::ptrdiff_t>(resampler.out_count) * channels);
+    return Samples(out.begin(), out.end() - static_cast<ptrdiff_t>(resampler.out_count) * channels);
 }
 
 // At the highest of its qualities. Works in float.
@@ -132,14 +132,14 @@ Samples WithSpeexdsp(const Samples &input, uint32_t channels, uint32_t inputRate
     int error = 0;
     SpeexResamplerState *state =
         speex_resampler_init(channels, inputRate, outputRate, SPEEX_RESAMPLER_QUALITY_MAX, &error);
-    if (state == nullptr)
+    if (!state)
         throw std::runtime_error("speexdsp failed");
     speex_resampler_skip_zeros(state);
     std::vector<float> in(input.begin(), input.end());
-    in.resize(in.size() + std::size_t(speex_resampler_get_input_latency(state)) * channels);
+    in.resize(in.size() + size_t(speex_resampler_get_input_latency(state)) * channels);
     std::vector<float> out(ExpectedFrames(input.size() / channels, inputRate, outputRate) * channels);
-    std::size_t taken = 0;
-    std::size_t made = 0;
+    size_t taken = 0;
+    size_t made = 0;
     while (taken < in.size() && made < out.size()) {
         auto inFrames = static_cast<uint32_t>((in.size() - taken) / channels);
         auto outFrames = static_cast<uint32_t>((out.size() - made) / channels);
@@ -147,11 +147,11 @@ Samples WithSpeexdsp(const Samples &input, uint32_t channels, uint32_t inputRate
                                                   &outFrames);
         if (inFrames == 0 && outFrames == 0)
             break;
-        taken += std::size_t{inFrames} * channels;
-        made += std::size_t{outFrames} * channels;
+        taken += size_t{inFrames} * channels;
+        made += size_t{outFrames} * channels;
     }
     speex_resampler_destroy(state);
-    return Samples(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(made));
+    return Samples(out.begin(), out.begin() + static_cast<ptrdiff_t>(made));
 }
 
 } // namespace

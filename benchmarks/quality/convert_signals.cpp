@@ -1,6 +1,7 @@
 // convert_signals.cpp: converts test signals from standard input with a named converter, or measures its
 // speed.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -33,12 +34,12 @@ std::vector<double> WithSoxr(uint32_t span, const std::vector<double> &input, ui
                              uint32_t inputRate, uint32_t outputRate)
 {
     const std::vector<Sample> in(input.begin(), input.end());
-    const std::size_t inFrames = in.size() / channels;
+    const size_t inFrames = in.size() / channels;
     std::vector<Sample> out((inFrames * outputRate / inputRate + 4096) * channels);
     const soxr_t resampler = reference::NewResampler(inputRate, outputRate, channels, span);
-    std::size_t consumed = 0;
-    std::size_t produced = 0;
-    std::size_t total = 0;
+    size_t consumed = 0;
+    size_t produced = 0;
+    size_t total = 0;
     soxr_process(resampler, in.data(), inFrames, &consumed, out.data(), out.size() / channels, &produced);
     do {
         total += produced;
@@ -46,14 +47,14 @@ std::vector<double> WithSoxr(uint32_t span, const std::vector<double> &input, ui
                      out.size() / channels - total, &produced);
     } while (produced != 0);
     soxr_delete(resampler);
-    return {out.begin(), out.begin() + static_cast<std::ptrdiff_t>(total * channels)};
+    return {out.begin(), out.begin() + static_cast<ptrdiff_t>(total * channels)};
 }
 
 // "tonekit QUALITY FILTER ALIASING" for every setting, "soxr QUALITY", and the peers by their names.
 std::vector<Converter> AllConverters()
 {
     std::vector<Converter> all;
-    for (std::size_t quality = 0; quality < std::size(kSpans); ++quality) {
+    for (size_t quality = 0; quality < std::size(kSpans); ++quality) {
         const uint32_t span = kSpans[quality];
         for (uint32_t filter = 0; filter < std::size(kFilters); ++filter)
             for (const bool aliasing : {false, true})
@@ -76,7 +77,7 @@ std::vector<Converter> AllConverters()
     return all;
 }
 
-void Write(const void *data, std::size_t bytes)
+void Write(const void *data, size_t bytes)
 {
     if (std::fwrite(data, 1, bytes, stdout) != bytes)
         throw std::runtime_error("standard output can't be written");
@@ -84,7 +85,7 @@ void Write(const void *data, std::size_t bytes)
 
 // Every `length` samples of standard input are a stream of their own. Writes for each the count of its output
 // samples, in 64 bits, and the samples.
-void ConvertStreams(const Converter &converter, uint32_t inputRate, uint32_t outputRate, std::size_t length)
+void ConvertStreams(const Converter &converter, uint32_t inputRate, uint32_t outputRate, size_t length)
 {
     std::vector<double> input(length);
     while (std::fread(input.data(), sizeof(double), length, stdin) == length) {
@@ -114,7 +115,7 @@ void MeasureSpeed(const Converter &converter, uint32_t inputRate, uint32_t outpu
     constexpr uint32_t kSeconds = 10;
     constexpr int kTurns = 2;
     Random random(5);
-    std::vector<int16_t> noise(std::size_t{2} * inputRate * kSeconds);
+    std::vector<int16_t> noise(size_t{2} * inputRate * kSeconds);
     random.Fill(noise.data(), noise.size() * sizeof(int16_t));
     std::vector<double> input(noise.begin(), noise.end());
     for (double &sample : input)

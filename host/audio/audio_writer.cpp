@@ -8,6 +8,7 @@
 #include "host/system/failure.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 

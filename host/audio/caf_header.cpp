@@ -4,6 +4,7 @@
 #include "host/audio/header_bytes.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace tonekit::host {
@@ -42,7 +43,7 @@ CafParts PartsOf(HeaderBytes &bytes)
     if (!bytes.Has(0, "caff"))
         return parts;
     uint64_t position = kFirstChunk;
-    for (int i = 0; i < kMostChunks; i++) {
+    for (int i = 0; i < kMostChunks; ++i) {
         const uint64_t size = bytes.Big(position + 4, 8);
         if (!bytes.ok())
             return parts;
@@ -87,7 +88,7 @@ bool ShortenCafHeader(PipeInput &pipe, uint64_t start)
     std::vector<unsigned char> header;
     for (const Part &part : parts.needed) {
         const auto chunk = pipe.kept().subspan(static_cast<size_t>(start + part.position));
-        header.insert(header.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(part.size));
+        header.insert(header.end(), chunk.begin(), chunk.begin() + static_cast<ptrdiff_t>(part.size));
     }
     pipe.Replace(static_cast<size_t>(start + kFirstChunk), static_cast<size_t>(parts.samples - kFirstChunk),
                  header);

@@ -2,6 +2,7 @@
 #include "host/system/pipe_input.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace tonekit::host {

@@ -2,6 +2,7 @@
 #include "host/system/pipe_output.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace tonekit::host {
 

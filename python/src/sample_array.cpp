@@ -1,6 +1,7 @@
 // sample_array.cpp: gathers samples from arrays of any memory order.
 #include "python/src/sample_array.h"
 
+#include <cstddef>
 #include <cstring>
 #include <nanobind/nanobind.h>
 

@@ -29,7 +29,7 @@ std::set<std::string> ExportedNames()
     for (std::string address, kind, name; lines >> address >> kind >> name;) {
         if (kind == "A") // the name of the version itself
             continue;
-        const std::size_t place = name.find('@');
+        const size_t place = name.find('@');
         if (place != std::string::npos && name.substr(place) == version)
             names.insert(name.substr(0, place));
         else

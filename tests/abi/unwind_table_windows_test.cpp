@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tests/support/shared_library.h"
-#include "gtest/gtest.h"
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

@@ -45,7 +45,7 @@ TEST_P(ChannelOrder, NoFramesTouchNothing)
 TEST_P(ChannelOrder, MovesThreeBytesOf24BitSamples)
 {
     Bytes audio(18);
-    for (std::size_t i = 0; i < 18; ++i)
+    for (size_t i = 0; i < 18; ++i)
         audio[i] = static_cast<uint8_t>(i);
     Run(audio, 1, 24, 6, {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 0});
     EXPECT_EQ(audio, (Bytes{15, 16, 17, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
@@ -84,10 +84,10 @@ TEST_P(ChannelOrder, TakesEightChannelsOf64Bits)
 {
     Bytes audio(128);
     Bytes expected(128);
-    for (std::size_t i = 0; i < 128; ++i) {
+    for (size_t i = 0; i < 128; ++i) {
         audio[i] = static_cast<uint8_t>(i);
-        const std::size_t frame = i / 64;
-        const std::size_t channel = i % 64 / 8;
+        const size_t frame = i / 64;
+        const size_t channel = i % 64 / 8;
         expected[frame * 64 + (7 - channel) * 8 + i % 8] = static_cast<uint8_t>(i);
     }
     Run(audio, 2, 64, 8, {0, 7, 1, 6, 2, 5, 3, 4, 4, 3, 5, 2, 6, 1, 7, 0});

@@ -50,7 +50,7 @@ std::vector<uint8_t> Noise(const Row &row)
 {
     std::vector<uint8_t> bytes;
     uint32_t state = 1;
-    for (uint64_t i = 0; i < uint64_t{row.frames} * row.inputChannels; i++) {
+    for (uint64_t i = 0; i < uint64_t{row.frames} * row.inputChannels; ++i) {
         state = state * 1664525u + 1013904223u;
         const int32_t sample = static_cast<int32_t>(state) / 2;
         if (row.inputFormat == 1 && row.inputBits == 32) {

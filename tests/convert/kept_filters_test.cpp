@@ -10,7 +10,7 @@
 #include "convert/soxr/resampler_memory.h"
 
 extern "C" {
-void *tonekit_soxr_take_filters(const void *key, std::size_t bytes, void *(*make)(void *), void *argument,
+void *tonekit_soxr_take_filters(const void *key, size_t bytes, void *(*make)(void *), void *argument,
                                 void (*drop)(void *));
 void tonekit_soxr_give_back_filters(void *filters, void (*drop)(void *));
 }

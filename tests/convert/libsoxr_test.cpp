@@ -38,9 +38,9 @@ template <class Sample>
 Sample SomeNan(Random &random)
 {
     if constexpr (sizeof(Sample) == 4)
-        return std::bit_cast<Sample>(0x7fc00000 | static_cast<uint32_t>(random.Next() & 0x803fffff));
+        return std::bit_cast<Sample>(0x7FC00000 | static_cast<uint32_t>(random.Next() & 0x803FFFFF));
     else
-        return std::bit_cast<Sample>(0x7ff8000000000000 | (random.Next() & 0x8007ffffffffffff));
+        return std::bit_cast<Sample>(0x7FF8000000000000 | (random.Next() & 0x8007FFFFFFFFFFFF));
 }
 
 // All that comes out of a resampler; process(input, frames, output) returns the frames of one step.

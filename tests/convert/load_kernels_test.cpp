@@ -89,7 +89,7 @@ protected:
 TEST_P(LoadKernels, EveryValueOf8Bits)
 {
     Bytes bytes(256);
-    for (std::size_t i = 0; i < 256; ++i)
+    for (size_t i = 0; i < 256; ++i)
         bytes[i] = static_cast<uint8_t>(i);
     CompareBoth(kLoadKernels[0], bytes);
 }

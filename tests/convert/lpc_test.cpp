@@ -52,7 +52,7 @@ TEST(LevinsonDurbinTest, APerfectPredictionStopsEarlyAndDampsWhatItHas)
 {
     // A cosine: two taps predict it without an error.
     std::vector<double> r(9), a(8, 9.0);
-    for (std::size_t k = 0; k < 9; ++k)
+    for (size_t k = 0; k < 9; ++k)
         r[k] = std::cos(0.5 * static_cast<double>(k));
     const int32_t used = LevinsonDurbin(r.data(), a.data(), 8);
     EXPECT_EQ(2, used);
@@ -67,12 +67,12 @@ TEST(LevinsonDurbinTest, RandomAutocorrelationsGiveTheModelsBits)
     Random random(1);
     for (int32_t order = 0; order <= 40; ++order)
         for (int round = 0; round < 20; ++round) {
-            const auto lags = static_cast<std::size_t>(order);
-            std::vector<double> x(200), r(lags + 1), expected(std::max(lags, std::size_t{1}));
+            const auto lags = static_cast<size_t>(order);
+            std::vector<double> x(200), r(lags + 1), expected(std::max(lags, size_t{1}));
             std::vector<double> actual(expected.size());
             FillAudio(random, x.data(), x.size());
-            for (std::size_t k = 0; k <= lags; ++k)
-                for (std::size_t i = 0; i + k < x.size(); ++i)
+            for (size_t k = 0; k <= lags; ++k)
+                for (size_t i = 0; i + k < x.size(); ++i)
                     r[k] += x[i] * x[i + k];
             EXPECT_EQ(reference::LevinsonDurbin(r, expected, order),
                       LevinsonDurbin(r.data(), actual.data(), order));
@@ -100,7 +100,7 @@ protected:
     static void Extrapolate(std::vector<T> &buffer, uint32_t length, int32_t channels, int32_t order,
                             uint32_t before, uint32_t after, char letter = 'A')
     {
-        T *stretch = buffer.data() + std::size_t{before} * static_cast<uint32_t>(std::max(channels, 0));
+        T *stretch = buffer.data() + size_t{before} * static_cast<uint32_t>(std::max(channels, 0));
         Body<ExtrapolateFunction<T>>(Form<T>::kName, letter)(stretch, length, channels, order, before, after);
     }
 };
@@ -121,7 +121,7 @@ TYPED_TEST(LpcTest, AlmostSilenceHoldsTheEdgeSamples)
     buffer[5] = TypeParam(2e-7);
     buffer[24] = TypeParam(-3e-7);
     this->Extrapolate(buffer, 20, 1, 32, 5, 5);
-    for (std::size_t i = 0; i < 5; ++i) {
+    for (size_t i = 0; i < 5; ++i) {
         EXPECT_EQ(TypeParam(2e-7), buffer[i]);
         EXPECT_EQ(TypeParam(-3e-7), buffer[25 + i]);
     }
@@ -140,7 +140,7 @@ TYPED_TEST(LpcTest, ASineContinuesOnBothSidesWithFallingAmplitude)
 {
     const uint32_t before = 400, length = 4000, after = 400;
     std::vector<TypeParam> buffer(before + length + after);
-    for (std::size_t i = 0; i < buffer.size(); ++i)
+    for (size_t i = 0; i < buffer.size(); ++i)
         buffer[i] = static_cast<TypeParam>(std::sin(0.05 * static_cast<double>(i)));
     const std::vector<TypeParam> sine = buffer;
     this->Extrapolate(buffer, length, 1, 32, before, after);
@@ -207,7 +207,7 @@ TYPED_TEST(LpcTest, NothingWrittenExceedsTen)
             sample =
                 static_cast<TypeParam>(std::exp(20 * random.Uniform() - 10) * (random.Below(2) ? 1 : -1));
         this->Extrapolate(buffer, 40, 1, 32, 100, 100);
-        for (std::size_t i = 0; i < 100; ++i)
+        for (size_t i = 0; i < 100; ++i)
             for (const TypeParam sample : {buffer[i], buffer[140 + i]}) {
                 EXPECT_LE(std::fabs(sample), TypeParam(10));
                 reached = reached || std::fabs(sample) == TypeParam(10);

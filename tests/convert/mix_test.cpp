@@ -46,7 +46,7 @@ protected:
     {
         const MixSelection selection = SelectMix(inputChannels, outputChannels);
         const uint32_t frames = inputChannels != 0 ? static_cast<uint32_t>(input.size() / inputChannels) : 5;
-        std::vector<T> output(std::size_t(frames) * outputChannels, T(99));
+        std::vector<T> output(size_t(frames) * outputChannels, T(99));
         Body<PlainFunction<T>>(P::kPlain, 'A')(P::Matrix(selection), selection.rows, inputChannels,
                                                selection.columns, input.data(), output.data(), frames);
         return output;
@@ -57,7 +57,7 @@ protected:
     {
         const MixSelection selection = SelectMix(inputChannels, outputChannels);
         const uint32_t frames = static_cast<uint32_t>(input.size() / inputChannels);
-        std::vector<T> output(std::size_t(frames) * outputChannels);
+        std::vector<T> output(size_t(frames) * outputChannels);
         Body<LimitedFunction<T>>(P::kLimited, 'A')(P::Matrix(selection), selection.rows, inputChannels,
                                                    selection.columns, input.data(), output.data(), frames,
                                                    &gain);
@@ -181,7 +181,7 @@ TYPED_TEST(MixTest, ColumnsBeyondTheMatrixAreZeroEvenForNaN)
 {
     const TypeParam nan = std::numeric_limits<TypeParam>::quiet_NaN();
     const auto output = this->Mix(2, 12, {nan, nan});
-    for (std::size_t o = 8; o < 12; ++o)
+    for (size_t o = 8; o < 12; ++o)
         EXPECT_EQ(TypeParam(0), output[o]);
 }
 

@@ -92,7 +92,7 @@ public:
             "_ZN21CSampleRateConverter38ResampleEjb", letter_)(memory_, frames, last);
         const auto expected = double_ ? double_->Resample(data.data(), frames, last)
                                       : float_->Resample(data.data(), frames, last);
-        const std::size_t frameBytes = std::size_t{stream_.output.bits} * stream_.outputChannels / 8;
+        const size_t frameBytes = size_t{stream_.output.bits} * stream_.outputChannels / 8;
         EXPECT_EQ(result * frameBytes, expected.size());
         if (result * frameBytes == expected.size()) {
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), static_cast<uint8_t *>(output_)))
@@ -112,18 +112,18 @@ public:
     std::vector<uint8_t> OutputBytes(uint32_t frames) const
     {
         const auto *bytes = static_cast<const uint8_t *>(output_);
-        return {bytes, bytes + std::size_t{frames} * stream_.outputChannels * stream_.output.bits / 8};
+        return {bytes, bytes + size_t{frames} * stream_.outputChannels * stream_.output.bits / 8};
     }
 
     std::vector<uint8_t> RandomFrames(Random &random, uint32_t frames) const
     {
-        const std::size_t count = std::size_t{frames} * stream_.inputChannels;
+        const size_t count = size_t{frames} * stream_.inputChannels;
         std::vector<uint8_t> data(count * stream_.input.bits / 8);
         if (stream_.input.code != 1) {
             random.Fill(data.data(), data.size());
             return data;
         }
-        for (std::size_t i = 0; i < count; ++i) {
+        for (size_t i = 0; i < count; ++i) {
             const double sample = 2.5 * random.Uniform() - 1.25;
             const auto narrow = static_cast<float>(sample);
             if (stream_.input.bits == 64)
@@ -386,7 +386,7 @@ TEST_P(PassTest, RotationKeepsOnlyEightBitsOfSomeSamples)
         std::vector<uint8_t> data(8 * 5324);
         const double values[] = {300.75, -1.5, 0.9,  1e20, std::numeric_limits<double>::quiet_NaN(),
                                  -257.0, 3e9,  128.0};
-        for (std::size_t i = 0; i < 8; ++i)
+        for (size_t i = 0; i < 8; ++i)
             std::memcpy(&data[8 * i], &values[i], 8);
         data.resize(8 * 2662);
         pair.Call(data, 2662, false); // half a block: 2662 cycles of two samples

@@ -81,7 +81,7 @@ protected:
         body(run.data(), samples.data(), 67);
         Stored single;
         body(&single, samples.data(), 1);
-        for (std::size_t i = 0; i < 67; ++i)
+        for (size_t i = 0; i < 67; ++i)
             EXPECT_EQ(std::memcmp(&single, run.data() + i * sizeof(Stored), sizeof(Stored)), 0)
                 << name << " " << i;
         return single;

@@ -68,17 +68,17 @@ TEST(Ansi, WithoutALocaleItIsWindows1252)
 
 TEST(Ansi, EveryByteOfWindows1252HasItsCharacter)
 {
-    const char16_t middle[32] = {0x20ac, 0xfffd, 0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
-                                 0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0xfffd, 0x017d, 0xfffd,
-                                 0xfffd, 0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
-                                 0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0xfffd, 0x017e, 0x0178};
-    for (unsigned byte = 1; byte < 256; byte++) {
-        const char16_t unit = byte >= 0x80 && byte < 0xa0 ? middle[byte - 0x80] : static_cast<char16_t>(byte);
-        for (const std::size_t length : {1u, 5u, 16u, 40u}) {
+    const char16_t middle[32] = {0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD,
+                                 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+    for (unsigned byte = 1; byte < 256; ++byte) {
+        const char16_t unit = byte >= 0x80 && byte < 0xA0 ? middle[byte - 0x80] : static_cast<char16_t>(byte);
+        for (const size_t length : {1u, 5u, 16u, 40u}) {
             const std::string ansi(length, static_cast<char>(byte));
             const std::u16string unicode(length, unit);
             EXPECT_EQ(FromAnsi(ansi), unicode) << byte;
-            EXPECT_EQ(ToAnsi(unicode), unit == 0xfffd ? std::string(length, '?') : ansi) << byte;
+            EXPECT_EQ(ToAnsi(unicode), unit == 0xFFFD ? std::string(length, '?') : ansi) << byte;
         }
     }
 }
@@ -88,15 +88,15 @@ TEST(Ansi, Windows1252IsThatOfTheSystemsConverter)
     iconv_t converter = iconv_open("UTF-16LE", "CP1252");
     if (converter == reinterpret_cast<iconv_t>(-1))
         GTEST_SKIP() << "the system has no such converter";
-    for (unsigned byte = 1; byte < 256; byte++) {
+    for (unsigned byte = 1; byte < 256; ++byte) {
         char in = static_cast<char>(byte);
         char16_t unit = 0;
         char *from = &in;
         char *to = reinterpret_cast<char *>(&unit);
-        std::size_t left = 1;
-        std::size_t room = sizeof unit;
-        if (iconv(converter, &from, &left, &to, &room) == static_cast<std::size_t>(-1))
-            unit = 0xfffd;
+        size_t left = 1;
+        size_t room = sizeof unit;
+        if (iconv(converter, &from, &left, &to, &room) == static_cast<size_t>(-1))
+            unit = 0xFFFD;
         EXPECT_EQ(FromAnsi(std::string(1, in)), std::u16string(1, unit)) << byte;
     }
     iconv_close(converter);
@@ -109,20 +109,20 @@ TEST(Ansi, WhatWindows1252LacksBecomesOneQuestionMark)
     EXPECT_EQ(ToAnsi(u"\u0081"), "?");
     EXPECT_EQ(ToAnsi(u"\u0100\ufffd"), "??");
     EXPECT_EQ(ToAnsi(u"x\U0001F600y"), "x?y");
-    EXPECT_EQ(ToAnsi({u'x', 0xd83d, u'y', 0xde00}), "x?y?");
+    EXPECT_EQ(ToAnsi({u'x', 0xD83D, u'y', 0xDE00}), "x?y?");
     EXPECT_EQ(Take(UNC_Utf8ToAnsi("\xff\xf0\x9f\x98\x80")), "??");
 }
 
 TEST(Ansi, LongTextOfWindows1252ComesBack)
 {
     tonekit::Random random(21);
-    for (int round = 0; round < 3000; round++) {
+    for (int round = 0; round < 3000; ++round) {
         std::string ansi(random.Below(200), 0);
         const uint32_t kinds = random.Below(3);
         for (char &byte : ansi) {
             const uint32_t middle =
-                random.Below(20) == 0 ? 0x82 + random.Below(10) : 0xa0 + random.Below(0x60);
-            byte = static_cast<char>(random.Below(2) < kinds ? middle : 1 + random.Below(0x7f));
+                random.Below(20) == 0 ? 0x82 + random.Below(10) : 0xA0 + random.Below(0x60);
+            byte = static_cast<char>(random.Below(2) < kinds ? middle : 1 + random.Below(0x7F));
         }
         std::u16string unicode;
         for (const char byte : ansi)
@@ -158,7 +158,7 @@ TEST(Ansi, Utf8LocaleIsFollowedAtOnce)
         EXPECT_EQ(FromAnsi("\xc3\xa9"), u"\u00e9");
         EXPECT_EQ(ToAnsi(u"\u00e9\u4e2d\U0001F600"), "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80");
         EXPECT_EQ(FromAnsi("\xff\xe4\xb8"), u"\ufffd\ufffd");
-        EXPECT_EQ(ToAnsi({u'a', 0xd800}), "a\xef\xbf\xbd");
+        EXPECT_EQ(ToAnsi({u'a', 0xD800}), "a\xef\xbf\xbd");
         EXPECT_EQ(ToAnsi(u"e\u0301 \U0001F600"), "\xc3\xa9 \xf0\x9f\x98\x80");
         EXPECT_EQ(Take(UNC_AnsiToUtf8("\xc3\xa9")), "\xc3\xa9");
         EXPECT_EQ(Take(UNC_Utf8ToAnsi("\xc3\xa9")), "\xc3\xa9");
@@ -169,7 +169,7 @@ TEST(Ansi, Utf8LocaleIsFollowedAtOnce)
 TEST(Ansi, LocaleOfTheThreadGoesBeforeThatOfTheProcess)
 {
     locale_t locale = newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
-    if (locale == nullptr)
+    if (!locale)
         GTEST_SKIP() << "the system has no such locale";
     const locale_t before = uselocale(locale);
     EXPECT_EQ(FromAnsi("\xc3\xa9"), u"\u00e9");
@@ -194,7 +194,7 @@ TEST(Ansi, OtherLocalesAreFollowed)
         WithMadeLocale locale(one.locale);
         if (!locale.IsSet())
             continue;
-        followed++;
+        ++followed;
         EXPECT_EQ(FromAnsi(one.ansi), one.unicode) << one.locale;
         EXPECT_EQ(ToAnsi(one.unicode), one.ansi) << one.locale;
     }
@@ -222,7 +222,7 @@ TEST(CharacterSets, MultiByteSets)
     EXPECT_EQ(Encoded("SHIFT_JIS", u"\u65e5\u00e9\u672c"), "\x93\xfa?\x96\x7b");
     EXPECT_EQ(Encoded("GB18030", u"\U0001F600\u20ac"), "\x94\x39\xfc\x36\xa2\xe3");
     EXPECT_EQ(Decoded("GB18030", "\x94\x39\xfc\x36"), u"\U0001F600");
-    EXPECT_EQ(Encoded("GB18030", {0xdc00, u'a'}), "\x84\x31\xa4\x37"
+    EXPECT_EQ(Encoded("GB18030", {0xDC00, u'a'}), "\x84\x31\xa4\x37"
                                                   "a"); // it has U+FFFD
     EXPECT_EQ(Encoded("BIG5", u"\u4e2d"), "\xa4\xa4");
 }
@@ -328,17 +328,17 @@ TEST(CharacterSets, LongTextComesBackThroughEverySet)
 {
     tonekit::Random random(22);
     for (const char *name : {"UTF-8", "GB18030"}) {
-        for (int round = 0; round < 300; round++) {
+        for (int round = 0; round < 300; ++round) {
             std::u16string text;
-            for (uint32_t length = random.Below(3000); length > 0; length--)
-                text += static_cast<char16_t>(0x4e00 + random.Below(0x5000));
+            for (uint32_t length = random.Below(3000); length > 0; --length)
+                text += static_cast<char16_t>(0x4E00 + random.Below(0x5000));
             EXPECT_TRUE(Decoded(name, Encoded(name, text)) == text) << name;
         }
     }
     for (const char *name : {"ISO-8859-1", "ISO-8859-15", "KOI8-R", "CP1251", "CP1252"}) {
         std::string all;
-        for (int round = 0; round < 20; round++)
-            for (unsigned byte = 1; byte < 256; byte++)
+        for (int round = 0; round < 20; ++round)
+            for (unsigned byte = 1; byte < 256; ++byte)
                 if (Decoded(name, std::string(1, static_cast<char>(byte))) != u"\ufffd")
                     all += static_cast<char>(byte);
         EXPECT_TRUE(Encoded(name, Decoded(name, all)) == all) << name;

@@ -28,7 +28,7 @@ Bytes BytesOf(const std::string &text)
 
 class Base64 : public testing::TestWithParam<char> {
 protected:
-    std::optional<std::string> Encode(const void *data, std::uint32_t length) const
+    std::optional<std::string> Encode(const void *data, uint32_t length) const
     {
         return EncodedBy(encode_, data, length);
     }
@@ -46,7 +46,7 @@ TEST_P(Base64, GivesTheExamplesOfTheStandardBothWays)
                                                               {"foo", "Zm9v"},       {"foob", "Zm9vYg=="},
                                                               {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
     for (const auto &[data, text] : examples) {
-        EXPECT_EQ(Encode(data, static_cast<std::uint32_t>(std::strlen(data))), text);
+        EXPECT_EQ(Encode(data, static_cast<uint32_t>(std::strlen(data))), text);
         EXPECT_EQ(Decode(text), BytesOf(data));
     }
 }
@@ -66,8 +66,8 @@ TEST_P(Base64, RefusesToEncodeNothing)
 
 TEST_P(Base64, RefusesLengthsWhoseTextCannotBeReckonedIn32Bits)
 {
-    for (const std::uint32_t length :
-         {0x10000000u, 0x10000001u, 0x20000000u, 0x7fffffffu, 0x80000000u, 0xffffffffu})
+    for (const uint32_t length :
+         {0x10000000u, 0x10000001u, 0x20000000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
         EXPECT_FALSE(Encode("never read", length)) << length;
 }
 
@@ -76,7 +76,7 @@ TEST_P(Base64, UsesTheWholeAlphabetInOrder)
     Bytes data;
     for (unsigned value = 0; value < 64; value += 4) {
         const unsigned bits = value << 18 | (value + 1) << 12 | (value + 2) << 6 | (value + 3);
-        data.insert(data.end(), {std::uint8_t(bits >> 16), std::uint8_t(bits >> 8), std::uint8_t(bits)});
+        data.insert(data.end(), {uint8_t(bits >> 16), uint8_t(bits >> 8), uint8_t(bits)});
     }
     const char *alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     EXPECT_EQ(Encode(data.data(), 48), alphabet);
@@ -86,7 +86,7 @@ TEST_P(Base64, UsesTheWholeAlphabetInOrder)
 TEST_P(Base64, EveryLengthTo1000BothWays)
 {
     Random random(4648);
-    for (std::uint32_t length = 1; length <= 1000; ++length) {
+    for (uint32_t length = 1; length <= 1000; ++length) {
         PageEndBytes data(length);
         random.Fill(data.data(), length);
         const Bytes bytes(data.data(), data.data() + length);
@@ -101,7 +101,7 @@ TEST_P(Base64, EveryLengthTo1000BothWays)
 
 TEST_P(Base64, WritesOneLineHoweverLong)
 {
-    const Bytes data(100000, 0xff);
+    const Bytes data(100000, 0xFF);
     const auto text = Encode(data.data(), 100000);
     ASSERT_TRUE(text);
     EXPECT_EQ(*text, reference::Base64Text(data));
@@ -110,20 +110,20 @@ TEST_P(Base64, WritesOneLineHoweverLong)
 
 TEST_P(Base64, PaddingMayBeLeftOut)
 {
-    EXPECT_EQ(Decode("TWE="), (Bytes{0x4d, 0x61}));
-    EXPECT_EQ(Decode("TWE"), (Bytes{0x4d, 0x61}));
-    EXPECT_EQ(Decode("TQ"), Bytes{0x4d});
+    EXPECT_EQ(Decode("TWE="), (Bytes{0x4D, 0x61}));
+    EXPECT_EQ(Decode("TWE"), (Bytes{0x4D, 0x61}));
+    EXPECT_EQ(Decode("TQ"), Bytes{0x4D});
 }
 
 TEST_P(Base64, ReadingStopsAtTheFirstPadding)
 {
-    EXPECT_EQ(Decode("TQ==TQ=="), Bytes{0x4d});
+    EXPECT_EQ(Decode("TQ==TQ=="), Bytes{0x4D});
     EXPECT_EQ(Decode("A="), Bytes{});
     EXPECT_EQ(Decode("="), Bytes{});
     EXPECT_EQ(Decode("===="), Bytes{});
     EXPECT_EQ(Decode("=TWFu"), Bytes{});
     const std::string four = "TWFu";
-    for (std::size_t place = 0; place < 100; ++place) {
+    for (size_t place = 0; place < 100; ++place) {
         std::string text;
         while (text.size() < 100)
             text += four;
@@ -137,14 +137,14 @@ TEST_P(Base64, ReadingStopsAtTheFirstPadding)
 TEST_P(Base64, ASingleCharacterLeftGivesNothing)
 {
     EXPECT_EQ(Decode("T"), Bytes{});
-    EXPECT_EQ(Decode("TWFuT"), (Bytes{0x4d, 0x61, 0x6e}));
+    EXPECT_EQ(Decode("TWFuT"), (Bytes{0x4D, 0x61, 0x6E}));
 }
 
 TEST_P(Base64, SurplusBitsAreDropped)
 {
-    EXPECT_EQ(Decode("TR=="), Bytes{0x4d});
-    EXPECT_EQ(Decode("T/"), Bytes{0x4f});
-    EXPECT_EQ(Decode("TWH"), (Bytes{0x4d, 0x61}));
+    EXPECT_EQ(Decode("TR=="), Bytes{0x4D});
+    EXPECT_EQ(Decode("T/"), Bytes{0x4F});
+    EXPECT_EQ(Decode("TWH"), (Bytes{0x4D, 0x61}));
 }
 
 TEST_P(Base64, RefusesAnEmptyText)
@@ -166,7 +166,7 @@ TEST_P(Base64, EveryCharacterInEveryPlace)
     while (valid.size() < 75)
         valid += "Zm9vYmFyMDEyMzQ1Njc4OSsv";
     valid.resize(75);
-    for (std::size_t place = 0; place < valid.size(); ++place)
+    for (size_t place = 0; place < valid.size(); ++place)
         for (int character = 1; character < 256; ++character) {
             std::string text = valid;
             text[place] = static_cast<char>(character);
@@ -180,10 +180,10 @@ TEST_P(Base64, RandomTextsOfTheAlphabet)
     Random random(64);
     for (int round = 0; round < 2000; ++round) {
         std::string text;
-        for (std::uint32_t length = 1 + random.Below(200); text.size() < length;)
+        for (uint32_t length = 1 + random.Below(200); text.size() < length;)
             text += alphabet[random.Below(64)];
         if (random.Below(4) == 0)
-            text[random.Below(static_cast<std::uint32_t>(text.size()))] = '=';
+            text[random.Below(static_cast<uint32_t>(text.size()))] = '=';
         ASSERT_EQ(Decode(text), reference::Base64Bytes(text)) << text;
     }
 }
@@ -194,7 +194,7 @@ TEST_P(Base64, AThrowingAllocatorLeavesTheOutPointers)
     auto *decode = Body<decltype(BASE64Decode)>("BASE64Decode", GetParam());
     char *text = nullptr;
     void *data = nullptr;
-    std::uint32_t length = 4711;
+    uint32_t length = 4711;
     FailAllocation(1);
     EXPECT_THROW(encode("data", 4, &text), std::bad_alloc);
     FailAllocation(1);

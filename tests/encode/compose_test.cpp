@@ -29,8 +29,8 @@ std::u16string TextOf(std::initializer_list<char32_t> characters)
     std::u16string text;
     for (const char32_t character : characters) {
         if (character >= 0x10000) {
-            text += static_cast<char16_t>(0xd7c0 + (character >> 10));
-            text += static_cast<char16_t>(0xdc00 | (character & 0x3ff));
+            text += static_cast<char16_t>(0xD7C0 + (character >> 10));
+            text += static_cast<char16_t>(0xDC00 | (character & 0x3FF));
         } else {
             text += static_cast<char16_t>(character);
         }
@@ -79,14 +79,14 @@ TEST(Compose, JoinsCharactersAboveTheFirstPlane)
 
 TEST(Compose, ReplacesSurrogatesWithoutPartners)
 {
-    EXPECT_EQ(Composed({0xd800}), u"\ufffd");
-    EXPECT_EQ(Composed({0xdc00, u'e', 0x301, 0xd800}), u"\ufffd\u00e9\ufffd");
+    EXPECT_EQ(Composed({0xD800}), u"\ufffd");
+    EXPECT_EQ(Composed({0xDC00, u'e', 0x301, 0xD800}), u"\ufffd\u00e9\ufffd");
     EXPECT_EQ(Composed(u"\U0001F600"), u"\U0001F600");
 }
 
 TEST(Compose, EveryPairOfTheTableIsJoinedAndAnnounced)
 {
-    for (std::size_t i = 0; i < tonekit::kCompositionCount; i++) {
+    for (size_t i = 0; i < tonekit::kCompositionCount; ++i) {
         const tonekit::Composition &one = tonekit::kCompositions[i];
         const std::u16string text = TextOf({one.base, one.mark});
         EXPECT_EQ(Composed(text), TextOf({one.composed}));
@@ -98,7 +98,7 @@ TEST(Compose, EveryPairOfTheTableIsJoinedAndAnnounced)
 TEST(Compose, TableAscends)
 {
     EXPECT_GT(tonekit::kCompositionCount, 900u);
-    for (std::size_t i = 1; i < tonekit::kCompositionCount; i++) {
+    for (size_t i = 1; i < tonekit::kCompositionCount; ++i) {
         const tonekit::Composition &a = tonekit::kCompositions[i - 1];
         const tonekit::Composition &b = tonekit::kCompositions[i];
         EXPECT_TRUE(a.mark < b.mark || (a.mark == b.mark && a.base < b.base)) << i;
@@ -111,5 +111,5 @@ TEST(Compose, TextsWithoutMarksAreSeenQuickly)
     EXPECT_FALSE(MayCompose(u"plain \u00fc\u00f1\u02ff"));
     EXPECT_FALSE(MayCompose(u"\u043f\u0440\u0438\u0432\u0435\u0442"));
     EXPECT_FALSE(MayCompose(u"\u65e5\u672c"));
-    EXPECT_TRUE(MayCompose({0xd800}));
+    EXPECT_TRUE(MayCompose({0xD800}));
 }

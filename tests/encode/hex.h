@@ -8,26 +8,26 @@
 
 namespace tonekit {
 
-inline std::string Hex(const std::uint8_t *bytes, std::size_t count)
+inline std::string Hex(const uint8_t *bytes, size_t count)
 {
     std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         text += "0123456789abcdef"[bytes[i] >> 4];
         text += "0123456789abcdef"[bytes[i] & 15];
     }
     return text;
 }
 
-inline std::string Hex(const std::vector<std::uint8_t> &bytes)
+inline std::string Hex(const std::vector<uint8_t> &bytes)
 {
     return Hex(bytes.data(), bytes.size());
 }
 
-inline std::vector<std::uint8_t> FromHex(const std::string &text)
+inline std::vector<uint8_t> FromHex(const std::string &text)
 {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::strtoul(text.substr(i, 2).c_str(), nullptr, 16)));
+    std::vector<uint8_t> bytes;
+    for (size_t i = 0; i + 1 < text.size(); i += 2)
+        bytes.push_back(static_cast<uint8_t>(std::strtoul(text.substr(i, 2).c_str(), nullptr, 16)));
     return bytes;
 }
 

@@ -39,7 +39,7 @@ struct Published {
 };
 
 const std::vector<Published> kPublished = {
-    {Bytes(20, 0x0b),
+    {Bytes(20, 0x0B),
      Text("Hi There"),
      {"896fb1128abbdf196832107cd49df33f47b4b1169912ba4f53684b22",
       "b0344c61d8db38535ca8afceaf0bf12b881dc200c9833da726e9376c2e32cff7",
@@ -55,8 +55,8 @@ const std::vector<Published> kPublished = {
       "8e2240ca5e69e2c78b3239ecfab21649",
       "164b7a7bfcf819e2e395fbe73b56e0a387bd64222e831fd610270cd7ea250554"
       "9758bf75c05a994a6d034f65f8f0e6fdcaeab1a34d4a6b4b636e070a38bce737"}},
-    {Bytes(20, 0xaa),
-     Bytes(50, 0xdd),
+    {Bytes(20, 0xAA),
+     Bytes(50, 0xDD),
      {"7fb3cb3588c6c1f6ffa9694d7d6ad2649365b0c1f65d69d1ec8333ea",
       "773ea91e36800e46854db8ebd09181a72959098b3ef8c122d9635514ced565fe",
       "88062608d3e6ad8a0aa2ace014c8a86f0aa635d947ac9febe83ef4e55966144b"
@@ -64,18 +64,18 @@ const std::vector<Published> kPublished = {
       "fa73b0089d56a284efb0f0756c890be9b1b5dbdd8ee81a3655f83e33b2279d39"
       "bf3e848279a722c806b485a47e67c807b946a337bee8942674278859e13292fb"}},
     {FromHex("0102030405060708090a0b0c0d0e0f10111213141516171819"),
-     Bytes(50, 0xcd),
+     Bytes(50, 0xCD),
      {"6c11506874013cac6a2abc1bb382627cec6a90d86efc012de7afec5a",
       "82558a389a443c0ea4cc819899f2083a85f0faa3e578f8077a2e3ff46729665b",
       "3e8a69b7783c25851933ab6290af6ca77a9981480850009cc5577c6e1f573b4e"
       "6801dd23c4a7d679ccf8a386c674cffb",
       "b0ba465637458c6990e5a8c5f61d4af7e576d97ff94b872de76f8050361ee3db"
       "a91ca5c11aa25eb4d679275cc5788063a5f19741120c4f2de2adebeb10a298dd"}},
-    {Bytes(20, 0x0c),
+    {Bytes(20, 0x0C),
      Text("Test With Truncation"),
      {"0e2aea68a90c8d37c988bcdb9fca6fa8", "a3b6167473100ee06e0c796c2955552b",
       "3abf34c3503b2a23a46efc619baef897", "415fad6271580a531d4179bc891d87a6"}},
-    {Bytes(131, 0xaa),
+    {Bytes(131, 0xAA),
      Text("Test Using Larger Than Block-Size Key - Hash Key First"),
      {"95e9a0db962095adaebe9b2d6f0dbce2d499f112f2d2b7273fa6870e",
       "60e431591ee0b67f0d8a26aacbf5b77f8e0bc6213728c5140546040f0ee37f54",
@@ -83,7 +83,7 @@ const std::vector<Published> kPublished = {
       "0c2ef6ab4030fe8296248df163f44952",
       "80b24263c7c1a3ebb71493c1dd7be8b49b46d1f41b4aeec1121b013783f8f352"
       "6b56d037e05f2598bd0fd2215d6a1e5295e64f73f63f0aec8b915a985d786598"}},
-    {Bytes(131, 0xaa),
+    {Bytes(131, 0xAA),
      Text("This is a test using a larger than block-size key and a larger than block-size data. The key "
           "needs to be hashed before being used by the HMAC algorithm."),
      {"3a854166ac5d9f023f54d517d0b39dbd946770db9c2b95c9f6f565d1",
@@ -101,18 +101,18 @@ constexpr int Place(int bits)
 
 template <class Member>
 std::string MacOf(const Member &member, const Bytes &key, const Bytes &message,
-                  std::uint32_t macSize = Member::kDigestBytes)
+                  uint32_t macSize = Member::kDigestBytes)
 {
     GuardedBuffer mac(macSize, 1);
-    member.mac(key.data(), static_cast<std::uint32_t>(key.size()), message.data(),
-               static_cast<std::uint32_t>(message.size()), mac.data(), macSize);
+    member.mac(key.data(), static_cast<uint32_t>(key.size()), message.data(),
+               static_cast<uint32_t>(message.size()), mac.data(), macSize);
     EXPECT_TRUE(mac.Intact());
     return Hex(mac.data(), mac.size());
 }
 
 template <class Member>
 std::string FinishedMac(const Member &member, typename Member::Record &record,
-                        std::uint32_t macSize = Member::kDigestBytes)
+                        uint32_t macSize = Member::kDigestBytes)
 {
     GuardedBuffer mac(macSize, 1);
     member.macFinal(&record, mac.data(), macSize);
@@ -123,16 +123,16 @@ std::string FinishedMac(const Member &member, typename Member::Record &record,
 template <class Member>
 void Start(const Member &member, typename Member::Record &record, const Bytes &key)
 {
-    member.macInit(&record, key.data(), static_cast<std::uint32_t>(key.size()));
+    member.macInit(&record, key.data(), static_cast<uint32_t>(key.size()));
 }
 
 template <class Member>
 void Add(const Member &member, typename Member::Record &record, const Bytes &message)
 {
-    member.macUpdate(&record, message.data(), static_cast<std::uint32_t>(message.size()));
+    member.macUpdate(&record, message.data(), static_cast<uint32_t>(message.size()));
 }
 
-Bytes RandomBytes(Random &random, std::size_t count)
+Bytes RandomBytes(Random &random, size_t count)
 {
     Bytes bytes(count);
     random.Fill(bytes.data(), count);
@@ -146,7 +146,7 @@ TEST_P(Hmac, GivesThePublishedMacs)
     ForEachSha2Member(GetParam(), [](const auto &member) {
         for (const Published &published : kPublished) {
             const std::string expected = published.macs[Place(member.kBits)];
-            const auto macSize = static_cast<std::uint32_t>(expected.size() / 2);
+            const auto macSize = static_cast<uint32_t>(expected.size() / 2);
             EXPECT_EQ(MacOf(member, published.key, published.message, macSize), expected) << member.name;
             typename std::decay_t<decltype(member)>::Record record;
             Start(member, record, published.key);
@@ -160,9 +160,9 @@ TEST_P(Hmac, TakesKeysOfAnySize)
 {
     Random random(2104);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (const std::size_t keySize :
+        for (const size_t keySize :
              {0u, 1u, 27u, 28u, 31u, 32u, 63u, 64u, 65u, 127u, 128u, 129u, 200u, 1000u})
-            for (const std::size_t size : {0u, 1u, 64u, 200u}) {
+            for (const size_t size : {0u, 1u, 64u, 200u}) {
                 const Bytes key = RandomBytes(random, keySize);
                 const Bytes message = RandomBytes(random, size);
                 EXPECT_EQ(MacOf(member, key, message), Hex(reference::Hmac(member.kBits, key, message)))
@@ -184,13 +184,13 @@ TEST_P(Hmac, ALongKeyIsHashedWithTheMemberItself)
 TEST_P(Hmac, ThePadsHoldTheKey)
 {
     ForEachSha2Member(GetParam(), [](const auto &member) {
-        constexpr std::size_t block = std::decay_t<decltype(member)>::kBlockBytes;
+        constexpr size_t block = std::decay_t<decltype(member)>::kBlockBytes;
         typename std::decay_t<decltype(member)>::Record record;
-        Start(member, record, Bytes{0xff, 0x36, 0x5c});
+        Start(member, record, Bytes{0xFF, 0x36, 0x5C});
         Bytes ipad(block, 0x36);
-        Bytes opad(block, 0x5c);
-        ipad[0] = 0xc9, ipad[1] = 0x00, ipad[2] = 0x6a;
-        opad[0] = 0xa3, opad[1] = 0x6a, opad[2] = 0x00;
+        Bytes opad(block, 0x5C);
+        ipad[0] = 0xC9, ipad[1] = 0x00, ipad[2] = 0x6A;
+        opad[0] = 0xA3, opad[1] = 0x6A, opad[2] = 0x00;
         EXPECT_EQ(Hex(record.ipad, block), Hex(ipad));
         EXPECT_EQ(Hex(record.opad, block), Hex(opad));
         EXPECT_EQ(record.inner.total_length, block);
@@ -230,8 +230,8 @@ TEST_P(Hmac, TakesTheMessageInPieces)
             const Bytes message = RandomBytes(random, random.Below(1000));
             typename std::decay_t<decltype(member)>::Record record;
             Start(member, record, key);
-            for (std::size_t at = 0; at < message.size();) {
-                const std::uint32_t piece = random.Below(static_cast<std::uint32_t>(message.size() - at) + 1);
+            for (size_t at = 0; at < message.size();) {
+                const uint32_t piece = random.Below(static_cast<uint32_t>(message.size() - at) + 1);
                 member.macUpdate(&record, message.data() + at, piece);
                 at += piece;
             }
@@ -246,7 +246,7 @@ TEST_P(Hmac, AMacSizeCutsTheMac)
     const Bytes message = Text("message");
     ForEachSha2Member(GetParam(), [&](const auto &member) {
         const std::string whole = Hex(reference::Hmac(member.kBits, key, message));
-        for (const std::uint32_t macSize : {0u, 1u, 16u, member.kDigestBytes})
+        for (const uint32_t macSize : {0u, 1u, 16u, member.kDigestBytes})
             EXPECT_EQ(MacOf(member, key, message, macSize), whole.substr(0, 2 * macSize));
     });
 }
@@ -254,10 +254,10 @@ TEST_P(Hmac, AMacSizeCutsTheMac)
 TEST_P(Hmac, AMacSizeBeyondTheDigestHandsOutNothingElse)
 {
     ForEachSha2Member(GetParam(), [](const auto &member) {
-        Bytes mac(200, 0xee);
+        Bytes mac(200, 0xEE);
         member.mac(nullptr, 0, nullptr, 0, mac.data(), 200);
         Bytes expected = reference::Hmac(member.kBits, {}, {});
-        expected.resize(200, 0xee);
+        expected.resize(200, 0xEE);
         EXPECT_EQ(Hex(mac), Hex(expected));
     });
 }

@@ -10,13 +10,13 @@ namespace tonekit {
 
 class PageEndBytes {
 public:
-    explicit PageEndBytes(std::size_t count) : pages_(count), count_(count) {}
+    explicit PageEndBytes(size_t count) : pages_(count), count_(count) {}
 
-    std::uint8_t *data() { return pages_.End() - count_; }
+    uint8_t *data() { return pages_.End() - count_; }
 
 private:
     GuardedPages pages_;
-    std::size_t count_;
+    size_t count_;
 };
 
 } // namespace tonekit

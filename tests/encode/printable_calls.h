@@ -14,9 +14,9 @@
 namespace tonekit {
 
 // A refusal leaves the out pointers as they are and allocates nothing; a result is one allocation.
-inline void ExpectRefusal(std::uint32_t result, std::uint64_t allocations, bool outsUntouched)
+inline void ExpectRefusal(uint32_t result, uint64_t allocations, bool outsUntouched)
 {
-    EXPECT_EQ(result, 0xffffffffu);
+    EXPECT_EQ(result, 0xFFFFFFFFu);
     EXPECT_EQ(allocations, 0u);
     EXPECT_TRUE(outsUntouched);
 }
@@ -27,9 +27,9 @@ std::optional<std::string> EncodedBy(Encode *encode, const void *data, Length le
 {
     char untouched;
     char *text = &untouched;
-    const std::uint64_t before = AllocationsSoFar();
-    const std::uint32_t result = encode(data, length, &text);
-    const std::uint64_t allocations = AllocationsSoFar() - before;
+    const uint64_t before = AllocationsSoFar();
+    const uint32_t result = encode(data, length, &text);
+    const uint64_t allocations = AllocationsSoFar() - before;
     if (result != 0) {
         ExpectRefusal(result, allocations, text == &untouched);
         return {};
@@ -41,21 +41,21 @@ std::optional<std::string> EncodedBy(Encode *encode, const void *data, Length le
 }
 
 template <class Decode>
-std::optional<std::vector<std::uint8_t>> DecodedBy(Decode *decode, const char *text)
+std::optional<std::vector<uint8_t>> DecodedBy(Decode *decode, const char *text)
 {
     char untouched;
     void *data = &untouched;
-    std::uint32_t length = 4711;
-    const std::uint64_t before = AllocationsSoFar();
-    const std::uint32_t result = decode(text, &data, &length);
-    const std::uint64_t allocations = AllocationsSoFar() - before;
+    uint32_t length = 4711;
+    const uint64_t before = AllocationsSoFar();
+    const uint32_t result = decode(text, &data, &length);
+    const uint64_t allocations = AllocationsSoFar() - before;
     if (result != 0) {
         ExpectRefusal(result, allocations, data == &untouched && length == 4711);
         return {};
     }
     EXPECT_EQ(allocations, 1u);
-    const auto *bytes = static_cast<const std::uint8_t *>(data);
-    const std::vector<std::uint8_t> copy(bytes, bytes + length);
+    const auto *bytes = static_cast<const uint8_t *>(data);
+    const std::vector<uint8_t> copy(bytes, bytes + length);
     BASE64FreeMem(data);
     return copy;
 }

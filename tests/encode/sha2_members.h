@@ -21,17 +21,17 @@ Function *FindBody(const std::string &name, char letter)
 template <int digestBits>
 struct Sha2Member {
     static constexpr int kBits = digestBits;
-    static constexpr std::uint32_t kDigestBytes = digestBits / 8;
-    static constexpr std::uint32_t kBlockBytes = digestBits >= 384 ? 128 : 64;
+    static constexpr uint32_t kDigestBytes = digestBits / 8;
+    static constexpr uint32_t kBlockBytes = digestBits >= 384 ? 128 : 64;
     using Context = std::conditional_t<digestBits >= 384, Sha512Context, Sha256Context>;
     using Record = std::conditional_t<digestBits >= 384, HmacSha512Context, HmacSha256Context>;
 
     using Start = void(Context *);
-    using Add = void(Context *, const std::uint8_t *, std::uint32_t);
-    using End = void(Context *, std::uint8_t *);
-    using MacStart = void(Record *, const std::uint8_t *, std::uint32_t);
+    using Add = void(Context *, const uint8_t *, uint32_t);
+    using End = void(Context *, uint8_t *);
+    using MacStart = void(Record *, const uint8_t *, uint32_t);
     using MacStartAgain = void(Record *);
-    using MacEnd = void(Record *, std::uint8_t *, std::uint32_t);
+    using MacEnd = void(Record *, uint8_t *, uint32_t);
 
     explicit Sha2Member(char letter)
         : hash(FindBody<decltype(sha256)>(name, letter)), init(FindBody<Start>(name + "_init", letter)),
@@ -53,7 +53,7 @@ struct Sha2Member {
     MacEnd *const macFinal;
 
     // Has one build for all letters.
-    static void macUpdate(Record *record, const std::uint8_t *message, std::uint32_t size)
+    static void macUpdate(Record *record, const uint8_t *message, uint32_t size)
     {
         if constexpr (digestBits == 224)
             hmac_sha224_update(record, message, size);

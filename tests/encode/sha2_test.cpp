@@ -70,10 +70,10 @@ const char *const kMillionLettersA[4] = {
 };
 
 template <class Member>
-std::string DigestOf(const Member &member, const std::uint8_t *message, std::size_t size)
+std::string DigestOf(const Member &member, const uint8_t *message, size_t size)
 {
     GuardedBuffer digest(Member::kDigestBytes, 1);
-    member.hash(message, static_cast<std::uint32_t>(size), digest.data());
+    member.hash(message, static_cast<uint32_t>(size), digest.data());
     EXPECT_TRUE(digest.Intact());
     return Hex(digest.data(), digest.size());
 }
@@ -87,7 +87,7 @@ std::string FinishedDigest(const Member &member, typename Member::Context &conte
     return Hex(digest.data(), digest.size());
 }
 
-Bytes RandomBytes(Random &random, std::size_t count)
+Bytes RandomBytes(Random &random, size_t count)
 {
     Bytes bytes(count);
     random.Fill(bytes.data(), count);
@@ -113,7 +113,7 @@ TEST_P(Sha2, GivesThePublishedDigests)
 {
     ForEachSha2Member(GetParam(), [](const auto &member) {
         for (const Published &published : kPublished) {
-            const auto *message = reinterpret_cast<const std::uint8_t *>(published.message.data());
+            const auto *message = reinterpret_cast<const uint8_t *>(published.message.data());
             EXPECT_EQ(DigestOf(member, message, published.message.size()),
                       published.digests[Place(member.kBits)])
                 << member.name;
@@ -136,7 +136,7 @@ TEST_P(Sha2, HashesAMillionLettersAtOnceAndInPieces)
         EXPECT_EQ(DigestOf(member, message.data(), message.size()), expected);
         typename std::decay_t<decltype(member)>::Context context;
         member.init(&context);
-        for (std::size_t at = 0; at < message.size(); at += 1000)
+        for (size_t at = 0; at < message.size(); at += 1000)
             member.update(&context, message.data() + at, 1000);
         EXPECT_EQ(FinishedDigest(member, context), expected);
     });
@@ -146,16 +146,16 @@ TEST_P(Sha2, EveryLengthTo1000AtOnceAndInRandomPieces)
 {
     Random random(224256);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (std::size_t length = 0; length <= 1000; ++length) {
+        for (size_t length = 0; length <= 1000; ++length) {
             const Bytes message = RandomBytes(random, length);
             const std::string expected = Hex(reference::Sha2(member.kBits, message));
             ASSERT_EQ(DigestOf(member, message.data(), length), expected)
                 << member.name << " length " << length;
             typename std::decay_t<decltype(member)>::Context context;
             member.init(&context);
-            for (std::size_t at = 0; at < length;) {
-                const std::size_t piece = random.Below(static_cast<std::uint32_t>(length - at) + 1);
-                member.update(&context, message.data() + at, static_cast<std::uint32_t>(piece));
+            for (size_t at = 0; at < length;) {
+                const size_t piece = random.Below(static_cast<uint32_t>(length - at) + 1);
+                member.update(&context, message.data() + at, static_cast<uint32_t>(piece));
                 at += piece;
             }
             ASSERT_EQ(FinishedDigest(member, context), expected) << member.name << " length " << length;
@@ -167,12 +167,12 @@ TEST_P(Sha2, TheLengthsAroundTheLengthFieldByteByByte)
 {
     Random random(55);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (const std::size_t length :
+        for (const size_t length :
              {1u, 55u, 56u, 57u, 63u, 64u, 65u, 111u, 112u, 113u, 119u, 120u, 127u, 128u, 129u, 256u}) {
             const Bytes message = RandomBytes(random, length);
             typename std::decay_t<decltype(member)>::Context context;
             member.init(&context);
-            for (const std::uint8_t &byte : message)
+            for (const uint8_t &byte : message)
                 member.update(&context, &byte, 1);
             EXPECT_EQ(FinishedDigest(member, context), Hex(reference::Sha2(member.kBits, message)))
                 << member.name << " length " << length;
@@ -184,7 +184,7 @@ TEST_P(Sha2, MessagesNeedNoAlignment)
 {
     Random random(8);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (std::size_t misalignment = 0; misalignment < 32; ++misalignment) {
+        for (size_t misalignment = 0; misalignment < 32; ++misalignment) {
             GuardedBuffer message(517, misalignment);
             random.Fill(message.data(), message.size());
             EXPECT_EQ(
@@ -199,11 +199,11 @@ TEST_P(Sha2, InitLeavesTheBlockAsItIs)
 {
     ForEachSha2Member(GetParam(), [](const auto &member) {
         typename std::decay_t<decltype(member)>::Context context;
-        std::memset(&context, 0xa5, sizeof context);
+        std::memset(&context, 0xA5, sizeof context);
         member.init(&context);
         EXPECT_EQ(context.total_length, 0u);
         EXPECT_EQ(context.length, 0u);
-        EXPECT_EQ(Hex(context.block, sizeof context.block), Hex(Bytes(sizeof context.block, 0xa5)));
+        EXPECT_EQ(Hex(context.block, sizeof context.block), Hex(Bytes(sizeof context.block, 0xA5)));
     });
 }
 
@@ -213,7 +213,7 @@ TEST_P(Sha2, UpdateWithNothingChangesNothing)
         typename std::decay_t<decltype(member)>::Context context, before;
         std::memset(&context, 0, sizeof context);
         member.init(&context);
-        for (const std::uint8_t byte : std::initializer_list<std::uint8_t>{1, 2, 3}) {
+        for (const uint8_t byte : std::initializer_list<uint8_t>{1, 2, 3}) {
             std::memcpy(&before, &context, sizeof context);
             member.update(&context, nullptr, 0);
             EXPECT_EQ(std::memcmp(&before, &context, sizeof context), 0);
@@ -226,11 +226,11 @@ TEST_P(Sha2, TheRecordTellsHowFarTheMessageIs)
 {
     Random random(100);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        constexpr std::uint32_t block = std::decay_t<decltype(member)>::kBlockBytes;
+        constexpr uint32_t block = std::decay_t<decltype(member)>::kBlockBytes;
         const Bytes message = RandomBytes(random, 4 * block);
         typename std::decay_t<decltype(member)>::Context context;
         member.init(&context);
-        const auto expectRecord = [&](std::uint32_t total, std::uint32_t length, std::uint32_t waitingFrom) {
+        const auto expectRecord = [&](uint32_t total, uint32_t length, uint32_t waitingFrom) {
             EXPECT_EQ(context.total_length, total);
             EXPECT_EQ(context.length, length);
             EXPECT_EQ(Hex(context.block, length), Hex(message.data() + waitingFrom, length));
@@ -265,8 +265,8 @@ TEST_P(Sha2, TheLengthOfAMessageIsCountedIn32Bits)
 {
     const Bytes message(300, 9);
     ForEachSha2Member(GetParam(), [&](const auto &member) {
-        for (const std::uint32_t before :
-             {0x1ffffe00u, 0x1fffff00u, 0x20000000u, 0x40000000u, 0xfffffe00u, 0xffffff00u}) {
+        for (const uint32_t before :
+             {0x1FFFFE00u, 0x1FFFFF00u, 0x20000000u, 0x40000000u, 0xFFFFFE00u, 0xFFFFFF00u}) {
             typename std::decay_t<decltype(member)>::Context context;
             member.init(&context);
             context.total_length = before;
@@ -291,21 +291,21 @@ TEST(Sha2LongMessage, LeavesTheStandardAt512MiB)
         sha256_update(&context, piece.data(), 1 << 20);
     sha256_update(&context, piece.data(), (1 << 20) - 1);
     Sha256Context whole = context;
-    std::uint8_t digest[32];
+    uint8_t digest[32];
     sha256_final(&context, digest);
     EXPECT_EQ(Hex(digest, 32), "bf7f45d9df691bd277948d7f124b87a9f76e16ddb5d8fb25a49df939798f0a01");
     sha256_update(&whole, piece.data(), 1);
     EXPECT_EQ(whole.total_length, 1u << 29);
-    std::array<std::uint32_t, 8> state;
+    std::array<uint32_t, 8> state;
     std::memcpy(state.data(), whole.state, sizeof whole.state);
     sha256_final(&whole, digest);
     Bytes lastBlock(64);
     lastBlock[0] = 0x80; // and a length of 0 bits
     reference::CompressSha256(state, lastBlock.data());
     Bytes expected;
-    for (const std::uint32_t word : state)
+    for (const uint32_t word : state)
         for (int shift = 24; shift >= 0; shift -= 8)
-            expected.push_back(static_cast<std::uint8_t>(word >> shift));
+            expected.push_back(static_cast<uint8_t>(word >> shift));
     EXPECT_EQ(Hex(digest, 32), Hex(expected));
 }
 

@@ -95,9 +95,9 @@ TEST(TextMemory, NewHandlerIsAskedAsLongAsMemoryFails)
 TEST(TextMemory, ManyThreadsConvertAtOnce)
 {
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; thread++)
+    for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([] {
-            for (int round = 0; round < 500; round++) {
+            for (int round = 0; round < 500; ++round) {
                 EXPECT_EQ(Take(UNC_AnsiToUtf8("caf\xe9")), "caf\xc3\xa9");
                 EXPECT_EQ(Take(UNC_Utf8ToAnsi("cafe\xcc\x81")), "caf\xe9");
             }

@@ -18,14 +18,14 @@ namespace tonekit {
 // Takes a result over as a string, and releases it.
 inline Utf16String Take(tonekit_char16 *text)
 {
-    Utf16String result = text == nullptr ? UTF16("(null)") : text;
+    Utf16String result = text ? text : UTF16("(null)");
     UNC_freeWStr(text);
     return result;
 }
 
 inline std::string Take(char *text)
 {
-    std::string result = text == nullptr ? "(null)" : text;
+    std::string result = text ? text : "(null)";
     UNC_freeStr(text);
     return result;
 }
@@ -34,7 +34,7 @@ inline std::string Take(char *text)
 template <class Action>
 int FailEachAllocation(Action action)
 {
-    for (int n = 1;; n++) {
+    for (int n = 1;; ++n) {
         const int64_t live = LiveAllocations();
         const int64_t converters = LiveTextConverters();
         FailAllocation(static_cast<uint64_t>(n));

@@ -26,9 +26,9 @@ TEST(ChangeEndian, SwapsTheBytesOfEachUnit)
     tonekit_char16 one[] = {0x4100, 0};
     UNC_ChangeEndian(one);
     EXPECT_EQ(one[0], 0x0041);
-    tonekit_char16 some[] = {0x1234, 0xff00, 0x00ff, 0xd83d, 0x0100, 0};
+    tonekit_char16 some[] = {0x1234, 0xFF00, 0x00FF, 0xD83D, 0x0100, 0};
     UNC_ChangeEndian(some);
-    EXPECT_EQ(Utf16String(some), (Utf16String{0x3412, 0x00ff, 0xff00, 0x3dd8, 0x0001}));
+    EXPECT_EQ(Utf16String(some), (Utf16String{0x3412, 0x00FF, 0xFF00, 0x3DD8, 0x0001}));
 }
 
 TEST(ChangeEndian, LeavesAnEmptyTextAndWhatStandsBehindTheEnd)
@@ -53,12 +53,12 @@ TEST(ChangeEndian, EveryLengthInEveryBodyAndTwiceRestores)
     for (const char letter : tonekit::RunnableLetters()) {
         auto *body = tonekit::Body<decltype(UNC_ChangeEndian)>("UNC_ChangeEndian", letter);
         ASSERT_NE(body, nullptr);
-        for (std::size_t length = 0; length < 100; length++) {
+        for (size_t length = 0; length < 100; ++length) {
             Utf16String text(length, 0);
             Utf16String swapped(length, 0);
-            for (std::size_t i = 0; i < length; i++) {
-                text[i] = static_cast<tonekit_char16>(1 + random.Below(0xffff));
-                swapped[i] = static_cast<tonekit_char16>((text[i] & 0xff) * 256 + text[i] / 256);
+            for (size_t i = 0; i < length; ++i) {
+                text[i] = static_cast<tonekit_char16>(1 + random.Below(0xFFFF));
+                swapped[i] = static_cast<tonekit_char16>((text[i] & 0xFF) * 256 + text[i] / 256);
             }
             TextAtPageEnd<tonekit_char16> copy(text);
             body(copy.Get());
@@ -98,7 +98,7 @@ TEST(RemoveUnicodeAPIPath, ReadsNothingBehindTheEndInAnyBody)
     for (const char letter : tonekit::RunnableLetters()) {
         auto *body = tonekit::Body<decltype(UNC_RemoveUnicodeAPIPath)>("UNC_RemoveUnicodeAPIPath", letter);
         const Utf16String whole = UTF16("\\\\?\\UNC\\server");
-        for (std::size_t length = 0; length <= whole.size(); length++) {
+        for (size_t length = 0; length <= whole.size(); ++length) {
             TextAtPageEnd<tonekit_char16> path(whole.substr(0, length));
             const Utf16String expected = length >= 8   ? UTF16("\\") + whole.substr(7, length - 7)
                                          : length >= 4 ? whole.substr(4, length - 4)

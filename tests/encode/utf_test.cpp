@@ -35,12 +35,12 @@ char32_t RandomCharacter(Random &random, unsigned kinds)
             continue;
         switch (kind) {
         case 0:
-            return 1 + random.Below(0x7f);
+            return 1 + random.Below(0x7F);
         case 1:
             return 0x80 + random.Below(0x780);
         case 2: {
-            const char32_t character = 0x800 + random.Below(0xf800);
-            if (character >= 0xd800 && character < 0xe000)
+            const char32_t character = 0x800 + random.Below(0xF800);
+            if (character >= 0xD800 && character < 0xE000)
                 continue;
             return character;
         }
@@ -51,7 +51,7 @@ char32_t RandomCharacter(Random &random, unsigned kinds)
 }
 
 // Runs of one kind and mixed stretches.
-std::vector<char32_t> RandomCharacters(Random &random, std::size_t count)
+std::vector<char32_t> RandomCharacters(Random &random, size_t count)
 {
     const unsigned kinds = 1 + random.Below(15);
     std::vector<char32_t> characters(count);
@@ -94,7 +94,7 @@ struct Bodies {
     {
         uint32_t bits;
         EXPECT_EQ(measure(text.c_str(), &bits), text.size());
-        const std::size_t bytes = countBytes(text.data(), text.size(), bits);
+        const size_t bytes = countBytes(text.data(), text.size(), bits);
         tonekit::GuardedBuffer out(bytes + 1, text.size() % 16);
         toUtf8(text.data(), text.size(), bits, out.As<char>());
         EXPECT_TRUE(out.Intact()) << text.size();
@@ -102,11 +102,11 @@ struct Bodies {
     }
 
     // The longest well-formed beginning.
-    Utf16String ToUtf16(const std::string &text, std::size_t *taken) const
+    Utf16String ToUtf16(const std::string &text, size_t *taken) const
     {
-        const std::size_t room = countUnits(text.data(), text.size()) + 1;
+        const size_t room = countUnits(text.data(), text.size()) + 1;
         tonekit::GuardedBuffer out(room * sizeof(tonekit_char16), 2 * (text.size() % 8));
-        std::size_t units;
+        size_t units;
         *taken = toUtf16(text.data(), text.size(), out.As<tonekit_char16>(), room, &units);
         EXPECT_TRUE(out.Intact()) << testing::PrintToString(text);
         EXPECT_LT(units, room);
@@ -115,7 +115,7 @@ struct Bodies {
 
     void ExpectWhole(const BothForms &forms) const
     {
-        std::size_t taken;
+        size_t taken;
         ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8);
         ASSERT_EQ(ToUtf16(forms.utf8, &taken), forms.utf16);
         ASSERT_EQ(taken, forms.utf8.size());
@@ -149,7 +149,7 @@ constexpr Script kScripts[] = {
     {U'\U0001f600', 60, 5, U'\u00fc'},  // a few of them
 };
 
-std::vector<char32_t> Write(const Script &script, Random &random, std::size_t characters)
+std::vector<char32_t> Write(const Script &script, Random &random, size_t characters)
 {
     std::vector<char32_t> text(characters);
     for (char32_t &character : text)
@@ -166,14 +166,14 @@ std::vector<char32_t> Write(const Script &script, Random &random, std::size_t ch
 
 bool IsSurrogate(char32_t character)
 {
-    return character >= 0xd800 && character < 0xe000;
+    return character >= 0xD800 && character < 0xE000;
 }
 
 } // namespace
 
 TEST(Utf, EveryCharacterBecomesItsFormAndComesBack)
 {
-    for (char32_t character = 1; character < 0x110000; character++) {
+    for (char32_t character = 1; character < 0x110000; ++character) {
         if (IsSurrogate(character))
             continue;
         const BothForms forms = FormsOf({character});
@@ -200,7 +200,7 @@ TEST(Utf, EveryCharacterBecomesItsFormInLongerText)
 TEST(Utf, SurrogatePairIsOneSequenceOfFourBytes)
 {
     EXPECT_EQ(ToUtf8(UTF16("\U0001D11E")), "\xf0\x9d\x84\x9e");
-    EXPECT_EQ(ToUnicode("\xf0\x9d\x84\x9e"), (Utf16String{0xd834, 0xdd1e}));
+    EXPECT_EQ(ToUnicode("\xf0\x9d\x84\x9e"), (Utf16String{0xD834, 0xDD1E}));
     EXPECT_EQ(ToUtf8(UTF16("\U00010000")), "\xf0\x90\x80\x80");
     EXPECT_EQ(ToUtf8(UTF16("\U0010FFFF")), "\xf4\x8f\xbf\xbf");
 }
@@ -208,22 +208,22 @@ TEST(Utf, SurrogatePairIsOneSequenceOfFourBytes)
 TEST(Utf, SurrogateWithoutItsPartnerIsReplaced)
 {
     const std::string replaced = "\xef\xbf\xbd";
-    EXPECT_EQ(ToUtf8({0xd800}), replaced);
-    EXPECT_EQ(ToUtf8({0xdbff}), replaced);
-    EXPECT_EQ(ToUtf8({0xdc00}), replaced);
-    EXPECT_EQ(ToUtf8({0xdfff}), replaced);
-    EXPECT_EQ(ToUtf8({UTF16('a'), 0xd800, UTF16('b')}), "a" + replaced + "b");
-    EXPECT_EQ(ToUtf8({0xdc00, 0xd800}), replaced + replaced);
-    EXPECT_EQ(ToUtf8({0xd800, 0xd800, 0xdc00}), replaced + "\xf0\x90\x80\x80");
-    EXPECT_EQ(ToUtf8({0xd800, 0xdc00, 0xdc00}), "\xf0\x90\x80\x80" + replaced);
+    EXPECT_EQ(ToUtf8({0xD800}), replaced);
+    EXPECT_EQ(ToUtf8({0xDBFF}), replaced);
+    EXPECT_EQ(ToUtf8({0xDC00}), replaced);
+    EXPECT_EQ(ToUtf8({0xDFFF}), replaced);
+    EXPECT_EQ(ToUtf8({UTF16('a'), 0xD800, UTF16('b')}), "a" + replaced + "b");
+    EXPECT_EQ(ToUtf8({0xDC00, 0xD800}), replaced + replaced);
+    EXPECT_EQ(ToUtf8({0xD800, 0xD800, 0xDC00}), replaced + "\xf0\x90\x80\x80");
+    EXPECT_EQ(ToUtf8({0xD800, 0xDC00, 0xDC00}), "\xf0\x90\x80\x80" + replaced);
 }
 
 TEST(Utf, LoneSurrogateIsReplacedAtEveryPlace)
 {
     for (const tonekit_char16 filler : {UTF16('x'), UTF16('\u00e9'), UTF16('\u4e2d')})
-        for (std::size_t length = 1; length < 40; length++)
-            for (std::size_t place = 0; place < length; place++)
-                for (const tonekit_char16 surrogate : {tonekit_char16{0xd900}, tonekit_char16{0xde00}}) {
+        for (size_t length = 1; length < 40; ++length)
+            for (size_t place = 0; place < length; ++place)
+                for (const tonekit_char16 surrogate : {tonekit_char16{0xD900}, tonekit_char16{0xDE00}}) {
                     Utf16String text(length, filler);
                     text[place] = surrogate;
                     ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
@@ -232,8 +232,8 @@ TEST(Utf, LoneSurrogateIsReplacedAtEveryPlace)
 
 TEST(Utf, PairsAreFoundAtEveryPlace)
 {
-    for (std::size_t length = 0; length < 40; length++)
-        for (std::size_t place = 0; place <= length; place++) {
+    for (size_t length = 0; length < 40; ++length)
+        for (size_t place = 0; place <= length; ++place) {
             Utf16String text(length, UTF16('x'));
             text.insert(place, UTF16("\U0001F600\U0001F601\U0001F602\U0001F603\U0001F604"));
             ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << length << ' ' << place;
@@ -285,16 +285,16 @@ TEST(Utf, IllFormedPartsAreReplacedOnePerMaximalPart)
 
 TEST(Utf, IllFormedTextEqualsTheModel)
 {
-    for (unsigned first = 1; first < 256; first++)
-        for (unsigned second = 1; second < 256; second++) {
+    for (unsigned first = 1; first < 256; ++first)
+        for (unsigned second = 1; second < 256; ++second) {
             const std::string text = {static_cast<char>(first), static_cast<char>(second)};
             ASSERT_EQ(ToUnicode(text), tonekit::reference::Utf8ToUtf16(text));
         }
     Random random(11);
-    for (int round = 0; round < 60000; round++) {
+    for (int round = 0; round < 60000; ++round) {
         std::string text = FormsOf(RandomCharacters(random, random.Below(60))).utf8;
-        for (unsigned faults = random.Below(4); faults > 0 && !text.empty(); faults--) {
-            const std::size_t place = random.Below(static_cast<uint32_t>(text.size()));
+        for (unsigned faults = random.Below(4); faults > 0 && !text.empty(); --faults) {
+            const size_t place = random.Below(static_cast<uint32_t>(text.size()));
             const char byte = static_cast<char>(1 + random.Below(255));
             switch (random.Below(3)) {
             case 0:
@@ -314,7 +314,7 @@ TEST(Utf, IllFormedTextEqualsTheModel)
 TEST(Utf, RandomBytesEqualTheModel)
 {
     Random random(12);
-    for (int round = 0; round < 20000; round++) {
+    for (int round = 0; round < 20000; ++round) {
         std::string text(random.Below(80), 0);
         for (char &byte : text)
             byte = static_cast<char>(1 + random.Below(255));
@@ -325,11 +325,11 @@ TEST(Utf, RandomBytesEqualTheModel)
 TEST(Utf, RandomUnitsEqualTheModel)
 {
     Random random(13);
-    for (int round = 0; round < 60000; round++) {
+    for (int round = 0; round < 60000; ++round) {
         Utf16String text(random.Below(80), 0);
-        const uint32_t surrogates = round % 2 ? 0xd800 : 0;
+        const uint32_t surrogates = round % 2 ? 0xD800 : 0;
         for (tonekit_char16 &unit : text)
-            unit = static_cast<tonekit_char16>(surrogates == 0 ? 1 + random.Below(0xffff)
+            unit = static_cast<tonekit_char16>(surrogates == 0 ? 1 + random.Below(0xFFFF)
                                                                : surrogates | random.Below(0x800));
         ASSERT_EQ(ToUtf8(text), tonekit::reference::Utf16ToUtf8(text));
     }
@@ -338,8 +338,8 @@ TEST(Utf, RandomUnitsEqualTheModel)
 TEST(Utf, RandomTextComesBackFromBothForms)
 {
     Random random(14);
-    for (int round = 0; round < 40000; round++) {
-        const std::size_t length = random.Below(round % 100 == 0 ? 5000 : 100);
+    for (int round = 0; round < 40000; ++round) {
+        const size_t length = random.Below(round % 100 == 0 ? 5000 : 100);
         const BothForms forms = FormsOf(RandomCharacters(random, length));
         ASSERT_EQ(ToUtf8(forms.utf16), forms.utf8);
         ASSERT_EQ(ToUnicode(forms.utf8), forms.utf16);
@@ -349,7 +349,7 @@ TEST(Utf, RandomTextComesBackFromBothForms)
 TEST(Utf, LongTextsOfOneKindComeBack)
 {
     for (const char32_t character : {U'A', U'\u00e9', U'\u043f', U'\u4e2d', U'\U0001f600'})
-        for (const std::size_t length : {1000u, 4095u, 5000u, 100000u}) {
+        for (const size_t length : {1000u, 4095u, 5000u, 100000u}) {
             const BothForms forms = FormsOf(std::vector<char32_t>(length, character));
             EXPECT_TRUE(ToUtf8(forms.utf16) == forms.utf8) << length;
             EXPECT_TRUE(ToUnicode(forms.utf8) == forms.utf16) << length;
@@ -362,8 +362,8 @@ TEST(Utf, EveryLengthOfEveryScriptInEveryBody)
         const Bodies bodies(letter);
         Random random(17);
         for (const Script &script : kScripts)
-            for (std::size_t length = 0; length <= 200; length++)
-                for (int round = 0; round < 3; round++)
+            for (size_t length = 0; length <= 200; ++length)
+                for (int round = 0; round < 3; ++round)
                     ASSERT_NO_FATAL_FAILURE(bodies.ExpectWhole(FormsOf(Write(script, random, length))))
                         << letter << ' ' << length;
     }
@@ -377,8 +377,8 @@ TEST(Utf, OneOtherCharacterAtEveryPlaceInEveryBody)
         const Bodies bodies(letter);
         for (const char32_t filler : {U'x', U'\u00e9', U'\u4e2d', U'\U0001f600'})
             for (const char32_t other : {U'y', U'\u07ff', U'\u0800', U'\uffff', U'\U00010000'})
-                for (const std::size_t length : {1u, 7u, 8u, 15u, 16u, 17u, 23u, 24u, 31u, 40u, 80u})
-                    for (std::size_t place = 0; place < length; place++) {
+                for (const size_t length : {1u, 7u, 8u, 15u, 16u, 17u, 23u, 24u, 31u, 40u, 80u})
+                    for (size_t place = 0; place < length; ++place) {
                         std::vector<char32_t> text(length, filler);
                         text[place] = other;
                         ASSERT_NO_FATAL_FAILURE(bodies.ExpectWhole(FormsOf(text)))
@@ -412,11 +412,11 @@ TEST(Utf, TheWellFormedBeginningEndsBeforeEveryFaultAtEveryPlace)
         Random random(18);
         for (const Script &script : kScripts)
             for (const char *fault : faults)
-                for (std::size_t before = 0; before < 50; before++) {
+                for (size_t before = 0; before < 50; ++before) {
                     const BothForms begin = FormsOf(Write(script, random, before));
                     const std::string end = FormsOf(Write(script, random, random.Below(40))).utf8;
                     // What ends the text may not make the fault whole.
-                    std::size_t taken;
+                    size_t taken;
                     ASSERT_EQ(bodies.ToUtf16(begin.utf8 + fault + "x" + end, &taken), begin.utf16);
                     ASSERT_EQ(taken, begin.utf8.size())
                         << letter << testing::PrintToString(std::string(fault));
@@ -430,7 +430,7 @@ TEST(Utf, TheWellFormedBeginningEndsBeforeEveryFaultAtEveryPlace)
 TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
 {
     Random random(15);
-    for (int round = 0; round < 600; round++) {
+    for (int round = 0; round < 600; ++round) {
         const BothForms forms = FormsOf(RandomCharacters(random, random.Below(100)));
         TextAtPageEnd<char> bytes(forms.utf8);
         TextAtPageEnd<tonekit_char16> units(forms.utf16);
@@ -442,10 +442,10 @@ TEST(Utf, NothingIsReadBehindTheTerminatorsPage)
 TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
 {
     alignas(64) tonekit_char16 units[192];
-    for (std::size_t start = 0; start < 40; start++)
-        for (std::size_t length = 0; length < 140; length++)
-            for (std::size_t place = 0; place < length; place++) {
-                std::fill(std::begin(units), std::end(units), tonekit_char16{0xffff});
+    for (size_t start = 0; start < 40; ++start)
+        for (size_t length = 0; length < 140; ++length)
+            for (size_t place = 0; place < length; ++place) {
+                std::fill(std::begin(units), std::end(units), tonekit_char16{0xFFFF});
                 std::fill_n(units + start, length, tonekit_char16{0x0100});
                 units[start + length] = 0;
                 units[start + place] = 0x4001;
@@ -460,7 +460,7 @@ TEST(Utf, LengthIsFoundFromEveryAddressAndTellsTheBits)
 
 TEST(Utf, LengthIsFoundFromAnOddAddress)
 {
-    for (std::size_t length = 0; length < 70; length++) {
+    for (size_t length = 0; length < 70; ++length) {
         tonekit::GuardedBuffer bytes(2 * length + 2, 1);
         std::fill_n(bytes.data(), 2 * length, uint8_t{0x21});
         std::fill_n(bytes.data() + 2 * length, 2, uint8_t{0});
@@ -474,16 +474,16 @@ TEST(Utf, LengthIsFoundFromAnOddAddress)
 TEST(Utf, OutputStaysWithinItsRoom)
 {
     Random random(16);
-    for (int round = 0; round < 20000; round++) {
+    for (int round = 0; round < 20000; ++round) {
         BothForms forms = FormsOf(RandomCharacters(random, random.Below(70)));
         std::string &utf8 = forms.utf8;
         if (random.Below(2) && !utf8.empty())
             utf8[random.Below(static_cast<uint32_t>(utf8.size()))] =
                 static_cast<char>(0x80 + random.Below(128));
-        const std::size_t room = tonekit::Utf8UnitsAsUtf16(utf8.data(), utf8.size());
+        const size_t room = tonekit::Utf8UnitsAsUtf16(utf8.data(), utf8.size());
         tonekit::GuardedBuffer out((room + 1) * sizeof(tonekit_char16), 2 * random.Below(8));
-        std::size_t units;
-        const std::size_t taken =
+        size_t units;
+        const size_t taken =
             tonekit::Utf8ToUtf16(utf8.data(), utf8.size(), out.As<tonekit_char16>(), room + 1, &units);
         ASSERT_TRUE(out.Intact());
         ASSERT_LE(units, room);
@@ -493,7 +493,7 @@ TEST(Utf, OutputStaysWithinItsRoom)
         const Utf16String &utf16 = forms.utf16;
         uint32_t bits;
         ASSERT_EQ(tonekit::Utf16Length(utf16.c_str(), &bits), utf16.size());
-        const std::size_t bytes = tonekit::Utf16BytesAsUtf8(utf16.data(), utf16.size(), bits);
+        const size_t bytes = tonekit::Utf16BytesAsUtf8(utf16.data(), utf16.size(), bits);
         tonekit::GuardedBuffer narrow(bytes + 1, random.Below(16));
         tonekit::Utf16ToUtf8(utf16.data(), utf16.size(), bits, narrow.As<char>());
         ASSERT_TRUE(narrow.Intact());

@@ -22,7 +22,7 @@ using reference::Bytes;
 
 class UU : public testing::TestWithParam<char> {
 protected:
-    std::optional<std::string> Encode(const void *data, std::int32_t length) const
+    std::optional<std::string> Encode(const void *data, int32_t length) const
     {
         return EncodedBy(encode_, data, length);
     }
@@ -70,18 +70,18 @@ TEST_P(UU, RefusesAnEmptyText)
 TEST_P(UU, ASingleCharacterGivesNoBytesAndABufferAllTheSame)
 {
     EXPECT_EQ(Decode("!"), Bytes{});
-    EXPECT_EQ(Decode("!\"#3!"), (Bytes{0x41, 0x02, 0xc3}));
+    EXPECT_EQ(Decode("!\"#3!"), (Bytes{0x41, 0x02, 0xC3}));
 }
 
 TEST_P(UU, EveryLengthTo1000BothWays)
 {
     Random random(62);
-    for (std::uint32_t length = 1; length <= 1000; ++length) {
+    for (uint32_t length = 1; length <= 1000; ++length) {
         PageEndBytes data(length);
         random.Fill(data.data(), length);
         const Bytes bytes(data.data(), data.data() + length);
         const std::string text = reference::UUText(bytes);
-        ASSERT_EQ(Encode(data.data(), static_cast<std::int32_t>(length)), text);
+        ASSERT_EQ(Encode(data.data(), static_cast<int32_t>(length)), text);
         PageEndBytes input(text.size() + 1);
         std::memcpy(input.data(), text.c_str(), text.size() + 1);
         ASSERT_EQ(Decode(reinterpret_cast<const char *>(input.data())), bytes);
@@ -90,10 +90,10 @@ TEST_P(UU, EveryLengthTo1000BothWays)
 
 TEST_P(UU, EveryByteInEveryPlaceOfAGroup)
 {
-    for (std::size_t place = 0; place < 50; ++place)
+    for (size_t place = 0; place < 50; ++place)
         for (int byte = 0; byte < 256; ++byte) {
-            Bytes data(50, 0x5a);
-            data[place] = static_cast<std::uint8_t>(byte);
+            Bytes data(50, 0x5A);
+            data[place] = static_cast<uint8_t>(byte);
             ASSERT_EQ(Encode(data.data(), 50), reference::UUText(data));
         }
 }
@@ -101,10 +101,10 @@ TEST_P(UU, EveryByteInEveryPlaceOfAGroup)
 // What is no character of the packing is taken as it comes: subtracted from, its high bits kept.
 TEST_P(UU, EveryCharacterInEveryPlace)
 {
-    EXPECT_EQ(Decode("\x1f   "), (Bytes{0xff, 0x00, 0x00}));
+    EXPECT_EQ(Decode("\x1f   "), (Bytes{0xFF, 0x00, 0x00}));
     EXPECT_EQ(Decode("`   "), (Bytes{0x40, 0x00, 0x00}));
-    EXPECT_EQ(Decode("   \xff"), (Bytes{0x40, 0xc0, 0xc0})); // 0xdf: 01 11 11 below its two high bits
-    for (std::size_t place = 0; place < 71; ++place)
+    EXPECT_EQ(Decode("   \xff"), (Bytes{0x40, 0xC0, 0xC0})); // 0xDF: 01 11 11 below its two high bits
+    for (size_t place = 0; place < 71; ++place)
         for (int character = 1; character < 256; ++character) {
             std::string text(71, '7');
             text[place] = static_cast<char>(character);
@@ -117,7 +117,7 @@ TEST_P(UU, RandomTexts)
     Random random(63);
     for (int round = 0; round < 2000; ++round) {
         std::string text;
-        for (std::uint32_t length = 1 + random.Below(200); text.size() < length;)
+        for (uint32_t length = 1 + random.Below(200); text.size() < length;)
             text += static_cast<char>(1 + random.Below(255));
         ASSERT_EQ(Decode(text), reference::UUBytes(text));
     }
@@ -127,7 +127,7 @@ TEST_P(UU, AThrowingAllocatorLeavesTheOutPointers)
 {
     char *text = nullptr;
     void *data = nullptr;
-    std::uint32_t length = 4711;
+    uint32_t length = 4711;
     FailAllocation(1);
     EXPECT_THROW(Body<decltype(UUEncode)>("UUEncode", GetParam())("data", 4, &text), std::bad_alloc);
     FailAllocation(1);

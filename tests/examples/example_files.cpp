@@ -12,7 +12,7 @@
 namespace tonekit {
 namespace {
 
-constexpr std::size_t kFrames = 44100;
+constexpr size_t kFrames = 44100;
 constexpr int32_t kLevel = 16384; // half of full scale
 
 void Write(const std::string &file, const std::string &head, const std::vector<int32_t> &samples)
@@ -35,28 +35,28 @@ void MakeInputs(const std::string &folder)
     Write(folder + "/level.wav", head, level);
     Write(folder + "/plain.raw", "", level);
     HdcdEncoder encoder(level);
-    for (std::size_t frame = 1000; frame + 1000 < kFrames; frame += 4000)
+    for (size_t frame = 1000; frame + 1000 < kFrames; frame += 4000)
         for (int channel = 0; channel < 2; ++channel)
             encoder.CodeA(channel, frame, 0x07);
     Write(folder + "/hdcd.raw", "", level);
 }
 
 // The bytes of a file after the first `skip`, as 24-bit samples.
-std::vector<int32_t> Samples(const std::string &file, std::size_t skip)
+std::vector<int32_t> Samples(const std::string &file, size_t skip)
 {
     std::ifstream in(file, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), {}};
     std::vector<int32_t> samples;
-    for (std::size_t i = skip; i + 3 <= bytes.size(); i += 3) {
+    for (size_t i = skip; i + 3 <= bytes.size(); i += 3) {
         uint32_t value = 0;
-        for (std::size_t byte = 0; byte < 3; ++byte)
+        for (size_t byte = 0; byte < 3; ++byte)
             value |= uint32_t{static_cast<uint8_t>(bytes[i + byte])} << (8 + 8 * byte);
         samples.push_back(static_cast<int32_t>(value) >> 8);
     }
     return samples;
 }
 
-bool Expect(const std::string &file, std::size_t skip, std::size_t count, int32_t least, int32_t most)
+bool Expect(const std::string &file, size_t skip, size_t count, int32_t least, int32_t most)
 {
     const std::vector<int32_t> samples = Samples(file, skip);
     const int32_t middle = samples.size() == count ? samples[count / 2] : 0;

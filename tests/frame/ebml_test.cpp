@@ -50,7 +50,7 @@ TEST_F(EbmlTest, RefusesShortAndOtherFiles)
     EXPECT_EQ(Detect(UTF16("wave"), "RIFF----WAVE"), 0u);
     EXPECT_EQ(Detect(UTF16("reversed"), "\xA3\xDF\x45\x1A"), 0u);
     EXPECT_EQ(Detect(UTF16("late"), " " + kIdentifier), 0u);
-    for (std::size_t byte = 0; byte < 4; ++byte) {
+    for (size_t byte = 0; byte < 4; ++byte) {
         std::string wrong = kIdentifier;
         wrong[byte] ^= 1;
         EXPECT_EQ(Detect(UTF16("wrong"), wrong), 0u) << byte;

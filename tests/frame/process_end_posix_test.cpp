@@ -12,7 +12,7 @@ namespace {
 bool watchesTheEnd = false;
 
 // Runs after all that was registered with atexit.
-__attribute__((destructor)) void TryTheLock()
+[[gnu::destructor]] void TryTheLock()
 {
     if (!watchesTheEnd)
         return;

@@ -102,7 +102,7 @@ TEST(TierChoice, TakesTheMostDemandingTierThatFits)
 
 TEST(TierChoice, NeedsEveryBitOfAMask)
 {
-    constexpr uint64_t kMasks[8] = {0, 0xee, 0x1ee, 0x3ee, 0x17ee, 0x117ee, 0x197ee, 0x9d9fee};
+    constexpr uint64_t kMasks[8] = {0, 0xEE, 0x1EE, 0x3EE, 0x17EE, 0x117EE, 0x197EE, 0x9D9FEE};
     for (unsigned tier = 1; tier < 8; ++tier)
         for (unsigned bit = 0; bit < 24; ++bit)
             if (kMasks[tier] >> bit & 1) {

@@ -16,7 +16,7 @@ void ExpectSlots(unsigned tier)
 {
     const std::vector<const char *> names = DispatchedNames();
     ASSERT_FALSE(names.empty());
-    for (std::size_t row = 0; row < names.size(); ++row)
+    for (size_t row = 0; row < names.size(); ++row)
         EXPECT_EQ(*tonekit_dispatch_rows[row].slot, tonekit_dispatch_rows[row].bodies[tier]) << names[row];
 }
 
@@ -41,7 +41,7 @@ TEST(Selection, FollowsTheWord)
 
 TEST(Selection, UnitsCoverEveryRow)
 {
-    std::size_t rows = 0;
+    size_t rows = 0;
     for (const uint64_t *unit = tonekit_dispatch_units; *unit != 0; ++unit)
         rows += *unit;
     EXPECT_EQ(rows, DispatchedNames().size());

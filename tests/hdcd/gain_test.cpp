@@ -15,7 +15,7 @@ namespace {
 
 class HdcdGain : public HdcdBodies {
 protected:
-    std::int32_t One(std::int32_t sample, std::int32_t bits, bool extend)
+    int32_t One(int32_t sample, int32_t bits, bool extend)
     {
         EXPECT_EQ(envelope(&sample, 1, 1, bits, 0, 0, extend), 0);
         return sample;
@@ -47,18 +47,18 @@ TEST_P(HdcdGain, PeaksAreExtendedFromTheLevelOn)
 
 TEST_P(HdcdGain, EveryMagnitudeFrom22913To32768)
 {
-    for (std::int32_t magnitude = 22913; magnitude <= 32768; ++magnitude) {
-        const std::uint32_t value = HdcdPeakTable[magnitude - 22913];
-        EXPECT_EQ(static_cast<std::uint32_t>(One(-magnitude, 16, true)), 0 - value);
+    for (int32_t magnitude = 22913; magnitude <= 32768; ++magnitude) {
+        const uint32_t value = HdcdPeakTable[magnitude - 22913];
+        EXPECT_EQ(static_cast<uint32_t>(One(-magnitude, 16, true)), 0 - value);
         if (magnitude < 32768) {
-            EXPECT_EQ(static_cast<std::uint32_t>(One(magnitude, 16, true)), value);
+            EXPECT_EQ(static_cast<uint32_t>(One(magnitude, 16, true)), value);
         }
     }
 }
 
 TEST_P(HdcdGain, MagnitudesBeyondTheTableTakeItsLastEntry)
 {
-    for (const std::int32_t sample : {32768, 40000, INT32_MAX, -40000, INT32_MIN, INT32_MIN + 1})
+    for (const int32_t sample : {32768, 40000, INT32_MAX, -40000, INT32_MIN, INT32_MIN + 1})
         EXPECT_EQ(One(sample, 16, true), INT32_MIN) << sample;
 }
 
@@ -77,10 +77,10 @@ TEST_P(HdcdGain, AttackTakesOneStepASampleAndHolds)
 {
     Samples samples(300, 1000);
     EXPECT_EQ(envelope(samples.data(), 300, 1, 16, 0, 256, 0), 256);
-    const std::int64_t scaled = 1000 * 32768;
+    const int64_t scaled = 1000 * 32768;
     for (int i = 0; i < 300; ++i) {
         const int gain = std::min(i + 1, 256);
-        EXPECT_EQ(samples[static_cast<std::size_t>(i)], scaled * HdcdGainTable32[gain] >> 23) << i;
+        EXPECT_EQ(samples[static_cast<size_t>(i)], scaled * HdcdGainTable32[gain] >> 23) << i;
     }
     EXPECT_EQ(samples[0], scaled * 0x7FF144 >> 23);
     EXPECT_EQ(samples[299], scaled * 0x721482 >> 23);
@@ -90,10 +90,10 @@ TEST_P(HdcdGain, ReleaseTakesEightStepsASample)
 {
     Samples samples(40, -777);
     EXPECT_EQ(envelope(samples.data(), 40, 1, 16, 256, 0, 0), 0);
-    const std::int64_t scaled = -777 * 32768;
+    const int64_t scaled = -777 * 32768;
     for (int i = 0; i < 40; ++i) {
         const int gain = std::max(256 - 8 * (i + 1), 0);
-        EXPECT_EQ(samples[static_cast<std::size_t>(i)], scaled * HdcdGainTable32[gain] >> 23) << i;
+        EXPECT_EQ(samples[static_cast<size_t>(i)], scaled * HdcdGainTable32[gain] >> 23) << i;
     }
     EXPECT_EQ(samples[30], scaled * 0x7F8A52 >> 23);
     EXPECT_EQ(samples[31], scaled);
@@ -110,7 +110,7 @@ TEST_P(HdcdGain, FullRampsTakeTheirExactLengths)
 
 TEST_P(HdcdGain, RestBelowEightClosesInNoSample)
 {
-    std::int32_t sample = 123;
+    int32_t sample = 123;
     for (int gain = 1; gain < 8; ++gain)
         EXPECT_EQ(envelope(&sample, 0, 1, 16, gain, 0, 0), 0);
     EXPECT_EQ(envelope(&sample, 0, 1, 16, 8, 0, 0), 8);
@@ -124,7 +124,7 @@ TEST_P(HdcdGain, RestBelowEightClosesInNoSample)
 
 TEST_P(HdcdGain, AttenuationRoundsTowardsMinusInfinity)
 {
-    std::int32_t samples[2] = {1, -1};
+    int32_t samples[2] = {1, -1};
     envelope(samples, 1, 1, 24, 1920, 1920, 0);
     envelope(samples + 1, 1, 1, 24, 1920, 1920, 0);
     EXPECT_EQ(samples[0], 128 * 0x35FA26 >> 23);
@@ -139,22 +139,22 @@ TEST_P(HdcdGain, NegativeCountsDoNothing)
 
 TEST_P(HdcdGain, EnvelopeAgreesWithTheModel)
 {
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 600; ++round) {
-        const auto count = static_cast<std::int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
-        const auto stride = static_cast<std::int32_t>(1 + random.Below(3));
-        GuardedBuffer buffer(static_cast<std::size_t>(count * stride) * 4, 4 * random.Below(16));
+        const auto count = static_cast<int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
+        const auto stride = static_cast<int32_t>(1 + random.Below(3));
+        GuardedBuffer buffer(static_cast<size_t>(count * stride) * 4, 4 * random.Below(16));
         random.Fill(buffer.data(), buffer.size());
-        std::int32_t *samples = buffer.As<std::int32_t>();
+        int32_t *samples = buffer.As<int32_t>();
         if (round % 2 == 0)
-            for (std::int32_t i = 0; i < count * stride; ++i)
+            for (int32_t i = 0; i < count * stride; ++i)
                 samples[i] >>= 16;
         Samples model(samples, samples + count * stride);
-        const std::int32_t bits = 16 + 4 * static_cast<std::int32_t>(random.Below(3));
-        const auto gain = static_cast<std::int32_t>(random.Below(1921));
-        const auto target = static_cast<std::int32_t>(128 * random.Below(16));
+        const int32_t bits = 16 + 4 * static_cast<int32_t>(random.Below(3));
+        const auto gain = static_cast<int32_t>(random.Below(1921));
+        const auto target = static_cast<int32_t>(128 * random.Below(16));
         const bool extend = random.Below(2) != 0;
-        const std::int32_t expected =
+        const int32_t expected =
             reference::HdcdEnvelope(model.data(), count, stride, bits, gain, target, extend);
         ASSERT_EQ(envelope(samples, count, stride, bits, gain, target, extend), expected);
         ASSERT_EQ(Samples(samples, samples + count * stride), model);
@@ -164,31 +164,30 @@ TEST_P(HdcdGain, EnvelopeAgreesWithTheModel)
 
 TEST_P(HdcdGain, BothChannelsAtOnceAgreeWithTheModelHoweverTheRunIsCut)
 {
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 600; ++round) {
-        const auto frames = static_cast<std::int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
-        GuardedBuffer buffer(static_cast<std::size_t>(frames) * 8, 4 * random.Below(16));
+        const auto frames = static_cast<int32_t>(random.Below(round % 4 == 0 ? 2500 : 60));
+        GuardedBuffer buffer(static_cast<size_t>(frames) * 8, 4 * random.Below(16));
         random.Fill(buffer.data(), buffer.size());
-        std::int32_t *samples = buffer.As<std::int32_t>();
+        int32_t *samples = buffer.As<int32_t>();
         if (round % 2 == 0)
-            for (std::int32_t i = 0; i < 2 * frames; ++i)
+            for (int32_t i = 0; i < 2 * frames; ++i)
                 samples[i] >>= 16;
         Samples model(samples, samples + 2 * frames);
         LinkedGain gain{};
-        gain.target = static_cast<std::int32_t>(128 * random.Below(16));
-        std::int32_t expected[2];
+        gain.target = static_cast<int32_t>(128 * random.Below(16));
+        int32_t expected[2];
         const bool unequalBits = random.Below(8) == 0;
-        const auto bits = static_cast<std::int32_t>(16 + 4 * random.Below(3));
+        const auto bits = static_cast<int32_t>(16 + 4 * random.Below(3));
         for (int i = 0; i < 2; ++i) {
             gain.bits[i] = unequalBits ? 16 + 4 * i : bits;
             gain.extend[i] = random.Below(2) != 0;
-            gain.gain[i] = random.Below(3) == 0 ? 0 : static_cast<std::int32_t>(random.Below(1921));
+            gain.gain[i] = random.Below(3) == 0 ? 0 : static_cast<int32_t>(random.Below(1921));
             expected[i] = reference::HdcdEnvelope(model.data() + i, frames, 2, gain.bits[i], gain.gain[i],
                                                   gain.target, gain.extend[i] != 0);
         }
-        for (std::int32_t done = 0; done < frames || frames == 0;) {
-            const auto piece =
-                static_cast<std::int32_t>(random.Below(static_cast<std::uint32_t>(frames - done) + 1));
+        for (int32_t done = 0; done < frames || frames == 0;) {
+            const auto piece = static_cast<int32_t>(random.Below(static_cast<uint32_t>(frames - done) + 1));
             envelopeLinked(samples + 2 * done, piece, &gain);
             done += piece;
             if (frames == 0)
@@ -206,13 +205,13 @@ TONEKIT_HDCD_BODIES(HdcdGain);
 TEST(HdcdAnalysis, ToneHas300HertzAtEveryRate)
 {
     const struct {
-        std::uint32_t rate, period;
+        uint32_t rate, period;
     } rows[] = {{44100, 147},  {48000, 160},  {88200, 294}, {96000, 320},
                 {176400, 588}, {192000, 640}, {32000, 147}};
     for (const auto &row : rows) {
-        std::uint32_t index = 0;
+        uint32_t index = 0;
         Samples first;
-        for (std::uint32_t i = 0; i < row.period; ++i)
+        for (uint32_t i = 0; i < row.period; ++i)
             first.push_back(hdcd_tone(&index, row.rate));
         EXPECT_EQ(index, 0u) << row.rate;
         EXPECT_EQ(first.back(), 0);
@@ -229,7 +228,7 @@ TEST(HdcdAnalysis, PreparedSamplesKeepTheControlBitAndMarkPeaks)
     Samples samples = {22913, -22913, 22912, -22912, 1, 0, INT32_MIN, -1};
     PrepareAnalysis(&c, samples.data(), 8, 1);
     const Samples low = {3, 3, 0, 0, 1, 0, 2, 1};
-    for (std::size_t i = 0; i < 8; ++i) {
+    for (size_t i = 0; i < 8; ++i) {
         EXPECT_EQ(samples[i] & 3, low[i]) << i;
         EXPECT_EQ(samples[i] >> 2, HdcdToneTable44[4 * static_cast<int>(i + 1)] >> 2) << i;
     }
@@ -260,7 +259,7 @@ TEST(HdcdAnalysis, PeakModeMarksPreparedPeaksWhileExtensionIsOn)
 
 TEST(HdcdAnalysis, TimerAndMismatchModesMarkTheWholeRun)
 {
-    const auto run = [](std::uint32_t mode, std::uint32_t timer, std::int32_t mismatch) {
+    const auto run = [](uint32_t mode, uint32_t timer, int32_t mismatch) {
         Samples samples = {50, -50};
         hdcd_analyze(samples.data(), 2, 1, 0, 0, 1, mode, timer, mismatch);
         EXPECT_EQ(samples[0], -samples[1]);
@@ -279,18 +278,18 @@ TEST(HdcdAnalysis, AgreesWithTheModel)
 {
     Random random(77);
     for (int round = 0; round < 1000; ++round) {
-        const auto count = static_cast<std::int32_t>(random.Below(round % 5 == 0 ? 2500 : 40));
-        const auto stride = static_cast<std::int32_t>(1 + random.Below(2));
-        Samples samples(static_cast<std::size_t>(count * stride));
+        const auto count = static_cast<int32_t>(random.Below(round % 5 == 0 ? 2500 : 40));
+        const auto stride = static_cast<int32_t>(1 + random.Below(2));
+        Samples samples(static_cast<size_t>(count * stride));
         random.Fill(samples.data(), samples.size() * 4);
         Samples model = samples;
-        const auto gain = static_cast<std::int32_t>(random.Below(1921));
-        const auto target = static_cast<std::int32_t>(128 * random.Below(16));
+        const auto gain = static_cast<int32_t>(random.Below(1921));
+        const auto target = static_cast<int32_t>(128 * random.Below(16));
         const bool extend = random.Below(2) != 0;
-        const std::uint32_t mode = random.Below(8);
-        const std::uint32_t timer = random.Below(2) * 5;
-        const auto mismatch = static_cast<std::int32_t>(random.Below(3)) - 1;
-        const std::int32_t expected =
+        const uint32_t mode = random.Below(8);
+        const uint32_t timer = random.Below(2) * 5;
+        const auto mismatch = static_cast<int32_t>(random.Below(3)) - 1;
+        const int32_t expected =
             reference::HdcdAnalyze(model.data(), count, stride, gain, target, extend, mode, timer, mismatch);
         ASSERT_EQ(hdcd_analyze(samples.data(), count, stride, gain, target, extend, mode, timer, mismatch),
                   expected);

@@ -15,28 +15,27 @@
 
 namespace tonekit {
 
-using Samples = std::vector<std::int32_t>;
+using Samples = std::vector<int32_t>;
 
 // Random 16-bit stereo, far from full scale, whose least significant bits are noise too.
-inline Samples NoiseFrames(std::size_t frames, std::uint64_t seed, std::int32_t amplitude = 8000)
+inline Samples NoiseFrames(size_t frames, uint64_t seed, int32_t amplitude = 8000)
 {
     Random random(seed);
     Samples samples(2 * frames);
-    for (std::int32_t &sample : samples)
-        sample =
-            static_cast<std::int32_t>(random.Below(static_cast<std::uint32_t>(2 * amplitude))) - amplitude;
+    for (int32_t &sample : samples)
+        sample = static_cast<int32_t>(random.Below(static_cast<uint32_t>(2 * amplitude))) - amplitude;
     return samples;
 }
 
 // Stereo that carries nothing in its least significant bits.
-inline Samples SilentBitFrames(std::size_t frames, std::int32_t value = 1000)
+inline Samples SilentBitFrames(size_t frames, int32_t value = 1000)
 {
     return Samples(2 * frames, value & ~1);
 }
 
-inline std::int32_t Frames(const Samples &samples)
+inline int32_t Frames(const Samples &samples)
 {
-    return static_cast<std::int32_t>(samples.size() / 2);
+    return static_cast<int32_t>(samples.size() / 2);
 }
 
 struct FreeDecoder {

@@ -14,26 +14,26 @@ namespace {
 using Names = std::vector<const char *>;
 
 // Both channels carry a code B every 500 frames from 100 on.
-Samples Encoded(std::size_t frames, std::uint8_t left, std::uint8_t right)
+Samples Encoded(size_t frames, uint8_t left, uint8_t right)
 {
     Samples samples = NoiseFrames(frames, left + 256u * right);
     HdcdEncoder encoder(samples);
-    for (std::size_t frame = 100; frame + 48 <= frames; frame += 500) {
+    for (size_t frame = 100; frame + 48 <= frames; frame += 500) {
         encoder.CodeB(0, frame, left);
         encoder.CodeB(1, frame, right);
     }
     return samples;
 }
 
-std::vector<std::int16_t> Narrow(const Samples &samples)
+std::vector<int16_t> Narrow(const Samples &samples)
 {
     return {samples.begin(), samples.end()};
 }
 
 TEST(HdcdInterface, NullDecodersAreIgnored)
 {
-    std::int32_t samples[2] = {5, 6};
-    const std::int16_t narrow[2] = {5, 6};
+    int32_t samples[2] = {5, 6};
+    const int16_t narrow[2] = {5, 6};
     hdcd_reset(nullptr);
     hdcd_process(nullptr, samples, 1);
     hdcd_free(nullptr);
@@ -51,7 +51,7 @@ TEST(HdcdInterface, FreshDecoderHasDetectedNothing)
 TEST(HdcdInterface, PlainAudioStaysAtNothing)
 {
     const OwnedDecoder decoder = NewDecoder();
-    for (std::uint64_t block = 0; block < 50; ++block) {
+    for (uint64_t block = 0; block < 50; ++block) {
         Samples samples = NoiseFrames(4000, block, 32768);
         hdcd_process(decoder.get(), samples.data(), 4000);
         ASSERT_EQ(hdcd_detected(decoder.get()), 0u);
@@ -60,7 +60,7 @@ TEST(HdcdInterface, PlainAudioStaysAtNothing)
 
 TEST(HdcdInterface, CodesWithoutEffectAreOneUntilGainOrPeaksMakeThemTwo)
 {
-    for (const std::uint8_t effective : std::initializer_list<std::uint8_t>{0x01, 0x10}) {
+    for (const uint8_t effective : std::initializer_list<uint8_t>{0x01, 0x10}) {
         const OwnedDecoder decoder = NewDecoder();
         Samples samples = Encoded(1000, 0x00, 0x20);
         hdcd_process(decoder.get(), samples.data(), 1000);
@@ -121,7 +121,7 @@ TEST(HdcdInterface, EmptyAndNegativeBlocksChangeNothing)
     hdcd_process(decoder.get(), samples.data(), 400);
     const HdcdDecoder before = *decoder;
     const Samples kept = samples;
-    for (const std::int32_t frames : {0, -1, INT32_MIN}) {
+    for (const int32_t frames : {0, -1, INT32_MIN}) {
         hdcd_process(decoder.get(), samples.data(), frames);
         EXPECT_EQ(reference::HdcdDifferences(*decoder, before), Names{});
         EXPECT_EQ(samples, kept);
@@ -133,8 +133,8 @@ TEST(HdcdInterface, EmptyAndNegativeBlocksChangeNothing)
 // A sanitizer sees what is computed from the null pointer.
 TEST(HdcdInterface, EmptyBlockAtNoAddressChangesNothingInAnyMode)
 {
-    for (std::uint32_t mode = 0; mode < 7; ++mode)
-        for (const std::uint32_t linked : {0u, 1u}) {
+    for (uint32_t mode = 0; mode < 7; ++mode)
+        for (const uint32_t linked : {0u, 1u}) {
             const OwnedDecoder decoder = NewDecoder();
             decoder->linked = linked;
             hdcd_set_analyze_mode(decoder.get(), mode);
@@ -180,7 +180,7 @@ TEST(HdcdInterface, ProcessAllocatesNothing)
 {
     const OwnedDecoder decoder = NewDecoder();
     Samples samples = Encoded(5000, 0x13, 0x13);
-    const std::uint64_t before = AllocationsSoFar();
+    const uint64_t before = AllocationsSoFar();
     FailEveryAllocation();
     hdcd_process(decoder.get(), samples.data(), 5000);
     hdcd_reset(decoder.get());
@@ -190,7 +190,7 @@ TEST(HdcdInterface, ProcessAllocatesNothing)
 
 TEST(HdcdInterface, NewGivesNullWithoutMemoryAndFreeGivesAllBack)
 {
-    const std::int64_t live = LiveAllocations();
+    const int64_t live = LiveAllocations();
     FailAllocation(1);
     EXPECT_EQ(hdcd_new(), nullptr);
     AllowAllocations();
@@ -203,7 +203,7 @@ class HdcdScan : public HdcdBodies {};
 // A scan of equal blocks, wide or narrow, is a decode without the output.
 TEST_P(HdcdScan, LeavesTheStateOfADecodeAndTheSamplesAsTheyWere)
 {
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 60; ++round) {
         RandomStream stream(random);
         const OwnedDecoder decoded = NewDecoder();
@@ -212,11 +212,11 @@ TEST_P(HdcdScan, LeavesTheStateOfADecodeAndTheSamplesAsTheyWere)
         scanned->linked = 0; // of no account to a scan
         for (const RandomStream::Block &block : stream.Blocks()) {
             Samples samples = block.samples;
-            for (std::int32_t &sample : samples)
-                sample = static_cast<std::int16_t>(sample);
-            const std::vector<std::int16_t> narrow = Narrow(samples);
+            for (int32_t &sample : samples)
+                sample = static_cast<int16_t>(sample);
+            const std::vector<int16_t> narrow = Narrow(samples);
             const Samples kept = samples;
-            const std::uint32_t answer = scan(scanned.get(), samples.data(), Frames(samples));
+            const uint32_t answer = scan(scanned.get(), samples.data(), Frames(samples));
             ASSERT_EQ(samples, kept);
             ASSERT_EQ(scan16(scanned16.get(), narrow.data(), Frames(samples)), answer);
             ASSERT_EQ(narrow, Narrow(kept));
@@ -236,14 +236,14 @@ TEST_P(HdcdScan, LeavesTheStateOfADecodeAndTheSamplesAsTheyWere)
 // An analysis mode writes over what it decodes, but not over what a caller wants to be scanned.
 TEST_P(HdcdScan, AnalysisModesLeaveTheSamplesAndMoveTheTone)
 {
-    for (std::uint32_t mode = 1; mode <= 6; ++mode) {
+    for (uint32_t mode = 1; mode <= 6; ++mode) {
         const OwnedDecoder decoded = NewDecoder();
         const OwnedDecoder scanned = NewDecoder();
         const OwnedDecoder scanned16 = NewDecoder();
         for (HdcdDecoder *decoder : {decoded.get(), scanned.get(), scanned16.get()})
             hdcd_set_analyze_mode(decoder, mode);
         Samples samples = Encoded(1000, 0x00, 0x00);
-        const std::vector<std::int16_t> narrow = Narrow(samples);
+        const std::vector<int16_t> narrow = Narrow(samples);
         const Samples kept = samples;
         EXPECT_EQ(scan(scanned.get(), samples.data(), 1000), 1u);
         EXPECT_EQ(scan16(scanned16.get(), narrow.data(), 1000), 1u);
@@ -261,7 +261,7 @@ TEST_P(HdcdScan, AfterTwoNeitherBufferNorStateIsTouched)
     const Samples samples = Encoded(400, 0x14, 0x14);
     EXPECT_EQ(scan(decoder.get(), samples.data(), 400), 2u);
     const HdcdDecoder before = *decoder;
-    const std::uint64_t allocations = AllocationsSoFar();
+    const uint64_t allocations = AllocationsSoFar();
     EXPECT_EQ(scan(decoder.get(), nullptr, 400), 2u);
     EXPECT_EQ(scan16(decoder.get(), nullptr, 400), 2u);
     EXPECT_EQ(scan(decoder.get(), nullptr, -1), 2u);
@@ -273,10 +273,10 @@ TEST_P(HdcdScan, EmptyBlocksGiveTheAnswerSoFar)
 {
     const OwnedDecoder decoder = NewDecoder();
     const Samples samples = Encoded(400, 0, 0);
-    const std::vector<std::int16_t> narrow = Narrow(samples);
+    const std::vector<int16_t> narrow = Narrow(samples);
     EXPECT_EQ(scan16(decoder.get(), narrow.data(), 400), 1u);
     const HdcdDecoder before = *decoder;
-    for (const std::int32_t frames : {0, -1, INT32_MIN}) {
+    for (const int32_t frames : {0, -1, INT32_MIN}) {
         EXPECT_EQ(scan(decoder.get(), samples.data(), frames), 1u);
         EXPECT_EQ(scan16(decoder.get(), narrow.data(), frames), 1u);
         EXPECT_EQ(scan(decoder.get(), nullptr, frames), 1u);
@@ -289,10 +289,10 @@ TEST_P(HdcdScan, CopyIsTheOnlyAllocationAndShortMemoryChangesNothing)
 {
     const OwnedDecoder decoder = NewDecoder();
     const Samples samples = Encoded(400, 0, 0);
-    const std::vector<std::int16_t> narrow = Narrow(samples);
+    const std::vector<int16_t> narrow = Narrow(samples);
     scan(decoder.get(), samples.data(), 200);
     const HdcdDecoder before = *decoder;
-    const std::int64_t live = LiveAllocations();
+    const int64_t live = LiveAllocations();
     FailAllocation(1);
     EXPECT_EQ(scan(decoder.get(), samples.data(), 400), 0u);
     EXPECT_TRUE(AllocationHasFailed());
@@ -302,7 +302,7 @@ TEST_P(HdcdScan, CopyIsTheOnlyAllocationAndShortMemoryChangesNothing)
     AllowAllocations();
     EXPECT_EQ(reference::HdcdDifferences(*decoder, before), Names{});
     EXPECT_EQ(hdcd_detected(decoder.get()), 1u);
-    const std::uint64_t allocations = AllocationsSoFar();
+    const uint64_t allocations = AllocationsSoFar();
     EXPECT_EQ(scan(decoder.get(), samples.data() + 400, 200), 1u);
     EXPECT_EQ(AllocationsSoFar(), allocations + 1);
     EXPECT_EQ(LiveAllocations(), live);

@@ -15,44 +15,44 @@ using Names = std::vector<const char *>;
 
 class HdcdProcess : public HdcdBodies {
 protected:
-    std::int32_t Linked(Samples &samples, std::size_t from, std::size_t frames)
+    int32_t Linked(Samples &samples, size_t from, size_t frames)
     {
-        return processLinked(decoder.get(), samples.data() + 2 * from, static_cast<std::int32_t>(frames));
+        return processLinked(decoder.get(), samples.data() + 2 * from, static_cast<int32_t>(frames));
     }
-    std::int32_t Linked(Samples &samples) { return Linked(samples, 0, samples.size() / 2); }
+    int32_t Linked(Samples &samples) { return Linked(samples, 0, samples.size() / 2); }
 
     OwnedDecoder decoder = NewDecoder();
     HdcdChannelState *channels = decoder->channel;
 };
 
-std::int32_t Attenuated(std::int32_t sample, int gain)
+int32_t Attenuated(int32_t sample, int gain)
 {
-    return static_cast<std::int32_t>(std::int64_t{sample} * 32768 * HdcdGainTable32[gain] >> 23);
+    return static_cast<int32_t>(int64_t{sample} * 32768 * HdcdGainTable32[gain] >> 23);
 }
 
 TEST_P(HdcdProcess, WithoutCodesEverySampleIsMultipliedBy32768)
 {
-    for (const std::size_t frames : {1u, 2u, 31u, 32u, 33u, 63u, 64u, 511u, 512u, 513u, 1024u, 5000u}) {
+    for (const size_t frames : {1u, 2u, 31u, 32u, 33u, 63u, 64u, 511u, 512u, 513u, 1024u, 5000u}) {
         Samples samples = NoiseFrames(frames, frames, 32768);
         const Samples before = samples;
         Linked(samples);
-        for (std::size_t i = 0; i < samples.size(); ++i)
+        for (size_t i = 0; i < samples.size(); ++i)
             ASSERT_EQ(samples[i], before[i] * 32768) << i;
     }
 }
 
 TEST_P(HdcdProcess, CodeTakesEffectOnTheFrameThatCompletesIt)
 {
-    for (std::size_t frame = 32; frame < 1200; frame += frame < 100 ? 1 : 97) {
+    for (size_t frame = 32; frame < 1200; frame += frame < 100 ? 1 : 97) {
         hdcd_reset(decoder.get());
         Samples samples(2 * 2000, 2000);
         HdcdEncoder encoder(samples);
-        const std::size_t last = encoder.CodeB(0, frame, 0x02);
+        const size_t last = encoder.CodeB(0, frame, 0x02);
         encoder.CodeB(1, frame, 0x02);
         const Samples before = samples;
         EXPECT_EQ(Linked(samples), 256);
-        for (std::size_t i = 0; i < 2000; ++i) {
-            const int gain = i < last ? 0 : static_cast<int>(std::min<std::size_t>(i - last + 1, 256));
+        for (size_t i = 0; i < 2000; ++i) {
+            const int gain = i < last ? 0 : static_cast<int>(std::min<size_t>(i - last + 1, 256));
             ASSERT_EQ(samples[2 * i], Attenuated(before[2 * i], gain)) << frame << ' ' << i;
             ASSERT_EQ(samples[2 * i + 1], Attenuated(before[2 * i + 1], gain)) << frame << ' ' << i;
         }
@@ -63,15 +63,15 @@ TEST_P(HdcdProcess, PeakExtensionIsEachChannelsOwn)
 {
     Samples samples(2 * 400, 30000);
     HdcdEncoder encoder(samples);
-    const std::size_t last = encoder.CodeB(1, 64, 0x10);
+    const size_t last = encoder.CodeB(1, 64, 0x10);
     encoder.CodeB(0, 64, 0x00);
     const Samples before = samples;
     Linked(samples);
-    for (std::size_t i = 0; i < 400; ++i) {
+    for (size_t i = 0; i < 400; ++i) {
         ASSERT_EQ(samples[2 * i], before[2 * i] * 32768);
         const int index = before[2 * i + 1] - 22913;
         ASSERT_EQ(samples[2 * i + 1],
-                  i < last ? before[2 * i + 1] * 32768 : static_cast<std::int32_t>(HdcdPeakTable[index]))
+                  i < last ? before[2 * i + 1] * 32768 : static_cast<int32_t>(HdcdPeakTable[index]))
             << i;
     }
 }
@@ -100,7 +100,7 @@ TEST_P(HdcdProcess, EmptyBlockLeavesGainsAndWindows)
     channels[0].running_gain = 5;
     channels[0].control = 2;
     channels[1].running_gain = 300;
-    for (const std::int32_t count : {0, -4}) {
+    for (const int32_t count : {0, -4}) {
         EXPECT_EQ(processLinked(decoder.get(), nullptr, count), 300);
         EXPECT_EQ(channels[0].running_gain, 5);
         EXPECT_EQ(channels[0].readahead, 32);
@@ -117,12 +117,12 @@ TEST_P(HdcdProcess, MismatchCountsFramesAndKeepsTheLastCommonTarget)
     HdcdEncoder encoder(samples);
     encoder.CodeB(0, 100, 0x04);
     encoder.CodeB(1, 100, 0x04);
-    const std::size_t apart = encoder.CodeB(0, 1000, 0x08);
-    const std::size_t together = encoder.CodeB(1, 2000, 0x08);
+    const size_t apart = encoder.CodeB(0, 1000, 0x08);
+    const size_t together = encoder.CodeB(1, 2000, 0x08);
     Linked(samples);
-    EXPECT_EQ(decoder->count_tg_mismatch, static_cast<std::int32_t>(together - apart));
+    EXPECT_EQ(decoder->count_tg_mismatch, static_cast<int32_t>(together - apart));
     EXPECT_EQ(decoder->val_target_gain, 1024);
-    const std::int32_t atFour = Attenuated(1000, 512);
+    const int32_t atFour = Attenuated(1000, 512);
     EXPECT_EQ(samples[2 * 1900], atFour);
     EXPECT_EQ(samples[2 * 1900 + 1], atFour);
     EXPECT_EQ(channels[0].running_gain, 1024);
@@ -132,13 +132,13 @@ TEST_P(HdcdProcess, LapseInsideABlockReleasesAtOnce)
 {
     Samples samples(2 * 91000, 4000);
     HdcdEncoder encoder(samples);
-    const std::size_t last = encoder.CodeB(0, 100, 0x14);
+    const size_t last = encoder.CodeB(0, 100, 0x14);
     encoder.CodeB(1, 100, 0x14);
     Linked(samples, 0, 50000);
     Linked(samples, 50000, 41000);
     EXPECT_EQ(channels[0].count_sustain_expired, 1);
     EXPECT_EQ(channels[1].count_sustain_expired, 1);
-    const std::size_t lapse = last + 88200;
+    const size_t lapse = last + 88200;
     EXPECT_EQ(samples[2 * (lapse - 1)], Attenuated(4000, 512));
     EXPECT_EQ(samples[2 * lapse], Attenuated(4000, 504));
     EXPECT_EQ(samples[2 * (lapse + 62)], Attenuated(4000, 8));
@@ -157,7 +157,7 @@ TEST_P(HdcdProcess, OneFrameBlocksOfCodesOnTheSameFramesEqualOneBlock)
     Samples cut = whole;
     Linked(whole);
     const OwnedDecoder other = NewDecoder();
-    for (std::size_t i = 0; i < 1500; ++i)
+    for (size_t i = 0; i < 1500; ++i)
         processLinked(other.get(), cut.data() + 2 * i, 1);
     EXPECT_EQ(cut, whole);
     EXPECT_EQ(reference::HdcdDifferences(*other, *decoder), Names{});
@@ -165,7 +165,7 @@ TEST_P(HdcdProcess, OneFrameBlocksOfCodesOnTheSameFramesEqualOneBlock)
 
 TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
 {
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 150; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);
@@ -173,14 +173,13 @@ TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
         HdcdDecoder model = *decoder;
         for (const RandomStream::Block &block : stream.Blocks()) {
             GuardedBuffer buffer(block.samples.size() * 4, 4 * random.Below(16));
-            std::copy(block.samples.begin(), block.samples.end(), buffer.As<std::int32_t>());
+            std::copy(block.samples.begin(), block.samples.end(), buffer.As<int32_t>());
             Samples expected = block.samples;
             reference::HdcdProcessLinked(&model, expected.data(), Frames(expected));
-            ASSERT_EQ(processLinked(decoder.get(), buffer.As<std::int32_t>(), Frames(expected)),
+            ASSERT_EQ(processLinked(decoder.get(), buffer.As<int32_t>(), Frames(expected)),
                       model.channel[1].running_gain);
             ASSERT_EQ(reference::HdcdDifferences(*decoder, model), Names{}) << "round " << round;
-            ASSERT_EQ(Samples(buffer.As<std::int32_t>(), buffer.As<std::int32_t>() + expected.size()),
-                      expected)
+            ASSERT_EQ(Samples(buffer.As<int32_t>(), buffer.As<int32_t>() + expected.size()), expected)
                 << "round " << round;
             ASSERT_TRUE(buffer.Intact());
         }
@@ -191,7 +190,7 @@ TEST_P(HdcdProcess, LinkedBlocksAgreeWithTheModel)
 TEST_P(HdcdProcess, FollowingMovesTheStateAsDecodingDoes)
 {
     auto *follow = Get<decltype(FollowLinked)>("FollowLinked");
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 60; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);
@@ -212,7 +211,7 @@ TEST_P(HdcdProcess, FollowingMovesTheStateAsDecodingDoes)
 
 TEST_P(HdcdProcess, SingleChannelsAgreeWithTheModel)
 {
-    Random random(static_cast<std::uint64_t>(GetParam()));
+    Random random(static_cast<uint64_t>(GetParam()));
     for (int round = 0; round < 150; ++round) {
         hdcd_reset(decoder.get());
         RandomStream stream(random);

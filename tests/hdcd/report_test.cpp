@@ -38,7 +38,7 @@ TEST(HdcdReport, SummaryOfTenPacketsOnEachChannel)
 {
     Samples samples = NoiseFrames(6000, 1);
     HdcdEncoder encoder(samples);
-    for (std::size_t i = 0; i < 10; ++i)
+    for (size_t i = 0; i < 10; ++i)
         for (int channel = 0; channel < 2; ++channel)
             encoder.CodeB(channel, 100 + 500 * i, 0x1C);
     const OwnedDecoder decoder = NewDecoder();
@@ -177,7 +177,7 @@ TEST(HdcdReport, MismatchIsToldUnlessTheFirstChannelForbidsIt)
     decoder->channel[1].control = 0x0E;
     decoder->channel[0].sample_count = 4321;
     decoder->val_target_gain = 640;
-    std::int32_t extend[2];
+    int32_t extend[2];
     const auto &control = hdcd_control_linked;
     EXPECT_EQ(control(decoder.get(), &extend[0], &extend[1]), 1);
     EXPECT_EQ(log.text, "");
@@ -190,7 +190,7 @@ TEST(HdcdReport, MismatchIsToldUnlessTheFirstChannelForbidsIt)
 TEST(HdcdReport, LinkedControlResolvesBothBytes)
 {
     const OwnedDecoder decoder = NewDecoder();
-    std::int32_t extend[2] = {9, 9};
+    int32_t extend[2] = {9, 9};
     decoder->channel[0].control = 0x15;
     decoder->channel[1].control = 0xC5;
     EXPECT_EQ(hdcd_control_linked(decoder.get(), &extend[0], &extend[1]), 0);

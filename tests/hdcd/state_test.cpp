@@ -76,10 +76,10 @@ TEST(HdcdState, ZeroArgumentsMeanTheUsualFormat)
 TEST(HdcdState, TimerIsHeldToItsRangeAndTruncatedTwice)
 {
     const struct {
-        std::uint32_t rate;
-        std::int32_t ms;
-        std::int32_t held;
-        std::uint32_t reset;
+        uint32_t rate;
+        int32_t ms;
+        int32_t held;
+        uint32_t reset;
     } rows[] = {
         {44100, 1, 100, 4410},
         {44100, -5, 100, 4410},
@@ -199,13 +199,13 @@ TEST(HdcdState, LogAndModeGoByTheKindOfTheRecord)
 TEST(HdcdState, ReconfigureTakesTheKnownFormatsAlone)
 {
     const OwnedDecoder d = NewDecoder();
-    for (const std::uint32_t rate : {44100u, 48000u, 88200u, 96000u, 176400u, 192000u})
+    for (const uint32_t rate : {44100u, 48000u, 88200u, 96000u, 176400u, 192000u})
         for (const int bits : {16, 20, 24}) {
             d->channel[0].window = 9;
             EXPECT_EQ(hdcd_reconfigure(d.get(), rate, bits), 1u);
             EXPECT_EQ(d->channel[0].window, 0u);
             EXPECT_EQ(d->configured_rate, rate);
-            EXPECT_EQ(d->configured_bits, static_cast<std::uint32_t>(bits));
+            EXPECT_EQ(d->configured_bits, static_cast<uint32_t>(bits));
             EXPECT_EQ(d->channel[1].sample_rate, rate);
             EXPECT_EQ(d->channel[1].bits, bits);
             EXPECT_EQ(d->channel[1].sustain_reset, rate / 100 * 200);

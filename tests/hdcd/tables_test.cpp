@@ -66,7 +66,7 @@ TEST(HdcdTables, PeakKeepsItsStepsOfOneIndex)
     const auto step = [](int index) { return HdcdPeakTable[index + 1] - HdcdPeakTable[index]; };
     const struct {
         int index;
-        std::uint32_t before, here, after;
+        uint32_t before, here, after;
     } odd[] = {
         {2132, 38400, 38144, 38400},    {3198, 43008, 43264, 43008},    {4799, 55296, 55040, 55296},
         {5545, 59904, 60160, 59904},    {6399, 74240, 73984, 74240},    {8249, 177152, 177408, 177152},
@@ -81,11 +81,11 @@ TEST(HdcdTables, PeakKeepsItsStepsOfOneIndex)
 // FNV-1a over all entries, little end first; the sum was made from the pieces by another program.
 TEST(HdcdTables, PeakIsCompleteInEveryEntry)
 {
-    std::uint64_t sum = 14695981039346656037u;
+    uint64_t sum = 14695981039346656037u;
     for (int index = 0; index < 9856; ++index)
         for (int byte = 0; byte < 4; ++byte)
             sum = (sum ^ (HdcdPeakTable[index] >> 8 * byte & 0xFF)) * 1099511628211u;
-    EXPECT_EQ(sum, 0xc2281c3f7bf8cbau);
+    EXPECT_EQ(sum, 0xC2281C3F7BF8CBAu);
 }
 
 TEST(HdcdTables, PeakIsTheCurveWalkedStepByStep)
@@ -100,8 +100,8 @@ TEST(HdcdTables, PeakRisesAllTheWay)
         EXPECT_GT(HdcdPeakTable[index], HdcdPeakTable[index - 1]);
 }
 
-template <std::size_t Size>
-void ExpectTone(const HdcdTable<std::int16_t, Size> &table)
+template <size_t Size>
+void ExpectTone(const HdcdTable<int16_t, Size> &table)
 {
     constexpr int kCount = Size;
     constexpr long double kPi = 3.14159265358979323846264338327950288L;

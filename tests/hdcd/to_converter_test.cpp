@@ -11,19 +11,19 @@ namespace tonekit {
 namespace {
 
 // Decoded stereo as doubles, at an HDCD gain in decibels.
-std::vector<double> Convert(const Samples &decoded, std::uint32_t gain)
+std::vector<double> Convert(const Samples &decoded, uint32_t gain)
 {
     SetHDCDGain(gain);
     void *const converter = SRC4_Init(2, 32, 2, 44100, 1, 64, 2, 44100, false, false, 0, 0);
     std::vector<double> result;
     void *out = nullptr;
-    std::uint32_t frames = 0;
-    std::uint32_t bytes = 0;
+    uint32_t frames = 0;
+    uint32_t bytes = 0;
     const auto take = [&] {
         const auto *samples = static_cast<const double *>(out);
-        result.insert(result.end(), samples, samples + 2 * std::size_t{frames});
+        result.insert(result.end(), samples, samples + 2 * size_t{frames});
     };
-    SRC4_Write(converter, decoded.data(), static_cast<std::uint32_t>(decoded.size() / 2));
+    SRC4_Write(converter, decoded.data(), static_cast<uint32_t>(decoded.size() / 2));
     while (SRC4_Read(converter, &out, &frames, &bytes) != 0)
         take();
     while (SRC4_Flush(converter, &out, &frames, &bytes) != 0)

@@ -62,7 +62,7 @@ Sound ReadSound(const std::string &name)
     if (subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE) {
         std::vector<double> values(sound.samples.size());
         EXPECT_EQ(sf_readf_double(file, values.data(), info.frames), info.frames);
-        for (size_t i = 0; i < values.size(); i++)
+        for (size_t i = 0; i < values.size(); ++i)
             sound.samples[i] = static_cast<int32_t>(std::clamp(values[i] * 0x1p31, -0x1p31, 0x1p31 - 1));
     } else {
         EXPECT_EQ(sf_readf_int(file, sound.samples.data(), info.frames), info.frames);
@@ -76,7 +76,7 @@ Sound Noise(int format, int rate, int channels, size_t frames, uint32_t seed)
     Sound sound{format, rate, channels, {}};
     std::mt19937 random(seed);
     const int depth = DepthOf(format);
-    for (size_t i = 0; i < frames * static_cast<size_t>(channels); i++)
+    for (size_t i = 0; i < frames * static_cast<size_t>(channels); ++i)
         sound.samples.push_back(KeepUpperBits(static_cast<int32_t>(random()), depth));
     return sound;
 }
@@ -85,9 +85,9 @@ Sound Tone(int format, int rate, int channels, size_t frames, double hertz, doub
 {
     Sound sound{format, rate, channels, {}};
     const double step = 2 * std::numbers::pi * hertz / rate;
-    for (size_t i = 0; i < frames; i++) {
+    for (size_t i = 0; i < frames; ++i) {
         const double value = amplitude * std::sin(step * static_cast<double>(i));
-        for (int c = 0; c < channels; c++)
+        for (int c = 0; c < channels; ++c)
             sound.samples.push_back(
                 KeepUpperBits(static_cast<int32_t>(value * (0x1p31 - 1)), DepthOf(format)));
     }

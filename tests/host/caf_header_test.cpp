@@ -16,7 +16,7 @@ using namespace std::string_literals;
 std::string Chunk(const std::string &name, size_t size)
 {
     std::string header = name + std::string(8, '\0');
-    for (size_t i = 0; i < 4; i++)
+    for (size_t i = 0; i < 4; ++i)
         header[8 + i] = static_cast<char>(size >> (24 - 8 * i));
     return header + std::string(size, 'x');
 }
@@ -53,7 +53,7 @@ protected:
     {
         std::array<int16_t, 400> samples{};
         ASSERT_EQ(reader.Read(samples.data(), 200), 100u);
-        for (size_t i = 0; i < 200; i++)
+        for (size_t i = 0; i < 200; ++i)
             ASSERT_EQ(samples[i], sound_.samples[i] >> 16) << i;
     }
 
@@ -93,7 +93,7 @@ TEST_F(LongCafHeader, KeepsWhatReadersNeed)
 TEST_F(LongCafHeader, IsRefusedWhereAllOfItIsNeeded)
 {
     std::string many;
-    for (int i = 0; i < 10001; i++)
+    for (int i = 0; i < 10001; ++i)
         many += Chunk("free", 0);
     for (const std::string &chunks : {Chunk("pakt", 60000), many}) {
         Write(chunks, false);

@@ -37,9 +37,9 @@ TEST(ChannelLayout, TheCentreMovesBehindRightAndTheLowChannelInFrontOfTheBack)
 
 TEST(ChannelLayout, TheWayBackUndoesTheWayThere)
 {
-    for (int16_t channels = 1; channels <= 8; channels++) {
+    for (int16_t channels = 1; channels <= 8; ++channels) {
         Frame frame;
-        for (int16_t c = 0; c < channels; c++)
+        for (int16_t c = 0; c < channels; ++c)
             frame.push_back(c);
         EXPECT_EQ(Moved(Moved(frame, true), false), frame);
     }

@@ -24,7 +24,7 @@ AVSampleFormat FormFor(const AVCodec &coder, int bits)
                                       bits == 0    ? AV_SAMPLE_FMT_FLT
                                       : bits <= 16 ? AV_SAMPLE_FMT_S16
                                                    : AV_SAMPLE_FMT_S32};
-    for (const AVSampleFormat *form = coder.sample_fmts; *form != AV_SAMPLE_FMT_NONE; form++) {
+    for (const AVSampleFormat *form = coder.sample_fmts; *form != AV_SAMPLE_FMT_NONE; ++form) {
         if (*form == wanted[0] || *form == wanted[1])
             return *form;
     }
@@ -150,8 +150,8 @@ private:
             frame->pts = start;
             ASSERT_GE(av_channel_layout_copy(&frame->ch_layout, &coder_->ch_layout), 0);
             ASSERT_GE(av_frame_get_buffer(frame, 0), 0);
-            for (int i = 0; i < frame->nb_samples; i++) {
-                for (int c = 0; c < sound_.channels; c++)
+            for (int i = 0; i < frame->nb_samples; ++i) {
+                for (int c = 0; c < sound_.channels; ++c)
                     Store(*frame, i, c,
                           sound_.samples[static_cast<size_t>((start + i) * sound_.channels + c)]);
             }

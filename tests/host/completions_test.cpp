@@ -23,7 +23,7 @@ TEST(Completions, NameEveryOption)
         EXPECT_TRUE(value || zsh.find("'*--" + name + "[") != std::string::npos) << name;
         const std::string letter = row.letter ? std::string(" -s ") + row.letter : "";
         EXPECT_NE(fish.find(letter + " -l " + name + " "), std::string::npos) << name;
-        options++;
+        ++options;
     }
     EXPECT_GT(options, 35);
 }

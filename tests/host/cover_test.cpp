@@ -21,7 +21,7 @@ using Bytes = std::vector<uint8_t>;
 
 void Put(Bytes &bytes, uint32_t number, int size)
 {
-    for (int i = 0; i < size; i++)
+    for (int i = 0; i < size; ++i)
         bytes.push_back(static_cast<uint8_t>(number >> 8 * i));
 }
 
@@ -40,7 +40,7 @@ Bytes Bmp(int32_t width, int32_t height, uint32_t bits, const Bytes &rows, const
     Put(file, 1, 2);
     Put(file, bits, 2);
     Put(file, compression, 4);
-    for (int i = 0; i < 3; i++)
+    for (int i = 0; i < 3; ++i)
         Put(file, 0, 4);
     Put(file, colours, 4);
     Put(file, 0, 4);
@@ -98,7 +98,7 @@ TEST(Bmp, OfSixteenBitsHasFiveForEachColourOrBitFields)
 TEST(Bmp, ThatIsBrokenIsRefused)
 {
     const Bytes whole = Bmp(2, 2, 24, Bytes(16));
-    for (size_t length = 2; length < whole.size() - 2; length++)
+    for (size_t length = 2; length < whole.size() - 2; ++length)
         EXPECT_THROW(DecodeBmp(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length))), Failure)
             << length;
     EXPECT_THROW(DecodeBmp(Bmp(0, 2, 24, Bytes(16))), Failure);
@@ -112,7 +112,7 @@ TEST(Bmp, ThatIsBrokenIsRefused)
 TEST(ScalePicture, KeepsAConstantColourAndTheAskedSize)
 {
     PixelImage image{40, 20, {}};
-    for (int i = 0; i < 40 * 20; i++)
+    for (int i = 0; i < 40 * 20; ++i)
         image.pixels.insert(image.pixels.end(), {10, 200, 30, 0});
     const PixelImage scaled = ScalePicture(image, 10, 5);
     EXPECT_EQ(scaled.width, 10u);
@@ -135,9 +135,9 @@ TEST(ScalePicture, PutsTheFirstRowAndColumnOnThoseOfThePicture)
     PixelImage image{31, 22, {}};
     reference::Pixels pixels;
     std::mt19937 random(1);
-    for (int i = 0; i < 31 * 22; i++) {
+    for (int i = 0; i < 31 * 22; ++i) {
         pixels.push_back(random() & 0xFFFFFF);
-        for (int byte = 0; byte < 4; byte++)
+        for (int byte = 0; byte < 4; ++byte)
             image.pixels.push_back(static_cast<uint8_t>(pixels.back() >> 8 * byte));
     }
     for (const auto &[width, height] : {std::pair{17, 9}, std::pair{40, 50}, std::pair{31, 11}}) {
@@ -145,8 +145,8 @@ TEST(ScalePicture, PutsTheFirstRowAndColumnOnThoseOfThePicture)
             ScalePicture(image, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
         const reference::Pixels expected = reference::Resampled(pixels, 31, 22, width, height, Lanczos3, 3);
         ASSERT_EQ(scaled.pixels.size(), expected.size() * 4);
-        for (size_t i = 0; i < expected.size(); i++)
-            for (size_t byte = 0; byte < 3; byte++)
+        for (size_t i = 0; i < expected.size(); ++i)
+            for (size_t byte = 0; byte < 3; ++byte)
                 ASSERT_NEAR(scaled.pixels[i * 4 + byte], expected[i] >> 8 * byte & 0xFF, 1)
                     << "pixel " << i << " of " << width << " by " << height;
     }
@@ -181,7 +181,7 @@ protected:
     static PixelImage Picture4x2()
     {
         PixelImage image{4, 2, {}};
-        for (int i = 0; i < 8; i++)
+        for (int i = 0; i < 8; ++i)
             image.pixels.insert(image.pixels.end(), {50, 100, 200, 0});
         return image;
     }
@@ -189,7 +189,7 @@ protected:
     static Bytes LargeBmp(int32_t width, int32_t height)
     {
         Bytes rows;
-        for (int32_t i = 0; i < width * height; i++)
+        for (int32_t i = 0; i < width * height; ++i)
             rows.insert(rows.end(), {50, 100, 200, 0});
         return Bmp(width, height, 32, rows);
     }

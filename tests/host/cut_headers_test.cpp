@@ -81,7 +81,7 @@ TEST(CutHeader, IsChangedOnlyWhereItSaysItsSize)
 {
     const TemporaryFolder folder;
     for (const Header &header : Headers()) {
-        for (size_t size = 0; size <= header.bytes.size(); size++) {
+        for (size_t size = 0; size <= header.bytes.size(); ++size) {
             SCOPED_TRACE(header.type + (" " + std::to_string(size)));
             const std::string cut = header.bytes.substr(0, size);
             WriteText(folder / "a", cut);
@@ -103,7 +103,7 @@ TEST(CutHeader, IsRefusedByTheReader)
     const TemporaryFolder folder;
     for (const Header &header : Headers()) {
         for (const std::string &tag : {""s, "ID3\4\0\0\0\0\0\5abcde"s}) {
-            for (size_t size = 0; size <= header.bytes.size(); size++) {
+            for (size_t size = 0; size <= header.bytes.size(); ++size) {
                 SCOPED_TRACE(header.type + (" " + std::to_string(tag.size()) + " " + std::to_string(size)));
                 WriteText(folder / "a", tag + header.bytes.substr(0, size));
                 std::array<double, 8> frame{};
@@ -150,7 +150,7 @@ TEST_F(CutHeaderInAPipe, EndsInOneLine)
     for (const Header &header : Headers()) {
         if (header.type != "au"s && header.type != "rf64"s && header.type != "rf64 without sizes"s)
             continue;
-        for (size_t size = 0; size <= header.bytes.size(); size++) {
+        for (size_t size = 0; size <= header.bytes.size(); ++size) {
             SCOPED_TRACE(header.type + (" " + std::to_string(size)));
             const std::string cut = header.bytes.substr(0, size);
             ExpectFailureOf(

@@ -61,7 +61,7 @@ TEST(FileThreads, AnInputThatBreaksOffIsToldAndLeavesNothing)
     const std::string whole = ReadText(folder / "a.flac");
     // A byte in the middle of the audio.
     std::string broken = whole;
-    for (size_t i = 0; i < 2000; i++)
+    for (size_t i = 0; i < 2000; ++i)
         broken[whole.size() * 3 / 4 + i] = static_cast<char>(i * 7);
     test::WriteText(folder / "a.flac", broken);
     const std::vector<std::string> names = folder.Names();

@@ -34,7 +34,7 @@ Bytes InkJpeg(const Bytes &ink, J_COLOR_SPACE stored, bool marker)
     codec.write_Adobe_marker = marker;
     jpeg_start_compress(&codec, TRUE);
     Bytes row;
-    for (int i = 0; i < 16; i++)
+    for (int i = 0; i < 16; ++i)
         row.insert(row.end(), ink.begin(), ink.end());
     while (codec.next_scanline < codec.image_height) {
         JSAMPROW rows = row.data();
@@ -51,7 +51,7 @@ void ExpectLight(const PixelImage &image, const Bytes &light)
 {
     ASSERT_EQ(image.pixels.size(), size_t{image.width} * image.height * 4);
     for (size_t i = 0; i < image.pixels.size(); i += 4) {
-        for (size_t c = 0; c < 3; c++)
+        for (size_t c = 0; c < 3; ++c)
             ASSERT_NEAR(image.pixels[i + c], light[c], 2) << "pixel " << i / 4 << ", colour " << c;
         ASSERT_EQ(image.pixels[i + 3], 0);
     }

@@ -70,7 +70,7 @@ TEST(Json, EndsInAnExceptionWhereverMemoryEnds)
             files.Add({{"name", "a name that a short string can't hold"}, {"bits", Json::Array({16, 24})}});
             text = JsonLine({{"files", files}});
         } catch (const std::bad_alloc &) {
-            failures++;
+            ++failures;
         }
     }
     EXPECT_EQ(text, expected);

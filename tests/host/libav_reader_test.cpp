@@ -55,7 +55,7 @@ std::string Packed(const Sound &sound, int bytes)
 {
     std::string packed;
     for (const int32_t sample : sound.samples) {
-        for (int i = 4 - bytes; i < 4; i++)
+        for (int i = 4 - bytes; i < 4; ++i)
             packed += static_cast<char>(static_cast<uint32_t>(sample) >> 8 * i);
     }
     return packed;
@@ -133,7 +133,7 @@ double NoiseBelow(const Sound &sound, const std::vector<float> &out)
 {
     double signal = 0;
     double noise = 0;
-    for (size_t i = 0; i < sound.samples.size(); i++) {
+    for (size_t i = 0; i < sound.samples.size(); ++i) {
         const double in = sound.samples[i] * 0x1p-31;
         signal += in * in;
         noise += (in - static_cast<double>(out[i])) * (in - static_cast<double>(out[i]));
@@ -175,9 +175,9 @@ TEST_F(LibavReader, BelievesTheLengthThatSomeEncodersLeaveInATag)
     for (const char *outer : {"moov", "udta", "meta", "ilst"}) {
         const size_t place = file.find(outer) - 4;
         size_t size = tag.size();
-        for (size_t i = 0; i < 4; i++)
+        for (size_t i = 0; i < 4; ++i)
             size += static_cast<size_t>(static_cast<unsigned char>(file[place + i])) << (24 - 8 * i);
-        for (size_t i = 0; i < 4; i++)
+        for (size_t i = 0; i < 4; ++i)
             file[place + i] = static_cast<char>(size >> (24 - 8 * i));
     }
     WriteText(folder / "b.m4a", file);
@@ -191,12 +191,12 @@ TEST_F(LibavReader, HasTheChannelsOfAacInTheConvertersOrder)
 {
     constexpr double kLevels[] = {0.9, 0.5, 0.3, 0.2, 0.1, 0.05};
     Sound sound = Tone(kWav16, 48000, 6, 24000, 100, 1);
-    for (size_t i = 0; i < sound.samples.size(); i++)
+    for (size_t i = 0; i < sound.samples.size(); ++i)
         sound.samples[i] = static_cast<int32_t>(sound.samples[i] * kLevels[i % 6]);
     WriteCoded(folder / "a.m4a", sound, {"ipod", "aac", 0});
     const std::vector<float> samples = Floats(SamplesOf(folder / "a.m4a"));
     ASSERT_EQ(samples.size(), sound.samples.size());
-    for (size_t c = 0; c < 6; c++) {
+    for (size_t c = 0; c < 6; ++c) {
         double power = 0; // of the middle half, a whole number of periods
         for (size_t i = 6 * 6000 + c; i < 6 * 18000; i += 6)
             power += static_cast<double>(samples[i]) * static_cast<double>(samples[i]) / 12000;
@@ -307,9 +307,9 @@ TEST_F(LibavReader, SurvivesBytesThatAreWrong)
         WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 5000),
                    {type[0], type[1], type[1][1] == 'a' ? 0 : 16});
         const std::string whole = ReadText(folder / "in");
-        for (int i = 0; i < 40; i++) {
+        for (int i = 0; i < 40; ++i) {
             std::string bytes = whole;
-            for (uint32_t wrong = random() % 8 + 1; wrong > 0; wrong--) {
+            for (uint32_t wrong = random() % 8 + 1; wrong > 0; --wrong) {
                 const size_t place = i % 2 ? random() % bytes.size() : random() % 400;
                 bytes[place] = static_cast<char>(random());
             }
@@ -335,7 +335,7 @@ TEST_F(LibavReader, LeadsToNoOtherFile)
 std::string Little(uint64_t number, int bytes)
 {
     std::string text;
-    for (int i = 0; i < bytes; i++)
+    for (int i = 0; i < bytes; ++i)
         text += static_cast<char>(number >> 8 * i);
     return text;
 }
@@ -345,7 +345,7 @@ std::string Dsf(char left, char right, size_t blocks)
 {
     constexpr size_t kBlock = 4096;
     std::string audio;
-    for (size_t i = 0; i < blocks; i++)
+    for (size_t i = 0; i < blocks; ++i)
         audio += std::string(kBlock, left) + std::string(kBlock, right);
     return "DSD " + Little(28, 8) + Little(92 + audio.size(), 8) + Little(0, 8) + "fmt " + Little(52, 8) +
            Little(1, 4) + Little(0, 4) + Little(2, 4) + Little(2, 4) + Little(2822400, 4) + Little(1, 4) +
@@ -396,7 +396,7 @@ TEST_F(LibavReader, MakesPcmOfDsdWithTheGainOfTheCommandLine)
 std::string Big(uint64_t number, int bytes)
 {
     std::string text;
-    for (int i = bytes - 1; i >= 0; i--)
+    for (int i = bytes - 1; i >= 0; --i)
         text += static_cast<char>(number >> 8 * i);
     return text;
 }
@@ -407,7 +407,7 @@ TEST_F(LibavReader, ReadsDsdInChunks)
         return name + Big(content.size(), 8) + content;
     };
     std::string bits;
-    for (int i = 0; i < 5001; i++)
+    for (int i = 0; i < 5001; ++i)
         bits += std::string("\xFF\x00", 2);
     const std::string body =
         "DSD " + chunk("FVER", Big(0x01050000, 4)) +

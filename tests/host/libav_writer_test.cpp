@@ -80,7 +80,7 @@ TEST_F(M4a, WithAacHasTheLengthAndThePlaceOfItsSource)
     ASSERT_EQ(samples.size(), sound.samples.size());
     double signal = 0;
     double noise = 0;
-    for (size_t i = 0; i < samples.size(); i++) {
+    for (size_t i = 0; i < samples.size(); ++i) {
         const double in = sound.samples[i] * 0x1p-31;
         signal += in * in;
         noise += (in - static_cast<double>(samples[i])) * (in - static_cast<double>(samples[i]));
@@ -93,13 +93,13 @@ TEST_F(M4a, WithAacHasEachChannelInItsPlace)
     constexpr double kLevels[] = {0.9, 0.5, 0.3, 0.2, 0.1, 0.05};
     for (const size_t channels : {1U, 2U, 4U, 5U, 6U}) {
         Sound sound = Tone(kWav16, 48000, static_cast<int>(channels), 24000, 100, 1);
-        for (size_t i = 0; i < sound.samples.size(); i++)
+        for (size_t i = 0; i < sound.samples.size(); ++i)
             sound.samples[i] = static_cast<int32_t>(sound.samples[i] * kLevels[i % channels]);
         WriteSound(folder / "in.wav", sound);
         Run({folder / "in.wav", folder / "a.m4a"});
         const std::vector<float> samples = FloatsOf(folder / "a.m4a");
         ASSERT_EQ(samples.size(), sound.samples.size());
-        for (size_t c = 0; c < channels; c++) {
+        for (size_t c = 0; c < channels; ++c) {
             double power = 0; // of the middle half, a whole number of periods
             for (size_t i = channels * 6000 + c; i < channels * 18000; i += channels)
                 power += static_cast<double>(samples[i]) * static_cast<double>(samples[i]) / 12000;
@@ -184,7 +184,7 @@ TEST_F(M4a, TakesChaptersWhereItsHeaderIsNotTheLastBox)
     Run({"-t", "alac", folder / "good.wav", m4a});
     WriteText(m4a, ReadText(m4a) + std::string("\0\0\0\x0C", 4) + "skip" + "last");
     WriteText(folder / "c.txt", "0 First\n0:00.25 Second\n");
-    for (int i = 0; i < 2; i++) {
+    for (int i = 0; i < 2; ++i) {
         Run({"--in-place", "--chapters", folder / "c.txt", m4a});
         ExpectInfo(m4a, {" First\n", " Second\n"});
         EXPECT_NE(ReadText(m4a).find(std::string("\0\0\0\x0C", 4) + "skip" + "last"), std::string::npos);
@@ -214,7 +214,7 @@ TEST_F(M4a, HasAListOfChaptersInTheFormThatPlayersKnow)
 TEST_F(M4a, KeepsOf300ChaptersTheFirst255AndSaysSo)
 {
     std::string chapters;
-    for (int i = 0; i < 300; i++)
+    for (int i = 0; i < 300; ++i)
         chapters += std::to_string(i / 1000.0) + " c" + std::to_string(i) + "\n";
     WriteText(folder / "c.txt", chapters);
     const Outcome outcome =

@@ -41,7 +41,7 @@ protected:
     static double Energy(const float *samples, size_t count)
     {
         double sum = 0;
-        for (size_t i = 0; i < count; i++)
+        for (size_t i = 0; i < count; ++i)
             sum += static_cast<double>(samples[i]) * samples[i];
         return sum / static_cast<double>(count);
     }

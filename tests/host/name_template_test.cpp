@@ -75,7 +75,7 @@ TEST(SafeName, IsTakenByEveryFileSystem)
 TEST(SafeName, IsCutBetweenCharacters)
 {
     std::string text = "x";
-    for (int i = 0; i < 150; i++)
+    for (int i = 0; i < 150; ++i)
         text += "\u00fc";
     EXPECT_EQ(SafeName(text), text.substr(0, 199));
     EXPECT_EQ(SafeName(std::string(300, 'a')), std::string(200, 'a'));

@@ -159,7 +159,7 @@ TEST(Options, TheManualTellsOfEveryOptionInTheHelp)
         for (const char c : help.substr(start, end - start))
             name += c == '-' ? std::string("\\-") : std::string(1, c);
         EXPECT_NE(manual.find(name), std::string::npos) << name;
-        options++;
+        ++options;
     }
     EXPECT_GT(options, 25u);
 }
@@ -187,7 +187,7 @@ TEST(Options, TheHelpHasEveryOptionOfTheManualWithItsValue)
         const bool found =
             help.find(option + "  ") != std::string::npos || help.find(option + "\n") != std::string::npos;
         EXPECT_TRUE(found) << option;
-        options++;
+        ++options;
     }
     EXPECT_GT(options, 30u);
 }

@@ -234,9 +234,9 @@ TEST(OpenHeaders, OfFilesAreReadToTheEnd)
         AudioReader reader(PathFromUtf8(folder / name));
         EXPECT_EQ(reader.frames(), 5000u) << name;
         std::vector<int16_t> samples(10000);
-        for (int i = 0; i < 2; i++) {
+        for (int i = 0; i < 2; ++i) {
             ASSERT_EQ(reader.Read(samples.data(), 5000), 5000u) << name;
-            for (size_t k = 0; k < samples.size(); k++)
+            for (size_t k = 0; k < samples.size(); ++k)
                 ASSERT_EQ(samples[k], sound.samples[k] >> 16) << name << " " << k;
             reader.Rewind();
         }
@@ -256,7 +256,7 @@ TEST(RecordedSource, ReadsItsBeginningTwice)
     while (const uint32_t got = source.Read(&samples[2 * frames], 128))
         frames += got;
     ASSERT_EQ(frames, 1000u);
-    for (size_t k = 0; k < 2000; k++)
+    for (size_t k = 0; k < 2000; ++k)
         ASSERT_EQ(samples[k], sound.samples[k] >> 16) << k;
 }
 

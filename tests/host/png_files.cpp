@@ -3,6 +3,7 @@
 
 #include "tests/host/temporary_folder.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <stdexcept>
 #include <zlib.h>
@@ -22,7 +23,7 @@ void PutBig32(PngBytes &bytes, uint32_t number)
 uint32_t Big32(const PngBytes &bytes, size_t place)
 {
     uint32_t number = 0;
-    for (size_t i = 0; i < 4; i++)
+    for (size_t i = 0; i < 4; ++i)
         number = number << 8 | bytes.at(place + i);
     return number;
 }
@@ -78,7 +79,7 @@ void PutPass(const PngForm &form, const PngSamples &samples, const Pass &pass, P
         PngBytes row;
         uint32_t bits = 0;
         for (uint32_t x = pass.x; x < form.width; x += pass.dx) {
-            for (uint32_t c = 0; c < count; c++) {
+            for (uint32_t c = 0; c < count; ++c) {
                 const uint32_t value = samples(x, y, c);
                 if (form.depth == 16)
                     row.push_back(static_cast<uint8_t>(value >> 8));
@@ -95,7 +96,7 @@ void PutPass(const PngForm &form, const PngSamples &samples, const Pass &pass, P
         if (row.empty())
             return;
         bytes.push_back(static_cast<uint8_t>(filter));
-        for (size_t i = 0; i < row.size(); i++)
+        for (size_t i = 0; i < row.size(); ++i)
             bytes.push_back(static_cast<uint8_t>(row[i] - Predicted(filter, row, above, i, pixelBytes)));
         above = row;
         filter = (filter + 1) % 5;
@@ -226,10 +227,10 @@ PngFile ReadPng(const PngBytes &file)
     const size_t rowBytes = size_t{png.width} * png.samplesOfPixel;
     const PngBytes filtered = Unpacked(packed, (rowBytes + 1) * png.height);
     PngBytes above;
-    for (size_t y = 0; y < png.height; y++) {
+    for (size_t y = 0; y < png.height; ++y) {
         const size_t start = y * (rowBytes + 1);
         PngBytes row;
-        for (size_t i = 0; i < rowBytes; i++)
+        for (size_t i = 0; i < rowBytes; ++i)
             row.push_back(static_cast<uint8_t>(
                 filtered[start + 1 + i] + Predicted(filtered[start], row, above, i, png.samplesOfPixel)));
         png.samples.insert(png.samples.end(), row.begin(), row.end());

@@ -17,7 +17,7 @@ using Pixel = std::array<int, 4>;
 std::vector<Pixel> PixelsOf(const PngPicture &picture)
 {
     std::vector<Pixel> pixels;
-    for (size_t i = 0; i < picture.image.pixels.size() / 4; i++) {
+    for (size_t i = 0; i < picture.image.pixels.size() / 4; ++i) {
         const uint8_t *const bytes = &picture.image.pixels[i * 4];
         pixels.push_back({bytes[2], bytes[1], bytes[0], picture.alpha.empty() ? 255 : picture.alpha[i]});
     }
@@ -58,8 +58,8 @@ TEST(Png, OfEveryFormIsReadInterlacedToo)
             ASSERT_EQ(picture.image.height, 11u);
             EXPECT_EQ(picture.gray, form.type == kPngGray || form.type == kPngGrayAlpha);
             const std::vector<Pixel> pixels = PixelsOf(picture);
-            for (uint32_t y = 0; y < 11; y++) {
-                for (uint32_t x = 0; x < 13; x++) {
+            for (uint32_t y = 0; y < 11; ++y) {
+                for (uint32_t x = 0; x < 13; ++x) {
                     const auto shown = [&](uint32_t c) { return Shown(sample(x, y, c), form.depth); };
                     Pixel expected = {shown(0), shown(0), shown(0), 255};
                     if (form.type == kPngColour || form.type == kPngColourAlpha)
@@ -147,7 +147,7 @@ TEST(Png, ThatIsBrokenIsRefused)
 {
     const PngBytes whole = Chequered(20, 20);
     // All but the 12 bytes of the chunk at the end, which nobody misses, and the checksum before it.
-    for (size_t length = 8; length < whole.size() - 16; length++)
+    for (size_t length = 8; length < whole.size() - 16; ++length)
         EXPECT_THROW(DecodePng(PngBytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length))),
                      Failure)
             << length;
@@ -248,8 +248,8 @@ TEST(PngCover, ThatIsLargerIsScaledAndStaysAPng)
         MakePng({100, 400}, [](uint32_t, uint32_t, uint32_t c) { return c == 0 ? 250u : c; });
     const PngFile file = ReadPng(MakeCover(red, "a.png", 100, 90).data);
     ASSERT_EQ(file.width, 25u);
-    for (uint32_t y = 0; y < 100; y++)
-        for (uint32_t x = 0; x < 25; x++)
+    for (uint32_t y = 0; y < 100; ++y)
+        for (uint32_t x = 0; x < 25; ++x)
             ASSERT_EQ(file.Colour(x, y), (std::array<uint8_t, 3>{250, 1, 2}));
 }
 
@@ -267,7 +267,7 @@ TEST(PngCover, DoesntLetTransparentPixelsRunIntoItsColours)
     EXPECT_EQ(file.At(5, 25, 3), 255);
     EXPECT_EQ(file.At(45, 25, 3), 0);
     bool some = false;
-    for (uint32_t x = 0; x < 50; x++) {
+    for (uint32_t x = 0; x < 50; ++x) {
         EXPECT_EQ(file.At(x, 25, 1), 0) << x;
         if (const int alpha = file.At(x, 25, 3); alpha > 20 && alpha < 235) {
             some = true;

@@ -18,7 +18,7 @@ constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 std::vector<std::string> MakeInputs(const TemporaryFolder &folder, int count)
 {
     std::vector<std::string> names;
-    for (int i = 0; i < count; i++) {
+    for (int i = 0; i < count; ++i) {
         names.push_back(folder / ("in" + std::to_string(i) + ".wav"));
         WriteSound(names.back(), Noise(kWav16, 44100, 2, 20000, static_cast<uint32_t>(i)));
     }
@@ -32,7 +32,7 @@ TEST(Batch, ManyFilesGoIntoAFolderAtOnce)
     arguments.insert(arguments.end(), {"-j", "4", "-t", "flac", folder / "out"});
     const Outcome outcome = RunHost(arguments);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    for (int i = 0; i < 12; i++) {
+    for (int i = 0; i < 12; ++i) {
         const std::string stem = "in" + std::to_string(i);
         EXPECT_EQ(ReadSound(folder / ("out/" + stem + ".flac")).samples,
                   ReadSound(folder / (stem + ".wav")).samples);
@@ -50,7 +50,7 @@ TEST(Batch, JobsDontChangeTheResults)
                          {"-j", jobs, "-r", "48000", "-b", "24", folder / (std::string("out") + jobs)});
         EXPECT_EQ(RunHost(arguments).status, 0);
     }
-    for (int i = 0; i < 4; i++) {
+    for (int i = 0; i < 4; ++i) {
         const std::string name = "/in" + std::to_string(i) + ".wav";
         EXPECT_EQ(ReadText(folder / ("out1" + name)), ReadText(folder / ("out4" + name)));
     }
@@ -122,7 +122,7 @@ TEST(TagsOfTheProgram, TravelThroughAllTypesOfFile)
                   .err,
               "");
     const Names road = {"b.flac", "c.ogg", "d.mp3", "e.opus", "f.wav", "g.aiff", "h.flac"};
-    for (size_t i = 1; i < road.size(); i++)
+    for (size_t i = 1; i < road.size(); ++i)
         EXPECT_EQ(RunHost({folder / road[i - 1], folder / road[i]}).err, "") << road[i];
     const std::string info = RunHost({"--info", folder / "h.flac"}).out;
     for (const char *line :
@@ -137,16 +137,16 @@ std::string Bmp(uint32_t width, uint32_t height)
 {
     std::string file = "BM";
     const auto put = [&](uint32_t number, int bytes) {
-        for (int i = 0; i < bytes; i++)
+        for (int i = 0; i < bytes; ++i)
             file += static_cast<char>(number >> 8 * i);
     };
     for (const uint32_t number : {54 + width * height * 4, 0u, 54u, 40u, width, height})
         put(number, 4);
     put(1, 2);
     put(32, 2);
-    for (int i = 0; i < 6; i++)
+    for (int i = 0; i < 6; ++i)
         put(0, 4);
-    for (uint32_t i = 0; i < width * height; i++)
+    for (uint32_t i = 0; i < width * height; ++i)
         put(0x3264C8, 4);
     return file;
 }

@@ -40,7 +40,7 @@ std::string Frames(const std::string &name)
     if (!file.starts_with("ID3"))
         return file;
     size_t size = 10;
-    for (size_t i = 0; i < 4; i++)
+    for (size_t i = 0; i < 4; ++i)
         size += static_cast<size_t>(file[6 + i]) << (21 - 7 * i);
     return file.substr(size);
 }

@@ -114,7 +114,7 @@ TEST_F(Folders, OutputsInsideTheInputArentInputs)
 TEST_F(Folders, ReportsComeInOrderForAnyNumberOfJobs)
 {
     // The first files take longest.
-    for (int i = 0; i < 6; i++)
+    for (int i = 0; i < 6; ++i)
         WriteSound(folder / ("music/" + std::to_string(i) + ".wav"),
                    Noise(kWav16, 44100, 2, static_cast<size_t>(300000 - 50000 * i)));
     WriteText(folder / "music/3.wav", "not audio");

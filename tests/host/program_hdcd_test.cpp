@@ -19,7 +19,7 @@ constexpr double kAmplitude = 0.25;
 void WriteHdcd(const std::string &name, uint8_t control)
 {
     std::vector<int32_t> samples;
-    for (int i = 0; i < kFrames; i++) {
+    for (int i = 0; i < kFrames; ++i) {
         const auto value =
             static_cast<int32_t>(kAmplitude * 32767 * std::sin(2 * std::numbers::pi * 1000 * i / 44100));
         samples.insert(samples.end(), 2, value);
@@ -40,7 +40,7 @@ double PeakOf(const std::string &name)
 {
     const Sound sound = ReadSound(name);
     double peak = 0;
-    for (size_t i = sound.samples.size() / 2; i < sound.samples.size(); i++)
+    for (size_t i = sound.samples.size() / 2; i < sound.samples.size(); ++i)
         peak = std::max(peak, std::fabs(sound.samples[i] * 0x1p-31));
     return peak;
 }
@@ -133,7 +133,7 @@ TEST(Hdcd, TheGainHasSevenSettings)
 {
     TemporaryFolder folder;
     WriteSound(folder / "a.wav", Tone(kWav16, 44100, 2, 44100, 1000, kAmplitude));
-    for (int gain = 0; gain <= 6; gain++) {
+    for (int gain = 0; gain <= 6; ++gain) {
         RunHost({"--hdcd", "on", "--hdcd-gain", std::to_string(gain), folder / "a.wav", folder / "b.wav"});
         EXPECT_NEAR(PeakOf(folder / "b.wav"), kAmplitude / 2 * std::pow(10, gain / 20.0), 0.001) << gain;
     }

@@ -98,10 +98,10 @@ TEST(HostileAudio, LetsNoLibraryWriteOnStandardError)
     TemporaryFolder folder;
     WriteSound(folder / "a.mp3", Tone(SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, 44100, 2, 44100 * 5, 440));
     const std::string whole = ReadText(folder / "a.mp3");
-    for (uint32_t seed = 1; seed <= 20; seed++) {
+    for (uint32_t seed = 1; seed <= 20; ++seed) {
         std::string broken = whole;
         uint32_t state = seed;
-        for (int i = 0; i < 40; i++) {
+        for (int i = 0; i < 40; ++i) {
             state = state * 1664525 + 1013904223;
             broken[state % broken.size()] = static_cast<char>(state >> 24);
         }
@@ -119,7 +119,7 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
 #endif
     TemporaryFolder folder;
     std::vector<std::string> arguments = {"-j", "64"};
-    for (int i = 0; i < 64; i++) {
+    for (int i = 0; i < 64; ++i) {
         arguments.push_back(folder / (std::to_string(i) + ".wav"));
         WriteSound(arguments.back(), Noise(kWav16, 44100, 2, 1000));
     }
@@ -127,7 +127,7 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
     const Outcome outcome = RunHostUnder({.memoryLimit = 300ul << 20}, arguments);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
-    for (int i = 0; i < 64; i++)
+    for (int i = 0; i < 64; ++i)
         EXPECT_TRUE(fs::exists(folder / ("out/" + std::to_string(i) + ".wav")));
 }
 

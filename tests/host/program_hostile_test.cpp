@@ -38,7 +38,7 @@ std::vector<float> ReadFloats(const std::string &name)
 std::vector<float> LoudTone(float amplitude)
 {
     std::vector<float> samples(44100);
-    for (size_t i = 0; i < samples.size(); i++)
+    for (size_t i = 0; i < samples.size(); ++i)
         samples[i] = static_cast<float>(amplitude * std::sin(static_cast<double>(i) * 0.05));
     return samples;
 }
@@ -154,7 +154,7 @@ std::string PackedRepetitions(size_t count)
     };
     put(0b110, 3);      // the last block, of fixed codes, whose lower bit comes first
     put(0x30 + 'A', 8); // the letter
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         put(0b1100010100000, 13); // 258 letters, from one letter before
     put(0, 7 + 8);
     return packed;
@@ -185,7 +185,7 @@ TEST(HostileTags, OfManyTextsAndChaptersAreReadInPartAndSoon)
 #endif
     TemporaryFolder folder;
     std::string frames;
-    for (int i = 0; i < 20000; i++) {
+    for (int i = 0; i < 20000; ++i) {
         const std::string number = std::to_string(i);
         frames += Frame("TXXX", "\3key" + number + std::string(1, '\0') + "value");
         const std::string start = {0, static_cast<char>(i >> 16), static_cast<char>(i >> 8),

@@ -23,7 +23,7 @@ protected:
     static Sound Concatenation(const std::vector<Sound> &sounds)
     {
         Sound all = sounds[0];
-        for (size_t i = 1; i < sounds.size(); i++)
+        for (size_t i = 1; i < sounds.size(); ++i)
             all.samples.insert(all.samples.end(), sounds[i].samples.begin(), sounds[i].samples.end());
         return all;
     }

@@ -55,7 +55,7 @@ Measured Measure(const std::string &name)
     ebur128_add_frames_double(state, values.data(), static_cast<size_t>(info.frames));
     Measured measured;
     ebur128_loudness_global(state, &measured.loudness);
-    for (int c = 0; c < info.channels; c++) {
+    for (int c = 0; c < info.channels; ++c) {
         double peak = 0;
         ebur128_true_peak(state, static_cast<unsigned>(c), &peak);
         measured.truePeak = std::max(measured.truePeak, peak);
@@ -97,12 +97,12 @@ TEST_F(Levels, AGainMultipliesEverySample)
     Run({"--gain", "-6", "-b", "64f", folder / "a.wav", folder / "b.wav"});
     std::vector<double> after = ValuesOf(folder / "b.wav", info);
     ASSERT_EQ(after.size(), before.size());
-    for (size_t i = 0; i < before.size(); i++)
+    for (size_t i = 0; i < before.size(); ++i)
         ASSERT_NEAR(after[i], before[i] * 0.50118723362727224, 1e-15) << i;
     Run({"--gain=-3.5dB", "--dither", "off", folder / "a.wav", folder / "b.wav"});
     after = ValuesOf(folder / "b.wav", info);
     ASSERT_EQ(after.size(), before.size());
-    for (size_t i = 0; i < before.size(); i++)
+    for (size_t i = 0; i < before.size(); ++i)
         ASSERT_NEAR(after[i], before[i] * 0.66834391756861455, 0.5001 * 0x1p-15) << i;
 }
 
@@ -171,7 +171,7 @@ TEST_F(Levels, ComeToTheLoudnessThatIsAskedFor)
 TEST_F(Levels, NeverLeadToATruePeakAboveFullScale)
 {
     std::vector<double> values;
-    for (int i = 0; i < 48000 * 4; i++)
+    for (int i = 0; i < 48000 * 4; ++i)
         values.push_back((i < 4800 ? 0.3 : 0.03) * std::sin(std::numbers::pi / 2 * i + std::numbers::pi / 4));
     WriteValues(folder / "a.wav", kDouble, 48000, 1, values);
     for (const char *bits : {"8", "16", "24", "32", "32f", "64f"}) {
@@ -244,7 +244,7 @@ TEST_F(Levels, OfSilenceStayWithAWarning)
 Sound LoudMiddle()
 {
     Sound sound{kWav16, 44100, 5, {}};
-    for (int i = 0; i < 44100 * 3; i++) {
+    for (int i = 0; i < 44100 * 3; ++i) {
         const bool loud = i >= 44100 && i < 88200;
         const auto value = static_cast<int32_t>((loud ? 0.6 : 0.1) * 0x1p31);
         sound.samples.insert(sound.samples.end(), 5, value & ~0xFFFF);
@@ -258,10 +258,10 @@ double GainOfTheLimiter(int frames)
     const double matrix[5][2] = {{1, 0}, {0, 1}, {0.7079, 0.7079}, {0.5012, 0}, {0, 0.5012}};
     const double sample = 19660 * 0x1p-15; // 0.6 in 16 bits
     double gain = 1;
-    for (int i = 0; i < frames; i++) {
+    for (int i = 0; i < frames; ++i) {
         double out[2] = {matrix[0][0] * sample * gain, matrix[0][1] * sample * gain};
-        for (int row = 1; row < 5; row++) {
-            for (int column = 0; column < 2; column++) {
+        for (int row = 1; row < 5; ++row) {
+            for (int column = 0; column < 2; ++column) {
                 out[column] += matrix[row][column] * sample * gain;
                 if (std::fabs(out[column]) > 1)
                     gain = 1 / (std::fabs(out[column]) / gain);

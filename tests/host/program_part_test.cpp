@@ -1,6 +1,7 @@
 // program_part_test.cpp: parts of files, by times.
 #include "tests/host/failures.h"
 
+#include <cstddef>
 #include <filesystem>
 
 namespace tonekit::host::test {
@@ -13,8 +14,8 @@ Sound Cut(const Sound &sound, size_t first, size_t end)
 {
     Sound cut = sound;
     const auto channels = static_cast<size_t>(sound.channels);
-    cut.samples.assign(sound.samples.begin() + static_cast<std::ptrdiff_t>(first * channels),
-                       sound.samples.begin() + static_cast<std::ptrdiff_t>(end * channels));
+    cut.samples.assign(sound.samples.begin() + static_cast<ptrdiff_t>(first * channels),
+                       sound.samples.begin() + static_cast<ptrdiff_t>(end * channels));
     return cut;
 }
 
@@ -78,7 +79,7 @@ TEST_F(Parts, FromOneTimeToTheNextJoinWithoutAGap)
     WriteSound(folder / "a.wav", whole);
     Sound joined = Cut(whole, 0, 0);
     const std::vector<std::string> times = {"0", "0.33333", "0.77777", "1.99999", "2.26757"};
-    for (size_t i = 0; i + 1 < times.size(); i++) {
+    for (size_t i = 0; i + 1 < times.size(); ++i) {
         Run({"--start", times[i], "--end", times[i + 1], folder / "a.wav", folder / "b.wav"});
         const Sound part = ReadSound(folder / "b.wav");
         joined.samples.insert(joined.samples.end(), part.samples.begin(), part.samples.end());

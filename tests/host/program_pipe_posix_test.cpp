@@ -43,7 +43,7 @@ long PeakOf(int mebibytes, const std::vector<std::string> &arguments)
         return -1;
     std::jthread writer([mebibytes, end = ends[1]] {
         const std::string block(1 << 20, '\x11');
-        for (int i = 0; i < mebibytes; i++) {
+        for (int i = 0; i < mebibytes; ++i) {
             for (size_t done = 0; done < block.size();)
                 done += static_cast<size_t>(write(end, block.data() + done, block.size() - done));
         }

@@ -35,7 +35,7 @@ protected:
 
 std::string WithNumber(std::string file, size_t position, uint32_t number)
 {
-    for (size_t i = 0; i < 4; i++)
+    for (size_t i = 0; i < 4; ++i)
         file[position + i] = static_cast<char>(number >> (8 * i));
     return file;
 }

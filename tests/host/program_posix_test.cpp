@@ -169,7 +169,7 @@ void WriteSilence(const std::string &name, uint32_t seconds)
     WriteSound(name, Sound{kWav16, 44100, 2, {0, 0}});
     std::string header = ReadText(name).substr(0, 44);
     const auto put = [&](size_t place, uint32_t number) {
-        for (size_t i = 0; i < 4; i++)
+        for (size_t i = 0; i < 4; ++i)
             header[place + i] = static_cast<char>(number >> 8 * i);
     };
     const uint32_t bytes = seconds * 44100 * 4;

@@ -28,7 +28,7 @@ protected:
     static std::vector<uint32_t> TicksDown(const PngFile &png, uint32_t x, uint32_t from, uint32_t to)
     {
         std::vector<uint32_t> ticks;
-        for (uint32_t y = from; y < to; y++) {
+        for (uint32_t y = from; y < to; ++y) {
             if (png.At(x, y) == kTickColour)
                 ticks.push_back(y);
         }
@@ -37,7 +37,7 @@ protected:
     static std::vector<uint32_t> TicksAcross(const PngFile &png, uint32_t y, uint32_t from, uint32_t to)
     {
         std::vector<uint32_t> ticks;
-        for (uint32_t x = from; x < to; x++) {
+        for (uint32_t x = from; x < to; ++x) {
             if (png.At(x, y) == kTickColour)
                 ticks.push_back(x);
         }
@@ -48,8 +48,8 @@ protected:
     static bool HasText(const PngFile &png, uint32_t left, uint32_t top, uint32_t width, uint32_t height)
     {
         int ink = 0;
-        for (uint32_t y = top; y < top + height; y++) {
-            for (uint32_t x = left; x < left + width; x++)
+        for (uint32_t y = top; y < top + height; ++y) {
+            for (uint32_t x = left; x < left + width; ++x)
                 ink += png.At(x, y) > kLevels + 10 ? 1 : 0;
         }
         return ink > 5;
@@ -84,7 +84,7 @@ TEST_F(Spectrograms, ShowAToneInItsRowWithTheColourOfItsLevel)
         EXPECT_NEAR(LevelAt(png, x, row), -20, 1);
         EXPECT_LT(LevelAt(png, x, row - 40), -140);
         EXPECT_LT(LevelAt(png, x, row + 40), -140);
-        for (uint32_t y = kTop; y < kTop + 512; y++)
+        for (uint32_t y = kTop; y < kTop + 512; ++y)
             EXPECT_LE(LevelAt(png, x, y), LevelAt(png, x, row));
     }
 }
@@ -94,7 +94,7 @@ TEST_F(Spectrograms, HaveColoursThatGrowBrighter)
     const PngFile png = Drawn({folder / "good.wav"});
     ASSERT_EQ(png.palette.size(), 256u);
     double before = -1;
-    for (size_t i = 0; i < kLevels; i++) {
+    for (size_t i = 0; i < kLevels; ++i) {
         const auto &c = png.palette[i];
         const double brightness = 0.2126 * c[0] + 0.7152 * c[1] + 0.0722 * c[2];
         EXPECT_GT(brightness, before - 0.8) << i;
@@ -113,7 +113,7 @@ TEST_F(Spectrograms, HaveAxesWithLabels)
         frequencies.push_back(kTop + static_cast<uint32_t>(rows));
     const std::vector<uint32_t> ticks = TicksDown(png, kLeft - 3, kTop - 1, kTop + 512);
     ASSERT_EQ(ticks.size(), frequencies.size());
-    for (size_t i = 0; i < ticks.size(); i++) {
+    for (size_t i = 0; i < ticks.size(); ++i) {
         EXPECT_NEAR(ticks[i], frequencies[frequencies.size() - 1 - i], 1) << i;
         EXPECT_TRUE(HasText(png, kLeft - 30, ticks[i] - 5, 22, 10)) << i;
     }
@@ -121,7 +121,7 @@ TEST_F(Spectrograms, HaveAxesWithLabels)
     // 0.0 to 1.0 seconds in 640 columns
     const std::vector<uint32_t> times = TicksAcross(png, kTop + 512 + 2, kLeft, kLeft + 641);
     ASSERT_EQ(times.size(), 11u);
-    for (size_t i = 0; i < times.size(); i++) {
+    for (size_t i = 0; i < times.size(); ++i) {
         EXPECT_EQ(times[i], kLeft + 64 * i);
         EXPECT_TRUE(HasText(png, times[i] - 14, kTop + 512 + 8, 28, 12)) << i;
     }
@@ -129,7 +129,7 @@ TEST_F(Spectrograms, HaveAxesWithLabels)
     const uint32_t bar = kLeft + 640 + 24;
     const std::vector<uint32_t> levels = TicksDown(png, bar + 16, kTop - 1, kTop + 512);
     ASSERT_EQ(levels.size(), 16u);
-    for (size_t i = 0; i < levels.size(); i++) {
+    for (size_t i = 0; i < levels.size(); ++i) {
         EXPECT_NEAR(levels[i], kTop + 34.13 * static_cast<double>(i), 1.1);
         EXPECT_TRUE(HasText(png, bar + 20, levels[i] - 5, 30, 10)) << i;
     }
@@ -143,14 +143,14 @@ TEST_F(Spectrograms, HaveAxesWithLabels)
 TEST_F(Spectrograms, HaveAPanelForEachChannel)
 {
     Sound sound = Tone(kWav16, 48000, 6, 48000, 3000, 0.5);
-    for (size_t i = 0; i < sound.samples.size(); i++) {
+    for (size_t i = 0; i < sound.samples.size(); ++i) {
         if (i % 6 != 4)
             sound.samples[i] = 0;
     }
     WriteSound(folder / "six.wav", sound);
     const PngFile png = Drawn({folder / "six.wav"});
     EXPECT_EQ(png.height, kTop + 6 * 160 + 5 * kPartLine + 36);
-    for (uint32_t part = 0; part < 6; part++) {
+    for (uint32_t part = 0; part < 6; ++part) {
         const uint32_t top = kTop + part * (160 + kPartLine);
         const uint32_t row = top + 159 - 20; // of 150 Hz each
         EXPECT_TRUE(HasText(png, kLeft, top - 18, 60, 14)) << part;
@@ -190,7 +190,7 @@ TEST_F(Spectrograms, ShowWhatALossyCoderLeft)
     const uint32_t row = kTop + 511 - 488; // 21 kHz of 22.05
     const auto mean = [&](uint32_t left) {
         double sum = 0;
-        for (uint32_t x = 100; x < 300; x++)
+        for (uint32_t x = 100; x < 300; ++x)
             sum += LevelAt(png, left + x, row) / 200;
         return sum;
     };

@@ -111,7 +111,7 @@ TEST(ProgressForPrograms, IsJsonOnStandardErrorAlone)
     Json last;
     for (std::string line; std::getline(lines, line);) {
         if (line[0] != '{') {
-            messages++;
+            ++messages;
             continue;
         }
         const Json json = Json::parse(line);

@@ -34,7 +34,7 @@ double AmplitudeAt(const Sound &sound, double hertz, int channel = 0)
 {
     const size_t frames = sound.Frames();
     double cosine = 0, sine = 0, weights = 0;
-    for (size_t i = frames / 4; i < frames * 3 / 4; i++) {
+    for (size_t i = frames / 4; i < frames * 3 / 4; ++i) {
         const double place = static_cast<double>(i - frames / 4) / static_cast<double>(frames / 2);
         const double weight = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * place);
         const double angle = 2 * std::numbers::pi * hertz * static_cast<double>(i) / sound.rate;
@@ -220,14 +220,14 @@ TEST(Program, SurroundKeepsItsLoudspeakersThroughOgg)
 {
     TemporaryFolder folder;
     Sound sound = Tone(kWav16, 48000, 6, 48000, 1000);
-    for (size_t i = 0; i < sound.samples.size(); i++)
+    for (size_t i = 0; i < sound.samples.size(); ++i)
         sound.samples[i] = i % 6 == 2 ? sound.samples[i] : 0;
     WriteSound(folder / "a.wav", sound);
     Convert({folder / "a.wav", folder / "b.ogg"});
     // The centre is the second channel of a Vorbis file.
     EXPECT_GT(AmplitudeAt(ReadSound(folder / "b.ogg"), 1000, 1), 0.4);
     Convert({folder / "b.ogg", folder / "c.wav"});
-    for (int channel = 0; channel < 6; channel++)
+    for (int channel = 0; channel < 6; ++channel)
         EXPECT_EQ(AmplitudeAt(ReadSound(folder / "c.wav"), 1000, channel) > 0.4, channel == 2) << channel;
 }
 

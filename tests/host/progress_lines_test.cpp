@@ -71,7 +71,7 @@ TEST(ProgressLines, CountTwoColumnsForWideCharacters)
 TEST(ProgressLines, NeverReachTheLastColumn)
 {
     const std::string name = "\U0001F3B5 \u97f3\u697d 01.flac";
-    for (unsigned columns = 1; columns < 220; columns++) {
+    for (unsigned columns = 1; columns < 220; ++columns) {
         for (const std::string &line : ProgressLines(Batch({{name, 0.1}, {"b", 1}}), {columns, 24}))
             EXPECT_LE(ColumnsOf(line), std::max(columns, 2u) - 1) << columns;
         const Lines one = ProgressLines(OneFile(0.999, 1e9, 1e5, name), {columns, 24});

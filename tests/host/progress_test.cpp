@@ -40,7 +40,7 @@ TEST(Progress, IsShownAtOnceAndThenNotTooOften)
 {
     Notes notes;
     Progress progress(notes, {{"a", 1}, {"b", 1}});
-    for (int i = 0; i < 100; i++)
+    for (int i = 0; i < 100; ++i)
         progress.Report(0, i / 100.0, i);
     EXPECT_LT(notes.states.size(), 20u);
     EXPECT_GE(notes.states.size(), 1u);

@@ -120,7 +120,7 @@ TEST(AudioWriter, NamesTheLoudspeakersOfManyChannels)
 {
     // The channel masks that go with the orders of 4 to 8 channels, as the WAV header has them.
     const uint32_t masks[] = {0x33, 0x37, 0x3F, 0x70F, 0x63F};
-    for (uint32_t channels = 4; channels <= 8; channels++) {
+    for (uint32_t channels = 4; channels <= 8; ++channels) {
         TemporaryFolder folder;
         const std::string name = folder / "out.wav";
         File file;
@@ -179,7 +179,7 @@ TEST(AudioWriter, LeavesNothingAfterAFewFloats)
 {
     TemporaryFolder folder;
     const std::vector<float> samples(16, 0.5f);
-    for (uint32_t frames = 1; frames <= 16; frames++) {
+    for (uint32_t frames = 1; frames <= 16; ++frames) {
         const std::string name = folder / "a.aiff";
         std::filesystem::remove(name);
         File file;
@@ -227,19 +227,19 @@ TEST(AudioReader, SixChannelsOfOggComeInTheConvertersOrder)
 {
     // Centre alone: the second channel of a Vorbis file.
     Sound sound = test::Tone(SF_FORMAT_OGG | SF_FORMAT_VORBIS, 48000, 6, 9600, 1000);
-    for (size_t i = 0; i < sound.samples.size(); i++)
+    for (size_t i = 0; i < sound.samples.size(); ++i)
         sound.samples[i] = i % 6 == 1 ? sound.samples[i] : 0;
     TemporaryFolder folder;
     test::WriteSound(folder / "in.ogg", sound);
     AudioReader reader(folder / "in.ogg");
     const std::vector<uint8_t> bytes = ReadAll(reader);
     double energy[6] = {};
-    for (size_t i = 0; i < bytes.size() / 4; i++) {
+    for (size_t i = 0; i < bytes.size() / 4; ++i) {
         float sample;
         std::memcpy(&sample, &bytes[i * 4], 4);
         energy[i % 6] += sample * sample;
     }
-    for (int c = 0; c < 6; c++)
+    for (int c = 0; c < 6; ++c)
         EXPECT_EQ(energy[c] > 100, c == 2) << c << ": " << energy[c];
 }
 

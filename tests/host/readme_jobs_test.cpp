@@ -111,7 +111,7 @@ TEST_F(ReadmeJobs, DoWhatTheySay)
         {"song48.wav"},
     };
     ASSERT_EQ(lines.size(), results.size());
-    for (size_t i = 0; i < lines.size(); i++) {
+    for (size_t i = 0; i < lines.size(); ++i) {
         std::vector<std::string> words = WordsOf(lines[i]);
         ASSERT_FALSE(words.empty());
         EXPECT_EQ(words[0], "tonekit-convert") << lines[i];

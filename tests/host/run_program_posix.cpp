@@ -81,7 +81,7 @@ void Collect(int out, int err, Outcome &outcome)
     std::string *texts[2] = {&outcome.out, &outcome.err};
     int open = err >= 0 ? 2 : 1;
     while (open > 0 && poll(ends, 2, -1) > 0) {
-        for (int i = 0; i < 2; i++) {
+        for (int i = 0; i < 2; ++i) {
             if (ends[i].fd < 0 || !(ends[i].revents & (POLLIN | POLLHUP | POLLERR)))
                 continue;
             char buffer[4096];
@@ -91,7 +91,7 @@ void Collect(int out, int err, Outcome &outcome)
             } else {
                 close(ends[i].fd);
                 ends[i].fd = -1;
-                open--;
+                --open;
             }
         }
     }

@@ -65,7 +65,7 @@ public:
     void Finish()
     {
         Join();
-        for (size_t at = 0; (at = text_.find("\r\n", at)) != std::string::npos; at++)
+        for (size_t at = 0; (at = text_.find("\r\n", at)) != std::string::npos; ++at)
             text_.erase(at, 1);
     }
 

@@ -20,7 +20,7 @@ int timesAsked = 0;
 extern "C" int sync_file_range(int file, off64_t from, off64_t size, unsigned flags)
 {
     storing = from == 0 && size == 0 && flags == SYNC_FILE_RANGE_WRITE ? file : -1;
-    timesAsked++;
+    ++timesAsked;
     return 0;
 }
 
@@ -113,7 +113,7 @@ TEST(NewFile, IsStoredWhileItIsWritten)
     ASSERT_FALSE(first.CreateNew(folder / "a"));
     File file(std::move(first));
     timesAsked = 0;
-    for (int i = 1; i <= 25; i++) {
+    for (int i = 1; i <= 25; ++i) {
         storing = -1;
         ASSERT_FALSE(file.Write(mebibyte.data(), mebibyte.size()));
         EXPECT_EQ(timesAsked, i / 8) << i;
@@ -121,7 +121,7 @@ TEST(NewFile, IsStoredWhileItIsWritten)
     }
     File changed;
     ASSERT_FALSE(changed.OpenToChange(folder / "a"));
-    for (int i = 1; i <= 10; i++)
+    for (int i = 1; i <= 10; ++i)
         ASSERT_FALSE(changed.Write(mebibyte.data(), mebibyte.size()));
     EXPECT_EQ(timesAsked, 3);
 }

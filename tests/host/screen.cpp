@@ -2,6 +2,7 @@
 #include "tests/host/screen.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 namespace tonekit::host::test {
@@ -38,7 +39,7 @@ void Screen::Put(const std::string &character)
             x_ = columns_ - width;
         } else {
             CursorRow().continues = true;
-            y_++;
+            ++y_;
             x_ = 0;
         }
     }
@@ -82,11 +83,11 @@ void Screen::Feed(const std::string &text)
             i = end + 1;
         } else if (lead == '\r') {
             x_ = 0;
-            i++;
+            ++i;
         } else if (lead == '\n') {
-            y_++;
+            ++y_;
             CursorRow();
-            i++;
+            ++i;
         } else {
             const size_t bytes = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
             Put(text.substr(i, bytes));
@@ -107,7 +108,7 @@ void Screen::Resize(size_t columns)
     // The cursor stays where it is in its text.
     std::vector<Row> broken;
     size_t cursorRow = 0;
-    for (size_t y = 0; y < rows_.size(); y++) {
+    for (size_t y = 0; y < rows_.size(); ++y) {
         std::vector<std::string> text = rows_[y].cells;
         size_t before = y == y_ ? 0 : SIZE_MAX;
         while (rows_[y].continues && y + 1 < rows_.size()) {
@@ -119,9 +120,8 @@ void Screen::Resize(size_t columns)
             if (before != SIZE_MAX && before + x_ >= start && (before + x_ < start + columns || text.empty()))
                 cursorRow = broken.size();
             Row row;
-            row.cells.assign(text.begin() + static_cast<std::ptrdiff_t>(start),
-                             text.begin() +
-                                 static_cast<std::ptrdiff_t>(std::min(start + columns, text.size())));
+            row.cells.assign(text.begin() + static_cast<ptrdiff_t>(start),
+                             text.begin() + static_cast<ptrdiff_t>(std::min(start + columns, text.size())));
             row.continues = start + columns < text.size();
             broken.push_back(row);
         }

@@ -34,9 +34,9 @@ TEST(SharedSetting, KeepsTheValueOfEveryHolderWhileItHolds)
     SharedSetting setting(SetInForce, kResting);
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
-    for (uint32_t thread = 0; thread < 6; thread++)
+    for (uint32_t thread = 0; thread < 6; ++thread)
         threads.emplace_back([&, value = thread % 3] {
-            for (int turn = 0; turn < 300; turn++) {
+            for (int turn = 0; turn < 300; ++turn) {
                 const SettingHold hold(setting, value);
                 wrong += inForce != value;
                 std::this_thread::yield();

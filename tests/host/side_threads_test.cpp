@@ -27,11 +27,11 @@ public:
     void Rewind() override { position_ = 0; }
     uint32_t Read(void *buffer, uint32_t frames) override
     {
-        reads++;
+        ++reads;
         if (position_ >= failsAt_)
             throw Failure("broken");
         const auto count = static_cast<uint32_t>(std::min<uint64_t>(frames, frames_ - position_));
-        for (uint32_t i = 0; i < count; i++)
+        for (uint32_t i = 0; i < count; ++i)
             static_cast<uint8_t *>(buffer)[i] = static_cast<uint8_t>(position_++);
         return count;
     }
@@ -74,7 +74,7 @@ TEST_P(SideThreads, ReadingFailsAfterTheLastWholeBlock)
 {
     Counting source(1000, 300);
     ReadAhead blocks(source, 100, GetParam());
-    for (int i = 0; i < 3; i++)
+    for (int i = 0; i < 3; ++i)
         EXPECT_EQ(blocks.Next().frames, 100u);
     EXPECT_THROW(blocks.Next(), Failure);
 }
@@ -92,7 +92,7 @@ TEST(SideThread, BlockThatWasGivenStaysUntilTheNext)
 {
     Counting source(1000000);
     ReadAhead blocks(source, 100, true);
-    for (int i = 0; i < 20; i++) {
+    for (int i = 0; i < 20; ++i) {
         const ReadAhead::Block block = blocks.Next();
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
         EXPECT_EQ(block.samples[0], static_cast<uint8_t>(i * 100));
@@ -113,7 +113,7 @@ TEST_P(SideThreads, WriteAllBlocksInTheirOrder)
                 sizes.push_back(frames);
             },
             2, GetParam());
-        for (uint32_t i = 0; i < 10; i++)
+        for (uint32_t i = 0; i < 10; ++i)
             sink.Take(bytes.data() + 200 * i, 100);
         sink.Take(bytes.data() + 2000, 50);
         sink.Finish();
@@ -132,7 +132,7 @@ TEST_P(SideThreads, WritingThatFailsIsToldAndEndsThere)
         },
         1, GetParam());
     const auto takeMany = [&] {
-        for (int i = 0; i < 1000; i++)
+        for (int i = 0; i < 1000; ++i)
             sink.Take("x", 1);
         sink.Finish();
     };
@@ -161,7 +161,7 @@ TEST(SideThread, HoldsNoMoreThanAFewBlocks)
         },
         1, true);
     std::thread feeder([&] {
-        for (int i = 0; i < 100; i++, taken++)
+        for (int i = 0; i < 100; ++i, ++taken)
             sink.Take("x", 1);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -178,11 +178,11 @@ TEST(SideThread, DropsWhatWaitsWhenItIsGone)
     {
         SideSink sink(
             [&](const void *, uint32_t) {
-                calls++;
+                ++calls;
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
             },
             1, true);
-        for (int i = 0; i < 4; i++)
+        for (int i = 0; i < 4; ++i)
             sink.Take("x", 1);
     }
     EXPECT_LT(calls, 4);

@@ -38,7 +38,7 @@ public:
     uint32_t Read(void *buffer, uint32_t frames) override
     {
         uint32_t got = 0;
-        for (; got < frames && next_ < frames_; got++)
+        for (; got < frames && next_ < frames_; ++got)
             static_cast<int32_t *>(buffer)[got] = static_cast<int32_t>(next_++);
         return got;
     }
@@ -76,7 +76,7 @@ std::vector<int32_t> AllOf(SampleSource &source)
 std::vector<int32_t> From(int32_t first, int32_t end)
 {
     std::vector<int32_t> numbers;
-    for (int32_t number = first; number < end; number++)
+    for (int32_t number = first; number < end; ++number)
         numbers.push_back(number);
     return numbers;
 }
@@ -184,7 +184,7 @@ TEST_F(JoinedFiles, BeginWhereTheOneBeforeThemEnds)
     const std::filesystem::path second = Write("b.wav", 1, kWav16);
     JoinedSource joined(options_, {first, second, first});
     EXPECT_EQ(joined.name(), folder_ / "a.wav and 2 more");
-    for (int i = 0; i < 2; i++) {
+    for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(CountOf(joined), 3001u);
         const std::vector<SourceFile> files = joined.files();
         ASSERT_EQ(files.size(), 3u);

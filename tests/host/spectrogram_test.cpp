@@ -18,7 +18,7 @@ double Decibels(double power)
 std::vector<double> Sine(size_t count, double turnsPerSample, double amplitude, double phase = 0.3)
 {
     std::vector<double> samples(count);
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; ++i)
         samples[i] =
             amplitude * std::sin(2 * std::numbers::pi * turnsPerSample * static_cast<double>(i) + phase);
     return samples;
@@ -30,7 +30,7 @@ TEST(Spectrum, OfASineHasItsPowerAtItsFrequencyAndNoneFurtherOn)
     for (const int place : {20, 100, 411}) {
         std::vector<double> powers(513);
         spectrum.AddPowers(Sine(1024, place / 1024.0, 0.1).data(), powers.data());
-        for (int k = 0; k <= 512; k++) {
+        for (int k = 0; k <= 512; ++k) {
             const double level = Decibels(powers[static_cast<size_t>(k)] + 1e-40);
             if (k == place)
                 EXPECT_NEAR(level, -20, 1e-6);
@@ -59,7 +59,7 @@ TEST(Spectrum, AddsToWhatIsThereAndKnowsBothEnds)
     EXPECT_NEAR(powers[0], 7.25, 1e-9);
     EXPECT_NEAR(powers[32], 7, 1e-9);
     std::vector<double> highest(64);
-    for (size_t i = 0; i < 64; i++)
+    for (size_t i = 0; i < 64; ++i)
         highest[i] = i % 2 ? -0.5 : 0.5;
     powers.assign(33, 0);
     spectrum.AddPowers(highest.data(), powers.data());
@@ -112,7 +112,7 @@ TEST(Spectrogram, KnowsWhenATonePlays)
 {
     // The right channel is silent but from 1 to 2 seconds.
     std::vector<double> samples(2 * 3 * 44100);
-    for (size_t i = 44100; i < 2 * 44100; i++)
+    for (size_t i = 44100; i < 2 * 44100; ++i)
         samples[2 * i + 1] = std::sin(2 * std::numbers::pi * 5000 / 44100 * static_cast<double>(i));
     const AudioFormat format{SampleFormat::Float64, 2, 44100};
     const Spectrogram spectrogram = SpectrogramOf(format, samples, 3 * 44100);
@@ -201,7 +201,7 @@ TEST(Spectrogram, OfManyChannelsIsTheMeanOfTheirPowers)
 {
     const std::vector<double> tone = Sine(20000, 1000.0 / 8000, 1);
     std::vector<double> samples(20000 * 10);
-    for (size_t i = 0; i < tone.size(); i++)
+    for (size_t i = 0; i < tone.size(); ++i)
         samples[i * 10 + 7] = tone[i];
     const Spectrogram spectrogram = SpectrogramOf({SampleFormat::Float64, 10, 8000}, samples, 20000, 64);
     EXPECT_EQ(spectrogram.parts(), 1u);

@@ -17,7 +17,7 @@ std::string Letters(size_t size, uint32_t seed)
 {
     std::mt19937 random(seed);
     std::string text;
-    for (size_t i = 0; i < size; i++)
+    for (size_t i = 0; i < size; ++i)
         text += static_cast<char>(random());
     return text;
 }

@@ -110,7 +110,7 @@ TEST_P(TagsOfEveryKind, ComeBackAsTheyWereWritten)
     const auto pictures = PicturesOf(read.get());
     const auto expected = PicturesOf(block.get());
     ASSERT_EQ(pictures.size(), 2u);
-    for (size_t i = 0; i < 2; i++) {
+    for (size_t i = 0; i < 2; ++i) {
         EXPECT_EQ(pictures[i].type, expected[i].type);
         EXPECT_EQ(pictures[i].mime, expected[i].mime);
         EXPECT_EQ(pictures[i].data, expected[i].data);
@@ -153,7 +153,7 @@ TEST_P(TagsOfEveryKind, ThatAreBrokenGiveAWarningOrNothing)
     const std::string whole = test::ReadText(name);
     for (size_t length = 0; length < whole.size(); length += whole.size() / 37 + 1) {
         std::string broken = whole;
-        for (size_t i = length; i < std::min(length + 40, broken.size()); i++)
+        for (size_t i = length; i < std::min(length + 40, broken.size()); ++i)
             broken[i] = static_cast<char>(0xFF);
         test::WriteText(name, broken);
         const TagBlockPointer read = ReadBlock(name, GetParam().kind, warnings);

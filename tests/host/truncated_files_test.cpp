@@ -46,7 +46,7 @@ std::set<size_t, std::greater<>> CutsOf(const std::string &bytes)
     constexpr size_t kEachByte = 600;
     constexpr size_t kBetween = 150;
     std::set<size_t, std::greater<>> cuts;
-    for (size_t i = 0; i < bytes.size(); i++) {
+    for (size_t i = 0; i < bytes.size(); ++i) {
         if (i < kEachByte || i + kEachByte >= bytes.size() || i % (bytes.size() / kBetween + 1) == 0)
             cuts.insert(i);
     }

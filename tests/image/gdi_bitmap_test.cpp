@@ -180,7 +180,7 @@ TEST(GdiBitmap, MemoryIsTheGlobalHeapsAndItsFailuresHaveTheirCodes)
         const DWORD error = GetLastError();
         failed = AllocationHasFailed();
         AllowAllocations();
-        EXPECT_EQ(target.get() == nullptr, failed);
+        EXPECT_EQ(!target.get(), failed);
         EXPECT_EQ(error, !failed ? kUntouched : n <= 2 ? 0x20000006 : 0x20000007) << n;
         EXPECT_EQ(LiveAllocations(), live);
         failures += failed;

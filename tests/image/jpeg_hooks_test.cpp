@@ -31,7 +31,7 @@ size_t Read(void *buffer, size_t size, size_t count, void *handle)
     stream.handles.push_back(handle);
     stream.wrongSize |= size != 1;
     const size_t given = std::min({count, stream.most, stream.data.size() - stream.position});
-    std::copy_n(stream.data.begin() + static_cast<std::ptrdiff_t>(stream.position), given,
+    std::copy_n(stream.data.begin() + static_cast<ptrdiff_t>(stream.position), given,
                 static_cast<unsigned char *>(buffer));
     stream.position += given;
     return given;

@@ -21,7 +21,7 @@ std::vector<double> Tone(const std::vector<double> &levels)
 {
     std::vector<double> samples;
     samples.reserve(kRate * kSeconds * levels.size());
-    for (uint32_t frame = 0; frame < kRate * kSeconds; frame++)
+    for (uint32_t frame = 0; frame < kRate * kSeconds; ++frame)
         for (const double level : levels)
             samples.push_back(Amplitude(level) * std::sin(2.0 * std::numbers::pi * 1000.0 * frame / kRate));
     return samples;
@@ -88,7 +88,7 @@ TEST(KnownSignals, PeakBetweenTheSamplesIsSeenByTruePeakAlone)
 {
     // A quarter of the rate, sampled 45 degrees off its peaks: samples reach 0.5 / sqrt(2), the wave 0.5.
     std::vector<double> samples;
-    for (uint32_t frame = 0; frame < kRate; frame++) {
+    for (uint32_t frame = 0; frame < kRate; ++frame) {
         const double phase = std::numbers::pi * (0.5 * frame + 0.25);
         samples.insert(samples.end(), {0.25 * std::sin(phase), 0.5 * std::sin(phase)});
     }
@@ -107,7 +107,7 @@ TEST(KnownSignals, PeakBetweenTheSamplesIsSeenByTruePeakAlone)
 
 TEST(KnownSignals, PeakIsThatOfTheLoudestChannelWhereverItStands)
 {
-    for (uint32_t loudest = 0; loudest < 6; loudest++) {
+    for (uint32_t loudest = 0; loudest < 6; ++loudest) {
         std::vector<double> samples(6 * 100, 0.125);
         samples[6 * 50 + loudest] = -0.75;
         ReplayGainState *state = ReplayGain_Init(6, kRate);

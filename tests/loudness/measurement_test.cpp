@@ -22,7 +22,7 @@ bool IsMissing(double value)
 {
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    return bits == 0x7fffffffe0000000; // the float 0x7FFFFFFF, widened
+    return bits == 0x7FFFFFFFE0000000; // the float 0x7FFFFFFF, widened
 }
 
 std::vector<double> Noise(uint64_t seed, uint32_t samples, double amplitude)
@@ -110,7 +110,7 @@ TEST(Measurement, FormatThatTheLibraryRefusesStillCountsFrames)
     const std::vector<double> samples(70 * 10, 0.5);
     const struct {
         uint32_t channels, rate;
-    } refused[] = {{0, 48000}, {65, 48000}, {2, 0}, {2, 15}, {2, 16}, {2, 99}, {2, 2822401}, {2, 0xffffffff}};
+    } refused[] = {{0, 48000}, {65, 48000}, {2, 0}, {2, 15}, {2, 16}, {2, 99}, {2, 2822401}, {2, 0xFFFFFFFF}};
     for (const auto &format : refused) {
         for (auto *init : {ReplayGain_Init, ReplayGain_Init_TruePeak}) {
             SCOPED_TRACE(testing::Message() << format.channels << " channels at " << format.rate);
@@ -148,7 +148,7 @@ TEST(Measurement, LowestAndHighestFormatsAreMeasured)
 TEST(Measurement, EqualsTheLibraryWithTheToldModesAndMaps)
 {
     constexpr uint32_t kFrames = 3 * 44100;
-    for (uint32_t channels = 1; channels <= 8; channels++) {
+    for (uint32_t channels = 1; channels <= 8; ++channels) {
         const std::vector<double> noise = Noise(channels, kFrames * channels, 0.3);
         Bare bare(channels, 44100, 53);
         if (channels == 1)
@@ -163,7 +163,7 @@ TEST(Measurement, EqualsTheLibraryWithTheToldModesAndMaps)
         }
         ebur128_add_frames_double(bare.State(), noise.data(), kFrames);
         double peak = 0.0;
-        for (uint32_t channel = 0; channel < channels; channel++) {
+        for (uint32_t channel = 0; channel < channels; ++channel) {
             double one;
             ebur128_true_peak(bare.State(), channel, &one);
             peak = std::max(peak, one);
@@ -256,7 +256,7 @@ TEST(Measurement, RefusedChangeLosesTheMeasurementForGood)
 TEST(Measurement, PeakAsksForTheChannelsOfTheBeginning)
 {
     std::vector<double> samples(6 * 100, 0.125);
-    for (std::size_t frame = 0; frame < 100; frame++)
+    for (size_t frame = 0; frame < 100; ++frame)
         samples[6 * frame + 4] = 0.5; // a channel that the state was not made with
     ReplayGainState *state = ReplayGain_Init(2, 44100);
     ReplayGain_Change(state, 6, 44100);

@@ -13,41 +13,40 @@ namespace tonekit {
 namespace {
 
 struct Bitmap {
-    std::int32_t width, height;
-    std::uint32_t pixels[32 * 32];
+    int32_t width, height;
+    uint32_t pixels[32 * 32];
 };
 
 // A device whose bitmaps are blocks of the process's heap.
 struct HeapDevice : TonekitDevice {
     HeapDevice() : TonekitDevice{GetObject, Create, GetBits, SetBits, Delete} {}
 
-    static std::int32_t GetObject(TonekitDevice *, TonekitBitmap bitmap,
-                                  TonekitBitmapDescription *description)
+    static int32_t GetObject(TonekitDevice *, TonekitBitmap bitmap, TonekitBitmapDescription *description)
     {
         const auto *of = static_cast<const Bitmap *>(bitmap);
         *description = {of->width, of->height, 1, 32};
         return 1;
     }
-    static TonekitBitmap Create(TonekitDevice *, std::int32_t width, std::int32_t height)
+    static TonekitBitmap Create(TonekitDevice *, int32_t width, int32_t height)
     {
         auto *bitmap = static_cast<Bitmap *>(std::calloc(1, sizeof(Bitmap)));
         if (bitmap)
             *bitmap = {width, height, {}};
         return bitmap;
     }
-    static std::int32_t GetBits(TonekitDevice *, TonekitBitmap bitmap, std::uint32_t, std::uint32_t lines,
-                                void *pixels, const TonekitBitmapHeader *, std::uint32_t)
+    static int32_t GetBits(TonekitDevice *, TonekitBitmap bitmap, uint32_t, uint32_t lines, void *pixels,
+                           const TonekitBitmapHeader *, uint32_t)
     {
         const auto *of = static_cast<const Bitmap *>(bitmap);
-        std::memcpy(pixels, of->pixels, std::size_t{4} * static_cast<std::size_t>(of->width) * lines);
-        return static_cast<std::int32_t>(lines);
+        std::memcpy(pixels, of->pixels, size_t{4} * static_cast<size_t>(of->width) * lines);
+        return static_cast<int32_t>(lines);
     }
-    static std::int32_t SetBits(TonekitDevice *, TonekitBitmap bitmap, std::uint32_t, std::uint32_t lines,
-                                const void *pixels, const TonekitBitmapHeader *, std::uint32_t)
+    static int32_t SetBits(TonekitDevice *, TonekitBitmap bitmap, uint32_t, uint32_t lines,
+                           const void *pixels, const TonekitBitmapHeader *, uint32_t)
     {
         auto *of = static_cast<Bitmap *>(bitmap);
-        std::memcpy(of->pixels, pixels, std::size_t{4} * static_cast<std::size_t>(of->width) * lines);
-        return static_cast<std::int32_t>(lines);
+        std::memcpy(of->pixels, pixels, size_t{4} * static_cast<size_t>(of->width) * lines);
+        return static_cast<int32_t>(lines);
     }
     static void Delete(TonekitDevice *, TonekitBitmap bitmap) { std::free(bitmap); }
 };
@@ -55,7 +54,7 @@ struct HeapDevice : TonekitDevice {
 TEST(EveryAllocation, OfAScaledBitmapMayFail)
 {
     static Bitmap source{20, 10, {}};
-    for (std::uint32_t i = 0; i < 200; i++)
+    for (uint32_t i = 0; i < 200; ++i)
         source.pixels[i] = i * 0x01234567;
     for (const auto &[wide, high] : {std::pair{31u, 7u}, {5u, 32u}}) {
         const unsigned width = wide;
@@ -68,7 +67,7 @@ TEST(EveryAllocation, OfAScaledBitmapMayFail)
                       errno = 0;
                       TonekitBitmap scaled =
                           CreateResampledBitmap(&device, &source, width, height, TONEKIT_SCALE_LANCZOS_3);
-                      const auto error = static_cast<std::uint32_t>(scaled ? 0 : errno);
+                      const auto error = static_cast<uint32_t>(scaled ? 0 : errno);
                       if (scaled && first.width == 0)
                           first = *static_cast<Bitmap *>(scaled);
                       EXPECT_TRUE(!scaled || std::memcmp(scaled, &first, sizeof(first)) == 0);

@@ -48,7 +48,7 @@ TEST_P(EveryAllocationOf, AConversionMayFail)
     SetDitherParameters(1, 1);
     SetSampleRateConverterParameters2(c.mode, 0);
     const uint32_t frames = 150000;
-    const std::vector<int32_t> noise(std::size_t{frames} * c.channels, 0x12345678);
+    const std::vector<int32_t> noise(size_t{frames} * c.channels, 0x12345678);
     const uint64_t whole = Convert(c, noise, frames);
     uint64_t last = 0;
     const uint64_t allocations = FailEachInTurn([&] { last = Convert(c, noise, frames); }, ForgetFilters);

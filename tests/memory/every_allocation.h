@@ -14,12 +14,12 @@ namespace tonekit {
 // and no block may stay allocated. `forget`, whose allocations don't fail, brings what is kept for the next
 // work into one and the same state. Returns the number of allocations.
 template <class Work, class Forget>
-std::uint64_t FailEachInTurn(Work work, Forget forget)
+uint64_t FailEachInTurn(Work work, Forget forget)
 {
     work(); // what is kept for the process, such as the C library's tables, is there from now on
     forget();
-    for (std::uint64_t n = 1;; ++n) {
-        const std::int64_t live = process_heap::Live();
+    for (uint64_t n = 1;; ++n) {
+        const int64_t live = process_heap::Live();
         process_heap::Fail(n);
         try {
             work();
@@ -28,7 +28,7 @@ std::uint64_t FailEachInTurn(Work work, Forget forget)
         process_heap::Fail(0);
         const bool failed = process_heap::HasFailed();
         forget();
-        const std::int64_t left = process_heap::Live() - live;
+        const int64_t left = process_heap::Live() - live;
         EXPECT_EQ(left, 0) << "blocks are left after failure " << n;
         if (!failed)
             return n - 1;
@@ -36,7 +36,7 @@ std::uint64_t FailEachInTurn(Work work, Forget forget)
 }
 
 template <class Work>
-std::uint64_t FailEachInTurn(Work work)
+uint64_t FailEachInTurn(Work work)
 {
     return FailEachInTurn(work, [] {});
 }

@@ -13,7 +13,7 @@ namespace {
 
 TEST(EveryAllocation, OfADecoderMayFail)
 {
-    std::vector<std::int32_t> samples(2 * 4000, 1000);
+    std::vector<int32_t> samples(2 * 4000, 1000);
     EXPECT_GE(FailEachInTurn([&] {
                   HdcdDecoder *decoder = hdcd_new();
                   hdcd_scan(decoder, samples.data(), 4000);
@@ -26,7 +26,7 @@ TEST(EveryAllocation, OfADecoderMayFail)
 TEST(EveryAllocation, OfATagBlockMayFail)
 {
     const std::string text(3000, 'x');
-    const std::vector<std::uint8_t> picture(5000, 7);
+    const std::vector<uint8_t> picture(5000, 7);
     EXPECT_GE(FailEachInTurn([&] {
                   TagBlock *block = ID3Helper_Alloc();
                   if (!block)
@@ -51,7 +51,7 @@ TEST(EveryAllocation, OfATagBlockMayFail)
 
 TEST(EveryAllocation, OfPrintableTextMayFail)
 {
-    const std::vector<std::uint8_t> data(300, 0xA5);
+    const std::vector<uint8_t> data(300, 0xA5);
     EXPECT_GE(FailEachInTurn([&] {
                   char *text = nullptr;
                   UUEncode(data.data(), 300, &text);

@@ -12,8 +12,8 @@ TEST(EveryAllocation, OfAMeasurementMayFail)
 {
     const std::vector<double> samples(6 * 48000, 0.25);
     for (auto *init : {ReplayGain_Init, ReplayGain_Init_TruePeak})
-        for (const std::uint32_t rate : {44100u, 96000u, 192000u}) {
-            const std::uint64_t allocations = FailEachInTurn([&] {
+        for (const uint32_t rate : {44100u, 96000u, 192000u}) {
+            const uint64_t allocations = FailEachInTurn([&] {
                 ReplayGainState *state = init(2, rate);
                 ReplayGain_Process(state, samples.data(), 48000);
                 ReplayGain_Change(state, 6, 48000);
@@ -31,12 +31,12 @@ TEST(EveryAllocation, OfAMeasurementInPartsMayFail)
 {
     // A tone of 1000 Hz on both channels is as loud as its level: here -12 LUFS.
     std::vector<double> part(2 * 4410);
-    for (std::size_t i = 0; i < part.size(); i++)
+    for (size_t i = 0; i < part.size(); ++i)
         part[i] = 0.25 * std::sin(2 * std::acos(-1.0) * 1000 * static_cast<double>(i / 2) / 44100);
-    std::uint64_t lost = 0;
-    const std::uint64_t allocations = FailEachInTurn([&] {
+    uint64_t lost = 0;
+    const uint64_t allocations = FailEachInTurn([&] {
         ReplayGainState *state = ReplayGain_Init(2, 44100);
-        for (int i = 0; i < 30; i++)
+        for (int i = 0; i < 30; ++i)
             ReplayGain_Process(state, part.data(), 4410);
         EXPECT_EQ(ReplayGain_GetSamples(state), 30u * 4410);
         const double gain = ReplayGain_GetLoudness(state);

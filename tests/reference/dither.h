@@ -32,7 +32,7 @@ struct Dither {
         const double n2 = noise.Next();
         const T t = static_cast<T>(n1 + n2);
         T a = x;
-        for (int k = 0; k < 5; k++) {
+        for (int k = 0; k < 5; ++k) {
             const T weight =
                 sizeof(T) == sizeof(float) ? static_cast<T>(floats[k]) : static_cast<T>(doubles[k]);
             a = a + history[(position - k) & 7] * weight;

@@ -8,58 +8,58 @@ namespace tonekit::reference {
 
 namespace {
 
-constexpr std::uint32_t kPrefixes[2] = {0x7E0FA005, 0x7E0FA006};
+constexpr uint32_t kPrefixes[2] = {0x7E0FA005, 0x7E0FA006};
 
 // Bit `age` of the scrambled view, age 0 being the newest.
-unsigned ScrambledBit(std::uint64_t window, int age)
+unsigned ScrambledBit(uint64_t window, int age)
 {
     const auto bit = [window](int position) { return position < 64 ? window >> position & 1 : 0; };
     return static_cast<unsigned>(bit(age) ^ bit(age + 5) ^ bit(age + 23));
 }
 
-std::uint32_t View(std::uint64_t window)
+uint32_t View(uint64_t window)
 {
-    std::uint32_t view = 0;
+    uint32_t view = 0;
     for (int age = 31; age >= 0; --age)
         view = view * 2 + ScrambledBit(window, age);
     return view;
 }
 
-bool HasAll(std::uint32_t view, std::uint32_t bits)
+bool HasAll(uint32_t view, uint32_t bits)
 {
     return (view & bits) == bits;
 }
 
 // Takes the code that is due. Returns whether it is valid.
-bool Code(HdcdChannelState &c, std::uint32_t view)
+bool Code(HdcdChannelState &c, uint32_t view)
 {
     const unsigned low = view & 255;
     const unsigned second = view / 256 & 255;
     if (HasAll(view, 0x0FA00500)) {
         if ((low & 8) || (low & 64) || (low & 128)) {
-            c.code_counterA_almost++;
+            ++c.code_counterA_almost;
             return false;
         }
         // 0 p t . . g g g: the gain field moves up by one bit.
         const unsigned gain = low & 7;
-        c.control = static_cast<std::uint8_t>((low - gain) + 2 * gain);
-        c.code_counterA++;
+        c.control = static_cast<uint8_t>((low - gain) + 2 * gain);
+        ++c.code_counterA;
     } else if (HasAll(view, 0xA0060000)) {
         if (view >> 16 != 0xA006 || low + second != 255) {
-            c.code_counterB_checkfails++;
+            ++c.code_counterB_checkfails;
             return false;
         }
-        c.control = static_cast<std::uint8_t>(second);
-        c.code_counterB++;
+        c.control = static_cast<uint8_t>(second);
+        ++c.code_counterB;
     } else {
         return false;
     }
     const int gain = c.control % 16;
     if (c.control & 16)
-        c.count_peak_extend++;
+        ++c.count_peak_extend;
     if (c.control & 32)
-        c.count_transient_filter++;
-    c.gain_counts[gain]++;
+        ++c.count_transient_filter;
+    ++c.gain_counts[gain];
     if (gain > c.max_gain)
         c.max_gain = gain;
     return true;
@@ -67,7 +67,7 @@ bool Code(HdcdChannelState &c, std::uint32_t view)
 
 bool Inspect(HdcdChannelState &c)
 {
-    const std::uint32_t view = View(c.window);
+    const uint32_t view = View(c.window);
     bool valid = false;
     if (c.arg) {
         valid = Code(c, view);
@@ -76,11 +76,11 @@ bool Inspect(HdcdChannelState &c)
     if (view == kPrefixes[0] || view == kPrefixes[1]) {
         c.readahead = view == kPrefixes[0] ? 8 : 16;
         c.arg = 1;
-        c.code_counterC++;
+        ++c.code_counterC;
     } else if (view == 0) {
         c.readahead = 31;
     } else {
-        c.readahead = static_cast<std::uint8_t>(HdcdReadahead(view & 255));
+        c.readahead = static_cast<uint8_t>(HdcdReadahead(view & 255));
     }
     return valid;
 }
@@ -89,7 +89,7 @@ bool Inspect(HdcdChannelState &c)
 // next to it.
 constexpr struct {
     int last;
-    std::uint32_t step;
+    uint32_t step;
 } kPeakSteps[] = {
     {511, 33536},   {1535, 34560},  {2132, 38400},  {2133, 38144},  {2559, 38400},  {3071, 42240},
     {3198, 43008},  {3199, 43264},  {3583, 43008},  {4095, 47872},  {4607, 49152},  {4799, 55296},
@@ -101,35 +101,35 @@ constexpr struct {
     {9087, 688128}, {9150, 788480}, {9151, 788736}, {9855, 819200},
 };
 
-std::int32_t Extended(std::int32_t sample, int bits)
+int32_t Extended(int32_t sample, int bits)
 {
-    const std::int64_t level = (std::int64_t{1} << (bits - 1)) - 9855;
-    const std::int64_t magnitude = std::llabs(std::int64_t{sample});
+    const int64_t level = (int64_t{1} << (bits - 1)) - 9855;
+    const int64_t magnitude = std::llabs(int64_t{sample});
     if (magnitude < level)
-        return static_cast<std::int32_t>(static_cast<std::uint64_t>(std::int64_t{sample}) << (31 - bits));
-    std::int64_t index = magnitude - level;
+        return static_cast<int32_t>(static_cast<uint64_t>(int64_t{sample}) << (31 - bits));
+    int64_t index = magnitude - level;
     if (index > 9855)
         index = 9855;
-    const std::int64_t value = HdcdPeakValue(static_cast<int>(index));
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sample < 0 ? -value : value));
+    const int64_t value = HdcdPeakValue(static_cast<int>(index));
+    return static_cast<int32_t>(static_cast<uint32_t>(sample < 0 ? -value : value));
 }
 
 // Division that rounds towards minus infinity.
-std::int64_t FloorDivide(std::int64_t a, std::int64_t b)
+int64_t FloorDivide(int64_t a, int64_t b)
 {
     return a / b - (a % b != 0 && a < 0);
 }
 
-std::int32_t Low32(std::int64_t value)
+int32_t Low32(int64_t value)
 {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
 }
 
 // The gain of each sample of a run; `reached` is where the run leaves it.
-std::vector<int> GainsOfRun(std::int32_t count, int gain, int target, int &reached)
+std::vector<int> GainsOfRun(int32_t count, int gain, int target, int &reached)
 {
     std::vector<int> gains;
-    const auto left = [&] { return static_cast<std::int32_t>(gains.size()) < count; };
+    const auto left = [&] { return static_cast<int32_t>(gains.size()) < count; };
     if (gain <= target) {
         while (left() && gain < target)
             gains.push_back(++gain);
@@ -150,10 +150,10 @@ bool Extends(const HdcdChannelState &c)
     return (c.control & 16) || (c.decoder_options & 128);
 }
 
-void Prepare(HdcdChannelState &c, std::int32_t *samples, std::int32_t count, std::int32_t stride)
+void Prepare(HdcdChannelState &c, int32_t *samples, int32_t count, int32_t stride)
 {
     constexpr long double kPi = 3.14159265358979323846264338327950288L;
-    for (std::int32_t i = 0; i < count; ++i) {
+    for (int32_t i = 0; i < count; ++i) {
         int period = 147, entries = 588, step = 4;
         switch (c.sample_rate) {
         case 48000:
@@ -175,8 +175,8 @@ void Prepare(HdcdChannelState &c, std::int32_t *samples, std::int32_t count, std
         c.tone_index = (c.tone_index + 1) % static_cast<unsigned>(period);
         const int index = static_cast<int>(c.tone_index) * step;
         int tone = static_cast<int>(std::sin(2 * kPi * index / entries) * 0.1L * 32767);
-        std::int32_t &sample = samples[i * stride];
-        const bool peak = std::llabs(std::int64_t{sample}) >= 22913;
+        int32_t &sample = samples[i * stride];
+        const bool peak = std::llabs(int64_t{sample}) >= 22913;
         tone = tone - (((tone % 4) + 4) % 4);
         sample = tone + (sample & 1) + (peak ? 2 : 0);
     }
@@ -187,7 +187,7 @@ void Prepare(HdcdChannelState &c, std::int32_t *samples, std::int32_t count, std
 int HdcdReadahead(unsigned lastEight)
 {
     for (int distance = 1; distance < 32; ++distance)
-        for (const std::uint32_t prefix : kPrefixes) {
+        for (const uint32_t prefix : kPrefixes) {
             // What part of the prefix must be in the last bits now, if it is to be complete at that distance.
             const int known = distance <= 24 ? 8 : 32 - distance;
             const unsigned mask = (1u << known) - 1;
@@ -197,33 +197,33 @@ int HdcdReadahead(unsigned lastEight)
     return 32;
 }
 
-std::uint32_t HdcdPeakValue(int index)
+uint32_t HdcdPeakValue(int index)
 {
-    static const std::vector<std::uint32_t> values = [] {
-        std::vector<std::uint32_t> all{0x2CC08300};
+    static const std::vector<uint32_t> values = [] {
+        std::vector<uint32_t> all{0x2CC08300};
         for (const auto &piece : kPeakSteps)
             while (static_cast<int>(all.size()) <= piece.last)
                 all.push_back(all.back() + piece.step);
         return all;
     }();
-    return values.at(static_cast<std::size_t>(index));
+    return values.at(static_cast<size_t>(index));
 }
 
-std::uint32_t HdcdGainFactor(int gain)
+uint32_t HdcdGainFactor(int gain)
 {
-    static const std::vector<std::uint32_t> factors = [] {
-        std::vector<std::uint32_t> all;
+    static const std::vector<uint32_t> factors = [] {
+        std::vector<uint32_t> all;
         for (int i = 0; i <= 1920; ++i) {
             const float factor = static_cast<float>(std::pow(10.0L, -static_cast<long double>(i) / 5120));
-            all.push_back(static_cast<std::uint32_t>(std::floor(static_cast<double>(factor) * 8388608)));
+            all.push_back(static_cast<uint32_t>(std::floor(static_cast<double>(factor) * 8388608)));
         }
         return all;
     }();
-    return factors.at(static_cast<std::size_t>(gain));
+    return factors.at(static_cast<size_t>(gain));
 }
 
-std::int32_t HdcdFindCodes(HdcdChannelState *states, int channels, const std::int32_t *samples,
-                           std::int32_t max, std::int32_t stride)
+int32_t HdcdFindCodes(HdcdChannelState *states, int channels, const int32_t *samples, int32_t max,
+                      int32_t stride)
 {
     if (max <= 0)
         return 0;
@@ -232,21 +232,21 @@ std::int32_t HdcdFindCodes(HdcdChannelState *states, int channels, const std::in
         ran[i] = states[i].sustain != 0;
         if (!ran[i])
             continue;
-        if (states[i].sustain <= static_cast<std::uint32_t>(max)) {
+        if (states[i].sustain <= static_cast<uint32_t>(max)) {
             states[i].control = 0;
-            max = static_cast<std::int32_t>(states[i].sustain);
+            max = static_cast<int32_t>(states[i].sustain);
         }
-        states[i].sustain -= static_cast<std::uint32_t>(max);
+        states[i].sustain -= static_cast<uint32_t>(max);
     }
     if (stride < channels)
         stride = channels;
-    std::int32_t consumed = 0;
+    int32_t consumed = 0;
     bool found = false;
     while (consumed < max && !found) {
         for (int i = 0; i < channels; ++i) {
             HdcdChannelState &c = states[i];
-            c.window = c.window * 2 + (samples[std::int64_t{consumed} * stride + i] & 1);
-            c.readahead--;
+            c.window = c.window * 2 + (samples[int64_t{consumed} * stride + i] & 1);
+            --c.readahead;
             if (c.readahead == 0 && Inspect(c)) {
                 found = true;
                 c.sustain = c.sustain_reset;
@@ -258,56 +258,51 @@ std::int32_t HdcdFindCodes(HdcdChannelState *states, int channels, const std::in
     }
     for (int i = 0; i < channels; ++i)
         if (ran[i] && states[i].sustain == 0)
-            states[i].count_sustain_expired++;
+            ++states[i].count_sustain_expired;
     return consumed;
 }
 
-std::int32_t HdcdEnvelope(std::int32_t *samples, std::int32_t count, std::int32_t stride, std::int32_t bits,
-                          std::int32_t gain, std::int32_t target, bool extend)
+int32_t HdcdEnvelope(int32_t *samples, int32_t count, int32_t stride, int32_t bits, int32_t gain,
+                     int32_t target, bool extend)
 {
     int reached = 0;
     const std::vector<int> gains = GainsOfRun(count, gain, target, reached);
-    for (std::int32_t i = 0; i < count; ++i) {
-        std::int32_t &sample = samples[std::int64_t{i} * stride];
-        sample =
-            extend ? Extended(sample, bits) : Low32(std::int64_t{sample} * (std::int64_t{1} << (31 - bits)));
-        sample = Low32(
-            FloorDivide(std::int64_t{sample} * HdcdGainFactor(gains[static_cast<std::size_t>(i)]), 8388608));
+    for (int32_t i = 0; i < count; ++i) {
+        int32_t &sample = samples[int64_t{i} * stride];
+        sample = extend ? Extended(sample, bits) : Low32(int64_t{sample} * (int64_t{1} << (31 - bits)));
+        sample = Low32(FloorDivide(int64_t{sample} * HdcdGainFactor(gains[static_cast<size_t>(i)]), 8388608));
     }
     return reached;
 }
 
-std::int32_t HdcdAnalyze(std::int32_t *samples, std::int32_t count, std::int32_t stride, std::int32_t gain,
-                         std::int32_t target, bool extend, std::uint32_t mode, std::uint32_t cdtActive,
-                         std::int32_t mismatch)
+int32_t HdcdAnalyze(int32_t *samples, int32_t count, int32_t stride, int32_t gain, int32_t target,
+                    bool extend, uint32_t mode, uint32_t cdtActive, int32_t mismatch)
 {
     int reached = 0;
     const std::vector<int> gains = GainsOfRun(count, gain, target, reached);
-    for (std::int32_t i = 0; i < count; ++i) {
-        std::int32_t &sample = samples[std::int64_t{i} * stride];
+    for (int32_t i = 0; i < count; ++i) {
+        int32_t &sample = samples[int64_t{i} * stride];
         const bool second = sample & 2;
-        const std::int32_t plain = Low32(std::int64_t{sample} * 32768);
+        const int32_t plain = Low32(int64_t{sample} * 32768);
         if (mode == 2)
-            sample = Low32(FloorDivide(std::int64_t{plain} * (second && extend ? 19456 : 1024), 1024));
+            sample = Low32(FloorDivide(int64_t{plain} * (second && extend ? 19456 : 1024), 1024));
         else if ((mode == 4 && mismatch > 0) || (mode == 3 && cdtActive != 0))
-            sample = Low32(std::int64_t{sample} * 0x98000);
+            sample = Low32(int64_t{sample} * 0x98000);
         else
             sample = plain;
         if (mode == 1)
-            sample = Low32(std::int64_t{sample} * (gains[static_cast<std::size_t>(i)] * 18432 / 1920 + 1024) /
-                           1024);
+            sample = Low32(int64_t{sample} * (gains[static_cast<size_t>(i)] * 18432 / 1920 + 1024) / 1024);
     }
     return reached;
 }
 
-void HdcdProcessChannel(HdcdChannelState *state, std::int32_t *samples, std::int32_t count,
-                        std::int32_t stride)
+void HdcdProcessChannel(HdcdChannelState *state, int32_t *samples, int32_t count, int32_t stride)
 {
-    std::int32_t gain = state->running_gain;
+    int32_t gain = state->running_gain;
     if (state->analyze_mode)
         Prepare(*state, samples, count, stride);
-    const auto stage = [&](std::int32_t from, std::int32_t run, bool extend, int target) {
-        std::int32_t *at = samples + std::int64_t{from} * stride;
+    const auto stage = [&](int32_t from, int32_t run, bool extend, int target) {
+        int32_t *at = samples + int64_t{from} * stride;
         gain = state->analyze_mode ? HdcdAnalyze(at, run, stride, gain, target, extend, state->analyze_mode,
                                                  state->sustain, -1)
                                    : HdcdEnvelope(at, run, stride, state->bits, gain, target, extend);
@@ -315,14 +310,14 @@ void HdcdProcessChannel(HdcdChannelState *state, std::int32_t *samples, std::int
     if (count >= 1) {
         bool extend = Extends(*state);
         int target = state->control % 16 * 128;
-        std::int32_t at = 0;
-        std::int32_t run = HdcdFindCodes(state, 1, samples, count, stride) - 1;
+        int32_t at = 0;
+        int32_t run = HdcdFindCodes(state, 1, samples, count, stride) - 1;
         stage(at, run, extend, target);
         at += run;
         extend = Extends(*state);
         target = state->control % 16 * 128;
         while (count - at > 1) {
-            run = HdcdFindCodes(state, 1, samples + std::int64_t{at + 1} * stride, count - at - 1, stride);
+            run = HdcdFindCodes(state, 1, samples + int64_t{at + 1} * stride, count - at - 1, stride);
             stage(at, run, extend, target);
             at += run;
             extend = Extends(*state);
@@ -334,10 +329,10 @@ void HdcdProcessChannel(HdcdChannelState *state, std::int32_t *samples, std::int
     state->sample_count += count;
 }
 
-void HdcdProcessLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t count)
+void HdcdProcessLinked(HdcdDecoder *decoder, int32_t *samples, int32_t count)
 {
     HdcdChannelState *c = decoder->channel;
-    std::int32_t gain[2] = {c[0].running_gain, c[1].running_gain};
+    int32_t gain[2] = {c[0].running_gain, c[1].running_gain};
     if (decoder->analyze_mode && count > 0)
         for (int i = 0; i < 2; ++i)
             Prepare(c[i], samples + i, count, 2);
@@ -350,11 +345,11 @@ void HdcdProcessLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t
         if (!mismatch)
             decoder->val_target_gain = c[0].control % 16 * 128;
     };
-    const auto stage = [&](std::int32_t from, std::int32_t run) {
+    const auto stage = [&](int32_t from, int32_t run) {
         if (mismatch)
             decoder->count_tg_mismatch += run;
         for (int i = 0; i < 2; ++i) {
-            std::int32_t *at = samples + std::int64_t{from} * 2 + i;
+            int32_t *at = samples + int64_t{from} * 2 + i;
             gain[i] = decoder->analyze_mode
                           ? HdcdAnalyze(at, run, 2, gain[i], decoder->val_target_gain, extend[i],
                                         decoder->analyze_mode, c[i].sustain, mismatch)
@@ -363,12 +358,11 @@ void HdcdProcessLinked(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t
     };
     control();
     if (count >= 1) {
-        std::int32_t at = 0;
-        std::int32_t lead = 0;
+        int32_t at = 0;
+        int32_t lead = 0;
         do {
-            const std::int32_t found =
-                HdcdFindCodes(c, 2, samples + std::int64_t{at + lead} * 2, count - at - lead, 0);
-            const std::int32_t run = found + lead - 1;
+            const int32_t found = HdcdFindCodes(c, 2, samples + int64_t{at + lead} * 2, count - at - lead, 0);
+            const int32_t run = found + lead - 1;
             stage(at, run);
             at += run;
             control();
@@ -409,7 +403,7 @@ void HdcdUpdateDetection(HdcdDecoder *decoder)
         d.detected = d.max_gain_adjustment == 0 && d.peak_extend == 0 ? 1 : 2;
 }
 
-void HdcdProcess(HdcdDecoder *decoder, std::int32_t *samples, std::int32_t frames)
+void HdcdProcess(HdcdDecoder *decoder, int32_t *samples, int32_t frames)
 {
     if (decoder->linked) {
         HdcdProcessLinked(decoder, samples, frames);

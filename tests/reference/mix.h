@@ -239,7 +239,7 @@ inline float FloatGain(double gain)
 {
     const double doubles[] = {0, 0.1778, 0.2512, 0.3548, 0.4898, 0.5, 0.5012, 0.7079, 1};
     const float floats[] = {0, 0.1778f, 0.2512f, 0.3548f, 0.4898f, 0.5f, 0.5012f, 0.7079f, 1};
-    for (int i = 0; i < 9; i++)
+    for (int i = 0; i < 9; ++i)
         if (doubles[i] == gain)
             return floats[i];
     return NAN;
@@ -251,13 +251,13 @@ template <class T>
 void MixPlain(const T (*matrix)[8], uint32_t rows, uint32_t inputChannels, uint32_t columns, const T *input,
               T *output, uint32_t frames)
 {
-    for (uint32_t f = 0; f < frames; f++) {
-        const T *x = input + std::size_t(f) * inputChannels;
-        T *out = output + std::size_t(f) * columns;
-        for (uint32_t o = 0; o < columns; o++)
+    for (uint32_t f = 0; f < frames; ++f) {
+        const T *x = input + size_t(f) * inputChannels;
+        T *out = output + size_t(f) * columns;
+        for (uint32_t o = 0; o < columns; ++o)
             out[o] = o < 8 && rows > 0 ? matrix[0][o] * x[0] : T(0);
-        for (uint32_t i = 1; i < rows; i++)
-            for (uint32_t o = 0; o < columns && o < 8; o++)
+        for (uint32_t i = 1; i < rows; ++i)
+            for (uint32_t o = 0; o < columns && o < 8; ++o)
                 out[o] = out[o] + matrix[i][o] * x[i];
     }
 }
@@ -266,13 +266,13 @@ template <class T>
 void MixLimited(const T (*matrix)[8], uint32_t rows, uint32_t inputChannels, uint32_t columns, const T *input,
                 T *output, uint32_t frames, T *gain)
 {
-    for (uint32_t f = 0; f < frames; f++) {
-        const T *x = input + std::size_t(f) * inputChannels;
-        T *out = output + std::size_t(f) * columns;
-        for (uint32_t o = 0; o < columns; o++)
+    for (uint32_t f = 0; f < frames; ++f) {
+        const T *x = input + size_t(f) * inputChannels;
+        T *out = output + size_t(f) * columns;
+        for (uint32_t o = 0; o < columns; ++o)
             out[o] = o < 8 && rows > 0 ? (matrix[0][o] * x[0]) * *gain : T(0);
-        for (uint32_t i = 1; i < rows; i++) {
-            for (uint32_t o = 0; o < columns && o < 8; o++) {
+        for (uint32_t i = 1; i < rows; ++i) {
+            for (uint32_t o = 0; o < columns && o < 8; ++o) {
                 const T c = (matrix[i][o] * x[i]) * *gain;
                 out[o] = out[o] + c;
                 if (std::fabs(out[o]) > T(1)) {

@@ -1,6 +1,7 @@
 // pass.h: a converter's pass, one step after the other over whole blocks, on the slow models of its parts.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -36,7 +37,7 @@ public:
         : s_(settings), n_(NumbersOf(settings.inputRate, settings.outputRate)),
           resampler_(resampler, soxr_delete), lowPass_(LfeSection(settings.outputRate)), noise_{seed},
           dithers_(settings.outputChannels),
-          stage_((n_.blockFrames + 2 * std::size_t{n_.inputEdgeFrames}) * settings.outputChannels)
+          stage_((n_.blockFrames + 2 * size_t{n_.inputEdgeFrames}) * settings.outputChannels)
     {
         const uint32_t input = settings.inputChannels == 3 ? 2 : std::min(settings.inputChannels, 8u);
         for (const MixMatrix &matrix : kMixMatrices)
@@ -63,13 +64,13 @@ public:
 private:
     std::vector<T> LoadAndMix(const uint8_t *input, uint32_t frames)
     {
-        std::vector<T> loaded(std::size_t{frames} * s_.inputChannels);
-        for (std::size_t i = 0; i < loaded.size(); ++i) {
+        std::vector<T> loaded(size_t{frames} * s_.inputChannels);
+        for (size_t i = 0; i < loaded.size(); ++i) {
             const uint8_t *bytes = input + i * Bytes(s_.input);
             loaded[i] = sizeof(T) == 4 ? LoadedFloat(s_.input, bytes, s_.hdcdGain)
                                        : static_cast<T>(LoadedDouble(s_.input, bytes, s_.hdcdGain));
         }
-        std::vector<T> mixed(std::size_t{frames} * s_.outputChannels);
+        std::vector<T> mixed(size_t{frames} * s_.outputChannels);
         if (limited_)
             MixLimited<T>(matrix_, rows_, s_.inputChannels, s_.outputChannels, loaded.data(), mixed.data(),
                           frames, &gain);
@@ -92,12 +93,12 @@ private:
                               frames * s_.outputChannels, s_.outputChannels, noise_);
     }
 
-    void Append(std::vector<uint8_t> &out, const T *samples, std::size_t count)
+    void Append(std::vector<uint8_t> &out, const T *samples, size_t count)
     {
         const uint32_t bytes = Bytes(s_.output);
-        const std::size_t begin = out.size();
+        const size_t begin = out.size();
         out.resize(begin + count * bytes);
-        for (std::size_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i)
             if constexpr (sizeof(T) == 4)
                 StoreFloat(s_.output, samples[i], &out[begin + i * bytes]);
             else
@@ -109,12 +110,12 @@ private:
         finished = true;
         std::vector<uint8_t> out;
         if (s_.input == s_.output && s_.inputChannels == s_.outputChannels && s_.input < Encoding::kInt64) {
-            out.assign(input, input + std::size_t{frames} * s_.inputChannels * Bytes(s_.input));
+            out.assign(input, input + size_t{frames} * s_.inputChannels * Bytes(s_.input));
             return out;
         }
         std::vector<T> work = LoadAndMix(input, frames);
         if (LacksLfe() && (s_.outputChannels == 6 || s_.outputChannels == 8))
-            for (std::size_t i = 0; i < frames; ++i)
+            for (size_t i = 0; i < frames; ++i)
                 work[6 * i + 3] = lowPass_.Step(work[6 * i + 3]);
         DitherChannels(work.data(), frames);
         Append(out, work.data(), work.size());
@@ -123,9 +124,9 @@ private:
 
     uint32_t Process(const T *input, uint32_t frames)
     {
-        std::size_t consumed = 0;
-        std::size_t produced = 0;
-        work_.resize(std::size_t{n_.outputCapacity} * s_.outputChannels);
+        size_t consumed = 0;
+        size_t produced = 0;
+        work_.resize(size_t{n_.outputCapacity} * s_.outputChannels);
         soxr_process(resampler_.get(), input, frames, &consumed, work_.data(), n_.outputCapacity, &produced);
         return static_cast<uint32_t>(produced);
     }
@@ -140,9 +141,9 @@ private:
     void Extrapolate(bool behind)
     {
         const uint32_t history = n_.blockFrames / 2;
-        const std::size_t channels = s_.outputChannels;
-        const std::size_t edge = n_.inputEdgeFrames * channels;
-        const std::size_t first = behind ? (n_.blockFrames - history) * channels + edge : 0;
+        const size_t channels = s_.outputChannels;
+        const size_t edge = n_.inputEdgeFrames * channels;
+        const size_t first = behind ? (n_.blockFrames - history) * channels + edge : 0;
         T *const place = stage_.data() + first;
         std::vector<T> part(place, place + history * channels + edge);
         reference::Extrapolate(part, history, static_cast<int32_t>(channels), 32,
@@ -152,7 +153,7 @@ private:
 
     uint32_t Feed(uint32_t frames, bool last)
     {
-        const std::size_t edge = std::size_t{n_.inputEdgeFrames} * s_.outputChannels;
+        const size_t edge = size_t{n_.inputEdgeFrames} * s_.outputChannels;
         if (!last && !firstDone_ && frames > 64) {
             Extrapolate(false);
             skip_ = n_.outputEdgeFrames;
@@ -167,14 +168,14 @@ private:
             return Drain();
         lastDone_ = true;
         Extrapolate(true);
-        const uint32_t produced = Process(
-            stage_.data() + edge + std::size_t{n_.blockFrames} * s_.outputChannels, n_.inputEdgeFrames);
+        const uint32_t produced =
+            Process(stage_.data() + edge + size_t{n_.blockFrames} * s_.outputChannels, n_.inputEdgeFrames);
         return produced != 0 ? produced : Drain();
     }
 
     std::vector<uint8_t> Differing(const uint8_t *input, uint32_t frames, bool last)
     {
-        const std::size_t channels = s_.outputChannels;
+        const size_t channels = s_.outputChannels;
         const std::vector<T> mixed = LoadAndMix(input, frames);
         std::copy(mixed.begin(), mixed.end(), stage_.data() + n_.inputEdgeFrames * channels);
         const uint32_t produced = Feed(frames, last);
@@ -195,26 +196,26 @@ private:
     std::vector<uint8_t> Deliver(uint32_t skipped, uint32_t frames)
     {
         finished = false;
-        const std::size_t channels = s_.outputChannels;
+        const size_t channels = s_.outputChannels;
         if (LacksLfe() && channels >= 6 && channels <= 8)
-            for (std::size_t i = 0; i < frames; ++i)
+            for (size_t i = 0; i < frames; ++i)
                 work_[i * channels + 3] = lowPass_.Step(work_[(skipped + i) * channels + 3]);
         DitherChannels(&work_[skipped * channels], frames);
-        const std::size_t frameBytes = channels * Bytes(s_.output);
-        const std::size_t edgeBytes = n_.outputEdgeFrames * frameBytes;
+        const size_t frameBytes = channels * Bytes(s_.output);
+        const size_t edgeBytes = n_.outputEdgeFrames * frameBytes;
         if (held_.size() > edgeBytes)
-            held_.erase(held_.begin(), held_.end() - static_cast<std::ptrdiff_t>(edgeBytes));
+            held_.erase(held_.begin(), held_.end() - static_cast<ptrdiff_t>(edgeBytes));
         Append(held_, &work_[skipped * channels], frames * channels);
         if (held_.size() <= edgeBytes)
             return {};
-        return {held_.begin(), held_.end() - static_cast<std::ptrdiff_t>(edgeBytes)};
+        return {held_.begin(), held_.end() - static_cast<ptrdiff_t>(edgeBytes)};
     }
 
     // Left by single samples over the first blockFrames of them; the first sample of each cycle passes
     // through 8 bits.
     void Rotate(uint32_t frames)
     {
-        T *a = stage_.data() + std::size_t{n_.inputEdgeFrames} * s_.outputChannels;
+        T *a = stage_.data() + size_t{n_.inputEdgeFrames} * s_.outputChannels;
         const std::vector<T> before(a, a + n_.blockFrames);
         const uint32_t k = frames % n_.blockFrames;
         for (uint32_t i = 0; i < n_.blockFrames; ++i) {

@@ -28,9 +28,9 @@ unsigned Number(const std::string &bits)
 std::string UUText(const Bytes &bytes)
 {
     std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+    for (size_t at = 0; at < bytes.size(); at += 3) {
         std::string gathered;
-        for (std::size_t i = at; i < at + 3 && i < bytes.size(); ++i) {
+        for (size_t i = at; i < at + 3 && i < bytes.size(); ++i) {
             const std::string bits = Bits(bytes[i], 8);
             text += static_cast<char>(0x20 + Number(bits.substr(2)));
             gathered += bits.substr(0, 2);
@@ -44,12 +44,12 @@ std::string UUText(const Bytes &bytes)
 Bytes UUBytes(const std::string &text)
 {
     Bytes bytes;
-    for (std::size_t at = 0; at < text.size(); at += 4) {
+    for (size_t at = 0; at < text.size(); at += 4) {
         const std::string group = text.substr(at, 4);
-        const std::string gathered = Bits((group.back() - 0x20) & 0xff, 8).substr(2);
-        for (std::size_t i = 0; i + 1 < group.size(); ++i) {
-            const std::uint8_t low = static_cast<std::uint8_t>(group[i] - 0x20);
-            bytes.push_back(static_cast<std::uint8_t>(low | Number(gathered.substr(2 * i, 2) + "000000")));
+        const std::string gathered = Bits((group.back() - 0x20) & 0xFF, 8).substr(2);
+        for (size_t i = 0; i + 1 < group.size(); ++i) {
+            const uint8_t low = static_cast<uint8_t>(group[i] - 0x20);
+            bytes.push_back(static_cast<uint8_t>(low | Number(gathered.substr(2 * i, 2) + "000000")));
         }
     }
     return bytes;
@@ -58,12 +58,12 @@ Bytes UUBytes(const std::string &text)
 std::string Base64Text(const Bytes &bytes)
 {
     std::string bits;
-    for (const std::uint8_t byte : bytes)
+    for (const uint8_t byte : bytes)
         bits += Bits(byte, 8);
     while (bits.size() % 6 != 0)
         bits += '0';
     std::string text;
-    for (std::size_t at = 0; at < bits.size(); at += 6)
+    for (size_t at = 0; at < bits.size(); at += 6)
         text += kAlphabet[Number(bits.substr(at, 6))];
     while (text.size() % 4 != 0)
         text += '=';
@@ -78,8 +78,8 @@ std::optional<Bytes> Base64Bytes(const std::string &text)
     for (const char character : text.substr(0, text.find('=')))
         bits += Bits(static_cast<unsigned>(kAlphabet.find(character)), 6);
     Bytes bytes;
-    for (std::size_t at = 0; at + 8 <= bits.size(); at += 8)
-        bytes.push_back(static_cast<std::uint8_t>(Number(bits.substr(at, 8))));
+    for (size_t at = 0; at + 8 <= bits.size(); at += 8)
+        bytes.push_back(static_cast<uint8_t>(Number(bits.substr(at, 8))));
     return bytes;
 }
 

@@ -8,7 +8,7 @@
 
 namespace tonekit::reference {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
 std::string UUText(const Bytes &bytes);
 Bytes UUBytes(const std::string &text);

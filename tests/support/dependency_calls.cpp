@@ -31,18 +31,18 @@ namespace tonekit {
 
 namespace {
 
-std::atomic<std::int64_t> resamplers{0};
-std::atomic<std::int64_t> loudnessStates{0};
+std::atomic<int64_t> resamplers{0};
+std::atomic<int64_t> loudnessStates{0};
 std::vector<ResamplerRequest> *recorded = nullptr;
 
 } // namespace
 
-std::int64_t LiveResamplers()
+int64_t LiveResamplers()
 {
     return resamplers;
 }
 
-std::int64_t LiveLoudnessStates()
+int64_t LiveLoudnessStates()
 {
     return loudnessStates;
 }

@@ -14,9 +14,9 @@
 namespace tonekit {
 
 // Resamplers, loudness states and open converters of texts that have not been given back.
-std::int64_t LiveResamplers();
-std::int64_t LiveLoudnessStates();
-std::int64_t LiveTextConverters(); // 0 where the system converts texts otherwise
+int64_t LiveResamplers();
+int64_t LiveLoudnessStates();
+int64_t LiveTextConverters(); // 0 where the system converts texts otherwise
 
 // One soxr_create: its arguments, and whether a resampler came of it.
 struct ResamplerRequest {

@@ -8,13 +8,13 @@
 #include <cstring>
 
 extern "C" {
-void *__real_malloc(std::size_t bytes);
-void *__real_calloc(std::size_t count, std::size_t bytes);
-void *__real_realloc(void *memory, std::size_t bytes);
+void *__real_malloc(size_t bytes);
+void *__real_calloc(size_t count, size_t bytes);
+void *__real_realloc(void *memory, size_t bytes);
 void __real_free(void *memory);
-void *__wrap_malloc(std::size_t bytes);
-void *__wrap_calloc(std::size_t count, std::size_t bytes);
-void *__wrap_realloc(void *memory, std::size_t bytes);
+void *__wrap_malloc(size_t bytes);
+void *__wrap_calloc(size_t count, size_t bytes);
+void *__wrap_realloc(void *memory, size_t bytes);
 void __wrap_free(void *memory);
 }
 
@@ -22,14 +22,14 @@ namespace tonekit {
 
 namespace {
 
-std::atomic<std::uint64_t> untilFailure{0}; // 0: none is due
+std::atomic<uint64_t> untilFailure{0}; // 0: none is due
 std::atomic<bool> failEvery{false};
 std::atomic<bool> hasFailed{false};
-std::atomic<std::int64_t> live{0};
-std::atomic<std::uint64_t> total{0};
+std::atomic<int64_t> live{0};
+std::atomic<uint64_t> total{0};
 std::vector<AllocationRequest> *recorded = nullptr;
 
-void *Record(void *memory, std::size_t bytes)
+void *Record(void *memory, size_t bytes)
 {
     if (memory && recorded)
         recorded->push_back({memory, bytes});
@@ -37,7 +37,7 @@ void *Record(void *memory, std::size_t bytes)
 }
 
 // The same for memory that may come with anything in it.
-void *Dirty(void *memory, std::size_t bytes)
+void *Dirty(void *memory, size_t bytes)
 {
     if (memory && recorded)
         std::memset(memory, 0xEE, bytes);
@@ -70,7 +70,7 @@ void CountReturned(void *memory)
         live.fetch_sub(1, std::memory_order_relaxed);
 }
 
-void FailAllocation(std::uint64_t n)
+void FailAllocation(uint64_t n)
 {
     hasFailed = false;
     untilFailure = n;
@@ -93,12 +93,12 @@ bool AllocationHasFailed()
     return hasFailed;
 }
 
-std::int64_t LiveAllocations()
+int64_t LiveAllocations()
 {
     return live;
 }
 
-std::uint64_t AllocationsSoFar()
+uint64_t AllocationsSoFar()
 {
     return total;
 }
@@ -110,20 +110,20 @@ void RecordAllocations(std::vector<AllocationRequest> *requests)
 
 } // namespace tonekit
 
-void *__wrap_malloc(std::size_t bytes)
+void *__wrap_malloc(size_t bytes)
 {
     return tonekit::CountRequest() ? nullptr
                                    : tonekit::Dirty(tonekit::CountGiven(__real_malloc(bytes)), bytes);
 }
 
-void *__wrap_calloc(std::size_t count, std::size_t bytes)
+void *__wrap_calloc(size_t count, size_t bytes)
 {
     return tonekit::CountRequest()
                ? nullptr
                : tonekit::Record(tonekit::CountGiven(__real_calloc(count, bytes)), count * bytes);
 }
 
-void *__wrap_realloc(void *memory, std::size_t bytes)
+void *__wrap_realloc(void *memory, size_t bytes)
 {
     if (!memory)
         return __wrap_malloc(bytes);

@@ -12,7 +12,7 @@
 namespace tonekit {
 
 // Lets the n-th allocation from now fail (1 is the next one), and only that one.
-void FailAllocation(std::uint64_t n);
+void FailAllocation(uint64_t n);
 
 // Lets every allocation from now on fail.
 void FailEveryAllocation();
@@ -24,13 +24,13 @@ void AllowAllocations();
 bool AllocationHasFailed();
 
 // Allocations not yet freed, and all allocations so far.
-std::int64_t LiveAllocations();
-std::uint64_t AllocationsSoFar();
+int64_t LiveAllocations();
+uint64_t AllocationsSoFar();
 
 // A request of the C runtime's heap that was granted.
 struct AllocationRequest {
     void *memory;
-    std::size_t bytes;
+    size_t bytes;
 };
 
 // Appends each granted request from now on to *requests, and fills what malloc gives with bytes of 0xEE; null

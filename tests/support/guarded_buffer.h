@@ -10,13 +10,13 @@ namespace tonekit {
 class GuardedBuffer {
 public:
     // The bytes start misalignment past a multiple of 64 and are filled with a pattern of their own.
-    explicit GuardedBuffer(std::size_t bytes, std::size_t misalignment = 0);
+    explicit GuardedBuffer(size_t bytes, size_t misalignment = 0);
     GuardedBuffer(const GuardedBuffer &) = delete;
     GuardedBuffer &operator=(const GuardedBuffer &) = delete;
 
-    std::uint8_t *data() { return data_; }
-    const std::uint8_t *data() const { return data_; }
-    std::size_t size() const { return size_; }
+    uint8_t *data() { return data_; }
+    const uint8_t *data() const { return data_; }
+    size_t size() const { return size_; }
     template <class Element>
     Element *As()
     {
@@ -27,9 +27,9 @@ public:
     bool Intact() const;
 
 private:
-    std::vector<std::uint8_t> storage_;
-    std::uint8_t *data_;
-    std::size_t size_;
+    std::vector<uint8_t> storage_;
+    uint8_t *data_;
+    size_t size_;
 };
 
 } // namespace tonekit

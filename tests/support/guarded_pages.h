@@ -11,18 +11,18 @@ namespace tonekit {
 class GuardedPages {
 public:
     // At least that many bytes, all of them zero; throws std::bad_alloc.
-    explicit GuardedPages(std::size_t bytes);
+    explicit GuardedPages(size_t bytes);
     ~GuardedPages();
     GuardedPages(const GuardedPages &) = delete;
     GuardedPages &operator=(const GuardedPages &) = delete;
 
-    std::uint8_t *Begin() { return begin_; }
-    std::uint8_t *End() { return begin_ + size_; }
-    std::size_t size() const { return size_; }
+    uint8_t *Begin() { return begin_; }
+    uint8_t *End() { return begin_ + size_; }
+    size_t size() const { return size_; }
 
 private:
-    std::uint8_t *begin_;
-    std::size_t size_;
+    uint8_t *begin_;
+    size_t size_;
 };
 
 } // namespace tonekit

@@ -10,21 +10,21 @@ namespace tonekit {
 
 namespace {
 
-std::size_t PageBytes()
+size_t PageBytes()
 {
-    return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    return static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
 } // namespace
 
-GuardedPages::GuardedPages(std::size_t bytes)
+GuardedPages::GuardedPages(size_t bytes)
 {
-    const std::size_t page = PageBytes();
+    const size_t page = PageBytes();
     size_ = (bytes + page - 1) / page * page;
     void *memory = mmap(nullptr, size_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)
         throw std::bad_alloc();
-    begin_ = static_cast<std::uint8_t *>(memory) + page;
+    begin_ = static_cast<uint8_t *>(memory) + page;
     if (mprotect(begin_, size_, PROT_READ | PROT_WRITE) != 0)
         throw std::bad_alloc();
 }

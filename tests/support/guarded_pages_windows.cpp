@@ -9,7 +9,7 @@ namespace tonekit {
 
 namespace {
 
-std::size_t PageBytes()
+size_t PageBytes()
 {
     SYSTEM_INFO system;
     GetSystemInfo(&system);
@@ -18,14 +18,14 @@ std::size_t PageBytes()
 
 } // namespace
 
-GuardedPages::GuardedPages(std::size_t bytes)
+GuardedPages::GuardedPages(size_t bytes)
 {
-    const std::size_t page = PageBytes();
+    const size_t page = PageBytes();
     size_ = (bytes + page - 1) / page * page;
     void *memory = VirtualAlloc(nullptr, size_ + 2 * page, MEM_RESERVE, PAGE_NOACCESS);
     if (!memory)
         throw std::bad_alloc();
-    begin_ = static_cast<std::uint8_t *>(memory) + page;
+    begin_ = static_cast<uint8_t *>(memory) + page;
     if (size_ > 0 && !VirtualAlloc(begin_, size_, MEM_COMMIT, PAGE_READWRITE))
         throw std::bad_alloc();
 }

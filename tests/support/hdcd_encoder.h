@@ -17,22 +17,22 @@ public:
     static constexpr int kFramesB = kPrefixBits + 16;
 
     // Works on interleaved stereo samples in place.
-    explicit HdcdEncoder(std::vector<std::int32_t> &samples) : samples_(samples) {}
+    explicit HdcdEncoder(std::vector<int32_t> &samples) : samples_(samples) {}
 
     // Hide a packet that begins on a frame; give the frame on which its code is complete. The byte of a code
     // A is valid if its bits 3, 6 and 7 are clear; the check byte of a code B, if it is the complement of the
     // byte.
-    std::size_t CodeA(int channel, std::size_t frame, std::uint8_t byte);
-    std::size_t CodeB(int channel, std::size_t frame, std::uint8_t byte);
-    std::size_t CodeB(int channel, std::size_t frame, std::uint8_t byte, std::uint8_t check);
+    size_t CodeA(int channel, size_t frame, uint8_t byte);
+    size_t CodeB(int channel, size_t frame, uint8_t byte);
+    size_t CodeB(int channel, size_t frame, uint8_t byte, uint8_t check);
 
     // Makes the decoder see any bits, the first one on top, and gives the last frame.
-    std::size_t See(int channel, std::size_t frame, std::uint64_t bits, int count);
+    size_t See(int channel, size_t frame, uint64_t bits, int count);
 
 private:
-    int Bit(int channel, std::ptrdiff_t frame) const; // 0 before the audio, as in a new decoder's window
+    int Bit(int channel, ptrdiff_t frame) const; // 0 before the audio, as in a new decoder's window
 
-    std::vector<std::int32_t> &samples_;
+    std::vector<int32_t> &samples_;
 };
 
 } // namespace tonekit

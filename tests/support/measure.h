@@ -12,7 +12,7 @@ double Decibels(double amplitudeRatio);
 std::vector<double> Sine(double frequency, uint32_t rate, uint32_t frames, double amplitude = 0.5);
 
 // The root of the mean square of samples begin to end - 1.
-double Rms(const std::vector<double> &samples, std::size_t begin, std::size_t end);
+double Rms(const std::vector<double> &samples, size_t begin, size_t end);
 
 // The level of the middle eight tenths in dB of a sine of the given amplitude.
 double LevelOfTone(const std::vector<double> &samples, double amplitude = 0.5);

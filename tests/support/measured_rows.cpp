@@ -25,7 +25,7 @@ Leaf ReadLeaf(uint32_t number)
 
 void Erase(std::string &text, const std::string &part)
 {
-    for (std::size_t at; (at = text.find(part)) != std::string::npos;)
+    for (size_t at; (at = text.find(part)) != std::string::npos;)
         text.erase(at, part.size());
 }
 
@@ -50,7 +50,7 @@ std::string Brand()
     std::string brand = bytes;
     Erase(brand, "(R)");
     Erase(brand, "(TM)");
-    for (std::size_t at; (at = brand.find("  ")) != std::string::npos;)
+    for (size_t at; (at = brand.find("  ")) != std::string::npos;)
         brand.erase(at, 1);
     brand.erase(0, brand.find_first_not_of(' '));
     brand.erase(brand.find_last_not_of(' ') + 1);
@@ -76,9 +76,9 @@ std::string ProcessorName()
     uint32_t family = signature >> 8 & 15;
     uint32_t model = signature >> 4 & 15;
     if (family == 6 || family == 15)
-        model += signature >> 12 & 0xf0;
+        model += signature >> 12 & 0xF0;
     if (family == 15)
-        family += signature >> 20 & 0xff;
+        family += signature >> 20 & 0xFF;
     return Make() + " " + Brand() + " family " + std::to_string(family) + " model " + std::to_string(model);
 }
 

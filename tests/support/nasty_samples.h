@@ -9,16 +9,16 @@ namespace tonekit {
 
 // Within +-1.0.
 template <class T>
-void FillAudio(Random &random, T *samples, std::size_t count)
+void FillAudio(Random &random, T *samples, size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i)
         samples[i] = static_cast<T>(2 * random.Uniform() - 1);
 }
 
 // One sample in `rarity` is a NaN of either sign, an infinity, a zero of either sign, a denormal, a huge or a
 // loud one.
 template <class T>
-void FillNasty(Random &random, T *samples, std::size_t count, uint32_t rarity)
+void FillNasty(Random &random, T *samples, size_t count, uint32_t rarity)
 {
     using Limits = std::numeric_limits<T>;
     const T nasty[] = {Limits::quiet_NaN(),
@@ -38,7 +38,7 @@ void FillNasty(Random &random, T *samples, std::size_t count, uint32_t rarity)
                        T(3e9),
                        T(-2e19)};
     FillAudio(random, samples, count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i)
         if (random.Below(rarity) == 0)
             samples[i] = nasty[random.Below(sizeof nasty / sizeof nasty[0])];
 }

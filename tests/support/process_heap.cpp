@@ -5,9 +5,9 @@
 #include <cstddef>
 
 extern "C" {
-void *__libc_malloc(std::size_t bytes);
-void *__libc_calloc(std::size_t count, std::size_t bytes);
-void *__libc_realloc(void *memory, std::size_t bytes);
+void *__libc_malloc(size_t bytes);
+void *__libc_calloc(size_t count, size_t bytes);
+void *__libc_realloc(void *memory, size_t bytes);
 void __libc_free(void *memory);
 }
 
@@ -15,13 +15,13 @@ namespace tonekit::process_heap {
 
 namespace {
 
-std::atomic<std::uint64_t> untilFailure{0}; // 0: none is due
+std::atomic<uint64_t> untilFailure{0}; // 0: none is due
 std::atomic<bool> hasFailed{false};
-std::atomic<std::int64_t> live{0};
+std::atomic<int64_t> live{0};
 
 } // namespace
 
-void Fail(std::uint64_t n)
+void Fail(uint64_t n)
 {
     hasFailed = hasFailed && n == 0;
     untilFailure = n;
@@ -32,7 +32,7 @@ bool HasFailed()
     return hasFailed;
 }
 
-std::int64_t Live()
+int64_t Live()
 {
     return live;
 }
@@ -56,17 +56,17 @@ void *Counted(void *memory)
 
 using namespace tonekit::process_heap;
 
-extern "C" void *malloc(std::size_t bytes)
+extern "C" void *malloc(size_t bytes)
 {
     return IsDue() ? nullptr : Counted(__libc_malloc(bytes));
 }
 
-extern "C" void *calloc(std::size_t count, std::size_t bytes)
+extern "C" void *calloc(size_t count, size_t bytes)
 {
     return IsDue() ? nullptr : Counted(__libc_calloc(count, bytes));
 }
 
-extern "C" void *realloc(void *memory, std::size_t bytes)
+extern "C" void *realloc(void *memory, size_t bytes)
 {
     if (!memory)
         return malloc(bytes);

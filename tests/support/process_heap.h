@@ -11,12 +11,12 @@ namespace tonekit::process_heap {
 
 // Lets the n-th allocation from now fail (1 is the next one), and only that one; 0 lets none fail, and what
 // has failed is still known.
-void Fail(std::uint64_t n);
+void Fail(uint64_t n);
 
 // Whether a failure has occurred since one was last asked for.
 bool HasFailed();
 
 // Blocks that are not yet freed.
-std::int64_t Live();
+int64_t Live();
 
 } // namespace tonekit::process_heap

@@ -5,17 +5,17 @@
 
 namespace tonekit {
 
-std::uint64_t Random::Next()
+uint64_t Random::Next()
 {
-    std::uint64_t z = (state_ += 0x9E3779B97F4A7C15u);
+    uint64_t z = (state_ += 0x9E3779B97F4A7C15u);
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
     return z ^ (z >> 31);
 }
 
-std::uint32_t Random::Below(std::uint32_t limit)
+uint32_t Random::Below(uint32_t limit)
 {
-    return static_cast<std::uint32_t>(((Next() >> 32) * limit) >> 32);
+    return static_cast<uint32_t>(((Next() >> 32) * limit) >> 32);
 }
 
 double Random::Uniform()
@@ -23,12 +23,12 @@ double Random::Uniform()
     return static_cast<double>(Next() >> 11) * 0x1p-53;
 }
 
-void Random::Fill(void *bytes, std::size_t count)
+void Random::Fill(void *bytes, size_t count)
 {
     auto *out = static_cast<unsigned char *>(bytes);
     while (count > 0) {
-        const std::uint64_t value = Next();
-        const std::size_t part = count < sizeof value ? count : sizeof value;
+        const uint64_t value = Next();
+        const size_t part = count < sizeof value ? count : sizeof value;
         std::memcpy(out, &value, part);
         out += part;
         count -= part;

@@ -9,15 +9,15 @@ namespace tonekit {
 // SplitMix64: every seed gives an independent, full-period stream.
 class Random {
 public:
-    explicit Random(std::uint64_t seed) : state_(seed) {}
+    explicit Random(uint64_t seed) : state_(seed) {}
 
-    std::uint64_t Next();
-    std::uint32_t Below(std::uint32_t limit); // 0 to limit - 1; limit must not be 0
-    double Uniform();                         // at least 0.0, below 1.0
-    void Fill(void *bytes, std::size_t count);
+    uint64_t Next();
+    uint32_t Below(uint32_t limit); // 0 to limit - 1; limit must not be 0
+    double Uniform();               // at least 0.0, below 1.0
+    void Fill(void *bytes, size_t count);
 
 private:
-    std::uint64_t state_;
+    uint64_t state_;
 };
 
 } // namespace tonekit

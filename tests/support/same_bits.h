@@ -10,9 +10,9 @@ namespace tonekit {
 // -0.0 differs from 0.0. Any NaN equals any other: which of two NaNs a sum keeps is the processor's rule, not
 // ours.
 template <class T>
-testing::AssertionResult SameBits(const T *expected, const T *actual, std::size_t count)
+testing::AssertionResult SameBits(const T *expected, const T *actual, size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         if (std::isnan(expected[i]) && std::isnan(actual[i]))
             continue;
         if (std::memcmp(expected + i, actual + i, sizeof(T)) != 0)

@@ -14,9 +14,9 @@ namespace tonekit {
 namespace {
 
 // What the selection goes by: the processor's own word until a test tier is set.
-std::uint64_t &Word()
+uint64_t &Word()
 {
-    static std::uint64_t word = FeatureWord(AskProcessor());
+    static uint64_t word = FeatureWord(AskProcessor());
     return word;
 }
 

@@ -6,7 +6,7 @@
 namespace tonekit {
 
 // A feature word that selects each tier, in the order of kTierLetters.
-inline constexpr std::uint64_t kTierWords[8] = {1, 0xef, 0x1ef, 0x3ef, 0x17ef, 0x117ef, 0x197ef, 0x9d9fef};
+inline constexpr uint64_t kTierWords[8] = {1, 0xEF, 0x1EF, 0x3EF, 0x17EF, 0x117EF, 0x197EF, 0x9D9FEF};
 
 // The letter that plain names run: the one of this processor, or the one that SelectTestTier has set.
 char SelectedLetter();

@@ -16,11 +16,11 @@ namespace tonekit {
 
 namespace {
 
-std::atomic<std::int64_t> textConverters{0};
+std::atomic<int64_t> textConverters{0};
 
 } // namespace
 
-std::int64_t LiveTextConverters()
+int64_t LiveTextConverters()
 {
     return textConverters;
 }

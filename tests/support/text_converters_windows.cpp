@@ -3,7 +3,7 @@
 
 namespace tonekit {
 
-std::int64_t LiveTextConverters()
+int64_t LiveTextConverters()
 {
     return 0;
 }

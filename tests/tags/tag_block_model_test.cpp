@@ -140,7 +140,7 @@ private:
         const uint8_t *data = tags.ID3Helper_GetImage(block, type, &mime, &size);
         const auto expected = model.GetImage(type);
         ASSERT_EQ(data != nullptr, expected.has_value());
-        if (data != nullptr) {
+        if (data) {
             ASSERT_EQ(mime, expected->mime);
             ASSERT_EQ(std::string(reinterpret_cast<const char *>(data), size), expected->data);
         }

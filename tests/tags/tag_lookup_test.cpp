@@ -79,20 +79,20 @@ TEST_P(TagLookupTest, EveryKeyOfAWholeBlockIsFound)
 // fourth, whose zero bytes would make up for that.
 TEST_P(TagLookupTest, ItemsOfAbout256BytesAreCountedToTheByte)
 {
-    for (const std::size_t around : {256u, 512u})
-        for (std::size_t length = around - 2; length <= around + 2; ++length)
-            for (const std::size_t zeros : {0u, 1u, 2u}) {
+    for (const size_t around : {256u, 512u})
+        for (size_t length = around - 2; length <= around + 2; ++length)
+            for (const size_t zeros : {0u, 1u, 2u}) {
                 model = {};
                 keys.clear();
                 Random random(length);
                 Fill(random, 40, 30);
                 std::string item = std::string("\0", 1) + std::string(4, '\0') + "ODD";
-                for (std::size_t byte = 0; byte < 4; ++byte)
+                for (size_t byte = 0; byte < 4; ++byte)
                     item[1 + byte] = static_cast<char>(length >> 8 * byte);
                 item.resize(5 + length, 'w');
                 item[8] = '\0';
                 item.back() = '\0';
-                for (std::size_t extra = 1; extra <= zeros; ++extra)
+                for (size_t extra = 1; extra <= zeros; ++extra)
                     item[item.size() - 1 - 20 * extra] = '\0';
                 keys.push_back("ODD");
                 model.bytes += item;

@@ -159,7 +159,7 @@ ExerciseLpcForm(const Traced<void(T *, uint32_t, int32_t, int32_t, uint32_t, uin
                                {700, 1, 80, 0, 90}})
         for (const uint32_t rarity : {0xFFFFFFFFu, 1000u, 100u, 3u}) {
             const auto width = static_cast<uint32_t>(shape.channels);
-            const std::size_t count = (shape.before + shape.length + shape.after) * width;
+            const size_t count = (shape.before + shape.length + shape.after) * width;
             GuardedBuffer buffer(count * sizeof(T), random.Below(8) * sizeof(T));
             FillNasty(random, buffer.As<T>(), count, rarity);
             extrapolate(buffer.As<T>() + shape.before * width, shape.length, shape.channels, shape.order,
@@ -181,7 +181,7 @@ static std::vector<T> &OneSecond()
 {
     static std::vector<T> samples = [] {
         std::vector<T> sine(2 * 48000);
-        for (std::size_t i = 0; i < sine.size(); ++i)
+        for (size_t i = 0; i < sine.size(); ++i)
             sine[i] = static_cast<T>(0.4 * std::sin(0.01 * static_cast<double>(i)));
         return sine;
     }();

@@ -17,7 +17,7 @@ constexpr uint32_t kFormats[][2] = {{0, 8},  {0, 16}, {0, 24}, {0, 32}, {0, 64},
                                     {1, 32}, {1, 64}, {2, 32}, {0, 40}};
 
 // Random bytes, which as floats are of every kind.
-std::vector<uint8_t> RandomBytes(Random &random, const uint32_t *format, std::size_t samples)
+std::vector<uint8_t> RandomBytes(Random &random, const uint32_t *format, size_t samples)
 {
     std::vector<uint8_t> data(samples * format[1] / 8);
     random.Fill(data.data(), data.size());
@@ -25,10 +25,10 @@ std::vector<uint8_t> RandomBytes(Random &random, const uint32_t *format, std::si
 }
 
 // Floats near full scale.
-std::vector<uint8_t> RandomFloats(Random &random, const uint32_t *format, std::size_t samples)
+std::vector<uint8_t> RandomFloats(Random &random, const uint32_t *format, size_t samples)
 {
     std::vector<uint8_t> data(samples * format[1] / 8);
-    for (std::size_t i = 0; i < samples; ++i) {
+    for (size_t i = 0; i < samples; ++i) {
         const double sample = 3 * random.Uniform() - 1.5;
         const auto narrow = static_cast<float>(sample);
         if (format[1] == 64)
@@ -62,7 +62,7 @@ bool ResamplesFloats(const Route &route)
 
 // Adds audio with the same bits for every NaN.
 template <class Sample>
-void AddWithOneNan(const void *audio, std::size_t bytes, Record &record)
+void AddWithOneNan(const void *audio, size_t bytes, Record &record)
 {
     std::vector<Sample> samples(bytes / sizeof(Sample));
     if (!samples.empty())
@@ -75,7 +75,7 @@ void AddWithOneNan(const void *audio, std::size_t bytes, Record &record)
 
 enum class Nans { kAsTheyAre, kAsOne };
 
-void AddAudio(const void *audio, std::size_t bytes, const uint32_t *format, Nans nans, Record &record)
+void AddAudio(const void *audio, size_t bytes, const uint32_t *format, Nans nans, Record &record)
 {
     if (nans == Nans::kAsTheyAre || format[0] != 1)
         record.Add(audio, bytes);
@@ -85,7 +85,7 @@ void AddAudio(const void *audio, std::size_t bytes, const uint32_t *format, Nans
         AddWithOneNan<double>(audio, bytes, record);
 }
 
-using RandomInput = std::vector<uint8_t>(Random &, const uint32_t *, std::size_t);
+using RandomInput = std::vector<uint8_t>(Random &, const uint32_t *, size_t);
 
 void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomInput, Nans nans,
                   Random &random, Record &record)
@@ -104,10 +104,10 @@ void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomI
     auto *converter = static_cast<CSampleRateConverter4 *>(handle);
     // An encoding without a kernel leaves the buffer as it is.
     std::memset(converter->outputBuffer, 0,
-                (std::size_t{converter->outputEdgeFrames} + converter->resamplerOutputFrames) *
+                (size_t{converter->outputEdgeFrames} + converter->resamplerOutputFrames) *
                     converter->outputFrameBytes);
     const uint32_t frames = converter->blockFrames / 2 + random.Below(9000);
-    const auto data = randomInput(random, input, std::size_t{frames} * inputChannels);
+    const auto data = randomInput(random, input, size_t{frames} * inputChannels);
     SRC4_Write(handle, data.data(), frames);
     void *out = nullptr;
     uint32_t outFrames = 0;
@@ -119,8 +119,7 @@ void RecordStream(const Bodies &bodies, const Route &route, RandomInput *randomI
     uint32_t waiting = converter->blockFill;
     for (int call = 0; call < 5; ++call, waiting = 0) {
         const uint32_t result = resample(handle, waiting, waiting == 0);
-        AddAudio(converter->outputBuffer, std::size_t{result} * converter->outputFrameBytes, output, nans,
-                 record);
+        AddAudio(converter->outputBuffer, size_t{result} * converter->outputFrameBytes, output, nans, record);
         record.AddValue(result);
     }
     record.AddValue(converter->mixLimiterGainDouble);
@@ -234,7 +233,7 @@ static void ExerciseBlocks(const Bodies &bodies, Random &random, Record &record)
     random.Fill(input, 4 * 4 * 5000);
     const uint32_t frames = object->Resample(5000, false);
     record.AddValue(frames);
-    record.Add(output, std::size_t{frames} * 8);
+    record.Add(output, size_t{frames} * 8);
     record.AddValue(object->mixLimiterGainDouble);
     Destroy("_ZN21CSampleRateConverter3D1Ev", *object);
 }

@@ -10,12 +10,12 @@ namespace tonekit::tiers {
 static const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // A text at the very end of a guarded buffer, of the alphabet alone, or with a few other characters in it.
-static std::string RandomText(Random &random, std::uint32_t length)
+static std::string RandomText(Random &random, uint32_t length)
 {
     std::string text;
     while (text.size() < length)
         text += kAlphabet[random.Below(64)];
-    for (std::uint32_t changes = random.Below(3); changes != 0 && length != 0; --changes)
+    for (uint32_t changes = random.Below(3); changes != 0 && length != 0; --changes)
         text[random.Below(length)] = random.Below(2) ? '=' : static_cast<char>(1 + random.Below(255));
     return text;
 }
@@ -32,8 +32,7 @@ static void RecordEncoded(const Encode &encode, const GuardedBuffer &data, Lengt
 }
 
 template <class Decode>
-static void RecordDecoded(const Decode &decode, const std::string &text, std::size_t misalignment,
-                          Record &record)
+static void RecordDecoded(const Decode &decode, const std::string &text, size_t misalignment, Record &record)
 {
     GuardedBuffer input(text.size() + 1, misalignment);
     std::memcpy(input.data(), text.c_str(), text.size() + 1);

@@ -10,8 +10,8 @@ namespace tonekit::tiers {
 template <class Word>
 static void ExerciseTransform(const Bodies &bodies, Random &random, Record &record, const char *name)
 {
-    const auto body = bodies.Get<void(Word *, const uint8_t *, std::size_t)>(name);
-    for (std::size_t blocks = 0; blocks <= 5; ++blocks) {
+    const auto body = bodies.Get<void(Word *, const uint8_t *, size_t)>(name);
+    for (size_t blocks = 0; blocks <= 5; ++blocks) {
         GuardedBuffer state(8 * sizeof(Word));
         random.Fill(state.data(), state.size());
         GuardedBuffer message(blocks * 16 * sizeof(Word), random.Below(16));
@@ -47,7 +47,7 @@ static void ExerciseHashes(const Bodies &bodies, Random &random, Record &record)
             auto *context = memory.template As<Context>();
             bodies.Named(member.name + "_init", member.init)(context);
             context->total_length = random.Below(2) ? 0 : static_cast<uint32_t>(random.Next());
-            for (std::size_t at = 0; at < message.size();) {
+            for (size_t at = 0; at < message.size();) {
                 const uint32_t piece = random.Below(static_cast<uint32_t>(message.size() - at) + 1);
                 bodies.Named(member.name + "_update", member.update)(context, message.data() + at, piece);
                 at += piece;
@@ -106,7 +106,7 @@ static void BenchSha256Transform(const Bodies &bodies)
 {
     static const std::vector<uint8_t> blocks(64 * 256);
     uint32_t state[8] = {};
-    bodies.Get<void(uint32_t *, const uint8_t *, std::size_t)>("Sha256Transform")(state, blocks.data(), 256);
+    bodies.Get<void(uint32_t *, const uint8_t *, size_t)>("Sha256Transform")(state, blocks.data(), 256);
 }
 TONEKIT_TIER_BENCH(BenchSha256Transform, "Sha256Transform");
 
@@ -114,7 +114,7 @@ static void BenchSha512Transform(const Bodies &bodies)
 {
     static const std::vector<uint8_t> blocks(128 * 128);
     uint64_t state[8] = {};
-    bodies.Get<void(uint64_t *, const uint8_t *, std::size_t)>("Sha512Transform")(state, blocks.data(), 128);
+    bodies.Get<void(uint64_t *, const uint8_t *, size_t)>("Sha512Transform")(state, blocks.data(), 128);
 }
 TONEKIT_TIER_BENCH(BenchSha512Transform, "Sha512Transform");
 

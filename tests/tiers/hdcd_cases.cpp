@@ -26,7 +26,7 @@ static void AddDecoder(Record &record, const HdcdDecoder *decoder)
 template <class Sample>
 static void Place(const std::vector<Sample> &samples, GuardedBuffer &buffer)
 {
-    const auto *bytes = reinterpret_cast<const std::uint8_t *>(samples.data());
+    const auto *bytes = reinterpret_cast<const uint8_t *>(samples.data());
     std::copy(bytes, bytes + buffer.size(), buffer.data());
 }
 
@@ -40,9 +40,9 @@ static void ExerciseFindCodes(const Bodies &bodies, Random &random, Record &reco
         for (const auto &block : stream.Blocks()) {
             GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
             Place(block.samples, samples);
-            const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
-            const auto channels = static_cast<std::int32_t>(1 + random.Below(2));
-            record.AddValue(findCodes(decoder->channel, channels, samples.As<std::int32_t>(), frames, 2));
+            const auto frames = static_cast<int32_t>(block.samples.size() / 2);
+            const auto channels = static_cast<int32_t>(1 + random.Below(2));
+            record.AddValue(findCodes(decoder->channel, channels, samples.As<int32_t>(), frames, 2));
             record.Guards(samples);
             AddDecoder(record, decoder);
         }
@@ -55,26 +55,26 @@ static void ExerciseGain(const Bodies &bodies, Random &random, Record &record)
 {
     const auto envelope = bodies.Get<decltype(hdcd_envelope)>("hdcd_envelope");
     const auto linked = bodies.Get<decltype(EnvelopeLinked)>("EnvelopeLinked");
-    for (const std::uint32_t frames :
+    for (const uint32_t frames :
          {0u, 1u, 2u, 3u, 7u, 8u, 15u, 16u, 17u, 31u, 32u, 33u, 63u, 64u, 65u, 700u, 3000u})
         for (int round = 0; round < 20; ++round) {
-            GuardedBuffer samples(std::size_t{frames} * 8, random.Below(64));
+            GuardedBuffer samples(size_t{frames} * 8, random.Below(64));
             random.Fill(samples.data(), samples.size());
-            for (std::uint32_t i = 0; round % 2 != 0 && i < 2 * frames; ++i)
+            for (uint32_t i = 0; round % 2 != 0 && i < 2 * frames; ++i)
                 samples.data()[4 * i + 3] = samples.data()[4 * i + 2] =
                     samples.data()[4 * i + 1] & 0x80 ? 0xFF : 0;
             LinkedGain gain{};
             for (int i = 0; i < 2; ++i) {
                 gain.bits[i] = round % 5 == 0 ? 16 + 4 * i : 16;
-                gain.extend[i] = static_cast<std::int32_t>(random.Below(2));
-                gain.gain[i] = static_cast<std::int32_t>(random.Below(2) * random.Below(1921));
+                gain.extend[i] = static_cast<int32_t>(random.Below(2));
+                gain.gain[i] = static_cast<int32_t>(random.Below(2) * random.Below(1921));
             }
-            gain.target = static_cast<std::int32_t>(128 * random.Below(16));
+            gain.target = static_cast<int32_t>(128 * random.Below(16));
             if (round % 3 != 0)
-                linked(samples.As<std::int32_t>(), static_cast<std::int32_t>(frames), &gain);
+                linked(samples.As<int32_t>(), static_cast<int32_t>(frames), &gain);
             else
-                record.AddValue(envelope(samples.As<std::int32_t>(), static_cast<std::int32_t>(frames), 2,
-                                         gain.bits[0], gain.gain[0], gain.target, gain.extend[0]));
+                record.AddValue(envelope(samples.As<int32_t>(), static_cast<int32_t>(frames), 2, gain.bits[0],
+                                         gain.gain[0], gain.target, gain.extend[0]));
             record.AddValue(gain);
             record.Guards(samples);
         }
@@ -93,13 +93,13 @@ static void ExerciseProcess(const Bodies &bodies, Random &random, Record &record
         for (const auto &block : stream.Blocks()) {
             GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
             Place(block.samples, samples);
-            const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
+            const auto frames = static_cast<int32_t>(block.samples.size() / 2);
             if (round % 3 == 1)
-                record.AddValue(follow(decoder, samples.As<std::int32_t>(), frames));
+                record.AddValue(follow(decoder, samples.As<int32_t>(), frames));
             else if (round % 3 == 2)
-                record.AddValue(linked(decoder, samples.As<std::int32_t>(), frames));
+                record.AddValue(linked(decoder, samples.As<int32_t>(), frames));
             else
-                record.AddValue(channel(&decoder->channel[0], samples.As<std::int32_t>(), frames, 2));
+                record.AddValue(channel(&decoder->channel[0], samples.As<int32_t>(), frames, 2));
             record.Guards(samples);
             AddDecoder(record, decoder);
         }
@@ -116,16 +116,16 @@ static void ExerciseInterface(const Bodies &bodies, Random &random, Record &reco
         RandomStream stream(random);
         HdcdDecoder *decoder = hdcd_new();
         for (const auto &block : stream.Blocks()) {
-            const auto frames = static_cast<std::int32_t>(block.samples.size() / 2);
+            const auto frames = static_cast<int32_t>(block.samples.size() / 2);
             if (round % 2 == 0) {
                 GuardedBuffer samples(block.samples.size() * 4, random.Below(64));
                 Place(block.samples, samples);
-                record.AddValue(scan(decoder, samples.As<std::int32_t>(), frames));
+                record.AddValue(scan(decoder, samples.As<int32_t>(), frames));
                 record.Guards(samples);
             } else {
                 GuardedBuffer samples(block.samples.size() * 2, random.Below(64));
-                Place(std::vector<std::int16_t>(block.samples.begin(), block.samples.end()), samples);
-                record.AddValue(scan16(decoder, samples.As<std::int16_t>(), frames));
+                Place(std::vector<int16_t>(block.samples.begin(), block.samples.end()), samples);
+                record.AddValue(scan16(decoder, samples.As<int16_t>(), frames));
                 record.Guards(samples);
             }
             AddDecoder(record, decoder);
@@ -136,13 +136,13 @@ static void ExerciseInterface(const Bodies &bodies, Random &random, Record &reco
 TONEKIT_TIER_CASE(ExerciseInterface, "hdcd_scan", "hdcd_scan16");
 
 // Audio without codes.
-static std::vector<std::int32_t> &BenchFrames()
+static std::vector<int32_t> &BenchFrames()
 {
-    static std::vector<std::int32_t> frames = [] {
+    static std::vector<int32_t> frames = [] {
         Random random(1);
-        std::vector<std::int32_t> samples(2 * 8192);
-        for (std::int32_t &sample : samples)
-            sample = static_cast<std::int16_t>(random.Next());
+        std::vector<int32_t> samples(2 * 8192);
+        for (int32_t &sample : samples)
+            sample = static_cast<int16_t>(random.Next());
         return samples;
     }();
     return frames;

@@ -3,6 +3,7 @@
 #include "tests/support/codec_driver.h"
 #include "tests/tiers/codec_of.h"
 
+#include <cstddef>
 #include <tonekit/codec/transupp.h>
 #include <tonekit/image.h>
 

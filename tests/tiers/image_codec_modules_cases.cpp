@@ -246,7 +246,7 @@ static void ExerciseHuffmanTables(const Bodies &bodies, Random &random, Record &
                 "jpeg_huff_decode")(&reader, reader.bits, reader.bitsLeft, decoding, 1));
             record.AddNumber(reader.bitsLeft);
         }
-        record.AddNumber(static_cast<std::int64_t>(reader.left));
+        record.AddNumber(static_cast<int64_t>(reader.left));
         compressor.ac_huff_tbl_ptrs[0] = decompressor.ac_huff_tbl_ptrs[0] = nullptr;
     }
 }
@@ -262,7 +262,7 @@ struct Coefficients {
     explicit Coefficients(Random &random)
     {
         for (auto &block : source)
-            for (std::uint32_t i = 0; i < 64; ++i)
+            for (uint32_t i = 0; i < 64; ++i)
                 block[i] = static_cast<JCOEF>(static_cast<int>(random.Below(8000 / (1 + i))) -
                                               static_cast<int>(4000 / (1 + i)));
         for (int i = 0; i < 64; ++i) {
@@ -365,7 +365,7 @@ static void ExerciseColourSpacesAndRestarts(const Bodies &bodies, Random &random
         decompressor.unread_marker = round % 8 == 7 ? 0xC4 : 0xD0 + round % 8;
         record.AddNumber(CODEC(codec, jpeg_resync_to_restart)(&decompressor, round / 8));
         record.AddNumber(decompressor.unread_marker);
-        record.AddNumber(static_cast<std::int64_t>(decompressor.src->bytes_in_buffer));
+        record.AddNumber(static_cast<int64_t>(decompressor.src->bytes_in_buffer));
     }
     jpeg_decompress_struct bare{};
     Errors errors(codec);
@@ -379,7 +379,7 @@ static void ExerciseColourSpacesAndRestarts(const Bodies &bodies, Random &random
     record.AddNumber(bare.mem->max_memory_to_use);
     record.AddNumber(bare.mem->max_alloc_chunk);
     bare.mem->self_destruct(common);
-    record.AddNumber(bare.mem == nullptr);
+    record.AddNumber(!bare.mem);
 }
 TONEKIT_TIER_CASE(ExerciseColourSpacesAndRestarts, "jinit_memory_mgr", "jpeg_default_colorspace",
                   "jpeg_resync_to_restart", "jpeg_set_colorspace");

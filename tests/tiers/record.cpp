@@ -5,14 +5,14 @@
 
 namespace tonekit::tiers {
 
-std::size_t Record::CallBefore(std::size_t byte) const
+size_t Record::CallBefore(size_t byte) const
 {
     const auto after = std::partition_point(calls_.begin(), calls_.end(),
                                             [byte](const Call &call) { return call.place <= byte; });
-    return static_cast<std::size_t>(after - calls_.begin());
+    return static_cast<size_t>(after - calls_.begin());
 }
 
-std::string Record::DescribeCall(std::size_t call) const
+std::string Record::DescribeCall(size_t call) const
 {
     if (call == 0)
         return "before any call";
@@ -20,22 +20,22 @@ std::string Record::DescribeCall(std::size_t call) const
     std::string text = "after call " + std::to_string(call) + ", " + last.name;
     text += "(" + (call == described_ ? arguments_ : "...") + ")";
     std::vector<std::string> others;
-    for (std::size_t other = call - 1; other > 0 && calls_[other - 1].place == last.place; --other) {
+    for (size_t other = call - 1; other > 0 && calls_[other - 1].place == last.place; --other) {
         const std::string &name = calls_[other - 1].name;
         if (name != last.name && std::find(others.begin(), others.end(), name) == others.end())
             others.push_back(name);
     }
-    for (std::size_t i = 0; i < others.size(); ++i)
+    for (size_t i = 0; i < others.size(); ++i)
         text += (i == 0 ? ", or earlier of " : ", ") + others[i];
     return text;
 }
 
-std::size_t FirstDifference(const Record &expected, const Record &actual)
+size_t FirstDifference(const Record &expected, const Record &actual)
 {
     const auto &first = expected.Bytes();
     const auto &second = actual.Bytes();
     const auto place = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
-    return static_cast<std::size_t>(place.first - first.begin());
+    return static_cast<size_t>(place.first - first.begin());
 }
 
 } // namespace tonekit::tiers

@@ -36,11 +36,11 @@ std::string DescribeArguments(const Arguments &...arguments)
 class Record {
 public:
     // The arguments are kept of this call alone, counted from 1; 0 is none.
-    explicit Record(std::size_t described = 0) : described_(described) {}
+    explicit Record(size_t described = 0) : described_(described) {}
 
-    void Add(const void *bytes, std::size_t count)
+    void Add(const void *bytes, size_t count)
     {
-        const auto *begin = static_cast<const std::uint8_t *>(bytes);
+        const auto *begin = static_cast<const uint8_t *>(bytes);
         bytes_.insert(bytes_.end(), begin, begin + count);
     }
     template <class Value>
@@ -49,7 +49,7 @@ public:
         Add(&value, sizeof value);
     }
     // Adds a number of a type whose size differs between systems.
-    void AddNumber(std::int64_t number) { AddValue(number); }
+    void AddNumber(int64_t number) { AddValue(number); }
     // Adds the buffer's bytes and fails the case if a guard zone around them has changed.
     void Guards(const GuardedBuffer &buffer)
     {
@@ -75,32 +75,32 @@ public:
             arguments_ = "...";
     }
 
-    const std::vector<std::uint8_t> &Bytes() const { return bytes_; }
+    const std::vector<uint8_t> &Bytes() const { return bytes_; }
     bool Intact() const { return intact_; }
     // The last call before a guard zone was first seen changed, counted from 1; 0 if there was none.
-    std::size_t TearingCall() const { return tearing_; }
+    size_t TearingCall() const { return tearing_; }
 
     // The last call before a byte was recorded, counted from 1; 0 if there was none.
-    std::size_t CallBefore(std::size_t byte) const;
+    size_t CallBefore(size_t byte) const;
     // That call in words, as far as this record knows it: its number, name and arguments, and the names of
     // other functions called after the last observation before it.
-    std::string DescribeCall(std::size_t call) const;
+    std::string DescribeCall(size_t call) const;
 
 private:
     struct Call {
         std::string name;
-        std::size_t place; // bytes recorded before it
+        size_t place; // bytes recorded before it
     };
 
-    std::vector<std::uint8_t> bytes_;
+    std::vector<uint8_t> bytes_;
     std::vector<Call> calls_;
     bool intact_ = true;
-    std::size_t tearing_ = 0;
-    std::size_t described_;
+    size_t tearing_ = 0;
+    size_t described_;
     std::string arguments_;
 };
 
 // The first byte in which two records differ; the length of the shorter one if that is how the other begins.
-std::size_t FirstDifference(const Record &expected, const Record &actual);
+size_t FirstDifference(const Record &expected, const Record &actual);
 
 } // namespace tonekit::tiers

@@ -21,7 +21,7 @@ int TwiceUnlessSeven(int value, const char *)
 void Nothing() {}
 
 // Ten calls of a function, each recorded in four bytes, before each third one a call of another.
-Record RunOf(int (*function)(int, const char *), std::size_t described)
+Record RunOf(int (*function)(int, const char *), size_t described)
 {
     Record record(described);
     const Bodies bodies('A', false, &record);

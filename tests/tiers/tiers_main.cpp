@@ -40,7 +40,7 @@ struct Options {
     std::string tiers = kTierLetters;
     const char *function = nullptr;
     const SharedLibrary *library = nullptr;
-    std::uint64_t seed = 1;
+    uint64_t seed = 1;
     std::string json;
 };
 
@@ -51,7 +51,7 @@ bool Covers(const Case &one, const char *name)
 }
 
 // Runs a case with the bodies of a letter; the record keeps the arguments of the call of that number.
-Record Run(const Case &one, char letter, const Options &options, std::size_t described = 0)
+Record Run(const Case &one, char letter, const Options &options, size_t described = 0)
 {
     Record record(described);
     Random random(options.seed);
@@ -60,7 +60,7 @@ Record Run(const Case &one, char letter, const Options &options, std::size_t des
 }
 
 // The same with what the finished library exports, if one is given.
-Record RunTested(const Case &one, char letter, const Options &options, std::size_t described = 0)
+Record RunTested(const Case &one, char letter, const Options &options, size_t described = 0)
 {
     TakeExportsOf(options.library);
     Record record = Run(one, letter, options, described);
@@ -86,8 +86,7 @@ struct Counts {
 };
 
 // Prints what is wrong with a run, and the call that it comes from, which a second run describes.
-void PrintFailure(const Case &one, char letter, const Options &options, const std::string &what,
-                  std::size_t call)
+void PrintFailure(const Case &one, char letter, const Options &options, const std::string &what, size_t call)
 {
     const std::string where = RunTested(one, letter, options, call).DescribeCall(call);
     std::printf("FAILED %s.%c: %s, %s\n", one.label, letter, what.c_str(), where.c_str());
@@ -100,7 +99,7 @@ bool CompareLetter(const Case &one, char letter, const Options &options, const R
         return false;
     }
     const Record record = letter == 'A' && !options.library ? baseline : RunTested(one, letter, options);
-    const std::size_t byte = FirstDifference(baseline, record);
+    const size_t byte = FirstDifference(baseline, record);
     const bool differs = byte != baseline.Bytes().size() || byte != record.Bytes().size();
     if (!record.Intact())
         PrintFailure(one, letter, options, "a write outside a buffer", record.TearingCall());
@@ -133,8 +132,8 @@ void PrintDigests(const Case &one, const Options &options)
         if (!ProcessorRuns(letter))
             continue;
         const Record record = Run(one, letter, options);
-        std::uint64_t digest = 0xCBF29CE484222325;
-        for (const std::uint8_t byte : record.Bytes())
+        uint64_t digest = 0xCBF29CE484222325;
+        for (const uint8_t byte : record.Bytes())
             digest = (digest ^ byte) * 0x100000001B3;
         std::printf("%s %c %s %016" PRIx64 "\n", one.family.c_str(), letter, one.label, digest);
     }
@@ -159,7 +158,7 @@ double Median(std::vector<double> values)
 double Gain(const std::vector<double> &first, const std::vector<double> &second)
 {
     std::vector<double> ratios;
-    for (std::size_t turn = 0; turn < first.size(); ++turn)
+    for (size_t turn = 0; turn < first.size(); ++turn)
         ratios.push_back(first[turn] / second[turn]);
     return Median(ratios);
 }
@@ -176,10 +175,10 @@ int Bench(const Case &one, const Options &options)
             letters.push_back(letter);
     std::vector<std::vector<double>> times(letters.size());
     for (int repetition = 0; repetition < kRepetitions; ++repetition)
-        for (std::size_t i = 0; i < letters.size(); ++i)
+        for (size_t i = 0; i < letters.size(); ++i)
             times[i].push_back(Seconds(one, letters[i]));
     int slower = 0;
-    for (std::size_t i = 0; i < letters.size(); ++i) {
+    for (size_t i = 0; i < letters.size(); ++i) {
         const double ratio = Gain(times[0], times[i]);
         std::printf("%-40s %c %10.3f us  %5.2f of %c", one.label, letters[i], Median(times[i]) * 1e6, ratio,
                     letters[0]);
@@ -214,7 +213,7 @@ int List()
 int PrintSelected()
 {
     const unsigned tier = ChooseTier(FeatureWord(AskProcessor()));
-    for (std::size_t row = 0; row < DispatchedNames().size(); ++row) {
+    for (size_t row = 0; row < DispatchedNames().size(); ++row) {
         if (*tonekit_dispatch_rows[row].slot != tonekit_dispatch_rows[row].bodies[tier]) {
             std::printf("FAILED: %s runs another tier's body than %c\n", DispatchedNames()[row],
                         kTierLetters[tier]);
