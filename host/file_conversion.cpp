@@ -75,7 +75,7 @@ public:
 
     void Produce()
     {
-        const auto start = std::chrono::steady_clock::now();
+        const auto start = Clock::now();
         if (options_.dryRun) {
             Describe();
             return;
@@ -97,7 +97,7 @@ public:
         files_ = source_.files();
         // Many files can wait for the last one of their album.
         owned_.reset();
-        report_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        report_.seconds = SecondsSince(start);
     }
 
     MeasuredLevel Measure(const ProgressSink &progress)
@@ -107,11 +107,11 @@ public:
 
     const ConversionReport &report() const override { return report_; }
 
-    ConversionReport Finish(const std::optional<Loudness> &album) override
+    void Complete(const std::optional<Loudness> &album) override
     {
         if (options_.dryRun)
-            return report_;
-        const auto start = std::chrono::steady_clock::now();
+            return;
+        const auto start = Clock::now();
         report_.albumLoudness = album;
         if (toStream_) {
             WarnOfTags();
@@ -123,15 +123,31 @@ public:
             picture_->Write(report_);
         if (InterruptNoted())
             throw Interrupted();
+        report_.seconds += SecondsSince(start);
+    }
+
+    std::filesystem::path completed() const override { return output_ ? output_->temporary() : ""; }
+
+    void Commit() override
+    {
+        if (options_.dryRun)
+            return;
+        const auto start = Clock::now();
         if (picture_)
             picture_->Commit();
         if (output_)
             output_->Commit();
-        report_.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        return report_;
+        report_.seconds += SecondsSince(start);
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    static double SecondsSince(Clock::time_point start)
+    {
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    }
+
     void CheckApart() const
     {
         for (const std::filesystem::path &input : InputsOf(job_)) {
@@ -470,7 +486,9 @@ class DoneFile : public PendingFile {
 public:
     explicit DoneFile(ConversionReport report) : report_(std::move(report)) {}
     const ConversionReport &report() const override { return report_; }
-    ConversionReport Finish(const std::optional<Loudness> &) override { return report_; }
+    void Complete(const std::optional<Loudness> &) override {}
+    std::filesystem::path completed() const override { return {}; }
+    void Commit() override {}
 
 private:
     ConversionReport report_;

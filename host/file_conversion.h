@@ -49,9 +49,21 @@ class PendingFile {
 public:
     virtual ~PendingFile() = default;
     virtual const ConversionReport &report() const = 0;
-    // Writes the tags, those of the file's album too, and puts the output in its place. Throws Failure or
-    // Interrupted; the output then is as it was before.
-    virtual ConversionReport Finish(const std::optional<Loudness> &album) = 0;
+    // Writes the tags, those of the file's album too. Throws Failure or Interrupted.
+    virtual void Complete(const std::optional<Loudness> &album) = 0;
+    // The complete output, under the name that it has until it is committed; empty if there is none.
+    virtual std::filesystem::path completed() const = 0;
+    // Waits until the complete output is on the disk and puts it in its place. Throws Failure; the output
+    // then is as it was before.
+    virtual void Commit() = 0;
+
+    // Completes and commits.
+    ConversionReport Finish(const std::optional<Loudness> &album)
+    {
+        Complete(album);
+        Commit();
+        return report();
+    }
 };
 
 // Whether a file is read, converted, measured and written on the calling thread alone, or on one for each.
