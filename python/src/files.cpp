@@ -10,8 +10,8 @@
 #include "host/system/paths.h"
 #include "host/tags/extras.h"
 #include "python/src/array_source.h"
+#include "python/src/host_calls.h"
 #include "python/src/option_list.h"
-#include "python/src/signals.h"
 #include "python/src/stream.h"
 
 #include <nanobind/stl/pair.h>
@@ -26,39 +26,6 @@ namespace nb = nanobind;
 namespace {
 
 constexpr uint32_t kReadFrames = 16384;
-
-// Calls Python's function and lets signals in.
-class ProgressCall {
-public:
-    explicit ProgressCall(nb::handle function) : function_(function.is_none() ? nb::handle() : function) {}
-
-    void operator()(double done, double seconds)
-    {
-        signals_();
-        if (!function_)
-            return;
-        const nb::gil_scoped_acquire gil;
-        function_(done, seconds);
-    }
-
-private:
-    nb::handle function_; // the caller's argument, which outlives the call
-    SignalCheck signals_;
-};
-
-// Runs work of the host without the GIL. What the host throws for people becomes Python's exceptions.
-template <class Work>
-auto WithoutGil(Work work)
-{
-    const nb::gil_scoped_release released;
-    try {
-        return work();
-    } catch (const host::UsageError &error) {
-        throw nb::value_error(ForPython(error.what()).c_str());
-    } catch (const host::Failure &failure) {
-        throw host::Failure(ForPython(failure.what()));
-    }
-}
 
 std::string Report(const host::ConversionReport &report)
 {

@@ -3,6 +3,7 @@
 #include "host/processing/bodies.h"
 #include "host/system/failure.h"
 #include "python/src/archives.h"
+#include "python/src/file_converter.h"
 #include "python/src/files.h"
 #include "python/src/image.h"
 #include "python/src/measurements.h"
@@ -111,6 +112,7 @@ NB_MODULE(_core, module)
     BindMeasurements(module);
     BindImage(module);
     BindArchives(module);
+    BindFileConverter(module);
     module.def(
         "check_option",
         [](const std::string &name, const std::string &value) {

@@ -94,11 +94,11 @@ KILLER = """
 import os, signal, sys, time
 if any(word in ("tonekit.batch._worker",) for word in sys.orig_argv):
     import tonekit.batch._work as work
-    do = work.Worker.do
+    converted = work.Worker._converted
     def deadly(self, item):
         if "killer" in item.source:
             os.kill(os.getpid(), signal.SIGKILL)
         time.sleep(float(os.environ.get("SLOW", "0")))
-        return do(self, item)
-    work.Worker.do = deadly
+        return converted(self, item)
+    work.Worker._converted = deadly
 """

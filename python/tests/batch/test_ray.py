@@ -24,14 +24,14 @@ import sys
 if any("default_worker.py" in word for word in sys.orig_argv):
     import os, signal, time
     import tonekit.batch._work as work
-    do = work.Worker.do
+    converted = work.Worker._converted
     def deadly(self, item):
         if "killer" in item.source:
             os.kill(os.getpid(), signal.SIGKILL)
         if "slow" in item.source:
             time.sleep(1)
-        return do(self, item)
-    work.Worker.do = deadly
+        return converted(self, item)
+    work.Worker._converted = deadly
 """
 
 

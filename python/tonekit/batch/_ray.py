@@ -19,8 +19,7 @@ _workers: dict[str, Worker] = {}  # of this process, by what they do
 
 def do(job: Job, items: Sequence[Item]) -> list[Outcome]:
     """Does a group of files, on a worker of Ray."""
-    worker = worker_for(job)
-    return [worker.do(item) for item in items]
+    return list(worker_for(job).outcomes(items))
 
 
 def worker_for(job: Job) -> Worker:

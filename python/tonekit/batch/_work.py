@@ -4,17 +4,16 @@ from __future__ import annotations
 
 import errno
 import hashlib
-import json
 import os
 import re
 import time
-from collections.abc import Iterable
+from collections.abc import Callable, Iterable, Iterator
 from typing import Any, NamedTuple
 
 from .. import _core
 from .._options import OptionList
 from ._scratch import Scratch
-from ._storage import Storage, Store, blocks_of, protocol_of
+from ._storage import Storage, Store, protocol_of
 
 _SUFFIX = re.compile(r"\.\w{1,15}\Z", re.ASCII)
 
@@ -54,25 +53,39 @@ class Worker:
         self._target = Store(job.target, job.storage)
         self._folders: set[str] = set()
         self._scratch: Scratch | None = None
+        self._converter: _core.FileConverter | None = None
 
     def do(self, item: Item) -> Outcome:
-        """Does a file. A file that can't be done is an outcome with an error; only signals and exits are raised."""
-        started = time.perf_counter()
-        try:
-            if item.expected and self._is_there(item.name, *item.expected):
-                return {"state": "verified"}
-            outcome = self._made(item)
-        except MemoryError:
-            outcome = failed(f"{item.source}: not enough memory")
-        except Exception as error:
-            outcome = failed(self._message(error, item))
-        outcome["worker"] = self._name
-        outcome["total_seconds"] = time.perf_counter() - started
-        outcome["finished"] = int(time.time() * 1e6)
-        return outcome
+        """Does a file; see :meth:`outcomes`."""
+        return next(self.outcomes([item]))
+
+    def outcomes(self, items: Iterable[Item], begin: Callable[[int], object] = lambda index: None) -> Iterator[Outcome]:
+        """Does files and yields the outcome of each, in their order.
+
+        Results on this machine are put in their places, for which the disk has to be waited for, while the next file is
+        converted. A file that can't be done is an outcome with an error; only signals and exits are raised.
+
+        :param items: the files
+        :param begin: is called with the number of each before its conversion
+        """
+        placing: tuple[Item, Outcome] | None = None
+        for index, item in enumerate(items):
+            begin(index)
+            outcome, complete = self._converted(item)
+            before = self._placed(*placing) if placing else None
+            placing = (item, outcome) if complete else None
+            if complete:
+                self._files().place()
+            if before:
+                yield before
+            if not complete:
+                yield outcome
+        if placing:
+            yield self._placed(*placing)
 
     def close(self) -> None:
         """Removes temporary files."""
+        self._converter = None
         if self._scratch:
             self._scratch.close()
             self._scratch = None
@@ -80,7 +93,41 @@ class Worker:
     def _is_there(self, name: str, size: int, digest: str) -> bool:
         return self._target.size(name) == size and _digest(self._target.blocks(name)) == (size, digest)
 
+    def _files(self) -> _core.FileConverter:
+        # Reads files that options name, so what it raises is of the first file.
+        self._converter = self._converter or _core.FileConverter(self._job.pairs)
+        return self._converter
+
+    def _converted(self, item: Item) -> tuple[Outcome, bool]:
+        """Converts a file; returns whether its result is complete and still has to be put in its place."""
+        started = time.perf_counter()
+        complete = False
+        try:
+            if item.expected and self._is_there(item.name, *item.expected):
+                return {"state": "verified"}, False
+            outcome = self._made(item)
+            complete = self._target.local
+        except MemoryError:
+            outcome = failed(f"{item.source}: not enough memory")
+        except Exception as error:
+            outcome = failed(self._message(error, item))
+        return self._timed(outcome, time.perf_counter() - started), complete
+
+    def _placed(self, item: Item, outcome: Outcome) -> Outcome:
+        """The outcome of a file whose result is being put in its place, when it is there."""
+        seconds = outcome["total_seconds"]
+        try:
+            seconds += self._files().placed()
+        except Exception as error:
+            outcome = failed(self._message(error, item))
+        return self._timed(outcome, seconds)
+
+    def _timed(self, outcome: Outcome, seconds: float) -> Outcome:
+        outcome.update(worker=self._name, total_seconds=seconds, finished=int(time.time() * 1e6))
+        return outcome
+
     def _made(self, item: Item) -> Outcome:
+        """Converts a file. A result on this machine is complete then, one for elsewhere is there."""
         temporary: list[str] = []
         try:
             if protocol_of(item.source) == "file":
@@ -91,13 +138,12 @@ class Worker:
             if self._target.local:
                 result = self._target.path(item.name)
                 self._make_folder(os.path.dirname(result))
-            else:
-                result = self._temporary("out", item.name, temporary)
-            report = json.loads(_core.convert_file(source, result, self._job.pairs, None))["files"][0]
-            outcome = done(report)
-            outcome["target_size"], outcome["target_digest"] = _digest(blocks_of(result))
-            if not self._target.local:
-                self._target.place(result, item.name)
+                return self._files().convert(source, result)
+            result = self._temporary("out", item.name, temporary)
+            outcome = self._files().convert(source, result)
+            self._files().place()
+            self._files().placed()
+            self._target.place(result, item.name)
             return outcome
         finally:
             for path in temporary:
@@ -137,22 +183,6 @@ def _digest(blocks: Iterable[bytes]) -> tuple[int, str]:
         digest.update(block)
         size += len(block)
     return size, digest.hexdigest()
-
-
-def done(report: dict[str, Any]) -> Outcome:
-    """The columns of a file that was converted, from the program's report."""
-    outcome: Outcome = {"state": "done", "dithered": report["dither"], "warnings": report["warnings"]}
-    for side, stream in (("in", report["input"]), ("out", report["output"])):
-        for key in ("type", "encoding", "rate", "channels", "format", "frames"):
-            outcome[f"{side}_{key}"] = stream[key]
-    outcome["audio_seconds"] = report["input"]["seconds"]
-    outcome["work_seconds"] = report["seconds"]
-    outcome["speed"] = report["speed"]
-    if report["replaygain"]:
-        outcome["gain"] = report["replaygain"]["gain"]
-        outcome["peak"] = report["replaygain"]["peak"]
-    outcome["digest"] = report["hash"] and report["hash"]["digest"]
-    return outcome
 
 
 def failed(error: str) -> Outcome:

@@ -7,6 +7,7 @@ import signal
 import struct
 import sys
 import time
+from collections.abc import Callable
 from multiprocessing.connection import Connection
 from typing import Any
 
@@ -20,6 +21,11 @@ def _leave(*_: object) -> None:
     raise SystemExit(0)
 
 
+def _marker(mark: int, number: int) -> Callable[[int], object]:
+    """Notes a file of a group as the one that is in work."""
+    return lambda index: os.pwrite(mark, MARK.pack(number, index), 0)
+
+
 def serve(connection: Connection[Any, Any], mark: int) -> None:
     """Does the groups that come until there are no more."""
     job = connection.recv()
@@ -29,12 +35,13 @@ def serve(connection: Connection[Any, Any], mark: int) -> None:
         while True:
             number, items = connection.recv()
             outcomes, due = [], time.monotonic() + _REPORT_SECONDS
-            for index, item in enumerate(items):
-                os.pwrite(mark, MARK.pack(number, index), 0)
-                outcomes.append(worker.do(item))
-                if index + 1 == len(items) or time.monotonic() >= due:
+            for outcome in worker.outcomes(items, _marker(mark, number)):
+                outcomes.append(outcome)
+                if time.monotonic() >= due:
                     connection.send(outcomes)
                     outcomes, due = [], time.monotonic() + _REPORT_SECONDS
+            if outcomes:
+                connection.send(outcomes)
     except (EOFError, ConnectionError):
         pass  # the run is over
     finally:

@@ -1,0 +1,166 @@
+"""What a worker does to its files, one after another, and when their results are in place."""
+
+from __future__ import annotations
+
+import hashlib
+import os
+from collections.abc import Callable
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+
+import tonekit
+from tonekit import _core
+from tonekit.batch._work import Item, Job, Worker
+
+PAIRS = [("type", "wav"), ("rate", "48000"), ("hash", "sha256"), ("dither", "off")]
+RESULT_SIZE = 44 + 2 * 2 * 96_000  # of two seconds
+
+
+@pytest.fixture
+def sources(tmp_path: Path) -> list[str]:
+    """Three files of two seconds of stereo noise."""
+    rng = np.random.default_rng(5)
+    for i in range(3):
+        noise = (rng.standard_normal((88_200, 2)) * 3000).astype(np.int16)
+        tonekit.write(tmp_path / f"{i}.wav", noise, 44100)
+    return [str(tmp_path / f"{i}.wav") for i in range(3)]
+
+
+def item(source: str, name: str) -> Item:
+    return Item(source, name, 0, "", 0)
+
+
+def names_in(folder: Path) -> list[str]:
+    return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file())
+
+
+def test_outcomes_come_in_order_when_their_results_are_in_place(tmp_path: Path, sources: list[str]) -> None:
+    out = tmp_path / "out"
+    worker = Worker(Job(str(out), PAIRS, {}), "me")
+    begun: list[int] = []
+    items = [
+        item(sources[0], "a/0.wav"),
+        item("/nowhere/1.wav", "1.wav"),
+        item(sources[1], "2.wav"),
+        item(sources[2], "b/3.wav"),
+        item("/nowhere/4.wav", "4.wav"),
+    ]
+    outcomes = []
+    for outcome in worker.outcomes(items, begun.append):
+        outcomes.append(outcome)
+        if outcome["state"] == "done":
+            assert (out / items[len(outcomes) - 1].name).stat().st_size == RESULT_SIZE
+    worker.close()
+    assert begun == [0, 1, 2, 3, 4]
+    assert [outcome["state"] for outcome in outcomes] == ["done", "failed", "done", "done", "failed"]
+    assert [outcome.get("error") for outcome in outcomes] == [
+        None,
+        "/nowhere/1.wav: no such file",
+        None,
+        None,
+        "/nowhere/4.wav: no such file",
+    ]
+    assert names_in(out) == ["2.wav", "a/0.wav", "b/3.wav"]
+    for one, row in zip(items, outcomes, strict=True):
+        assert row["worker"] == "me" and row["total_seconds"] > 0 and row["finished"] > 1.7e15
+        if row["state"] == "done":
+            assert row["target_size"] == RESULT_SIZE
+            assert row["target_digest"] == hashlib.sha256((out / one.name).read_bytes()).hexdigest()
+
+
+def test_a_row_has_what_the_report_of_the_program_says(tmp_path: Path, sources: list[str]) -> None:
+    pairs = [*PAIRS, ("replaygain", "")]
+    report = tonekit.convert_file(sources[0], tmp_path / "a.wav", rate=48000, hash="sha256", dither="off", replaygain=True)
+    row = Worker(Job(str(tmp_path / "out"), pairs, {}), "me").do(item(sources[0], "a.wav"))
+    for side, stream in (("in", report["input"]), ("out", report["output"])):
+        for key in ("type", "encoding", "rate", "channels", "format", "frames"):
+            assert row[f"{side}_{key}"] == stream[key], key
+    assert row["in_frames"] == 88_200 and row["out_frames"] == 96_000 and row["out_format"] == "16 bit"
+    assert row["audio_seconds"] == 2.0
+    assert row["speed"] * row["work_seconds"] == pytest.approx(2.0)
+    assert row["digest"] == report["hash"]["digest"]
+    assert (row["gain"], row["peak"]) == (report["replaygain"]["gain"], report["replaygain"]["peak"])
+    assert row["dithered"] is False and row["warnings"] == []
+    assert row["target_digest"] == hashlib.sha256((tmp_path / "a.wav").read_bytes()).hexdigest()
+
+
+class WithPlace:
+    """A converter of which something happens before a result is put in place."""
+
+    def __init__(self, converter: _core.FileConverter, before: Callable[[], None]) -> None:
+        self._converter = converter
+        self._before = before
+
+    def place(self) -> None:
+        self._before()
+        self._converter.place()
+
+    def __getattr__(self, name: str) -> Any:
+        return getattr(self._converter, name)
+
+
+def test_a_result_that_cant_be_put_in_place_fails_alone(tmp_path: Path, sources: list[str]) -> None:
+    out = tmp_path / "out"
+
+    def block() -> None:
+        if not (out / "0.wav").exists():
+            os.mkdir(out / "0.wav")
+
+    worker = Worker(Job(str(out), PAIRS, {}), "me")
+    worker._converter = WithPlace(_core.FileConverter(PAIRS), block)  # type: ignore[assignment]
+    first, second = worker.outcomes([item(sources[0], "0.wav"), item(sources[1], "1.wav")])
+    assert first["state"] == "failed" and first["error"].startswith(f"{out}/0.wav: can't be written: ")
+    assert "digest" not in first and first["total_seconds"] > 0
+    assert second["state"] == "done"
+    assert names_in(out) == ["1.wav"]
+
+
+def test_a_result_is_not_seen_before_it_is_placed(tmp_path: Path, sources: list[str]) -> None:
+    converter = _core.FileConverter(PAIRS)
+    target = tmp_path / "out.wav"
+    target.write_bytes(b"old")
+    row = converter.convert(sources[0], str(target))
+    assert row["state"] == "done" and target.read_bytes() == b"old"
+    converter.place()
+    assert converter.placed() > 0
+    assert target.stat().st_size == RESULT_SIZE
+    with pytest.raises(ValueError, match="no result is complete"):
+        converter.place()
+
+
+def test_a_result_that_nobody_places_leaves_nothing(tmp_path: Path, sources: list[str]) -> None:
+    out = tmp_path / "out"
+    out.mkdir()
+    converter = _core.FileConverter(PAIRS)
+    converter.convert(sources[0], str(out / "0.wav"))
+    converter.convert(sources[1], str(out / "1.wav"))
+    with pytest.raises(_core.FileError, match="no such file"):
+        converter.convert("/nowhere.wav", str(out / "2.wav"))
+    assert names_in(out) == []
+    converter.convert(sources[1], str(out / "1.wav"))
+    converter.place()
+    del converter  # after which what was being placed is in place
+    assert names_in(out) == ["1.wav"]
+
+
+def test_a_failed_placement_is_said_once(tmp_path: Path, sources: list[str]) -> None:
+    converter = _core.FileConverter(PAIRS)
+    target = tmp_path / "out.wav"
+    converter.convert(sources[0], str(target))
+    target.mkdir()
+    converter.place()
+    with pytest.raises(_core.FileError, match="can't be written"):
+        converter.placed()
+    target.rmdir()
+    converter.convert(sources[0], str(target))
+    converter.place()
+    converter.placed()
+    assert target.stat().st_size == RESULT_SIZE
+
+
+def test_wrong_options_are_said_at_once() -> None:
+    with pytest.raises(ValueError, match="there is no option nonsense"):
+        _core.FileConverter([("nonsense", "1")])
