@@ -154,7 +154,7 @@ TEST_F(KeptFiltersTest, ThatMemoryDidNotSufficeForAreAskedForAgain)
     EXPECT_EQ(made, 1);
 }
 
-// A resampler that can't be made gives back what it took.
+// A resampler that can't be made releases what it took.
 TEST_F(KeptFiltersTest, OfAResamplerThatWasNotKeptAreIdle)
 {
     {

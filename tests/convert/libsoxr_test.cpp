@@ -43,7 +43,7 @@ Sample SomeNan(Random &random)
         return std::bit_cast<Sample>(0x7FF8000000000000 | (random.Next() & 0x8007FFFFFFFFFFFF));
 }
 
-// All that comes out of a resampler; process(input, frames, output) returns the frames of one step.
+// All output of a resampler; process(input, frames, output) returns the frames of one step.
 template <class Sample, class Process>
 Bytes Output(uint32_t channels, uint64_t seed, Input input, Process process)
 {

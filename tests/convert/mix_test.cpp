@@ -222,7 +222,7 @@ TYPED_TEST(MixTest, NegativeZeroMeetsThePositiveZeroOfTheOtherChannel)
 
 TYPED_TEST(MixTest, FullScaleOnFiveChannelsLowersTheGainWithinTheFirstFrame)
 {
-    // Column 0: row 0 gives 1, row 2 makes 1.7079, and the gain falls to its reciprocal at once.
+    // Column 0: row 0 makes 1, row 2 makes 1.7079, and the gain falls to its reciprocal at once.
     using T = TypeParam;
     T gain = 1;
     const auto output = this->MixLimited(5, 2, {1, 1, 1, 1, 1}, gain);

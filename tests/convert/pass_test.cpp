@@ -134,7 +134,8 @@ public:
         return data;
     }
 
-    // A stream from its first block to its end: some blocks, a short one, then calls until nothing comes out.
+    // A stream from its first block to its end: some blocks, a short one, then calls until none returns
+    // frames.
     void RunStream(Random &random, const std::vector<uint32_t> &blocks)
     {
         for (const uint32_t frames : blocks)

@@ -167,7 +167,7 @@ TEST_P(StoreKernels, AnyCountAtAnyAddressBetweenUnreadablePages)
         }
 }
 
-// Behind a clipped sample the kernels go on with limits for a while, which may reach the end of the block.
+// After a clipped sample the kernels go on with limits for a while, which may reach the end of the block.
 TEST_P(StoreKernels, ClippedStretchesEndWithTheBlock)
 {
     GuardedPages pages(1100 * 8);

@@ -263,7 +263,7 @@ TEST(CharacterSets, BytesThatTheSetDoesNotKnowAreReplaced)
                                                              u"a");
 }
 
-// Some converters refuse a zero byte in this place, others give nothing for it.
+// Some converters refuse a zero byte in this place, others return nothing for it.
 TEST(CharacterSets, ReplacementsComeWhateverTheConverterThinksOfZeros)
 {
     EXPECT_EQ(Decoded("ISO-2022-KR", "\xff"), u"\ufffd");

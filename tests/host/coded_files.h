@@ -18,7 +18,7 @@ struct CodedChapter {
 struct Coding {
     std::string format; // libavformat's name of the type
     std::string coder;  // libavcodec's name of the coder
-    int bits = 16;      // of the samples that the coder is given; 0: floats
+    int bits = 16;      // of the samples that the coder takes; 0: floats
     std::vector<std::pair<std::string, std::string>> tags = {};
     std::vector<CodedChapter> chapters = {};
     std::string picture = {}; // a JPEG file

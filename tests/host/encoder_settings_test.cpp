@@ -1,4 +1,4 @@
-// encoder_settings_test.cpp: which type of file has which settings, and how they are given.
+// encoder_settings_test.cpp: which type of file has which settings, and how they are written.
 #include "host/audio/encoder_settings.h"
 #include "host/command_line/options.h"
 #include "host/system/failure.h"

@@ -71,11 +71,11 @@ TEST(AllocationReserve, IsGivenBackOnce)
 {
     AllocationReserve reserve;
     ::operator delete(newMemory(1000));
-    EXPECT_TRUE(reserve.GiveBack()) << "given back where there was memory";
+    EXPECT_TRUE(reserve.GiveBack()) << "released where there was memory";
     EXPECT_FALSE(reserve.GiveBack());
 }
 
-// Ends the process with 0 if the inner reserve was given back where memory had ended, and the outer one
+// Ends the process with 0 if the inner reserve was released where memory had ended, and the outer one
 // wasn't.
 [[noreturn]] void EndMemory()
 {

@@ -1,5 +1,5 @@
-// program_hostile_posix_test.cpp: hostile names, files that are none, closed doors and files left behind, as
-// POSIX systems let a test arrange them.
+// program_hostile_posix_test.cpp: hostile names, files that are none, forbidden folders and abandoned files,
+// as POSIX systems let a test arrange them.
 #include "tests/host/failures.h"
 #include "tests/host/run_program_posix.h"
 

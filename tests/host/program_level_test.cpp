@@ -240,7 +240,7 @@ TEST_F(Levels, OfSilenceStayWithAWarning)
     EXPECT_EQ(ReadSound(folder / "b.wav").samples, ReadSound(folder / "a.wav").samples);
 }
 
-// Three channels at 0.6 give left 0.6 + 0.7079 * 0.6 + 0.5012 * 0.6 in the second second, and 0.22 before.
+// Three channels at 0.6 make left 0.6 + 0.7079 * 0.6 + 0.5012 * 0.6 in the second second, and 0.22 before.
 Sound LoudMiddle()
 {
     Sound sound{kWav16, 44100, 5, {}};
@@ -324,7 +324,7 @@ TEST_F(Levels, TagsThatWereMeasuredMoveWithThem)
         EXPECT_NE(info.find("REPLAYGAIN_TRACK_GAIN -1.9"), std::string::npos) << info;
         EXPECT_NE(info.find("REPLAYGAIN_TRACK_PEAK 0.157"), std::string::npos) << info;
     }
-    // Tags that are set by hand stay as they are set.
+    // Tags that are set by options stay as they are set.
     Run({"--gain", "-4", "--set", "REPLAYGAIN_TRACK_GAIN=-1.00 dB", folder / "a.flac", folder / "b.flac"});
     EXPECT_NE(Info("b.flac").find("REPLAYGAIN_TRACK_GAIN -1.00 dB"), std::string::npos);
 }

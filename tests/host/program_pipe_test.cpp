@@ -8,7 +8,7 @@ namespace {
 
 class Pipes : public Failures {
 protected:
-    // What the program makes of these bytes; nothing but audio may come out.
+    // What the program makes of these bytes; nothing but audio may be written.
     std::string Through(const std::string &input, const std::vector<std::string> &arguments)
     {
         const Outcome outcome = RunHostOnPipes(input, arguments);

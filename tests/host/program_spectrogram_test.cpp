@@ -1,4 +1,4 @@
-// program_spectrogram_test.cpp: pictures of sound as they come out of the program.
+// program_spectrogram_test.cpp: pictures of sound as the program writes them.
 #include "tests/host/failures.h"
 #include "tests/host/png_files.h"
 

@@ -138,7 +138,7 @@ TEST(AudioWriter, NamesTheLoudspeakersOfManyChannels)
 
 TEST(AudioWriter, GivesEqualFilesForEqualFloats)
 {
-    // Nothing such as the time of day may stand in the file.
+    // Nothing such as the time of day may be in the file.
     TemporaryFolder folder;
     const float samples[] = {0.5f, -0.25f};
     File file;

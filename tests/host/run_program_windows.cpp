@@ -33,7 +33,7 @@ std::string Quoted(const std::string &argument)
     return quoted + "\"";
 }
 
-// One end for the program to write into, and a thread that gathers what comes out of the other. Lines end as
+// One end for the program to write into, and a thread that collects what the other returns. Lines end as
 // tests expect them, without the carriage return that text has on this system.
 class Pipe {
 public:
@@ -96,7 +96,7 @@ std::string JoinedArguments(const std::vector<std::string> &arguments)
     return line;
 }
 
-// Gives a program its standard input, and writes into it from a thread of its own.
+// Makes a program's standard input, and writes into it from a thread of its own.
 class InputPipe {
 public:
     explicit InputPipe(const std::string &bytes) : bytes_(bytes)

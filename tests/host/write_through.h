@@ -1,4 +1,4 @@
-// write_through.h: gives an output its text, all but the commit.
+// write_through.h: writes an output's text, all but the commit.
 #pragma once
 
 #include "host/system/safe_output.h"

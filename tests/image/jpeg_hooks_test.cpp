@@ -17,7 +17,7 @@ namespace {
 struct Stream {
     Bytes data;
     size_t position = 0;
-    size_t most = 4096;          // elements given at one call
+    size_t most = 4096;          // elements returned by one call
     size_t failAfter = SIZE_MAX; // calls that succeed before writes fall short
     std::vector<size_t> counts;
     std::vector<void *> handles;
@@ -30,11 +30,11 @@ size_t Read(void *buffer, size_t size, size_t count, void *handle)
     stream.counts.push_back(count);
     stream.handles.push_back(handle);
     stream.wrongSize |= size != 1;
-    const size_t given = std::min({count, stream.most, stream.data.size() - stream.position});
-    std::copy_n(stream.data.begin() + static_cast<ptrdiff_t>(stream.position), given,
+    const size_t taken = std::min({count, stream.most, stream.data.size() - stream.position});
+    std::copy_n(stream.data.begin() + static_cast<ptrdiff_t>(stream.position), taken,
                 static_cast<unsigned char *>(buffer));
-    stream.position += given;
-    return given;
+    stream.position += taken;
+    return taken;
 }
 
 size_t Write(const void *buffer, size_t size, size_t count, void *handle)

@@ -1,4 +1,4 @@
-// dither.h: the three dither modes, sample by sample as they are told.
+// dither.h: the three dither modes, sample by sample as they are defined.
 #pragma once
 #include <cmath>
 #include <cstdint>
@@ -62,7 +62,7 @@ struct Dither {
         }
     }
 
-    // As a 64-bit integer; what does not fit gives the lowest one.
+    // As a 64-bit integer; what does not fit becomes the lowest one.
     static T Nearest(float y)
     {
         if (!(std::fabs(y) < 9223372036854775808.0f))

@@ -8,7 +8,7 @@
 
 namespace tonekit::reference {
 
-// How many more bits must arrive before the last 8 of them can be part of a packet prefix; told from the two
+// How many more bits must arrive before the last 8 of them can be part of a packet prefix; found from the two
 // prefixes themselves.
 int HdcdReadahead(unsigned lastEight);
 
@@ -18,11 +18,11 @@ uint32_t HdcdPeakValue(int index);
 // 2^23 times the factor of a gain in 1/256 dB of attenuation.
 uint32_t HdcdGainFactor(int gain);
 
-// One sample at a time, from the given states on; gives the frames consumed.
+// One sample at a time, from the given states on; returns the frames consumed.
 int32_t HdcdFindCodes(HdcdChannelState *states, int channels, const int32_t *samples, int32_t max,
                       int32_t stride);
 
-// Each sample's value by its own path along the ramp; gives the gain reached.
+// Each sample's value by its own path along the ramp; returns the gain reached.
 int32_t HdcdEnvelope(int32_t *samples, int32_t count, int32_t stride, int32_t bits, int32_t gain,
                      int32_t target, bool extend);
 

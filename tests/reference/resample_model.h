@@ -47,7 +47,7 @@ uint8_t FilteredByte(const Contributions &list, ByteAt byteAt)
     }
     const double value = total / sum + 0.5;
     if (!(value > -2147483649.0 && value < 2147483648.0))
-        return 0; // no 32-bit integer: the conversion gives the lowest one
+        return 0; // no 32-bit integer: the conversion returns the lowest one
     return static_cast<uint8_t>(std::clamp(static_cast<int32_t>(value), 0, 255));
 }
 

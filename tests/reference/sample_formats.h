@@ -1,4 +1,4 @@
-// sample_formats.h: what a load or a store kernel makes of one sample, by the rules as they are told and
+// sample_formats.h: what a load or a store kernel makes of one sample, by the rules as they are stated and
 // nothing else.
 #pragma once
 

@@ -1,4 +1,4 @@
-// set_up.h: the numbers, the low-pass and the resampler of a conversion, by the formulas as they are told.
+// set_up.h: the numbers, the low-pass and the resampler of a conversion, by the formulas as they are stated.
 #pragma once
 
 #include <cmath>

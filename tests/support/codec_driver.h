@@ -123,7 +123,7 @@ void Configure(Compressor &compressor, const Image &image, const Encoding &encod
 void WriteRows(Compressor &compressor, const Image &image);
 Bytes Encode(const Codec &codec, const Image &image, const Encoding &encoding);
 
-// Decodes what the source that is set up gives. A palette is applied to its indices.
+// Decodes what the source that is set up delivers. A palette is applied to its indices.
 Image DecodeFrom(Decompressor &decompressor, const Decoding &decoding);
 Image Decode(const Codec &codec, const Bytes &file, const Decoding &decoding = {},
              std::vector<int> *warnings = nullptr);

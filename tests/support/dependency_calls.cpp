@@ -1,4 +1,4 @@
-// dependency_calls.cpp: passes calls of libsoxr and libebur128 on, and counts what they give.
+// dependency_calls.cpp: passes calls of libsoxr and libebur128 on, and counts what they return.
 #include "tests/support/dependency_calls.h"
 
 #include <atomic>

@@ -13,7 +13,7 @@
 
 namespace tonekit {
 
-// Resamplers, loudness states and open converters of texts that have not been given back.
+// Resamplers, loudness states and open converters of texts that have not been released.
 int64_t LiveResamplers();
 int64_t LiveLoudnessStates();
 int64_t LiveTextConverters(); // 0 where the system converts texts otherwise

@@ -33,8 +33,8 @@ struct AllocationRequest {
     size_t bytes;
 };
 
-// Appends each granted request from now on to *requests, and fills what malloc gives with bytes of 0xEE; null
-// ends that.
+// Appends each granted request from now on to *requests, and fills what malloc returns with bytes of 0xEE;
+// null ends that.
 void RecordAllocations(std::vector<AllocationRequest> *requests);
 
 } // namespace tonekit

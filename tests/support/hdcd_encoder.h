@@ -19,14 +19,14 @@ public:
     // Works on interleaved stereo samples in place.
     explicit HdcdEncoder(std::vector<int32_t> &samples) : samples_(samples) {}
 
-    // Hide a packet that begins on a frame; give the frame on which its code is complete. The byte of a code
-    // A is valid if its bits 3, 6 and 7 are clear; the check byte of a code B, if it is the complement of the
-    // byte.
+    // Hide a packet that begins on a frame; return the frame on which its code is complete. The byte of a
+    // code A is valid if its bits 3, 6 and 7 are clear; the check byte of a code B, if it is the complement
+    // of the byte.
     size_t CodeA(int channel, size_t frame, uint8_t byte);
     size_t CodeB(int channel, size_t frame, uint8_t byte);
     size_t CodeB(int channel, size_t frame, uint8_t byte, uint8_t check);
 
-    // Makes the decoder see any bits, the first one on top, and gives the last frame.
+    // Makes the decoder see any bits, the first one on top, and returns the last frame.
     size_t See(int channel, size_t frame, uint64_t bits, int count);
 
 private:

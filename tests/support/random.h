@@ -6,7 +6,7 @@
 
 namespace tonekit {
 
-// SplitMix64: every seed gives an independent, full-period stream.
+// SplitMix64: every seed starts an independent, full-period stream.
 class Random {
 public:
     explicit Random(uint64_t seed) : state_(seed) {}

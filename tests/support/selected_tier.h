@@ -11,7 +11,7 @@ inline constexpr uint64_t kTierWords[8] = {1, 0xEF, 0x1EF, 0x3EF, 0x17EF, 0x117E
 // The letter that plain names run: the one of this processor, or the one that SelectTestTier has set.
 char SelectedLetter();
 
-// Selects what SelectedLetter gives, after a test that selected others.
+// Selects what SelectedLetter returns, after a test that selected others.
 void RestoreSelection();
 
 // Has plain names run the tier that the variable TONEKIT_TEST_TIER names, if it is set, as if the processor's

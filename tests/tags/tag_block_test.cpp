@@ -148,7 +148,7 @@ TEST_P(TagBlockTest, EveryPieceGrowsByItself)
     EXPECT_EQ(block->capacity, 1024u + 1024u + 3001u + 4001u);
 }
 
-// The capacities are made up: only whether memory is asked for matters, and none is given.
+// The capacities are made up: only whether memory is asked for matters, and none is granted.
 TEST(TagBlockGrowth, EndsAt4GiBWithoutAskingForMemory)
 {
     uint8_t buffer[1] = {};
@@ -273,7 +273,7 @@ TEST_P(TagBlockTest, AddsDuringAWalkAreSeenByIt)
 
 TEST_P(TagBlockTest, KeysAndValuesMayComeFromTheBlockItself)
 {
-    // At the buffer's start, where the allocator writes first once the buffer has been given back.
+    // At the buffer's start, where the allocator writes first once the buffer has been released.
     tags.ID3Helper_AddStr(block, "k", "source");
     FillTo(1023);
     const char *const source = tags.ID3Helper_GetStr(block, "k");

@@ -183,7 +183,7 @@ TEST_P(TagLookupTest, TheFirstOfTwoItemsWithOneKeyWins)
 {
     Random random(5);
     Fill(random, 400, 60);
-    // Behind the library's back the same key comes again, elsewhere in the block.
+    // Without a call of the library the same key comes again, elsewhere in the block.
     const std::string whole = model.bytes;
     const std::string again = whole.substr(offsets[100], offsets[300] - offsets[100]);
     ASSERT_NO_FATAL_FAILURE(ExpectSameLookups(whole + again));

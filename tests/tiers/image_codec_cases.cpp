@@ -411,7 +411,7 @@ Bytes Transform(const Codec &codec, const Bytes &file, JXFORM_CODE code, const c
     return {data, data + size};
 }
 
-// Raw planes in and out, tables by themselves, objects given up half-way.
+// Raw planes in and out, tables by themselves, objects abandoned half-way.
 void CodeRawPlanes(const Codec &codec, Random &random, Record &record)
 {
     uint8_t samples[3][16][48];
