@@ -122,7 +122,7 @@ def convert(
     :param in_rate: rate of ``x`` in Hz
     :param out_rate: rate of the result; that of ``x`` if None
     :param channels: 1, 2, 4, 5, 6, 7 or 8 channels of the result; those of ``x`` if None. (Of 3 channels the third is
-        ignored, and ``channels`` has to be given.)
+        ignored, and ``channels`` has to be set.)
     :param dtype: sample type of the result: uint8, int16, int32, float32, float64, ``"int24"`` (24 bits in the upper three
         bytes of an int32, the lowest byte 0) or ``"packed24"`` (three little-endian bytes, a last dimension of 3 uint8)
     :param in_dtype: ``"int24"`` or ``"packed24"`` if ``x`` has 24-bit samples in one of these forms
@@ -158,9 +158,9 @@ def convert(
 class Converter:
     """Converts a stream of blocks; together the results are, to the byte, those of one :func:`convert` of the whole.
 
-    Samples come out in blocks of up to 65536 frames of the faster of both rates, so many calls of :meth:`write` return
+    Samples are returned in blocks of up to 65536 frames of the faster of both rates, so many calls of :meth:`write` return
     empty arrays, and :meth:`flush` returns the rest. (At equal rates a block has 262144 frames; where neither rate, channels
-    nor type change, frames come out at once.)
+    nor type change, frames are returned at once.)
 
     :param in_rate: rate of the blocks in Hz
     :param out_rate: rate of the result; that of the blocks if None

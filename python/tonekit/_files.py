@@ -77,7 +77,7 @@ def convert_file(src: Path, dst: Path, *, progress: Progress | None = None, **op
     :param dst: the file to make, of the type of its extension, or a folder. A file of that name is replaced in one step, and
         only when the new one is complete; after any failure it is as it was, and nothing else is left.
     :param progress: called now and then with the part that is done, 0 to 1 (0 if the file doesn't say its length), and the
-        seconds of audio done. What it raises ends the conversion and comes out here.
+        seconds of audio done. What it raises ends the conversion and is raised here.
     :param options: those of the program, by its names with ``_`` for ``-``:
 
 {OPTIONS}
@@ -121,7 +121,7 @@ def read(path: Path, *, dtype: npt.DTypeLike | str | None = None, **options: Unp
     :return: the samples, always of shape ``(frames, channels)``, and their rate
     :raises FileNotFoundError: without the file; FileError (an OSError): if it isn't audio, or breaks off
 
-    The file is converted on the way: beside the result only a few blocks are in memory.
+    The file is converted on the way: besides the result only a few blocks are in memory.
     """
     pairs = option_list(options, "read", _OF_READING)
     reader = _core.Reader(_input(path, "path"))
@@ -165,7 +165,7 @@ def write(
     )
 
 
-# Samples of an array have a rate, a name that the caller gives, and no age, and are cut by its own means.
+# Samples of an array have a rate, a name that the caller chooses, and no age, and are cut by its own means.
 _OF_WRITING = {
     name: row
     for name, row in TABLE.items()

@@ -51,7 +51,7 @@ def name_of(bits: int, is_float: bool) -> str:
 
 
 def sample_type(value: object, argument: str) -> str:
-    """The name of the sample type that a caller has given as a name, a NumPy type or a dtype."""
+    """The name of the sample type that a caller passes as a name, a NumPy type or a dtype."""
     if isinstance(value, str) and value in _FORMATS:
         return value
     try:
@@ -64,7 +64,7 @@ def sample_type(value: object, argument: str) -> str:
 
 
 def whole(value: object, argument: str) -> int:
-    """A whole number that a caller has given, also as a float without a fraction."""
+    """A whole number that a caller passes, also as a float without a fraction."""
     if isinstance(value, float) and value.is_integer():
         return int(value)
     try:

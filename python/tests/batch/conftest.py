@@ -26,7 +26,7 @@ def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item
 
 @pytest.fixture
 def archive(tmp_path: Path) -> Iterator[Path]:
-    """Twelve files of half a second in three folders, with three that are no inputs beside them."""
+    """Twelve files of half a second in three folders, with three that are no inputs next to them."""
     folder = tmp_path / "archive"
     t = np.arange(22050)
     for i in range(12):

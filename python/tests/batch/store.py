@@ -17,7 +17,7 @@ pytest.importorskip("s3fs", reason="tonekit[batch] isn't installed")
 
 
 class S3Server:
-    """moto's S3 behind a layer that spoils answers."""
+    """moto's S3 with a layer before it that spoils answers."""
 
     def __init__(self) -> None:
         from werkzeug.serving import make_server

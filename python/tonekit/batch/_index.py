@@ -55,7 +55,7 @@ class Index:
         return Booked._make(row) if row else None
 
     def take(self, name: str, source: str) -> str | None:
-        """Gives the name of a result to a source. Returns the source that has it already."""
+        """Reserves the name of a result for a source. Returns the source that has it already."""
         if self._db.execute("INSERT OR IGNORE INTO taken VALUES (?,?)", (name, source)).rowcount:
             return None
         holder: str = self._db.execute("SELECT source FROM taken WHERE name=?", (name,)).fetchone()[0]

@@ -57,7 +57,7 @@ def run(
     :param progress: shows progress on the standard error stream; None: if that is a terminal
     :param storage: arguments of fsspec's file systems, by protocol: ``{"s3": {"endpoint_url": ...}}``
     :param options: as of :func:`tonekit.convert_file`, without those about names and what is there. ``hash`` is ``"sha256"``
-        if not given. Files named in options are read on every machine.
+        if not set. Files named in options are read on every machine.
     :return: the summary: ``ok``, ``complete``, ``files``, ``done``, ``kept`` (done before), ``verified``, ``failed``,
         ``failed_before`` (and not tried again), ``repeated`` (named twice), ``dithered``, ``warnings``, ``audio_seconds``,
         ``bytes_in``, ``bytes_out``, ``seconds``, ``speed``, ``errors`` (kinds and their numbers), ``manifest``, ``report``

@@ -30,7 +30,7 @@ def printable(text: str) -> str:
 
 
 class Count:
-    """Counts all inputs aside, so that the time that is left can be told.
+    """Counts all inputs aside, so that the time that is left can be reported.
 
     :param lister: lists them
     """

@@ -22,7 +22,7 @@ _SILENT_SECONDS = 60.0
 def status(manifest: str | os.PathLike[str], *, storage: Storage | None = None) -> dict[str, Any]:
     """Reads what a manifest says, be a run going on or not.
 
-    :param manifest: its address: ``TARGET/tonekit-manifest`` unless the run was told another; TARGET works, too
+    :param manifest: its address: ``TARGET/tonekit-manifest`` unless the run was set to another; TARGET works, too
     :param storage: see :func:`tonekit.batch.run`
     :return: ``files``, ``done``, ``failed``, ``dithered``, ``audio_seconds``, ``work_seconds`` (of all workers), ``bytes_in``,
         ``bytes_out``, ``errors`` (kinds and their numbers), ``examples`` (an error of each kind), and ``runs``: the counts of
