@@ -11,7 +11,7 @@
 namespace tonekit::host {
 
 // Measures all albums of which a file is to be done, side by side, and returns the jobs with their levels. A
-// file that can't be measured counts for nothing; what is wrong with it is reported by its own work. Throws
+// file that can't be measured is left out; what is wrong with it is reported by its own work. Throws
 // Interrupted.
 std::vector<Job> WithAlbumLevels(const Options &options, const Extras &extras, const std::vector<Job> &jobs,
                                  ProgressView &view);

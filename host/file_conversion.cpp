@@ -431,8 +431,8 @@ private:
     {
         if (!options_.set.empty() || extras_.cover || extras_.chapters || options_.coverSize != 0)
             report_.warnings.push_back(std::string(kStandardOutput) +
-                                       ": no tags are written there, so --set, --cover and --chapters count "
-                                       "for nothing");
+                                       ": no tags are written there, so --set, --cover and --chapters are "
+                                       "ignored");
     }
 
     // All of the report that is known before the work.

@@ -42,7 +42,7 @@ const Container &WantedContainer(const Options &options, const fs::path &output)
     if (extension.empty())
         throw UsageError(Utf8Name(output) +
                          ": without an extension the file type is unknown: add one, or --type");
-    throw UsageError(Utf8Name(output) + ": no file type goes by ." + extension +
+    throw UsageError(Utf8Name(output) + ": no file type has the extension ." + extension +
                      ": choose another, or add --type");
 }
 

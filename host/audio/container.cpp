@@ -156,7 +156,7 @@ std::string Objection(const Container &container, const AudioFormat &format)
                std::to_string(container.maxChannels);
     // Four loudspeakers of it are three in front and one behind.
     if (container.kind == ContainerKind::Alac && format.channels == 4)
-        return "has no 4.0 with two loudspeakers behind: add --channels 2, 5 or 6";
+        return "has no 4.0 with two rear loudspeakers: add --channels 2, 5 or 6";
     const auto &rates = container.rates;
     if (!rates.empty() && std::find(rates.begin(), rates.end(), format.rate) == rates.end())
         return "can't hold " + std::to_string(format.rate) + " Hz: add --rate with " + ListOfRates(rates);

@@ -41,10 +41,10 @@ const std::vector<Container> &Containers();
 
 const Container &ContainerOf(ContainerKind kind);
 
-// The container that goes by an extension (without the dot, in any case), or null.
+// The container that has an extension (without the dot, in any case), or null.
 const Container *ContainerByExtension(std::string_view extension);
 
-// The container that --type calls so, or that goes by such an extension; null if there is none.
+// The container that --type calls so, or that has such an extension; null if there is none.
 const Container *ContainerByType(std::string_view type);
 
 // The format closest to the wanted one among those that the container holds: the same, or else the next finer

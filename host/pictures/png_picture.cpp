@@ -54,7 +54,7 @@ public:
         // What is packed in texts and colour profiles may be a thousand times as long as the file.
         const auto most = static_cast<size_t>(std::min<uint64_t>(MemoryLimit() / 8, INT32_MAX));
         Check(spng_set_chunk_limits(context_.get(), most, most));
-        // Those that aren't about the pixels count for nothing if they are damaged.
+        // Those that aren't about the pixels are ignored if they are damaged.
         Check(spng_set_crc_action(context_.get(), SPNG_CRC_ERROR, SPNG_CRC_DISCARD));
         Check(spng_set_png_buffer(context_.get(), file.data(), file.size()));
         Check(spng_get_ihdr(context_.get(), &header_));

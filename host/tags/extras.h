@@ -22,7 +22,7 @@ Extras LoadExtras(const Options &options);
 std::string ReadSmallFile(const std::string &name);
 
 // A line for each chapter: a start time (seconds, minutes:seconds or hours:minutes:seconds, with a fraction),
-// blanks and a name that may be missing. Empty lines and lines that begin with # count for nothing. Throws
+// blanks and a name that may be missing. Empty lines and lines that begin with # are ignored. Throws
 // Failure, with `name` and the line in front.
 std::vector<Chapter> ParseChapters(const std::string &text, const std::string &name);
 
