@@ -1,6 +1,6 @@
 # bill.cmake: writes the SPDX bill of materials: the library, the program and the software by others inside and next to them.
 
-# Sets RESULT to the date of this version in the changelog, so that the same source gives the same bill.
+# Sets RESULT to the date of this version in the changelog, so that the same source makes the same bill.
 function(tonekit_release_date result)
     file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md heading REGEX "^## \\[${PROJECT_VERSION}\\] - ")
     string(REGEX MATCH "[0-9]+-[0-9]+-[0-9]+$" date "${heading}")

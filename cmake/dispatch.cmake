@@ -7,7 +7,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/dispatch_list.cmake)
 
 set(TONEKIT_GENERATED ${PROJECT_BINARY_DIR}/generated)
 
-# Gives a unit other sources than PATH.tier.cpp. Called before tonekit_read_dispatch_list.
+# Sets other sources for a unit than PATH.tier.cpp. Called before tonekit_read_dispatch_list.
 function(tonekit_unit_sources unit)
     set_property(GLOBAL PROPERTY TONEKIT_UNIT_SOURCES_${unit} ${ARGN})
 endfunction()
@@ -69,7 +69,7 @@ function(tonekit_write_rows header unit letter letters)
     file(CONFIGURE OUTPUT ${header} CONTENT "${text}" @ONLY NEWLINE_STYLE LF)
 endfunction()
 
-# Joins the objects of one body into OBJECT: gives the names of the rows their suffix, inside too, and adds the names of
+# Joins the objects of one body into OBJECT: adds the suffix to the names of the rows, inside too, and adds the names of
 # the letters that share the body.
 function(tonekit_join_objects object unit target letter letters)
     get_property(tables GLOBAL PROPERTY TONEKIT_JOINED_TABLES_${unit})

@@ -78,7 +78,7 @@ function(tonekit_link_for_windows)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name} OUTPUT_VARIABLE file
             OUTPUT_STRIP_TRAILING_WHITESPACE)
         if(NOT IS_ABSOLUTE "${file}")
-            message(FATAL_ERROR "${name} is not found beside ${CMAKE_CXX_COMPILER}")
+            message(FATAL_ERROR "${name} is not found next to ${CMAKE_CXX_COMPILER}")
         endif()
         file(COPY_FILE ${file} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ONLY_IF_DIFFERENT)
         list(APPEND runtime ${file})

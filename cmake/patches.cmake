@@ -1,6 +1,6 @@
 # patches.cmake: copies fetched sources and mends them.
 
-# Copies a folder of sources to another and applies patches of the calling folder, in the order given. A patch that doesn't apply
+# Copies a folder of sources to another and applies patches of the calling folder, in their order. A patch that doesn't apply
 # exactly ends the configuration. What is there already from the same sources and patches is left alone.
 function(tonekit_patch_sources from to)
     list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE patches)

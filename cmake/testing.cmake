@@ -4,7 +4,7 @@
 set(TONEKIT_SYSTEM $<IF:$<BOOL:${WIN32}>,windows,posix>)
 
 # Wraps the C runtime's allocation for library code, so that tests can make each request fail in turn, and the calls that
-# get something from a dependency or give it back, so that tests can count what is held.
+# get something from a dependency or release it, so that tests can count what is held.
 set(TONEKIT_WRAPPED_CALLS "")
 get_property(own_soxr GLOBAL PROPERTY TONEKIT_OWN_SOXR)
 set(soxr $<IF:$<BOOL:${own_soxr}>,tonekit_soxr,soxr>)
@@ -106,7 +106,7 @@ function(tonekit_host_fuzz name)
     tonekit_run_fuzz(${name})
 endfunction()
 
-# Gives a fuzz target its main function and its test.
+# Adds the main function and the test of a fuzz target.
 function(tonekit_run_fuzz name)
     if(TONEKIT_LIBFUZZER)
         target_link_options(${name}_fuzz PRIVATE -fsanitize=fuzzer)
