@@ -7,10 +7,12 @@ namespace tonekit {
 
 namespace {
 
+// Has room for the samples that come ahead, as a caller's buffer would: measurements of speed come by here.
 template <class Output>
-std::vector<Output> Run(void *handle, const void *data, uint32_t frames)
+std::vector<Output> Run(void *handle, const void *data, uint32_t frames, uint64_t expected)
 {
     std::vector<Output> all;
+    all.reserve(expected);
     void *out = nullptr;
     uint32_t outFrames = 0;
     uint32_t outBytes = 0;
@@ -35,14 +37,16 @@ std::vector<double> ConvertDouble(const std::vector<double> &input, uint32_t inp
 {
     void *handle =
         SRC4_Init(1, 64, inputChannels, inputRate, 1, 64, outputChannels, outputRate, false, false, 0, span);
-    return Run<double>(handle, input.data(), static_cast<uint32_t>(input.size() / inputChannels));
+    const uint64_t frames = input.size() / inputChannels;
+    return Run<double>(handle, input.data(), static_cast<uint32_t>(frames),
+                       (frames * outputRate / inputRate + 1) * outputChannels);
 }
 
 std::vector<int16_t> ConvertTo16(const std::vector<double> &input, uint32_t channels, uint32_t rate,
                                  bool dither)
 {
     void *handle = SRC4_Init(1, 64, channels, rate, 0, 16, channels, rate, dither, false, 0, 0);
-    return Run<int16_t>(handle, input.data(), static_cast<uint32_t>(input.size() / channels));
+    return Run<int16_t>(handle, input.data(), static_cast<uint32_t>(input.size() / channels), input.size());
 }
 
 } // namespace tonekit
