@@ -1,14 +1,13 @@
 // base64_bench.cpp: Base64 and UU, allocation included, compared with OpenSSL's coder into ready memory and a
 // plain copy.
-#include <openssl/evp.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "benchmarks/ratio.h"
 #include "tests/support/bodies.h"
+
+#include <cstring>
+#include <openssl/evp.h>
+#include <string>
 #include <tonekit/encode.h>
+#include <vector>
 
 namespace {
 

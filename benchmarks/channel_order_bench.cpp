@@ -1,11 +1,11 @@
 // channel_order_bench.cpp: ChangeChannelOrder in each of its bodies compared with the plain loop of copies.
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "benchmarks/ratio.h"
 #include "tests/support/bodies.h"
+
+#include <cstring>
+#include <string>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace {
 

@@ -1,10 +1,5 @@
 // convert_dsp_bench.cpp: mix, limiter, dither, filter and extrapolation, each body compared with the plain
 // loop of its rule.
-#include <cmath>
-#include <memory>
-#include <utility>
-#include <vector>
-
 #include "benchmarks/ratio.h"
 #include "convert/biquad.h"
 #include "convert/dither.h"
@@ -15,6 +10,11 @@
 #include "tests/reference/lpc.h"
 #include "tests/reference/mix.h"
 #include "tests/support/bodies.h"
+
+#include <cmath>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -3,15 +3,15 @@
 // Both sides read and write the same number of bytes in all: a kernel that reads R bytes and writes W is
 // compared with a memcpy of (R + W) / 2 bytes. All buffers together take half of a second-level cache of 1
 // MiB.
-#include <cmath>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "benchmarks/ratio.h"
 #include "convert/sample_formats.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,12 +1,5 @@
 // convert_stream_bench.cpp: whole conversions compared with the bare resampler and with other converters, and
 // their quality.
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "benchmarks/peers/converters.h"
 #include "benchmarks/ratio.h"
 #include "convert/resampler.h"
@@ -16,7 +9,14 @@
 #include "tests/support/measure.h"
 #include "tests/support/random.h"
 #include "tests/support/stream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

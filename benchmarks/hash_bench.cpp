@@ -4,19 +4,18 @@
 // OpenSSL reads which instructions it may use when it is loaded. So the program runs itself once for each of
 // its tables, with OPENSSL_ia32cap set.
 #define OPENSSL_SUPPRESS_DEPRECATED
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
-#include <openssl/sha.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "benchmarks/ratio.h"
+#include "tests/encode/sha2_members.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/sha.h>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
-
-#include "benchmarks/ratio.h"
-#include "tests/encode/sha2_members.h"
 
 namespace {
 

@@ -3,19 +3,19 @@
 //
 // Decoding overwrites its input, so each turn restores it first; the peer makes the same copy and one more. A
 // row's ratio of 0.4 thus means a decoding at a quarter of the copy's speed: (1 + 1) / (1 + 4).
-#include <chrono>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "benchmarks/ratio.h"
 #include "hdcd/entries.h"
 #include "tests/support/bodies.h"
 #include "tests/support/hdcd_encoder.h"
 #include "tests/support/random.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
 #include <tonekit/hdcd.h>
+#include <vector>
 
 namespace {
 

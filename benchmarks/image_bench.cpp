@@ -1,6 +1,4 @@
 // image_bench.cpp: the bitmap resampler compared with Pillow and libswscale, each on one thread.
-#include <Python.h> // first, as it asks
-
 #include "benchmarks/ratio.h"
 #include "frame/dispatch.h"
 #include "image/filters.h"
@@ -8,6 +6,7 @@
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
 
+#include <Python.h> // first, as it asks
 #include <cstdlib>
 #include <memory>
 

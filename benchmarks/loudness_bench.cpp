@@ -1,10 +1,10 @@
 // loudness_bench.cpp: a ReplayGain measurement compared with bare libebur128.
+#include "benchmarks/ratio.h"
+#include "tests/support/random.h"
+
 #include <ebur128.h>
 #include <tonekit/loudness.h>
 #include <vector>
-
-#include "benchmarks/ratio.h"
-#include "tests/support/random.h"
 
 namespace {
 

@@ -4,19 +4,18 @@
 // between our action and its peer and reports the median of the ratios of neighbouring turns.
 #pragma once
 
+#include "frame/dispatch.h"
+#include "frame/platform.h"
+#include "tests/support/measured_rows.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
-#include <vector>
-
 #include <sys/resource.h>
 #include <time.h>
-
-#include "frame/dispatch.h"
-#include "frame/platform.h"
-#include "tests/support/measured_rows.h"
+#include <vector>
 
 namespace tonekit {
 

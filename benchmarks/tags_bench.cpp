@@ -1,12 +1,12 @@
 // tags_bench.cpp: lookups in a tag block compared with one pass of memchr over the same bytes.
-#include <cstring>
-#include <string>
-#include <tonekit/tags.h>
-
 #include "benchmarks/ratio.h"
 #include "tags/tag_block.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <cstring>
+#include <string>
+#include <tonekit/tags.h>
 
 namespace {
 

@@ -3,6 +3,8 @@
 //
 // Ours finds the end, allocates, converts and releases. iconv's converter is opened once; for short text it,
 // too, allocates. ICU is given the length and memory that is there already.
+#include "benchmarks/ratio.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <iconv.h>
@@ -11,8 +13,6 @@
 #include <tonekit/encode.h>
 #include <unicode/ustring.h>
 #include <vector>
-
-#include "benchmarks/ratio.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 // biquad_run.tier.cpp: runs samples through a second-order filter section.
 #include "convert/biquad.h"
 #include "frame/tier.h"
+
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {

@@ -1,5 +1,6 @@
 // channel_order.tier.cpp: permutes interleaved channels in place.
 #include "frame/tier.h"
+
 #include <tonekit/convert.h>
 
 namespace tonekit::TONEKIT_TIER {

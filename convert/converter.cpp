@@ -1,9 +1,9 @@
 // converter.cpp: the operations of the converters that are not on the hot path.
-#include <tonekit/convert.h>
-
 #include "convert/dither.h"
 #include "convert/resampler.h"
 #include "frame/allocator.h"
+
+#include <tonekit/convert.h>
 
 CSampleRateConverter3::~CSampleRateConverter3()
 {

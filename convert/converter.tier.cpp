@@ -1,12 +1,11 @@
 // converter.tier.cpp: constructing, setting up, copying and reading converters. What is set up here runs on
 // this tier's kernels.
-#include "frame/tier.h"
-
-#include <cstring>
-
 #include "convert/kernel_choice.h"
 #include "convert/resample.h"
 #include "convert/set_up.h"
+#include "frame/tier.h"
+
+#include <cstring>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,5 +1,6 @@
 // dither.tier.cpp: dithers a channel of a block in one of three modes.
 #include "convert/dither.h"
+
 #include "convert/dither_noise.h"
 #include "convert/lanes.h"
 #include "frame/tier.h"

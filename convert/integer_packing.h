@@ -3,11 +3,10 @@
 // Included by tier units only.
 #pragma once
 
+#include "convert/lanes.h"
 #include "frame/tier.h"
 
 #include <immintrin.h>
-
-#include "convert/lanes.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,10 +1,9 @@
 // kernel_choice.h: the kernels of the tier that includes it, and their choice by format code and bits.
 #pragma once
 
-#include "frame/tier.h"
-
 #include "convert/sample_formats.h"
 #include "convert/set_up.h"
+#include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,9 +1,8 @@
 // load_float.tier.cpp: load kernels for floating point, and those that give silence.
-#include "frame/tier.h"
-
 #include "convert/alignment.h"
 #include "convert/sample_formats.h"
 #include "frame/packed_samples.h"
+#include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,11 +1,10 @@
 // load_integer.tier.cpp: load kernels for integer PCM.
-#include "frame/tier.h"
-
-#include <immintrin.h>
-
 #include "convert/alignment.h"
 #include "convert/sample_formats.h"
 #include "frame/packed_samples.h"
+#include "frame/tier.h"
+
+#include <immintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,9 +1,11 @@
 // lpc.tier.cpp: predicts audio beyond both ends of a stretch, from the stretch's autocorrelation.
 #include "convert/lpc.h"
+
 #include "convert/lpc_faint.h"
 #include "convert/row.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
+
 #include <cstddef>
 
 namespace tonekit::TONEKIT_TIER {

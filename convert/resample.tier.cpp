@@ -1,15 +1,15 @@
 // resample.tier.cpp: the pass that takes one block from the input encoding to the output encoding.
-#include "frame/tier.h"
-
-#include <cstring>
+#include "convert/resample.h"
 
 #include "convert/biquad.h"
 #include "convert/dither.h"
 #include "convert/lpc.h"
 #include "convert/mix.h"
-#include "convert/resample.h"
 #include "convert/resampler.h"
 #include "frame/settings.h"
+#include "frame/tier.h"
+
+#include <cstring>
 
 namespace tonekit::TONEKIT_TIER {
 

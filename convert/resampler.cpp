@@ -4,7 +4,6 @@
 #endif
 
 #include "convert/resampler.h"
-
 #include "frame/settings.h"
 
 #ifdef TONEKIT_OWN_SOXR

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <soxr.h>
 
 namespace tonekit {

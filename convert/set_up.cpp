@@ -1,18 +1,18 @@
 // set_up.cpp: derives a converter's numbers from its arguments and allocates its buffers.
 #include "convert/set_up.h"
 
-#include <cstddef>
-#include <cstring>
-#include <limits>
-#include <new>
-#include <numeric>
-
 #include "convert/biquad.h"
 #include "convert/dither.h"
 #include "convert/mix.h"
 #include "convert/resampler.h"
 #include "frame/allocator.h"
 #include "frame/settings.h"
+
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <numeric>
 
 namespace tonekit {
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <tonekit/convert.h>
 
 namespace tonekit {

@@ -1,10 +1,9 @@
 // store_float.tier.cpp: store kernels for floating point, and the one that writes nothing.
-#include "frame/tier.h"
-
 #include "convert/alignment.h"
 #include "convert/lanes.h"
 #include "convert/sample_formats.h"
 #include "frame/packed_samples.h"
+#include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -3,13 +3,12 @@
 // Samples go in groups. To 16 and 24 bits a group is first rounded without limits; where that shows a sample
 // beyond what the packing can take, this group and some that follow are done with them. Each kernel ends with
 // single samples, whose functions state the rules as they are.
-#include "frame/tier.h"
-
 #include "convert/alignment.h"
 #include "convert/integer_packing.h"
 #include "convert/lanes.h"
 #include "convert/sample_formats.h"
 #include "frame/packed_samples.h"
+#include "frame/tier.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -2,6 +2,7 @@
 #include "encode/utf.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -1,14 +1,12 @@
 // base64.tier.cpp: Base64 of RFC 4648 with the standard alphabet.
-#include <tonekit/encode.h>
-
 #include "encode/groups.h"
 #include "encode/lanes.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 
-#include <immintrin.h>
-
 #include <cstddef>
+#include <immintrin.h>
+#include <tonekit/encode.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -2,6 +2,7 @@
 #include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <tonekit/encode.h>

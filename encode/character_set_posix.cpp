@@ -1,10 +1,10 @@
 // character_set_posix.cpp: picks the converter for a character set's name.
 #include "encode/character_set.h"
 
-#include <strings.h>
-
 #include "encode/compose.h"
 #include "encode/new_text.h"
+
+#include <strings.h>
 
 namespace tonekit {
 namespace {

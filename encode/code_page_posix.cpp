@@ -1,9 +1,9 @@
 // code_page_posix.cpp: finds the locale's character set and picks the code that converts it.
 #include "encode/code_page.h"
 
-#include <langinfo.h>
-
 #include "encode/character_set.h"
+
+#include <langinfo.h>
 
 namespace tonekit {
 

@@ -1,9 +1,9 @@
 // code_page_windows.cpp: lets Windows do the four conversion steps.
 #include "encode/code_page.h"
 
-#include <windows.h>
-
 #include "encode/new_text.h"
+
+#include <windows.h>
 
 namespace tonekit {
 namespace {

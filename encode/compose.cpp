@@ -1,10 +1,10 @@
 // compose.cpp: joins characters and combining marks to precomposed characters.
 #include "encode/compose.h"
 
-#include <algorithm>
-
 #include "encode/composition_table.h"
 #include "frame/utf16.h"
+
+#include <algorithm>
 
 namespace tonekit {
 namespace {

@@ -1,14 +1,13 @@
 // iconv_text.cpp: makes new texts of any character set that the system's iconv knows, and of UTF-16, from
 // each other.
 #include "encode/character_set.h"
+#include "encode/new_text.h"
+#include "frame/utf16.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iconv.h>
-
-#include "encode/new_text.h"
-#include "frame/utf16.h"
 
 namespace tonekit {
 namespace {

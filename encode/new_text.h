@@ -1,10 +1,10 @@
 // new_text.h: memory for texts that are returned to callers.
 #pragma once
 
+#include "frame/allocator.h"
+
 #include <cstddef>
 #include <memory>
-
-#include "frame/allocator.h"
 
 namespace tonekit {
 

@@ -1,7 +1,7 @@
 // release.cpp: the one routine that releases what this family returns, and its four names.
-#include <tonekit/encode.h>
-
 #include "frame/allocator.h"
+
+#include <tonekit/encode.h>
 
 void UNC_freeStr(void *text)
 {

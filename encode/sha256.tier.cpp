@@ -1,14 +1,12 @@
 // sha256.tier.cpp: SHA-224 and SHA-256, and HMAC over them.
-#include <tonekit/encode.h>
-
 #include "encode/hmac_message.h"
 #include "encode/sha2_message.h"
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
-#include <emmintrin.h>
-
 #include <cstddef>
+#include <emmintrin.h>
+#include <tonekit/encode.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,14 +1,12 @@
 // sha512.tier.cpp: SHA-384 and SHA-512, and HMAC over them.
-#include <tonekit/encode.h>
-
 #include "encode/hmac_message.h"
 #include "encode/sha2_message.h"
 #include "encode/sha2_transform.h"
 #include "frame/tier.h"
 
-#include <emmintrin.h>
-
 #include <cstddef>
+#include <emmintrin.h>
+#include <tonekit/encode.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,8 +1,8 @@
 // text.cpp: the exported conversions of zero-terminated text.
-#include <tonekit/encode.h>
-
 #include "encode/code_page.h"
 #include "encode/new_text.h"
+
+#include <tonekit/encode.h>
 
 using tonekit::OwnedText;
 

@@ -1,6 +1,7 @@
 // utf16_length.tier.cpp: finds the end of UTF-16 text, and sees on the way which bits its units have.
 #include "encode/utf.h"
 #include "frame/tier.h"
+
 #include <cstdint>
 #include <cstring>
 #include <emmintrin.h>

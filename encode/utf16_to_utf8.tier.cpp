@@ -4,6 +4,7 @@
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include "frame/utf16.h"
+
 #include <cstdint>
 #include <cstring>
 

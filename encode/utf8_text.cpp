@@ -1,11 +1,10 @@
 // utf8_text.cpp: makes new texts of UTF-8 and UTF-16 from each other, with U+FFFD for what is ill-formed.
 #include "encode/character_set.h"
+#include "encode/new_text.h"
+#include "encode/utf.h"
 
 #include <algorithm>
 #include <cstring>
-
-#include "encode/new_text.h"
-#include "encode/utf.h"
 
 namespace tonekit {
 namespace {

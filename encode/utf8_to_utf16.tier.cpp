@@ -3,6 +3,7 @@
 #include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
+
 #include <cstdint>
 #include <cstring>
 

@@ -3,6 +3,7 @@
 #include "encode/utf.h"
 #include "frame/tier.h"
 #include "frame/utf16.h"
+
 #include <cstddef>
 #include <cstdint>
 

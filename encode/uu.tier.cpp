@@ -1,15 +1,13 @@
 // uu.tier.cpp: the UU packing, which keeps the low six bits of each byte in place and gathers the top bits
 // after them.
-#include <tonekit/encode.h>
-
 #include "encode/groups.h"
 #include "encode/lanes.h"
 #include "frame/allocator.h"
 #include "frame/tier.h"
 
-#include <immintrin.h>
-
 #include <cstddef>
+#include <immintrin.h>
+#include <tonekit/encode.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,8 +1,10 @@
 // windows_1252.tier.cpp: converts between windows-1252 and UTF-16.
 #include "encode/windows_1252.h"
+
 #include "encode/lanes.h"
 #include "frame/tier.h"
 #include "frame/utf16.h"
+
 #include <cstdint>
 
 namespace tonekit::TONEKIT_TIER {

@@ -1,11 +1,10 @@
 // windows_1252_text.cpp: makes new texts of windows-1252 and UTF-16 from each other.
 #include "encode/character_set.h"
-
-#include <cstring>
-
 #include "encode/new_text.h"
 #include "encode/windows_1252.h"
 #include "frame/utf16.h"
+
+#include <cstring>
 
 namespace tonekit {
 namespace {

@@ -1,9 +1,9 @@
 // dispatch.h: writes the slots through which exported and dispatched functions reach their bodies.
 #pragma once
 
-#include <cstdint>
-
 #include "frame/processor.h"
+
+#include <cstdint>
 
 namespace tonekit {
 

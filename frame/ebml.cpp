@@ -1,7 +1,7 @@
 // ebml.cpp: the file test for the EBML header identifier.
-#include <cstring>
-
 #include "frame/platform.h"
+
+#include <cstring>
 
 namespace {
 

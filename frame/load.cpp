@@ -1,9 +1,9 @@
 // load.cpp: what happens when a process loads the library and when it ends.
-#include <cstdlib>
-
 #include "frame/dispatch.h"
 #include "frame/global_lock.h"
 #include "frame/platform.h"
+
+#include <cstdlib>
 
 namespace tonekit {
 

@@ -1,9 +1,9 @@
 // platform.h: what the library asks of the operating system and of the machine. frame/platform/ answers.
 #pragma once
 
-#include <cstdio>
-
 #include "frame/processor.h"
+
+#include <cstdio>
 #include <tonekit/frame.h>
 
 namespace tonekit {

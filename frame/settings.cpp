@@ -3,7 +3,6 @@
 #include "frame/settings.h"
 
 #include <atomic>
-
 #include <tonekit/frame.h>
 
 namespace tonekit {

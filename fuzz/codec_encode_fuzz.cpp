@@ -1,9 +1,9 @@
 // codec_encode_fuzz.cpp: encodes small pictures with settings that the input chooses, and decodes them again.
 // All bodies must write the same file; nothing may crash, and what is written has the size of the picture.
-#include <algorithm>
-
 #include "fuzz/input_bytes.h"
 #include "tests/support/codec_driver.h"
+
+#include <algorithm>
 
 namespace tonekit::codec {
 namespace {

@@ -3,11 +3,10 @@
 // end.
 #include "tests/support/codec_driver.h"
 
-#include <tonekit/codec/transupp.h>
-#include <tonekit/image.h>
-
 #include <algorithm>
 #include <cstdlib>
+#include <tonekit/image.h>
+#include <tonekit/codec/transupp.h>
 
 namespace tonekit::codec {
 namespace {

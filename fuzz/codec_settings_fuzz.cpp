@@ -3,14 +3,14 @@
 // bodies must agree; nothing may crash or read too far.
 //
 // The first bytes are the settings; the file follows.
+#include "fuzz/input_bytes.h"
+#include "tests/support/codec_driver.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-
-#include "fuzz/input_bytes.h"
-#include "tests/support/codec_driver.h"
-#include <tonekit/codec/transupp.h>
 #include <tonekit/image.h>
+#include <tonekit/codec/transupp.h>
 
 namespace tonekit::codec {
 namespace {

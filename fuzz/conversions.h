@@ -2,16 +2,16 @@
 // chunks. What the targets of whole conversions share.
 #pragma once
 
+#include "convert/dither.h"
+#include "fuzz/input_bytes.h"
+#include "tests/support/bodies.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
-#include <vector>
-
-#include "convert/dither.h"
-#include "fuzz/input_bytes.h"
-#include "tests/support/bodies.h"
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit::fuzz {
 

@@ -1,11 +1,11 @@
 // ebml_fuzz.cpp: asks whether a file of arbitrary bytes begins with the EBML identifier, and asks for files
 // of arbitrary names.
+#include "fuzz/input_bytes.h"
+#include "fuzz/memory_file.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
-
-#include "fuzz/input_bytes.h"
-#include "fuzz/memory_file.h"
 #include <tonekit/frame.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)

@@ -1,10 +1,10 @@
 // every_body.h: the bodies of a dispatched function that run on this processor, each of them once.
 #pragma once
 
+#include "tests/support/bodies.h"
+
 #include <algorithm>
 #include <vector>
-
-#include "tests/support/bodies.h"
 
 namespace tonekit::fuzz {
 

@@ -3,12 +3,6 @@
 //
 // Each byte takes an action and its operand: a block of frames to decode, a packet to hide, a change of mode,
 // of format or of what is logged.
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "fuzz/every_body.h"
 #include "fuzz/input_bytes.h"
 #include "hdcd/decoder.h"
@@ -17,7 +11,13 @@
 #include "hdcd/entries.h"
 #include "tests/reference/hdcd_model.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
 #include <tonekit/hdcd.h>
+#include <vector>
 
 namespace {
 

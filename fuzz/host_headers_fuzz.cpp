@@ -1,10 +1,6 @@
 // host_headers_fuzz.cpp: what reads and changes headers by itself, on arbitrary files: completeness, open
 // sizes of streams, the lengths of AIFF files, cue sheets in FLAC files, sizes that are set afterwards,
 // samples without a header, and audio that comes through a pipe.
-#include <algorithm>
-#include <optional>
-#include <vector>
-
 #include "fuzz/memory_file.h"
 #include "host/audio/aiff_lengths.h"
 #include "host/audio/audio_reader.h"
@@ -14,6 +10,10 @@
 #include "host/system/failure.h"
 #include "host/system/memory_bytes.h"
 #include "host/tags/flac_cue_sheet.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
 
 namespace {
 

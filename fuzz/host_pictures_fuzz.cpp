@@ -1,7 +1,5 @@
 // host_pictures_fuzz.cpp: the program's readers of pictures on arbitrary files. They may refuse with Failure,
 // and nothing else; what they accept has the size that its header says.
-#include <vector>
-
 #include "fuzz/input_bytes.h"
 #include "host/pictures/bmp_picture.h"
 #include "host/pictures/jpeg_picture.h"
@@ -9,6 +7,8 @@
 #include "host/pictures/png_picture.h"
 #include "host/system/failure.h"
 #include "host/tags/cover.h"
+
+#include <vector>
 
 namespace {
 

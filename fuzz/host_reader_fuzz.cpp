@@ -1,12 +1,12 @@
 // host_reader_fuzz.cpp: the program's reader of audio files and its look at their completeness, on arbitrary
 // files. Refusals are Failure and nothing else.
-#include <vector>
-
 #include "fuzz/memory_file.h"
 #include "host/audio/audio_reader.h"
 #include "host/audio/completeness.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
+
+#include <vector>
 
 namespace {
 

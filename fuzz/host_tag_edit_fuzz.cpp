@@ -1,17 +1,17 @@
 // host_tag_edit_fuzz.cpp: the tags of arbitrary files changed in place and replaced, as each kind of file.
 // Refusals are Failure or warnings. A text that was set is there afterwards, and what was read of a changed
 // file can be read of it again.
-#include <algorithm>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "fuzz/memory_file.h"
 #include "host/audio/audio_reader.h"
 #include "host/system/failure.h"
 #include "host/tags/tag_editor.h"
 #include "host/tags/tag_reader.h"
 #include "host/tags/tag_writer.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // host_tags_fuzz.cpp: the tags of arbitrary files, read as each kind of file into a tag block. Refusals are
 // Failure or warnings, and the block can be walked afterwards.
-#include <string>
-#include <vector>
-
 #include "fuzz/memory_file.h"
 #include "host/system/failure.h"
 #include "host/tags/tag_reader.h"
+
+#include <string>
 #include <tonekit/tags.h>
+#include <vector>
 
 namespace {
 

@@ -1,10 +1,6 @@
 // host_texts_fuzz.cpp: arbitrary text as a list of chapters, as the values of reports and descriptions of any
 // kind, and on its way to the terminal. What is written as JSON has balanced brackets and quotes, and no byte
 // below a blank but line ends.
-#include <limits>
-#include <optional>
-#include <string>
-
 #include "fuzz/input_bytes.h"
 #include "host/file_info.h"
 #include "host/report/json.h"
@@ -12,6 +8,10 @@
 #include "host/system/failure.h"
 #include "host/system/terminal_text.h"
 #include "host/tags/extras.h"
+
+#include <limits>
+#include <optional>
+#include <string>
 
 namespace {
 

@@ -1,9 +1,6 @@
 // host_words_fuzz.cpp: arbitrary text as what people write for the program: cue sheets, templates of file
 // names, times, descriptions of headerless samples and values of options. Refusals are Failure or UsageError,
 // and what is read and written again is the same.
-#include <string>
-#include <vector>
-
 #include "fuzz/input_bytes.h"
 #include "host/audio/raw_format.h"
 #include "host/audio/time_text.h"
@@ -13,6 +10,9 @@
 #include "host/system/paths.h"
 #include "host/tags/cue_sheet.h"
 #include "host/tags/tag_block.h"
+
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // jpeg_hooks_fuzz.cpp: the codec over hooks that give and take what they like: few bytes, none, more than
 // there is room for, exceptions, and no hooks at all. All bodies must see the same; nothing may crash.
-#include <algorithm>
-#include <stdexcept>
-
 #include "fuzz/input_bytes.h"
 #include "tests/support/codec_driver.h"
+
+#include <algorithm>
+#include <stdexcept>
 #include <tonekit/image.h>
 
 namespace tonekit::codec {

@@ -1,15 +1,15 @@
 // kernels_fuzz.cpp: samples of any bits at any address through each load and store kernel and through changes
 // of the channels' order, in every body, against the model.
-#include <cstddef>
-#include <cstring>
-#include <vector>
-
 #include "convert/sample_formats.h"
 #include "fuzz/equal_samples.h"
 #include "fuzz/every_body.h"
 #include "fuzz/input_bytes.h"
 #include "tests/reference/sample_formats.h"
+
+#include <cstddef>
+#include <cstring>
 #include <tonekit/frame.h>
+#include <vector>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // loudness_fuzz.cpp: measures samples of any value in blocks, with changes of format in between. The frames
 // are counted, and the sample peak of an unchanged stream is its largest magnitude.
+#include "fuzz/input_bytes.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <vector>
-
-#include "fuzz/input_bytes.h"
 #include <tonekit/loudness.h>
+#include <vector>
 
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::Require;

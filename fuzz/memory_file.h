@@ -1,13 +1,13 @@
 // memory_file.h: a file that lives in memory and has a path, for targets that open files by name.
 #pragma once
 
+#include "fuzz/input_bytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include "fuzz/input_bytes.h"
 
 namespace tonekit::fuzz {
 

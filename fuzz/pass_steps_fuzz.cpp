@@ -1,11 +1,6 @@
 // pass_steps_fuzz.cpp: what a conversion does between load and store, with samples of any bits: the mix with
 // and without the limiter, dither, the filter section in its eight designs, and the prediction beyond both
 // ends. All of it in every body against the model.
-#include <cmath>
-#include <cstddef>
-#include <cstring>
-#include <vector>
-
 #include "convert/biquad.h"
 #include "convert/dither.h"
 #include "convert/lpc.h"
@@ -18,6 +13,11 @@
 #include "tests/reference/lpc.h"
 #include "tests/reference/mix.h"
 #include "tests/reference/sample_formats.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <vector>
 
 namespace {
 

@@ -1,14 +1,14 @@
 // printable_calls.h: what the fuzz targets of UU and Base64 share.
 #pragma once
 
+#include "tests/support/bodies.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <vector>
-
-#include "tests/support/bodies.h"
 #include <tonekit/encode.h>
+#include <vector>
 
 using Bytes = std::vector<uint8_t>;
 

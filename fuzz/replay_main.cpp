@@ -1,4 +1,6 @@
 // replay_main.cpp: runs a fuzz target over files, folders of files, and random mutations of what it has read.
+#include "tests/support/random.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -7,8 +9,6 @@
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include "tests/support/random.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 

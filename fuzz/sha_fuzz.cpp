@@ -5,11 +5,11 @@
 //
 // The first byte is the size of the key, which follows, and then the message. The message's own bytes say
 // where it is cut, and its last byte says which member of the family it goes to.
+#include "tests/encode/sha2_members.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
-
-#include "tests/encode/sha2_members.h"
 
 namespace {
 

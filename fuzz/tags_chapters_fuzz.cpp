@@ -1,14 +1,14 @@
 // tags_chapters_fuzz.cpp: chapters and numbers put into a tag block of arbitrary bytes and read again; the
 // names of chapter keys, in every body.
-#include <algorithm>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "fuzz/input_bytes.h"
 #include "tags/tag_block.h"
 #include "tests/support/bodies.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
 #include <tonekit/tags.h>
+#include <vector>
 
 namespace {
 

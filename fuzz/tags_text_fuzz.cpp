@@ -1,14 +1,14 @@
 // tags_text_fuzz.cpp: the readers of times, chapter keys and numbers on arbitrary text, compared with the C
 // library's.
+#include "tags/decimal.h"
+#include "tags/time_text.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <tonekit/tags.h>
-
-#include "tags/decimal.h"
-#include "tags/time_text.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // tags_walk_fuzz.cpp: reads blocks of arbitrary bytes, adds to them, and holds every answer against the
 // model.
+#include "tags/tag_block.h"
+#include "tests/reference/tag_block_model.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <tonekit/tags.h>
-
-#include "tags/tag_block.h"
-#include "tests/reference/tag_block_model.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // text_fuzz.cpp: the text conversions on arbitrary bytes, compared with the character-by-character model.
 //
 // The first byte chooses a character set for the conversions through the system; the rest is the text.
+#include "encode/character_set.h"
+#include "tests/reference/utf_model.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <tonekit/encode.h>
-
-#include "encode/character_set.h"
-#include "tests/reference/utf_model.h"
 
 namespace {
 

@@ -7,7 +7,6 @@
 // alone, up to the step that holds a prefix; that one is read look by look.
 #include "frame/packed_samples.h"
 #include "frame/tier.h"
-
 #include "hdcd/entries.h"
 #include "hdcd/hdcd_log.h"
 #include "hdcd/hdcd_state.h"

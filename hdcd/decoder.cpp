@@ -1,13 +1,13 @@
 // decoder.cpp: a decoder's life, and the decoding of a block in place.
-#include <tonekit/hdcd.h>
-
 #include "hdcd/decoder.h"
+
 #include "hdcd/detection.h"
 #include "hdcd/entries.h"
 #include "hdcd/hdcd_log.h"
 
 #include <cstdlib>
 #include <initializer_list>
+#include <tonekit/hdcd.h>
 
 using namespace tonekit;
 

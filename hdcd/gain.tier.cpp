@@ -1,7 +1,6 @@
 // gain.tier.cpp: scales samples, extends peaks and applies the gain ramp.
 #include "frame/packed_samples.h"
 #include "frame/tier.h"
-
 #include "hdcd/entries.h"
 #include "hdcd/gain_ramp.h"
 #include "hdcd/hdcd_tables.h"

@@ -3,7 +3,6 @@
 
 #include <cstdarg>
 #include <cstdint>
-
 #include <tonekit/hdcd.h>
 
 namespace tonekit {

@@ -6,9 +6,9 @@
     #include <immintrin.h>
 #endif
 
-#include <cstdint>
-
 #include "hdcd/hdcd_state.h"
+
+#include <cstdint>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -3,7 +3,6 @@
 // The scan goes one frame ahead of the gain stage, so that the frame that completes a code, or on which a
 // timer lapses, is the first to be heard under the new control.
 #include "frame/tier.h"
-
 #include "hdcd/analyze.h"
 #include "hdcd/entries.h"
 #include "hdcd/gain_ramp.h"

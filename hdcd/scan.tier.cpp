@@ -1,15 +1,13 @@
 // scan.tier.cpp: looks for HDCD in a block by following what its decoding would do.
 #include "frame/packed_samples.h"
 #include "frame/tier.h"
-
 #include "hdcd/detection.h"
 #include "hdcd/entries.h"
-
-#include <emmintrin.h>
 
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <emmintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,9 +1,8 @@
 // jpeg_hooks.cpp: keeps the application's read and write hook.
 #include "image/jpeg_hooks.h"
 
-#include <tonekit/image.h>
-
 #include <atomic>
+#include <tonekit/image.h>
 
 namespace tonekit {
 

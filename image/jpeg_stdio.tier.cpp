@@ -3,13 +3,10 @@
 // One body serves all letters: a manager is known by the address of its init function, and an object that one
 // body has set up must be known to the next.
 #include "frame/tier.h"
-
 #include "image/jpeg_hooks.h"
 
 #include <stdio.h>
-
 #include <tonekit/codec/jpeglib.h>
-
 #include <tonekit/codec/jerror.h>
 
 namespace tonekit::TONEKIT_TIER {

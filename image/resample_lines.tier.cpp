@@ -1,9 +1,9 @@
 // resample_lines.tier.cpp: weighs the pixels of each line with the contribution list. Every byte is a sum of
 // its own, in double and in list order; the speed comes from working four bytes and several lines side by
 // side.
-#include "frame/tier.h"
-
 #include "image/resample_lines.h"
+
+#include "frame/tier.h"
 
 #include <cstring>
 #include <immintrin.h>

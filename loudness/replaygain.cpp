@@ -1,9 +1,9 @@
 // replaygain.cpp: measures the loudness of a track with libebur128.
-#include <cmath>
-#include <limits>
-
 #include "frame/allocator.h"
 #include "loudness/state.h"
+
+#include <cmath>
+#include <limits>
 
 namespace {
 

@@ -1,6 +1,5 @@
 // chapter_lookup.tier.cpp: counts the chapters of a tag block and finds their positions and names.
 #include "frame/tier.h"
-
 #include "tags/item.h"
 
 namespace tonekit::TONEKIT_TIER {

@@ -1,9 +1,9 @@
 // chapters.cpp: stores chapters in a tag block as pairs of a position text and a name text.
-#include <cstring>
-
 #include "tags/decimal.h"
 #include "tags/tag_block.h"
 #include "tags/time_text.h"
+
+#include <cstring>
 
 using namespace tonekit;
 

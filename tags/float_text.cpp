@@ -1,11 +1,11 @@
 // float_text.cpp: reads floating-point numbers from text, alike under every locale.
 #include "tags/float_text.h"
 
+#include "tags/decimal.h"
+
 #include <algorithm>
 #include <charconv>
 #include <limits>
-
-#include "tags/decimal.h"
 
 namespace tonekit {
 

@@ -1,9 +1,9 @@
 // item.h: finds the parts of an item without ever leaving the bytes in use, however torn the items are.
 #pragma once
 
-#include <cstring>
-
 #include "tags/tag_block.h"
+
+#include <cstring>
 
 namespace tonekit {
 namespace {

@@ -3,13 +3,12 @@
 #pragma once
 
 #include "frame/tier.h"
-
-#include <cstring>
-#include <emmintrin.h>
-
 #include "tags/count_zeros.h"
 #include "tags/item.h"
 #include "tags/wanted_key.h"
+
+#include <cstring>
+#include <emmintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {

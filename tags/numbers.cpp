@@ -1,8 +1,8 @@
 // numbers.cpp: stores numbers as decimal text in a tag block, and reads them back.
-#include <cstring>
-
 #include "tags/decimal.h"
 #include "tags/tag_block.h"
+
+#include <cstring>
 
 using namespace tonekit;
 

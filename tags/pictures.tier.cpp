@@ -1,9 +1,8 @@
 // pictures.tier.cpp: stores pictures in a tag block and finds them again.
 #include "frame/tier.h"
+#include "tags/item.h"
 
 #include <cstring>
-
-#include "tags/item.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,10 +1,9 @@
 // position.tier.cpp: turns time strings and sample counts into positions of 100 nanoseconds, and back into
 // samples.
 #include "frame/tier.h"
+#include "tags/time_text.h"
 
 #include <cmath>
-
-#include "tags/time_text.h"
 
 namespace tonekit::TONEKIT_TIER {
 

@@ -1,9 +1,9 @@
 // tag_block.cpp: makes and releases tag blocks and appends pieces of items to them.
 #include "tags/tag_block.h"
 
-#include <cstring>
-
 #include "tags/local_heap.h"
+
+#include <cstring>
 
 namespace tonekit {
 

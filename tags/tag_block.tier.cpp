@@ -1,10 +1,9 @@
 // tag_block.tier.cpp: adds texts to a tag block, and copies whole blocks.
 #include "frame/tier.h"
-
-#include <cstring>
-
 #include "tags/item.h"
 #include "tags/local_heap.h"
+
+#include <cstring>
 
 namespace tonekit::TONEKIT_TIER {
 

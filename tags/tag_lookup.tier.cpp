@@ -7,7 +7,6 @@
 // item, then no item has a third, and every length is what the texts make it. If it has more or fewer, the
 // run is walked again text by text.
 #include "frame/tier.h"
-
 #include "tags/count_zeros.h"
 #include "tags/item.h"
 #include "tags/lane_walk.h"

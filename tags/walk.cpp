@@ -1,8 +1,8 @@
 // walk.cpp: delivers the visible text items of a tag block one by one.
-#include <cstring>
-
 #include "tags/decimal.h"
 #include "tags/item.h"
+
+#include <cstring>
 
 using namespace tonekit;
 

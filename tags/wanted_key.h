@@ -2,10 +2,9 @@
 #pragma once
 
 #include "frame/tier.h"
+#include "tags/item.h"
 
 #include <cstring>
-
-#include "tags/item.h"
 
 namespace tonekit::TONEKIT_TIER {
 namespace {

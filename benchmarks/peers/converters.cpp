@@ -7,10 +7,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <stdexcept>
-
 #include <samplerate.h>
 #include <speex/speex_resampler.h>
+#include <stdexcept>
 #include <unistd.h>
 #include <zita-resampler/resampler.h>
 extern "C" {

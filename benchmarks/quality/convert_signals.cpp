@@ -1,5 +1,12 @@
 // convert_signals.cpp: converts test signals from standard input with a named converter, or measures its
 // speed.
+#include "benchmarks/peers/converters.h"
+#include "convert/resampler.h"
+#include "tests/reference/set_up.h"
+#include "tests/support/bodies.h"
+#include "tests/support/random.h"
+#include "tests/support/stream.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -9,17 +16,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
-
 #include <sys/resource.h>
-
-#include "benchmarks/peers/converters.h"
-#include "convert/resampler.h"
-#include "tests/reference/set_up.h"
-#include "tests/support/bodies.h"
-#include "tests/support/random.h"
-#include "tests/support/stream.h"
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,13 +1,13 @@
 // kept_filters.cpp: which filters are kept, who uses them, and which make room for others.
 #include "convert/soxr/kept_filters.h"
 
+#include "convert/soxr/resampler_memory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <utility>
-
-#include "convert/soxr/resampler_memory.h"
 
 namespace tonekit {
 

@@ -3,9 +3,9 @@
 #ifndef TONEKIT_SOXR_LIBSOXR_H
 #define TONEKIT_SOXR_LIBSOXR_H
 
-#include <stdlib.h>
-
 #include "names.h"
+
+#include <stdlib.h>
 
 void *tonekit_soxr_malloc(size_t bytes);
 void *tonekit_soxr_calloc(size_t count, size_t bytes);

@@ -1,13 +1,13 @@
 // resampler_memory.cpp: the heap that libsoxr is compiled with.
 #include "convert/soxr/resampler_memory.h"
 
+#include "frame/allocator.h"
+#include "frame/platform.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <shared_mutex>
-
-#include "frame/allocator.h"
-#include "frame/platform.h"
 
 namespace tonekit {
 

@@ -1,10 +1,11 @@
 // platform_posix.cpp: the platform seam on POSIX systems.
+#include "frame/platform.h"
+
+#include "frame/utf16.h"
+
 #include <atomic>
 #include <new>
 #include <string>
-
-#include "frame/platform.h"
-#include "frame/utf16.h"
 
 namespace tonekit {
 

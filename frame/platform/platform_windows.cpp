@@ -1,8 +1,8 @@
 // platform_windows.cpp: the platform seam on Windows.
+#include "frame/platform.h"
+
 #include <stdlib.h>
 #include <windows.h>
-
-#include "frame/platform.h"
 
 namespace tonekit {
 

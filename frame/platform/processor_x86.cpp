@@ -1,8 +1,8 @@
 // processor_x86.cpp: asks an x86-64 processor for its identification; the same on every system.
+#include "frame/platform.h"
+
 #include <cpuid.h>
 #include <cstring>
-
-#include "frame/platform.h"
 
 namespace tonekit {
 

@@ -6,7 +6,6 @@
 
 #include <stddef.h>
 #include <stdio.h>
-
 #include <tonekit/codec/jpeglib.h>
 
 struct jpeg_error_mgr *jpeg_std_error(struct jpeg_error_mgr *err);

@@ -7,7 +7,6 @@
 #include "tests/abi/records.h"
 
 #include <stdio.h>
-
 #include <tonekit/codec/jpeglib.h>
 
 /* The codec's boolean is a byte on Windows, and a long has half its size. */

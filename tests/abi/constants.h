@@ -4,7 +4,6 @@
 #define TONEKIT_TESTS_ABI_CONSTANTS_H
 
 #include <assert.h>
-
 #include <tonekit/convert.h>
 #include <tonekit/encode.h>
 #include <tonekit/frame.h>

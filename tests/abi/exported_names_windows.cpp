@@ -1,9 +1,9 @@
 // exported_names_windows.cpp: the export table of the library's image in memory.
 #include "tests/abi/exported_names.h"
 
-#include <windows.h>
-
 #include "tests/support/shared_library.h"
+
+#include <windows.h>
 
 namespace tonekit {
 

@@ -1,15 +1,14 @@
 // exports_test.cpp: the library exports the frozen lists of names, each in the form of the platform, and
 // nothing else.
-#include <gtest/gtest.h>
+#include "tests/abi/exported_names.h"
+#include "tests/support/bodies.h"
 
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <regex>
 #include <set>
 #include <string>
-
-#include "tests/abi/exported_names.h"
-#include "tests/support/bodies.h"
 
 namespace tonekit {
 namespace {

@@ -5,7 +5,6 @@
 
 #include <assert.h>
 #include <stddef.h>
-
 #include <tonekit/convert.h>
 #include <tonekit/encode.h>
 #include <tonekit/image.h>

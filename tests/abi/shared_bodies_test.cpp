@@ -1,11 +1,10 @@
 // shared_bodies_test.cpp: which letters share a body, in the finished library.
-#include <gtest/gtest.h>
-
-#include <map>
-#include <string>
-
 #include "tests/support/bodies.h"
 #include "tests/support/shared_library.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
 
 namespace tonekit {
 namespace {

@@ -1,12 +1,11 @@
 // unwind_table_windows_test.cpp: the table by which exceptions find their way through the library's
 // functions.
-#include <windows.h>
+#include "tests/support/shared_library.h"
 
 #include <cstdint>
-#include <vector>
-
-#include "tests/support/shared_library.h"
 #include <gtest/gtest.h>
+#include <vector>
+#include <windows.h>
 
 namespace tonekit {
 namespace {

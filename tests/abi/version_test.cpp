@@ -1,8 +1,6 @@
 // version_test.cpp: the version that programs see in the headers, as numbers and as text.
 #include <gtest/gtest.h>
-
 #include <string>
-
 #include <tonekit/frame.h>
 
 namespace {

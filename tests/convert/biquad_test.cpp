@@ -1,16 +1,15 @@
 // biquad_test.cpp: the designs of the filter section and its runs.
 #include "convert/biquad.h"
-
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <vector>
-
 #include "tests/reference/biquad.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/support/same_bits.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <vector>
 
 namespace tonekit {
 namespace {

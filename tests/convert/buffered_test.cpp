@@ -1,13 +1,12 @@
 // buffered_test.cpp: gathering of frames into blocks, through the plain functions of each body.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,11 +1,10 @@
 // channel_order_test.cpp: ChangeChannelOrder in each body.
-#include <gtest/gtest.h>
+#include "tests/support/bodies.h"
 
 #include <cstdint>
-#include <vector>
-
-#include "tests/support/bodies.h"
+#include <gtest/gtest.h>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,16 +1,15 @@
 // dither_test.cpp: the dither objects, their three modes and the seed that they share.
 #include "convert/dither.h"
-
-#include <ctime>
-#include <gtest/gtest.h>
-#include <thread>
-#include <vector>
-
 #include "tests/reference/dither.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/support/same_bits.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,13 +1,12 @@
 // kept_filters_test.cpp: which filters of resamplers are kept, and when they are released.
-#include <gtest/gtest.h>
+#include "convert/soxr/resampler_memory.h"
 
 #include <atomic>
+#include <gtest/gtest.h>
 #include <new>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "convert/soxr/resampler_memory.h"
 
 extern "C" {
 void *tonekit_soxr_take_filters(const void *key, size_t bytes, void *(*make)(void *), void *argument,

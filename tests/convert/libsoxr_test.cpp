@@ -1,16 +1,15 @@
 // libsoxr_test.cpp: the compiled-in resampler returns the bits that the packaged libsoxr does.
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "convert/resampler.h"
 #include "tests/reference/set_up.h"
 #include "tests/support/environment.h"
 #include "tests/support/random.h"
+
+#include <bit>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
 
 namespace tonekit {
 namespace {

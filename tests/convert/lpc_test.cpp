@@ -1,17 +1,16 @@
 // lpc_test.cpp: prediction beyond both ends of a stretch.
 #include "convert/lpc.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <new>
-#include <vector>
-
 #include "tests/reference/lpc.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/support/same_bits.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <new>
+#include <vector>
 
 namespace tonekit {
 namespace {

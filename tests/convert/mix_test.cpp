@@ -1,15 +1,14 @@
 // mix_test.cpp: the channel matrices, their choice, and the mix with and without the limiter.
 #include "convert/mix.h"
-
-#include <gtest/gtest.h>
-#include <tuple>
-#include <vector>
-
 #include "tests/reference/mix.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/support/same_bits.h"
+
+#include <gtest/gtest.h>
+#include <tuple>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,18 +1,17 @@
 // pass_test.cpp: every byte of the pass against the slow model, call by call, in each body.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "convert/dither.h"
 #include "tests/reference/pass.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

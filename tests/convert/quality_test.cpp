@@ -1,17 +1,16 @@
 // quality_test.cpp: measured signal quality of whole conversions: tone error, alias rejection, length, real
 // recordings.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdint>
-#include <numbers>
-#include <string>
-#include <vector>
-
 #include "tests/support/measure.h"
 #include "tests/support/recording.h"
 #include "tests/support/stream.h"
+
+#include <cmath>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <string>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,19 +1,17 @@
 // recording_test.cpp: a recording of 24 bits becomes one of 16, in each dither mode and at other rates too.
-#include <gtest/gtest.h>
+#include "convert/dither.h"
+#include "tests/reference/pass.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <memory>
+#include <sndfile.h>
 #include <stdexcept>
 #include <string>
-#include <vector>
-
-#include <sndfile.h>
-
-#include "convert/dither.h"
-#include "tests/reference/pass.h"
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

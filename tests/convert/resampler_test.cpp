@@ -1,11 +1,10 @@
 // resampler_test.cpp: what a converter asks of libsoxr, and that it releases everything.
-#include <gtest/gtest.h>
+#include "tests/support/dependency_calls.h"
 
 #include <cstdint>
-#include <vector>
-
-#include "tests/support/dependency_calls.h"
+#include <gtest/gtest.h>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,14 +1,14 @@
 // sample_values.h: samples that a store kernel could get wrong.
 #pragma once
 
+#include "tests/support/random.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
 #include <vector>
-
-#include "tests/support/random.h"
 
 namespace tonekit {
 

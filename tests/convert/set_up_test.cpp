@@ -1,17 +1,14 @@
 // set_up_test.cpp: what a converter derives from its arguments and from the settings.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <vector>
 
 #ifdef TONEKIT_OWN_SOXR
     #include "convert/soxr/names.h"
 #endif
-#include <soxr.h>
-
 #include "convert/mix.h"
 #include "convert/resampler.h"
 #include "convert/sample_formats.h"
@@ -20,6 +17,8 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/forget_filters.h"
 #include "tests/support/selected_tier.h"
+
+#include <soxr.h>
 #include <tonekit/convert.h>
 
 namespace tonekit {

@@ -1,16 +1,15 @@
 // store_kernels_test.cpp: every body of every store kernel against the model and against literal values.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "convert/sample_formats.h"
 #include "tests/convert/sample_formats_kernels.h"
 #include "tests/convert/sample_values.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/guarded_pages.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 namespace tonekit {
 namespace {

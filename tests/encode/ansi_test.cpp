@@ -1,13 +1,13 @@
 // ansi_test.cpp: the system's code page, by the locales that a process can set.
+#include "encode/character_set.h"
+#include "tests/encode/text_support.h"
+#include "tests/support/random.h"
+
 #include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <iconv.h>
 #include <vector>
-
-#include "encode/character_set.h"
-#include "tests/encode/text_support.h"
-#include "tests/support/random.h"
 
 namespace {
 

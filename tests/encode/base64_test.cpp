@@ -1,12 +1,4 @@
 // base64_test.cpp: Base64 both ways against RFC 4648, the rules and the model.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <new>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/encode/hex.h"
 #include "tests/encode/page_end.h"
 #include "tests/encode/printable_calls.h"
@@ -14,7 +6,14 @@
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <new>
+#include <optional>
+#include <string>
 #include <tonekit/encode.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

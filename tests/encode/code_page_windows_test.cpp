@@ -1,11 +1,10 @@
 // code_page_windows_test.cpp: the system's code page on Windows, with its own conversions next to ours.
-#include <gtest/gtest.h>
-
-#include <vector>
-#include <windows.h>
-
 #include "tests/encode/text_support.h"
 #include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+#include <windows.h>
 
 namespace {
 

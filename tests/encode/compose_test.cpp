@@ -1,11 +1,11 @@
 // compose_test.cpp: characters and combining marks joined to precomposed characters.
+#include "encode/compose.h"
+#include "encode/composition_table.h"
+
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
 #include <vector>
-
-#include "encode/compose.h"
-#include "encode/composition_table.h"
 
 namespace {
 

@@ -1,16 +1,15 @@
 // hmac_test.cpp: HMAC over the four hashes against RFC 4231 and the model, with keys around the block size.
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "tests/encode/hex.h"
 #include "tests/encode/sha2_members.h"
 #include "tests/reference/sha2_model.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
+
+#include <cstddef>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 namespace tonekit {
 namespace {

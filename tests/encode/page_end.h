@@ -1,10 +1,10 @@
 // page_end.h: bytes that end where readable memory ends, so that a read past them stops the test program.
 #pragma once
 
+#include "tests/support/guarded_pages.h"
+
 #include <cstddef>
 #include <cstdint>
-
-#include "tests/support/guarded_pages.h"
 
 namespace tonekit {
 

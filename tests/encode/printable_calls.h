@@ -1,15 +1,14 @@
 // printable_calls.h: one call of an encoder or a decoder of UU or Base64, and what it must leave alone.
 #pragma once
 
-#include <gtest/gtest.h>
+#include "tests/support/failing_malloc.h"
 
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <optional>
 #include <string>
-#include <vector>
-
-#include "tests/support/failing_malloc.h"
 #include <tonekit/encode.h>
+#include <vector>
 
 namespace tonekit {
 

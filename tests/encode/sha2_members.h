@@ -1,13 +1,13 @@
 // sha2_members.h: the four members of the SHA-2 family with their functions in the bodies of one letter.
 #pragma once
 
+#include "tests/support/bodies.h"
+
 #include <cstdint>
 #include <string>
+#include <tonekit/encode.h>
 #include <type_traits>
 #include <vector>
-
-#include "tests/support/bodies.h"
-#include <tonekit/encode.h>
 
 namespace tonekit {
 

@@ -1,8 +1,8 @@
 // text_memory_posix_test.cpp: failing memory where our own code or iconv does the conversion.
-#include <gtest/gtest.h>
-
 #include "encode/character_set.h"
 #include "tests/encode/text_support.h"
+
+#include <gtest/gtest.h>
 
 using tonekit::FailEachAllocation;
 

@@ -1,13 +1,13 @@
 // text_memory_test.cpp: null and empty texts, the one release routine, failing memory, and threads.
+#include "tests/encode/text_support.h"
+#include "tests/support/failing_malloc.h"
+
 #include <clocale>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <new>
 #include <thread>
 #include <vector>
-
-#include "tests/encode/text_support.h"
-#include "tests/support/failing_malloc.h"
 
 namespace {
 

@@ -1,17 +1,17 @@
 // text_support.h: what the tests of the text functions share.
 #pragma once
 
+#include "tests/support/dependency_calls.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/guarded_pages.h"
+#include "tests/support/utf16.h"
+
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <new>
 #include <string>
 #include <tonekit/encode.h>
-
-#include "tests/support/dependency_calls.h"
-#include "tests/support/failing_malloc.h"
-#include "tests/support/guarded_pages.h"
-#include "tests/support/utf16.h"
 
 namespace tonekit {
 

@@ -1,9 +1,9 @@
 // utf16_in_place_test.cpp: byte order and long-path prefixes of UTF-16 text, in every body.
-#include <gtest/gtest.h>
-
 #include "tests/encode/text_support.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // utf_test.cpp: UTF-8 and UTF-16, from one to the other.
-#include <gtest/gtest.h>
-#include <vector>
-
 #include "encode/utf.h"
 #include "tests/encode/text_support.h"
 #include "tests/reference/utf_model.h"
 #include "tests/support/bodies.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/random.h"
+
+#include <gtest/gtest.h>
+#include <vector>
 
 namespace {
 

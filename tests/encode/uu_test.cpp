@@ -1,19 +1,18 @@
 // uu_test.cpp: the UU packing both ways against the rules and the model.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <new>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/encode/page_end.h"
 #include "tests/encode/printable_calls.h"
 #include "tests/reference/printable_model.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <new>
+#include <optional>
+#include <string>
 #include <tonekit/encode.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,4 +1,6 @@
 // example_files.cpp: makes the files that examples read, and looks at those that they have written.
+#include "tests/support/hdcd_encoder.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -6,8 +8,6 @@
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include "tests/support/hdcd_encoder.h"
 
 namespace tonekit {
 namespace {

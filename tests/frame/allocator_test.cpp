@@ -1,13 +1,12 @@
 // allocator_test.cpp: the throwing allocator on exhaustion.
-#include <gtest/gtest.h>
+#include "frame/allocator.h"
+#include "tests/support/failing_malloc.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <new>
-
-#include "frame/allocator.h"
-#include "tests/support/failing_malloc.h"
 
 namespace tonekit {
 namespace {

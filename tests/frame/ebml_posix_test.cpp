@@ -1,10 +1,8 @@
 // ebml_posix_test.cpp: UTF-16 paths become UTF-8 file names, byte for byte.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <string>
-
 #include <tonekit/frame.h>
 
 namespace {

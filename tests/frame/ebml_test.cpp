@@ -1,13 +1,11 @@
 // ebml_test.cpp: the file test for the EBML header identifier.
-#include <gtest/gtest.h>
+#include "tests/support/utf16.h"
 
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <string>
-
 #include <tonekit/frame.h>
-
-#include "tests/support/utf16.h"
 
 namespace {
 

@@ -1,10 +1,8 @@
 // global_lock_test.cpp: the ownerless, uncounted lock for callers.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
+#include <gtest/gtest.h>
 #include <thread>
-
 #include <tonekit/frame.h>
 
 namespace {

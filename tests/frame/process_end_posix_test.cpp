@@ -1,11 +1,8 @@
 // process_end_posix_test.cpp: what the library does when its process ends.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-
-#include <unistd.h>
-
+#include <gtest/gtest.h>
 #include <tonekit/frame.h>
+#include <unistd.h>
 
 namespace {
 

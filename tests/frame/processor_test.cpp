@@ -1,9 +1,8 @@
 // processor_test.cpp: the feature word of given processors, and the tier that each word chooses.
-#include <gtest/gtest.h>
+#include "frame/processor.h"
 
 #include <cstring>
-
-#include "frame/processor.h"
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

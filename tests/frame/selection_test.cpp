@@ -1,13 +1,12 @@
 // selection_test.cpp: the selection writes the fitting body into every slot.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string_view>
-
 #include "frame/dispatch.h"
 #include "frame/platform.h"
 #include "tests/support/bodies.h"
 #include "tests/support/selected_tier.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string_view>
 
 namespace tonekit {
 namespace {

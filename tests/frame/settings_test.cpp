@@ -1,7 +1,7 @@
 // settings_test.cpp: defaults and ranges of the process-wide settings.
-#include <gtest/gtest.h>
-
 #include "frame/settings.h"
+
+#include <gtest/gtest.h>
 #include <tonekit/frame.h>
 
 namespace tonekit {

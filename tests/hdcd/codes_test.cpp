@@ -1,9 +1,9 @@
 // codes_test.cpp: the scan of the control stream, in each body.
-#include <gtest/gtest.h>
-
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/reference/hdcd_model.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

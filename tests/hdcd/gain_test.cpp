@@ -1,14 +1,13 @@
 // gain_test.cpp: scaling, peak extension, the gain ramp and the analysis modes, in each body.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <numbers>
-
 #include "hdcd/analyze.h"
 #include "hdcd/hdcd_tables.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/reference/hdcd_model.h"
 #include "tests/support/guarded_buffer.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
 
 namespace tonekit {
 namespace {

@@ -1,17 +1,16 @@
 // hdcd_bodies.h: the family's dispatched functions of one tier, and the audio that its tests share.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "hdcd/entries.h"
 #include "tests/support/bodies.h"
 #include "tests/support/random.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
 #include <tonekit/hdcd.h>
+#include <vector>
 
 namespace tonekit {
 

@@ -1,12 +1,12 @@
 // interface_test.cpp: the exported functions: detection, scans, memory, nulls.
-#include <gtest/gtest.h>
-
 #include "hdcd/detection.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/hdcd/random_stream.h"
 #include "tests/reference/hdcd_model.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

@@ -1,12 +1,12 @@
 // process_test.cpp: whole blocks through the decoder, in each body.
-#include <gtest/gtest.h>
-
 #include "hdcd/hdcd_tables.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/hdcd/random_stream.h"
 #include "tests/reference/hdcd_model.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

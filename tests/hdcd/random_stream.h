@@ -1,14 +1,14 @@
 // random_stream.h: stereo audio with random packets, cut into random blocks.
 #pragma once
 
+#include "hdcd/hdcd_state.h"
+#include "tests/support/hdcd_encoder.h"
+#include "tests/support/random.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-#include "hdcd/hdcd_state.h"
-#include "tests/support/hdcd_encoder.h"
-#include "tests/support/random.h"
 
 namespace tonekit {
 

@@ -1,15 +1,14 @@
 // report_test.cpp: the texts: the summary, the messages and the dumps.
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstring>
-
 #include "hdcd/detection.h"
 #include "hdcd/dump.h"
 #include "hdcd/hdcd_log.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/support/comma_locale.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

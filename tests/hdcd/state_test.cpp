@@ -1,10 +1,9 @@
 // state_test.cpp: what a reset leaves in the records, and who reaches them.
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "hdcd/decoder.h"
 #include "tests/hdcd/hdcd_bodies.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

@@ -1,11 +1,10 @@
 // tables_test.cpp: the constant tables, by their rules and by telling values.
-#include <gtest/gtest.h>
+#include "hdcd/hdcd_tables.h"
+#include "tests/reference/hdcd_model.h"
 
 #include <cmath>
 #include <cstdint>
-
-#include "hdcd/hdcd_tables.h"
-#include "tests/reference/hdcd_model.h"
+#include <gtest/gtest.h>
 
 namespace tonekit {
 namespace {

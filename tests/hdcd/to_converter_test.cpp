@@ -1,11 +1,10 @@
 // to_converter_test.cpp: decoded samples on their way through a converter as format code 2.
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/support/hdcd_encoder.h"
+
+#include <gtest/gtest.h>
 #include <tonekit/convert.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

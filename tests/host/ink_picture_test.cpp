@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
-
 #include <tonekit/codec/jpeglib.h>
 
 namespace tonekit::host {

@@ -5,8 +5,6 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
 
-#include <tonekit/image.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -15,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <stdexcept>
+#include <tonekit/image.h>
 
 namespace tonekit {
 namespace {

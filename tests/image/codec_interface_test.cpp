@@ -5,13 +5,12 @@
 #include "tests/support/environment.h"
 #include "tests/support/failing_malloc.h"
 
-#include <tonekit/codec/jerror.h>
-#include <tonekit/codec/transupp.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <tonekit/codec/jerror.h>
+#include <tonekit/codec/transupp.h>
 
 namespace tonekit::codec {
 namespace {

@@ -5,9 +5,8 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
 
-#include <tonekit/image.h>
-
 #include <gtest/gtest.h>
+#include <tonekit/image.h>
 
 namespace tonekit {
 namespace {

@@ -1,14 +1,13 @@
 // jpeg_hooks_test.cpp: the codec's stdio source and destination over the application's hooks.
 #include "tests/support/codec_driver.h"
 
-#include <tonekit/codec/jerror.h>
-#include <tonekit/image.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <tonekit/image.h>
 #include <utility>
+#include <tonekit/codec/jerror.h>
 
 namespace tonekit::codec {
 namespace {

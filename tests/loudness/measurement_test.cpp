@@ -1,5 +1,11 @@
 // measurement_test.cpp: life of a measurement: nothing to measure, lost states, changes of format, failing
 // memory.
+#include "loudness/state.h"
+#include "tests/support/bodies.h"
+#include "tests/support/dependency_calls.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/random.h"
+
 #include <cstdint>
 #include <cstring>
 #include <ebur128.h>
@@ -7,12 +13,6 @@
 #include <new>
 #include <tonekit/loudness.h>
 #include <vector>
-
-#include "loudness/state.h"
-#include "tests/support/bodies.h"
-#include "tests/support/dependency_calls.h"
-#include "tests/support/failing_malloc.h"
-#include "tests/support/random.h"
 
 namespace {
 

@@ -1,4 +1,6 @@
 // bitmap_test.cpp: the scaling of bitmaps with each of its allocations failing, the device's included.
+#include "tests/memory/every_allocation.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -6,8 +8,6 @@
 #include <numeric>
 #include <tonekit/image.h>
 #include <utility>
-
-#include "tests/memory/every_allocation.h"
 
 namespace tonekit {
 namespace {

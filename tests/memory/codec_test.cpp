@@ -1,12 +1,12 @@
 // codec_test.cpp: the JPEG codec with each of its allocations failing: its error, no crash and no block left.
+#include "tests/memory/every_allocation.h"
+#include "tests/support/bodies.h"
+#include "tests/support/codec_driver.h"
+
 #include <cstdlib>
 #include <map>
 #include <stdexcept>
 #include <vector>
-
-#include "tests/memory/every_allocation.h"
-#include "tests/support/bodies.h"
-#include "tests/support/codec_driver.h"
 
 namespace tonekit::codec {
 namespace {

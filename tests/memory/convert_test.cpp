@@ -1,13 +1,12 @@
 // convert_test.cpp: whole conversions with each of their allocations failing, those of libsoxr included.
-#include <tonekit/convert.h>
+#include "tests/memory/every_allocation.h"
+#include "tests/support/forget_filters.h"
 
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <tonekit/convert.h>
 #include <vector>
-
-#include "tests/memory/every_allocation.h"
-#include "tests/support/forget_filters.h"
 
 namespace tonekit {
 namespace {

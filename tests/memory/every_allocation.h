@@ -1,11 +1,11 @@
 // every_allocation.h: runs a piece of work once for each of its allocations, which fails.
 #pragma once
 
+#include "tests/support/process_heap.h"
+
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <new>
-
-#include "tests/support/process_heap.h"
 
 namespace tonekit {
 

@@ -1,12 +1,12 @@
 // families_test.cpp: HDCD, tags, texts and bitmaps with each of their allocations failing, iconv's included.
+#include "tests/memory/every_allocation.h"
+
 #include <cstdint>
 #include <string>
-#include <vector>
-
-#include "tests/memory/every_allocation.h"
 #include <tonekit/encode.h>
 #include <tonekit/hdcd.h>
 #include <tonekit/tags.h>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,9 +1,9 @@
 // loudness_test.cpp: a measurement with each of its allocations failing, those of libebur128 included.
+#include "tests/memory/every_allocation.h"
+
 #include <cmath>
 #include <tonekit/loudness.h>
 #include <vector>
-
-#include "tests/memory/every_allocation.h"
 
 namespace tonekit {
 namespace {

@@ -1,10 +1,10 @@
 // hdcd_model.h: the decoder bit by bit and sample by sample, slow and plain.
 #pragma once
 
+#include "hdcd/hdcd_state.h"
+
 #include <cstdint>
 #include <vector>
-
-#include "hdcd/hdcd_state.h"
 
 namespace tonekit::reference {
 

@@ -1,19 +1,18 @@
 // pass.h: a converter's pass, one step after the other over whole blocks, on the slow models of its parts.
 #pragma once
 
-#include <cstddef>
-#include <cstring>
-#include <memory>
-#include <vector>
-
-#include <soxr.h>
-
 #include "tests/reference/biquad.h"
 #include "tests/reference/dither.h"
 #include "tests/reference/lpc.h"
 #include "tests/reference/mix.h"
 #include "tests/reference/sample_formats.h"
 #include "tests/reference/set_up.h"
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <soxr.h>
+#include <vector>
 
 namespace tonekit::reference {
 

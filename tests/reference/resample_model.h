@@ -1,11 +1,10 @@
 // resample_model.h: the bitmap resampler in its slowest form, one byte at a time.
 #pragma once
 
-#include <tonekit/image.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <tonekit/image.h>
 #include <utility>
 #include <vector>
 

@@ -1,12 +1,11 @@
 // set_up.h: the numbers, the low-pass and the resampler of a conversion, by the formulas as they are stated.
 #pragma once
 
+#include "tests/reference/biquad.h"
+
 #include <cmath>
 #include <cstdint>
-
 #include <soxr.h>
-
-#include "tests/reference/biquad.h"
 
 namespace tonekit::reference {
 

@@ -2,11 +2,11 @@
 // defines them.
 #pragma once
 
+#include "tests/support/utf16.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "tests/support/utf16.h"
 
 namespace tonekit::reference {
 

@@ -1,11 +1,11 @@
 // bodies.cpp: reads the dispatch table and its names.
 #include "tests/support/bodies.h"
 
-#include <cstring>
-
 #include "frame/dispatch.h"
 #include "frame/platform.h"
 #include "tests/support/shared_library.h"
+
+#include <cstring>
 
 extern "C" const char *const tonekit_dispatch_names[];
 

@@ -1,11 +1,11 @@
 // bodies.h: finds the bodies of dispatched functions by name and letter.
 #pragma once
 
+#include "frame/processor.h"
+
 #include <set>
 #include <string>
 #include <vector>
-
-#include "frame/processor.h"
 
 namespace tonekit {
 

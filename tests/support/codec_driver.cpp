@@ -5,8 +5,6 @@
 #include "tests/support/random.h"
 #include "tests/support/shared_library.h"
 
-#include <tonekit/codec/jerror.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -14,6 +12,7 @@
 #include <iterator>
 #include <memory>
 #include <set>
+#include <tonekit/codec/jerror.h>
 
 namespace tonekit::codec {
 

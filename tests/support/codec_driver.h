@@ -7,9 +7,8 @@
 #include <stdexcept>
 #include <stdio.h>
 #include <string>
-#include <vector>
-
 #include <tonekit/codec/jpeglib.h>
+#include <vector>
 
 namespace tonekit::codec {
 

@@ -2,7 +2,6 @@
 #include "tests/support/dependency_calls.h"
 
 #include <atomic>
-
 #include <ebur128.h>
 
 #ifdef TONEKIT_OWN_SOXR // whose functions have names of their own

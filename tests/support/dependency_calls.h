@@ -7,9 +7,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <soxr.h>
+#include <vector>
 
 namespace tonekit {
 

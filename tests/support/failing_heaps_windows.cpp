@@ -1,7 +1,7 @@
 // failing_heaps_windows.cpp: takes the place of the local and global heaps for the program's objects.
-#include <windows.h>
-
 #include "tests/support/allocation_count.h"
+
+#include <windows.h>
 
 // The linker puts these pointers in the place of the import library's.
 extern "C" {

@@ -1,10 +1,9 @@
 // guarded_pages_posix.cpp: guarded pages from mmap.
 #include "tests/support/guarded_pages.h"
 
+#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <new>
 
 namespace tonekit {
 

@@ -1,9 +1,8 @@
 // guarded_pages_windows.cpp: guarded pages from VirtualAlloc.
 #include "tests/support/guarded_pages.h"
 
-#include <windows.h>
-
 #include <new>
+#include <windows.h>
 
 namespace tonekit {
 

@@ -1,12 +1,11 @@
 // measured_rows.cpp: the rows of benchmarks as lines of JSON.
 #include "tests/support/measured_rows.h"
 
+#include <cpuid.h>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
-
-#include <cpuid.h>
 
 namespace tonekit {
 

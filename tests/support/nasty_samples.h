@@ -1,9 +1,9 @@
 // nasty_samples.h: random samples, with the values among them that arithmetic stumbles over.
 #pragma once
+#include "tests/support/random.h"
+
 #include <cstddef>
 #include <limits>
-
-#include "tests/support/random.h"
 
 namespace tonekit {
 

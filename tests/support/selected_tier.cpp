@@ -1,13 +1,13 @@
 // selected_tier.cpp: selects a tier for a whole test program, with a feature word made up for it.
 #include "tests/support/selected_tier.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 #include "frame/dispatch.h"
 #include "frame/platform.h"
 #include "tests/support/bodies.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace tonekit {
 

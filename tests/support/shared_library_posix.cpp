@@ -2,7 +2,6 @@
 #include "tests/support/shared_library.h"
 
 #include <dlfcn.h>
-
 #include <stdexcept>
 
 namespace tonekit {

@@ -1,10 +1,9 @@
 // shared_library_windows.cpp: shared libraries by the loader.
 #include "tests/support/shared_library.h"
 
-#include <windows.h>
-
 #include <filesystem>
 #include <stdexcept>
+#include <windows.h>
 
 namespace tonekit {
 

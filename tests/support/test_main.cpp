@@ -1,7 +1,7 @@
 // test_main.cpp: runs the tests of a program, with the tier that TONEKIT_TEST_TIER names selected.
-#include <gtest/gtest.h>
-
 #include "tests/support/selected_tier.h"
+
+#include <gtest/gtest.h>
 
 int main(int argc, char **argv)
 {

@@ -1,9 +1,8 @@
 // text_converters_posix.cpp: passes calls of iconv on, and counts the converters that are open.
-#include <atomic>
-
-#include <iconv.h>
-
 #include "tests/support/dependency_calls.h"
+
+#include <atomic>
+#include <iconv.h>
 
 extern "C" {
 iconv_t __real_iconv_open(const char *to, const char *from);

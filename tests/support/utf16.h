@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-
 #include <tonekit/frame.h>
 
 // A literal of such units, as in UTF16("text") and UTF16('c').

@@ -1,10 +1,10 @@
 // locale_test.cpp: numbers and times under a locale whose decimal point is a comma.
+#include "tests/support/comma_locale.h"
+#include "tests/tags/tag_functions.h"
+
 #include <clocale>
 #include <cstdio>
 #include <cstring>
-
-#include "tests/support/comma_locale.h"
-#include "tests/tags/tag_functions.h"
 
 namespace tonekit {
 namespace {

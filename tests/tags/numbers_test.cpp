@@ -1,9 +1,9 @@
 // numbers_test.cpp: numbers as text in the tag block, and what other text counts as.
-#include <cmath>
-#include <cstring>
-
 #include "tests/support/random.h"
 #include "tests/tags/tag_functions.h"
+
+#include <cmath>
+#include <cstring>
 
 namespace tonekit {
 namespace {

@@ -1,9 +1,9 @@
 // pictures_test.cpp: picture items, down to the bytes.
-#include <climits>
-#include <cstring>
-
 #include "tests/support/guarded_pages.h"
 #include "tests/tags/tag_functions.h"
+
+#include <climits>
+#include <cstring>
 
 namespace tonekit {
 namespace {

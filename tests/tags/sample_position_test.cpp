@@ -1,8 +1,8 @@
 // sample_position_test.cpp: sample counts as positions and back, with their rounding and wrap.
-#include <cmath>
-
 #include "tests/support/random.h"
 #include "tests/tags/tag_functions.h"
+
+#include <cmath>
 
 namespace tonekit {
 namespace {

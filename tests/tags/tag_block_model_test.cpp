@@ -1,11 +1,11 @@
 // tag_block_model_test.cpp: long random sequences compared with the model, with and without memory running
 // out.
-#include <vector>
-
 #include "tests/reference/tag_block_model.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/random.h"
 #include "tests/tags/tag_functions.h"
+
+#include <vector>
 
 namespace tonekit {
 namespace {

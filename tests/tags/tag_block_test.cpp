@@ -1,9 +1,9 @@
 // tag_block_test.cpp: texts and walks of the tag block, down to the bytes.
-#include <cstring>
-#include <vector>
-
 #include "tests/support/failing_malloc.h"
 #include "tests/tags/tag_functions.h"
+
+#include <cstring>
+#include <vector>
 
 namespace tonekit {
 namespace {

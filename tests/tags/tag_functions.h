@@ -2,14 +2,14 @@
 // them.
 #pragma once
 
+#include "tags/tag_block.h"
+#include "tests/support/bodies.h"
+#include "tests/support/utf16.h"
+
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <tonekit/tags.h>
-
-#include "tags/tag_block.h"
-#include "tests/support/bodies.h"
-#include "tests/support/utf16.h"
 
 namespace tonekit {
 

@@ -1,12 +1,12 @@
 // tag_lookup_test.cpp: lookups in long blocks, whole and damaged, where items are walked in several places at
 // once.
-#include <cstring>
-#include <functional>
-#include <vector>
-
 #include "tests/reference/tag_block_model.h"
 #include "tests/support/random.h"
 #include "tests/tags/tag_functions.h"
+
+#include <cstring>
+#include <functional>
+#include <vector>
 
 namespace tonekit {
 namespace {

@@ -1,15 +1,14 @@
 // time_text_test.cpp: time strings out and in, compared with the C library's printf and scanf in the "C"
 // locale.
 #include "tags/time_text.h"
+#include "tests/support/random.h"
+#include "tests/tags/tag_functions.h"
 
 #include <algorithm>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cwchar>
-
-#include "tests/support/random.h"
-#include "tests/tags/tag_functions.h"
 
 namespace tonekit {
 namespace {

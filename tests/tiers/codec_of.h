@@ -1,10 +1,10 @@
 // codec_of.h: the codec's bodies of the tier under test; what is looked up is noted as called.
 #pragma once
 
-#include <string>
-
 #include "tests/support/codec_driver.h"
 #include "tests/tiers/tiers.h"
+
+#include <string>
 
 namespace tonekit::tiers {
 

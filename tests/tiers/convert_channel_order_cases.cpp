@@ -1,6 +1,7 @@
 // convert_channel_order_cases.cpp: ChangeChannelOrder with every encoding, odd bit counts and maps that are
 // no permutations.
 #include "tests/tiers/tiers.h"
+
 #include <tonekit/convert.h>
 
 namespace tonekit::tiers {

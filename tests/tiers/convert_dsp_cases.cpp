@@ -1,14 +1,14 @@
 // convert_dsp_cases.cpp: the mix, dither, filter and extrapolation with audio and with samples that are none.
-#include <algorithm>
-#include <cmath>
-#include <vector>
-
 #include "convert/biquad.h"
 #include "convert/dither.h"
 #include "convert/lpc.h"
 #include "convert/mix.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/tiers/tiers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace tonekit::tiers {
 

@@ -3,6 +3,7 @@
 #include "tests/convert/sample_formats_kernels.h"
 #include "tests/convert/sample_values.h"
 #include "tests/tiers/tiers.h"
+
 #include <tonekit/frame.h>
 
 namespace tonekit::tiers {

@@ -1,12 +1,12 @@
 // convert_stream_cases.cpp: converters of each tier, from construction to the last block, with every route
 // and format.
+#include "convert/dither.h"
+#include "tests/tiers/tiers.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
-
-#include "convert/dither.h"
-#include "tests/tiers/tiers.h"
 #include <tonekit/convert.h>
 
 namespace tonekit::tiers {

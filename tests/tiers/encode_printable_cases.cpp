@@ -1,8 +1,8 @@
 // encode_printable_cases.cpp: UU and Base64 with random data, and with texts of any characters.
+#include "tests/tiers/tiers.h"
+
 #include <cstring>
 #include <string>
-
-#include "tests/tiers/tiers.h"
 #include <tonekit/encode.h>
 
 namespace tonekit::tiers {

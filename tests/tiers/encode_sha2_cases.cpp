@@ -1,9 +1,9 @@
 // encode_sha2_cases.cpp: SHA-2 and HMAC with random messages, keys and cuts.
-#include <cstring>
-
 #include "encode/sha2_transform.h"
 #include "tests/encode/sha2_members.h"
 #include "tests/tiers/tiers.h"
+
+#include <cstring>
 
 namespace tonekit::tiers {
 

@@ -1,12 +1,11 @@
 // encode_text_cases.cpp: the text functions with every kind of character, ill-formed text and all alignments.
+#include "encode/utf.h"
+#include "encode/windows_1252.h"
+#include "tests/support/utf16.h"
 #include "tests/tiers/tiers.h"
 
 #include <algorithm>
 #include <tonekit/encode.h>
-
-#include "encode/utf.h"
-#include "encode/windows_1252.h"
-#include "tests/support/utf16.h"
 
 namespace tonekit::tiers {
 namespace {

@@ -1,13 +1,12 @@
 // hdcd_cases.cpp: HDCD streams full of packets, through every dispatched function of the family.
+#include "hdcd/entries.h"
+#include "tests/hdcd/random_stream.h"
 #include "tests/tiers/tiers.h"
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
-
-#include "hdcd/entries.h"
-#include "tests/hdcd/random_stream.h"
 #include <tonekit/hdcd.h>
+#include <vector>
 
 namespace tonekit::tiers {
 

@@ -3,14 +3,13 @@
 #include "tests/support/codec_driver.h"
 #include "tests/tiers/codec_of.h"
 
-#include <cstddef>
-#include <tonekit/codec/transupp.h>
-#include <tonekit/image.h>
-
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <tonekit/image.h>
+#include <tonekit/codec/transupp.h>
 
 namespace tonekit::tiers {
 

@@ -1,13 +1,13 @@
 // record.h: what a case calls and observes, in order, and the first difference between two runs of it.
 #pragma once
 
+#include "tests/support/guarded_buffer.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <type_traits>
 #include <vector>
-
-#include "tests/support/guarded_buffer.h"
 
 namespace tonekit::tiers {
 

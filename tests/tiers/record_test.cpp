@@ -1,7 +1,7 @@
 // record_test.cpp: a difference between two runs of a case is traced to the call that it comes from.
-#include <gtest/gtest.h>
-
 #include "tests/tiers/tiers.h"
+
+#include <gtest/gtest.h>
 
 namespace tonekit::tiers {
 

@@ -1,11 +1,11 @@
 // tags_cases.cpp: the tag block's dispatched functions on random blocks, torn ones too, and random texts.
-#include <cstring>
-#include <string>
-#include <tonekit/tags.h>
-
 #include "tags/tag_block.h"
 #include "tests/support/utf16.h"
 #include "tests/tiers/tiers.h"
+
+#include <cstring>
+#include <string>
+#include <tonekit/tags.h>
 
 namespace tonekit::tiers {
 

@@ -5,17 +5,17 @@
 // same seed, and compares all that the case recorded, byte for byte.
 #pragma once
 
+#include "tests/support/bodies.h"
+#include "tests/support/guarded_buffer.h"
+#include "tests/support/random.h"
+#include "tests/tiers/record.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "tests/support/bodies.h"
-#include "tests/support/guarded_buffer.h"
-#include "tests/support/random.h"
-#include "tests/tiers/record.h"
 
 namespace tonekit::tiers {
 

@@ -1,4 +1,10 @@
 // tiers_main.cpp: holds every body of every dispatched function against the baseline, and times them.
+#include "frame/dispatch.h"
+#include "frame/platform.h"
+#include "tests/support/measured_rows.h"
+#include "tests/support/shared_library.h"
+#include "tests/tiers/tiers.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>
@@ -7,12 +13,6 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
-
-#include "frame/dispatch.h"
-#include "frame/platform.h"
-#include "tests/support/measured_rows.h"
-#include "tests/support/shared_library.h"
-#include "tests/tiers/tiers.h"
 
 namespace tonekit::tiers {
 
