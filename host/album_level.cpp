@@ -107,7 +107,7 @@ private:
                     progress_.Report(index, done, audioSeconds);
                 }));
         } catch (const Interrupted &) {
-            // The caller sees the same note.
+            // The caller finds the same note.
         } catch (const std::bad_alloc &) {
             errors_[index] = Utf8Name(job.input) + ": not enough memory";
         } catch (const std::exception &error) {

@@ -1,4 +1,4 @@
-// file_conversion.cpp: the road of one file from its samples to its complete successor.
+// file_conversion.cpp: one file from its samples to its complete successor.
 #include "host/file_conversion.h"
 
 #include "host/audio/audio_writer.h"
@@ -289,7 +289,7 @@ private:
     // Reads and converts on this thread and, where the file has threads of its own, on others as well.
     void Convert(ResultTaps &taps)
     {
-        // A number that is none would spoil a whole stretch in the resampler already.
+        // A value that is no number would make a whole stretch of the resampler's output invalid.
         const double loudest = plan_.copyFile ? 0 : plan_.container->loudest;
         SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
         SampleGuard after(plan_.target.sample, loudest);

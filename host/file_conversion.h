@@ -71,7 +71,7 @@ public:
 enum class Threads { One, Several };
 
 // Converts, copies or skips the file, or finds out what would be done in a dry run. The arguments must
-// live as long as the result. Throws Failure or Interrupted; the output then is as it was before.
+// exist as long as the result. Throws Failure or Interrupted; the output then is as it was before.
 std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &extras, const Job &job,
                                        const ProgressSink &progress, Threads threads);
 

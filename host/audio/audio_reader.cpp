@@ -253,7 +253,7 @@ void AudioReader::PrepareMpeg()
         const Streaming streaming = StreamingOf(stream_.file(), stream_.start());
         if (tagged || streaming == Streaming::Mpeg)
             stream_.Use(nullptr, false);
-        // After a second tag libsndfile needs the length, and knows MPEG audio without looking further.
+        // After a second tag libsndfile needs the length, and finds MPEG audio without a search.
         if (!tagged && (streaming == Streaming::Mpeg || streaming == Streaming::Unknown))
             stream_.HideLength();
         if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
@@ -263,7 +263,7 @@ void AudioReader::PrepareMpeg()
     }
 }
 
-// libsndfile knows RF64 and CAF only with sizes, and CAF only with a short header.
+// libsndfile reads RF64 and CAF only with sizes, and CAF only with a short header.
 void AudioReader::MendHeader(uint64_t size)
 {
     try {

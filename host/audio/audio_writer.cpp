@@ -49,7 +49,7 @@ bool HasVorbisOrder(const Container &container)
     return container.kind == ContainerKind::Vorbis || container.kind == ContainerKind::Opus;
 }
 
-// LAME keeps a frame free for what it knows at the end. In a pipe it would be heard as silence.
+// LAME keeps a frame free for numbers that are known at the end. In a pipe it would be heard as silence.
 void DropEmptyFrame(std::vector<unsigned char> &mp3)
 {
     static constexpr unsigned kKilobits[2][16] = {

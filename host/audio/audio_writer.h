@@ -22,7 +22,7 @@ public:
     AudioWriter(File file, const std::string &shownName, const Container &container,
                 const AudioFormat &format, const EncoderSettings &settings = {});
     // Begins a stream that can only be written on, such as standard output. Its header says `frames`, or that
-    // nobody knows.
+    // the number is unknown.
     AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName, const Container &container,
                 const AudioFormat &format, const EncoderSettings &settings, std::optional<uint64_t> frames);
 

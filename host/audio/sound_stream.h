@@ -25,7 +25,7 @@ public:
     void Use(ByteStream *other, bool endIsKnown = true);
     ByteStream &bytes() { return other_ ? *other_ : static_cast<ByteStream &>(file_); }
     bool endIsKnown() const { return endIsKnown_; }
-    // Lets libsndfile believe that the file is empty. Where it knows no other type, it looks for a second
+    // Reports an empty file to libsndfile. Where that finds no other type, it looks for a second
     // part of a file with any length, "._" in the current folder, before it takes the bytes for MPEG audio,
     // which needs no length.
     void HideLength() { hidesLength_ = true; }

@@ -1,4 +1,4 @@
-// stream_header.h: the sizes in headers of streams whose length nobody knew when they began.
+// stream_header.h: the sizes in headers of streams whose length was unknown when they began.
 #pragma once
 
 #include "host/audio/container.h"
@@ -33,7 +33,7 @@ HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start = 0);
 bool HasOpenHeader64(ByteStream &file, uint64_t start = 0);
 
 // Sets the sizes in a header that was written before its samples: to what `frames` frames of samples need, or
-// to what says that nobody knows. False if this type of file can't say so.
+// to the values for an unknown size. False if this type of file has none.
 bool SetSizes(std::vector<unsigned char> &header, const Container &container, const AudioFormat &format,
               std::optional<uint64_t> frames);
 

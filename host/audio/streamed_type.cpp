@@ -1,4 +1,4 @@
-// streamed_type.cpp: first bytes of the types that libsndfile knows.
+// streamed_type.cpp: first bytes of the types that libsndfile reads.
 #include "host/audio/streamed_type.h"
 
 #include <array>

@@ -9,9 +9,9 @@ namespace tonekit::host {
 
 enum class Streaming {
     AsItComes, // the header says all, or the samples do
-    Mpeg,      // the same, if libsndfile knows its first frames
+    Mpeg,      // the same, if libsndfile finds its first frames
     Whole,     // libsndfile asks for the file's size, so all of it has to be there first
-    Unknown    // none that libsndfile knows
+    Unknown    // none that libsndfile reads
 };
 
 // How libsndfile can read the type that begins at this place. Leaves the stream's position anywhere; throws

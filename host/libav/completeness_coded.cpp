@@ -44,7 +44,7 @@ uint64_t MissingFromMatroska(HeaderBytes &bytes)
     return Shortfall(segment + kIdBytes + size.bytes + size.value, bytes.size());
 }
 
-// Objects with names of 16 bytes; the header's object holds others, one of which knows the file's size.
+// Objects with names of 16 bytes; the header's object holds others, one of which holds the file's size.
 uint64_t MissingFromAsf(HeaderBytes &bytes)
 {
     constexpr uint64_t kObject = 24;

@@ -14,8 +14,8 @@ namespace tonekit::host {
 // to the network are refused, and so are those that hold no audio.
 class LibavInput {
 public:
-    // The stream must live as long as this. Throws Failure, without a file's name, if libavformat is missing
-    // or sees no audio in the stream, and std::system_error if the system failed.
+    // The stream must exist as long as this. Throws Failure, without a file's name, if libavformat is missing
+    // or finds no audio in the stream, and std::system_error if the system failed.
     explicit LibavInput(ByteStream &stream);
     LibavInput(const LibavInput &) = delete;
     LibavInput &operator=(const LibavInput &) = delete;

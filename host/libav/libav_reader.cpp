@@ -178,7 +178,7 @@ void LibavReader::Start()
         atEnd_ = false;
         waiting_.clear();
         taken_ = 0;
-        // The decoder alone knows what it makes of the stream.
+        // Only the decoder can say what form its samples have.
         if (!FetchFrame())
             Fail("holds no audio (0 frames)");
         TellType();

@@ -18,7 +18,7 @@ namespace tonekit::host {
 
 namespace {
 
-// The codec leaves by a jump over its own C code, so nothing with a destructor may live between setjmp and
+// The codec leaves by a jump over its own C code, so nothing with a destructor may exist between setjmp and
 // the calls.
 struct ErrorManager {
     jpeg_error_mgr base;

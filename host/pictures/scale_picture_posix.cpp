@@ -1,4 +1,4 @@
-// scale_picture_posix.cpp: lends the program's pictures to the library as bitmaps of a device.
+// scale_picture_posix.cpp: passes the program's pictures to the library as bitmaps of a device.
 #include "host/pictures/scale_picture.h"
 
 #include "host/system/failure.h"

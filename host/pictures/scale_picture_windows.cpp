@@ -27,7 +27,7 @@ using ContextPointer = std::unique_ptr<std::remove_pointer_t<HDC>, DeleteContext
 }
 
 // The library asks for the rows of a bitmap from the bottom. A picture is passed upside down, its top
-// row as the lowest, so that the library sees its rows in the order that it sees on other systems.
+// row as the lowest, so that the library reads its rows in the same order as on other systems.
 BITMAPINFO Header(uint32_t width, uint32_t height)
 {
     BITMAPINFO info{};

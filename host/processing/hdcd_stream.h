@@ -10,7 +10,7 @@
 
 namespace tonekit::host {
 
-// HDCD lives in the lowest bits of 16 bit stereo.
+// HDCD is stored in the lowest bits of 16 bit stereo.
 bool CanCarryHdcd(const SampleSource &source);
 
 enum class HdcdFinding { None, NoEffect, Effective };

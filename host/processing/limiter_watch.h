@@ -11,8 +11,8 @@
 
 namespace tonekit::host {
 
-// Follows the limiter of one converter. Its gain only falls, first in the frame whose mix exceeds full scale
-// first.
+// Follows the limiter of one converter. Its gain only decreases, first in the frame whose mix exceeds full
+// scale first.
 class LimiterWatch {
 public:
     // `format` is that of the frames that the converter takes.

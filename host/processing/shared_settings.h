@@ -9,9 +9,9 @@
 
 namespace tonekit::host {
 
-// A setting of the process that any number of threads hold at once as long as they want the same value. Who
-// wants another one waits until they are done; threads get their turn in the order of their coming. While
-// nobody holds it, the setting has its resting value.
+// A setting of the process that any number of threads hold at once as long as they need the same value. A
+// thread that needs another one waits until they are done, after those that asked before it. While no thread
+// holds it, the setting has its resting value.
 class SharedSetting {
 public:
     using Setter = void (*)(uint32_t value);

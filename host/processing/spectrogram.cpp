@@ -24,7 +24,7 @@ uint32_t LengthFor(uint32_t rate, uint32_t rows)
     return length;
 }
 
-// Where nobody knows how long the sound is, it may be short.
+// Where the length of the sound is unknown, it may be short.
 uint64_t FirstColumnFrames(uint32_t rate, uint64_t frames, uint32_t columns)
 {
     return std::max<uint64_t>(1, frames > 0 ? frames / columns : rate / 2000);

@@ -15,7 +15,7 @@ namespace tonekit::host {
 class Spectrogram {
 public:
     // Channels have a part each, but more than 8 are one part, in which their powers are averaged. `frames`
-    // is how many will come, 0 if nobody knows, and `columns` how many columns are of use then.
+    // is how many will come, 0 if unknown, and `columns` how many columns are of use then.
     Spectrogram(const AudioFormat &format, uint64_t frames, uint32_t rows, uint32_t columns);
 
     // What is no number counts as silence.

@@ -109,7 +109,7 @@ bool StreamConverter::CanLimit() const
     return Converter().mixLimiterOn;
 }
 
-// The limiter looks at sums on their way, from the second row of the matrix on.
+// The limiter tests sums while they grow, from the second row of the matrix on.
 bool StreamConverter::MixExceedsFullScale(const double *frame) const
 {
     for (uint32_t column = 0; column < Converter().mixColumns; ++column) {

@@ -9,7 +9,7 @@
 
 namespace tonekit::host {
 
-// All but the path is null for a stream that nobody could look at, and what has to do with sample depth for a
+// All but the path is null for a stream that could not be read, and what has to do with sample depth for a
 // coder that has none.
 Json StreamJson(const StreamReport &stream);
 // Null where nothing was chosen, measured or looked for.
@@ -27,8 +27,7 @@ Json ErrorJson(const std::string &error);
 std::string FormatText(const StreamReport &stream);
 // "-6.52 dB, peak 0.988647"
 std::string LoudnessText(const Loudness &loudness);
-// "no", "yes (no effect)", "yes"
-// "from 0:00:01.500 to 0:00:03.000"
+// "no", "yes (no effect)", "yes" "from 0:00:01.500 to 0:00:03.000"
 std::string PartText(const FilePart &part);
 // "gain -3.20 dB, 1.50 dB less than wanted since the peak is at full scale"
 std::string LevelText(const LevelReport &level);

@@ -6,11 +6,11 @@
 
 namespace tonekit::host {
 
-// Bytes that pictures and tags of one file may take together on their way; 256 MiB unless set.
+// Bytes that pictures and tags of one file may take together; 256 MiB unless set.
 uint64_t MemoryLimit();
 void SetMemoryLimit(uint64_t bytes);
 
-// While it lives, what this thread allocates by operator new, libraries' allocations too, may not grow by
+// While it exists, what this thread allocates by operator new, libraries' allocations too, may not grow by
 // more than so many bytes: an allocation beyond throws std::bad_alloc. Budgets don't nest.
 class AllocationBudget {
 public:
@@ -33,7 +33,7 @@ private:
 };
 
 // Memory that is kept back for this thread: where operator new finds none for a request that is smaller than
-// this while it lives, it returns this to the system, once, and tries again. For the work of TagLib, whose
+// this while it exists, it returns this to the system, once, and tries again. For the work of TagLib, whose
 // lists and strings an exception in the midst of a change leaves broken; what it does without pictures takes
 // a small part of what is kept back. A picture that is larger fails before it is in any list.
 class AllocationReserve {

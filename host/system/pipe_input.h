@@ -51,7 +51,7 @@ public:
     bool keepsTail() const { return tailSize_ > 0; }
     // All that came, or the last bytes of it, at least as many as KeepTail asked for.
     std::span<const unsigned char> tail() const { return tail_; }
-    // Reads all that is left and forgets it, so that whoever writes isn't cut off.
+    // Reads and drops all that is left, so that the writing program isn't cut off.
     std::error_code Drain();
 
 private:

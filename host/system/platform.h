@@ -33,7 +33,7 @@ public:
     std::error_code CreateNew(const std::filesystem::path &path,
                               std::filesystem::perms widest = std::filesystem::perms(0666));
     // Marks a new file as one in work for as long as `mark` is open, so that RemoveIfLeftBehind keeps it.
-    // False if another process takes it for left behind and removes it. Where the file system knows no marks,
+    // False if another process takes it for left behind and removes it. Where the file system has no marks,
     // there are none.
     bool MarkAsInWork(File &mark) const;
     std::error_code Read(void *buffer, size_t size, size_t &got) override;

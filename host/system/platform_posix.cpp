@@ -350,7 +350,7 @@ TerminalSize SizeOfTerminal()
     return known;
 }
 
-// The C library knows the characters, whatever the user's locale is.
+// The C library has the width of characters, whatever the user's locale is.
 unsigned ColumnsOfCharacter(uint32_t code)
 {
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);

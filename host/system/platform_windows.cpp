@@ -245,8 +245,8 @@ bool MayWrite(const std::filesystem::path &path)
     return _waccess(path.c_str(), 2) == 0;
 }
 
-// Whoever works on a file has it open nearly all of the time, and then it can't be removed; for the moments
-// between, only files that nobody has touched for a day go.
+// A process that works on a file has it open nearly all of the time, and then it can't be removed; for the
+// moments between, only files that were not changed for a day are removed.
 void RemoveIfLeftBehind(const std::filesystem::path &path)
 {
     std::error_code error;

@@ -1,4 +1,4 @@
-// terminal_text.cpp: escapes what terminals would obey, and knows the room that the rest takes.
+// terminal_text.cpp: escapes what terminals would obey, and counts the columns of the rest.
 #include "host/system/terminal_text.h"
 
 #include "host/system/platform.h"

@@ -16,7 +16,7 @@ namespace tonekit::host {
 
 namespace {
 
-// Nobody means a file larger than this to go into a tag.
+// A file larger than this isn't meant for a tag.
 uint64_t LargestFile()
 {
     return MemoryLimit() / 4;
@@ -24,7 +24,7 @@ uint64_t LargestFile()
 
 std::vector<uint8_t> ReadWhole(const std::string &name)
 {
-    // Opening a pipe that nobody writes into would wait for ever.
+    // Opening a pipe without a writer would wait for ever.
     std::error_code error;
     const auto status = std::filesystem::status(PathFromUtf8(name), error);
     if (status.type() != std::filesystem::file_type::not_found && !error &&

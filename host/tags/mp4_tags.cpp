@@ -9,7 +9,7 @@ namespace tonekit::host {
 
 namespace {
 
-// Texts of any name: this, whoever thought of the name, and the name.
+// Texts of any name: this, the author of the name, and the name.
 constexpr const char *kFreeForm = "----:";
 constexpr const char *kOurFreeForm = "----:com.apple.iTunes:";
 constexpr const char *kCovers = "covr";

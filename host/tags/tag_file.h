@@ -35,7 +35,7 @@ public:
     TagKind kind() const { return kind_; }
     TagLib::PropertyMap Properties() const;
 
-    // Where tags of this form live in the file; null for kinds that have another form.
+    // Where tags of this form are in the file; null for kinds that have another form.
     TagLib::ID3v2::Tag *id3() const;
     TagLib::Ogg::XiphComment *xiph() const;
     TagLib::MP4::Tag *mp4() const;

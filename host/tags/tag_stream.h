@@ -13,14 +13,14 @@
 
 namespace tonekit::host {
 
-// TagLib's own stream says nothing of writes that fail, which on a full disk would leave half a tag
+// TagLib's own stream doesn't report writes that fail, which on a full disk would leave half a tag
 // unnoticed.
 class TagStream : public TagLib::IOStream {
 public:
     enum class Access { Read, Change };
 
     TagStream(const std::filesystem::path &path, Access access);
-    // The first bytes of a stream, to be read; they must live as long as this.
+    // The first bytes of a stream, to be read; they must exist as long as this.
     explicit TagStream(std::span<const unsigned char> beginning);
 
     // The first error that the system reported; no error if there was none.

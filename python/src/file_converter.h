@@ -27,7 +27,7 @@ public:
     double Placed();
 
 private:
-    // What a conversion refers to lives as long as its result.
+    // What a conversion refers to exists as long as its result.
     struct Result {
         host::Options options;
         host::Job job;

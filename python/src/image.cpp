@@ -1,4 +1,4 @@
-// image.cpp: lends NumPy's pictures to the library as bitmaps of a device.
+// image.cpp: passes NumPy's pictures to the library as bitmaps of a device.
 #include "python/src/image.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ struct Bitmap {
     size_t PaddedRowBytes() const { return (RowBytes() + 3) / 4 * 4; }
 };
 
-// The library knows the device only by its operations; the picture's pixel size comes along.
+// The library uses the device by its operations alone; the picture's pixel size is stored with it.
 struct Device {
     TonekitDevice operations;
     uint32_t pixelBytes;
