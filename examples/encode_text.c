@@ -21,7 +21,7 @@ int main(void)
     printf("\n");
 
     const bool right = wide[2] == 0xFC && strcmp(back, text) == 0 && strcmp(packed, "Z3LDvMOfIGRpY2g=") == 0;
-    UNC_freeStr(wide); /* what the encoders return is the caller's to give back */
+    UNC_freeStr(wide); /* what the encoders return is the caller's to release */
     UNC_freeStr(back);
     BASE64FreeMem(packed);
     return right ? 0 : 1;
