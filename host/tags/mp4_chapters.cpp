@@ -17,6 +17,8 @@ namespace tonekit::host {
 namespace {
 
 constexpr size_t kHeader = 8;
+// A broken file could have boxes of nothing for ever.
+constexpr int kMostBoxes = 100'000;
 
 void Check(const std::error_code &error)
 {
@@ -48,25 +50,25 @@ std::string BoxOf(const char *name, const std::string &content)
 // A box inside other bytes, with its header.
 struct Part {
     size_t start;
-    size_t size;
+    size_t size; // 0: it isn't there
 };
 
-// The box of this name between two places; nothing if there is none. Throws Failure where sizes make no
+// The box of this name between two places, or where the boxes there end. Throws Failure where sizes make no
 // sense.
-std::optional<Part> Find(const std::string &bytes, const char *name, size_t start, size_t end)
+Part Find(const std::string &bytes, const char *name, size_t start, size_t end)
 {
     while (start + kHeader <= end) {
         const uint64_t size = BigAt(bytes, start, 4);
         // Some programs end a list of boxes by four zeros.
         if (size == 0)
-            return std::nullopt;
+            break;
         if (size < kHeader || size > end - start)
             throw Failure("the boxes of its header make no sense");
         if (bytes.compare(start + 4, 4, name) == 0)
             return Part{start, static_cast<size_t>(size)};
         start += static_cast<size_t>(size);
     }
-    return std::nullopt;
+    return {start, 0};
 }
 
 std::string ListOf(const std::vector<Chapter> &chapters)
@@ -86,30 +88,61 @@ std::string ListOf(const std::vector<Chapter> &chapters)
     return BoxOf("chpl", list);
 }
 
+std::string WithoutLists(const std::string &content)
+{
+    std::string rest;
+    size_t place = 0;
+    for (Part list; (list = Find(content, "chpl", place, content.size())).size > 0;) {
+        rest.append(content, place, list.start - place);
+        place = list.start + list.size;
+    }
+    return rest.append(content, place);
+}
+
 // The movie's box with other chapters.
 std::string WithChapters(std::string movie, const std::vector<Chapter> &chapters)
 {
     // Chapters as a track of texts: the link to it goes.
     size_t place = kHeader;
-    while (const std::optional<Part> track = Find(movie, "trak", place, movie.size())) {
-        place = track->start + track->size;
-        if (const auto link = Find(movie, "tref", track->start + kHeader, place))
-            movie.replace(link->start + 4, 4, "free");
+    for (Part track; (track = Find(movie, "trak", place, movie.size())).size > 0;) {
+        place = track.start + track.size;
+        if (const Part link = Find(movie, "tref", track.start + kHeader, place); link.size > 0)
+            movie.replace(link.start + 4, 4, "free");
     }
-    std::optional<Part> data = Find(movie, "udta", kHeader, movie.size());
-    if (!data) {
-        data = Part{movie.size(), kHeader};
-        movie += BoxOf("udta", "");
+    Part data = Find(movie, "udta", kHeader, movie.size());
+    if (data.size == 0) {
+        movie.insert(data.start, BoxOf("udta", ""));
+        data.size = kHeader;
     }
-    std::string content = movie.substr(data->start + kHeader, data->size - kHeader);
-    if (const auto old = Find(content, "chpl", 0, content.size()))
-        content.erase(old->start, old->size);
+    std::string content = WithoutLists(movie.substr(data.start + kHeader, data.size - kHeader));
     // The end by four zeros, if there is one, stays after all boxes.
     if (!chapters.empty())
         content.insert(0, ListOf(chapters));
-    movie.replace(data->start, data->size, BoxOf("udta", content));
+    movie.replace(data.start, data.size, BoxOf("udta", content));
     movie.replace(0, 4, Big(movie.size(), 4));
     return movie;
+}
+
+// Where the movie's box is in the file, all of whose boxes are looked at: what is put at its end has to be
+// one of them.
+Part FindMovie(HeaderBytes &bytes)
+{
+    std::optional<Part> movie;
+    uint64_t place = 0;
+    for (int i = 0; place < bytes.size() && i < kMostBoxes; ++i) {
+        uint64_t size = bytes.Big(place, 4);
+        const bool isMovie = bytes.Has(place + 4, "moov");
+        if (size == 1 && !isMovie)
+            size = bytes.Big(place + 8, 8);
+        if (!bytes.ok() || size < kHeader || size > bytes.size() - place)
+            throw Failure("the boxes of its header make no sense");
+        if (isMovie && !movie)
+            movie = Part{static_cast<size_t>(place), static_cast<size_t>(size)};
+        place += size;
+    }
+    if (!movie || place != bytes.size() || movie->size > MemoryLimit() / 4)
+        throw Failure("its header can't be found, or is too large");
+    return *movie;
 }
 
 } // namespace
@@ -118,26 +151,15 @@ std::string WithChapters(std::string movie, const std::vector<Chapter> &chapters
 void SetMp4Chapters(File &file, const std::vector<Chapter> &chapters)
 {
     HeaderBytes bytes(file);
-    uint64_t place = 0;
-    uint64_t size = 0;
-    for (; place < bytes.size(); place += size) {
-        size = bytes.Big(place, 4);
-        if (bytes.Has(place + 4, "moov"))
-            break;
-        if (size == 1)
-            size = bytes.Big(place + 8, 8);
-        if (!bytes.ok() || size < kHeader || size > bytes.size() - place)
-            throw Failure("the boxes of its header make no sense");
-    }
-    if (size < kHeader || size > bytes.size() - place || size > MemoryLimit() / 4)
-        throw Failure("its header can't be found, or is too large");
-    std::string movie(static_cast<size_t>(size), '\0');
-    if (!bytes.Fetch(place, movie.data(), movie.size()))
+    const Part part = FindMovie(bytes);
+    std::string movie(part.size, '\0');
+    if (!bytes.Fetch(part.start, movie.data(), movie.size()))
         throw Failure("its header breaks off");
     const std::string changed = WithChapters(movie, chapters);
     if (changed == movie)
         return;
-    if (place + size != bytes.size()) {
+    uint64_t place = part.start;
+    if (place + part.size != bytes.size()) {
         Check(file.SeekTo(place + 4));
         Check(file.Write("free", 4));
         place = bytes.size();
