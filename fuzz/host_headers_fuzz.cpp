@@ -1,6 +1,6 @@
 // host_headers_fuzz.cpp: what reads and changes headers by itself, on arbitrary files: completeness, open
 // sizes of streams, the lengths of AIFF files, cue sheets in FLAC files, sizes that are set afterwards,
-// samples without a header, and audio that comes through a pipe.
+// samples without a header, audio that comes through a pipe, and CAF files with long chunks.
 #include "fuzz/memory_file.h"
 #include "host/audio/aiff_lengths.h"
 #include "host/audio/audio_reader.h"
@@ -139,6 +139,38 @@ void Raw(const MemoryFile &file, InputBytes &input, bool pipe)
     }
 }
 
+// CAF files of 8 frames, with chunks of any length before their samples: these or Failure.
+void LongCaf(MemoryFile &file, InputBytes &input)
+{
+    constexpr int16_t kSamples[] = {1, -2, 3, -4, 5, -6, 7, -8};
+    std::string caf(
+        "caff\0\1\0\0desc\0\0\0\0\0\0\0\x20\x40\xE5\x88\x80\0\0\0\0lpcm\0\0\0\2\0\0\0\2\0\0\0\1\0\0\0\1\0\0\0"
+        "\x10",
+        52);
+    const bool pipe = input.Flag();
+    const uint32_t repeat = input.Byte() == 255 ? 10'001 : 1;
+    for (uint32_t left = input.Below(6); left != 0; --left) {
+        const char *const name = input.OneOf({"free", "pakt", "uuid", "info", "kuki", "chan"});
+        const uint32_t length = input.Byte() * input.OneOf({1u, 16u, 256u});
+        for (uint32_t k = 0; k < repeat && caf.size() < (1u << 20); ++k) {
+            caf += name + std::string("\0\0\0\0\0", 5);
+            for (const int shift : {16, 8, 0})
+                caf += static_cast<char>(length >> shift);
+            caf.append(length, '\0');
+        }
+    }
+    caf += std::string("data\0\0\0\0\0\0\0\x14\0\0\0\0", 16);
+    caf.append(reinterpret_cast<const char *>(kSamples), sizeof(kSamples));
+    file.Set(reinterpret_cast<const uint8_t *>(caf.data()), caf.size());
+    std::optional<AudioReader> reader;
+    if (pipe)
+        reader.emplace(Opened(file), "stream");
+    else
+        reader.emplace(file.Path(), "file");
+    int16_t samples[16] = {};
+    Require(reader->Read(samples, 16) == 8 && std::equal(kSamples, kSamples + 8, samples));
+}
+
 void Stream(const MemoryFile &file)
 {
     AudioReader reader(Opened(file), "stream");
@@ -152,7 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static MemoryFile file;
     InputBytes input(data, size);
-    const uint32_t action = input.Below(8);
+    const uint32_t action = input.Below(9);
     const uint8_t operand = input.Byte();
     if (action == 2) {
         Sizes(input);
@@ -161,6 +193,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     file.Set(input.Rest(), input.Size());
     try {
         switch (action) {
+        case 8:
+            LongCaf(file, input);
+            break;
         case 0:
             Completeness(file, input.Size());
             break;

@@ -119,7 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static MemoryFile file;
     InputBytes input(data, size);
     const TagKind kind = input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis,
-                                      TagKind::Opus, TagKind::Mpeg, TagKind::None});
+                                      TagKind::Opus, TagKind::Mpeg, TagKind::None, TagKind::Mp4});
     const bool replace = input.Flag();
     const TagEdit edit = TakeEdit(input);
     std::vector<uint8_t> settings = input.Take(8);

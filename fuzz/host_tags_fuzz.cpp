@@ -30,12 +30,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static tonekit::fuzz::MemoryFile file;
     tonekit::fuzz::InputBytes input(data, size);
     const TagKind kind = input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis,
-                                      TagKind::Opus, TagKind::Mpeg, TagKind::None});
+                                      TagKind::Opus, TagKind::Mpeg, TagKind::None, TagKind::Mp4,
+                                      TagKind::WavPack, TagKind::Ape, TagKind::Asf, TagKind::Libav});
+    const uint8_t how = input.Byte();
+    TagChoice choice;
+    choice.chapters = (how & 1) == 0;
+    choice.frontCover = (how & 2) == 0;
     file.Set(input.Rest(), input.Size());
     TagBlock *block = ID3Helper_Alloc();
     std::vector<std::string> warnings;
     try {
-        ReadTags(file.Path(), kind, {}, block, warnings);
+        if ((how & 4) == 0)
+            ReadTags(file.Path(), kind, choice, block, warnings);
+        else
+            ReadTags({input.Rest(), input.Size()}, "stream", kind, choice, block, warnings);
     } catch (const Failure &) {
         // A file that is refused.
     }
