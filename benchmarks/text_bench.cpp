@@ -2,7 +2,7 @@
 // with iconv.
 //
 // Ours finds the end, allocates, converts and releases. iconv's converter is opened once; for short text it,
-// too, allocates. ICU is given the length and memory that is there already.
+// too, allocates. ICU gets the length and memory that is there already.
 #include "benchmarks/ratio.h"
 
 #include <cstdlib>

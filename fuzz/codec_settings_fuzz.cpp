@@ -52,7 +52,7 @@ struct Settings {
     uint8_t transformFlags;
 };
 
-// The file as a source that gives a few bytes at a time and says that there are no more for now.
+// The file as a source that returns a few bytes at a time and says that there are no more for now.
 struct SuspendedSource : jpeg_source_mgr {
     SuspendedSource(const uint8_t *file, size_t size) : jpeg_source_mgr{}, rest(size)
     {

@@ -73,7 +73,7 @@ void OpenSizes(const MemoryFile &file, size_t size, bool isFile)
     std::vector<unsigned char> bytes(4096);
     size_t got = 1;
     for (uint64_t all = 0; got != 0; all += got) {
-        Require(all <= size + 64); // 36 bytes that RF64 has in front of WAV, and what is left of them
+        Require(all <= size + 64); // 36 bytes that RF64 has more than WAV, and what is left of them
         if (pipe.Read(bytes.data(), bytes.size(), got))
             return;
     }

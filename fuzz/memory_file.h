@@ -1,4 +1,4 @@
-// memory_file.h: a file that lives in memory and has a path, for targets that open files by name.
+// memory_file.h: a file in memory that has a path, for targets that open files by name.
 #pragma once
 
 #include "fuzz/input_bytes.h"

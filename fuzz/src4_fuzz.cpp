@@ -1,5 +1,5 @@
 // src4_fuzz.cpp: conversions at equal rates, of any encodings, channels, settings and chunks. The baseline
-// and any other body give the same bytes through each interface; equal encodings come through as they are.
+// and any other body write the same bytes through each interface; equal encodings come through as they are.
 #include "fuzz/conversions.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)

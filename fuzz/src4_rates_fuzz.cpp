@@ -1,5 +1,5 @@
 // src4_rates_fuzz.cpp: conversions that change the rate, of any encodings, channels, settings and chunks. The
-// baseline and any other body give the same bytes through each interface. The design of a filter takes a
+// baseline and any other body write the same bytes through each interface. The design of a filter takes a
 // hundred times what all the rest does: most inputs share a few short ones, which the library keeps.
 #include "fuzz/conversions.h"
 

@@ -192,7 +192,7 @@ class Books:
 
 
 class Shards:
-    """Rows of a run on their way into the books.
+    """Rows of a run that are not yet in the books.
 
     :param books: where they go
     :param run: name of the run, which no other has

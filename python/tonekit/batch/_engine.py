@@ -19,7 +19,7 @@ class Lost(NamedTuple):
     """Files whose worker ended with them."""
 
     items: Sequence[Item]
-    culprit: int | None  # the item that was in hand; None: any of them, or the machine went away
+    culprit: int | None  # the item that was in work; None: any of them, or the machine was lost
     reason: str
 
 

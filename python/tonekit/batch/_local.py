@@ -70,7 +70,7 @@ class _Process:
                 self.done = 0
 
     def lost(self) -> list[Lost]:
-        """What the process had when it died."""
+        """What the process had when it ended."""
         status = self.process.wait()
         reason = f"signal {-status} ({signal.Signals(-status).name})" if status < 0 else f"exit status {status}"
         events = []
