@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import os
+import subprocess
+import sys
 import tracemalloc
 from collections import Counter, deque
 from collections.abc import Iterator, Sequence
@@ -12,14 +14,16 @@ from typing import Any
 import pytest
 from empty_archive import EmptyEngine, made, simulated
 
-from tonekit.batch import _books, _listing, _local
-from tonekit.batch._books import Books, Shards
+from tonekit.batch import _listing, _local, _shards
+from tonekit.batch._books import Books
 from tonekit.batch._engine import Done, Lost
-from tonekit.batch._progress import Progress, clock
+from tonekit.batch._progress import Progress
 from tonekit.batch._schedule import Schedule
+from tonekit.batch._shards import Shards
 from tonekit.batch._statistics import Statistics, Timeline
 from tonekit.batch._storage import Store, patiently, plain_address
 from tonekit.batch._work import Item, kind_of
+from tonekit.batch._words import clock
 from tonekit.batch._worker import MARK
 
 
@@ -133,7 +137,7 @@ def test_large_files_travel_alone() -> None:
 
 
 def test_memory_does_not_grow_with_the_number_of_inputs(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.setattr(_books, "_SHARD_ROWS", 500)
+    monkeypatch.setattr(_shards, "_SHARD_ROWS", 500)
     peaks = []
     for count in (2_000, 8_000):
         tracemalloc.start()
@@ -147,7 +151,7 @@ def test_memory_does_not_grow_with_the_number_of_inputs(tmp_path: Path, monkeypa
 def test_the_latest_row_of_each_source_counts(tmp_path: Path) -> None:
     books = Books(Store(tmp_path / "books"))
     for run, (first, last) in enumerate([(0, 5000), (4000, 9000), (8500, 8600)]):
-        shards = Shards(books, f"run{run}")
+        shards = Shards(books.store, f"run{run}")
         for i in range(first, last):
             shards.add(made(f"/a/{i}", size=run))
         shards.close(merge=False)
@@ -162,8 +166,8 @@ def test_the_latest_row_of_each_source_counts(tmp_path: Path) -> None:
 
 def test_shards_are_put_together(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     books = Books(Store(tmp_path / "books"))
-    shards = Shards(books, "run")
-    monkeypatch.setattr(_books, "_SHARDS", 8)
+    shards = Shards(books.store, "run")
+    monkeypatch.setattr(_shards, "_SHARDS", 8)
     for i in range(30):
         shards.add(made(f"/a/{i}"))
         shards.flush()
@@ -246,3 +250,41 @@ def test_large_folders_are_listed_whole(tmp_path: Path, monkeypatch: pytest.Monk
     assert [entry.error for entry in found if entry.error] == [
         f"{tmp_path}/loop: the link leads back to a folder around it"
     ]
+
+
+def python(code: str) -> str:
+    """What a fresh interpreter prints that runs this code."""
+    done = subprocess.run([sys.executable, "-P", "-c", code], capture_output=True, text=True, timeout=100)
+    return done.stdout + done.stderr
+
+
+def test_work_begins_before_parquet_is_imported() -> None:
+    code = "import sys, tonekit.batch._command; from tonekit.batch import run; import tonekit.batch._run, tonekit.batch._local"
+    assert python(f"{code}\nprint(sorted({{'numpy', 'pyarrow', 'pandas', 'fsspec'}} & set(sys.modules)))") == "[]\n"
+
+
+def test_without_parquet_it_is_said_what_to_install() -> None:
+    code = "import sys; sys.modules['pyarrow'] = None\ntry: from tonekit.batch import run\nexcept ImportError as error: print(error)"
+    assert python(code) == "pyarrow isn't installed: pip install 'tonekit[batch]'\n"
+
+
+def test_rows_of_an_interrupted_run_are_written_without_merging(tmp_path: Path) -> None:
+    store = Store(tmp_path / "books")
+    for run, count in (("a", 3), ("b", 2)):
+        shards = Shards(store, run)
+        for i in range(count):
+            shards.add(made(f"/{run}/{i}"))
+        shards.close(merge=False)
+    assert store.names() == ["part-a-000000.parquet", "part-b-000000.parquet"]
+    assert sorted(row for batch in Books(store).current() for row in batch.column("source").to_pylist()) == [
+        "/a/0",
+        "/a/1",
+        "/a/2",
+        "/b/0",
+        "/b/1",
+    ]
+    shards = Shards(store, "c")
+    shards.add(made("/c/0"))
+    shards.close(merge=True)
+    assert [name[:11] for name in store.names()] == ["manifest-c-"]
+    assert sum(batch.num_rows for batch in Books(store).current()) == 6

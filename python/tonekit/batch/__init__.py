@@ -11,6 +11,8 @@ The same call goes on where an earlier one ended. Needs ``pip install 'tonekit[b
 
 from __future__ import annotations
 
+from importlib import import_module
+from importlib.util import find_spec
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
@@ -24,10 +26,8 @@ def __getattr__(name: str) -> object:
     """Imports what is asked for: worker processes, which start often, need nothing of it."""
     if name not in __all__:
         raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
-    try:
-        from ._interface import run
-        from ._status import status
-    except ImportError as error:
-        raise ImportError(f"{error}: pip install 'tonekit[batch]'") from None
-    globals().update(run=run, status=status)
-    return globals()[name]
+    if find_spec("pyarrow") is None:
+        raise ImportError("pyarrow isn't installed: pip install 'tonekit[batch]'")
+    module = import_module("._interface" if name == "run" else "._status", __name__)
+    globals()[name] = found = getattr(module, name)
+    return found

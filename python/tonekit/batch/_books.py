@@ -5,14 +5,14 @@ from __future__ import annotations
 import io
 import secrets
 import time
-from collections.abc import Iterator, Mapping
-from typing import Any
+from collections.abc import Iterator
 
 import pyarrow
 import pyarrow.parquet as parquet
 
 from ._index import Index, Latest
 from ._scratch import Scratch
+from ._shards import Row, files_of
 from ._storage import Store
 
 SCHEMA = pyarrow.schema(
@@ -55,13 +55,7 @@ SCHEMA = pyarrow.schema(
     ]
 )
 
-Row = Mapping[str, Any]
-
 _BATCH = 4096
-_SHARD_ROWS = 20_000
-_SHARD_SECONDS = 5.0  # of finished work that a killed driver leaves out of the books at most
-_SHARDS = 64  # shards of a run that are put together
-_TOGETHER = 100_000  # rows that are in memory for it at most
 
 
 class _Changed(Exception):
@@ -79,7 +73,7 @@ class Books:
 
     def files(self) -> list[str]:
         """The names of its Parquet files."""
-        return [name for name in self.store.names() if name.endswith(".parquet")]
+        return files_of(self.store)
 
     def current(self, columns: list[str] | None = None, files: list[str] | None = None) -> Iterator[pyarrow.RecordBatch]:
         """Reads the latest row of each source, in batches, in memory that doesn't grow with their number.
@@ -191,76 +185,24 @@ class Books:
             raise _Changed from None
 
 
-class Shards:
-    """Rows of a run that are not yet in the books.
+def encoded(rows: list[Row]) -> bytes:
+    """The bytes of a Parquet file of these rows."""
+    return _bytes_of(pyarrow.Table.from_pylist(rows, schema=SCHEMA))
 
-    :param books: where they go
-    :param run: name of the run, which no other has
-    """
 
-    def __init__(self, books: Books, run: str) -> None:
-        self._books = books
-        self._run = run
-        self._rows: list[Row] = []
-        self._names: list[str] = []  # shards since some were put together
-        self._small = 0  # their rows
-        self._count = 0
-        self._due = time.monotonic() + _SHARD_SECONDS
-        self.found = bool(books.files())
+def joined(store: Store, names: list[str]) -> bytes:
+    """The bytes of a Parquet file of the rows of all these; raises FileNotFoundError if one is gone."""
+    tables = []
+    for name in names:
+        with store.open(name) as stream:
+            tables.append(parquet.read_table(stream, schema=SCHEMA))
+    return _bytes_of(pyarrow.concat_tables(tables))
 
-    def add(self, row: Row) -> None:
-        """Adds a row, which is in the books a few seconds later."""
-        self._rows.append(row)
-        if len(self._rows) >= _SHARD_ROWS:
-            self.flush()
 
-    def tick(self) -> None:
-        """Writes what has waited long enough."""
-        if time.monotonic() >= self._due:
-            self.flush()
-
-    def flush(self) -> None:
-        """Writes all rows."""
-        self._due = time.monotonic() + _SHARD_SECONDS
-        if not self._rows:
-            return
-        table = pyarrow.Table.from_pylist(self._rows, schema=SCHEMA)
-        self._rows = []
-        self._small += table.num_rows
-        self._names.append(self._write(table))
-        if self._small > _TOGETHER:
-            self._names, self._small = [], 0
-        elif len(self._names) >= _SHARDS:
-            self._put_together()
-
-    def close(self, merge: bool) -> None:
-        """Writes all rows; with `merge` the manifest becomes one file."""
-        self.flush()
-        if merge:
-            others = set(self._books.files()) - {name for name in self._books.files() if self._run in name}
-            self._books.merge(self._run, unique=not self.found and not others)
-
-    def _write(self, table: pyarrow.Table) -> str:
-        name = f"part-{self._run}-{self._count:06}.parquet"
-        self._count += 1
-        data = io.BytesIO()
-        parquet.write_table(table, data, compression="zstd")
-        self._books.store.write(data.getvalue(), name)
-        return name
-
-    def _put_together(self) -> None:
-        """One shard out of many, so that a long run doesn't leave tens of thousands."""
-        names, self._names, self._small = self._names, [], 0
-        tables = []
-        try:
-            for name in names:
-                with self._books.store.open(name) as stream:
-                    tables.append(parquet.read_table(stream, schema=SCHEMA))
-        except FileNotFoundError:
-            return  # another run has merged them
-        self._write(pyarrow.concat_tables(tables))
-        for name in names:
-            self._books.store.remove(name)
+def _bytes_of(table: pyarrow.Table) -> bytes:
+    data = io.BytesIO()
+    parquet.write_table(table, data, compression="zstd")
+    return data.getvalue()
 
 
 def _write_groups(writer: parquet.ParquetWriter, batches: Iterator[pyarrow.RecordBatch]) -> None:

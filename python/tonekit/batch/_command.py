@@ -10,6 +10,7 @@ from typing import Any, NoReturn
 
 from .. import _core
 from ._conversion import OPTIONS
+from ._words import clock, dither_note, errors_text
 
 _INTERRUPTED = 130
 
@@ -74,7 +75,6 @@ def _options(arguments: argparse.Namespace) -> dict[str, Any]:
 
 def _run(arguments: argparse.Namespace) -> int:
     from . import run
-    from ._status import errors_text
 
     summary = run(
         arguments.source,
@@ -101,9 +101,6 @@ def _run(arguments: argparse.Namespace) -> int:
 
 
 def _summary_text(summary: dict[str, Any]) -> str:
-    from ._progress import clock
-    from ._status import dither_note
-
     line = f"{summary['files']:,} files: {summary['done']:,} done"
     for key, words in (("kept", "were done before"), ("failed", "failed"), ("repeated", "were named twice")):
         if summary[key]:

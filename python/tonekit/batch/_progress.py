@@ -11,22 +11,11 @@ from typing import TextIO
 
 from ._listing import Entry
 from ._statistics import Statistics
+from ._words import clock
 
 _BAR = 24
 _BAR_SECONDS = 0.2
 _LINE_SECONDS = 10.0
-
-
-def clock(seconds: float) -> str:
-    """Hours, minutes and seconds."""
-    whole = int(seconds + 0.5)
-    hours, rest = divmod(whole, 3600)
-    return f"{hours}:{rest // 60:02}:{rest % 60:02}" if hours else f"{rest // 60}:{rest % 60:02}"
-
-
-def printable(text: str) -> str:
-    """A text without characters that would change a terminal."""
-    return "".join(c if c.isprintable() else "?" for c in text)
 
 
 class Count:

@@ -6,8 +6,8 @@ import time
 from collections.abc import Sequence
 from html import escape
 
-from ._progress import clock
 from ._statistics import Statistics, Timeline
+from ._words import clock
 
 _WIDTH = 860
 _HEIGHT = 180

@@ -11,7 +11,6 @@ from collections.abc import Iterator
 from typing import Any
 
 from . import _listing, _report
-from ._books import Books, Shards
 from ._conversion import Conversion
 from ._engine import Engine
 from ._index import Booked, Index
@@ -19,6 +18,7 @@ from ._listing import Entry
 from ._progress import Count, Progress
 from ._schedule import Schedule
 from ._scratch import Scratch
+from ._shards import Shards, files_of
 from ._statistics import Statistics
 from ._storage import Storage, Store, plain_address
 from ._work import Item, Outcome, failed
@@ -50,8 +50,8 @@ class Run:
         self.target.require_writable()
         self._check_places()
         self.conversion = conversion
-        self.books = Books(Store(manifest, storage) if manifest is not None else self.target.child(MANIFEST))
-        self.books.store.require_writable()
+        self.manifest = Store(manifest, storage) if manifest is not None else self.target.child(MANIFEST)
+        self.manifest.require_writable()
         self.statistics = Statistics()
         self.name = f"{int(time.time())}-{secrets.token_hex(4)}"
         self._column = column
@@ -71,8 +71,8 @@ class Run:
         count = Count(self.entries, self.statistics) if show else None
         try:
             self._index = Index(scratch.file("index"))
-            self.books.load(self._index)
-            self._shards = Shards(self.books, self.name)
+            self._load()
+            self._shards = Shards(self.manifest, self.name)
             ended = False
             try:
                 Schedule(engine, self._items(listing), self._finish).run(lambda: self._tick(progress))
@@ -92,6 +92,13 @@ class Run:
     def entries(self) -> Iterator[Entry]:
         """Lists the inputs."""
         return _listing.entries(self.source, self.target.address, self._column, self._base, self._storage)
+
+    def _load(self) -> None:
+        """Fills the index with what the books say."""
+        if files_of(self.manifest):
+            from ._books import Books
+
+            Books(self.manifest).load(self._index)
 
     def _check_places(self) -> None:
         if _listing.is_list(self.source):
@@ -203,31 +210,31 @@ class Run:
         self._write_json(f"_run-{self.name}.json", state)
 
     def _write_json(self, name: str, value: object) -> None:
-        self.books.store.write(json.dumps(value, indent=1, ensure_ascii=False).encode(), name)
+        self.manifest.write(json.dumps(value, indent=1, ensure_ascii=False).encode(), name)
 
     def _end(self) -> dict[str, Any]:
         summary = self.statistics.summary()
-        summary["manifest"] = self.books.store.address
-        summary["report"] = f"{self.books.store.address}/_report.html"
+        summary["manifest"] = self.manifest.address
+        summary["report"] = f"{self.manifest.address}/_report.html"
         self._write_json("_summary.json", summary)
         page = _report.page(self.statistics, self.source, self.target.address, self._engine_name)
-        self.books.store.write(page.encode(), "_report.html")
+        self.manifest.write(page.encode(), "_report.html")
         self._remove_states()
         return summary
 
     def _remove_states(self) -> None:
         """Removes the states of this run and of those that ended or died."""
-        self.books.store.remove_left_behind()
-        for name in self.books.store.names():
+        self.manifest.remove_left_behind()
+        for name in self.manifest.names():
             if not name.startswith("_run-"):
                 continue
             try:
-                state = json.loads(self.books.store.read(name))
+                state = json.loads(self.manifest.read(name))
                 gone = state["ended"] or time.time() - state["updated"] > _OLD_SECONDS
             except (FileNotFoundError, ValueError, KeyError):
                 continue
             if gone:
-                self.books.store.remove(name)
+                self.manifest.remove(name)
 
 
 def wants_progress(show: bool | None) -> bool:

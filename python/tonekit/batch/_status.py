@@ -11,11 +11,10 @@ import pyarrow
 import pyarrow.compute as compute
 
 from ._books import Books
-from ._progress import clock, printable
 from ._storage import Storage, Store
+from ._words import clock, dither_note, errors_text
 
 _COLUMNS = ["state", "kind", "error", "audio_seconds", "total_seconds", "size", "target_size", "dithered"]
-_SHOWN = 20
 _SILENT_SECONDS = 60.0
 
 
@@ -112,22 +111,6 @@ def text(state: dict[str, Any]) -> str:
     for run in state["runs"]:
         lines.append(_run_text(run))
     return "\n".join(lines)
-
-
-def dither_note(files: int) -> str:
-    """What dither does to digests."""
-    return f"{files:,} files are dithered, so their digests differ from run to run (--dither off makes them equal)"
-
-
-def errors_text(errors: dict[str, int], examples: dict[str, str]) -> list[str]:
-    """Lines about errors by kind."""
-    lines = []
-    for kind, count in list(errors.items())[:_SHOWN]:
-        example = f", as {printable(examples[kind])}" if kind in examples else ""
-        lines.append(f"  {count:,} x {printable(kind)}{example}")
-    if len(errors) > _SHOWN:
-        lines.append(f"  and {len(errors) - _SHOWN:,} kinds of errors more")
-    return lines
 
 
 def _run_text(run: dict[str, Any]) -> str:

@@ -1,0 +1,33 @@
+"""Counts, times and errors in words, for people."""
+
+from __future__ import annotations
+
+_SHOWN = 20  # kinds of errors
+
+
+def clock(seconds: float) -> str:
+    """Hours, minutes and seconds."""
+    whole = int(seconds + 0.5)
+    hours, rest = divmod(whole, 3600)
+    return f"{hours}:{rest // 60:02}:{rest % 60:02}" if hours else f"{rest // 60}:{rest % 60:02}"
+
+
+def printable(text: str) -> str:
+    """A text without characters that would change a terminal."""
+    return "".join(c if c.isprintable() else "?" for c in text)
+
+
+def dither_note(files: int) -> str:
+    """What dither does to digests."""
+    return f"{files:,} files are dithered, so their digests differ from run to run (--dither off makes them equal)"
+
+
+def errors_text(errors: dict[str, int], examples: dict[str, str]) -> list[str]:
+    """Lines about errors by kind."""
+    lines = []
+    for kind, count in list(errors.items())[:_SHOWN]:
+        example = f", as {printable(examples[kind])}" if kind in examples else ""
+        lines.append(f"  {count:,} x {printable(kind)}{example}")
+    if len(errors) > _SHOWN:
+        lines.append(f"  and {len(errors) - _SHOWN:,} kinds of errors more")
+    return lines
