@@ -64,7 +64,7 @@ def blocks_of_soxr(x: np.ndarray) -> None:
 
 
 def tasks() -> dict[str, dict[str, Callable[[], object]]]:
-    long, clip = noise(60), noise(1)
+    long, middle, clip = noise(60), noise(10), noise(1)
     result: dict[str, dict[str, Callable[[], object]]] = {}
     for target in (48000, 16000):
         kilo = target // 1000
@@ -75,8 +75,8 @@ def tasks() -> dict[str, dict[str, Callable[[], object]]]:
             name: (lambda r=r, t=target: [r(clip, 44100, t) for _ in range(10)]) for name, r in RESAMPLERS.items()
         }
     result["10 ms blocks"] = {
-        "tonekit": lambda: blocks_of_tonekit(noise(10)),
-        "python-soxr": lambda: blocks_of_soxr(noise(10)),
+        "tonekit": lambda: blocks_of_tonekit(middle),
+        "python-soxr": lambda: blocks_of_soxr(middle),
     }
     return result
 

@@ -98,6 +98,11 @@ const CSampleRateConverter4 &StreamConverter::Converter() const
     return *static_cast<const CSampleRateConverter4 *>(handle_.get());
 }
 
+bool StreamConverter::OnlyGathers(uint64_t frames) const
+{
+    return frames < Converter().blockFrames - Converter().blockFill;
+}
+
 double StreamConverter::LimiterGain() const
 {
     // The path that isn't in use stays at 1.

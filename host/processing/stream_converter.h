@@ -26,6 +26,9 @@ public:
 
     void Write(const void *samples, uint32_t frames, const FrameSink &sink);
     void Finish(const FrameSink &sink);
+    // Whether so many frames would only wait for more: a Write of them calls no sink and takes no longer than
+    // a copy.
+    bool OnlyGathers(uint64_t frames) const;
 
     // The factor by which the limiter has turned the mix down so far.
     double LimiterGain() const;

@@ -14,6 +14,7 @@ namespace {
 
 constexpr uint32_t kGatherFrames = 16384;   // of arrays that aren't interleaved; stays in the cache
 constexpr uint32_t kWriteFrames = 1u << 30; // that the library takes at once
+constexpr uint64_t kShortBytes = 65536;     // of arrays whose copy takes no longer than to release the GIL
 constexpr uint32_t kHdcdFrames = 16384;     // a block of tonekit-convert, so that both decode alike
 
 // Keeps a second thread out instead of letting it wait: it would feed its frames in some order or other.
@@ -67,7 +68,6 @@ nb::object Stream::Run(nb::handle array, bool last, bool flat)
         PyErr_SetString(PyExc_RuntimeError, "this stream has ended: make another one");
         throw nb::python_error();
     }
-    ResultArray result = NewResult();
     std::optional<SampleArray> samples;
     if (!array.is_none()) {
         samples.emplace(array.ptr(), format_.input.SampleBytes());
@@ -76,6 +76,13 @@ nb::object Stream::Run(nb::handle array, bool last, bool flat)
                                    " channels, not " + std::to_string(samples->channels()))
                                       .c_str());
     }
+    if (samples && !last && OnlyGathers(*samples)) {
+        const auto frames = static_cast<uint32_t>(samples->frames());
+        converter_->Write(samples->Frames(0, frames), frames, {});
+        inputFrames_ += frames;
+        return nb::none();
+    }
+    ResultArray result = NewResult();
     {
         const nb::gil_scoped_release released;
         SignalCheck signals;
@@ -97,6 +104,15 @@ void Stream::Close()
     ended_ = true;
     converter_.reset();
     hdcd_.reset();
+}
+
+// Blocks of some milliseconds, of which a hundred make one of the converter's, come by here. Dither has its
+// turns to wait for, which nobody does with the GIL.
+bool Stream::OnlyGathers(const SampleArray &samples) const
+{
+    return converter_ && !hdcd_ && !plan_.dither && !format_.input.wide24 && samples.interleaved() &&
+           samples.frames() * plan_.source.FrameBytes() <= kShortBytes &&
+           converter_->OnlyGathers(samples.frames());
 }
 
 void Stream::WriteArray(SampleArray &samples, ResultArray &result, SignalCheck &signals)

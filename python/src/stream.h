@@ -32,8 +32,8 @@ public:
 
     // Converts the frames of an array and, if `last` says so, ends the stream. `flat` makes the result an
     // array of one dimension; None is an array of no frames while the stream goes on. Releases the
-    // GIL meanwhile. Throws nb::python_error with RuntimeError if another thread is in here, or the stream
-    // has ended.
+    // GIL meanwhile, unless a short array only waits for more. Throws nb::python_error with RuntimeError if
+    // another thread is in here, or the stream has ended.
     nanobind::object Run(nanobind::handle array, bool last, bool flat);
 
     // Ends the stream without its last frames. Throws as Run does if another thread is in here.
@@ -54,6 +54,7 @@ public:
     ResultArray NewResult() const { return ResultArray(format_.output, plan_.target.channels); }
 
 private:
+    bool OnlyGathers(const SampleArray &samples) const;
     void WriteArray(SampleArray &samples, ResultArray &result, SignalCheck &signals);
     void WriteDecoded(const void *samples, uint32_t frames, const host::FrameSink &sink);
     void DecodeBlock(const host::FrameSink &sink);

@@ -30,6 +30,20 @@ def test_iteration_yields_no_empty_blocks() -> None:
     assert sum(len(part) for part in parts) == 160_000
 
 
+@pytest.mark.parametrize("short", [1, 100, 441])
+def test_a_short_block_that_completes_one_of_the_library_gives_its_frames(short: int) -> None:
+    x = np.random.default_rng(9).uniform(-0.5, 0.5, (130_000, 2)).astype(np.float32)
+    full = 60_211  # frames that the library converts at once at these rates
+    converter = tonekit.Converter(44100, 48000, in_channels=2)
+    parts = [converter.write(x[: full - short]), converter.write(x[full - short : full])]
+    assert len(parts[0]) == 0
+    assert len(parts[1]) > 50_000
+    parts += [converter.write(x[i : i + short]) for i in range(full, full + 1000 * short, short) if i + short <= len(x)]
+    assert converter.in_frames == full + min(1000, (len(x) - full) // short) * short
+    parts += [converter.write(x[converter.in_frames :]), converter.flush()]
+    assert np.concatenate(parts).tobytes() == tonekit.resample(x, 44100, 48000).tobytes()
+
+
 def test_a_second_thread_is_turned_away() -> None:
     converter = tonekit.Converter(44100, 48000, in_channels=2)
     long = np.zeros((44100 * 40, 2), np.float32)
