@@ -4,6 +4,8 @@
 #include "tests/support/codec_driver.h"
 #include "tests/support/random.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace tonekit::codec {
@@ -218,6 +220,30 @@ TEST(Codec, CropOfMergedUpsamplingMayLeaveOneChromaSample)
             }
             CODEC(codec, jpeg_finish_decompress)(&object);
         }
+}
+
+// What an error leaves is the caller's to release, also after the memory has grown.
+TEST(Codec, MemoryThatGrewIsTheCallersAfterAnError)
+{
+    const Image image = TestImage(10, 100, 100, 3);
+    for (const Codec &codec : AllBodies()) {
+        unsigned char *data = nullptr;
+        unsigned long size = 0;
+        {
+            Compressor object(codec);
+            CODEC(codec, jpeg_mem_dest)(&object, &data, &size);
+            Configure(object, image, {});
+            CODEC(codec, jpeg_start_compress)(&object, TRUE);
+            const Bytes marker(30'000, 'x');
+            CODEC(codec, jpeg_write_marker)(&object, JPEG_COM, marker.data(), 30'000);
+            EXPECT_THROW(CODEC(codec, jpeg_finish_compress)(&object), Failure);
+        }
+        ASSERT_TRUE(data);
+        EXPECT_EQ(data[0], 0xFF);
+        EXPECT_EQ(data[1], 0xD8);
+        EXPECT_GT(std::count(data, data + 20'000, 'x'), 19'000);
+        std::free(data);
+    }
 }
 
 TEST(Codec, BodiesMayTakeTurnsOnOneObject)
