@@ -60,6 +60,17 @@ std::optional<std::vector<uint8_t>> AudioOf(const MemoryFile &file, TagKind kind
     }
 }
 
+// Whether an AIFF file's chunk of samples is shorter than its own header: libsndfile takes what follows for
+// samples, and a tag may be there.
+bool HasNoRoomForSamples(const uint8_t *bytes, size_t size)
+{
+    const std::string file(reinterpret_cast<const char *>(bytes), size);
+    for (size_t at = file.find("SSND"); at != std::string::npos; at = file.find("SSND", at + 1))
+        if (at + 8 <= size && file.compare(at + 4, 3, std::string(3, '\0')) == 0 && bytes[at + 7] < 8)
+            return true;
+    return false;
+}
+
 bool Holds(const Texts &texts, const std::string &key, const std::string &value)
 {
     return std::find(texts.begin(), texts.end(), std::pair(key, value)) != texts.end();
@@ -137,7 +148,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     Texts texts;
     const bool known = Read(file, kind, texts);
-    if (!audio || kind == TagKind::None)
+    if (!audio || kind == TagKind::None ||
+        (kind == TagKind::Aiff && HasNoRoomForSamples(input.Rest(), input.Size())))
         return 0;
     Require(AudioOf(file, kind) == audio);
     if (known && !replace && !edit.texts.empty() && edit.texts[0].first == "TITLE" && warnings.empty())

@@ -12,7 +12,8 @@ namespace tonekit::host {
 
 std::string ClockTime(double seconds)
 {
-    const auto whole = static_cast<long long>(std::max(seconds, 0.0) + 0.5);
+    constexpr double kMost = 1e15; // a number of seconds that is exact
+    const auto whole = static_cast<long long>(seconds > 0 ? std::min(seconds, kMost) + 0.5 : 0);
     char text[40];
     if (whole >= 3600)
         std::snprintf(text, sizeof(text), "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);

@@ -3,6 +3,7 @@
 #include "host/report/progress_lines.h"
 #include "host/system/terminal_text.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace tonekit::host {
@@ -111,6 +112,8 @@ TEST(ClockTime, HasHoursOnlyWhereNeeded)
     EXPECT_EQ(ClockTime(3599), "59:59");
     EXPECT_EQ(ClockTime(3723), "1:02:03");
     EXPECT_EQ(ClockTime(-5), "0:00");
+    EXPECT_EQ(ClockTime(std::nan("")), "0:00");
+    EXPECT_EQ(ClockTime(1e300), "277777777777:46:40"); // the longest that is told
 }
 
 } // namespace
