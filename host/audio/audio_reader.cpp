@@ -389,6 +389,8 @@ void AudioReader::Start()
     lossy_ = IsLossy(subtype);
     seekable_ = frames_ > 0 && SeeksExactly(info.format);
     container_ = ContainerWithSame(info.format, format_);
+    asTheyAre_ = container_ && HoldsAsTheyAre(*container_, format_.sample) &&
+                 sf_command(stream_.handle(), SFC_RAW_DATA_NEEDS_ENDSWAP, nullptr, 0) == SF_FALSE;
     tagKind_ = header_ == HeaderForm::OpenAsRf64 ? TagKind::None : TagKindOf(info.format);
     type_ = NameOfType(info.format);
     encoding_ = NameOfPart(subtype);
@@ -425,8 +427,18 @@ sf_count_t AudioReader::Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count
     return stream_.Call([&](SNDFILE *handle) { return read(handle, samples, frames); });
 }
 
+// Frames of their very bytes.
+sf_count_t AudioReader::FetchedBytes(void *buffer, uint32_t frames)
+{
+    const auto frameBytes = static_cast<sf_count_t>(format_.FrameBytes());
+    return stream_.Call([&](SNDFILE *handle) { return sf_read_raw(handle, buffer, frames * frameBytes); }) /
+           frameBytes;
+}
+
 sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
 {
+    if (asTheyAre_)
+        return FetchedBytes(buffer, frames);
     const size_t samples = size_t{frames} * format_.channels;
     auto *bytes = static_cast<uint8_t *>(buffer);
     switch (format_.sample) {

@@ -71,6 +71,7 @@ private:
     void CheckComplete();
     template <class Sample>
     sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
+    sf_count_t FetchedBytes(void *buffer, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
     void CheckEnd();
 
@@ -85,6 +86,7 @@ private:
     TagKind tagKind_ = TagKind::None;
     HeaderForm header_ = HeaderForm::AsItWas;
     bool vorbisOrder_ = false;
+    bool asTheyAre_ = false; // the file holds the very bytes of the samples
     bool lossy_ = false;
     bool seekable_ = false;
     std::string type_;
