@@ -97,6 +97,7 @@ if any(word in ("tonekit.batch._worker",) for word in sys.orig_argv):
     converted = work.Worker._converted
     def deadly(self, item):
         if "killer" in item.source:
+            converted(self, item)  # with a result that is never put in place
             os.kill(os.getpid(), signal.SIGKILL)
         time.sleep(float(os.environ.get("SLOW", "0")))
         return converted(self, item)

@@ -27,6 +27,7 @@ if any("default_worker.py" in word for word in sys.orig_argv):
     converted = work.Worker._converted
     def deadly(self, item):
         if "killer" in item.source:
+            converted(self, item)  # with a result that is never put in place
             os.kill(os.getpid(), signal.SIGKILL)
         if "slow" in item.source:
             time.sleep(1)

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import fcntl
 import hashlib
 import os
 from collections.abc import Callable
@@ -13,6 +14,7 @@ import pytest
 
 import tonekit
 from tonekit import _core
+from tonekit.batch._storage import Store
 from tonekit.batch._work import Item, Job, Worker
 
 PAIRS = [("type", "wav"), ("rate", "48000"), ("hash", "sha256"), ("dither", "off")]
@@ -164,3 +166,14 @@ def test_a_failed_placement_is_said_once(tmp_path: Path, sources: list[str]) -> 
 def test_wrong_options_are_said_at_once() -> None:
     with pytest.raises(ValueError, match="there is no option nonsense"):
         _core.FileConverter([("nonsense", "1")])
+
+
+def test_only_results_that_nobody_works_on_are_removed(tmp_path: Path) -> None:
+    for name in (".tonekit-abcd0123.flac", ".tonekit-abcd0124.flac", ".tonekit-abcd0125", ".tonekit-abcd0126.tmp", "a.flac"):
+        (tmp_path / "one" / name).parent.mkdir(exist_ok=True)
+        (tmp_path / "one" / name).write_bytes(b"x")
+    with open(tmp_path / "one" / ".tonekit-abcd0124.flac", "rb") as held:
+        fcntl.flock(held, fcntl.LOCK_EX)
+        Store(tmp_path).remove_abandoned("one")
+        Store(tmp_path).remove_abandoned("nowhere")
+    assert names_in(tmp_path) == ["one/.tonekit-abcd0124.flac", "one/.tonekit-abcd0126.tmp", "one/a.flac"]

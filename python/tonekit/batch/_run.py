@@ -75,7 +75,10 @@ class Run:
             self._shards = Shards(self.manifest, self.name)
             ended = False
             try:
-                Schedule(engine, self._items(listing), self._finish).run(lambda: self._tick(progress))
+                schedule = Schedule(engine, self._items(listing), self._finish)
+                schedule.run(lambda: self._tick(progress))
+                for folder in schedule.left:
+                    self.target.remove_abandoned(folder)
                 ended = True
             finally:
                 self._shards.close(merge=ended)

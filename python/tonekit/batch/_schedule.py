@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os.path
 from collections import deque
 from collections.abc import Callable, Iterator
 
@@ -29,6 +30,7 @@ class Schedule:
         self._known: deque[Item] = deque()
         self._alone: deque[Item] = deque()  # those that may have ended a worker
         self._strikes: dict[str, int] = {}
+        self.left: set[str] = set()  # folders in which lost workers may have left something
         self._listed = False
         self._seconds = 0.0  # of work on the files done so far
         self._bytes = 0
@@ -58,7 +60,9 @@ class Schedule:
                     self._bytes += item.size
                     self._files += 1
                     self._finish(item, outcome)
-            elif event.culprit is None:
+                continue
+            self.left.update(os.path.dirname(item.name) for item in event.items)
+            if event.culprit is None:
                 self._alone.extend(event.items)
             else:
                 for index, item in enumerate(event.items):

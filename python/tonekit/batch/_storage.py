@@ -4,7 +4,9 @@ from __future__ import annotations
 
 import contextlib
 import errno
+import fcntl
 import os
+import re
 import secrets
 import time
 from collections.abc import Callable, Iterable, Iterator, Mapping
@@ -32,6 +34,8 @@ _WHOLE_UPLOADS = frozenset({"s3", "s3a", "gs", "gcs", "abfs", "az", "memory"})
 _READ_ONLY = frozenset({"http", "https"})
 _BLOCK = 1 << 20
 _TEMPORARY = ".tonekit-"  # begins the names of files that aren't complete
+# What conversions write results to, which they hold locked; not what this module writes.
+_RESULT = re.compile(r"\.tonekit-[a-z0-9]{8}(?!\.tmp$)(\..*)?")
 _OLD_SECONDS = 3600.0  # after which one that nobody wrote to was left by a killed process
 
 
@@ -182,6 +186,15 @@ class Store:
                 if entry.name.startswith(_TEMPORARY) and time.time() - entry.stat().st_mtime > _OLD_SECONDS:
                     os.unlink(entry.path)
 
+    def remove_abandoned(self, folder: str) -> None:
+        """Removes results in a folder of this machine on which no process works any more, as those of a killed worker."""
+        if not self.local or not os.path.isdir(self.path(folder)):
+            return
+        for entry in os.scandir(self.path(folder)):
+            if _RESULT.fullmatch(entry.name) and entry.is_file(follow_symlinks=False):
+                with contextlib.suppress(OSError):  # in work, or gone
+                    _remove_unlocked(entry.path)
+
     def _write_here(self, blocks: Iterable[bytes], name: str) -> None:
         target = self.path(name)
         folder = os.path.dirname(target)
@@ -217,6 +230,15 @@ class Store:
             with contextlib.suppress(Exception):  # what went wrong first is what counts
                 self.fs.rm_file(temporary)
             raise
+
+
+def _remove_unlocked(path: str) -> None:
+    handle = os.open(path, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
+    try:
+        fcntl.flock(handle, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        os.unlink(path)
+    finally:
+        os.close(handle)
 
 
 def blocks_of(path: str) -> Iterator[bytes]:
