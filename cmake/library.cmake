@@ -60,7 +60,8 @@ function(tonekit_link_for_elf)
     set_target_properties(tonekit PROPERTIES LINK_DEPENDS ${map})
     target_link_options(tonekit PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic -Wl,-z,noexecstack -Wl,-z,relro
         -Wl,-z,now -Wl,-z,text)
-    if(NOT TONEKIT_LIBFUZZER) # whose programs have the sanitizers' functions
+    # Under clang the programs have the sanitizers' functions.
+    if(NOT (TONEKIT_SANITIZED AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
         target_link_options(tonekit PRIVATE -Wl,-z,defs -Wl,--no-undefined)
     endif()
 endfunction()

@@ -97,6 +97,16 @@ void *operator new(size_t size)
     }
 }
 
+// As the standard library has it; a sanitizer's would take memory that the delete below doesn't know.
+void *operator new(size_t size, const std::nothrow_t &) noexcept
+{
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
 void operator delete(void *memory) noexcept
 {
     using namespace tonekit::host;

@@ -2,6 +2,7 @@
 #include "convert/dither.h"
 #include "tests/reference/dither.h"
 #include "tests/support/bodies.h"
+#include "tests/support/element_address.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/nasty_samples.h"
 #include "tests/support/same_bits.h"
@@ -305,8 +306,8 @@ TYPED_TEST(DitherTest, FramesAreTheirChannelsOneAfterTheOther)
                     SetDitherSeed(noise.seed);
                     for (uint32_t c = 0; c < channels; ++c) {
                         models[c].position = dithers[c].position = static_cast<int32_t>(random.Below(8));
-                        models[c].Block(mode, 32768, expected.data() + c, count - std::min(c, count),
-                                        channels, noise);
+                        models[c].Block(mode, 32768, ElementAddress(expected.data(), c),
+                                        count - std::min(c, count), channels, noise);
                     }
                     Body<ProcessFunction<T>>(Form<T>::kFrames, letter)(
                         dithers.data(), mode, 32768, samples.template As<T>(), frames, channels);

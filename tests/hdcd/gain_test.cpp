@@ -3,6 +3,7 @@
 #include "hdcd/hdcd_tables.h"
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/reference/hdcd_model.h"
+#include "tests/support/element_address.h"
 #include "tests/support/guarded_buffer.h"
 
 #include <cmath>
@@ -182,8 +183,8 @@ TEST_P(HdcdGain, BothChannelsAtOnceAgreeWithTheModelHoweverTheRunIsCut)
             gain.bits[i] = unequalBits ? 16 + 4 * i : bits;
             gain.extend[i] = random.Below(2) != 0;
             gain.gain[i] = random.Below(3) == 0 ? 0 : static_cast<int32_t>(random.Below(1921));
-            expected[i] = reference::HdcdEnvelope(model.data() + i, frames, 2, gain.bits[i], gain.gain[i],
-                                                  gain.target, gain.extend[i] != 0);
+            expected[i] = reference::HdcdEnvelope(ElementAddress(model.data(), i), frames, 2, gain.bits[i],
+                                                  gain.gain[i], gain.target, gain.extend[i] != 0);
         }
         for (int32_t done = 0; done < frames || frames == 0;) {
             const auto piece = static_cast<int32_t>(random.Below(static_cast<uint32_t>(frames - done) + 1));

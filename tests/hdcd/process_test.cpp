@@ -3,6 +3,7 @@
 #include "tests/hdcd/hdcd_bodies.h"
 #include "tests/hdcd/random_stream.h"
 #include "tests/reference/hdcd_model.h"
+#include "tests/support/element_address.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/hdcd_encoder.h"
 
@@ -221,8 +222,9 @@ TEST_P(HdcdProcess, SingleChannelsAgreeWithTheModel)
             Samples samples = block.samples;
             Samples expected = block.samples;
             for (int i = 0; i < 2; ++i) {
-                reference::HdcdProcessChannel(&model.channel[i], expected.data() + i, Frames(expected), 2);
-                ASSERT_EQ(processChannel(&channels[i], samples.data() + i, Frames(samples), 2),
+                reference::HdcdProcessChannel(&model.channel[i], ElementAddress(expected.data(), i),
+                                              Frames(expected), 2);
+                ASSERT_EQ(processChannel(&channels[i], ElementAddress(samples.data(), i), Frames(samples), 2),
                           model.channel[i].running_gain);
             }
             ASSERT_EQ(reference::HdcdDifferences(*decoder, model), Names{}) << "round " << round;

@@ -114,7 +114,7 @@ TEST(HostileAudio, LetsNoLibraryWriteOnStandardError)
 
 TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TONEKIT_SANITIZED
     GTEST_SKIP() << "sanitizers need room of their own";
 #endif
     TemporaryFolder folder;
@@ -133,7 +133,7 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
 
 TEST(Circumstances, AFileDoesWithTheThreadsThatThereIsMemoryFor)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TONEKIT_SANITIZED
     GTEST_SKIP() << "sanitizers need room of their own";
 #endif
     TemporaryFolder folder;

@@ -178,7 +178,7 @@ TEST(HostileTags, ThatUnfoldAreLeftOut)
 // Work that grows with the square of their number would take minutes.
 TEST(HostileTags, OfManyTextsAndChaptersAreReadInPartAndSoon)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TONEKIT_SANITIZED
     const std::chrono::seconds soon(100);
 #else
     const std::chrono::seconds soon(10);

@@ -7,6 +7,7 @@
 #include "tests/reference/mix.h"
 #include "tests/reference/sample_formats.h"
 #include "tests/reference/set_up.h"
+#include "tests/support/element_address.h"
 
 #include <cstddef>
 #include <cstring>
@@ -88,7 +89,7 @@ private:
     void DitherChannels(T *samples, uint32_t frames)
     {
         for (uint32_t c = 0; c < s_.outputChannels && s_.dither; ++c)
-            dithers_[c].Block(s_.ditherMode, static_cast<T>(s_.ditherScale), samples + c,
+            dithers_[c].Block(s_.ditherMode, static_cast<T>(s_.ditherScale), ElementAddress(samples, c),
                               frames * s_.outputChannels, s_.outputChannels, noise_);
     }
 

@@ -32,6 +32,13 @@ std::vector<Case> &Cases()
     return cases;
 }
 
+// Opens a library that is never closed.
+const SharedLibrary &OpenForGood(const std::string &path)
+{
+    static const SharedLibrary *const library = new SharedLibrary(path);
+    return *library;
+}
+
 struct Options {
     bool list = false;
     bool selected = false;
@@ -296,7 +303,7 @@ bool Parse(int argc, char **argv, Options &options)
         else if (word == "--function" && hasValue)
             options.function = argv[++i];
         else if (word == "--library" && hasValue)
-            options.library = new SharedLibrary(argv[++i]); // for good
+            options.library = &OpenForGood(argv[++i]);
         else if (word == "--json" && hasValue)
             options.json = argv[++i];
         else if (word == "--seed" && hasValue)
