@@ -25,6 +25,17 @@ build_tests() {
     cmake --build --preset release -j "$(nproc)"
 }
 
+# The whole tree by clang, with every warning as an error and under the sanitizers of addresses and undefined behaviour: three
+# gates share this build.
+build_sanitized() {
+    scripts/ensure_packages build test bench quality recording clang
+    local codec
+    codec=$(codec_sources)
+    scripts/configure asan-clang -DTONEKIT_TESTS=ON -DTONEKIT_BENCHMARKS=ON -DTONEKIT_QUALITY=ON "${codec:--DTONEKIT_CODEC=ON}" \
+        -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1" -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -g1"
+    cmake --build --preset asan-clang -j "$(nproc)"
+}
+
 # The commands of the README's blocks under a heading, word for word, without remarks.
 readme_commands() {
     awk -v heading="$1" '
