@@ -29,6 +29,7 @@ build_tests() {
 # gates share this build.
 build_sanitized() {
     scripts/ensure_packages build test bench quality recording clang
+    export ASAN_SYMBOLIZER_PATH=/usr/bin/llvm-symbolizer-14
     local codec
     codec=$(codec_sources)
     scripts/configure asan-clang -DTONEKIT_TESTS=ON -DTONEKIT_BENCHMARKS=ON -DTONEKIT_QUALITY=ON "${codec:--DTONEKIT_CODEC=ON}" \
