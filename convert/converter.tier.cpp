@@ -73,7 +73,7 @@ TONEKIT_MEMBER_BODY(InitConverter4, _ZN21CSampleRateConverter44InitEjjjjjjjjbbjj
 
 namespace {
 
-// Takes frames of the last Write, as many as still fit into the block, and gives their place.
+// Takes frames of the last Write, as many as still fit into the block, and returns their place.
 const uint8_t *TakeFrames(CSampleRateConverter4 *self, uint32_t &frames)
 {
     const uint32_t room = self->blockFrames - self->blockFill;

@@ -42,7 +42,7 @@ inline DoubleGroup LoadGroup(const double *samples)
 
 #ifdef __AVX2__
 
-// 0 in place of what the conversion gives for a NaN.
+// 0 in place of what the conversion returns for a NaN.
 inline IntVector ZeroOutOfRange(IntVector ints)
 {
     return _mm256_andnot_si256(_mm256_cmpeq_epi32(ints, _mm256_set1_epi32(kOutOfRange)), ints);

@@ -163,7 +163,7 @@ constexpr uint32_t kLanes = LaneWidth<float>(8);
 }
 
 // x * scale + term, for a scale that is a power of two from 1 on and a term below it. The product is exact:
-// it keeps x's bits, and where it overflows, so does the sum. So fusing both gives the same bits.
+// it keeps x's bits, and where it overflows, so does the sum. So fusing both leaves the bits the same.
 [[gnu::always_inline]] inline FloatVector ScaledPlus(FloatVector x, float scale, FloatVector term)
 {
 #if defined(__FMA__)

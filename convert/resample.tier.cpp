@@ -132,7 +132,7 @@ uint32_t TileFrames(const Converter &c)
     return frames ? static_cast<uint32_t>(frames) : 1;
 }
 
-// Whether the mix gives back the bits that the load made, so that it can be left out: a matrix of ones on its
+// Whether the mix returns the bits that the load made, so that it can be left out: a matrix of ones on its
 // diagonal, over samples from integers, which are finite and never -0.0. (A -0.0 would become 0.0, a NaN
 // reach its neighbours.)
 bool MixKeepsSamples(const Converter &c)

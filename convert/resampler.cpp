@@ -19,7 +19,7 @@ namespace {
 //   s = 1 - exp(-3 * 0.1151292546497023)           (-3 dB seen from the pass band)
 //   p = log(0.5) / log(sin(x / 2))
 //   F = asin(s ^ (1 / p)) / x
-// The values are here as numbers, so that every system gives the same filter whatever its mathematics
+// The values are here as numbers, so that every system makes the same filter whatever its mathematics
 // library.
 constexpr ResamplerRecipe kRecipes[] = {
     {20, 0.42033251004210753, false},

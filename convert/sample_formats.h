@@ -2,7 +2,7 @@
 //
 // The working formats are double and float, full scale -1.0 to +1.0. A kernel sees a flat run of samples: its
 // count is frames times channels, and a count of 0 does nothing. It reads and writes exactly count samples,
-// at any alignment of the caller's buffer. Every body gives the same bits for every input.
+// at any alignment of the caller's buffer. Every body returns the same bits for every input.
 //
 // Encodings: Int8 is unsigned with silence at 128; the other integers are signed and little-endian, Int24
 // packed in three bytes; HdcdInt32 is what hdcd_process leaves; Float32 and Float64 are IEEE.
@@ -32,7 +32,7 @@ void LoadInt32ToFloat(const void *source, float *destination, uint32_t count);
 void LoadInt64ToDouble(const void *source, double *destination, uint32_t count);
 void LoadInt64ToFloat(const void *source, float *destination, uint32_t count);
 
-// As LoadInt32To..., and the product is multiplied, in double, by the gain that GetHDCDGain gives at the
+// As LoadInt32To..., and the product is multiplied, in double, by the gain that GetHDCDGain returns at the
 // call.
 void LoadHdcdInt32ToDouble(const void *source, double *destination, uint32_t count);
 void LoadHdcdInt32ToFloat(const void *source, float *destination, uint32_t count);

@@ -37,7 +37,7 @@ inline FloatVector LoadRounded(const double *samples)
     return Narrow(LoadDoubles(samples), LoadDoubles(samples + kLanes / 2));
 }
 
-// Rounding keeps the order and the limits are floats: clipping after it gives what clipping before it gives,
+// Rounding keeps the order and the limits are floats: clipping after it has the result of clipping before it,
 // at half the cost.
 template <class Sample>
 inline void StoreClipped(void *destination, const Sample *source, uint32_t count)

@@ -179,7 +179,7 @@ inline void Store(void *destination, const Sample *source, uint32_t count)
         Encoding::WriteOne(out, RoundOne<Encoding>(*source));
 }
 
-// The lower limit of 32 bits is what the conversion gives for all that lies below it, and for a NaN.
+// The lower limit of 32 bits is what the conversion returns for all that lies below it, and for a NaN.
 template <class Sample>
 inline void Store32(void *destination, const Sample *source, uint32_t count)
 {

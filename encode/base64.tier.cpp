@@ -130,7 +130,7 @@ struct Base64 {
 
     // Not 0 for each character of the alphabet. The low digit gives the set of high digits with which it may
     // stand, one bit for each: 0x01 for 2, 0x02 for 3, 0x04 for 4, 0x08 for 5, 0x10 for 6, 0x20 for 7. A
-    // shuffle takes the low digit by itself, and gives 0 from 0x80 on.
+    // shuffle takes the low digit by itself, and returns 0 from 0x80 on.
     template <class Lanes>
     static inline Lanes InAlphabet(Lanes characters)
     {

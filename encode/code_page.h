@@ -1,7 +1,8 @@
 // code_page.h: the four conversion steps between UTF-16 and byte texts, as the system or our own code in its
 // place does them.
 //
-// Each gives a new text of the library's heap, or null for null and for a conversion that the system refuses.
+// Each returns a new text of the library's heap, or null for null and for a conversion that the system
+// refuses.
 #pragma once
 
 #include <tonekit/frame.h>

@@ -88,7 +88,7 @@ private:
     iconv_t handle_;
 };
 
-// One conversion; what it gives is collected in `Out()`.
+// One conversion; what it returns is collected in `Out()`.
 class Conversion {
 public:
     Conversion(const char *to, const char *from, size_t room) : handle_(to, from), out_(room) {}

@@ -9,7 +9,7 @@ namespace tonekit {
 
 namespace {
 
-// Calls request() until it gives memory, the handler in between.
+// Calls request() until it returns memory, the handler in between.
 template <class Request>
 void *Insist(size_t bytes, Request request)
 {

@@ -13,7 +13,7 @@ extern "C" {
 int32_t hdcd_analyze(int32_t *samples, int32_t count, int32_t stride, int32_t gain, int32_t target_gain,
                      int32_t extend, uint32_t mode, uint32_t cdt_active, int32_t tg_mismatch);
 
-// Moves the tone on by one sample and gives it: 300 Hz at every rate.
+// Moves the tone on by one sample and returns it: 300 Hz at every rate.
 int32_t hdcd_tone(uint32_t *tone_index, uint32_t sample_rate);
 
 } // extern "C"

@@ -208,7 +208,7 @@ int32_t HuntStereo(HdcdChannelState *states, const int32_t *samples, int32_t fra
     return hunted;
 }
 
-// Hunts through what frames can be hunted through; gives how many.
+// Hunts through what frames can be hunted through; returns how many.
 int32_t Hunt(const CodeScan *scan, int32_t frames)
 {
     if (scan->channels != 2 || scan->stride != 2 || frames < kGatherFrames)

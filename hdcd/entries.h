@@ -8,7 +8,7 @@ namespace tonekit {
 
 extern "C" {
 
-// A whole scan: gives the frames up to and including the one that completes a valid code or before which a
+// A whole scan: returns the frames up to and including the one that completes a valid code or before which a
 // timer lapses, at most max; 0 with nothing changed if max is 0 or less. Changes no sample.
 int32_t hdcd_find_codes(HdcdChannelState *states, int32_t channels, const int32_t *samples, int32_t max,
                         int32_t stride);

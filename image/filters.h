@@ -6,7 +6,7 @@
 namespace tonekit {
 
 extern "C" {
-// The weight of a sample at distance t; 0 beyond the radius that the catalogue gives.
+// The weight of a sample at distance t; 0 beyond the radius that the catalogue has.
 double FilterQuadraticBSpline(double t);
 double FilterBox(double t);
 double FilterCatmullRom(double t);

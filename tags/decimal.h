@@ -36,7 +36,7 @@ bool PassSign(const Unit *&at)
 }
 
 // Reads a number as the C library's strtoul family does in radix 10: blanks, a sign, digits. `at` is moved
-// after them. `largest` is what the width holds, 2^n - 1: a larger number gives this, and a minus sign
+// after them. `largest` is what the width holds, 2^n - 1: a larger number returns this, and a minus sign
 // negates within the width. False, with number 0, if there are no digits.
 template <class Unit>
 bool ReadDecimal(const Unit *&at, uint64_t largest, uint64_t *number)

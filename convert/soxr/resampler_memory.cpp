@@ -13,7 +13,7 @@ namespace tonekit {
 
 namespace {
 
-// SIZE_MAX, which no allocator gives, for more than there can be.
+// SIZE_MAX, which no allocator returns, for more than there can be.
 size_t WithHeader(size_t bytes)
 {
     return bytes > SIZE_MAX - sizeof(ResamplerBlock) ? SIZE_MAX : bytes + sizeof(ResamplerBlock);

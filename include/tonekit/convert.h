@@ -69,7 +69,7 @@
  *
  * Nothing is rejected. An input encoding that isn't listed reads as silence, an output encoding that isn't
  * listed leaves the output bytes unwritten, and a pair of channel counts without a matrix (3, 0 or more than
- * 8 output channels) gives silence of the right length.
+ * 8 output channels) returns silence of the right length.
  *
  * Order of work: to floating point; channel mix and limiter; rate; low-pass of an LFE channel that the mix
  * made of other channels; dither; to the output encoding. At equal rates the work is done in double. Integer

@@ -90,9 +90,9 @@ TONEKIT_API void UNC_ChangeEndian(tonekit_char16 *text);
  * Removes the long-path prefix of the Windows file interface. The prefix's letters must be capitals; the path
  * is not looked at otherwise.
  *
- *   \\?\UNC\server\share   gives  \\server\share
- *   \\?\C:\folder          gives  C:\folder
- *   anything else          gives  an equal path
+ *   \\?\UNC\server\share   becomes  \\server\share
+ *   \\?\C:\folder          becomes  C:\folder
+ *   anything else          becomes  an equal path
  *
  * @param path  zero-terminated, not changed, not checked for null
  * @return a new path, also if nothing was removed; release it with UNC_freeWStr. Never null: it throws

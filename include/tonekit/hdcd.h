@@ -34,7 +34,7 @@ extern "C" {
  * function throws, and none changes anything but the decoder and the buffer that are passed to it.
  *
  * Blocks may have any size. Where the two channels carry their codes on different frames, the borders of the
- * blocks affect when a code lapses, so only equal blocks give equal results; where they carry them on the
+ * blocks affect when a code lapses, so only equal blocks have equal results; where they carry them on the
  * same frames, any blocks do.
  */
 

@@ -139,7 +139,7 @@ TONEKIT_API const char *ID3Helper_GetStr(const TagBlock *block, const char *key)
  *
  * Added as unsigned decimal text under the rules of ID3Helper_AddStr. Read from any text: leading blanks
  * (space and 9 to 13) and a sign are accepted, reading stops at the first character that is no digit, a text
- * without digits gives 0, a minus sign negates modulo the width, and a number too large for the width gives
+ * without digits returns 0, a minus sign negates modulo the width, and a number too large for it returns
  * the largest of the width.
  */
 
