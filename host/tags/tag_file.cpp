@@ -90,6 +90,18 @@ bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
         TagLib::File::StripNone, older ? TagLib::ID3v2::v3 : TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
 }
 
+// The tag of 30 letters a field, in files that have one; null elsewhere.
+TagLib::ID3v1::Tag *OlderTag(TagLib::File &file, TagKind kind)
+{
+    if (kind == TagKind::Mpeg)
+        return static_cast<TagLib::MPEG::File &>(file).ID3v1Tag();
+    if (kind == TagKind::WavPack)
+        return static_cast<TagLib::WavPack::File &>(file).ID3v1Tag();
+    if (kind == TagKind::Ape)
+        return static_cast<TagLib::APE::File &>(file).ID3v1Tag();
+    return nullptr;
+}
+
 } // namespace
 
 TagFile::TagFile(const std::filesystem::path &path, TagKind kind, TagStream::Access access)
@@ -169,6 +181,15 @@ TagLib::MP4::Tag *TagFile::mp4() const
     return kind_ == TagKind::Mp4 ? static_cast<TagLib::MP4::File *>(file_.get())->tag() : nullptr;
 }
 
+TagLib::APE::Tag *TagFile::ape() const
+{
+    if (kind_ == TagKind::WavPack)
+        return static_cast<TagLib::WavPack::File *>(file_.get())->APETag(true);
+    if (kind_ == TagKind::Ape)
+        return static_cast<TagLib::APE::File *>(file_.get())->APETag(true);
+    return nullptr;
+}
+
 TagLib::FLAC::File *TagFile::flac() const
 {
     return kind_ == TagKind::Flac ? static_cast<TagLib::FLAC::File *>(file_.get()) : nullptr;
@@ -180,17 +201,18 @@ TagLib::StringList TagFile::SetProperties(const TagLib::PropertyMap &properties)
         SetMp4Properties(*tag, properties);
         return {};
     }
-    const TagLib::PropertyMap refused =
-        id3() ? id3()->setProperties(properties) : xiph()->setProperties(properties);
+    const TagLib::PropertyMap refused = id3()   ? id3()->setProperties(properties)
+                                        : ape() ? ape()->setProperties(properties)
+                                                : xiph()->setProperties(properties);
     // Many players of WAV files know only the few fields of the older form.
     if (kind_ == TagKind::Wav)
         static_cast<TagLib::RIFF::WAV::File *>(file_.get())
             ->InfoTag()
             ->TagLib::Tag::setProperties(properties);
+    if (TagLib::ID3v1::Tag *const older = OlderTag(*file_, kind_))
+        older->setProperties(properties);
     if (kind_ == TagKind::Mpeg) {
         auto *const mpeg = static_cast<TagLib::MPEG::File *>(file_.get());
-        if (mpeg->ID3v1Tag())
-            mpeg->ID3v1Tag()->setProperties(properties);
         if (mpeg->APETag())
             mpeg->APETag()->setProperties(properties);
     }

@@ -5,6 +5,7 @@
 #include "host/tags/tag_kind.h"
 #include "host/tags/tag_stream.h"
 
+#include <apetag.h>
 #include <filesystem>
 #include <flacfile.h>
 #include <id3v2tag.h>
@@ -39,6 +40,8 @@ public:
     TagLib::ID3v2::Tag *id3() const;
     TagLib::Ogg::XiphComment *xiph() const;
     TagLib::MP4::Tag *mp4() const;
+    // Of the files whose own tags have this form, not of MP3.
+    TagLib::APE::Tag *ape() const;
     // FLAC files keep pictures outside their comment; null for other kinds.
     TagLib::FLAC::File *flac() const;
 

@@ -3,8 +3,8 @@
 
 namespace tonekit::host {
 
-// Those from Mp4 on are of files that libavformat reads; Libav is any of these that TagLib doesn't know.
-enum class TagKind { None, Wav, Aiff, Flac, Vorbis, Opus, Mpeg, Mp4, WavPack, Ape, Asf, Libav };
+// Those from WavPack on are of files that libavformat reads; Libav is any that TagLib doesn't know.
+enum class TagKind { None, Wav, Aiff, Flac, Vorbis, Opus, Mpeg, WavPack, Ape, Mp4, Asf, Libav };
 
 // Whether chapters are read through libavformat, and pictures too but for those of MP4.
 constexpr bool IsReadThroughLibav(TagKind kind)

@@ -1,8 +1,9 @@
-// tag_parts.cpp: chapters and pictures in the forms of ID3v2 and of Vorbis comments.
+// tag_parts.cpp: chapters and pictures in the forms of ID3v2, of Vorbis comments and of APE tags.
 #include "host/tags/tag_parts.h"
 
 #include "host/pictures/picture_facts.h"
 #include "host/system/failure.h"
+#include "host/tags/ape_tags.h"
 #include "host/tags/mp4_chapters.h"
 #include "host/tags/mp4_tags.h"
 
@@ -32,7 +33,7 @@ std::string ChapterKey(size_t number)
     return key;
 }
 
-// Vorbis comments keep chapters as text tags.
+// Vorbis comments keep chapters as text tags, and so do APE tags here, which have no form for them.
 void AddChapterTags(const std::vector<Chapter> &chapters, TagLib::PropertyMap &properties)
 {
     for (size_t i = 0; i < chapters.size(); ++i) {
@@ -111,7 +112,7 @@ TagLib::String FromUtf8(const std::string &text)
 void AddChapters(TagFile &file, TagLib::PropertyMap &properties, const std::vector<Chapter> &chapters,
                  uint64_t end)
 {
-    if (file.xiph())
+    if (file.xiph() || file.ape())
         AddChapterTags(chapters, properties);
     else if (file.id3())
         AddChapterFrames(chapters, end, *file.id3());
@@ -144,6 +145,8 @@ bool AddPicture(TagFile &file, const Picture &picture)
         comment->addPicture(FlacPicture(picture));
     } else if (TagLib::MP4::Tag *mp4 = file.mp4()) {
         AddMp4Picture(*mp4, picture);
+    } else if (TagLib::APE::Tag *ape = file.ape()) {
+        SetApePicture(*ape, picture);
     } else {
         auto *frame = new TagLib::ID3v2::AttachedPictureFrame;
         frame->setType(static_cast<TagLib::ID3v2::AttachedPictureFrame::Type>(picture.type & 0xFF));
@@ -170,6 +173,8 @@ void RemovePictures(TagFile &file, const std::function<bool(int type)> &goes)
     }
     if (TagLib::MP4::Tag *mp4 = file.mp4(); mp4 && goes(kFrontCover))
         RemoveMp4Pictures(*mp4);
+    if (TagLib::APE::Tag *ape = file.ape())
+        RemoveApePictures(*ape, goes);
     if (TagLib::ID3v2::Tag *tag = file.id3()) {
         for (TagLib::ID3v2::Frame *frame : PointersOf(tag->frameList("APIC"))) {
             const auto *picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame *>(frame);
@@ -187,6 +192,8 @@ void RemoveAllFrames(TagFile &file)
     }
     if (TagLib::MP4::Tag *mp4 = file.mp4())
         RemoveAllMp4Items(*mp4);
+    if (TagLib::APE::Tag *ape = file.ape())
+        RemoveAllApeItems(*ape);
 }
 
 void StoreMp4Chapters(const std::filesystem::path &path, const std::vector<Chapter> &chapters,

@@ -25,7 +25,7 @@ void RemoveChapters(TagFile &file, TagLib::PropertyMap &properties);
 bool AddPicture(TagFile &file, const Picture &picture);
 // Removes the pictures of those types for which the answer is yes.
 void RemovePictures(TagFile &file, const std::function<bool(int type)> &goes);
-// Removes whatever is in an ID3v2 tag or that of an MP4 file, known or not.
+// Removes whatever is in an ID3v2 tag, an APE tag or that of an MP4 file, known or not.
 void RemoveAllFrames(TagFile &file);
 
 // Chapters of MP4 files are no part of their tags: puts these in the place of all others when the tags are

@@ -6,6 +6,7 @@
 #include "host/system/memory_bytes.h"
 #include "host/system/memory_limit.h"
 #include "host/system/paths.h"
+#include "host/tags/ape_tags.h"
 #include "host/tags/mp4_tags.h"
 #include "host/tags/tag_file.h"
 
@@ -203,6 +204,10 @@ void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
         AddPictures(flac->pictureList(), intake);
     if (const TagLib::MP4::Tag *tag = file.mp4()) {
         for (const Picture &picture : Mp4Pictures(*tag))
+            intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
+    }
+    if (const TagLib::APE::Tag *tag = file.ape()) {
+        for (const Picture &picture : ApePictures(*tag))
             intake.Picture(picture.type, picture.mime, picture.data.data(), picture.data.size());
     }
 }

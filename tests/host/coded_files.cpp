@@ -189,4 +189,21 @@ void WriteCoded(const std::string &name, const Sound &sound, const Coding &codin
     Writer(name, sound, coding).Write();
 }
 
+std::string Little(uint64_t number, int bytes)
+{
+    std::string text;
+    for (int i = 0; i < bytes; ++i)
+        text += static_cast<char>(number >> 8 * i);
+    return text;
+}
+
+std::string SilentApe(uint32_t checksum)
+{
+    return "MAC " + Little(3990, 2) + Little(0, 2) + Little(52, 4) + Little(24, 4) + Little(4, 4) +
+           Little(0, 4) + Little(8, 4) + Little(0, 8) + std::string(16, '\0') + Little(1000, 2) +
+           Little(0, 2) + Little(73728, 4) + Little(1000, 4) + Little(1, 4) + Little(16, 2) + Little(2, 2) +
+           Little(44100, 4) + Little(80, 4) + Little(0x80000000 | checksum, 4) + Little(3, 4) +
+           std::string(16, '\0');
+}
+
 } // namespace tonekit::host::test
