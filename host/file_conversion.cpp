@@ -51,11 +51,12 @@ public:
                          source_.lossy(), source_.format(), source_.frames()};
         const bool decodeHdcd = DecideHdcd();
         try {
-            plan_ = options.inPlace ? PlanToKeep(source_.format())
-                                    : MakePlan(options,
-                                               {source_.format(), source_.frames(), source_.lossy(),
-                                                MayCopy() ? source_.container() : nullptr},
-                                               WantedContainer(), decodeHdcd);
+            plan_ = options.inPlace
+                        ? PlanToKeep(source_.format())
+                        : MakePlan(options,
+                                   {source_.format(), source_.frames(), source_.lossy(),
+                                    MayCopy() ? source_.container() : nullptr, source_.loudspeakers()},
+                                   WantedContainer(), decodeHdcd);
             if (options.inPlace && source_.tagKind() == TagKind::None)
                 throw Failure("this type of file can't hold tags");
             if (options.inPlace && !IsWritten(source_.tagKind()))
@@ -224,11 +225,11 @@ private:
             return WriteThroughLibav(output_->Create(), name, *plan_.container, plan_.target, plan_.encoder);
         if (!toStream_)
             return std::make_unique<AudioWriter>(output_->Create(), name, *plan_.container, plan_.target,
-                                                 plan_.encoder);
+                                                 plan_.encoder, plan_.loudspeakers);
         const bool known = plan_.expectedFrames > 0 && plan_.source.rate == plan_.target.rate;
-        return std::make_unique<AudioWriter>(std::make_unique<PipeOutput>(StandardOutput()), name,
-                                             *plan_.container, plan_.target, plan_.encoder,
-                                             known ? std::optional(plan_.expectedFrames) : std::nullopt);
+        return std::make_unique<AudioWriter>(
+            std::make_unique<PipeOutput>(StandardOutput()), name, *plan_.container, plan_.target,
+            plan_.encoder, known ? std::optional(plan_.expectedFrames) : std::nullopt, plan_.loudspeakers);
     }
 
     void Encode()
@@ -460,6 +461,17 @@ private:
             report_.warnings.push_back(report_.output.path +
                                        ": more than 4 GiB of samples, so it is written as " +
                                        plan_.container->name);
+        WarnOfChannels();
+    }
+
+    void WarnOfChannels()
+    {
+        if (!NeedNoNames(plan_.loudspeakers) && plan_.container->kind != ContainerKind::Wav)
+            report_.warnings.push_back(report_.output.path + ": doesn't say that its channels are for " +
+                                       NamesOf(plan_.loudspeakers));
+        if (plan_.source.channels == 3 && plan_.target.channels != 3)
+            report_.warnings.push_back(report_.input.path +
+                                       ": the third of its channels is part of no mix, and is left out");
     }
 
     const Options &options_;

@@ -42,11 +42,15 @@ void JoinedSource::Add(const SampleSource &file, const std::filesystem::path &pa
 {
     if (files_.empty()) {
         format_ = file.format();
+        loudspeakers_ = file.loudspeakers();
         type_ = file.type();
         encoding_ = file.encoding();
     } else if (file.format() != format_) {
         throw Failure(file.name() + ": is " + NameOf(file.format()) + ", and can't be joined to " +
                       Utf8Name(files_.front().path) + ", which is " + NameOf(format_));
+    } else if (file.loudspeakers() != loudspeakers_) {
+        throw Failure(file.name() + ": has its channels for other loudspeakers than " +
+                      Utf8Name(files_.front().path) + ", and can't be joined to it");
     }
     Agree(type_, file.type(), "several types");
     Agree(encoding_, file.encoding(), "");

@@ -16,12 +16,13 @@ namespace tonekit::host {
 class JoinedSource final : public SampleSource {
 public:
     // Opens each of the files, of which there is at least one. Throws Failure if one can't be read, or if its
-    // rate, channels or sample format aren't those of the first.
+    // rate, channels, loudspeakers or sample format aren't those of the first.
     JoinedSource(const Options &options, const std::vector<std::filesystem::path> &paths);
 
     // "a.wav and 2 more"
     std::string name() const override { return name_; }
     const AudioFormat &format() const override { return format_; }
+    Loudspeakers loudspeakers() const override { return loudspeakers_; }
     uint64_t frames() const override { return frames_; }
     const std::string &type() const override { return type_; }
     const std::string &encoding() const override { return encoding_; }
@@ -43,6 +44,7 @@ private:
     const Options &options_;
     std::string name_;
     AudioFormat format_;
+    Loudspeakers loudspeakers_ = 0;
     uint64_t frames_ = 0; // 0: one of the files doesn't say
     std::string type_;
     std::string encoding_;

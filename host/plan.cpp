@@ -88,6 +88,11 @@ Plan MakePlan(const Options &options, const Source &source, const Container &wan
 
     if (const std::string objection = Objection(wanted, plan.target); !objection.empty())
         throw Failure(std::string(wanted.name) + " " + objection);
+    if (plan.target.channels == plan.source.channels)
+        plan.loudspeakers = source.loudspeakers;
+    else if (!CanBeMixed(source.loudspeakers))
+        throw Failure("its channels are for " + NamesOf(source.loudspeakers) +
+                      ", and there is no mix of these: leave --channels out");
     plan.encoder = options.encoder;
     if (const std::string objection = BitRateObjection(wanted, plan.target, plan.encoder); !objection.empty())
         throw Failure(std::string(wanted.name) + " " + objection);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/container.h"
+#include "host/audio/loudspeakers.h"
 #include "host/audio/sample_format.h"
 #include "host/command_line/options.h"
 
@@ -14,12 +15,14 @@ struct Source {
     uint64_t frames = 0;                  // 0: unknown
     bool lossy = false;                   // out of a coder that has no sample depth
     const Container *container = nullptr; // that holds the very same coded audio; null: none
+    Loudspeakers loudspeakers = 0;        // where the converter takes the channels for others
 };
 
 struct Plan {
     AudioFormat source;
     AudioFormat target;
     const Container *container = nullptr;
+    Loudspeakers loudspeakers = 0; // of the target, where they aren't the converter's
     EncoderSettings encoder;
     bool dither = false;
     bool decodeHdcd = false;

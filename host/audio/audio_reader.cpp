@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
+#include <tonekit/convert.h>
 #include <utility>
 
 namespace tonekit::host {
@@ -394,6 +396,26 @@ void AudioReader::Start()
     tagKind_ = header_ == HeaderForm::OpenAsRf64 ? TagKind::None : TagKindOf(info.format);
     type_ = NameOfType(info.format);
     encoding_ = NameOfPart(subtype);
+    TellLoudspeakers();
+}
+
+// Some headers name the loudspeakers, in any order.
+void AudioReader::TellLoudspeakers()
+{
+    std::vector<int> map(format_.channels);
+    const int size = static_cast<int>(map.size() * sizeof(int));
+    turns_.clear();
+    loudspeakers_ = 0;
+    if (vorbisOrder_ || sf_command(stream_.handle(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) != SF_TRUE)
+        return;
+    const std::optional<NamedChannels> named = FromSoundFileMap(map);
+    if (!named)
+        return;
+    loudspeakers_ = UnlikeConverter(named->loudspeakers, format_.channels);
+    if (std::is_sorted(named->order.begin(), named->order.end()))
+        return;
+    for (uint8_t i = 0; i < format_.channels; ++i)
+        turns_.insert(turns_.end(), {named->order[i], i});
 }
 
 void AudioReader::FailIfCut(ByteStream &file) const
@@ -484,6 +506,9 @@ uint32_t AudioReader::Read(void *buffer, uint32_t frames)
     position_ += static_cast<uint64_t>(got);
     if (vorbisOrder_)
         FromVorbisOrder(buffer, static_cast<uint32_t>(got), format_);
+    if (!turns_.empty())
+        ChangeChannelOrder(static_cast<uint8_t *>(buffer), static_cast<uint32_t>(got), BitsOf(format_.sample),
+                           format_.channels, turns_.data());
     return static_cast<uint32_t>(got);
 }
 

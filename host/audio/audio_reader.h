@@ -38,6 +38,7 @@ public:
 
     std::string name() const override { return shownName_; }
     const AudioFormat &format() const override { return format_; }
+    Loudspeakers loudspeakers() const override { return loudspeakers_; }
     uint64_t frames() const override { return frames_; }
     const std::string &type() const override { return type_; }
     const std::string &encoding() const override { return encoding_; }
@@ -68,6 +69,7 @@ private:
     void MendHeader(uint64_t size);
     void PrepareMpeg();
     void Start();
+    void TellLoudspeakers();
     void CheckComplete();
     template <class Sample>
     sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
@@ -86,6 +88,8 @@ private:
     TagKind tagKind_ = TagKind::None;
     HeaderForm header_ = HeaderForm::AsItWas;
     bool vorbisOrder_ = false;
+    std::vector<uint8_t> turns_; // channels to be put into the converter's order: pairs of from and to
+    Loudspeakers loudspeakers_ = 0;
     bool asTheyAre_ = false; // the file holds the very bytes of the samples
     bool lossy_ = false;
     bool seekable_ = false;

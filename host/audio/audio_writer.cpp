@@ -16,8 +16,8 @@ namespace tonekit::host {
 
 namespace {
 
-// The loudspeakers of each channel count in the converter's order, for the header of WAV files.
-void NameLoudspeakers(SoundStream &stream, uint32_t channels)
+// Those of each channel count in the converter's order, or others, for the header of WAV files.
+void NameLoudspeakers(SoundStream &stream, uint32_t channels, Loudspeakers others)
 {
     static const std::vector<int> layouts[9] = {
         {},
@@ -35,9 +35,11 @@ void NameLoudspeakers(SoundStream &stream, uint32_t channels)
          SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT, SF_CHANNEL_MAP_SIDE_LEFT,
          SF_CHANNEL_MAP_SIDE_RIGHT},
     };
-    if (channels > 8 || layouts[channels].empty())
+    std::vector<int> map = SoundFileMapOf(others);
+    if (others == 0 && channels <= 8)
+        map = layouts[channels];
+    if (map.size() != channels)
         return;
-    std::vector<int> map = layouts[channels];
     stream.Call([&](SNDFILE *handle) {
         return sf_command(handle, SFC_SET_CHANNEL_MAP_INFO, map.data(),
                           static_cast<int>(map.size() * sizeof(int)));
@@ -74,9 +76,10 @@ void DropEmptyFrame(std::vector<unsigned char> &mp3)
 } // namespace
 
 AudioWriter::AudioWriter(File file, const std::string &shownName, const Container &container,
-                         const AudioFormat &format, const EncoderSettings &settings)
-    : shownName_(shownName), format_(format), container_(container), vorbisOrder_(HasVorbisOrder(container)),
-      asTheyAre_(HoldsAsTheyAre(container, format.sample)),
+                         const AudioFormat &format, const EncoderSettings &settings,
+                         Loudspeakers loudspeakers)
+    : shownName_(shownName), format_(format), container_(container), loudspeakers_(loudspeakers),
+      vorbisOrder_(HasVorbisOrder(container)), asTheyAre_(HoldsAsTheyAre(container, format.sample)),
       bytesLeft_(container.byteLimit ? container.byteLimit : UINT64_MAX)
 {
     stream_.file() = std::move(file);
@@ -85,9 +88,10 @@ AudioWriter::AudioWriter(File file, const std::string &shownName, const Containe
 
 AudioWriter::AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName,
                          const Container &container, const AudioFormat &format,
-                         const EncoderSettings &settings, std::optional<uint64_t> frames)
+                         const EncoderSettings &settings, std::optional<uint64_t> frames,
+                         Loudspeakers loudspeakers)
     : shownName_(shownName), pipe_(std::move(pipe)), promisedFrames_(frames), format_(format),
-      container_(container), vorbisOrder_(HasVorbisOrder(container)),
+      container_(container), loudspeakers_(loudspeakers), vorbisOrder_(HasVorbisOrder(container)),
       asTheyAre_(HoldsAsTheyAre(container, format.sample)), bytesLeft_(UINT64_MAX)
 {
     if (container.kind == ContainerKind::Aiff && !frames)
@@ -111,7 +115,7 @@ void AudioWriter::Start(const EncoderSettings &settings)
     if (!stream_.Call([&](SNDFILE *handle) { return ApplySettings(handle, container_, format_, settings); }))
         Fail(std::string(container_.name) + " can't be written with " + NameOf(settings));
     if ((info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX)
-        NameLoudspeakers(stream_, format_.channels);
+        NameLoudspeakers(stream_, format_.channels, loudspeakers_);
 }
 
 // What the coder has written so far begins with all of its header.

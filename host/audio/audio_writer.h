@@ -3,6 +3,7 @@
 
 #include "host/audio/container.h"
 #include "host/audio/encoder_settings.h"
+#include "host/audio/loudspeakers.h"
 #include "host/audio/sample_writer.h"
 #include "host/audio/sound_stream.h"
 #include "host/system/pipe_output.h"
@@ -18,13 +19,16 @@ namespace tonekit::host {
 // All failures are thrown as Failure, with the name of the file that the user asked for in front.
 class AudioWriter final : public SampleWriter {
 public:
-    // Begins an audio file in `file`, which is new and empty. `shownName` is for messages.
+    // Begins an audio file in `file`, which is new and empty. `shownName` is for messages; `loudspeakers` are
+    // named by headers that can, 0 for the converter's.
     AudioWriter(File file, const std::string &shownName, const Container &container,
-                const AudioFormat &format, const EncoderSettings &settings = {});
+                const AudioFormat &format, const EncoderSettings &settings = {},
+                Loudspeakers loudspeakers = 0);
     // Begins a stream that can only be written on, such as standard output. Its header says `frames`, or that
     // the number is unknown.
     AudioWriter(std::unique_ptr<PipeOutput> pipe, const std::string &shownName, const Container &container,
-                const AudioFormat &format, const EncoderSettings &settings, std::optional<uint64_t> frames);
+                const AudioFormat &format, const EncoderSettings &settings, std::optional<uint64_t> frames,
+                Loudspeakers loudspeakers = 0);
 
     // Fails where the container's sizes end.
     void Write(const void *samples, uint32_t frames) override;
@@ -48,6 +52,7 @@ private:
     SoundStream stream_;
     AudioFormat format_;
     const Container &container_;
+    Loudspeakers loudspeakers_;
     bool vorbisOrder_;
     bool asTheyAre_; // the file holds the very bytes of the samples
     uint64_t frames_ = 0;

@@ -16,6 +16,7 @@ public:
 
     std::string name() const override { return whole_->name(); }
     const AudioFormat &format() const override { return whole_->format(); }
+    Loudspeakers loudspeakers() const override { return whole_->loudspeakers(); }
     uint64_t frames() const override;
     const std::string &type() const override { return whole_->type(); }
     const std::string &encoding() const override { return whole_->encoding(); }

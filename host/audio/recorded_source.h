@@ -16,6 +16,7 @@ public:
 
     std::string name() const override { return source_->name(); }
     const AudioFormat &format() const override { return source_->format(); }
+    Loudspeakers loudspeakers() const override { return source_->loudspeakers(); }
     uint64_t frames() const override { return source_->frames(); }
     const std::string &type() const override { return source_->type(); }
     const std::string &encoding() const override { return source_->encoding(); }

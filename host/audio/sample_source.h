@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/container.h"
+#include "host/audio/loudspeakers.h"
 #include "host/audio/sample_format.h"
 #include "host/tags/tag_kind.h"
 
@@ -32,6 +33,8 @@ public:
     // What messages and reports call it.
     virtual std::string name() const = 0;
     virtual const AudioFormat &format() const = 0;
+    // What its channels are for, where the converter takes them for others; mostly 0.
+    virtual Loudspeakers loudspeakers() const { return 0; }
     // The number of frames that it promises; 0 if it doesn't say.
     virtual uint64_t frames() const = 0;
     // The type of file and the way in which it keeps its samples: "WAV" and "Signed 16 bit PCM"

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <numeric>
+#include <optional>
 #include <string_view>
 #include <tonekit/frame.h>
 #include <utility>
@@ -350,27 +351,36 @@ AudioFormat LibavReader::FormatOfFrame() const
             static_cast<uint32_t>(frame_->sample_rate)};
 }
 
-// Loudspeakers have the order of WAV files, which is that of their numbers.
-void LibavReader::OrderChannels()
+// Puts channels whose loudspeakers are known into the converter's order.
+Loudspeakers LibavReader::OrderChannels()
 {
     std::iota(order_.begin(), order_.end(), uint8_t{0});
     const AVChannelLayout &layout = frame_->ch_layout;
-    if (layout.order != AV_CHANNEL_ORDER_CUSTOM)
-        return;
-    std::stable_sort(order_.begin(), order_.begin() + layout.nb_channels, [&](uint8_t a, uint8_t b) {
-        return Libav().av_channel_layout_channel_from_index(&layout, a) <
-               Libav().av_channel_layout_channel_from_index(&layout, b);
-    });
+    const auto channels = static_cast<unsigned>(layout.nb_channels);
+    if (layout.order != AV_CHANNEL_ORDER_NATIVE && layout.order != AV_CHANNEL_ORDER_CUSTOM)
+        return 0;
+    std::vector<int> numbers;
+    for (unsigned i = 0; i < channels; ++i)
+        numbers.push_back(static_cast<int>(Libav().av_channel_layout_channel_from_index(&layout, i)));
+    const std::optional<NamedChannels> named = FromNumbers(numbers);
+    if (!named)
+        return 0;
+    std::copy(named->order.begin(), named->order.end(), order_.begin());
+    return UnlikeConverter(named->loudspeakers, channels);
 }
 
 void LibavReader::TakeFrame()
 {
     const AudioFormat format = FormatOfFrame();
-    if (format_.channels == 0)
+    const Loudspeakers loudspeakers = OrderChannels();
+    if (format_.channels == 0) {
         format_ = format;
+        loudspeakers_ = loudspeakers;
+    }
     if (format != format_)
         Fail("changes from " + NameOf(format_) + " to " + NameOf(format) + " on the way");
-    OrderChannels();
+    if (loudspeakers != loudspeakers_)
+        Fail("changes the loudspeakers of its channels on the way");
     StoreSamples();
 }
 

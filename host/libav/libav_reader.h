@@ -28,6 +28,7 @@ public:
 
     std::string name() const override { return shownName_; }
     const AudioFormat &format() const override { return format_; }
+    Loudspeakers loudspeakers() const override { return loudspeakers_; }
     uint64_t frames() const override { return frames_; }
     const std::string &type() const override { return type_; }
     const std::string &encoding() const override { return encoding_; }
@@ -60,7 +61,7 @@ private:
     void TakeFrame();
     AudioFormat FormatOfFrame() const;
     SampleFormat SampleFormatOfFrame() const;
-    void OrderChannels();
+    Loudspeakers OrderChannels();
     void StoreSamples();
     void CheckEnd();
 
@@ -81,8 +82,9 @@ private:
     bool atEnd_ = false;                // the decoder has all that there is
     double gain_ = 1;                   // of DSD
     std::array<uint8_t, 8> order_ = {}; // the coder's channel for each of ours
-    std::vector<uint8_t> waiting_;      // decoded frames in format_
-    size_t taken_ = 0;                  // bytes of them
+    Loudspeakers loudspeakers_ = 0;
+    std::vector<uint8_t> waiting_; // decoded frames in format_
+    size_t taken_ = 0;             // bytes of them
     std::string type_;
     std::string encoding_;
 };

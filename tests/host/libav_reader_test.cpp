@@ -206,6 +206,22 @@ TEST_F(LibavReader, HasTheChannelsOfAacInTheConvertersOrder)
     }
 }
 
+// Of four channels the default is one in front and one in the rear, in the middle.
+TEST_F(LibavReader, KnowsTheLoudspeakersThatTheConverterHasNoMixFor)
+{
+    const char *const types[][2] = {{"wv", "wavpack"}, {"matroska", "ac3"}};
+    for (const auto &form : types) {
+        WriteCoded(folder / "in", Noise(kWav16, 48000, 4, 9001),
+                   {form[0], form[1], form[1][0] == 'a' ? 0 : 16});
+        EXPECT_EQ(OpenAudioFile(folder / "in", "in")->loudspeakers(), 0x107U) << form[1];
+        const Outcome outcome = RunHost({"-c", "2", folder / "in", folder / "out.wav"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find("there is no mix of these"), std::string::npos) << outcome.err;
+    }
+    WriteCoded(folder / "in", Noise(kWav16, 48000, 6, 9001), {"wv", "wavpack", 16});
+    EXPECT_EQ(OpenAudioFile(folder / "in", "in")->loudspeakers(), 0U);
+}
+
 std::string TinyJpeg()
 {
     return std::string("\xFF\xD8\xFF\xC0\x00\x0B\x08\x00\x10\x00\x10\x01\x01\x11\x00\xFF\xD9", 17);
