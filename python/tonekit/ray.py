@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any
 import pyarrow
 
 from .batch._books import SCHEMA
+from .batch._columns import column_of
 from .batch._conversion import Conversion
 from .batch._listing import facts
 from .batch._ray import worker_for
@@ -68,7 +69,7 @@ def convert(
             if field.name in table.column_names:
                 raise ValueError(f"the dataset has a column {field.name} already")
             if field.name not in _OF_RUNS:
-                table = table.append_column(field, pyarrow.array([row.get(field.name) for row in rows], field.type))
+                table = table.append_column(field, column_of([row.get(field.name) for row in rows], field.type))
         return table
 
     return dataset.map_batches(work, batch_format="pyarrow", batch_size=batch_size)

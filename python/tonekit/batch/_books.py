@@ -10,6 +10,7 @@ from collections.abc import Iterator
 import pyarrow
 import pyarrow.parquet as parquet
 
+from ._columns import column_of
 from ._index import Index, Latest
 from ._scratch import Scratch
 from ._shards import Row, files_of
@@ -102,7 +103,7 @@ class Books:
                     if len(kept) == batch.num_rows:
                         yield batch
                     elif kept:
-                        yield batch.take(pyarrow.array([row - first for row in kept]))
+                        yield batch.take(column_of([row - first for row in kept], pyarrow.int64()))
         finally:
             latest.close()
             scratch.close()
@@ -187,7 +188,8 @@ class Books:
 
 def encoded(rows: list[Row]) -> bytes:
     """The bytes of a Parquet file of these rows."""
-    return _bytes_of(pyarrow.Table.from_pylist(rows, schema=SCHEMA))
+    columns = [column_of([row.get(field.name) for row in rows], field.type) for field in SCHEMA]
+    return _bytes_of(pyarrow.Table.from_arrays(columns, schema=SCHEMA))
 
 
 def joined(store: Store, names: list[str]) -> bytes:
