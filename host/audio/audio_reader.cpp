@@ -350,6 +350,7 @@ void AudioReader::OpenPipe()
         }
         if (streaming == Streaming::Whole)
             TakeWholePipe();
+        count_ = CountInHeader(*pipe_, start);
         header_ = PreparedHeader();
         // Without its size libsndfile looks for the samples for ever.
         if (header_ == HeaderForm::NotFound) {
@@ -387,6 +388,8 @@ void AudioReader::Start()
     format_ = {FormatOfSubtype(subtype), static_cast<uint32_t>(info.channels),
                static_cast<uint32_t>(info.samplerate)};
     frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
+    if (frames_ > 0 && header_ != HeaderForm::Open && header_ != HeaderForm::OpenAsRf64)
+        CheckCount(frames_);
     vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     lossy_ = IsLossy(subtype);
     seekable_ = frames_ > 0 && SeeksExactly(info.format);
@@ -435,6 +438,7 @@ void AudioReader::CheckComplete()
         start = LeadingTagBytes(stream_.file());
         stream_.SkipTo(start);
         FailIfCut(stream_.file());
+        count_ = CountInHeader(stream_.file(), start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
@@ -512,6 +516,13 @@ uint32_t AudioReader::Read(void *buffer, uint32_t frames)
     return static_cast<uint32_t>(got);
 }
 
+void AudioReader::CheckCount(uint64_t held) const
+{
+    if (count_.IsMoreThan(held))
+        Fail("the file is cut off: its header counts " + std::to_string(count_.frames) + " frames, and " +
+             std::to_string(held) + " are there");
+}
+
 void AudioReader::CheckEnd()
 {
     if (position_ < frames_)
@@ -519,6 +530,7 @@ void AudioReader::CheckEnd()
              " frames could be read");
     if (position_ == 0)
         Fail("holds no audio (0 frames)");
+    CheckCount(position_);
     if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
     if (pipe()) {

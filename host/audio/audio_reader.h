@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/container.h"
+#include "host/audio/frame_count.h"
 #include "host/audio/sample_format.h"
 #include "host/audio/sample_source.h"
 #include "host/audio/sound_stream.h"
@@ -75,6 +76,7 @@ private:
     sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
     sf_count_t FetchedBytes(void *buffer, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
+    void CheckCount(uint64_t held) const;
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -83,6 +85,7 @@ private:
     SoundStream stream_;
     AudioFormat format_;
     uint64_t frames_ = 0;
+    FrameCount count_; // of the header, apart from the samples' size
     uint64_t position_ = 0;
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;

@@ -4,8 +4,8 @@
 // libsndfile is lenient here: it takes what is there. A listener whose download broke off has to be told.
 #include "host/audio/completeness.h"
 
+#include "host/audio/chunks.h"
 #include "host/audio/completeness_rare.h"
-#include "host/audio/header_bytes.h"
 #include "host/audio/stream_header.h"
 #include "host/system/failure.h"
 
@@ -18,38 +18,29 @@ namespace tonekit::host {
 
 namespace {
 
-// A broken file could have chunks of no size for ever.
-constexpr int kMostChunks = 10000;
-
 constexpr uint64_t kUnknown32 = 0xFFFFFFFF;
 
-// Walks chunks of a four-letter name and a 32-bit size until `wanted`; answers with the bytes missing from
-// it.
-uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, bool bigEndian, uint64_t longSize)
+// The bytes missing from the chunk of the samples. If its size of 32 bits is unknown, it is `longSize`.
+uint64_t MissingFromChunk(HeaderBytes &bytes, const char *wanted, const ChunkForm &form,
+                          uint64_t longSize = 0)
 {
-    uint64_t position = 12;
-    for (int i = 0; i < kMostChunks; ++i) {
-        const uint64_t size = bigEndian ? bytes.Big(position + 4, 4) : bytes.Little(position + 4, 4);
-        if (!bytes.ok())
-            return 0;
-        if (bytes.Has(position, wanted)) {
-            if (size == kUnknown32)
-                return Shortfall(position + 8 + longSize, bytes.size());
-            return IsOpenSize(static_cast<uint32_t>(size)) ? 0 : Shortfall(position + 8 + size, bytes.size());
-        }
-        position += 8 + size + (size & 1);
-    }
-    return 0;
+    const std::optional<Chunk> chunk = FindChunk(bytes, wanted, form);
+    if (!chunk)
+        return 0;
+    if (chunk->size == kUnknown32)
+        return Shortfall(chunk->content + longSize, bytes.size());
+    return IsOpenSize(static_cast<uint32_t>(chunk->size))
+               ? 0
+               : Shortfall(chunk->content + chunk->size, bytes.size());
 }
 
-uint64_t MissingFromWave(HeaderBytes &bytes)
+// The same for sizes of 64 bits. Without an end they are larger than any file.
+uint64_t MissingFromLongChunk(HeaderBytes &bytes, const ChunkForm &form)
 {
-    return MissingFromChunk(bytes, "data", false, 0);
-}
-
-uint64_t MissingFromBigEndianWave(HeaderBytes &bytes)
-{
-    return MissingFromChunk(bytes, "data", true, 0);
+    const std::optional<Chunk> chunk = FindChunk(bytes, "data", form);
+    if (!chunk || chunk->size < form.counted || chunk->size > uint64_t{1} << 62)
+        return 0;
+    return Shortfall(chunk->content + chunk->size - form.counted, bytes.size());
 }
 
 uint64_t MissingFromRf64(HeaderBytes &bytes)
@@ -58,32 +49,7 @@ uint64_t MissingFromRf64(HeaderBytes &bytes)
     uint64_t dataSize = bytes.Has(12, "ds64") ? bytes.Little(28, 8) : 0;
     if (IsOpenSize(dataSize))
         dataSize = 0;
-    return MissingFromChunk(bytes, "data", false, dataSize);
-}
-
-uint64_t MissingFromAiff(HeaderBytes &bytes)
-{
-    return MissingFromChunk(bytes, "SSND", true, 0);
-}
-
-uint64_t MissingFromSvx(HeaderBytes &bytes)
-{
-    return MissingFromChunk(bytes, "BODY", true, 0);
-}
-
-// Chunks with names of 16 bytes; sizes of 64 bits count the 24 bytes of name and size too.
-uint64_t MissingFromW64(HeaderBytes &bytes)
-{
-    uint64_t position = 40;
-    for (int i = 0; i < kMostChunks; ++i) {
-        const uint64_t size = bytes.Little(position + 16, 8);
-        if (!bytes.ok() || size < 24 || size > uint64_t{1} << 62)
-            return 0;
-        if (bytes.Has(position, "data"))
-            return Shortfall(position + size, bytes.size());
-        position += (size + 7) & ~uint64_t{7};
-    }
-    return 0;
+    return MissingFromChunk(bytes, "data", kRiff, dataSize);
 }
 
 uint64_t MissingFromAu(HeaderBytes &bytes)
@@ -91,21 +57,6 @@ uint64_t MissingFromAu(HeaderBytes &bytes)
     const uint64_t start = bytes.Big(4, 4);
     const uint64_t size = bytes.Big(8, 4);
     return bytes.ok() && size != kUnknown32 ? Shortfall(start + size, bytes.size()) : 0;
-}
-
-uint64_t MissingFromCaf(HeaderBytes &bytes)
-{
-    uint64_t position = 8;
-    for (int i = 0; i < kMostChunks; ++i) {
-        const uint64_t size = bytes.Big(position + 4, 8);
-        // A size of -1 is allowed to the samples as the last chunk: they go to the end of the file.
-        if (!bytes.ok() || size > uint64_t{1} << 62)
-            return 0;
-        if (bytes.Has(position, "data"))
-            return Shortfall(position + 12 + size, bytes.size());
-        position += 12 + size;
-    }
-    return 0;
 }
 
 // How much a broken file lacks can't be known; 1 means that.
@@ -171,21 +122,21 @@ uint64_t MissingBytes(ByteStream &file)
 {
     HeaderBytes bytes(file);
     if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
-        return MissingFromWave(bytes);
+        return MissingFromChunk(bytes, "data", kRiff);
     if (bytes.Has(0, "RIFX") && bytes.Has(8, "WAVE"))
-        return MissingFromBigEndianWave(bytes);
+        return MissingFromChunk(bytes, "data", kBigRiff);
     if (bytes.Has(0, "RF64") && bytes.Has(8, "WAVE"))
         return MissingFromRf64(bytes);
     if (bytes.Has(0, "riff"))
-        return MissingFromW64(bytes);
+        return MissingFromLongChunk(bytes, kW64);
     if (bytes.Has(0, "FORM") && bytes.Has(8, "AIF"))
-        return MissingFromAiff(bytes);
+        return MissingFromChunk(bytes, "SSND", kBigRiff);
     if (bytes.Has(0, "FORM") && (bytes.Has(8, "8SVX") || bytes.Has(8, "16SV")))
-        return MissingFromSvx(bytes);
+        return MissingFromChunk(bytes, "BODY", kBigRiff);
     if (bytes.Has(0, ".snd"))
         return MissingFromAu(bytes);
     if (bytes.Has(0, "caff"))
-        return MissingFromCaf(bytes);
+        return MissingFromLongChunk(bytes, kCaf);
     if (bytes.Has(0, "OggS"))
         return MissingFromOgg(bytes);
     if (const std::optional<uint64_t> missing = MissingFromRareType(bytes))

@@ -1,7 +1,7 @@
 // stream_header.cpp: reads and sets the sizes of samples in headers.
 #include "host/audio/stream_header.h"
 
-#include "host/audio/header_bytes.h"
+#include "host/audio/chunks.h"
 #include "host/system/memory_bytes.h"
 
 #include <algorithm>
@@ -22,44 +22,15 @@ struct SizeField {
     uint64_t more = 0;    // that the number counts besides the samples
 };
 
-// A broken file could have chunks of no size for ever.
-constexpr int kMostChunks = 10000;
 // A stream that is longer than this has no end.
 constexpr uint64_t kEndless64 = uint64_t{1} << 62;
 
-// How a family of types writes its chunks: a name, a size, what they hold, and zeros up to a multiple.
-struct ChunkForm {
-    uint64_t first;  // where the first chunk begins
-    uint64_t sizeAt; // in a chunk
-    int sizeBytes;
-    bool bigEndian;
-    uint64_t header;  // bytes before what the chunk holds
-    uint64_t counted; // of these, that the size counts
-    uint64_t multiple;
-};
-
-constexpr ChunkForm kRiff = {12, 4, 4, false, 8, 0, 2};
-constexpr ChunkForm kBigRiff = {12, 4, 4, true, 8, 0, 2};
-constexpr ChunkForm kW64 = {40, 16, 8, false, 24, 24, 8};
-constexpr ChunkForm kCaf = {8, 4, 8, true, 12, 0, 1};
-
 SizeField FieldInChunks(HeaderBytes &bytes, const char *wanted, const ChunkForm &form)
 {
-    uint64_t position = form.first;
-    for (int i = 0; i < kMostChunks; ++i) {
-        const bool found = bytes.Has(position, wanted);
-        const uint64_t sizeAt = position + form.sizeAt;
-        const uint64_t size =
-            form.bigEndian ? bytes.Big(sizeAt, form.sizeBytes) : bytes.Little(sizeAt, form.sizeBytes);
-        if (!bytes.ok())
-            return {};
-        if (found)
-            return {sizeAt, form.sizeBytes, form.bigEndian, size, position + form.header, form.counted};
-        if (size < form.counted || size > kEndless64)
-            return {};
-        position += form.header - form.counted + (size + form.multiple - 1) / form.multiple * form.multiple;
-    }
-    return {};
+    const std::optional<Chunk> chunk = FindChunk(bytes, wanted, form);
+    return chunk ? SizeField{chunk->sizeAt, form.sizeBytes, form.bigEndian,
+                             chunk->size,   chunk->content, form.counted}
+                 : SizeField{};
 }
 
 // The field of RF64 is in the chunk that comes first.
@@ -172,7 +143,9 @@ private:
 bool IsOpenSize(uint32_t size)
 {
     constexpr uint32_t kMargin = 4096; // for the header, which some leave out of the largest number
-    return size > UINT32_MAX - kMargin || (size >= 0x80000000u - kMargin && size < 0x80000000u);
+    constexpr uint32_t kRounded = 64;  // to whole frames, of at most so many bytes
+    const auto isBelow = [size](uint32_t end, uint32_t margin) { return size < end && size >= end - margin; };
+    return size > UINT32_MAX - kMargin || isBelow(0x80000000u, kMargin) || isBelow(0x7F000009u, kRounded + 8);
 }
 
 bool IsOpenSize(uint64_t size)

@@ -11,7 +11,7 @@
 namespace tonekit::host {
 
 // Whether a program that can't go back to its header has written this number where the size of the samples
-// belongs: 0xFFFFFFFF, 0x7FFFFFFF or a little less.
+// belongs: 0xFFFFFFFF, 0x7FFFFFFF or a little less, or 0x7F000000 with what AIFF counts besides.
 bool IsOpenSize(uint32_t size);
 // The same in headers with sizes of 64 bits.
 bool IsOpenSize(uint64_t size);
