@@ -1,10 +1,9 @@
-// file_converter.cpp: rows of results, their digests, and the thread that places them.
+// file_converter.cpp: rows of results, and the thread that places them.
 #include "python/src/file_converter.h"
 
 #include "host/jobs.h"
 #include "host/processing/sample_digest.h"
 #include "host/system/paths.h"
-#include "host/system/platform.h"
 #include "python/src/host_calls.h"
 
 #include <chrono>
@@ -21,30 +20,6 @@ namespace tonekit::python {
 namespace nb = nanobind;
 
 namespace {
-
-struct FileBytes {
-    uint64_t size = 0;
-    std::string digest; // SHA-256, in hexadecimal
-};
-
-FileBytes BytesOf(const std::filesystem::path &path, const std::string &shown)
-{
-    constexpr size_t kBlock = size_t{1} << 17;
-    FileBytes bytes;
-    host::SampleDigest digest(host::HashKind::Sha256);
-    std::vector<uint8_t> block(kBlock);
-    host::File file;
-    size_t got = 0;
-    std::error_code error = file.OpenToRead(path);
-    while (!error && !(error = file.Read(block.data(), block.size(), got)) && got > 0) {
-        digest.Take(block.data(), got);
-        bytes.size += got;
-    }
-    if (error)
-        throw host::Failure(shown + ": can't be read back: " + error.message());
-    bytes.digest = digest.Finish().hex;
-    return bytes;
-}
 
 nb::object TextOrNone(const std::string &text)
 {
@@ -70,7 +45,7 @@ void AddStream(nb::dict &row, const char *side, const host::StreamReport &stream
     set("frames", ValueOrNone(stream.frames != 0, stream.frames));
 }
 
-nb::dict Row(const host::ConversionReport &report, const FileBytes &bytes)
+nb::dict Row(const host::ConversionReport &report)
 {
     nb::dict row;
     row["state"] = "done";
@@ -86,8 +61,6 @@ nb::dict Row(const host::ConversionReport &report, const FileBytes &bytes)
         row["peak"] = ValueOrNone(report.loudness->peak.has_value(), report.loudness->peak.value_or(0));
     }
     row["digest"] = ValueOrNone(report.digest.has_value(), report.digest.value_or(host::Digest()).hex);
-    row["target_size"] = bytes.size;
-    row["target_digest"] = bytes.digest;
     return row;
 }
 
@@ -108,7 +81,6 @@ FileConverter::~FileConverter()
 nb::dict FileConverter::Convert(const std::string &source, const std::string &target)
 {
     ProgressCall call{nb::none()};
-    FileBytes bytes;
     converted_ = WithoutGil([&] {
         converted_.reset();
         auto result = std::make_unique<Result>();
@@ -122,16 +94,26 @@ nb::dict FileConverter::Convert(const std::string &source, const std::string &ta
         result->file =
             host::BeginFile(result->options, extras_, result->job, std::ref(call), host::Threads::One);
         result->file->Complete(std::nullopt);
-        bytes = BytesOf(result->file->completed(), target);
         return result;
     });
-    return Row(converted_->file->report(), bytes);
+    return Row(converted_->file->report());
+}
+
+std::string FileConverter::Completed() const
+{
+    RequireResult();
+    return host::Utf8Name(converted_->file->completed());
+}
+
+void FileConverter::RequireResult() const
+{
+    if (!converted_)
+        throw nb::value_error("no result is complete");
 }
 
 void FileConverter::Place()
 {
-    if (!converted_)
-        throw nb::value_error("no result is complete");
+    RequireResult();
     WithoutGil([&] {
         if (!placer_.runs())
             return Commit(std::move(converted_));
@@ -200,6 +182,8 @@ void BindFileConverter(nb::module_ &module)
         .def("convert", &FileConverter::Convert, nb::arg("source"), nb::arg("target"),
              nb::sig("def convert(self, source: str, target: str) -> dict[str, typing.Any]"),
              "Converts a file, which is not in its place yet, and returns the columns of its row.")
+        .def_prop_ro("completed", &FileConverter::Completed,
+                     "The path of the result of the last conversion, which is not in its place yet.")
         .def("place", &FileConverter::Place,
              "Begins to put the result of the last conversion in its place, while the next goes on.")
         .def("placed", &FileConverter::Placed,

@@ -21,6 +21,8 @@ public:
 
     // Converts a file as far as a complete result under a temporary name, and returns the columns of its row.
     nanobind::dict Convert(const std::string &source, const std::string &target);
+    // The path of that result until Place is called.
+    std::string Completed() const;
     // Begins to put the result of the last conversion in place; the one before it has to be there.
     void Place();
     // Waits until it is there; returns the seconds that it took. Throws host::Failure.
@@ -34,6 +36,7 @@ private:
         std::unique_ptr<host::PendingFile> file;
     };
 
+    void RequireResult() const;
     void PlaceResults();
     void Commit(std::unique_ptr<Result> result);
 

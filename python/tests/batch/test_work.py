@@ -120,17 +120,42 @@ def test_a_result_that_cant_be_put_in_place_fails_alone(tmp_path: Path, sources:
     assert names_in(out) == ["1.wav"]
 
 
+class Unreadable(WithPlace):
+    """A converter whose first result is gone when it is to be read back."""
+
+    @property
+    def completed(self) -> str:
+        path, self.read = self._converter.completed, getattr(self, "read", 0) + 1
+        return path if self.read > 1 else "/nowhere"
+
+
+def test_a_result_that_cant_be_read_back_fails_alone(tmp_path: Path, sources: list[str]) -> None:
+    out = tmp_path / "out"
+    worker = Worker(Job(str(out), PAIRS, {}), "me")
+    worker._converter = Unreadable(_core.FileConverter(PAIRS), lambda: None)  # type: ignore[assignment]
+    first, second = worker.outcomes([item(sources[0], "0.wav"), item(sources[1], "1.wav")])
+    assert (first["state"], first["error"]) == ("failed", f"{out}/0.wav: can't be read back: No such file or directory")
+    assert second["state"] == "done"
+    assert names_in(out) == ["1.wav"]
+
+
 def test_a_result_is_not_seen_before_it_is_placed(tmp_path: Path, sources: list[str]) -> None:
     converter = _core.FileConverter(PAIRS)
     target = tmp_path / "out.wav"
     target.write_bytes(b"old")
     row = converter.convert(sources[0], str(target))
     assert row["state"] == "done" and target.read_bytes() == b"old"
+    complete = Path(converter.completed)
+    assert complete.parent == tmp_path and complete.name.startswith(".tonekit-")
+    data = complete.read_bytes()
+    assert len(data) == RESULT_SIZE
     converter.place()
     assert converter.placed() > 0
-    assert target.stat().st_size == RESULT_SIZE
+    assert target.read_bytes() == data and not complete.exists()
     with pytest.raises(ValueError, match="no result is complete"):
         converter.place()
+    with pytest.raises(ValueError, match="no result is complete"):
+        str(converter.completed)
 
 
 def test_a_result_that_nobody_places_leaves_nothing(tmp_path: Path, sources: list[str]) -> None:

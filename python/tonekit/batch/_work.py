@@ -13,7 +13,7 @@ from typing import Any, NamedTuple
 from .. import _core
 from .._options import OptionList
 from ._scratch import Scratch
-from ._storage import Storage, Store, protocol_of
+from ._storage import Storage, Store, blocks_of, protocol_of
 
 _SUFFIX = re.compile(r"\.\w{1,15}\Z", re.ASCII)
 
@@ -138,9 +138,9 @@ class Worker:
             if self._target.local:
                 result = self._target.path(item.name)
                 self._make_folder(os.path.dirname(result))
-                return self._files().convert(source, result)
+                return self._booked(source, result)
             result = self._temporary("out", item.name, temporary)
-            outcome = self._files().convert(source, result)
+            outcome = self._booked(source, result)
             self._files().place()
             self._files().placed()
             self._target.place(result, item.name)
@@ -149,6 +149,16 @@ class Worker:
             for path in temporary:
                 if os.path.exists(path):
                     os.unlink(path)
+
+    def _booked(self, source: str, result: str) -> Outcome:
+        """Converts a file as far as a complete result; returns the columns of its row."""
+        outcome: Outcome = self._files().convert(source, result)
+        try:
+            size, digest = _digest(blocks_of(self._files().completed))
+        except OSError as error:
+            raise OSError(None, f"{result}: can't be read back: {error.strerror}") from None
+        outcome.update(target_size=size, target_digest=digest)
+        return outcome
 
     def _make_folder(self, folder: str) -> None:
         if folder not in self._folders:
