@@ -267,6 +267,8 @@ uint32_t FeedFirstBlock(Converter &c, uint32_t frames)
 {
     Path::Extrapolate(c, Path::Stage(c), c.inputEdgeFrames, 0);
     c.pendingSkipFrames = c.outputEdgeFrames;
+    if (!c.lastBlockDone) // nothing has been fed
+        SkipFirstFrames(c.resampler, c.outputEdgeFrames);
     return Process(c, Path::StageBase(c), c.inputEdgeFrames + frames, Path::WorkOutput(c));
 }
 

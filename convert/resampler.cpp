@@ -110,6 +110,14 @@ size_t RunResampler(soxr_t &resampler, const void *input, size_t frames, void *o
     return produced;
 }
 
+void SkipFirstFrames([[maybe_unused]] soxr_t resampler, [[maybe_unused]] size_t frames)
+{
+#ifdef TONEKIT_OWN_SOXR
+    if (resampler)
+        soxr_skip_first(resampler, frames);
+#endif
+}
+
 void DeleteResampler(soxr_t resampler)
 {
     soxr_delete(resampler);

@@ -29,6 +29,10 @@ soxr_t CreateResampler(uint32_t inputRate, uint32_t outputRate, uint32_t channel
 // channels may have got further than others.
 size_t RunResampler(soxr_t &resampler, const void *input, size_t frames, void *output, size_t capacity);
 
+// Says, before anything is fed, that the first `frames` frames that come out will not be looked at: then they
+// may hold anything finite. The others stay the same to the last bit. Ignores a null resampler.
+void SkipFirstFrames(soxr_t resampler, size_t frames);
+
 // Releases a resampler; null is ignored.
 void DeleteResampler(soxr_t resampler);
 

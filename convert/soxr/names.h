@@ -66,6 +66,7 @@
 #define _soxr_simd64_aligned_free tonekit_soxr_in_simd64_aligned_free
 #define _soxr_simd64_aligned_malloc tonekit_soxr_in_simd64_aligned_malloc
 #define _soxr_sizes tonekit_soxr_in_sizes
+#define _soxr_skip_first tonekit_soxr_in_skip_first
 #define _soxr_trace tonekit_soxr_in_trace
 #define _soxr_trace_level tonekit_soxr_in_trace_level
 #define soxr_clear tonekit_soxr_clear
@@ -85,6 +86,7 @@
 #define soxr_set_input_fn tonekit_soxr_set_input_fn
 #define soxr_set_io_ratio tonekit_soxr_set_io_ratio
 #define soxr_set_num_channels tonekit_soxr_set_num_channels
+#define soxr_skip_first tonekit_soxr_skip_first
 #define soxr_version tonekit_soxr_version
 
 #endif

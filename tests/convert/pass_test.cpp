@@ -318,6 +318,33 @@ TEST_P(PassTest, RatesDiffer)
         }
 }
 
+TEST_P(PassTest, RatesThatLeadThroughEachKindOfStage)
+{
+    // What is made of the start edge needn't be right, as it is skipped.
+    Random random(14);
+    for (const uint32_t span : {0u, 24u, 33u})
+        for (const auto &[inputRate, outputRate] : {std::pair{48000u, 16000u},
+                                                    {8000u, 192000u},
+                                                    {192000u, 11025u},
+                                                    {44101u, 47999u},
+                                                    {22050u, 44100u},
+                                                    {44100u, 22050u}})
+            for (const uint32_t first : {65u, 700u, 2000u}) {
+                Pair pair(GetParam(), {kInt16, kFloat64, 1, 1, inputRate, outputRate, span});
+                pair.RunStream(random, {first, 300});
+            }
+}
+
+TEST_P(PassTest, TheEndFirstAndThenABlock)
+{
+    Random random(15);
+    for (const uint32_t span : {0u, 33u}) {
+        Pair pair(GetParam(), {kInt16, kInt24, 2, 2, 48000, 44100, span});
+        pair.Call({}, 0, true);
+        pair.RunStream(random, {5324, 5324});
+    }
+}
+
 TEST_P(PassTest, RatesDifferWithEveryFormat)
 {
     Random random(6);
