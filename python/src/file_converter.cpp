@@ -74,7 +74,7 @@ FileConverter::FileConverter(const OptionList &list)
 
 FileConverter::~FileConverter()
 {
-    const nb::gil_scoped_release released;
+    const GilRelease released;
     placer_.Stop();
 }
 

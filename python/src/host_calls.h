@@ -21,7 +21,7 @@ public:
         signals_();
         if (!function_)
             return;
-        const nanobind::gil_scoped_acquire gil;
+        const GilHold gil;
         function_(done, seconds);
     }
 
@@ -34,7 +34,7 @@ private:
 template <class Work>
 auto WithoutGil(Work work)
 {
-    const nanobind::gil_scoped_release released;
+    const GilRelease released;
     try {
         return work();
     } catch (const host::UsageError &error) {

@@ -1,6 +1,8 @@
 // image.cpp: passes NumPy's pictures to the library as bitmaps of a device.
 #include "python/src/image.h"
 
+#include "python/src/gil.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -112,7 +114,7 @@ Result Resize(const Picture &picture, uint32_t width, uint32_t height, uint32_t 
     std::unique_ptr<Bitmap> result;
     int error = 0;
     {
-        const nb::gil_scoped_release released;
+        const GilRelease released;
         result.reset(
             static_cast<Bitmap *>(CreateResampledBitmap(&device.operations, &source, width, height, filter)));
         error = errno;

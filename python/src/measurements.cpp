@@ -47,7 +47,7 @@ public:
             throw nb::value_error(("x must have " + std::to_string(channels_) + " channels, not " +
                                    std::to_string(source.format().channels))
                                       .c_str());
-        const nb::gil_scoped_release released;
+        const GilRelease released;
         SignalCheck signals;
         const size_t frameBytes = source.format().FrameBytes();
         std::vector<uint8_t> block(kBlockFrames * frameBytes);
@@ -106,7 +106,7 @@ private:
 uint32_t DetectHdcd(nb::handle array)
 {
     ArraySource source(array, {host::SampleFormat::Int16, false}, 0);
-    const nb::gil_scoped_release released;
+    const GilRelease released;
     const host::HdcdDecoderPointer decoder(hdcd_new());
     if (!decoder)
         throw std::bad_alloc();

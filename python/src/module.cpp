@@ -48,7 +48,7 @@ void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint3
 {
     const host::Options read = ReadOptions(options);
     // The filter is designed here.
-    const nb::gil_scoped_release released;
+    const GilRelease released;
     new (self) Stream(StreamFormat{input, channels, rate, output, hdcd}, read);
 }
 
@@ -106,6 +106,8 @@ NB_MODULE(_core, module)
     namespace nb = nanobind;
     module.doc() = "The compiled part of tonekit; use the package's own functions.";
     LetHeapKeepStreams();
+    // What daemon threads have in use when the interpreter ends is no leak.
+    nb::set_leak_warnings(false);
     nb::exception<tonekit::host::Failure>(module, "FileError", PyExc_OSError);
     BindStream(module);
     BindFiles(module);

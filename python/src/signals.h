@@ -1,6 +1,8 @@
 // signals.h: lets Ctrl-C and Python's other signal handlers in while work goes on without the GIL.
 #pragma once
 
+#include "python/src/gil.h"
+
 #include <chrono>
 #include <nanobind/nanobind.h>
 
@@ -16,7 +18,7 @@ public:
         if (now < next_)
             return;
         next_ = now + std::chrono::milliseconds(50);
-        const nanobind::gil_scoped_acquire gil;
+        const GilHold gil;
         if (PyErr_CheckSignals() != 0)
             throw nanobind::python_error();
     }

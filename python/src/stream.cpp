@@ -84,7 +84,7 @@ nb::object Stream::Run(nb::handle array, bool last, bool flat)
     }
     ResultArray result = NewResult();
     {
-        const nb::gil_scoped_release released;
+        const GilRelease released;
         SignalCheck signals;
         if (samples && last)
             result.Reserve(ExpectedFrames(samples->frames()) + 1);

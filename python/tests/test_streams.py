@@ -4,6 +4,7 @@ import subprocess
 import sys
 import threading
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import numpy as np
 import pytest
@@ -129,6 +130,36 @@ print("went on")
 def test_memory_that_runs_out_inside_the_library_is_a_memory_error() -> None:
     run = subprocess.run([sys.executable, "-c", _OUT_OF_MEMORY], capture_output=True, text=True, timeout=120)
     assert (run.returncode, run.stdout) == (0, "went on\n"), run.stderr
+
+
+_LEFT_AT_WORK = """
+import sys, threading, time, numpy as np, tonekit
+x = np.zeros((44100, 2), np.float32)
+work = {
+    "arrays": lambda: tonekit.resample(x, 44100, 48000),
+    "streams": lambda: list(tonekit.Converter(44100, 48000, in_channels=2).process(np.array_split(x, 100))),
+    "loudness": lambda: tonekit.loudness.measure(x, 44100),
+    "pictures": lambda: tonekit.image.resize(np.zeros((200, 200, 3), np.uint8), 100, 100),
+    "files": lambda: tonekit.info(sys.argv[2], hash="sha256", progress=lambda *_: None),
+}[sys.argv[1]]
+started = threading.Barrier(3)
+def loop():
+    work()
+    started.wait()
+    while True:
+        work()
+for _ in range(2):
+    threading.Thread(target=loop, daemon=True).start()
+started.wait()
+"""
+
+
+@pytest.mark.parametrize("work", ["arrays", "streams", "loudness", "pictures", "files"])
+def test_daemon_threads_at_work_do_not_abort_the_exit(work: str, tmp_path: Path) -> None:
+    tonekit.write(tmp_path / "a.wav", np.zeros((44100, 2), np.int16), 44100)
+    for _ in range(3):
+        run = subprocess.run([sys.executable, "-c", _LEFT_AT_WORK, work, tmp_path / "a.wav"], capture_output=True, text=True)
+        assert (run.returncode, run.stderr) == (0, "")
 
 
 _INTERRUPTED = """
