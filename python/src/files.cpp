@@ -1,10 +1,10 @@
 // files.cpp: converts, describes, reads and writes audio files with the host's own code.
 #include "python/src/files.h"
 
-#include "host/audio/audio_reader.h"
 #include "host/file_conversion.h"
 #include "host/file_info.h"
 #include "host/jobs.h"
+#include "host/open_input.h"
 #include "host/plan.h"
 #include "host/system/failure.h"
 #include "host/system/paths.h"
@@ -17,6 +17,8 @@
 #include <nanobind/stl/pair.h>
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
+#include <new>
+#include <system_error>
 #include <utility>
 
 namespace tonekit::python {
@@ -32,34 +34,40 @@ std::string Report(const host::ConversionReport &report)
     return host::ReportJson({report}, report.seconds);
 }
 
-std::string ConvertFile(const std::string &source, const std::string &target, const OptionList &list,
+// Names of files are bytes to the system, and need not be text.
+std::string NameFrom(const nb::bytes &name)
+{
+    return std::string(name.c_str(), name.size());
+}
+
+std::string ConvertFile(const nb::bytes &source, const nb::bytes &target, const OptionList &list,
                         nb::handle progress)
 {
     host::Options options = ReadOptions(list);
-    options.inputs = {source};
-    options.output = target;
+    options.inputs = {NameFrom(source)};
+    options.output = NameFrom(target);
     ProgressCall call(progress);
     return WithoutGil([&] {
         const std::vector<host::Job> jobs = host::MakeJobs(options);
         if (jobs.size() != 1 || !jobs[0].error.empty())
-            throw host::Failure(jobs.empty() ? source + ": not an audio file" : jobs[0].error);
+            throw host::Failure(jobs.empty() ? options.inputs[0] + ": not an audio file" : jobs[0].error);
         return Report(host::ConvertFile(options, host::LoadExtras(options), jobs[0], std::ref(call)));
     });
 }
 
-std::string Info(const std::string &path, const OptionList &list, nb::handle progress)
+std::string Info(const nb::bytes &name, const OptionList &list, nb::handle progress)
 {
     const host::Options options = ReadOptions(list);
+    const std::filesystem::path path = host::PathFromUtf8(NameFrom(name));
     ProgressCall call(progress);
-    return WithoutGil(
-        [&] { return host::InfoJson({host::LookAt(options, host::PathFromUtf8(path), std::ref(call))}); });
+    return WithoutGil([&] { return host::InfoJson({host::LookAt(options, path, std::ref(call))}); });
 }
 
-std::string WriteArray(const std::string &target, nb::handle array, const ArrayFormat &format, uint32_t rate,
+std::string WriteArray(const nb::bytes &target, nb::handle array, const ArrayFormat &format, uint32_t rate,
                        const OptionList &list, nb::handle progress)
 {
     host::Options options = ReadOptions(list);
-    options.output = target;
+    options.output = NameFrom(target);
     ArraySource source(array, format, rate);
     ProgressCall call(progress);
     return WithoutGil([&] {
@@ -71,40 +79,58 @@ std::string WriteArray(const std::string &target, nb::handle array, const ArrayF
 // A file that is being read into an array.
 class Reader {
 public:
-    explicit Reader(const std::string &path) : path_(path)
+    Reader(const nb::bytes &name, const OptionList &list)
+        : path_(host::PathFromUtf8(NameFrom(name))), options_(ReadOptions(list))
     {
-        WithoutGil([&] { reader_.emplace(host::PathFromUtf8(path_)); });
+        WithoutGil([&] {
+            host::Job job{path_, {}};
+            if (options_.start || options_.end)
+                job.part = host::FilePart{options_.start.value_or(0), options_.end};
+            source_ = host::OpenInput(options_, job);
+        });
     }
 
-    const host::AudioFormat &format() const { return reader_->format(); }
-    bool lossy() const { return reader_->lossy(); }
+    const host::AudioFormat &format() const { return source_->format(); }
 
-    std::pair<NumpyArray, uint32_t> Read(const ArrayFormat &output, const OptionList &list)
+    std::pair<NumpyArray, uint32_t> Read(const ArrayFormat &output, nb::handle progress)
     {
-        const host::Options options = ReadOptions(list);
-        Stream stream({{reader_->format().sample, false},
-                       reader_->format().channels,
-                       reader_->format().rate,
-                       output,
-                       false},
-                      options);
+        const host::AudioFormat &format = source_->format();
+        Stream stream({{format.sample, false}, format.channels, format.rate, output, false}, options_);
         ResultArray result = stream.NewResult();
+        ProgressCall call(progress);
         WithoutGil([&] {
             SignalCheck signals;
-            result.Reserve(stream.ExpectedFrames(reader_->frames()) + (reader_->frames() > 0));
-            std::vector<uint8_t> block(size_t{kReadFrames} * reader_->format().FrameBytes());
-            while (const uint32_t frames = reader_->Read(block.data(), kReadFrames)) {
+            Reserve(result, stream);
+            std::vector<uint8_t> block(size_t{kReadFrames} * format.FrameBytes());
+            const auto all = static_cast<double>(source_->frames());
+            while (const uint32_t frames = source_->Read(block.data(), kReadFrames)) {
                 stream.Write(block.data(), frames, result, signals);
-                signals();
+                const auto done = static_cast<double>(stream.inputFrames());
+                call(all > 0 ? done / all : 0, done / format.rate);
             }
             stream.Finish(result, signals);
         });
-        return {result.Take(false), options.rate.value_or(reader_->format().rate)};
+        return {result.Take(false), options_.rate.value_or(format.rate)};
     }
 
 private:
-    std::string path_;
-    std::optional<host::AudioReader> reader_;
+    // A damaged header can promise more than there is memory for. Where the file has fewer bytes than frames,
+    // what is read shows how many there are.
+    void Reserve(ResultArray &result, const Stream &stream) const
+    {
+        const uint64_t frames = source_->frames();
+        try {
+            result.Reserve(stream.ExpectedFrames(frames) + (frames > 0));
+        } catch (const std::bad_alloc &) {
+            std::error_code error;
+            if (std::filesystem::file_size(path_, error) >= frames || error)
+                throw;
+        }
+    }
+
+    std::filesystem::path path_;
+    host::Options options_;
+    std::unique_ptr<host::SampleSource> source_;
 };
 
 } // namespace
@@ -119,7 +145,7 @@ void BindFiles(nb::module_ &module)
                nb::arg("options"), nb::arg("progress").none(),
                "Writes an array into a file and returns the report as JSON.");
     nb::class_<Reader>(module, "Reader", "An open audio file.")
-        .def(nb::init<const std::string &>(), nb::arg("path"))
+        .def(nb::init<const nb::bytes &, const OptionList &>(), nb::arg("path"), nb::arg("options"))
         .def_prop_ro(
             "rate", [](const Reader &reader) { return reader.format().rate; }, "Frames a second.")
         .def_prop_ro(
@@ -130,8 +156,8 @@ void BindFiles(nb::module_ &module)
         .def_prop_ro(
             "is_float", [](const Reader &reader) { return host::IsFloat(reader.format().sample); },
             "Whether samples are floats.")
-        .def("read", &Reader::Read, nb::arg("output"), nb::arg("options"),
-             nb::sig("def read(self, output: ArrayFormat, options: Sequence[tuple[str, str]]) -> "
+        .def("read", &Reader::Read, nb::arg("output"), nb::arg("progress").none(),
+             nb::sig("def read(self, output: ArrayFormat, progress: object | None) -> "
                      "tuple[numpy.typing.NDArray[typing.Any], int]"),
              "Reads and converts all samples; returns them and their rate.");
 }

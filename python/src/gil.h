@@ -8,8 +8,8 @@
 
 namespace tonekit::python {
 
-// Runs what takes the GIL. An interpreter that has ended unwinds the stack of a daemon thread that asks for it,
-// and the first function on the way that lets no exception through would abort the process. Such a thread
+// Runs what takes the GIL. An interpreter that has ended unwinds the stack of a daemon thread that asks for
+// it, and the first function on the way that lets no exception through would abort the process. Such a thread
 // waits here for the end of the process.
 template <class Take>
 auto TakeGil(Take take) noexcept

@@ -3,6 +3,7 @@
 
 #include "host/command_line/option_table.h"
 #include "host/system/failure.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <nanobind/nanobind.h>
@@ -20,7 +21,7 @@ std::string ForPython(std::string message)
         for (size_t at; (at = message.find(option)) != std::string::npos;)
             message.replace(at, option.size(), argument);
     }
-    return message;
+    return host::TerminalText(message);
 }
 
 host::Options ReadOptions(const OptionList &list)

@@ -1,6 +1,7 @@
 // sample_array.cpp: gathers samples from arrays of any memory order.
 #include "python/src/sample_array.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <nanobind/nanobind.h>
@@ -56,7 +57,8 @@ SampleArray::SampleArray(PyObject *array, uint32_t sampleBytes) : sampleBytes_(s
     frameStep_ = buffer_.strides[0];
     channelStep_ = static_cast<ptrdiff_t>(sampleBytes);
     if (buffer_.ndim == 2) {
-        channels_ = static_cast<uint32_t>(buffer_.shape[1] / items);
+        // More than fit are too many for everyone.
+        channels_ = static_cast<uint32_t>(std::min<Py_ssize_t>(buffer_.shape[1] / items, UINT32_MAX));
         channelStep_ = buffer_.strides[1] * static_cast<ptrdiff_t>(items);
     }
 }

@@ -1,5 +1,7 @@
 """Conversion of arrays: shapes, types, memory orders, lengths, and what is refused."""
 
+import copy
+import pickle
 from fractions import Fraction
 
 import numpy as np
@@ -177,6 +179,24 @@ SILENCE = np.zeros((10, 2), np.float32)
         (lambda: tonekit.resample(SILENCE, 44100.5, 44100), TypeError, "in_rate must be a whole number, not 44100.5"),
         (lambda: tonekit.resample(SILENCE, 44100, None), TypeError, "out_rate"),
         (lambda: tonekit.resample(SILENCE, 44100, 2**70), ValueError, "out_rate"),
+        (lambda: tonekit.resample(SILENCE, np.float32(8000.5), 16000), TypeError, "in_rate must be a whole number"),
+        (lambda: tonekit.resample(SILENCE, 8000, 16000, quality="\udcff"), ValueError, "quality must be text that UTF-8"),
+        (lambda: tonekit.resample(SILENCE, 8000, 16000, quality="a\0b"), ValueError, "quality .* without null"),
+        (lambda: tonekit.resample(SILENCE, 8000, 16000, quality=b"best"), TypeError, "quality must be a text or a number"),
+        (lambda: tonekit.resample([[0.0, 1.0], [0.5]], 8000, 16000), ValueError, "^x must be an array: "),
+        (lambda: tonekit.resample(np.ma.masked_equal([0.0, 1.0], 1), 8000, 16000), ValueError, "x must have no masked"),
+        (lambda: tonekit.Converter(8000, in_dtype=None), ValueError, "in_dtype must be one of .* not None"),
+        (lambda: tonekit.hdcd.Decoder(dtype=None), ValueError, "dtype must be one of .* not None"),
+        (
+            lambda: tonekit.Converter(8000, in_channels=2).write(np.broadcast_to(np.float32(0), (3, 2**32 + 2))),
+            ValueError,
+            "x must have 2 channels",
+        ),
+        (lambda: copy.copy(tonekit.Converter(8000)), TypeError, "Converter can't be copied or pickled"),
+        (lambda: pickle.dumps(tonekit.hdcd.Decoder()), TypeError, "Decoder can't be copied or pickled"),
+        (lambda: copy.copy(tonekit.loudness.Meter(1, 8000)), TypeError, "Meter can't be copied or pickled"),
+        (lambda: tonekit.image.resize(np.zeros((4, 4), np.uint8), 2, 2, np.array([1, 2])), ValueError, "filter must be"),
+        (lambda: tonekit.use_bodies(None), TypeError, "name must be a text, not None"),
         (lambda: tonekit.resample(SILENCE, 8000, 16000, quality="fast"), ValueError, "quality must be one of: normal"),
         (lambda: tonekit.resample(SILENCE, 8000, 16000, filter=3), ValueError, "filter must be one of: normal, steep"),
         (lambda: tonekit.resample(SILENCE, 8000, 16000, aliasing=1), TypeError, "aliasing must be True or False"),
@@ -206,6 +226,14 @@ SILENCE = np.zeros((10, 2), np.float32)
 def test_wrong_arguments_are_named(call, kind, message) -> None:
     with pytest.raises(kind, match=message):
         call()
+
+
+def test_scalars_of_numpy_are_numbers() -> None:
+    x = noise(100, 2, "float32")
+    expected = tonekit.convert(x, 8000, 16000, channels=1, limiter=False)
+    rates = (np.float32(8000), np.int64(16000))
+    assert np.array_equal(tonekit.convert(x, *rates, channels=np.int8(1), limiter=np.False_), expected)
+    assert np.array_equal(tonekit.resample(np.ma.masked_array(x), 8000, 16000), tonekit.resample(x, 8000, 16000))
 
 
 def test_more_than_memory_is_a_memory_error() -> None:

@@ -196,7 +196,13 @@ def test_files_that_are_no_audio(tmp_path: Path, tone: np.ndarray) -> None:
         ({"set": "TITLE=x"}, TypeError, "set must be a mapping"),
         ({"set": {"a=b": "x"}}, ValueError, "set must have names"),
         ({"hash": "md5"}, ValueError, "hash must be one of: sha256, sha512"),
-        ({"rate": [1]}, TypeError, "rate must be a text or a whole number"),
+        ({"rate": [1]}, TypeError, "rate must be a text or a number"),
+        ({"rate": 44100.5}, ValueError, "rate must be a rate .* not '44100.5'"),
+        ({"gain": float("nan")}, ValueError, "gain must be decibels .* not 'NaN'"),
+        ({"start": 1e-9, "end": 1e-8}, tonekit.FileError, "shorter than a sample"),
+        ({"set": {"TITLE": 1.5}}, TypeError, "set must have texts for values, not 1.5 for TITLE"),
+        ({"set": {"TITLE": "a\0b"}}, ValueError, "set must be text without null"),
+        ({"set": {"TITLE": "\udcff"}}, ValueError, "set must be text that UTF-8"),
         ({"jobs": 2}, TypeError, "convert_file\\(\\) has no option 'jobs'"),
         ({"progress": 5}, TypeError, "progress must be a function"),
     ],
@@ -223,6 +229,90 @@ def test_names_are_paths_and_texts(tmp_path: Path, tone: np.ndarray) -> None:
         tonekit.write("", tone, 44100)
     with pytest.raises(ValueError):
         tonekit.write(os.fspath(tmp_path / "a\0.wav"), tone, 44100)
+
+
+def test_names_that_are_no_text_are_names(tmp_path: Path, tone: np.ndarray) -> None:
+    source, target = (os.fsdecode(os.fsencode(tmp_path) + name) for name in (b"/\xff\xfe.wav", b"/\xe4.flac"))
+    tonekit.write(source, tone, 44100)
+    assert np.array_equal(tonekit.read(source).samples, tone)
+    assert tonekit.info(source)["path"] == f"{tmp_path}/\ufffd\ufffd.wav"
+    assert tonekit.convert_file(source, target)["ok"]
+    assert sorted(os.listdir(os.fsencode(tmp_path))) == [b"\xe4.flac", b"\xff\xfe.wav"]
+    Path(target).write_text("no audio")
+    with pytest.raises(tonekit.FileError, match=r"/\\xe4\.flac: "):
+        tonekit.read(target)
+
+
+def test_parts_and_samples_without_a_header_are_read(tmp_path: Path, tone: np.ndarray) -> None:
+    path = make_wav(tmp_path / "a.wav", tone)
+    assert np.array_equal(tonekit.read(path, start=0.1, end="0.25").samples, tone[4410:11025])
+    assert np.array_equal(tonekit.read(path, start=np.float32(0.25)).samples, tone[11025:])
+    expected = tonekit.convert(tone[4410:], 44100, 16000, channels=1)
+    assert np.array_equal(tonekit.read(path, start=0.1, rate=16000, channels=1).samples, expected)
+    with pytest.raises(tonekit.FileError, match="a.wav"):
+        tonekit.read(path, start=5)
+    (tmp_path / "b.raw").write_bytes(tone.astype(">i2").tobytes())
+    samples, rate = tonekit.read(tmp_path / "b.raw", raw="s16be,32000,2")
+    assert rate == 32000 and np.array_equal(samples, tone)
+    facts = tonekit.info(tmp_path / "b.raw", raw="s16be,32000,2")
+    assert (facts["type"], facts["rate"], facts["frames"]) == ("raw", 32000, 22050)
+
+
+def test_reading_says_how_far_it_is(tmp_path: Path, tone: np.ndarray) -> None:
+    path = make_wav(tmp_path / "a.wav", np.tile(tone, (20, 1)))
+    steps: list[tuple[float, float]] = []
+    tonekit.read(path, progress=lambda *step: steps.append(step))
+    assert steps == sorted(steps) and len(steps) > 2
+    assert steps[-1] == (1.0, 10.0)
+    with pytest.raises(ZeroDivisionError):
+        tonekit.read(path, progress=lambda *_: 1 / 0)
+    with pytest.raises(TypeError, match="progress must be a function"):
+        tonekit.read(path, progress="yes")
+
+
+def test_tags_have_several_values_and_go_back_where_they_came_from(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    tags = {"ARTIST": ["First", "Second"], "TITLE": ["One; two"], "TRACKNUMBER": 7}
+    tonekit.convert_file(source, tmp_path / "a.flac", set=tags)
+    found = tonekit.info(tmp_path / "a.flac")["tags"]
+    assert found == {"ARTIST": ["First", "Second"], "TITLE": ["One; two"], "TRACKNUMBER": ["7"]}
+    tonekit.convert_file(source, tmp_path / "b.mp3", set=found)
+    assert tonekit.info(tmp_path / "b.mp3")["tags"] == found
+    tonekit.convert_file(tmp_path / "a.flac", tmp_path / "c.flac", set={"ARTIST": []})
+    assert "ARTIST" not in tonekit.info(tmp_path / "c.flac")["tags"]
+
+
+def test_levels_and_times_are_numbers(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    by_number = tonekit.convert_file(source, tmp_path / "b.wav", gain=-3.5, start=0.125, end=0.25, dither=False, hash="sha256")
+    by_text = tonekit.convert_file(
+        source, tmp_path / "c.wav", gain="-3.5", start="0.125", end="0.25", dither="off", hash="sha256"
+    )
+    assert by_number["hash"] == by_text["hash"]
+    assert by_number["output"]["frames"] == 5512
+
+
+def test_spectrograms_are_drawn(tmp_path: Path, tone: np.ndarray) -> None:
+    source = make_wav(tmp_path / "a.wav", tone)
+    report = tonekit.convert_file(source, tmp_path / "b.flac", rate=16000, spectrogram=tmp_path / "b.png")
+    assert report["spectrogram"] == str(tmp_path / "b.png")
+    assert (tmp_path / "b.png").read_bytes().startswith(b"\x89PNG\r\n\x1a\n")
+    with pytest.raises(ValueError, match="spectrogram"):
+        tonekit.convert_file(source, tmp_path / "c.flac", spectrogram="c.gif")
+    with pytest.raises(TypeError, match="no option 'spectrogram'"):
+        tonekit.write(tmp_path / "c.flac", tone, 44100, spectrogram="c.png")
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["a.wav", "b.flac", "b.png"]
+
+
+def test_a_header_that_promises_too_much_is_no_end_of_memory(tmp_path: Path, tone: np.ndarray) -> None:
+    path = tmp_path / "a.flac"
+    tonekit.write(path, tone, 44100)
+    header = bytearray(path.read_bytes())
+    header[21] |= 0x0F
+    header[22:26] = b"\xff\xff\xff\xff"  # 2^36 - 1 frames
+    path.write_bytes(header)
+    with pytest.raises(tonekit.FileError, match="22050 of 68719476735 frames"):
+        tonekit.read(path)
 
 
 def test_writing_checks_its_samples(tmp_path: Path) -> None:

@@ -92,6 +92,10 @@ def test_nothing_of_the_package_comes_from_elsewhere() -> None:
         assert all(str(PACKAGE.parent) in lib or system.search(lib) for lib in needed), (path.name, needed)
 
 
+def test_the_version_is_that_of_the_package() -> None:
+    assert tonekit.__version__ == importlib.metadata.version("tonekit")
+
+
 def test_the_package_is_imported_without_numpy() -> None:
     """Worker processes convert files, and need none."""
     code = (

@@ -16,6 +16,7 @@ from importlib import import_module
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
+    __version__: str
     from . import hdcd, image, loudness
     from ._bodies import use_bodies
     from ._convert import Converter, convert, resample
@@ -47,6 +48,11 @@ _PLACES = {name: module for module, names in _MODULES.items() for name in names}
 
 def __getattr__(name: str) -> object:
     """Imports what is asked for: NumPy takes ten times as long as the rest, and a worker that converts files needs none."""
+    if name == "__version__":
+        from importlib.metadata import version
+
+        globals()[name] = version("tonekit")
+        return globals()[name]
     if name not in __all__:
         raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
     if name in _PLACES:

@@ -23,4 +23,8 @@ def use_bodies(name: str) -> str:
     >>> use_bodies("auto") in "ALMNPRSV"
     True
     """
+    if not isinstance(name, str):
+        raise TypeError(f"name must be a text, not {name!r}")
+    if not name.isascii():
+        raise ValueError(f"name must be auto, plain or a letter, not {name!r}")
     return _core.use_bodies(name) or "plain"

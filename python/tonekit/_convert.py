@@ -5,6 +5,7 @@ from __future__ import annotations
 from collections.abc import Iterable, Iterator
 from functools import partial
 from types import TracebackType
+from typing import NoReturn
 
 import numpy as np
 import numpy.typing as npt
@@ -265,6 +266,9 @@ class Converter:
         result = self.flush()
         if len(result):
             yield result
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError(f"a {type(self).__name__} can't be copied or pickled: make another one")
 
     @property
     def in_frames(self) -> int:

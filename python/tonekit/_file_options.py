@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Mapping
+from collections.abc import Mapping, Sequence
 
 from typing_extensions import TypedDict
 
@@ -23,15 +23,24 @@ class ConvertOptions(TypedDict, total=False):
 class ReadOptions(ConvertOptions, total=False):
     """Options of read."""
 
+    raw: str | None
     rate: int | str | None
+    start: float | str | None
+    end: float | str | None
 
 
 class MeasureOptions(TypedDict, total=False):
-    """Options of info."""
+    """What is measured."""
 
     replaygain: bool
     true_peak: bool
     hash: str | None
+
+
+class InfoOptions(MeasureOptions, total=False):
+    """Options of info."""
+
+    raw: str | None
 
 
 class WriteOptions(ConvertOptions, MeasureOptions, total=False):
@@ -44,11 +53,11 @@ class WriteOptions(ConvertOptions, MeasureOptions, total=False):
     vbr: int | str | None
     compression: int | None
     mix_level: str
-    gain: int | str
-    normalize: int | str | None
+    gain: float | str
+    normalize: float | str | None
     hdcd: str | bool
     hdcd_gain: int
-    set: Mapping[str, str | int | None] | None
+    set: Mapping[str, str | int | Sequence[str | int] | None] | None
     cover: str | os.PathLike[str] | None
     cover_size: int | None
     cover_quality: int
@@ -61,13 +70,14 @@ class ArchiveOptions(WriteOptions, total=False):
 
     raw: str | None
     rate: int | str | None
-    start: int | str | None
-    end: int | str | None
+    start: float | str | None
+    end: float | str | None
 
 
 class FileOptions(ArchiveOptions, total=False):
     """Options of convert_file."""
 
+    spectrogram: str | os.PathLike[str] | None
     name: str | None
     update: bool
     no_clobber: bool

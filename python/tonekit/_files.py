@@ -19,7 +19,7 @@ from ._samples import Array, Samples, format_of, name_of, sample_type, whole
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
-    from ._file_options import FileOptions, MeasureOptions, ReadOptions, WriteOptions
+    from ._file_options import FileOptions, InfoOptions, ReadOptions, WriteOptions
 
 __all__ = ["Audio", "FileError", "convert_file", "info", "read", "write"]
 
@@ -27,9 +27,22 @@ Path = str | os.PathLike[str]
 Progress = Callable[[float, float], object]
 
 _MEASURES = {name: TABLE[name] for name in ("replaygain", "true_peak", "hash")}
+_OF_LOOKING = _MEASURES | {"raw": TABLE["raw"]}
 _OF_READING = {
     name: TABLE[name]
-    for name in ("rate", "channels", "quality", "filter", "aliasing", "dither", "dither_mode", "limiter")
+    for name in (
+        "raw",
+        "start",
+        "end",
+        "rate",
+        "channels",
+        "quality",
+        "filter",
+        "aliasing",
+        "dither",
+        "dither_mode",
+        "limiter",
+    )
 }
 
 
@@ -40,9 +53,9 @@ class Audio(NamedTuple):
     rate: int
 
 
-def _name(path: Path, argument: str) -> str:
-    """The name of a file as the program takes it: in UTF-8."""
-    name = os.fspath(path)
+def _name(path: Path, argument: str) -> bytes:
+    """The name of a file as the system has it."""
+    name = os.fspath(path) if isinstance(path, (str, os.PathLike)) else None
     if not isinstance(name, str):
         raise TypeError(f"{argument} must be a text or a path, not {path!r}")
     if not name:
@@ -50,12 +63,12 @@ def _name(path: Path, argument: str) -> str:
     if "\0" in name:
         raise ValueError(f"{argument} must not hold a null character: {name!r}")
     # To the program "-" alone is a standard stream.
-    return os.path.join(os.curdir, name) if name == "-" else name
+    return os.fsencode(os.path.join(os.curdir, name) if name == "-" else name)
 
 
-def _input(path: Path, argument: str) -> str:
+def _input(path: Path, argument: str) -> bytes:
     name = _name(path, argument)
-    os.stat(name)  # raises what everyone expects of a file that isn't there
+    os.stat(path)  # raises what everyone expects of a file that isn't there
     return name
 
 
@@ -91,42 +104,51 @@ def convert_file(src: Path, dst: Path, *, progress: Progress | None = None, **op
     pairs = option_list(options, "convert_file")
     source, target = _input(src, "src"), _name(dst, "dst")
     if os.path.isdir(source):
-        raise IsADirectoryError(errno.EISDIR, "src is a folder, and one file is converted", source)
+        raise IsADirectoryError(errno.EISDIR, "src is a folder, and one file is converted", os.fspath(src))
     return _only_file(_core.convert_file(source, target, pairs, progress))
 
 
-def info(path: Path, *, progress: Progress | None = None, **options: Unpack[MeasureOptions]) -> dict[str, Any]:
+def info(path: Path, *, progress: Progress | None = None, **options: Unpack[InfoOptions]) -> dict[str, Any]:
     """Returns what an audio file is: type, format, length, tags, pictures, chapters and HDCD.
 
     :param path: the file
     :param progress: as for :func:`convert_file`, while all samples are read
     :param options: ``replaygain``, ``true_peak`` (True or False) and ``hash`` (``"sha256"`` or ``"sha512"``), for which all
-        samples are read
+        samples are read; ``raw``, if the file has no header, as for :func:`convert_file`
     :return: what ``tonekit-convert --info --json`` prints under ``files``, as a dict
     :raises FileNotFoundError: without the file; FileError (an OSError): if it isn't audio, or is damaged
     """
     _check_progress(progress)
-    pairs = option_list(options, "info", _MEASURES)
+    pairs = option_list(options, "info", _OF_LOOKING)
     return _only_file(_core.info(_input(path, "path"), pairs, progress))
 
 
-def read(path: Path, *, dtype: npt.DTypeLike | str | None = None, **options: Unpack[ReadOptions]) -> Audio:
-    """Reads the samples of an audio file.
+def read(
+    path: Path,
+    *,
+    dtype: npt.DTypeLike | str | None = None,
+    progress: Progress | None = None,
+    **options: Unpack[ReadOptions],
+) -> Audio:
+    """Reads the samples of an audio file, or of a part of it.
 
     :param path: a file of any type that :func:`convert_file` takes
     :param dtype: sample type of the result, see :func:`tonekit.convert`; that of the file if None. 24 bits come as ``"int24"``
         then, the upper three bytes of an int32; MP3, Ogg and Opus come as float32.
-    :param options: ``rate`` and ``channels`` of the result, and ``quality``, ``filter``, ``aliasing``, ``dither``,
-        ``dither_mode`` and ``limiter`` as for :func:`tonekit.convert`
+    :param progress: as for :func:`convert_file`
+    :param options: ``start`` and ``end`` of the part, and ``raw``, as for :func:`convert_file`; ``rate`` and ``channels`` of
+        the result, and ``quality``, ``filter``, ``aliasing``, ``dither``, ``dither_mode`` and ``limiter`` as for
+        :func:`tonekit.convert`
     :return: the samples, always of shape ``(frames, channels)``, and their rate
     :raises FileNotFoundError: without the file; FileError (an OSError): if it isn't audio, or breaks off
 
     The file is converted on the way: besides the result only a few blocks are in memory.
     """
+    _check_progress(progress)
+    wanted = None if dtype is None else sample_type(dtype, "dtype")
     pairs = option_list(options, "read", _OF_READING)
-    reader = _core.Reader(_input(path, "path"))
-    kind = name_of(reader.bits, reader.is_float) if dtype is None else sample_type(dtype, "dtype")
-    samples, rate = reader.read(format_of(kind), pairs)
+    reader = _core.Reader(_input(path, "path"), pairs)
+    samples, rate = reader.read(format_of(wanted or name_of(reader.bits, reader.is_float)), progress)
     return Audio(samples, rate)
 
 
@@ -146,8 +168,8 @@ def write(
     :param rate: their rate in Hz, which is the file's too
     :param in_dtype: ``"int24"`` or ``"packed24"`` if ``x`` has 24-bit samples in one of these forms
     :param progress: as for :func:`convert_file`
-    :param options: those of :func:`convert_file` without ``raw``, ``rate``, ``start``, ``end``, ``name``, ``update``,
-        ``no_clobber`` and ``dry_run``
+    :param options: those of :func:`convert_file` without ``raw``, ``rate``, ``start``, ``end``, ``spectrogram``, ``name``,
+        ``update``, ``no_clobber`` and ``dry_run``
     :return: the report, as of :func:`convert_file`
     :raises FileError: (an OSError) where the file can't be written; ValueError, TypeError: where an argument doesn't make
         sense
@@ -169,7 +191,7 @@ def write(
 _OF_WRITING = {
     name: row
     for name, row in TABLE.items()
-    if name not in ("raw", "rate", "start", "end", "name", "update", "no_clobber", "dry_run")
+    if name not in ("raw", "rate", "start", "end", "spectrogram", "name", "update", "no_clobber", "dry_run")
 }
 
 
@@ -177,7 +199,9 @@ def _options_text() -> str:
     """The table of options as it goes into the documentation of convert_file."""
     lines = []
     for argument, (_, value, text) in TABLE.items():
-        kind = "True or False" if value is None else "a mapping of names to texts" if argument == "set" else value
+        kind = "True or False" if value is None else value
+        if argument == "set":
+            kind, text = "a mapping of names to texts", "sets tags; a list of texts has several values, None removes the tag"
         lines.append(f"        * ``{argument}`` ({kind}): {text}")
     return "\n".join(lines) + "\n"
 

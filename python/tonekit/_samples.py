@@ -55,8 +55,9 @@ def sample_type(value: object, argument: str) -> str:
     if isinstance(value, str) and value in _FORMATS:
         return value
     try:
-        dtype = np.dtype(value)  # type: ignore[call-overload]
-    except TypeError:
+        # None is float64 to NumPy, which nobody who passes it expects.
+        dtype = None if value is None else np.dtype(value)  # type: ignore[call-overload]
+    except Exception:  # whatever NumPy makes of it
         dtype = None
     if dtype is not None and dtype.newbyteorder("=") in _NAME_OF_DTYPE:
         return _NAME_OF_DTYPE[dtype.newbyteorder("=")]
@@ -65,7 +66,7 @@ def sample_type(value: object, argument: str) -> str:
 
 def whole(value: object, argument: str) -> int:
     """A whole number that a caller passes, also as a float without a fraction."""
-    if isinstance(value, float) and value.is_integer():
+    if isinstance(value, (float, np.floating)) and value.is_integer():
         return int(value)
     try:
         return operator.index(value)  # type: ignore[arg-type]
@@ -79,7 +80,12 @@ class Samples:
     __slots__ = ("array", "channels", "flat", "frames", "type")
 
     def __init__(self, x: npt.ArrayLike, in_dtype: object = None) -> None:
-        array = np.asarray(x)
+        try:
+            array = np.asarray(x)
+        except (ValueError, TypeError) as error:
+            raise type(error)(f"x must be an array: {error}") from None
+        if isinstance(x, np.ma.MaskedArray) and np.ma.is_masked(x):
+            raise ValueError("x must have no masked samples: fill them, as x.filled(0) does")
         kind = _NAME_OF_DTYPE.get(array.dtype) if in_dtype is None else sample_type(in_dtype, "in_dtype")
         if kind is None:
             kind = _NAME_OF_DTYPE.get(array.dtype.newbyteorder("="))

@@ -53,7 +53,7 @@ def resize(picture: npt.ArrayLike, width: int, height: int, filter: str = "lancz
         raise ValueError(f"picture must have the shape (height, width) or (height, width, 1, 3 or 4), not {array.shape}")
     if 0 in array.shape or max(array.shape) > 0x7FFFFFFF:
         raise ValueError(f"picture must have 1 to 2147483647 rows and columns, not shape {array.shape}")
-    if filter not in FILTERS:
+    if not isinstance(filter, str) or filter not in FILTERS:
         raise ValueError(f"filter must be one of {', '.join(FILTERS)}, not {filter!r}")
     size = whole(width, "width"), whole(height, "height")
     for value, name in zip(size, ("width", "height")):

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import math
-from typing import NamedTuple
+from typing import NamedTuple, NoReturn
 
 import numpy.typing as npt
 
@@ -75,6 +75,9 @@ class Meter:
     def change(self, channels: int, rate: int) -> None:
         """Goes on with blocks of other channels or another rate; what was heard so far keeps its weight."""
         self._meter.change(*_check(channels, rate))
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError("a Meter can't be copied or pickled: make another one")
 
     @property
     def frames(self) -> int:

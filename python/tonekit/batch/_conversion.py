@@ -11,7 +11,7 @@ from .. import _core
 from .._options import TABLE, OptionList, option_list
 
 # The books decide what is done anew, and names that come from tags are known too late to keep them apart.
-OPTIONS = {name: row for name, row in TABLE.items() if name not in ("name", "update", "no_clobber", "dry_run")}
+OPTIONS = {name: row for name, row in TABLE.items() if name not in ("spectrogram", "name", "update", "no_clobber", "dry_run")}
 
 
 class Conversion:
