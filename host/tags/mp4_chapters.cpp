@@ -17,6 +17,7 @@ namespace tonekit::host {
 namespace {
 
 constexpr size_t kHeader = 8;
+constexpr const char *kNoBox = ""; // a name that none has
 // A broken file could have boxes of nothing for ever.
 constexpr int kMostBoxes = 100'000;
 
@@ -106,6 +107,8 @@ std::string WithChapters(std::string movie, const std::vector<Chapter> &chapters
     size_t place = kHeader;
     for (Part track; (track = Find(movie, "trak", place, movie.size())).size > 0;) {
         place = track.start + track.size;
+        // All its boxes are looked at: without the link the next change would.
+        Find(movie, kNoBox, track.start + kHeader, place);
         if (const Part link = Find(movie, "tref", track.start + kHeader, place); link.size > 0)
             movie.replace(link.start + 4, 4, "free");
     }

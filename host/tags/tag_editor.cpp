@@ -22,6 +22,7 @@ public:
     {
         if (edit_.removeOthers)
             RemoveAll();
+        RemoveEncrypted();
         for (const auto &[key, value] : edit_.texts)
             SetText(key, value);
         if (edit_.chapters) {
@@ -45,6 +46,16 @@ private:
         texts_.clear();
         RemovePictures(file_, [](int) { return true; });
         RemoveAllFrames(file_);
+    }
+
+    void RemoveEncrypted()
+    {
+        TagLib::ID3v2::Tag *const tag = file_.id3();
+        if (!tag)
+            return;
+        TellEncryptedFrames(*tag, shownName_, warnings_);
+        for (TagLib::ID3v2::Frame *frame : EncryptedFrames(*tag))
+            tag->removeFrame(frame);
     }
 
     void SetText(const std::string &key, const std::string &value)

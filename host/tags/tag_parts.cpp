@@ -14,6 +14,7 @@
 #include <tableofcontentsframe.h>
 #include <textidentificationframe.h>
 #include <tonekit/tags.h>
+#include <unknownframe.h>
 
 namespace tonekit::host {
 
@@ -194,6 +195,34 @@ void RemoveAllFrames(TagFile &file)
         RemoveAllMp4Items(*mp4);
     if (TagLib::APE::Tag *ape = file.ape())
         RemoveAllApeItems(*ape);
+}
+
+std::vector<TagLib::ID3v2::Frame *> EncryptedFrames(const TagLib::ID3v2::Tag &tag)
+{
+    constexpr const char *kKnown[] = {"T",    "W",    "APIC", "CHAP", "COMM", "CTOC", "ETCO", "GEOB",
+                                      "OWNE", "PCST", "POPM", "PRIV", "RVA2", "SYLT", "UFID", "USLT"};
+    std::vector<TagLib::ID3v2::Frame *> found;
+    for (TagLib::ID3v2::Frame *frame : PointersOf(tag.frameList())) {
+        const TagLib::ByteVector id = frame->frameID();
+        const auto isOf = [&](const char *name) { return id.startsWith(name); };
+        if (dynamic_cast<const TagLib::ID3v2::UnknownFrame *>(frame) &&
+            std::any_of(std::begin(kKnown), std::end(kKnown), isOf))
+            found.push_back(frame);
+    }
+    return found;
+}
+
+void TellEncryptedFrames(const TagLib::ID3v2::Tag &tag, const std::string &shownName,
+                         std::vector<std::string> &warnings)
+{
+    const std::vector<TagLib::ID3v2::Frame *> frames = EncryptedFrames(tag);
+    if (frames.empty())
+        return;
+    const TagLib::ByteVector id = frames[0]->frameID();
+    const std::string others =
+        frames.size() > 1 ? " and " + std::to_string(frames.size() - 1) + " more" : std::string();
+    warnings.push_back(shownName + ": encrypted frames of the ID3 tag are left out: " +
+                       std::string(id.data(), id.size()) + others);
 }
 
 void StoreMp4Chapters(const std::filesystem::path &path, const std::vector<Chapter> &chapters,

@@ -28,6 +28,13 @@ void RemovePictures(TagFile &file, const std::function<bool(int type)> &goes);
 // Removes whatever is in an ID3v2 tag, an APE tag or that of an MP4 file, known or not.
 void RemoveAllFrames(TagFile &file);
 
+// The frames of an ID3v2 tag that nobody can read without a key, and that TagLib would write as if they were
+// not encrypted: those whose names TagLib knows otherwise.
+std::vector<TagLib::ID3v2::Frame *> EncryptedFrames(const TagLib::ID3v2::Tag &tag);
+// Adds a warning if there are any.
+void TellEncryptedFrames(const TagLib::ID3v2::Tag &tag, const std::string &shownName,
+                         std::vector<std::string> &warnings);
+
 // Chapters of MP4 files are no part of their tags: puts these in the place of all others when the tags are
 // stored. Throws Failure; `shownName` is for messages.
 void StoreMp4Chapters(const std::filesystem::path &path, const std::vector<Chapter> &chapters,

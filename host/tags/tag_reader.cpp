@@ -9,6 +9,7 @@
 #include "host/tags/ape_tags.h"
 #include "host/tags/mp4_tags.h"
 #include "host/tags/tag_file.h"
+#include "host/tags/tag_parts.h"
 
 #include <algorithm>
 #include <attachedpictureframe.h>
@@ -194,6 +195,7 @@ void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
     if (const TagLib::ID3v2::Tag *tag = file.id3()) {
         if (IsBroken(*tag))
             warnings.push_back(name + ": the ID3 tag is broken and is left out");
+        TellEncryptedFrames(*tag, name, warnings);
         AddId3Pictures(*tag, intake);
         if (intake.choice().chapters)
             AddId3Chapters(*tag, intake);

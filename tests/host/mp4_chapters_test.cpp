@@ -65,6 +65,20 @@ TEST_F(Mp4Chapters, LeaveSamplesWhereTheyAre)
     EXPECT_EQ(With(samples + Box("moov", ""), one_), samples + Box("moov", Box("udta", kList)));
 }
 
+// Also where only what comes after a track's link to its chapters makes no sense: the next change would see
+// it.
+TEST_F(Mp4Chapters, AreRefusedWhereAnyBoxOfTheHeaderMakesNoSense)
+{
+    const std::string nonsense = "12345678";
+    ExpectRefusal(Box("moov", Box("trak", Box("tref", "") + nonsense)));
+    ExpectRefusal(Box("moov", Box("trak", "") + nonsense));
+    ExpectRefusal(Box("moov", Box("udta", kOther + nonsense)));
+    ExpectRefusal(Box("moov", Box("udta", "") + nonsense));
+    const std::string link = Box("trak", Box("tref", "linklink") + std::string(4, '\0'));
+    const std::string freed = Box("trak", Box("free", "linklink") + std::string(4, '\0'));
+    EXPECT_EQ(With(Box("moov", link + link), one_), Box("moov", freed + freed + Box("udta", kList)));
+}
+
 // A movie after these couldn't be found.
 TEST_F(Mp4Chapters, AreRefusedWhereNothingCanBePutAtTheEnd)
 {

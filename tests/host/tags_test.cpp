@@ -178,6 +178,56 @@ TEST(Tags, ABrokenId3TagIsTold)
     EXPECT_EQ(warnings, Lines{name + ": the ID3 tag is broken and is left out"});
 }
 
+// An ID3 tag of frames.
+std::string Id3(const std::string &frames)
+{
+    return std::string("ID3\x03\0\0\0\0\0", 9) + static_cast<char>(frames.size()) + frames;
+}
+
+// A frame of version 3; its flags may say that it is encrypted.
+std::string Frame(const std::string &id, const std::string &content, bool encrypted)
+{
+    return id + std::string(3, '\0') + static_cast<char>(content.size()) + '\0' +
+           (encrypted ? '\x40' : '\0') + content;
+}
+
+// TagLib writes such a frame without its flags: what nobody can read would become a text.
+TEST(Tags, EncryptedFramesAreLeftOutWithAWarning)
+{
+    TemporaryFolder folder;
+    const std::string name = MakeFile(folder, FormOf(TagKind::Mpeg));
+    test::WriteText(name,
+                    Id3(Frame("TIT2", "\x01gggggg", true) + Frame("TPE1", std::string("\0One", 4), false) +
+                        Frame("COMM", "\x01hhhhhh", true) + Frame("XYZ1", "abc", false)) +
+                        test::ReadText(name));
+    Lines warnings;
+    const Lines expected = {name + ": encrypted frames of the ID3 tag are left out: TIT2 and 1 more"};
+    EXPECT_EQ(TextsOf(ReadBlock(name, TagKind::Mpeg, warnings).get()), (Texts{{"ARTIST", "One"}}));
+    EXPECT_EQ(warnings, expected);
+    warnings.clear();
+    TagEdit edit;
+    edit.texts = {{"TITLE", "A title"}};
+    EditTags(name, TagKind::Mpeg, edit, 1, name, warnings);
+    EXPECT_EQ(warnings, expected);
+    warnings.clear();
+    EXPECT_EQ(TextsOf(ReadBlock(name, TagKind::Mpeg, warnings).get()),
+              (Texts{{"ARTIST", "One"}, {"TITLE", "A title"}}));
+    EXPECT_EQ(warnings, Lines{});
+    const std::string after = test::ReadText(name);
+    EXPECT_EQ(after.find("gggggg"), std::string::npos);
+    EXPECT_NE(after.find("XYZ1"), std::string::npos); // what TagLib doesn't know stays
+}
+
+TEST(Tags, AnEncryptedFrameThatIsAloneIsNamed)
+{
+    TemporaryFolder folder;
+    const std::string name = MakeFile(folder, FormOf(TagKind::Mpeg));
+    test::WriteText(name, Id3(Frame("APIC", "gggggg", true)) + test::ReadText(name));
+    Lines warnings;
+    ReadBlock(name, TagKind::Mpeg, warnings);
+    EXPECT_EQ(warnings, Lines{name + ": encrypted frames of the ID3 tag are left out: APIC"});
+}
+
 // TagLib would look at the lengths of chunks where there are none, and say that all is done.
 TEST(Tags, OfFilesThatBeginOtherwiseAreNeitherReadNorChanged)
 {
