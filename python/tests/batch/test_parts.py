@@ -263,6 +263,11 @@ def test_work_begins_before_parquet_is_imported() -> None:
     assert python(f"{code}\nprint(sorted({{'numpy', 'pyarrow', 'pandas', 'fsspec'}} & set(sys.modules)))") == "[]\n"
 
 
+def test_a_worker_imports_little() -> None:
+    slow = "{'numpy', 'pyarrow', 'fsspec', 'multiprocessing', 'tempfile', 'socket', 'subprocess', 'random', 'concurrent', 'json'}"
+    assert python(f"import sys, tonekit.batch._worker\nprint(sorted({slow} & set(sys.modules)))") == "[]\n"
+
+
 def test_without_parquet_it_is_said_what_to_install() -> None:
     code = "import sys; sys.modules['pyarrow'] = None\ntry: from tonekit.batch import run\nexcept ImportError as error: print(error)"
     assert python(code) == "pyarrow isn't installed: pip install 'tonekit[batch]'\n"

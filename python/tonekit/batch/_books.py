@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import io
-import secrets
+import os
 import time
 from collections.abc import Iterator
 
@@ -151,7 +151,7 @@ class Books:
             if len(names) < 2:
                 return
             try:
-                merged = f"manifest-{run}-{secrets.token_hex(3)}.parquet"
+                merged = f"manifest-{run}-{os.urandom(3).hex()}.parquet"
                 self._write_merged(merged, names, unique)
             except _Changed:
                 continue

@@ -6,12 +6,14 @@ import os
 import posixpath
 from collections import deque
 from collections.abc import Iterator
-from concurrent.futures import Future, ThreadPoolExecutor
 from itertools import islice
-from typing import Any, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import _core
 from ._storage import Storage, Store, patiently, plain_address, protocol_of
+
+if TYPE_CHECKING:
+    from concurrent.futures import Future
 
 _LISTS = (".txt", ".lst")
 _SORTED = 100_000  # files of one folder that are put in order; the names of more aren't held in memory
@@ -210,6 +212,7 @@ def _column(store: Store, column: str) -> Iterator[str]:
 
 def _listed(lines: Iterator[str], folder: str, base: str | None, storage: Storage | None) -> Iterator[Entry]:
     """Asks for size and stamp of each, of several at a time, and keeps their order."""
+    from concurrent.futures import ThreadPoolExecutor  # which takes long to import, and folders don't need
 
     def entry(line: str) -> Entry:
         return facts(line, folder, base, storage)

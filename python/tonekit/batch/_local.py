@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import multiprocessing.connection
 import os
 import signal
 import socket
@@ -11,9 +10,9 @@ import sys
 import time
 from collections import deque
 from collections.abc import Sequence
-from multiprocessing.connection import Connection
-from typing import Any, NamedTuple
+from typing import NamedTuple
 
+from ._channel import Channel, ready
 from ._engine import Done, Lost
 from ._work import Item, Job
 from ._worker import MARK
@@ -39,26 +38,26 @@ class _Process:
             command.insert(1, "-P")
         self.process = subprocess.Popen(command, pass_fds=(theirs.fileno(), self._mark), stdin=subprocess.DEVNULL)
         theirs.close()
-        self.connection: Connection[Any, Any] = Connection(ours.detach())
+        self.channel = Channel(ours.detach())
         self.groups: deque[_Group] = deque()
         self.done = 0  # files of the first group
         self.ready = False
         try:
-            self.connection.send(job)
+            self.channel.send(job)
         except OSError:
             pass  # seen when it is waited for
 
     def submit(self, group: _Group) -> None:
         self.groups.append(group)
         try:
-            self.connection.send(group)
+            self.channel.send(group)
         except OSError:
             pass
 
     def receive(self, events: list[Done | Lost]) -> None:
         """Adds what the process has sent; raises EOFError or OSError at its end."""
-        while self.connection.poll():
-            outcomes = self.connection.recv()
+        while ready([self.channel], 0):
+            outcomes = self.channel.receive()
             if outcomes == "ready":
                 self.ready = True
                 continue
@@ -85,7 +84,7 @@ class _Process:
         return events
 
     def end(self) -> None:
-        self.connection.close()
+        self.channel.close()
         os.close(self._mark)
 
 
@@ -119,9 +118,9 @@ class LocalEngine:
 
     def wait(self, seconds: float) -> Sequence[Done | Lost]:
         events: list[Done | Lost] = []
-        ready = multiprocessing.connection.wait([process.connection for process in self._processes], seconds)
+        heard = ready([process.channel for process in self._processes], seconds)
         for number, process in enumerate(self._processes):
-            if process.connection not in ready:
+            if process.channel not in heard:
                 continue
             try:
                 process.receive(events)

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import json
 import os
-import secrets
 import sys
 import time
 from collections.abc import Iterator
@@ -53,7 +52,7 @@ class Run:
         self.manifest = Store(manifest, storage) if manifest is not None else self.target.child(MANIFEST)
         self.manifest.require_writable()
         self.statistics = Statistics()
-        self.name = f"{int(time.time())}-{secrets.token_hex(4)}"
+        self.name = f"{int(time.time())}-{os.urandom(4).hex()}"
         self._column = column
         self._base = plain_address(base) if base is not None else None
         self._retry_failed = retry_failed

@@ -7,7 +7,6 @@ import errno
 import fcntl
 import os
 import re
-import secrets
 import time
 from collections.abc import Callable, Iterable, Iterator, Mapping
 from io import FileIO
@@ -35,7 +34,7 @@ _READ_ONLY = frozenset({"http", "https"})
 _BLOCK = 1 << 20
 _TEMPORARY = ".tonekit-"  # begins the names of files that aren't complete
 # What conversions write results to, which they hold locked; not what this module writes.
-_RESULT = re.compile(r"\.tonekit-[a-z0-9]{8}(?!\.tmp$)(\..*)?")
+_RESULT = r"\.tonekit-[a-z0-9]{8}(?!\.tmp$)(\..*)?"
 _OLD_SECONDS = 3600.0  # after which one that nobody wrote to was left by a killed process
 
 
@@ -191,7 +190,7 @@ class Store:
         if not self.local or not os.path.isdir(self.path(folder)):
             return
         for entry in os.scandir(self.path(folder)):
-            if _RESULT.fullmatch(entry.name) and entry.is_file(follow_symlinks=False):
+            if re.fullmatch(_RESULT, entry.name) and entry.is_file(follow_symlinks=False):
                 with contextlib.suppress(OSError):  # in work, or gone
                     _remove_unlocked(entry.path)
 
@@ -199,7 +198,7 @@ class Store:
         target = self.path(name)
         folder = os.path.dirname(target)
         os.makedirs(folder, exist_ok=True)
-        temporary = os.path.join(folder, f"{_TEMPORARY}{secrets.token_hex(4)}.tmp")
+        temporary = os.path.join(folder, f"{_TEMPORARY}{os.urandom(4).hex()}.tmp")
         try:
             with open(temporary, "wb") as file:
                 for block in blocks:
@@ -222,7 +221,7 @@ class Store:
         """Writes under a temporary name, which then becomes the name."""
         folder, _, last = self.path(name).rpartition("/")
         self.fs.makedirs(folder, exist_ok=True)
-        temporary = f"{folder}/{_TEMPORARY}{secrets.token_hex(4)}-{last}"
+        temporary = f"{folder}/{_TEMPORARY}{os.urandom(4).hex()}-{last}"
         try:
             write(temporary)
             self.fs.mv(temporary, self.path(name))

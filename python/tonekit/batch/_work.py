@@ -8,14 +8,16 @@ import os
 import re
 import time
 from collections.abc import Callable, Iterable, Iterator
-from typing import Any, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import _core
 from .._options import OptionList
-from ._scratch import Scratch
 from ._storage import Storage, Store, blocks_of, protocol_of
 
-_SUFFIX = re.compile(r"\.\w{1,15}\Z", re.ASCII)
+if TYPE_CHECKING:
+    from ._scratch import Scratch
+
+_SUFFIX = r"\.[A-Za-z0-9_]{1,15}\Z"
 
 
 class Item(NamedTuple):
@@ -166,8 +168,11 @@ class Worker:
             self._folders.add(folder)
 
     def _temporary(self, name: str, like: str, names: list[str]) -> str:
-        self._scratch = self._scratch or Scratch()
-        suffix = _SUFFIX.search(like)
+        if not self._scratch:
+            from ._scratch import Scratch  # with what only files from elsewhere need
+
+            self._scratch = Scratch()
+        suffix = re.search(_SUFFIX, like)
         names.append(self._scratch.file(name + (suffix.group() if suffix else "")))
         return names[-1]
 
@@ -200,12 +205,12 @@ def failed(error: str) -> Outcome:
     return {"state": "failed", "error": error, "kind": kind_of(error), "finished": int(time.time() * 1e6)}
 
 
-_NAMES = re.compile(r"(\w+://|/)\S*")
-_NUMBERS = re.compile(r"\d+")
+_NAMES = r"(\w+://|/)\S*"
+_NUMBERS = r"\d+"
 
 
 def kind_of(error: str) -> str:
     """What an error is about, without names and numbers, so that equal errors count together."""
     text = error.rpartition(": ")[2] if ": " in error else error
-    text = _NUMBERS.sub("N", _NAMES.sub("...", text))
+    text = re.sub(_NUMBERS, "N", re.sub(_NAMES, "...", text))
     return text[:100] or os.strerror(errno.EIO)

@@ -8,9 +8,8 @@ import struct
 import sys
 import time
 from collections.abc import Callable
-from multiprocessing.connection import Connection
-from typing import Any
 
+from ._channel import Channel
 from ._work import Worker
 
 MARK = struct.Struct("=qq")  # number of the group, and of the file of it, that are in work
@@ -26,22 +25,22 @@ def _marker(mark: int, number: int) -> Callable[[int], object]:
     return lambda index: os.pwrite(mark, MARK.pack(number, index), 0)
 
 
-def serve(connection: Connection[Any, Any], mark: int) -> None:
+def serve(channel: Channel, mark: int) -> None:
     """Does the groups that come until there are no more."""
-    job = connection.recv()
+    job = channel.receive()
     worker = Worker(job, f"{os.uname().nodename}:{os.getpid()}")
     try:
-        connection.send("ready")
+        channel.send("ready")
         while True:
-            number, items = connection.recv()
+            number, items = channel.receive()
             outcomes, due = [], time.monotonic() + _REPORT_SECONDS
             for outcome in worker.outcomes(items, _marker(mark, number)):
                 outcomes.append(outcome)
                 if time.monotonic() >= due:
-                    connection.send(outcomes)
+                    channel.send(outcomes)
                     outcomes, due = [], time.monotonic() + _REPORT_SECONDS
             if outcomes:
-                connection.send(outcomes)
+                channel.send(outcomes)
     except (EOFError, ConnectionError):
         pass  # the run is over
     finally:
@@ -52,4 +51,4 @@ if __name__ == "__main__":
     # An interrupt from the terminal reaches all processes; the driver decides.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     signal.signal(signal.SIGTERM, _leave)
-    serve(Connection(int(sys.argv[1])), int(sys.argv[2]))
+    serve(Channel(int(sys.argv[1])), int(sys.argv[2]))
