@@ -212,9 +212,10 @@ bool SetSizes(std::vector<unsigned char> &header, const Container &container, co
         put(field.position, 4, false, size, UINT32_MAX);
         break;
     case ContainerKind::Rf64:
-        put(20, 8, false, field.samples - 8 + padded, UINT64_MAX);
-        put(28, 8, false, size, UINT64_MAX);
-        put(36, 8, false, frames.value_or(0), UINT64_MAX);
+        // Other programs refuse a size that is a negative number to them.
+        put(20, 8, false, field.samples - 8 + padded, 0);
+        put(28, 8, false, size, 0);
+        put(36, 8, false, frames.value_or(0), 0);
         numbers.Put(field.samples - 4, UINT32_MAX, 4, false);
         break;
     case ContainerKind::W64:

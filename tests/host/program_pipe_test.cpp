@@ -142,6 +142,10 @@ TEST_F(Pipes, WriteSizesThatNobodyKnows)
     EXPECT_EQ(stream.substr(0, 8), "RIFF\xFF\xFF\xFF\xFF");
     EXPECT_EQ(stream.substr(36, 8), "data\xFF\xFF\xFF\xFF");
     EXPECT_EQ(stream.size(), Good().size());
+    // Sizes and frames in the header of 64 bits: other programs refuse -1 there.
+    const std::string long64 = Through(open, {"-q", "-", "-t", "rf64", "-"});
+    EXPECT_EQ(long64.substr(12, 8), std::string("ds64\x1C\0\0\0", 8));
+    EXPECT_EQ(long64.substr(20, 24), std::string(24, '\0'));
 }
 
 TEST_F(Pipes, WriteSizesThatAreKnown)
