@@ -13,8 +13,8 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <initializer_list>
+#include <set>
 #include <string_view>
 
 namespace tonekit::host {
@@ -29,23 +29,13 @@ std::string Capitals(std::string text)
 
 using TextTag = std::pair<std::string, std::string>;
 
-// Opus has a form of its own: a whole number of 1/256 dB to a reference that is 5 dB lower.
-std::string GainIn(TagKind kind, double gain)
-{
-    constexpr double kStep = 256;
-    constexpr double kToReference = -23.0 + 18.0;
-    if (kind != TagKind::Opus)
-        return Decimal(gain, 2) + " dB";
-    return std::to_string(std::lround(std::clamp((gain + kToReference) * kStep, -32768.0, 32767.0)));
-}
-
 void AddLoudnessTags(const Loudness &loudness, TagKind kind, const std::string &of,
                      std::vector<TextTag> &tags)
 {
     const bool opus = kind == TagKind::Opus;
     if (loudness.gain)
         tags.emplace_back(opus ? "R128_" + of + "_GAIN" : "REPLAYGAIN_" + of + "_GAIN",
-                          GainIn(kind, *loudness.gain));
+                          GainText(kind, *loudness.gain));
     if (loudness.peak && !opus)
         tags.emplace_back("REPLAYGAIN_" + of + "_PEAK", Decimal(*loudness.peak, 6));
 }
@@ -94,6 +84,27 @@ void AddTrackTags(const Options &options, const TagTransfer &transfer, TagBlockF
     }
 }
 
+// Texts of the input as they are true of the output, in the form of its kind.
+void AddChangedTexts(const Options &options, const TagTransfer &transfer, const std::vector<TextTag> &texts,
+                     TagBlockFiller &filler)
+{
+    std::set<std::string> keys;
+    for (const TextTag &text : texts)
+        keys.insert(Capitals(text.first));
+    for (const auto &[key, value] : texts) {
+        const std::string name = Capitals(key);
+        const std::optional<std::string> changed = TagAfterGain(name, value, transfer.gain);
+        const auto tag = changed ? InFormOf(transfer.writtenKind, name, *changed) : std::nullopt;
+        if (!tag || !IsWanted(options, transfer, tag->first))
+            continue;
+        // What the input says in this form already isn't said twice.
+        if (tag->first == name)
+            filler.AddText(key, tag->second);
+        else if (!keys.contains(tag->first))
+            filler.AddText(tag->first, tag->second);
+    }
+}
+
 void AddFileTags(const Options &options, const Extras &extras, const TagTransfer &transfer, TagBlock *block,
                  std::vector<std::string> &warnings)
 {
@@ -107,15 +118,16 @@ void AddFileTags(const Options &options, const Extras &extras, const TagTransfer
         else
             ReadTags(transfer.input, transfer.inputKind, choice, into, warnings);
     };
-    if (!transfer.part && transfer.gain == 0)
+    const bool changesForm = (transfer.inputKind == TagKind::Opus) != (transfer.writtenKind == TagKind::Opus);
+    if (!transfer.part && transfer.gain == 0 && !changesForm)
         return read(block);
     const TagBlockPointer whole = NewTagBlock();
     read(whole.get());
+    std::vector<TextTag> texts;
+    ForEachText(whole.get(),
+                [&](const std::string &key, const std::string &value) { texts.emplace_back(key, value); });
     TagBlockFiller filler(block);
-    ForEachText(whole.get(), [&](const std::string &key, const std::string &value) {
-        if (const std::optional<std::string> changed = TagAfterGain(Capitals(key), value, transfer.gain))
-            filler.AddText(key, *changed);
-    });
+    AddChangedTexts(options, transfer, texts, filler);
     filler.AddChapters(ChaptersOfPart(ChaptersOf(whole.get()), transfer.part.value_or(FilePart{})));
     for (const Picture &picture : PicturesOf(whole.get()))
         filler.AddPicture(picture);
@@ -126,11 +138,7 @@ void AddJoinedTags(const Options &options, const Extras &extras, const TagTransf
 {
     const JoinedTags tags = TagsOfJoined(transfer.files, transfer.inputRate, warnings);
     TagBlockFiller filler(block);
-    for (const auto &[key, value] : tags.texts) {
-        const std::optional<std::string> changed = TagAfterGain(key, value, transfer.gain);
-        if (changed && IsWanted(options, transfer, key))
-            filler.AddText(key, *changed);
-    }
+    AddChangedTexts(options, transfer, tags.texts, filler);
     if (!extras.chapters)
         filler.AddChapters(tags.chapters);
     for (const Picture &picture : tags.pictures) {

@@ -102,6 +102,34 @@ TEST_F(LoudnessOfTheProgram, IsAWholeNumberOf256thsToAnotherReferenceInOpus)
     EXPECT_NEAR(Tag("out/b.opus", "R128_ALBUM_GAIN"), (-23 + 8.06) * 256, 30);
 }
 
+TEST_F(LoudnessOfTheProgram, IsKeptInTheFormOfTheOtherType)
+{
+    MakeTone("a.wav", 0.5);
+    Run({"--set", "REPLAYGAIN_TRACK_GAIN=-1.50 dB", "--set", "REPLAYGAIN_TRACK_PEAK=0.5", "--set",
+         "replaygain_album_gain=+2 dB", "--set", "REPLAYGAIN_REFERENCE_LOUDNESS=89.0 dB", folder / "a.wav",
+         folder / "a.flac"});
+    Run({folder / "a.flac", folder / "a.opus"});
+    const std::string opus = RunHost({"--info", folder / "a.opus"}).out;
+    EXPECT_EQ(Tag("a.opus", "R128_TRACK_GAIN"), (-1.5 - 5) * 256);
+    EXPECT_EQ(Tag("a.opus", "R128_ALBUM_GAIN"), (2 - 5) * 256);
+    EXPECT_EQ(opus.find("REPLAYGAIN"), std::string::npos) << opus;
+
+    Run({folder / "a.opus", folder / "b.flac"});
+    const std::string flac = RunHost({"--info", folder / "b.flac"}).out;
+    EXPECT_NE(flac.find("REPLAYGAIN_TRACK_GAIN -1.50 dB\n"), std::string::npos) << flac;
+    EXPECT_NE(flac.find("REPLAYGAIN_ALBUM_GAIN 2.00 dB\n"), std::string::npos) << flac;
+    EXPECT_EQ(flac.find("R128"), std::string::npos) << flac;
+
+    // Louder by 3 dB, and what an option sets goes before.
+    Run({"--gain", "3", folder / "a.opus", folder / "c.mp3"});
+    EXPECT_EQ(Tag("c.mp3", "REPLAYGAIN_TRACK_GAIN"), -4.5);
+    Run({"--set", "R128_TRACK_GAIN=7", folder / "a.flac", folder / "c.opus"});
+    EXPECT_EQ(Tag("c.opus", "R128_TRACK_GAIN"), 7);
+    Run({"--set", "REPLAYGAIN_TRACK_GAIN=", folder / "a.opus", folder / "d.flac"});
+    EXPECT_EQ(Tag("d.flac", "REPLAYGAIN_TRACK_GAIN"), -999);
+    EXPECT_EQ(Tag("d.flac", "REPLAYGAIN_ALBUM_GAIN"), 2);
+}
+
 TEST_F(LoudnessOfTheProgram, OfAlbumsIsWrittenInPlaceToo)
 {
     MakeTone("in/a.wav", 0.5);
