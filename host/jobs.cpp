@@ -180,7 +180,8 @@ private:
 fs::path Identity(const fs::path &path)
 {
     std::error_code error;
-    const fs::path known = fs::weakly_canonical(path, error);
+    // A link may lead to a file that isn't there yet.
+    const fs::path known = fs::weakly_canonical(WithoutLinks(path), error);
     if (error)
         throw Failure(Utf8Name(path) + ": " + error.message());
     return ComparableName(known);
@@ -269,6 +270,21 @@ std::vector<Job> JobsInPlace(const Options &options)
     return jobs;
 }
 
+// The type of a job's output. What a folder holds may have none, which is no fault of the command line.
+void SetContainer(const Options &options, const FoundFile &file, Job &job)
+{
+    try {
+        job.container = &WantedContainer(options, job.output);
+    } catch (const UsageError &error) {
+        const std::string name = Utf8Name(file.path);
+        if (std::find(options.inputs.begin(), options.inputs.end(), name) != options.inputs.end())
+            throw;
+        job.error = error.what();
+        return;
+    }
+    CheckTarget(options, *job.container);
+}
+
 // A job for each track of a file.
 void AddTracks(const Options &options, const Placement &placement, const FoundFile &file,
                std::vector<Job> &jobs)
@@ -287,8 +303,7 @@ void AddTracks(const Options &options, const Placement &placement, const FoundFi
         job.part = track.part;
         job.track = track.tags;
         job.output = placement.Of(file, track.tags);
-        job.container = &WantedContainer(options, job.output);
-        CheckTarget(options, *job.container);
+        SetContainer(options, file, job);
         jobs.push_back(job);
     }
 }
@@ -316,10 +331,8 @@ std::vector<Job> JobsInFolder(const Options &options)
         } catch (const Failure &failure) {
             job.error = failure.what();
         }
-        if (job.error.empty() && file.audio) {
-            job.container = &WantedContainer(options, job.output);
-            CheckTarget(options, *job.container);
-        }
+        if (job.error.empty() && file.audio)
+            SetContainer(options, file, job);
         jobs.push_back(job);
     }
     return jobs;

@@ -27,11 +27,17 @@ bool IsContinuation(char c)
 // Names of devices on some systems, whatever their extension.
 bool IsDevice(const std::string &name)
 {
-    const std::string stem = Capitals(name.substr(0, name.find('.')));
-    if (stem == "CON" || stem == "PRN" || stem == "AUX" || stem == "NUL")
+    std::string stem = Capitals(name.substr(0, name.find('.')));
+    stem.erase(stem.find_last_not_of(' ') + 1);
+    if (stem == "CON" || stem == "PRN" || stem == "AUX" || stem == "NUL" || stem == "CONIN$" ||
+        stem == "CONOUT$")
         return true;
-    return stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT")) && stem[3] >= '0' &&
-           stem[3] <= '9';
+    if (!stem.starts_with("COM") && !stem.starts_with("LPT"))
+        return false;
+    const std::string number = stem.substr(3);
+    // Raised digits count too.
+    return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "\u00b9" ||
+           number == "\u00b2" || number == "\u00b3";
 }
 
 // Short names of tags that people know better.

@@ -68,6 +68,11 @@ TEST(SafeName, IsTakenByEveryFileSystem)
     EXPECT_EQ(SafeName("con"), "con_");
     EXPECT_EQ(SafeName("LPT1.x"), "LPT1_.x");
     EXPECT_EQ(SafeName("nul.tar.x"), "nul_.tar.x");
+    EXPECT_EQ(SafeName("Com\u00b2"), "Com\u00b2_");
+    EXPECT_EQ(SafeName("COM\u00bd"), "COM\u00bd");
+    EXPECT_EQ(SafeName("COM12"), "COM12");
+    EXPECT_EQ(SafeName("conout$"), "conout$_");
+    EXPECT_EQ(SafeName("LPT9 .x"), "LPT9 _.x");
     EXPECT_EQ(SafeName("Contact"), "Contact");
     EXPECT_EQ(SafeName("Gr\u00fc\u00dfe \u65e5\u672c"), "Gr\u00fc\u00dfe \u65e5\u672c");
 }

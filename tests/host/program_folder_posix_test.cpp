@@ -34,6 +34,15 @@ TEST_F(Folders, AnUnreadableFolderIsToldAndTheRestIsDone)
     EXPECT_EQ(Tree("out"), (Names{"c.flac", "two/deep/b.flac"}));
 }
 
+TEST_F(Folders, ALinkToAnOutputThatIsNotThereYetIsThatOutput)
+{
+    fs::create_directory(folder / "out");
+    fs::create_symlink("c.wav", folder / "out/a.wav");
+    ExpectFailure(2, "would both become",
+                  {folder / "music/one/a.wav", folder / "music/c.wav", folder / "out"});
+    EXPECT_FALSE(fs::exists(folder / "out/c.wav"));
+}
+
 TEST_F(Folders, NamesOfOthersStayInTheirLine)
 {
     WriteText(folder / "music/one/a\nb.txt", "x");

@@ -30,6 +30,23 @@ TEST_F(Folders, FileNamesWithoutExtensionAreKnownByTheirBytes)
     EXPECT_EQ(Tree("out"), (Names{"download.flac", "one/a.flac", "two/deep/b.flac"}));
 }
 
+TEST_F(Folders, AFileWhoseTypeIsNotWrittenIsToldAndTheRestIsDone)
+{
+    fs::copy(folder / "music/c.wav", folder / "music/one/b.tta");
+    fs::copy(folder / "music/c.wav", folder / "music/one/download");
+    const Outcome outcome = RunHost({folder / "music", folder / "out"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("b.tta: no file type has the extension .tta: choose another, or add --type\n"),
+              std::string::npos)
+        << outcome.err;
+    EXPECT_NE(outcome.err.find("download: without an extension the file type is unknown"), std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2);
+    EXPECT_EQ(Tree("out"), (Names{"c.wav", "one/a.wav", "two/deep/b.flac"}));
+    // What the command line itself names is its fault.
+    EXPECT_EQ(RunHost({folder / "music/one/b.tta", folder / "out2/"}).status, 2);
+}
+
 TEST_F(Folders, UpdateDoesWhatIsOlderOrMissing)
 {
     Run({"-t", "flac", folder / "music", folder / "out"});
