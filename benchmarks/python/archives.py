@@ -1,7 +1,9 @@
 """Measures the conversion of archives: what each engine costs beside the bare program, how it scales, and the driver alone.
 
 Wall time and processor time of whole runs, start included, interleaved, as medians; ratios above 1 are faster than the bare
-program. Usage: archives.py [--files N] [--rounds N] [--minutes N] [--entries N] [--json FILE]
+program. What a run left is removed, and the disk has ended its work, before the next one starts. Two workers are compared with
+one on a set that takes less than a second, of which start and end are a good part, and on one of ten times as many files.
+Usage: archives.py [--files N] [--rounds N] [--minutes N...] [--entries N] [--json FILE]
 """
 
 from __future__ import annotations
@@ -17,13 +19,15 @@ import subprocess
 import sys
 import tempfile
 import time
-from collections.abc import Callable
+from collections.abc import Callable, Iterable
 from pathlib import Path
 from typing import Any
 
 import numpy as np
 import tonekit
 from empty_archive import entries, simulated
+
+Times = tuple[float, float | None]  # wall and processor seconds
 
 OPTIONS = ["--rate", "16000", "--channels", "1", "--type", "flac", "--hash", "sha256"]
 PROGRAM = str(Path(tonekit.__file__).parent / "_bin" / "tonekit-convert")
@@ -54,7 +58,7 @@ def make_files(folder: Path, count: int, seconds: float) -> Path:
     return folder
 
 
-def timed(command: list[str]) -> tuple[float, float]:
+def timed(command: list[str]) -> Times:
     """Wall and processor seconds of a command and all its processes."""
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     started = time.perf_counter()
@@ -64,32 +68,34 @@ def timed(command: list[str]) -> tuple[float, float]:
     return wall, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
 
-def over_ray(source: Path, target: Path, workers: int, first: Path) -> tuple[float, float]:
+def over_ray(source: Path, target: Path, workers: int, first: Path) -> Times:
     """Wall seconds of a run on a cluster that is there already; its processes are not this one's."""
     command = [sys.executable, "-P", "-c", OVER_RAY, str(source), str(target), str(workers), str(first)]
     output = subprocess.run(command, check=True, capture_output=True, text=True).stdout
-    return float(output.split()[-1]), float("nan")
+    return float(output.split()[-1]), None
 
 
-def interleaved(runs: dict[str, Callable[[Path], tuple[float, float]]], rounds: int, folder: Path) -> dict[str, Any]:
-    times: dict[str, list[tuple[float, float]]] = {name: [] for name in runs}
+def interleaved(runs: dict[str, Callable[[Path], Times]], rounds: int, folder: Path) -> dict[str, Any]:
+    times: dict[str, list[Times]] = {name: [] for name in runs}
     for _ in range(rounds):
         for name, run in runs.items():
-            target = folder / "target"
-            times[name].append(run(target))
+            os.sync()
+            times[name].append(run(folder / "target"))
             for path in folder.glob("target*"):
                 shutil.rmtree(path)
-    return {
-        name: {"wall": statistics.median(t[0] for t in all_of_one), "cpu": statistics.median(t[1] for t in all_of_one)}
-        for name, all_of_one in times.items()
-    }
+    return {name: {"wall": _median(t[0] for t in of_one), "cpu": _median(t[1] for t in of_one)} for name, of_one in times.items()}
+
+
+def _median(seconds: Iterable[float | None]) -> float | None:
+    known = [one for one in seconds if one is not None]
+    return statistics.median(known) if known else None
 
 
 def engines(folder: Path, files: int, rounds: int) -> dict[str, Any]:
     """Short files through the bare program, the local engine, and Ray if it is installed."""
     source = make_files(folder / "short", files, 3.0)
     first = make_files(folder / "first", 4, 0.1)
-    runs: dict[str, Callable[[Path], tuple[float, float]]] = {
+    runs: dict[str, Callable[[Path], Times]] = {
         "tonekit-convert -j 2": lambda target: timed([PROGRAM, "-q", "-j", "2", *OPTIONS, str(source), str(target)]),
         "local, 2 workers": lambda target: timed([*BATCH, str(source), str(target), *OPTIONS, "-q", "--workers", "2"]),
     }
@@ -103,24 +109,32 @@ def engines(folder: Path, files: int, rounds: int) -> dict[str, Any]:
     bare = results["tonekit-convert -j 2"]
     print(f"\n{files} files of 3 s to 16 kHz mono FLAC\n\n| | wall | ratio | processor time | ratio |\n|---|---|---|---|---|")
     for name, times in results.items():
+        cells = [f"{times[kind]:.2f} s | {bare[kind] / times[kind]:.2f}" if times[kind] else " | " for kind in ("wall", "cpu")]
+        print(f"| {name} | {' | '.join(cells)} |")
+    return results
+
+
+def scaling(folder: Path, counts: list[int], rounds: int) -> dict[str, Any]:
+    """Sets of files of a minute, each with one worker and with two."""
+    files = sorted(make_files(folder / "minutes", max(counts), 60.0).iterdir())
+    results = {}
+    for count in counts:
+        source = folder / f"minutes-{count}"
+        source.mkdir()
+        for path in files[:count]:
+            os.link(path, source / path.name)
+        runs = {"1 worker": _with_workers(source, 1), "2 workers": _with_workers(source, 2)}
+        results[f"{count} files"] = interleaved(runs, rounds, folder)
+        one, two = results[f"{count} files"].values()
         print(
-            f"| {name} | {times['wall']:.2f} s | {bare['wall'] / times['wall']:.2f} | {times['cpu']:.2f} s |"
-            f" {bare['cpu'] / times['cpu']:.2f} |"
+            f"\n{count} files of a minute: {one['wall']:.2f} s with one worker, {two['wall']:.2f} s with two,"
+            f" which is {one['wall'] / two['wall']:.2f} times as fast"
         )
     return results
 
 
-def scaling(folder: Path, files: int, rounds: int) -> dict[str, Any]:
-    """Files of a minute with one worker and with two."""
-    source = make_files(folder / "minutes", files, 60.0)
-
-    def with_workers(count: int) -> Callable[[Path], tuple[float, float]]:
-        return lambda target: timed([*BATCH, str(source), str(target), *OPTIONS, "-q", "--workers", str(count)])
-
-    results = interleaved({"1 worker": with_workers(1), "2 workers": with_workers(2)}, rounds, folder)
-    ratio = results["1 worker"]["wall"] / results["2 workers"]["wall"]
-    print(f"\n{files} files of a minute: two workers are {ratio:.2f} times one")
-    return results
+def _with_workers(source: Path, count: int) -> Callable[[Path], Times]:
+    return lambda target: timed([*BATCH, str(source), str(target), *OPTIONS, "-q", "--workers", str(count)])
 
 
 def driver(folder: Path, count: int) -> dict[str, Any]:
@@ -141,7 +155,7 @@ def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--files", type=int, default=2000)
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--minutes", type=int, default=24)
+    parser.add_argument("--minutes", type=int, nargs="*", default=[24, 240], metavar="N", help="files of a minute in a set")
     parser.add_argument("--entries", type=int, default=1_000_000)
     parser.add_argument("--json")
     arguments = parser.parse_args()
@@ -151,7 +165,7 @@ def main() -> None:
         folder = Path(name)
         if arguments.files:
             results["engines"] = engines(folder, arguments.files, arguments.rounds)
-        if arguments.minutes:
+        if any(arguments.minutes):
             results["scaling"] = scaling(folder, arguments.minutes, arguments.rounds)
         if arguments.entries:
             results["driver"] = driver(folder, arguments.entries)
