@@ -10,7 +10,7 @@ namespace tonekit::TONEKIT_TIER {
 namespace {
 
 // The first 32 bits of the fractional parts of the cube roots of the first 64 primes.
-alignas(16) const uint32_t kRoundConstants[64] = {
+alignas(16) const uint32_t kConstants[64] = {
     0x428A2F98, 0x71374491, 0xB5C0FBCF, 0xE9B5DBA5, 0x3956C25B, 0x59F111F1, 0x923F82A4, 0xAB1C5ED5,
     0xD807AA98, 0x12835B01, 0x243185BE, 0x550C7DC3, 0x72BE5D74, 0x80DEB1FE, 0x9BDC06A7, 0xC19BF174,
     0xE49B69C1, 0xEFBE4786, 0x0FC19DC6, 0x240CA1CC, 0x2DE92C6F, 0x4A7484AA, 0x5CB0A9DC, 0x76F988DA,
@@ -44,8 +44,31 @@ inline __m128i SmallSigma1(__m128i pairs)
 // The four words from the second of first on.
 inline __m128i OneFurther(__m128i first, __m128i second)
 {
+#ifdef __SSSE3__
+    return _mm_alignr_epi8(second, first, 4);
+#else
     const __m128 joined = _mm_move_ss(_mm_castsi128_ps(first), _mm_castsi128_ps(second));
     return _mm_shuffle_epi32(_mm_castps_si128(joined), 0x39);
+#endif
+}
+
+// Brings the even words to the first or the last two places, and zeroes the others.
+inline __m128i EvenFirst(__m128i words)
+{
+#ifdef __SSSE3__
+    return _mm_shuffle_epi8(words, _mm_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, -1, -1, -1, -1, -1, -1, -1, -1));
+#else
+    return _mm_move_epi64(_mm_shuffle_epi32(words, 0x08));
+#endif
+}
+
+inline __m128i EvenLast(__m128i words)
+{
+#ifdef __SSSE3__
+    return _mm_shuffle_epi8(words, _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 0, 1, 2, 3, 8, 9, 10, 11));
+#else
+    return _mm_slli_si128(_mm_shuffle_epi32(words, 0x08), 8);
+#endif
 }
 
 struct Sha256 {
@@ -53,6 +76,8 @@ struct Sha256 {
     using Four = __m128i;
     static constexpr int kRounds = 64;
     static constexpr int kBlocks = 1;
+    static constexpr int kTogether = 4;
+    static constexpr const Word *kRoundConstants = kConstants;
     static constexpr int kSumOfE[3] = {6, 11, 25};
     static constexpr int kSumOfA[3] = {2, 13, 22};
 
@@ -67,20 +92,20 @@ struct Sha256 {
     {
         w0 = _mm_add_epi32(_mm_add_epi32(w0, OneFurther(w2, w3)), SmallSigma0(OneFurther(w0, w1)));
         const __m128i sums = SmallSigma1(_mm_shuffle_epi32(w3, 0xFA));
-        w0 = _mm_add_epi32(w0, _mm_move_epi64(_mm_shuffle_epi32(sums, 0x08)));
+        w0 = _mm_add_epi32(w0, EvenFirst(sums));
     }
 
     // The last two words need "sigma1" of the first two.
     static inline void ReplaceLast(Four &w0, Four, Four, Four)
     {
         const __m128i sums = SmallSigma1(_mm_shuffle_epi32(w0, 0x50));
-        w0 = _mm_add_epi32(w0, _mm_slli_si128(_mm_shuffle_epi32(sums, 0x08), 8));
+        w0 = _mm_add_epi32(w0, EvenLast(sums));
     }
 
-    static inline void Store(Four words, int round, Word *to)
+    static inline void Store(Four words, const Word *constants, Word *to)
     {
-        const __m128i constants = _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round));
-        _mm_store_si128(reinterpret_cast<__m128i *>(to), _mm_add_epi32(words, constants));
+        const __m128i four = _mm_load_si128(reinterpret_cast<const __m128i *>(constants));
+        _mm_store_si128(reinterpret_cast<__m128i *>(to), _mm_add_epi32(words, four));
     }
 };
 
@@ -131,11 +156,11 @@ struct Sha256Pair : Sha256 {
         w0 = _mm256_add_epi32(w0, _mm256_shuffle_epi8(sums, EvenInto(8)));
     }
 
-    static inline void Store(Four words, int round, Word *to)
+    static inline void Store(Four words, const Word *constants, Word *to)
     {
-        const __m256i constants = _mm256_broadcastsi128_si256(
-            _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round)));
-        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_add_epi32(words, constants));
+        const __m256i four =
+            _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(constants)));
+        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_add_epi32(words, four));
     }
 
 private:

@@ -1,16 +1,17 @@
 // sha2_compress.h: the compression of a block, which SHA-256 and SHA-512 share but for the width of a word.
 //
-// For tier units only. What a hash brings along (see the parameter
-// Hash):
+// For tier units only. What a hash brings along (see the parameter Hash):
 //   Word                       uint32_t or uint64_t
-//   Four                       four words of the message schedule of each block, in vector registers
+//   Four                       four words of each block's message schedule, in vector registers
 //   kRounds                    64 or 80
-//   kBlocks                    blocks whose schedules are made at once: 1, or 2 in the lanes of wider
-//   registers kSumOfE, kSumOfA           the three rotations of the sums over e and a Load(bytes) four words
-//   of the message ReplaceFirst, ReplaceLast  (w0, w1, w2, w3): make the first or last two of the four words
-//   after the
-//                              sixteen given, in the place of w0
-//   Store(words, round, to)    stores four words with the constants of the rounds from round on added
+//   kBlocks                    blocks whose schedules are made at once: 1, or 2 in wider registers
+//   kTogether                  words of a block that are stored together, before the other block's
+//   kRoundConstants            one for each round
+//   kSumOfE, kSumOfA           the three rotations of the sums over e and a
+//   Load(bytes)                four words of the message
+//   ReplaceFirst, ReplaceLast  (w0, w1, w2, w3): make the first or last two of the four words after
+//                              the sixteen given, in the place of w0
+//   Store(words, constants, to)  stores four words with the constants of four rounds added
 #pragma once
 
 #include "frame/tier.h"
@@ -54,18 +55,45 @@ template <class Hash, class Word>
                                          Word &bXorC, Word scheduled)
 {
     Word sum = AsGrouped<Word>(h + scheduled);
-#ifdef __BMI__
-    sum = AsGrouped<Word>(sum + AsGrouped<Word>(e & f));
-    sum = AsGrouped<Word>(sum + (~e & g));
+#ifdef __BMI2__
+    // The rotations of e start first: the next round waits for their sum. Measured: 4 % for the order alone.
+    const Word first = AsGrouped<Word>(RotatedRight(e, Hash::kSumOfE[0]));
+    Word sumOfE = AsGrouped<Word>(RotatedRight(e, Hash::kSumOfE[1]));
+    const Word last = AsGrouped<Word>(RotatedRight(e, Hash::kSumOfE[2]));
+    const Word chosenOfF = AsGrouped<Word>(e & f);
+    sumOfE = AsGrouped<Word>(sumOfE ^ first);
+    sum = AsGrouped<Word>(sum + chosenOfF);
+    const Word chosenOfG = AsGrouped<Word>(~e & g);
+    sumOfE = AsGrouped<Word>(sumOfE ^ last);
+    sum = AsGrouped<Word>(sum + chosenOfG);
+    sum = AsGrouped<Word>(sum + sumOfE);
+    const Word aXorB = AsGrouped<Word>(a ^ b);
+    d = AsGrouped<Word>(d + sum);
+    const Word changed = AsGrouped<Word>(bXorC & aXorB);
+    const Word firstOfA = AsGrouped<Word>(RotatedRight(a, Hash::kSumOfA[0]));
+    Word sumOfA = AsGrouped<Word>(RotatedRight(a, Hash::kSumOfA[1]));
+    const Word most = AsGrouped<Word>(changed ^ b);
+    const Word lastOfA = AsGrouped<Word>(RotatedRight(a, Hash::kSumOfA[2]));
+    sum = AsGrouped<Word>(sum + most);
+    sumOfA = AsGrouped<Word>(sumOfA ^ firstOfA);
+    sumOfA = AsGrouped<Word>(sumOfA ^ lastOfA);
+    h = AsGrouped<Word>(sum + sumOfA);
 #else
     sum = AsGrouped<Word>(sum + Chosen(e, f, g));
-#endif
     sum = AsGrouped<Word>(sum + Sum(e, Hash::kSumOfE));
     d = AsGrouped<Word>(d + sum);
     const Word aXorB = a ^ b;
     sum = AsGrouped<Word>(sum + AsGrouped<Word>((bXorC & aXorB) ^ b));
     h = AsGrouped<Word>(sum + Sum(a, Hash::kSumOfA));
+#endif
     bXorC = aXorB;
+}
+
+// Where the word of a round is in the schedule, from that of the first round of the same block.
+template <class Hash>
+constexpr int Place(int round)
+{
+    return round / Hash::kTogether * Hash::kTogether * Hash::kBlocks + round % Hash::kTogether;
 }
 
 // The working variables of a block. A round moves them all on by one place; here they stay where they are,
@@ -97,26 +125,26 @@ struct Working {
     // before or after them take, constants added.
     [[gnu::always_inline]] inline void Rounds01(const Word *scheduled)
     {
-        Round<Hash>(a, b, c, d, e, f, g, h, bXorC, scheduled[0]);
-        Round<Hash>(h, a, b, c, d, e, f, g, bXorC, scheduled[1]);
+        Round<Hash>(a, b, c, d, e, f, g, h, bXorC, scheduled[Place<Hash>(0)]);
+        Round<Hash>(h, a, b, c, d, e, f, g, bXorC, scheduled[Place<Hash>(1)]);
     }
 
     [[gnu::always_inline]] inline void Rounds23(const Word *scheduled)
     {
-        Round<Hash>(g, h, a, b, c, d, e, f, bXorC, scheduled[2]);
-        Round<Hash>(f, g, h, a, b, c, d, e, bXorC, scheduled[3]);
+        Round<Hash>(g, h, a, b, c, d, e, f, bXorC, scheduled[Place<Hash>(2)]);
+        Round<Hash>(f, g, h, a, b, c, d, e, bXorC, scheduled[Place<Hash>(3)]);
     }
 
     [[gnu::always_inline]] inline void Rounds45(const Word *scheduled)
     {
-        Round<Hash>(e, f, g, h, a, b, c, d, bXorC, scheduled[0]);
-        Round<Hash>(d, e, f, g, h, a, b, c, bXorC, scheduled[1]);
+        Round<Hash>(e, f, g, h, a, b, c, d, bXorC, scheduled[Place<Hash>(0)]);
+        Round<Hash>(d, e, f, g, h, a, b, c, bXorC, scheduled[Place<Hash>(1)]);
     }
 
     [[gnu::always_inline]] inline void Rounds67(const Word *scheduled)
     {
-        Round<Hash>(c, d, e, f, g, h, a, b, bXorC, scheduled[2]);
-        Round<Hash>(b, c, d, e, f, g, h, a, bXorC, scheduled[3]);
+        Round<Hash>(c, d, e, f, g, h, a, b, bXorC, scheduled[Place<Hash>(2)]);
+        Round<Hash>(b, c, d, e, f, g, h, a, bXorC, scheduled[Place<Hash>(3)]);
     }
 };
 
@@ -125,62 +153,62 @@ struct Working {
 // way, out of the vector registers one by one.
 template <class Hash>
 struct Schedule {
-    static constexpr int kStride = Hash::kBlocks * 4; // from four words of a block to its next four
-    alignas(32) typename Hash::Word word[Hash::kBlocks == 1 ? 16 : Hash::kBlocks * Hash::kRounds];
+    // From the words of sixteen rounds to those of the next sixteen, which take their place if there is one
+    // block.
+    static constexpr int kStep = Hash::kBlocks == 1 ? 0 : 32;
+    alignas(32) typename Hash::Word word[Hash::kBlocks == 1 ? 16 : 2 * Hash::kRounds];
 
-    [[gnu::always_inline]] inline void Put(typename Hash::Four words, int round)
+    [[gnu::always_inline]] inline void Put(typename Hash::Four words, const typename Hash::Word *constants,
+                                           typename Hash::Word *to)
     {
-        Hash::Store(words, round, word + Place(round));
+        Hash::Store(words, constants, to);
         asm("" : "+m"(word));
-    }
-
-    // The first of the four words from round on, of the first block.
-    [[gnu::always_inline]] inline const typename Hash::Word *At(int round) const
-    {
-        return word + Place(round);
-    }
-
-    [[gnu::always_inline]] static inline int Place(int round)
-    {
-        return (Hash::kBlocks == 1 ? round % 16 : round) / 4 * kStride;
     }
 };
 
-// Sixteen rounds during which the schedule of the next sixteen is made.
+// Sixteen rounds of the first block, whose words are from `now` on, during which the schedule of the next
+// sixteen is made. Constants: those of the next sixteen.
 template <class Hash>
 [[gnu::always_inline]] inline void RoundsAndSchedule(Working<Hash> &working, Schedule<Hash> &schedule,
-                                                     typename Hash::Four (&w)[4], int round)
+                                                     typename Hash::Four (&w)[4], typename Hash::Word *now,
+                                                     const typename Hash::Word *constants)
 {
+    constexpr int kFour = Place<Hash>(4);
+    auto *const next = now + Schedule<Hash>::kStep;
     Hash::ReplaceFirst(w[0], w[1], w[2], w[3]);
-    working.Rounds01(schedule.At(round - 16));
+    working.Rounds01(now);
     Hash::ReplaceLast(w[0], w[1], w[2], w[3]);
-    working.Rounds23(schedule.At(round - 16));
-    schedule.Put(w[0], round);
+    working.Rounds23(now);
+    schedule.Put(w[0], constants, next);
     Hash::ReplaceFirst(w[1], w[2], w[3], w[0]);
-    working.Rounds45(schedule.At(round - 12));
+    working.Rounds45(now + kFour);
     Hash::ReplaceLast(w[1], w[2], w[3], w[0]);
-    working.Rounds67(schedule.At(round - 12));
-    schedule.Put(w[1], round + 4);
+    working.Rounds67(now + kFour);
+    schedule.Put(w[1], constants + 4, next + kFour);
     Hash::ReplaceFirst(w[2], w[3], w[0], w[1]);
-    working.Rounds01(schedule.At(round - 8));
+    working.Rounds01(now + 2 * kFour);
     Hash::ReplaceLast(w[2], w[3], w[0], w[1]);
-    working.Rounds23(schedule.At(round - 8));
-    schedule.Put(w[2], round + 8);
+    working.Rounds23(now + 2 * kFour);
+    schedule.Put(w[2], constants + 8, next + 2 * kFour);
     Hash::ReplaceFirst(w[3], w[0], w[1], w[2]);
-    working.Rounds45(schedule.At(round - 4));
+    working.Rounds45(now + 3 * kFour);
     Hash::ReplaceLast(w[3], w[0], w[1], w[2]);
-    working.Rounds67(schedule.At(round - 4));
-    schedule.Put(w[3], round + 12);
+    working.Rounds67(now + 3 * kFour);
+    schedule.Put(w[3], constants + 12, next + 3 * kFour);
 }
 
-// Eight rounds whose words of the schedule are ready.
+// The rounds of one block whose words of the schedule are ready, from `from` up to `end`.
 template <class Hash>
-[[gnu::always_inline]] inline void EightRounds(Working<Hash> &working, const typename Hash::Word *scheduled)
+[[gnu::always_inline]] inline void ReadyRounds(Working<Hash> &working, const typename Hash::Word *from,
+                                               const typename Hash::Word *end)
 {
-    working.Rounds01(scheduled);
-    working.Rounds23(scheduled);
-    working.Rounds45(scheduled + Schedule<Hash>::kStride);
-    working.Rounds67(scheduled + Schedule<Hash>::kStride);
+    constexpr int kFour = Place<Hash>(4);
+    for (; from != end; from += 2 * kFour) {
+        working.Rounds01(from);
+        working.Rounds23(from);
+        working.Rounds45(from + kFour);
+        working.Rounds67(from + kFour);
+    }
 }
 
 // Hash::kBlocks blocks. The schedule is made in the vector unit, always sixteen rounds ahead of the first
@@ -189,24 +217,30 @@ template <class Hash>
 template <class Hash>
 [[gnu::always_inline]] inline void Compress(typename Hash::Word *state, const uint8_t *blocks)
 {
-    constexpr int kBytes = 4 * sizeof(typename Hash::Word);
+    using Word = typename Hash::Word;
+    constexpr int kBytes = 4 * sizeof(Word);
+    constexpr int kFour = Place<Hash>(4);
     Working<Hash> working(state);
     Schedule<Hash> schedule;
     typename Hash::Four w[4] = {Hash::Load(blocks), Hash::Load(blocks + kBytes),
                                 Hash::Load(blocks + 2 * kBytes), Hash::Load(blocks + 3 * kBytes)};
-    schedule.Put(w[0], 0); // a loop would keep the words in memory
-    schedule.Put(w[1], 4);
-    schedule.Put(w[2], 8);
-    schedule.Put(w[3], 12);
-    for (int round = 16; round < Hash::kRounds; round += 16)
-        RoundsAndSchedule<Hash>(working, schedule, w, round);
-    for (int round = Hash::kRounds - 16; round < Hash::kRounds; round += 8)
-        EightRounds<Hash>(working, schedule.At(round));
+    const Word *constants = Hash::kRoundConstants;
+    Word *now = schedule.word;
+    schedule.Put(w[0], constants, now); // a loop would keep the words in memory
+    schedule.Put(w[1], constants + 4, now + kFour);
+    schedule.Put(w[2], constants + 8, now + 2 * kFour);
+    schedule.Put(w[3], constants + 12, now + 3 * kFour);
+    constants += 16;
+    for (const Word *const end = Hash::kRoundConstants + Hash::kRounds; constants != end; constants += 16) {
+        RoundsAndSchedule<Hash>(working, schedule, w, now, constants);
+        now += Schedule<Hash>::kStep;
+    }
+    ReadyRounds<Hash>(working, now, now + 4 * kFour);
     working.AddTo(state);
     if constexpr (Hash::kBlocks == 2) {
+        constexpr int kSecond = Hash::kTogether;
         Working<Hash> second(state);
-        for (int round = 0; round < Hash::kRounds; round += 8)
-            EightRounds<Hash>(second, schedule.At(round) + 4);
+        ReadyRounds<Hash>(second, schedule.word + kSecond, schedule.word + kSecond + 2 * Hash::kRounds);
         second.AddTo(state);
     }
 }

@@ -10,7 +10,7 @@ namespace tonekit::TONEKIT_TIER {
 namespace {
 
 // The first 64 bits of the fractional parts of the cube roots of the first 80 primes.
-alignas(16) const uint64_t kRoundConstants[80] = {
+alignas(16) const uint64_t kConstants[80] = {
     0x428A2F98D728AE22, 0x7137449123EF65CD, 0xB5C0FBCFEC4D3B2F, 0xE9B5DBA58189DBBC, 0x3956C25BF348B538,
     0x59F111F1B605D019, 0x923F82A4AF194F9B, 0xAB1C5ED5DA6D8118, 0xD807AA98A3030242, 0x12835B0145706FBE,
     0x243185BE4EE4B28C, 0x550C7DC3D5FFB4E2, 0x72BE5D74F27B896F, 0x80DEB1FE3B1696B1, 0x9BDC06A725C71235,
@@ -35,10 +35,20 @@ inline __m128i Rotated(__m128i words)
     return _mm_or_si128(_mm_srli_epi64(words, bits), _mm_slli_epi64(words, 64 - bits));
 }
 
+// By 8 bits, which is a shuffle of bytes.
+inline __m128i RotatedByOneByte(__m128i words)
+{
+#ifdef __SSSE3__
+    return _mm_shuffle_epi8(words, _mm_setr_epi8(1, 2, 3, 4, 5, 6, 7, 0, 9, 10, 11, 12, 13, 14, 15, 8));
+#else
+    return Rotated<8>(words);
+#endif
+}
+
 // "sigma0" and "sigma1" of two words.
 inline __m128i SmallSigma0(__m128i words)
 {
-    return _mm_xor_si128(_mm_xor_si128(Rotated<1>(words), Rotated<8>(words)), _mm_srli_epi64(words, 7));
+    return _mm_xor_si128(_mm_xor_si128(Rotated<1>(words), RotatedByOneByte(words)), _mm_srli_epi64(words, 7));
 }
 
 inline __m128i SmallSigma1(__m128i words)
@@ -66,10 +76,10 @@ inline __m128i NextTwo(__m128i before16, __m128i before15, __m128i before7, __m1
     return _mm_add_epi64(early, SmallSigma1(before2));
 }
 
-inline void StoreTwo(__m128i words, int round, uint64_t *to)
+inline void StoreTwo(__m128i words, const uint64_t *constants, uint64_t *to)
 {
-    const __m128i constants = _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round));
-    _mm_store_si128(reinterpret_cast<__m128i *>(to), _mm_add_epi64(words, constants));
+    const __m128i two = _mm_load_si128(reinterpret_cast<const __m128i *>(constants));
+    _mm_store_si128(reinterpret_cast<__m128i *>(to), _mm_add_epi64(words, two));
 }
 
 struct Sha512 {
@@ -79,6 +89,8 @@ struct Sha512 {
     };
     static constexpr int kRounds = 80;
     static constexpr int kBlocks = 1;
+    static constexpr int kTogether = 4;
+    static constexpr const Word *kRoundConstants = kConstants;
     static constexpr int kSumOfE[3] = {14, 18, 41};
     static constexpr int kSumOfA[3] = {28, 34, 39};
 
@@ -97,10 +109,10 @@ struct Sha512 {
         w0.last = NextTwo(w0.last, OneFurther(w0.last, w1.first), OneFurther(w2.last, w3.first), w0.first);
     }
 
-    static inline void Store(Four words, int round, Word *to)
+    static inline void Store(Four words, const Word *constants, Word *to)
     {
-        StoreTwo(words.first, round, to);
-        StoreTwo(words.last, round + 2, to + 2);
+        StoreTwo(words.first, constants, to);
+        StoreTwo(words.last, constants + 2, to + 2);
     }
 };
 
@@ -113,7 +125,9 @@ inline __m256i Rotated(__m256i words)
 
 inline __m256i SmallSigma0(__m256i words)
 {
-    return _mm256_xor_si256(_mm256_xor_si256(Rotated<1>(words), Rotated<8>(words)),
+    const __m256i byteFurther =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 2, 3, 4, 5, 6, 7, 0, 9, 10, 11, 12, 13, 14, 15, 8));
+    return _mm256_xor_si256(_mm256_xor_si256(Rotated<1>(words), _mm256_shuffle_epi8(words, byteFurther)),
                             _mm256_srli_epi64(words, 7));
 }
 
@@ -129,6 +143,7 @@ struct Sha512Pair : Sha512 {
         __m256i first, last;
     };
     static constexpr int kBlocks = 2;
+    static constexpr int kTogether = 2; // as they are in the registers
 
     static inline Four Load(const uint8_t *bytes) { return {TwoWords(bytes), TwoWords(bytes + 16)}; }
 
@@ -142,12 +157,10 @@ struct Sha512Pair : Sha512 {
         w0.last = NextTwo(w0.last, Further(w0.last, w1.first), Further(w2.last, w3.first), w0.first);
     }
 
-    static inline void Store(Four words, int round, Word *to)
+    static inline void Store(Four words, const Word *constants, Word *to)
     {
-        const __m256i first = _mm256_add_epi64(words.first, Constants(round));
-        const __m256i last = _mm256_add_epi64(words.last, Constants(round + 2));
-        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_permute2x128_si256(first, last, 0x20));
-        _mm256_store_si256(reinterpret_cast<__m256i *>(to + 4), _mm256_permute2x128_si256(first, last, 0x31));
+        StoreTwoOfEach(words.first, constants, to);
+        StoreTwoOfEach(words.last, constants + 2, to + 4);
     }
 
 private:
@@ -171,10 +184,11 @@ private:
         return _mm256_add_epi64(early, SmallSigma1(before2));
     }
 
-    static inline __m256i Constants(int round)
+    static inline void StoreTwoOfEach(__m256i words, const Word *constants, Word *to)
     {
-        return _mm256_broadcastsi128_si256(
-            _mm_load_si128(reinterpret_cast<const __m128i *>(kRoundConstants + round)));
+        const __m256i two =
+            _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(constants)));
+        _mm256_store_si256(reinterpret_cast<__m256i *>(to), _mm256_add_epi64(words, two));
     }
 };
 #endif
