@@ -48,6 +48,20 @@ void SharedSetting::Release()
     free_.notify_one();
 }
 
+void SharedSetting::Pause()
+{
+    turn_.lock();
+    std::unique_lock<std::mutex> lock(mutex_);
+    free_.wait(lock, [&] { return holders_ == 0; });
+    lock.release(); // stays locked
+}
+
+void SharedSetting::Resume()
+{
+    mutex_.unlock();
+    turn_.unlock();
+}
+
 SharedSetting &CreationSetting()
 {
     static SharedSetting setting(SetForCreation, 0);
@@ -69,6 +83,21 @@ SharedSetting &HdcdGainSetting()
 {
     static SharedSetting setting(SetHDCDGain, kFirstGain);
     return setting;
+}
+
+// In the order in which a converter holds them.
+void PauseSettings()
+{
+    CreationSetting().Pause();
+    DitherModeSetting().Pause();
+    HdcdGainSetting().Pause();
+}
+
+void ResumeSettings()
+{
+    HdcdGainSetting().Resume();
+    DitherModeSetting().Resume();
+    CreationSetting().Resume();
 }
 
 } // namespace tonekit::host

@@ -23,6 +23,11 @@ public:
     void Hold(uint32_t value);
     void Release();
 
+    // Waits until no thread holds the setting, and lets none hold it before Resume, which the same thread
+    // calls: for a process that forks, whose child has no other threads that could release it.
+    void Pause();
+    void Resume();
+
 private:
     const Setter set_;
     const uint32_t resting_;
@@ -52,5 +57,9 @@ uint32_t CreationValue(const Options &options);
 // What running converters read at each block.
 SharedSetting &DitherModeSetting();
 SharedSetting &HdcdGainSetting();
+
+// Pauses and resumes all of them.
+void PauseSettings();
+void ResumeSettings();
 
 } // namespace tonekit::host

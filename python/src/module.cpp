@@ -1,6 +1,7 @@
 // module.cpp: the extension module tonekit._core, which the package's Python code calls.
 #include "host/command_line/option_table.h"
 #include "host/processing/bodies.h"
+#include "host/processing/shared_settings.h"
 #include "host/system/failure.h"
 #include "python/src/archives.h"
 #include "python/src/file_converter.h"
@@ -41,6 +42,16 @@ void LetHeapKeepStreams()
     constexpr size_t kBlock = size_t{8} << 20; // never touched
     void *volatile block = std::malloc(kBlock);
     std::free(block);
+}
+
+// A child has the locks of its parent's other threads, but not the threads that would open them.
+void PrepareForForks()
+{
+    const nb::module_ os = nb::module_::import_("os");
+    if (nb::hasattr(os, "register_at_fork"))
+        os.attr("register_at_fork")(nb::arg("before") = nb::cpp_function(host::PauseSettings),
+                                    nb::arg("after_in_parent") = nb::cpp_function(host::ResumeSettings),
+                                    nb::arg("after_in_child") = nb::cpp_function(host::ResumeSettings));
 }
 
 void MakeStream(Stream *self, const ArrayFormat &input, uint32_t channels, uint32_t rate,
@@ -106,6 +117,7 @@ NB_MODULE(_core, module)
     namespace nb = nanobind;
     module.doc() = "The compiled part of tonekit; use the package's own functions.";
     LetHeapKeepStreams();
+    PrepareForForks();
     // What daemon threads have in use when the interpreter ends is no leak.
     nb::set_leak_warnings(false);
     nb::exception<tonekit::host::Failure>(module, "FileError", PyExc_OSError);

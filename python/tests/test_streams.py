@@ -162,6 +162,38 @@ def test_daemon_threads_at_work_do_not_abort_the_exit(work: str, tmp_path: Path)
         assert (run.returncode, run.stderr) == (0, "")
 
 
+_FORKED = """
+import os, threading, time, numpy as np, tonekit
+x = np.random.default_rng(0).uniform(-0.5, 0.5, (4410, 2)).astype(np.float32)
+modes = ["rectangular", "triangular", "shaped"]
+def loop(mode):
+    while True:
+        tonekit.convert(x, 44100, 48000, dtype="int16", dither_mode=mode)
+for mode in modes:
+    threading.Thread(target=loop, args=(mode,), daemon=True).start()
+time.sleep(0.1)
+for i in range(8):
+    child = os.fork()
+    if child == 0:
+        result = tonekit.convert(x, 44100, 48000, dtype="int16", dither_mode=modes[i % 3], filter="steep")
+        os._exit(len(result) != 4800)
+    for _ in range(1000):
+        ended, status = os.waitpid(child, os.WNOHANG)
+        if ended:
+            break
+        time.sleep(0.01)
+    else:
+        os.kill(child, 9)
+        status = "it hangs"
+    print(status)
+"""
+
+
+def test_a_forked_child_converts_while_its_parent_does() -> None:
+    run = subprocess.run([sys.executable, "-c", _FORKED], capture_output=True, text=True, timeout=120)
+    assert run.stdout == "0\n" * 8, run.stderr
+
+
 _INTERRUPTED = """
 import _thread, signal, threading, numpy as np, tonekit
 signal.signal(signal.SIGINT, signal.default_int_handler)  # a script may have had it ignored

@@ -2,6 +2,7 @@
 #include "host/processing/shared_settings.h"
 
 #include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -54,6 +55,33 @@ TEST(SharedSetting, HoldersOfOneValueDontWaitForEachOther)
     SharedSetting setting(SetInForce, kResting);
     const SettingHold first(setting, 5);
     std::thread([&] { const SettingHold second(setting, 5); }).join();
+    EXPECT_EQ(inForce, 5u);
+}
+
+TEST(SharedSetting, PausesWhenNobodyHoldsItAndLetsNobodyInMeanwhile)
+{
+    SharedSetting setting(SetInForce, kResting);
+    std::atomic<bool> released{false};
+    std::atomic<bool> started{false};
+    std::thread holder([&] {
+        setting.Hold(3);
+        started = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        released = true;
+        setting.Release();
+    });
+    while (!started)
+        std::this_thread::yield();
+    setting.Pause();
+    EXPECT_TRUE(released);
+    EXPECT_EQ(inForce, kResting);
+    std::thread next([&] { const SettingHold hold(setting, 4); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_EQ(inForce, kResting);
+    setting.Resume();
+    holder.join();
+    next.join();
+    const SettingHold after(setting, 5);
     EXPECT_EQ(inForce, 5u);
 }
 
