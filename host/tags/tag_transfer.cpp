@@ -66,6 +66,11 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
     };
     if ((transfer.loudness || transfer.part) && startsWithAny({"REPLAYGAIN_TRACK_", "R128_TRACK_"}))
         return false;
+    // What the coder of the input left of itself and of its length isn't true of another.
+    const bool ofTheCoder = name == "ENCODER" || name == "ENCODING" || name == "LENGTH" ||
+                            (transfer.inputKind == TagKind::Mp4 && name == "ENCODEDBY");
+    if (ofTheCoder)
+        return false;
     // Its places are those of the whole file.
     if (transfer.part && name == "CUESHEET")
         return false;

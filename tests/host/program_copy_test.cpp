@@ -156,6 +156,22 @@ TEST_F(Copies, TakeNewChaptersAndCoversInThePlaceOfTheOld)
     }
 }
 
+TEST_F(Copies, AloneKeepWhatTheCoderSaysOfItself)
+{
+    const std::string mp3 = folder / "a.mp3";
+    Run({"--set", "LENGTH=1134", "--set", "ENCODING=coder 1.0", "--set", "ENCODEDBY=Someone",
+         folder / "good.wav", mp3});
+    Run({"--set", "TITLE=New", mp3, folder / "b.mp3"});
+    Run({mp3, folder / "b.flac"});
+    const std::string copied = RunHost({"--info", folder / "b.mp3"}).out;
+    const std::string coded = RunHost({"--info", folder / "b.flac"}).out;
+    EXPECT_NE(copied.find("LENGTH      1134\n"), std::string::npos) << copied;
+    EXPECT_NE(copied.find("ENCODING    coder 1.0\n"), std::string::npos) << copied;
+    EXPECT_EQ(coded.find("LENGTH      "), std::string::npos) << coded;
+    EXPECT_EQ(coded.find("ENCODING"), std::string::npos) << coded;
+    EXPECT_NE(coded.find("ENCODEDBY   Someone\n"), std::string::npos) << coded;
+}
+
 TEST_F(Copies, KeepDetailsOfTagsThatNoOptionNames)
 {
     const std::string mp3 = Make("mp3");
