@@ -162,7 +162,9 @@ void LibavInput::ChooseAudio()
     audio_ = static_cast<unsigned>(found);
     for (unsigned i = 0; i < context_->nb_streams; ++i)
         context_->streams[i]->discard = i == audio_ ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-    if (IsShared(format()) && IsReadElsewhere(audio().codecpar->codec_id))
+    // FLAC in Ogg libsndfile refuses where it is as good as any.
+    const bool flacInOgg = format() == "ogg" && audio().codecpar->codec_id == AV_CODEC_ID_FLAC;
+    if (IsShared(format()) && IsReadElsewhere(audio().codecpar->codec_id) && !flacInOgg)
         throw Failure("not an audio file that can be read");
 }
 

@@ -123,7 +123,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Form{"ipod", "alac", "M4A", 16, 2}, Form{"ipod", "alac", "M4A", 24, 1},
                     Form{"ipod", "alac", "M4A", 16, 6}, Form{"wv", "wavpack", "WavPack", 16, 1},
                     Form{"wv", "wavpack", "WavPack", 24, 6}, Form{"tta", "tta", "TTA", 24, 2},
-                    Form{"matroska", "flac", "Matroska", 16, 2}, Form{"caf", "alac", "CAF", 16, 2}));
+                    Form{"matroska", "flac", "Matroska", 16, 2}, Form{"ogg", "flac", "Ogg", 24, 2},
+                    Form{"caf", "alac", "CAF", 16, 2}));
 
 class LibavReader : public testing::Test {
 protected:
