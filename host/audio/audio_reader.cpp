@@ -363,8 +363,10 @@ void AudioReader::OpenPipe()
     }
     Start();
     pipe_->KeepNoMore();
-    if (vorbisOrder_)
+    if (vorbisOrder_) {
         pipe_->KeepTail(kLargestOggPage);
+        pipe_->Watch([this](std::span<const unsigned char> bytes) { pages_.Take(bytes); });
+    }
     if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64)
         frames_ = 0;
 }
@@ -498,8 +500,24 @@ sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
     return 0;
 }
 
+// Of streams after one another libsndfile reads the first.
+void AudioReader::CheckOneStream()
+{
+    bool several = pages_.HasLaterStream();
+    try {
+        if (vorbisOrder_ && !pipe())
+            several = HasLaterOggStream(stream_.file());
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+    if (several)
+        Fail("holds several streams one after another, of which only the first could be read");
+}
+
 uint32_t AudioReader::Read(void *buffer, uint32_t frames)
 {
+    if (position_ == 0 && !pipe())
+        CheckOneStream();
     const sf_count_t got = ReadSamples(buffer, frames);
     if (stream_.error())
         Fail("reading failed: " + stream_.error().message());
@@ -537,6 +555,7 @@ void AudioReader::CheckEnd()
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
         CheckOggEnd(*pipe_, shownName_);
+        CheckOneStream();
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "host/audio/container.h"
 #include "host/audio/frame_count.h"
+#include "host/audio/ogg_pages.h"
 #include "host/audio/sample_format.h"
 #include "host/audio/sample_source.h"
 #include "host/audio/sound_stream.h"
@@ -77,6 +78,7 @@ private:
     sf_count_t FetchedBytes(void *buffer, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
     void CheckCount(uint64_t held) const;
+    void CheckOneStream();
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -90,7 +92,8 @@ private:
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
     HeaderForm header_ = HeaderForm::AsItWas;
-    bool vorbisOrder_ = false;
+    bool vorbisOrder_ = false;   // which only Ogg files have
+    OggPages pages_;             // of those from a pipe
     std::vector<uint8_t> turns_; // channels to be put into the converter's order: pairs of from and to
     Loudspeakers loudspeakers_ = 0;
     bool asTheyAre_ = false; // the file holds the very bytes of the samples
