@@ -233,10 +233,16 @@ def test_lines_of_progress(capsys: pytest.CaptureFixture[str], monkeypatch: pyte
     statistics.add("/a", 1000, made("/a"))
     monkeypatch.setattr(Statistics, "seconds", 2.0)
     progress = Progress(statistics)
-    line = progress.line(bar=True)
-    assert line == "[############            ] 2 of 4 files, 0.0 h of audio, 2 times real time, 0:04 left"
+    text = "2 of 4 files, 0.0 h of audio, 2 times real time, 0:04 left"
+    assert progress.line() == text
+    assert progress.line(120) == f"[############            ] {text}"
+    assert progress.line(79) == f"[#########         ] {text}"
+    assert progress.line(66) == text
+    assert progress.line(57) == "2 of 4 files, 0.0 h of audio, 2 times real time"
+    assert progress.line(24) == "2 of 4 files"
+    assert progress.line(5) == "2 of "
     statistics.add("/b", 1000, {"state": "failed", "kind": "x", "error": "/b: x"})
-    assert "1 failed" in progress.line(bar=False)
+    assert "1 failed" in progress.line()
     assert [clock(seconds) for seconds in (0, 59.6, 3661)] == ["0:00", "1:00", "1:01:01"]
 
 

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import errno
 import io
 import os
 import time
@@ -179,11 +180,18 @@ class Books:
         first = 0
         try:
             with self.store.open(name) as stream:
-                for batch in parquet.ParquetFile(stream).iter_batches(batch_size=_BATCH, columns=columns):
+                file = parquet.ParquetFile(stream)
+                if missing := set(columns or SCHEMA.names) - set(file.schema_arrow.names):
+                    raise pyarrow.ArrowInvalid(f"it has no column {min(missing)}")
+                for batch in file.iter_batches(batch_size=_BATCH, columns=columns):
                     yield first, batch
                     first += batch.num_rows
         except FileNotFoundError:
             raise _Changed from None
+        except (pyarrow.ArrowException, OSError) as error:
+            address = f"{self.store.address}/{name}"
+            words = f"is damaged, or no part of the manifest ({error}): without it, its files are done again"
+            raise OSError(errno.EIO, words, address) from None
 
 
 def encoded(rows: list[Row]) -> bytes:

@@ -3,14 +3,18 @@
 from __future__ import annotations
 
 import argparse
+import io
 import json
 import signal
 import sys
+from collections.abc import Sequence
 from typing import Any, NoReturn
+
+import tonekit
 
 from .. import _core
 from ._conversion import OPTIONS
-from ._words import clock, dither_note, errors_text
+from ._words import clock, dither_note, errors_text, printable
 
 _INTERRUPTED = 130
 
@@ -18,11 +22,13 @@ _DESCRIPTION = """\
 Converts all audio files of SOURCE into TARGET, each exactly once, and keeps books of them. The same command again goes on
 where it was. SOURCE is a folder or a list of addresses (.txt, .lst, .parquet); both may be paths or addresses such as
 s3://bucket/folder. "tonekit-batch status MANIFEST" shows what the books say, at any moment."""
+_USAGE = "tonekit-batch [options] SOURCE TARGET\n       tonekit-batch status MANIFEST"
 _EPILOG = "Exit status: 0 all done, 1 some failed, 2 wrong usage."
 
 
 def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser("tonekit-batch", description=_DESCRIPTION, epilog=_EPILOG, allow_abbrev=False)
+    parser = _Parser("tonekit-batch", usage=_USAGE, description=_DESCRIPTION, epilog=_EPILOG, allow_abbrev=False)
+    parser.add_argument("--version", action=_Version)
     parser.add_argument("source", metavar="SOURCE", help="folder or list of inputs")
     parser.add_argument("target", metavar="TARGET", help="folder of results")
     run = parser.add_argument_group("How it runs")
@@ -50,8 +56,29 @@ def _parser() -> argparse.ArgumentParser:
     return parser
 
 
+class _Parser(argparse.ArgumentParser):
+    """Says what is wrong in one line."""
+
+    def error(self, message: str) -> NoReturn:
+        self.exit(2, f"{self.prog}: {printable(message)} (--help shows the options)\n")
+
+
+class _Version(argparse.Action):
+    """Prints the version of the package, which takes a look at its files."""
+
+    def __init__(self, option_strings: Sequence[str], dest: str) -> None:
+        super().__init__(option_strings, dest, nargs=0, help="print the version")
+
+    def __call__(self, parser: argparse.ArgumentParser, *_: object) -> NoReturn:
+        print("tonekit-batch", tonekit.__version__)
+        parser.exit()
+
+
 def _json(text: str) -> dict[str, Any]:
-    value = json.loads(text)
+    try:
+        value = json.loads(text)
+    except ValueError:
+        value = None
     if not isinstance(value, dict) or not all(isinstance(part, dict) for part in value.values()):
         raise argparse.ArgumentTypeError("must be a JSON object of objects")
     return value
@@ -102,7 +129,7 @@ def _run(arguments: argparse.Namespace) -> int:
 
 def _summary_text(summary: dict[str, Any]) -> str:
     line = f"{summary['files']:,} files: {summary['done']:,} done"
-    for key, words in (("kept", "were done before"), ("failed", "failed"), ("repeated", "were named twice")):
+    for key, words in (("kept", "done before"), ("failed", "failed"), ("repeated", "named twice")):
         if summary[key]:
             line += f", {summary[key]:,} {words}"
     if summary["verified"]:
@@ -122,7 +149,7 @@ def _summary_text(summary: dict[str, Any]) -> str:
 def _status(words: list[str]) -> int:
     from ._status import status, text
 
-    parser = argparse.ArgumentParser("tonekit-batch status", description="Shows what a manifest says at this moment.")
+    parser = _Parser("tonekit-batch status", description="Shows what a manifest says at this moment.")
     parser.add_argument("manifest", metavar="MANIFEST", help="address of a manifest, or of the TARGET that holds it")
     parser.add_argument("--storage", metavar="JSON", type=_json, help="as for a run")
     parser.add_argument("--json", action="store_true", help="print it as JSON")
@@ -140,6 +167,9 @@ def main(words: list[str] | None = None) -> NoReturn:
     """Does what the command line says and exits."""
     words = sys.argv[1:] if words is None else words
     signal.signal(signal.SIGTERM, _end)
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        # Names that it lacks the characters for are no reason to fail.
+        sys.stdout.reconfigure(errors="backslashreplace")
     try:
         code = _status(words[1:]) if words[:1] == ["status"] else _run(_parser().parse_args(words))
     except KeyboardInterrupt:
@@ -148,13 +178,16 @@ def main(words: list[str] | None = None) -> NoReturn:
     except (ValueError, TypeError, FileNotFoundError, _core.FileError) as error:
         print(f"tonekit-batch: {_line(error)}", file=sys.stderr)
         code = 2
-    except (OSError, RuntimeError, ImportError) as error:
+    except Exception as error:
+        # Those of stores, databases and clusters are of many kinds, and people understand none of their traces.
         print(f"tonekit-batch: {_line(error)}", file=sys.stderr)
         code = 1
     sys.exit(code)
 
 
 def _line(error: Exception) -> str:
+    if isinstance(error, MemoryError):
+        return "not enough memory"
     if isinstance(error, OSError) and error.strerror and error.filename:
-        return f"{error.filename}: {error.strerror}"
-    return " ".join(str(error).split())
+        return printable(f"{error.filename}: {error.strerror}")
+    return printable(" ".join(str(error).split()) or type(error).__name__)

@@ -16,6 +16,7 @@ if TYPE_CHECKING:
     from .._file_options import ArchiveOptions
 
 ENGINES = ("local", "ray")
+_MOST = {"local": 1024, "ray": 100_000}  # workers
 
 
 def run(
@@ -41,9 +42,10 @@ def run(
     its result is gone from a folder of this machine. A file that can't be converted is a row of the manifest with its error,
     and so is one whose worker died three times with it.
 
-    :param source: a folder, or a list: a ``.txt`` or ``.lst`` file with an address a line, or a ``.parquet`` file. All may
-        be paths of this machine or addresses that fsspec reads (``s3://``, ``gs://``, ``http://`` and more). Files of folders
-        are taken as the program takes them: by extension, and without those that begin with a dot.
+    :param source: a folder, or a list: a ``.txt`` or ``.lst`` file with an address a line, or a ``.parquet`` file (or a folder of
+        that name with such files). All may be paths of this machine or, but for such a folder, addresses that fsspec reads
+        (``s3://``, ``gs://``, ``http://`` and more). Files of folders are taken as the program takes them: by extension, and
+        without those that begin with a dot.
     :param target: a folder or an address to which fsspec writes
     :param engine: ``"local"``, worker processes on this machine, or ``"ray"``, a Ray cluster
     :param workers: files in work at a time; None means all processors
@@ -69,8 +71,9 @@ def run(
     """
     if engine not in ENGINES:
         raise ValueError(f"engine must be one of: {', '.join(ENGINES)}, not {engine!r}")
-    if workers is not None and (isinstance(workers, bool) or not isinstance(workers, int) or not 1 <= workers <= 100_000):
-        raise ValueError(f"workers must be a whole number from 1 to 100000, not {workers!r}")
+    most = _MOST[engine]
+    if workers is not None and (isinstance(workers, bool) or not isinstance(workers, int) or not 1 <= workers <= most):
+        raise ValueError(f"workers must be a whole number from 1 to {most} with engine={engine!r}, not {workers!r}")
     if address is not None and engine != "ray":
         raise ValueError("address is of a Ray cluster: add engine='ray'")
     conversion = Conversion(options)

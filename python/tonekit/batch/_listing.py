@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import errno
 import os
 import posixpath
+import stat
 from collections import deque
 from collections.abc import Iterator
 from itertools import islice
@@ -14,6 +16,8 @@ from ._storage import Storage, Store, patiently, plain_address, protocol_of
 
 if TYPE_CHECKING:
     from concurrent.futures import Future
+
+    import pyarrow
 
 _LISTS = (".txt", ".lst")
 _SORTED = 100_000  # files of one folder that are put in order; the names of more aren't held in memory
@@ -32,7 +36,14 @@ class Entry(NamedTuple):
 
 def is_list(source: str) -> bool:
     """Whether a source holds addresses of inputs, and isn't their folder."""
+    if os.path.isdir(source):
+        return source.lower().endswith(".parquet") and bool(_parts(Store(source)))
     return source.lower().endswith((*_LISTS, ".parquet"))
+
+
+def _parts(store: Store) -> list[str]:
+    """The files of a folder that is one table."""
+    return [name for name in store.names() if name.endswith(".parquet")] if store.local else []
 
 
 def entries(
@@ -187,8 +198,9 @@ def _walk_elsewhere(store: Store, target: str) -> Iterator[Entry]:
 
 def _lines(store: Store) -> Iterator[str]:
     with store.open("") as file:
-        for line in file:
-            text = line.decode("utf-8", "surrogateescape").strip("\r\n")
+        for number, line in enumerate(file):
+            # Editors of some systems begin texts with a mark.
+            text = line.removeprefix(b"\xef\xbb\xbf" if number == 0 else b"").decode("utf-8", "surrogateescape").strip("\r\n")
             if text:
                 yield text
 
@@ -197,17 +209,29 @@ def _column(store: Store, column: str) -> Iterator[str]:
     import pyarrow
     import pyarrow.parquet as parquet
 
-    with store.open("") as stream:
-        try:
-            file = parquet.ParquetFile(stream)
-        except pyarrow.ArrowInvalid as error:
-            raise ValueError(f"{store.address} isn't a Parquet file: {error}") from None
-        if column not in file.schema_arrow.names:
-            raise ValueError(f"{store.address} has no column {column}; it has {', '.join(file.schema_arrow.names)}")
-        for batch in file.iter_batches(batch_size=4096, columns=[column]):
-            for value in batch.column(0).to_pylist():
-                if value:
-                    yield str(value)
+    for name in _parts(store) or [""]:
+        address = f"{store.address}/{name}" if name else store.address
+        with store.open(name) as stream:
+            try:
+                file = parquet.ParquetFile(stream)
+                _check_column(file.schema_arrow, column, address)
+                for batch in file.iter_batches(batch_size=4096, columns=[column]):
+                    yield from filter(None, batch.column(0).to_pylist())
+            except pyarrow.ArrowInvalid as error:
+                raise ValueError(f"{address} isn't a Parquet file: {error}") from None
+            except OSError as error:
+                raise OSError(errno.EIO, f"is damaged: {error}", address) from None
+
+
+def _check_column(schema: pyarrow.Schema, column: str, address: str) -> None:
+    from pyarrow import types
+
+    if column not in schema.names:
+        raise ValueError(f"{address} has no column {column}; it has {', '.join(schema.names)}")
+    kind = schema.field(column).type
+    text = kind.value_type if types.is_dictionary(kind) else kind
+    if not (types.is_string(text) or types.is_large_string(text)):
+        raise ValueError(f"{address} must have addresses in its column {column}, which is of {kind}")
 
 
 def _listed(lines: Iterator[str], folder: str, base: str | None, storage: Storage | None) -> Iterator[Entry]:
@@ -249,6 +273,8 @@ def facts(line: str, folder: str, base: str | None, storage: Storage | None) -> 
     try:
         if protocol_of(address) == "file":
             status = os.stat(address)
+            if not stat.S_ISREG(status.st_mode):
+                raise OSError(None, "isn't a file")
             return Entry(address, name, status.st_size, str(status.st_mtime_ns))
         store = Store(address, storage)
         info = patiently(lambda: store.fs.info(store.root))

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-import shutil
+import os
 import sys
 import threading
 import time
@@ -14,6 +14,8 @@ from ._statistics import Statistics
 from ._words import clock
 
 _BAR = 24
+_SHORTEST_BAR = 6
+_COLUMNS = 80  # of a terminal that has no size
 _BAR_SECONDS = 0.2
 _LINE_SECONDS = 10.0
 
@@ -68,17 +70,32 @@ class Progress:
             return
         self._due = now + (_BAR_SECONDS if self._terminal else _LINE_SECONDS)
         if self._terminal:
-            self._draw(self.line(bar=True))
+            self._write(f"\r{self.line(self._columns() - 1)}\x1b[K")
         else:
-            self._write(self.line(bar=False) + "\n")
+            self._write(self.line() + "\n")
 
     def close(self) -> None:
         """Clears the bar."""
         if self._terminal:
             self._write("\r\x1b[K")
 
-    def line(self, bar: bool) -> str:
-        """The state in one line."""
+    def line(self, columns: int | None = None) -> str:
+        """The state in one line; in so many columns it begins with a bar, if there is room, and ends where there is none."""
+        parts = self._parts()
+        text = ", ".join(parts)
+        share = self._share()
+        if columns is None:
+            return text
+        room = min(_BAR, columns - len(text) - 3)
+        if share is not None and room >= _SHORTEST_BAR:
+            return f"[{'#' * int(share * room):{room}}] {text}"
+        while len(parts) > 1 and len(text) > columns:
+            parts.pop()
+            text = ", ".join(parts)
+        return text[:columns]
+
+    def _parts(self) -> list[str]:
+        """What there is to say, the most important first."""
         s = self._statistics
         seconds = max(s.seconds, 1e-9)
         finished = s.done + s.kept + s.failed + s.repeated
@@ -87,14 +104,10 @@ class Progress:
         parts.append(f"{s.audio_seconds / seconds:,.0f} times real time")
         if s.failed:
             parts.append(f"{s.failed:,} failed")
-        share = self._share()
         if s.total and s.bytes_in > s.bytes_kept:
             left = max(0, s.total[1] - s.bytes_in) / (s.bytes_in - s.bytes_kept) * seconds
             parts.append(f"{clock(left)} left")
-        text = ", ".join(parts)
-        if not bar or share is None:
-            return text
-        return f"[{'#' * int(share * _BAR):{_BAR}}] {text}"
+        return parts
 
     def _share(self) -> float | None:
         """The part that is done, by bytes, or by files if they have none."""
@@ -105,9 +118,12 @@ class Progress:
         part = s.bytes_in / size if size else (s.done + s.kept + s.failed) / max(files, 1)
         return min(part, 1.0)
 
-    def _draw(self, line: str) -> None:
-        width = shutil.get_terminal_size().columns - 1
-        self._write(f"\r{line[:width]}\x1b[K")
+    def _columns(self) -> int:
+        """Those of the terminal that the stream is, which need not be that of the standard output."""
+        try:
+            return os.get_terminal_size(self._stream.fileno()).columns or _COLUMNS
+        except OSError:
+            return _COLUMNS
 
     def _write(self, text: str) -> None:
         try:

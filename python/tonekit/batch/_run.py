@@ -18,6 +18,7 @@ from ._progress import Count, Progress
 from ._schedule import Schedule
 from ._scratch import Scratch
 from ._shards import Shards, files_of
+from ._states import PREFIX, states
 from ._statistics import Statistics
 from ._storage import Storage, Store, plain_address
 from ._work import Item, Outcome, failed
@@ -156,7 +157,7 @@ class Run:
             return None
         if self._verify and booked.target_size is not None and booked.target_digest is not None:
             return item._replace(expected=(booked.target_size, booked.target_digest))
-        if self.target.local and not os.path.exists(self.target.path(name)):
+        if self.target.local and not os.path.isfile(self.target.path(name)):
             return item
         self.statistics.keep(entry.size)
         return None
@@ -209,7 +210,7 @@ class Run:
             "total": self.statistics.total,
             **self.statistics.summary(),
         }
-        self._write_json(f"_run-{self.name}.json", state)
+        self._write_json(f"{PREFIX}{self.name}.json", state)
 
     def _write_json(self, name: str, value: object) -> None:
         self.manifest.write(json.dumps(value, indent=1, ensure_ascii=False).encode(), name)
@@ -227,18 +228,13 @@ class Run:
     def _remove_states(self) -> None:
         """Removes the states of this run and of those that ended or died."""
         self.manifest.remove_left_behind()
-        for name in self.manifest.names():
-            if not name.startswith("_run-"):
-                continue
-            try:
-                state = json.loads(self.manifest.read(name))
-                gone = state["ended"] or time.time() - state["updated"] > _OLD_SECONDS
-            except (FileNotFoundError, ValueError, KeyError):
-                continue
-            if gone:
+        for name, state in states(self.manifest):
+            if state["ended"] or time.time() - state["updated"] > _OLD_SECONDS:
                 self.manifest.remove(name)
 
 
 def wants_progress(show: bool | None) -> bool:
     """Whether progress is shown where the caller doesn't say: on a terminal."""
+    if sys.stderr is None:
+        return False
     return sys.stderr.isatty() if show is None else show

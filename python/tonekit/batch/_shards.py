@@ -16,6 +16,7 @@ from ._storage import Store
 
 Row = Mapping[str, Any]
 
+_PREFIXES = ("part-", "manifest-")
 _SHARD_ROWS = 20_000
 _SHARD_SECONDS = 5.0  # of finished work that a killed driver leaves out of the books at most
 _SHARDS = 64  # shards of a run that are put together
@@ -23,8 +24,8 @@ _TOGETHER = 100_000  # rows that are in memory for it at most
 
 
 def files_of(store: Store) -> list[str]:
-    """The names of a manifest's Parquet files."""
-    return [name for name in store.names() if name.endswith(".parquet")]
+    """The names of a manifest's Parquet files; others in its folder are their owner's."""
+    return [name for name in store.names() if name.startswith(_PREFIXES) and name.endswith(".parquet")]
 
 
 class Shards:

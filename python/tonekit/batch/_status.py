@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import json
 import os
 import time
 from typing import Any
@@ -11,6 +10,8 @@ import pyarrow
 import pyarrow.compute as compute
 
 from ._books import Books
+from ._shards import files_of
+from ._states import PREFIX, states
 from ._storage import Storage, Store
 from ._words import clock, dither_note, errors_text
 
@@ -55,7 +56,7 @@ def _store(manifest: str | os.PathLike[str], storage: Storage | None) -> Store:
 
     given = Store(manifest, storage)
     for store in (given, given.child(MANIFEST)):
-        if any(name.endswith(".parquet") or name.startswith("_run-") for name in store.names()):
+        if files_of(store) or any(name.startswith(PREFIX) for name in store.names()):
             return store
     raise FileNotFoundError(2, "there is no manifest", given.address)
 
@@ -83,13 +84,7 @@ def _add(totals: dict[str, Any], errors: dict[str, int], examples: dict[str, str
 
 def _runs(store: Store) -> list[dict[str, Any]]:
     runs = []
-    for name in store.names():
-        if not name.startswith("_run-"):
-            continue
-        try:
-            state = json.loads(store.read(name))
-        except (FileNotFoundError, ValueError):
-            continue  # it ended just now
+    for _, state in states(store):
         if not state["ended"]:
             state["silent"] = max(0.0, time.time() - state["updated"])
             runs.append(state)

@@ -65,8 +65,12 @@ def plain_address(address: str | os.PathLike[str]) -> str:
         raise TypeError(f"an address must be a text or a path, not {address!r}")
     if not text or "\0" in text:
         raise ValueError(f"an address must not be empty or hold a null character: {text!r}")
+    if any("\ud800" <= character <= "\udfff" for character in text):
+        raise ValueError(f"an address must be in UTF-8, not {text!r}")
     if protocol_of(text) == "file":
         return os.path.abspath(text.removeprefix("file://"))
+    if not text.partition("://")[2].strip("/"):
+        raise ValueError(f"an address must name something after ://, not {text!r}")
     return text.rstrip("/")
 
 

@@ -139,6 +139,8 @@ class Worker:
                 Store(item.source, self._job.storage).fetch("", source)
             if self._target.local:
                 result = self._target.path(item.name)
+                if os.path.isdir(result):
+                    raise _core.FileError(f"{result}: there is a folder of that name")
                 self._make_folder(os.path.dirname(result))
                 return self._booked(source, result)
             result = self._temporary("out", item.name, temporary)
