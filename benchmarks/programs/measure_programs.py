@@ -26,10 +26,11 @@ SHORT_SECONDS = 3
 
 
 class Row:
-    """A job: ours and each peer's commands for it. `note` says how a peer's work differs, where it does."""
+    """A job: ours and each peer's commands for it. `note` says how a peer's work differs, where it does; of a `coded` file,
+    whose size depends on the coder, how much larger the peer's is."""
 
-    def __init__(self, name, ours):
-        self.name, self.ours, self.peers = name, ours, []
+    def __init__(self, name, ours, coded=None):
+        self.name, self.ours, self.peers, self.coded = name, ours, [], coded
 
     def beside(self, name, *commands, note=""):
         self.peers.append((name, list(commands), note))
@@ -73,14 +74,21 @@ def rows(converter, folder, seconds, count):
     into, out = at("44100.flac"), at("out.flac")
     level = ("-compression_level", "5")
     yield (
-        Row("FLAC to FLAC 48000, 24 bits", ours("-r", "48000", "-b", "24", "--compression", "5", into, out))
+        Row("FLAC to FLAC 48000, 24 bits", ours("-r", "48000", "-b", "24", "--compression", "5", into, out), coded=out)
         .beside("sox rate -v", ["sox", "-D", into, "-b", "24", "-C", "5", out, "rate", "-v", "48000"])
-        .beside("ffmpeg, soxr", ffmpeg(into, out, *SOXR, "-ar", "48000", "-sample_fmt", "s32", *level), note=CODER)
+    )
+    # A coder of another make has other levels: ours is the one whose files are as small as those of ffmpeg's level.
+    yield (
+        Row("FLAC to FLAC 48000, 24 bits, level 4", ours("-r", "48000", "-b", "24", "--compression", "4", into, out), coded=out)
+        .beside("ffmpeg, soxr, level 5", ffmpeg(into, out, *SOXR, "-ar", "48000", "-sample_fmt", "s32", *level), note=CODER)
     )
     yield (
-        Row("FLAC to FLAC, coded anew", ours("--compression", "8", "--dither", "off", into, out))
+        Row("FLAC to FLAC, coded anew", ours("--compression", "8", "--dither", "off", into, out), coded=out)
         .beside("flac -8", ["flac", "-s", "-f", "-8", into, "-o", out])
-        .beside("ffmpeg", ffmpeg(into, out, "-compression_level", "8"), note=CODER)
+    )
+    yield (
+        Row("FLAC to FLAC, coded anew at level 4", ours("--compression", "4", "--dither", "off", into, out), coded=out)
+        .beside("ffmpeg, level 8", ffmpeg(into, out, "-compression_level", "8"), note=CODER)
     )
     files = [(os.path.join(at("short"), name), os.path.join(at("out"), name)) for name in short]
     loops = {
@@ -107,12 +115,15 @@ def rows(converter, folder, seconds, count):
 
 
 def measure(row, turns, peers):
-    """Spent by us and by each peer, turn by turn."""
+    """Spent by us and by each peer, turn by turn; bytes of the file that each leaves, if it is coded."""
     spent = {"": []} | {name: [] for name, _, _ in peers}
+    size = {}
     for _ in range(turns):
         for name, commands in [("", row.ours)] + [(name, commands) for name, commands, _ in peers]:
             spent[name].append(Spent(commands))
-    return spent
+            if row.coded:
+                size[name] = os.path.getsize(row.coded)
+    return spent, size
 
 
 def say(name, spent, ratio, note=""):
@@ -137,9 +148,12 @@ def works(peer):
 
 def report(row, turns, files):
     peers = [peer for peer in row.peers if works(peer)]
-    spent = measure(row, turns, peers)
+    spent, size = measure(row, turns, peers)
     say(row.name, spent[""], None)
     for name, _, note in peers:
+        if row.coded:
+            larger = f"file {100 * (size[name] / size[''] - 1):+.1f} %"
+            note = f"{note}, {larger}" if note else larger
         ratio = statistics.median(b.processor / a.processor for a, b in zip(spent[""], spent[name]))
         say("  " + name, spent[name], ratio, note)
         line = {
@@ -149,6 +163,8 @@ def report(row, turns, files):
             "ours_mib": median(spent[""], "memory"), "beside_mib": median(spent[name], "memory"),
             "turns": turns, "note": note,
         }
+        if row.coded:
+            line |= {"ours_bytes": size[""], "beside_bytes": size[name]}
         append_row(files, line)
 
 
