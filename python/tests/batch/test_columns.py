@@ -40,6 +40,8 @@ def test_columns_are_those_of_pyarrow(kind: pyarrow.DataType) -> None:
             made.validate(full=True)
             assert made.equals(pyarrow.array(values, kind)), (count, values)
             assert made.null_count == values.count(None)
+    for value in given:
+        assert column_of([value] * 70, kind).equals(pyarrow.array([value] * 70, kind))
 
 
 @pytest.mark.parametrize(

@@ -196,8 +196,8 @@ class Books:
 
 def encoded(rows: list[Row]) -> bytes:
     """The bytes of a Parquet file of these rows."""
-    columns = [column_of([row.get(field.name) for row in rows], field.type) for field in SCHEMA]
-    return _bytes_of(pyarrow.Table.from_arrays(columns, schema=SCHEMA))
+    columns = (([row.get(name) for row in rows], kind) for name, kind in zip(SCHEMA.names, SCHEMA.types, strict=True))
+    return _bytes_of(pyarrow.Table.from_arrays([column_of(*column) for column in columns], schema=SCHEMA))
 
 
 def joined(store: Store, names: list[str]) -> bytes:
