@@ -119,6 +119,8 @@ private:
             (track_ ? track_->title : sheet_.title) = value;
         } else if (command == "performer") {
             (track_ ? track_->performer : sheet_.performer) = value;
+        } else if (command == "isrc" && track_) {
+            track_->isrc = value;
         } else if (command == "rem" && words.size() > 2 && !track_ &&
                    (Lower(value) == "date" || Lower(value) == "genre")) {
             sheet_.remarks.emplace_back(Lower(value) == "date" ? "DATE" : "GENRE", words[2]);

@@ -11,8 +11,9 @@ namespace tonekit::host {
 struct CueTrack {
     unsigned number = 0;
     uint64_t position = 0; // of its music, in 100 ns of its file
-    std::string title;     // may be empty, as may be the performer
+    std::string title;     // may be empty, as may be all that follow
     std::string performer;
+    std::string isrc = {};
 };
 
 struct CueFile {

@@ -10,6 +10,7 @@
 #include "host/tags/flac_cue_sheet.h"
 #include "host/tags/tag_reader.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -131,8 +132,14 @@ FileTrack TrackOf(const Plan &plan, size_t index, const Tags &tags)
         result.tags.emplace_back("ARTIST", track.performer);
     else
         ifMissing("ARTIST", plan.album.performer);
-    if (!track.performer.empty() && track.performer != plan.album.performer)
+    // All tracks of an album say whose it is, or none does.
+    const bool hasGuests = std::any_of(plan.tracks.begin(), plan.tracks.end(), [&](const CueTrack &other) {
+        return !other.performer.empty() && other.performer != plan.album.performer;
+    });
+    if (hasGuests)
         ifMissing("ALBUMARTIST", plan.album.performer);
+    if (!track.isrc.empty())
+        result.tags.emplace_back("ISRC", track.isrc);
     for (const auto &[key, value] : plan.album.remarks)
         ifMissing(key, value);
     return result;

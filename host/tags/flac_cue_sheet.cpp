@@ -5,6 +5,7 @@
 #include "host/system/paths.h"
 #include "host/system/platform.h"
 
+#include <algorithm>
 #include <cstring>
 #include <tonekit/tags.h>
 
@@ -22,6 +23,13 @@ uint64_t BigEndian(const uint8_t *bytes, size_t count)
     for (size_t i = 0; i < count; ++i)
         number = number << 8 | bytes[i];
     return number;
+}
+
+// Twelve letters, or as many zeros.
+std::string IsrcOf(const uint8_t *field)
+{
+    const auto *const text = reinterpret_cast<const char *>(field);
+    return std::string(text, std::find(text, text + 12, '\0'));
 }
 
 std::vector<CueTrack> TracksIn(const std::vector<uint8_t> &block, uint32_t rate)
@@ -47,7 +55,7 @@ std::vector<CueTrack> TracksIn(const std::vector<uint8_t> &block, uint32_t rate)
         const bool audio = (track[21] & 0x80) == 0;
         const uint64_t position = SamplesToN100nS(start, rate);
         if (audio && (tracks.empty() || position > tracks.back().position))
-            tracks.push_back({track[8], position, "", ""});
+            tracks.push_back({track[8], position, "", "", IsrcOf(track + 9)});
     }
     return tracks;
 }

@@ -4,11 +4,12 @@
 namespace tonekit::host::test {
 namespace {
 
-constexpr const char *kSheet = "PERFORMER \"Trio\"\nTITLE \"All\"\nREM DATE 1999\nFILE \"x.wav\" WAVE\n"
-                               "TRACK 01 AUDIO\nTITLE \"One\"\nINDEX 01 00:00:10\n"
-                               "TRACK 02 AUDIO\nTITLE \"Two: b/c\"\nPERFORMER \"Guest\"\nINDEX 00 00:00:70\n"
-                               "INDEX 01 00:01:01\n"
-                               "TRACK 03 AUDIO\nINDEX 01 00:02:37\n";
+constexpr const char *kSheet =
+    "PERFORMER \"Trio\"\nTITLE \"All\"\nREM DATE 1999\nFILE \"x.wav\" WAVE\n"
+    "TRACK 01 AUDIO\nTITLE \"One\"\nINDEX 01 00:00:10\n"
+    "TRACK 02 AUDIO\nTITLE \"Two: b/c\"\nPERFORMER \"Guest\"\nISRC DEX010000002\nINDEX 00 00:00:70\n"
+    "INDEX 01 00:01:01\n"
+    "TRACK 03 AUDIO\nINDEX 01 00:02:37\n";
 // Its places in frames of 1/75 s, of which the first file takes what is before the first.
 const std::vector<size_t> kPlaces = {0, 76, 187};
 
@@ -50,10 +51,14 @@ TEST_F(Splitting, ByACueSheetBesideTheFileIsExact)
                   frames(kPlaces[2]) - frames(kPlaces[1]));
     }
     const std::string info = Info("out/02 Two_ b_c.flac");
-    for (const char *line : {"TITLE       Two: b/c", "ARTIST      Guest", "ALBUM       All",
-                             "ALBUMARTIST Trio", "DATE        1999", "TRACKNUMBER 2", "TRACKTOTAL  3"})
+    for (const char *line :
+         {"TITLE       Two: b/c", "ARTIST      Guest", "ALBUM       All", "ALBUMARTIST Trio",
+          "ISRC        DEX010000002", "DATE        1999", "TRACKNUMBER 2", "TRACKTOTAL  3"})
         EXPECT_NE(info.find(line), std::string::npos) << line << "\n" << info;
-    EXPECT_NE(Info("out/01 One.flac").find("ARTIST      Trio"), std::string::npos);
+    const std::string first = Info("out/01 One.flac");
+    EXPECT_NE(first.find("\n  ARTIST      Trio"), std::string::npos) << first;
+    EXPECT_NE(first.find("ALBUMARTIST Trio"), std::string::npos) << first;
+    EXPECT_EQ(first.find("ISRC"), std::string::npos) << first;
     EXPECT_EQ(Info("out/03 album.flac").find("TITLE"), std::string::npos);
 }
 
