@@ -149,7 +149,7 @@ std::string InfoJson(const std::vector<FileInfo> &infos)
         files.Add(InfoOfFileJson(info));
         ok = ok && info.error.empty();
     }
-    return JsonText({{"ok", ok}, {"files", std::move(files)}});
+    return JsonText({{"ok", ok}, {"error", Json()}, {"files", std::move(files)}});
 }
 
 } // namespace tonekit::host

@@ -6,6 +6,7 @@
 #include "host/jobs.h"
 #include "host/open_source.h"
 #include "host/processing/bodies.h"
+#include "host/report/report.h"
 #include "host/system/failure.h"
 #include "host/system/memory_limit.h"
 #include "host/system/paths.h"
@@ -113,6 +114,19 @@ void Complain(const std::string &text)
     Print(stderr, "tonekit-convert: " + TerminalText(text) + "\n");
 }
 
+// Programs that read the report get one where nothing was done, too.
+int Report(const Options &options, int status, const std::string &error)
+{
+    Complain(error + (status == 2 ? " (see --help)" : ""));
+    try {
+        if (options.json)
+            Print(options.output == kStandardStream ? stderr : stdout, FailureJson(error) + "\n");
+    } catch (const std::bad_alloc &) {
+        // The line has to do.
+    }
+    return status;
+}
+
 } // namespace
 
 int Main(int argc, char **argv)
@@ -120,23 +134,22 @@ int Main(int argc, char **argv)
     KeepStandardStreams();
     SilenceLibraries();
     KeepFreedMemory();
+    Options options;
     try {
-        const int status = Run(ParseOptions(Utf8Arguments(argc, argv)));
+        options = ParseOptions(Utf8Arguments(argc, argv));
+        const int status = Run(options);
         if (std::ferror(stdout))
             throw Failure("standard output can't be written");
         return status;
     } catch (const UsageError &error) {
-        Complain(error.what() + std::string(" (see --help)"));
-        return 2;
+        return Report(options, 2, error.what());
     } catch (const Interrupted &) {
         Complain("interrupted");
         EndAsInterrupted();
     } catch (const std::bad_alloc &) {
-        Complain("not enough memory");
-        return 1;
+        return Report(options, 1, "not enough memory");
     } catch (const std::exception &error) {
-        Complain(error.what());
-        return 1;
+        return Report(options, 1, error.what());
     }
 }
 

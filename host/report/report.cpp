@@ -106,10 +106,21 @@ std::string ReportJson(const std::vector<ConversionReport> &reports, double seco
         files.Add(ConversionJson(report));
     }
     return JsonText({{"ok", ok},
+                     {"error", Json()},
                      {"files", std::move(files)},
                      {"frames", frames},
                      {"seconds", seconds},
                      {"speed", seconds > 0 ? audioSeconds / seconds : 0}});
+}
+
+std::string FailureJson(const std::string &error)
+{
+    return JsonText({{"ok", false},
+                     {"error", error},
+                     {"files", Json::Array()},
+                     {"frames", 0},
+                     {"seconds", 0.0},
+                     {"speed", 0.0}});
 }
 
 } // namespace tonekit::host

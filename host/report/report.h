@@ -85,5 +85,7 @@ std::string ReportText(const ConversionReport &report);
 std::string FinishedText(const ConversionReport &report);
 // One JSON object for one file or many; `seconds` is what they took together.
 std::string ReportJson(const std::vector<ConversionReport> &reports, double seconds);
+// The same where nothing was done at all, and why.
+std::string FailureJson(const std::string &error);
 
 } // namespace tonekit::host

@@ -122,6 +122,41 @@ TEST_F(Failures, AreToldInJsonToo)
         EXPECT_EQ(file.at(member), nullptr) << member;
 }
 
+TEST_F(Failures, OfAllAreToldInJsonToo)
+{
+    const std::string none = folder / "none.wav";
+    const std::string in = folder / "good.wav";
+    const Json nothing = {
+        {"ok", false}, {"files", Json::array()}, {"frames", 0}, {"seconds", 0.0}, {"speed", 0.0}};
+    const struct {
+        int status;
+        std::string error;
+        std::vector<std::string> names;
+    } runs[] = {
+        {1, none + ": no such file", {in, none, folder / "out"}},
+        {2, in + " and " + in + " would both become " + (folder / "out/good.wav"), {in, in, folder / "out"}},
+        {1,
+         (folder / "none.png") + ": no such file",
+         {"--cover", folder / "none.png", in, folder / "out.flac"}},
+        {1, (folder / "empty") + ": the folder holds no audio files", {"--info", folder / "empty"}},
+    };
+    std::filesystem::create_directory(folder / "empty");
+    for (const auto &run : runs) {
+        std::vector<std::string> arguments = run.names;
+        arguments.insert(arguments.begin(), "--json");
+        const Outcome outcome = RunHost(arguments);
+        EXPECT_EQ(outcome.status, run.status);
+        Json expected = nothing;
+        expected["error"] = run.error;
+        EXPECT_EQ(Json::parse(outcome.out), expected) << outcome.out;
+        EXPECT_NE(outcome.err.find(run.error), std::string::npos) << outcome.err;
+    }
+    // Where audio goes to standard output, the report doesn't.
+    const Outcome outcome = RunHost({"--json", "--cover", folder / "none.png", "-t", "wav", in, "-"});
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.err.find("\"ok\": false"), std::string::npos) << outcome.err;
+}
+
 TEST_F(Failures, OfInformationAreToldInJsonToo)
 {
     const Outcome outcome = RunHost({"--info", "--json", folder / "good.wav", folder / "none.wav"});

@@ -400,7 +400,8 @@ TEST(Program, JsonIsOneObjectOfWhatWasDone)
                        {"albumReplaygain", nullptr},
                        {"hash", nullptr},
                        {"warnings", Json::array()}};
-    EXPECT_EQ(json, (Json{{"ok", true}, {"files", Json::array({file})}, {"frames", 48000}}));
+    EXPECT_EQ(json,
+              (Json{{"ok", true}, {"error", nullptr}, {"files", Json::array({file})}, {"frames", 48000}}));
 }
 
 // What the file holds, letter for letter, and nothing that nobody knows.
