@@ -83,7 +83,7 @@ nb::object Stream::Run(nb::handle array, bool last, bool flat)
         return nb::none();
     }
     ResultArray result = NewResult();
-    {
+    try {
         const GilRelease released;
         SignalCheck signals;
         if (samples && last)
@@ -92,6 +92,9 @@ nb::object Stream::Run(nb::handle array, bool last, bool flat)
             WriteArray(*samples, result, signals);
         if (last)
             Finish(result, signals);
+    } catch (...) {
+        ended_ = true; // results are lost, so nothing that follows would be right
+        throw;
     }
     if (result.frames() == 0 && !last)
         return nb::none();

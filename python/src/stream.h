@@ -33,7 +33,7 @@ public:
     // Converts the frames of an array and, if `last` says so, ends the stream. `flat` makes the result an
     // array of one dimension; None is an array of no frames while the stream goes on. Releases the
     // GIL meanwhile, unless a short array only waits for more. Throws nb::python_error with RuntimeError if
-    // another thread is in here, or the stream has ended.
+    // another thread is in here, or the stream has ended. An exception of the work ends the stream.
     nanobind::object Run(nanobind::handle array, bool last, bool flat);
 
     // Ends the stream without its last frames. Throws as Run does if another thread is in here.

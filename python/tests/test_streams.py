@@ -132,6 +132,36 @@ def test_memory_that_runs_out_inside_the_library_is_a_memory_error() -> None:
     assert (run.returncode, run.stdout) == (0, "went on\n"), run.stderr
 
 
+_CUT_SHORT = """
+import signal, numpy as np, tonekit
+def stop(*_):
+    raise KeyError("enough")
+signal.signal(signal.SIGALRM, stop)
+for write in ("write", "flush"):
+    converter = tonekit.Converter(44100, 48000, in_channels=2)
+    signal.setitimer(signal.ITIMER_REAL, 0.2)
+    try:
+        while True:
+            converter.write(np.broadcast_to(np.float32(0), (44100 * 600, 2)))
+    except KeyError:
+        pass
+    try:
+        converter.flush() if write == "flush" else converter.write(np.zeros((1, 2), np.float32))
+    except RuntimeError as error:
+        print(error)
+"""
+
+
+def test_a_stream_that_was_cut_short_is_not_gone_on_with() -> None:
+    run = subprocess.run([sys.executable, "-c", _CUT_SHORT], capture_output=True, text=True, timeout=60)
+    assert run.stdout == "this stream has ended: make another one\n" * 2, run.stderr
+    converter = tonekit.Converter(44100, 48000, in_channels=2)
+    for wrong in (np.zeros((3, 3), np.float32), np.zeros((3, 2))):
+        with pytest.raises((TypeError, ValueError)):
+            converter.write(wrong)
+    assert len(converter.write(np.zeros((441, 2), np.float32))) + len(converter.flush()) == 480
+
+
 _LEFT_AT_WORK = """
 import sys, threading, time, numpy as np, tonekit
 x = np.zeros((44100, 2), np.float32)

@@ -231,7 +231,8 @@ class Converter:
 
         :param x: samples of the converter's type, of shape ``(frames, in_channels)``, or ``(frames,)`` for one channel.
             With one channel in and out, the first block decides whether results have one dimension or two.
-        :raises RuntimeError: after :meth:`flush`, or while another thread is using this converter
+        :raises RuntimeError: after :meth:`flush`, or while another thread is using this converter. MemoryError and what
+            signals raise, as KeyboardInterrupt, end the stream, since results are lost; ValueError and TypeError don't.
         """
         if type(x) is np.ndarray and x.dtype is self._in_numpy and x.ndim == self._in_dimensions and x.flags.aligned:
             array = x  # the usual block, of which the extension checks the rest
