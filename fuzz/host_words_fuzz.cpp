@@ -8,6 +8,7 @@
 #include "host/name_template.h"
 #include "host/system/failure.h"
 #include "host/system/paths.h"
+#include "host/system/terminal_text.h"
 #include "host/tags/cue_sheet.h"
 #include "host/tags/tag_block.h"
 
@@ -38,8 +39,7 @@ void CheckName(const std::string &name)
 {
     Require(!name.empty() && name.size() <= 200 && name.find_first_of("/\\:*?\"<>|") == std::string::npos);
     Require(name.front() != '.' && name.front() != ' ' && name.back() != '.' && name.back() != ' ');
-    for (const char c : name)
-        Require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
+    Require(TerminalText(name) == name);
     Require(SafeName(name) == name);
 }
 

@@ -134,6 +134,7 @@ int Main(int argc, char **argv)
     KeepStandardStreams();
     SilenceLibraries();
     KeepFreedMemory();
+    ReserveStack();
     Options options;
     try {
         options = ParseOptions(Utf8Arguments(argc, argv));

@@ -3,6 +3,7 @@
 
 #include "host/system/failure.h"
 #include "host/system/paths.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -154,12 +155,8 @@ std::string SafeName(const std::string &text)
 {
     constexpr size_t kLongest = 200; // bytes; file systems take 255, and an extension follows
     std::string name;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        name += byte < 0x20 || byte == 0x7F || std::string_view("/\\:*?\"<>|").find(c) != std::string::npos
-                    ? '_'
-                    : c;
-    }
+    for (const char c : WithoutOrders(text))
+        name += std::string_view("/\\:*?\"<>|").find(c) != std::string::npos ? '_' : c;
     name.erase(0, std::min(name.find_first_not_of(' '), name.size()));
     name.erase(name.find_last_not_of(". ") + 1);
     // A dot at the start would hide the file.

@@ -1,8 +1,9 @@
 // json.cpp: JSON text that is safe to show.
 #include "host/report/json.h"
 
+#include "host/system/terminal_text.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -17,23 +18,15 @@ std::string ScalarText(const nlohmann::json &value)
 
 std::string StringText(const std::string &value)
 {
-    const std::string text = ScalarText(value);
-    std::string safe;
-    safe.reserve(text.size());
-    // What is left to escape: delete, and U+0080 to U+009F, whose first byte is 0xC2.
-    for (size_t i = 0; i < text.size(); ++i) {
-        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-        const bool isC1 = text[i] == '\xC2' && next >= 0x80 && next <= 0x9F;
-        if (text[i] != '\x7F' && !isC1) {
-            safe += text[i];
-            continue;
-        }
-        char escape[8];
-        std::snprintf(escape, sizeof(escape), "\\u%04x", isC1 ? next : 0x7Fu);
-        safe += escape;
-        i += isC1 ? 1 : 0;
+    std::string text;
+    for (const char c : ScalarText(value)) {
+        if (c == '\x7F')
+            text += "\\u007f";
+        else
+            text += c;
     }
-    return safe;
+    // The others have the same escapes there.
+    return TerminalText(text);
 }
 
 void NewLine(std::string &text, int depth)

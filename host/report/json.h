@@ -71,7 +71,8 @@ struct Json::Member {
 };
 
 // The text of a value, two blanks deeper for each level. Ill-formed UTF-8 in strings becomes U+FFFD, numbers
-// that JSON lacks become null, and control characters are escaped, so that a terminal doesn't obey them.
+// that JSON lacks become null; control characters and marks that turn the direction of writing are escaped,
+// so that a terminal doesn't obey them.
 std::string JsonText(const Json &value);
 // The same in one line.
 std::string JsonLine(const Json &value);

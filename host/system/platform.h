@@ -89,6 +89,10 @@ void SilenceLibraries();
 // asking for it again, which costs a fifth of the time of short files.
 void KeepFreedMemory();
 
+// Gives the stacks of this thread and of those that are started later the room that encoders take of them,
+// also where the user allows less at first, or memory comes to its end while the stack would grow.
+void ReserveStack();
+
 // The arguments after the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.
 std::vector<std::string> Utf8Arguments(int argc, char **argv);

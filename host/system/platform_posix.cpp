@@ -3,6 +3,7 @@
 
 #include "host/system/terminal_drawing.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -15,9 +16,12 @@
 #include <locale.h>
 #include <malloc.h>
 #include <memory>
+#include <pthread.h>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -63,6 +67,29 @@ std::FILE *ownMessages = nullptr;
 ssize_t Swallow(void *, const char *, size_t size)
 {
     return static_cast<ssize_t>(size);
+}
+#endif
+
+// More than libraries take of a stack at once: of Ogg Vorbis 256 KiB.
+constexpr size_t kStackInUse = size_t{512} << 10;
+
+// The system gives the place in a stack that is used, and all before it.
+[[gnu::noinline]] void GrowStack()
+{
+    volatile unsigned char room[kStackInUse];
+    room[0] = 0;
+    static_cast<void>(room[0]);
+}
+
+#ifdef __GLIBC__
+void SetStackOfThreads(size_t size)
+{
+    pthread_attr_t attributes;
+    if (pthread_getattr_default_np(&attributes) != 0)
+        return;
+    if (pthread_attr_setstacksize(&attributes, size) == 0)
+        pthread_setattr_default_np(&attributes);
+    pthread_attr_destroy(&attributes);
 }
 #endif
 
@@ -282,6 +309,28 @@ void KeepFreedMemory()
     mallopt(M_MMAP_THRESHOLD, 4 << 20);
     mallopt(M_TRIM_THRESHOLD, 16 << 20);
 #endif
+}
+
+void ReserveStack()
+{
+    constexpr size_t kStack = 4 * kStackInUse;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_STACK, &limit) != 0)
+        return;
+    if (limit.rlim_cur < kStack) {
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, kStack);
+        setrlimit(RLIMIT_STACK, &limit);
+#ifdef __GLIBC__
+        SetStackOfThreads(static_cast<size_t>(limit.rlim_cur));
+#endif
+    }
+    // Only a look: where there is no memory, the stack can't grow.
+    void *const room = mmap(nullptr, kStackInUse, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED)
+        return;
+    munmap(room, kStackInUse);
+    if (limit.rlim_cur >= 2 * kStackInUse)
+        GrowStack();
 }
 
 void SilenceLibraries()

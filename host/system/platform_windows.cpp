@@ -281,6 +281,11 @@ void KeepFreedMemory()
     // The system's heap does so by itself.
 }
 
+void ReserveStack()
+{
+    // The program's file says how large stacks are.
+}
+
 void SilenceLibraries()
 {
     // There is no way to put another stream in the place of the C library's own.

@@ -80,6 +80,20 @@ std::string TerminalText(const std::string &text, bool lines)
     return shown;
 }
 
+std::string WithoutOrders(const std::string &text)
+{
+    std::string rest;
+    for (size_t i = 0; i < text.size();) {
+        const Character character = First(text, i);
+        if (character.bytes == 0 || IsObeyed(character.code))
+            rest += '_';
+        else
+            rest.append(text, i, character.bytes);
+        i += character.bytes > 0 ? character.bytes : 1;
+    }
+    return rest;
+}
+
 size_t ColumnsOf(const std::string &text)
 {
     size_t columns = 0;

@@ -11,6 +11,9 @@ namespace tonekit::host {
 // `lines`, line feeds stay.
 std::string TerminalText(const std::string &text, bool lines = false);
 
+// The text with an underscore in the place of each such character or byte.
+std::string WithoutOrders(const std::string &text);
+
 // The columns that a text takes on a terminal: East Asian characters and pictures take two, marks that join
 // the character before them none.
 size_t ColumnsOf(const std::string &text);

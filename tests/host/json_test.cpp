@@ -28,6 +28,8 @@ TEST(Json, FitsIntoALineWhereAsked)
 TEST(Json, EscapesWhatATerminalWouldObey)
 {
     EXPECT_EQ(JsonText("a\"b\\c\nd\x1F\x7F"), "\"a\\\"b\\\\c\\nd\\u001f\\u007f\"");
+    EXPECT_EQ(JsonLine("\u202Egnp.wav\u2028\u2066\u200E\u200D"),
+              "\"\\u202egnp.wav\\u2028\\u2066\\u200e\u200D\"");
     EXPECT_EQ(JsonText("\xC2\x80\xC2\x9B\xC2\x9F\xC2\xA0"), "\"\\u0080\\u009b\\u009f\xC2\xA0\"");
 }
 

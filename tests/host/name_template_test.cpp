@@ -77,6 +77,17 @@ TEST(SafeName, IsTakenByEveryFileSystem)
     EXPECT_EQ(SafeName("Gr\u00fc\u00dfe \u65e5\u672c"), "Gr\u00fc\u00dfe \u65e5\u672c");
 }
 
+// Neither orders to a terminal nor marks that show another extension than there is.
+TEST(SafeName, HasNothingThatATerminalObeys)
+{
+    EXPECT_EQ(SafeName("a\u009B31m\u0085b"), "a_31m_b");
+    EXPECT_EQ(SafeName("\u202Egpj.flac"), "_gpj.flac");
+    EXPECT_EQ(SafeName("a\u2028b\u2066c\u200Ed"), "a_b_c_d");
+    EXPECT_EQ(SafeName("a\xFF\xC3"), "a__");
+    EXPECT_EQ(SafeName(std::string(300, '\xA8')), std::string(200, '_')); // none of it begins a character
+    EXPECT_EQ(SafeName("\u200D\u00A0x"), "\u200D\u00A0x");
+}
+
 TEST(SafeName, IsCutBetweenCharacters)
 {
     std::string text = "x";

@@ -131,6 +131,38 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
         EXPECT_TRUE(fs::exists(folder / ("out/" + std::to_string(i) + ".wav")));
 }
 
+// libvorbis takes room for all samples of a call on the stack.
+TEST(Circumstances, SmallStacksAreNoReasonToCrash)
+{
+    TemporaryFolder folder;
+    for (const char *name : {"a.wav", "b.wav"})
+        WriteSound(folder / name, Noise(kWav16, 44100, 2, 100000));
+    for (const char *jobs : {"1", "2"}) {
+        const Outcome outcome =
+            RunHostUnder({.stackLimit = 128ul << 10}, {"-q", "-j", jobs, "-r", "96000", "-t", "ogg",
+                                                       folder / "a.wav", folder / "b.wav", folder / "out/"});
+        EXPECT_EQ(outcome.status, 0) << jobs;
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_TRUE(fs::exists(folder / "out/a.ogg") && fs::exists(folder / "out/b.ogg"));
+    }
+}
+
+// The stack can't grow where no memory is left.
+TEST(Circumstances, MemoryThatEndsInAnEncoderIsTold)
+{
+#ifdef TONEKIT_SANITIZED
+    GTEST_SKIP() << "sanitizers need room of their own";
+#endif
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 132300));
+    for (unsigned long mebibytes = 30; mebibytes < 46; ++mebibytes) {
+        const Outcome outcome = RunHostUnder({.memoryLimit = mebibytes << 20},
+                                             {"-q", "-r", "48000", folder / "a.wav", folder / "b.ogg"});
+        EXPECT_TRUE(outcome.status == 0 || outcome.status == 1 || outcome.status == 127)
+            << mebibytes << ": " << outcome.status << outcome.err;
+    }
+}
+
 TEST(Circumstances, AFileDoesWithTheThreadsThatThereIsMemoryFor)
 {
 #ifdef TONEKIT_SANITIZED

@@ -28,6 +28,12 @@ namespace {
         const rlimit limit{circumstances.memoryLimit, circumstances.memoryLimit};
         setrlimit(RLIMIT_AS, &limit);
     }
+    if (circumstances.stackLimit) {
+        rlimit limit{};
+        getrlimit(RLIMIT_STACK, &limit);
+        limit.rlim_cur = circumstances.stackLimit;
+        setrlimit(RLIMIT_STACK, &limit);
+    }
     if (circumstances.closedStreams) {
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);

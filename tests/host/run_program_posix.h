@@ -8,6 +8,7 @@ namespace tonekit::host::test {
 struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
     unsigned long memoryLimit = 0;   // bytes of address space; 0: no limit
+    unsigned long stackLimit = 0;    // bytes of a stack, which the program may raise; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file is in `watchedFolder`
     std::string watchedFolder = {};  // empty: as soon as the program has read `in` empty and waits
     bool signalIgnored = false; // the program inherits the signal as ignored, as a job in the background does

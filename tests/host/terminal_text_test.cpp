@@ -37,6 +37,13 @@ TEST(TerminalText, EscapesWhatIsNoUtf8ByteByByte)
     EXPECT_EQ(TerminalText("\xF0\x9F\x8E"), "\\xf0\\x9f\\x8e");
 }
 
+TEST(TerminalText, MayBeLeftWithoutWhatIsEscaped)
+{
+    EXPECT_EQ(WithoutOrders("a\n\x1B[0m\x7F\u009B\u202Eb"), "a__[0m___b");
+    EXPECT_EQ(WithoutOrders("\xED\xA0\x80\u00E4\xC3"), "___\u00E4_");
+    EXPECT_EQ(WithoutOrders(""), "");
+}
+
 TEST(TerminalText, TakesColumnsByItsCharacters)
 {
     EXPECT_EQ(ColumnsOf(""), 0u);
