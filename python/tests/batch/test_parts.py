@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import re
 import subprocess
 import sys
 import tracemalloc
@@ -14,7 +15,7 @@ from typing import Any
 import pytest
 from empty_archive import EmptyEngine, made, simulated
 
-from tonekit.batch import _listing, _local, _shards
+from tonekit.batch import _listing, _local, _report, _shards
 from tonekit.batch._books import Books
 from tonekit.batch._engine import Done, Lost
 from tonekit.batch._progress import Progress
@@ -23,7 +24,7 @@ from tonekit.batch._shards import Shards
 from tonekit.batch._statistics import Statistics, Timeline
 from tonekit.batch._storage import Store, patiently, plain_address
 from tonekit.batch._work import Item, kind_of
-from tonekit.batch._words import clock
+from tonekit.batch._words import clock, length, size
 from tonekit.batch._worker import MARK
 
 
@@ -244,6 +245,28 @@ def test_lines_of_progress(capsys: pytest.CaptureFixture[str], monkeypatch: pyte
     statistics.add("/b", 1000, {"state": "failed", "kind": "x", "error": "/b: x"})
     assert "1 failed" in progress.line()
     assert [clock(seconds) for seconds in (0, 59.6, 3661)] == ["0:00", "1:00", "1:01:01"]
+
+
+def test_labels_of_a_report_have_room() -> None:
+    statistics = Statistics()
+    for power in range(45):
+        statistics.add(f"/{power}", (1 << power) - 1, {**made("/a"), "target_size": 1})
+    page = _report.page(statistics, "/a", "/b", "local")
+    sizes = page[page.index("Sizes of the inputs") :]
+    labels = re.findall(r'<text x="([0-9.]+)" y="196">(.*?)</text>', sizes)
+    places = [float(x) for x, _ in labels]
+    assert len(labels) > 5 and all(b - a >= 60 for a, b in zip(places, places[1:])) and places[-1] <= 800
+    assert labels[0][1] == "&lt; 1 B" and {"&lt; 16 B", "&lt; 1 MiB"} <= {text for _, text in labels}
+    assert all(float(width) <= 60 for width in re.findall(r'<rect [^>]*width="([0-9.]+)"', page))
+    assert [size(count) for count in (0, 999, 1500, 999_600, 2.5e9, 7e18)] == [
+        "0 B",
+        "999 B",
+        "1.5 kB",
+        "1 MB",
+        "2.5 GB",
+        "7,000.0 PB",
+    ]
+    assert [length(seconds) for seconds in (0, 75, 5400)] == ["0:00", "1:15", "1.5 h"]
 
 
 def test_large_folders_are_listed_whole(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:

@@ -14,7 +14,7 @@ import tonekit
 
 from .. import _core
 from ._conversion import OPTIONS
-from ._words import clock, dither_note, errors_text, printable
+from ._words import clock, dither_note, errors_text, length, printable
 
 _INTERRUPTED = 130
 
@@ -122,7 +122,7 @@ def _run(arguments: argparse.Namespace) -> int:
         print(json.dumps(summary, indent=1, ensure_ascii=False))
     elif not arguments.quiet:
         print(_summary_text(summary))
-    for line in errors_text(summary["errors"], {}):
+    for line in errors_text(summary["errors"], summary["examples"]):
         print(line, file=sys.stderr)
     return 0 if summary["ok"] else 1
 
@@ -135,8 +135,8 @@ def _summary_text(summary: dict[str, Any]) -> str:
     if summary["verified"]:
         line += f", {summary['verified']:,} of them verified" if summary["kept"] else ""
     lines = [line]
-    hours = summary["audio_seconds"] / 3600
-    lines.append(f"{hours:,.2f} h of audio in {clock(summary['seconds'])}, {summary['speed']:,.0f} times real time")
+    audio = length(summary["audio_seconds"])
+    lines.append(f"{audio} of audio in {clock(summary['seconds'])}, {summary['speed']:,.0f} times real time")
     if summary["dithered"]:
         lines.append(dither_note(summary["dithered"]))
     if summary["failed_before"]:

@@ -62,7 +62,8 @@ def run(
         if not set. Files named in options are read on every machine.
     :return: the summary: ``ok``, ``complete``, ``files``, ``done``, ``kept`` (done before), ``verified``, ``failed``,
         ``failed_before`` (and not tried again), ``repeated`` (named twice), ``dithered``, ``warnings``, ``audio_seconds``,
-        ``bytes_in``, ``bytes_out``, ``seconds``, ``speed``, ``errors`` (kinds and their numbers), ``manifest``, ``report``
+        ``bytes_in``, ``bytes_out``, ``seconds``, ``speed``, ``errors`` (kinds and their numbers), ``examples`` (an error of
+        each kind), ``manifest``, ``report``
     :raises ValueError, TypeError: where an argument doesn't make sense; FileNotFoundError: without the source; OSError: if the
         manifest can't be written; KeyboardInterrupt, after which the books hold all that was done
 

@@ -2,17 +2,20 @@
 
 from __future__ import annotations
 
+import math
 import time
 from collections.abc import Sequence
 from html import escape
 
 from ._statistics import Statistics, Timeline
-from ._words import clock
+from ._words import clock, length, size
 
 _WIDTH = 860
 _HEIGHT = 180
 _LEFT = 70
 _BOTTOM = 24
+_LABEL = 68  # wide enough for any
+_WIDEST = 60.0  # bar
 
 _STYLE = """
 :root { color-scheme: light dark; --ink: #1c1c1c; --faint: #6b6b6b; --paper: #fff; --line: #d8d8d8;
@@ -50,8 +53,8 @@ def page(statistics: Statistics, source: str, target: str, engine: str) -> str:
         parts += ["<h2>Errors</h2>", _table(("n:files", "kind", "as"), rows)]
     if s.slowest:
         slow = [
-            (f"{taken:.2f} s", clock(audio), _bytes(size), escape(name))
-            for taken, name, audio, size in sorted(s.slowest, reverse=True)
+            (f"{taken:.2f} s", clock(audio), size(count), escape(name))
+            for taken, name, audio, count in sorted(s.slowest, reverse=True)
         ]
         parts += ["<h2>The slowest files</h2>", _table(("n:time", "n:audio", "n:size", "file"), slow)]
     return "\n".join([*parts, "</body></html>", ""])
@@ -65,10 +68,10 @@ def _facts(s: Statistics) -> str:
         ("done", f"{s.done:,}"),
         ("done before", f"{s.kept:,}"),
         ("failed", f"{s.failed:,}"),
-        ("audio", f"{s.audio_seconds / 3600:,.2f} h"),
+        ("audio", length(s.audio_seconds)),
         ("time", clock(seconds)),
         ("speed", f"{summary['speed']:,.0f} times real time, {(s.done + s.failed) / seconds:,.1f} files a second"),
-        ("bytes", f"{_bytes(s.bytes_in - s.bytes_kept)} in, {_bytes(s.bytes_out)} out"),
+        ("bytes", f"{size(s.bytes_in - s.bytes_kept)} in, {size(s.bytes_out)} out"),
         ("warnings", f"{s.warnings:,}"),
         ("dithered", f"{s.dithered:,}"),
     ]
@@ -91,13 +94,18 @@ def _table(heads: Sequence[str], rows: Sequence[Sequence[str]]) -> str:
 def _throughput(timeline: Timeline) -> str:
     bars = [(row[0] / timeline.width, row[2] / timeline.width) for row in timeline.bins]
     labels = [clock(i * timeline.width) for i in range(len(bars))]
-    return _chart(bars, labels, "files a second")
+    return _chart(bars, labels, "files a second; red: failed ones")
 
 
 def _sizes(sizes: dict[int, int]) -> str:
     span = range(min(sizes), max(sizes) + 1)
     bars = [(float(sizes.get(power, 0)), 0.0) for power in span]
-    return _chart(bars, [f"< {_bytes(1 << power)}" for power in span], "files")
+    return _chart(bars, [f"< {_power(power)}" for power in span], "files")
+
+
+def _power(exponent: int) -> str:
+    """A power of 2 in bytes."""
+    return f"{1 << exponent % 10} {('B', 'KiB', 'MiB', 'GiB', 'TiB', 'PiB', 'EiB')[exponent // 10]}"
 
 
 def _chart(bars: list[tuple[float, float]], labels: list[str], unit: str) -> str:
@@ -110,24 +118,17 @@ def _chart(bars: list[tuple[float, float]], labels: list[str], unit: str) -> str
         lines.append(f'<line class="axis" x1="{_LEFT}" x2="{_WIDTH}" y1="{y:.1f}" y2="{y:.1f}"/>')
         lines.append(f'<text x="{_LEFT - 6}" y="{y + 4:.1f}" text-anchor="end">{top * share:,.4g}</text>')
     lines.append(f'<text x="{_LEFT}" y="12">{escape(unit)}</text>')
-    every = max(1, len(bars) // 8)
+    width = min(max(step - 1, 0.5), _WIDEST)
+    every = max(1, math.ceil(_LABEL / step))
     for i, (value, bad) in enumerate(bars):
         x = _LEFT + i * step
         for kind, amount in (("bar", value), ("bad", bad)):
             height = amount / top * (_HEIGHT - 20)
             if height > 0:
                 lines.append(
-                    f'<rect class="{kind}" x="{x:.1f}" y="{_HEIGHT - height:.1f}" width="{max(step - 1, 0.5):.1f}"'
+                    f'<rect class="{kind}" x="{x:.1f}" y="{_HEIGHT - height:.1f}" width="{width:.1f}"'
                     f' height="{height:.1f}"><title>{escape(labels[i])}: {amount:,.4g}</title></rect>'
                 )
-        if i % every == 0:
+        if i % every == 0 and x + _LABEL <= _WIDTH:
             lines.append(f'<text x="{x:.1f}" y="{_HEIGHT + 16}">{escape(labels[i])}</text>')
     return "\n".join([*lines, "</svg>"])
-
-
-def _bytes(count: float) -> str:
-    for unit in ("B", "kB", "MB", "GB"):
-        if count < 1000:
-            return f"{count:.3g} {unit}"
-        count /= 1000
-    return f"{count:,.3g} TB"

@@ -127,4 +127,5 @@ class Statistics:
             "seconds": seconds,
             "speed": self.audio_seconds / seconds if seconds > 0 else 0.0,
             "errors": dict(sorted(self.errors.items(), key=lambda pair: -pair[1])),
+            "examples": self.examples,
         }

@@ -13,7 +13,7 @@ from ._books import Books
 from ._shards import files_of
 from ._states import PREFIX, states
 from ._storage import Storage, Store
-from ._words import clock, dither_note, errors_text
+from ._words import clock, dither_note, errors_text, length, size
 
 _COLUMNS = ["state", "kind", "error", "audio_seconds", "total_seconds", "size", "target_size", "dithered"]
 _SILENT_SECONDS = 60.0
@@ -94,9 +94,8 @@ def _runs(store: Store) -> list[dict[str, Any]]:
 def text(state: dict[str, Any]) -> str:
     """The status in lines for people."""
     lines = [f"{state['files']:,} files: {state['done']:,} done, {state['failed']:,} failed"]
-    hours = state["audio_seconds"] / 3600
     work = state["work_seconds"]
-    lines.append(f"{hours:,.1f} h of audio, {state['bytes_in'] / 1e9:,.2f} GB in, {state['bytes_out'] / 1e9:,.2f} GB out")
+    lines.append(f"{length(state['audio_seconds'])} of audio, {size(state['bytes_in'])} in, {size(state['bytes_out'])} out")
     if work > 0:
         rate = state["files"] / work
         lines.append(f"a worker did {rate:,.1f} files a second, {state['audio_seconds'] / work:,.0f} times real time")

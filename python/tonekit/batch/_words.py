@@ -12,6 +12,20 @@ def clock(seconds: float) -> str:
     return f"{hours}:{rest // 60:02}:{rest % 60:02}" if hours else f"{rest // 60}:{rest % 60:02}"
 
 
+def length(seconds: float) -> str:
+    """How long audio is: in hours, or in minutes and seconds below one."""
+    return f"{seconds / 3600:,.1f} h" if seconds >= 3600 else clock(seconds)
+
+
+def size(count: float) -> str:
+    """A number of bytes."""
+    for unit in ("B", "kB", "MB", "GB", "TB"):
+        if count < 999.5:
+            return f"{count:.3g} {unit}"
+        count /= 1000
+    return f"{count:,.1f} PB"
+
+
 def printable(text: str) -> str:
     """A text without characters that would change a terminal."""
     return "".join(c if c.isprintable() else "?" for c in text)
