@@ -181,7 +181,8 @@ fs::path Identity(const fs::path &path)
 {
     std::error_code error;
     // A link may lead to a file that isn't there yet.
-    const fs::path known = fs::weakly_canonical(WithoutLinks(path), error);
+    const fs::path target = fs::exists(path, error) ? path : WithoutLinks(path);
+    const fs::path known = fs::weakly_canonical(target, error);
     if (error)
         throw Failure(Utf8Name(path) + ": " + error.message());
     return ComparableName(known);
