@@ -60,6 +60,10 @@ private:
 // Puts `from` in the place of `to` in one step: at any moment `to` is the old file or the new one, whole.
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to);
 
+// Gives a file what people have set of the one whose place it will take, as far as the system lets this user:
+// owner, group, extended attributes and lists of who may do what. Where it doesn't, they stay as they are.
+void TakeOverDetails(const std::filesystem::path &from, const std::filesystem::path &to);
+
 // Removes a file that was once marked as in work, if the process that did it is gone, and nothing else.
 void RemoveIfLeftBehind(const std::filesystem::path &path);
 

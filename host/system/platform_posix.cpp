@@ -23,6 +23,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
 
@@ -230,6 +231,35 @@ std::error_code File::Close()
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     return rename(from.c_str(), to.c_str()) != 0 ? LastError() : std::error_code();
+}
+
+void TakeOverDetails(const std::filesystem::path &from, const std::filesystem::path &to)
+{
+    struct stat old;
+    struct stat made;
+    if (stat(from.c_str(), &old) != 0 || stat(to.c_str(), &made) != 0)
+        return;
+    // Only the superuser gives files away; a group can be one of the user's.
+    bool kept = old.st_uid == made.st_uid && old.st_gid == made.st_gid;
+    kept = kept || chown(to.c_str(), old.st_uid, old.st_gid) == 0;
+    kept = kept || chown(to.c_str(), static_cast<uid_t>(-1), old.st_gid) == 0;
+    const ssize_t size = listxattr(from.c_str(), nullptr, 0);
+    if (size <= 0)
+        return;
+    std::string names(static_cast<size_t>(size), '\0');
+    const ssize_t got = listxattr(from.c_str(), names.data(), names.size());
+    names.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+    std::vector<char> value(size_t{64} << 10); // the most that the system has
+    for (size_t place = 0; place < names.size(); place = names.find('\0', place) + 1) {
+        const char *const name = &names[place];
+        const std::string_view word(name);
+        // A list of rights begins with those of the group.
+        if (!word.starts_with("user.") && !(kept && word == "system.posix_acl_access"))
+            continue;
+        const ssize_t length = getxattr(from.c_str(), name, value.data(), value.size());
+        if (length >= 0)
+            setxattr(to.c_str(), name, value.data(), static_cast<size_t>(length), 0);
+    }
 }
 
 void RemoveIfLeftBehind(const std::filesystem::path &path)

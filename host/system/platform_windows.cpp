@@ -201,6 +201,9 @@ std::error_code File::Close()
     return handle >= 0 && _close(handle) != 0 ? LastError() : std::error_code();
 }
 
+// A new file has the owner and the list of rights that its folder gives it.
+void TakeOverDetails(const std::filesystem::path &, const std::filesystem::path &) {}
+
 std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     constexpr int kAttempts = 20;

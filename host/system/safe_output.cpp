@@ -126,10 +126,12 @@ void SafeOutput::Commit()
     if ((error = file.OpenToChange(temporary_)) || (error = file.Sync()) || (error = file.Close()))
         Fail(shown_, "can't be written: " + error.message());
     const fs::file_status old = fs::status(target_, error);
-    if (fs::exists(old))
+    if (fs::exists(old)) {
+        TakeOverDetails(target_, temporary_);
         fs::permissions(temporary_, old.permissions(), error);
-    else if (old.type() == fs::file_type::not_found)
+    } else if (old.type() == fs::file_type::not_found) {
         error.clear();
+    }
     if (!error)
         error = MoveInPlaceOf(temporary_, target_);
     if (error)

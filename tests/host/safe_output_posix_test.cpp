@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -44,6 +45,44 @@ TEST(SafeOutput, KeepsThePermissionsOfTheOldFile)
     output.Commit();
     EXPECT_EQ(fs::status(folder / "a.wav").permissions(), perms);
     EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, KeepsTheOwnerOfTheOldFile)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only the superuser gives files away";
+    TemporaryFolder folder;
+    const std::string name = folder / "a.wav";
+    WriteText(name, "old");
+    ASSERT_EQ(chown(name.c_str(), 12345, 54321), 0);
+    ASSERT_EQ(chmod(name.c_str(), 0640), 0);
+    SafeOutput output(name);
+    WriteThrough(output, "new");
+    output.Commit();
+    struct stat status;
+    ASSERT_EQ(stat(name.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 12345u);
+    EXPECT_EQ(status.st_gid, 54321u);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_EQ(ReadText(name), "new");
+}
+
+TEST(SafeOutput, KeepsTheExtendedAttributesOfTheOldFile)
+{
+    TemporaryFolder folder;
+    const std::string name = folder / "a.wav";
+    WriteText(name, "old");
+    if (setxattr(name.c_str(), "user.rating", "five", 4, 0) != 0)
+        GTEST_SKIP() << "this file system has no extended attributes";
+    setxattr(name.c_str(), "user.empty", "", 0, 0);
+    SafeOutput output(name);
+    WriteThrough(output, "new");
+    output.Commit();
+    char value[10];
+    EXPECT_EQ(getxattr(name.c_str(), "user.rating", value, sizeof(value)), 4);
+    EXPECT_EQ(std::string(value, 4), "five");
+    EXPECT_EQ(getxattr(name.c_str(), "user.empty", value, sizeof(value)), 0);
+    EXPECT_EQ(ReadText(name), "new");
 }
 
 TEST(SafeOutput, IsNeverOpenToMoreThanTheOldFile)
