@@ -353,7 +353,7 @@ void AudioReader::OpenPipe()
         count_ = CountInHeader(*pipe_, start);
         header_ = PreparedHeader();
         // Without its size libsndfile looks for the samples for ever.
-        if (header_ == HeaderForm::NotFound) {
+        if (header_ == HeaderForm::NotFound || header_ == HeaderForm::NeedsEnd) {
             TakeWholePipe();
             header_ = PreparedHeader();
         }

@@ -110,6 +110,20 @@ bool FrameCount::IsMoreThan(uint64_t held) const
     return frameBytes != 1 || frames - held > 1;
 }
 
+bool IsCodedInBlocks(ByteStream &stream, uint64_t start)
+{
+    HeaderBytes bytes(stream, start);
+    const ChunkForm *const wave = bytes.Has(0, "riff")    ? &kW64
+                                  : !bytes.Has(8, "WAVE") ? nullptr
+                                  : bytes.Has(0, "RIFX")  ? &kBigRiff
+                                                          : &kRiff;
+    if (wave)
+        return FindChunk(bytes, "fmt ", *wave, "data") && FormOfWave(bytes, *wave).frameBytes == 0;
+    const bool aifc = bytes.Has(0, "FORM") && bytes.Has(8, "AIFC");
+    const std::optional<Chunk> common = aifc ? FindChunk(bytes, "COMM", kBigRiff, "SSND") : std::nullopt;
+    return common && !IsPlainAifc(bytes, common->content + 18);
+}
+
 FrameCount CountInHeader(ByteStream &stream, uint64_t start)
 {
     HeaderBytes bytes(stream, start);

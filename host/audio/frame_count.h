@@ -22,4 +22,8 @@ struct FrameCount {
 // the samples. Leaves the stream's position anywhere; throws std::system_error if reading fails.
 FrameCount CountInHeader(ByteStream &stream, uint64_t start = 0);
 
+// Whether the samples of a WAV, RF64, W64 or AIFC file are coded in blocks: libsndfile counts these before it
+// reads them, which goes wrong where the size is unknown. False for other types.
+bool IsCodedInBlocks(ByteStream &stream, uint64_t start = 0);
+
 } // namespace tonekit::host

@@ -2,6 +2,7 @@
 #include "host/audio/stream_header.h"
 
 #include "host/audio/chunks.h"
+#include "host/audio/frame_count.h"
 #include "host/system/memory_bytes.h"
 
 #include <algorithm>
@@ -175,10 +176,12 @@ HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start)
         pipe.SetEnd(start + field.samples + field.value - field.more);
         return HeaderForm::AsItWas;
     }
+    if (!pipe.endIsKnown() && IsCodedInBlocks(pipe, start))
+        return HeaderForm::NeedsEnd;
     const uint64_t left = bytes.size() - std::min(bytes.size(), field.samples + kRoomAtEnd);
     field.position += start;
     if (field.bytes == 8) {
-        PutNumber(pipe, field, pipe.endIsKnown() ? bytes.size() - field.samples : left);
+        PutNumber(pipe, field, pipe.endIsKnown() ? bytes.size() - field.samples + field.more : left);
         if (bytes.Has(0, "RF64"))
             PutNumber(pipe, {start + field.samples - 4, 4, false}, UINT32_MAX);
         return HeaderForm::Open;

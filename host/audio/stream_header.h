@@ -20,6 +20,7 @@ enum class HeaderForm {
     AsItWas,
     Open,       // its sizes are now so large that a reader takes all that comes
     OpenAsRf64, // the same, and a WAV header became one of RF64
+    NeedsEnd,   // it is as it was; its samples are coded in blocks, which can't be read without their number
     NotFound    // it is as it was; where the size of the samples belongs is past the end or out of reach
 };
 

@@ -294,6 +294,30 @@ TEST(FrameCount, OfLongFilesIsTold)
     ExpectRead(W64(11, 40, samples), k11Of10);
 }
 
+// From a pipe as much comes as from the file, where no size is known.
+TEST(OpenSizes, OfSamplesInBlocksLoseNothing)
+{
+    const TemporaryFolder folder;
+    const struct {
+        int format;
+        std::string size; // unknown
+    } forms[] = {{SF_FORMAT_WAV | SF_FORMAT_MS_ADPCM, Little(0xFFFFFFFF)},
+                 {SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, Little(0xFFFFFFFF)},
+                 {SF_FORMAT_W64 | SF_FORMAT_MS_ADPCM, Little(INT64_MAX, 8)},
+                 {SF_FORMAT_W64 | SF_FORMAT_IMA_ADPCM, Little(INT64_MAX, 8)}};
+    for (const auto &form : forms) {
+        SCOPED_TRACE(form.format);
+        test::WriteSound(folder / "a", test::Noise(form.format, 8000, 1, 5001));
+        std::string bytes = test::ReadText(folder / "a");
+        const std::string whole = Read(bytes, false);
+        EXPECT_GE(std::atoi(whole.c_str()), 5001);
+        const bool w64 = form.size.size() == 8;
+        bytes.replace(bytes.find("data") + (w64 ? 16 : 4), form.size.size(), form.size);
+        EXPECT_EQ(Read(bytes, false), whole);
+        EXPECT_EQ(Read(bytes, true), whole);
+    }
+}
+
 TEST(FrameCount, OfWhatLibsndfileWritesIsWhole)
 {
     const TemporaryFolder folder;
