@@ -10,6 +10,7 @@ import tracemalloc
 from collections import Counter, deque
 from collections.abc import Iterator, Sequence
 from pathlib import Path
+from types import SimpleNamespace
 from typing import Any
 
 import pytest
@@ -23,7 +24,7 @@ from tonekit.batch._schedule import Schedule
 from tonekit.batch._shards import Shards
 from tonekit.batch._statistics import Statistics, Timeline
 from tonekit.batch._storage import Store, patiently, plain_address
-from tonekit.batch._work import Item, kind_of
+from tonekit.batch._work import Item, Job, kind_of
 from tonekit.batch._words import clock, length, size
 from tonekit.batch._worker import MARK
 
@@ -290,6 +291,18 @@ def python(code: str) -> str:
 def test_work_begins_before_parquet_is_imported() -> None:
     code = "import sys, tonekit.batch._command; from tonekit.batch import run; import tonekit.batch._run, tonekit.batch._local"
     assert python(f"{code}\nprint(sorted({{'numpy', 'pyarrow', 'pandas', 'fsspec'}} & set(sys.modules)))") == "[]\n"
+
+
+def test_workers_start_where_python_has_no_safe_path(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    """As in Python 3.10."""
+    monkeypatch.setattr(_local, "sys", SimpleNamespace(executable=sys.executable, flags=SimpleNamespace()))
+    engine = _local.LocalEngine(Job(str(tmp_path), [("type", "flac")], {}), workers=1)
+    try:
+        while not engine._processes[0].ready:
+            assert engine.wait(60.0) == []
+        assert engine._processes[0].process.poll() is None
+    finally:
+        engine.close()
 
 
 def test_a_worker_imports_little() -> None:

@@ -34,7 +34,7 @@ class _Process:
         ours, theirs = socket.socketpair()
         self._mark = os.memfd_create("tonekit-batch")
         command = [sys.executable, "-m", "tonekit.batch._worker", str(theirs.fileno()), str(self._mark)]
-        if sys.flags.safe_path:
+        if getattr(sys.flags, "safe_path", False):  # Python 3.10 has no such flag
             command.insert(1, "-P")
         self.process = subprocess.Popen(command, pass_fds=(theirs.fileno(), self._mark), stdin=subprocess.DEVNULL)
         theirs.close()
