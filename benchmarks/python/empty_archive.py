@@ -78,6 +78,9 @@ class EmptyEngine:
         """What becomes of a group."""
         return Done(group, [{**made(item.source), "total_seconds": self._seconds} for item in group])
 
+    def dismiss(self) -> None:
+        pass
+
     def close(self) -> None:
         pass
 

@@ -301,6 +301,8 @@ def test_workers_start_where_python_has_no_safe_path(tmp_path: Path, monkeypatch
         while not engine._processes[0].ready:
             assert engine.wait(60.0) == []
         assert engine._processes[0].process.poll() is None
+        engine.dismiss()
+        assert engine._processes[0].process.wait(60.0) == 0
     finally:
         engine.close()
 

@@ -45,5 +45,8 @@ class Engine(Protocol):
     def wait(self, seconds: float) -> Sequence[Done | Lost]:
         """Returns what has happened, after this time at most."""
 
+    def dismiss(self) -> None:
+        """Lets workers end, since all groups are done and no more will come."""
+
     def close(self) -> None:
         """Ends all workers; what is in work is dropped."""

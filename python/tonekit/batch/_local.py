@@ -136,6 +136,10 @@ class LocalEngine:
         if self._failed_starts >= _STARTS:
             raise RuntimeError(f"worker processes end at their start, with exit status {ended.process.returncode}")
 
+    def dismiss(self) -> None:
+        for process in self._processes:
+            process.channel.close()
+
     def close(self) -> None:
         for process in self._processes:
             if process.groups:

@@ -94,6 +94,9 @@ class RayEngine:
         except self._ray.exceptions.RayError as error:
             return Lost(items, 0 if len(items) == 1 else None, type(error).__name__)
 
+    def dismiss(self) -> None:
+        pass  # the cluster's workers are its own
+
     def close(self) -> None:
         for reference in self._groups:
             self._ray.cancel(reference)

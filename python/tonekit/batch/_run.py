@@ -77,6 +77,7 @@ class Run:
             try:
                 schedule = Schedule(engine, self._items(listing), self._finish)
                 schedule.run(lambda: self._tick(progress))
+                engine.dismiss()
                 for folder in schedule.left:
                     self.target.remove_abandoned(folder)
                 ended = True
