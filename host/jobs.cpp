@@ -227,10 +227,14 @@ void CheckOutputs(std::vector<Job> &jobs)
     }
 }
 
-// Whether an output that was written at this time is older than none of its inputs.
-bool IsUpToDate(const Job &job, fs::file_time_type written)
+// Whether an output that was written at this time is older than nothing that is in it.
+bool IsUpToDate(const Options &options, const Job &job, fs::file_time_type written)
 {
-    const std::vector<fs::path> inputs = InputsOf(job);
+    std::vector<fs::path> inputs = InputsOf(job);
+    for (const auto &name : {options.cover, options.chapters, options.cue}) {
+        if (name && !job.plainCopy)
+            inputs.push_back(PathFromUtf8(*name));
+    }
     return std::all_of(inputs.begin(), inputs.end(), [&](const fs::path &input) {
         std::error_code error;
         return written >= fs::last_write_time(input, error) && !error;
@@ -250,7 +254,7 @@ std::string ReasonToSkip(const Options &options, const Job &job)
         throw Failure(Utf8Name(job.output) + ": " + error.message());
     if (options.noClobber)
         return "exists";
-    return IsUpToDate(job, written) ? "up to date" : "";
+    return IsUpToDate(options, job, written) ? "up to date" : "";
 }
 
 std::vector<Job> JobsInPlace(const Options &options)

@@ -65,6 +65,22 @@ TEST_F(Folders, UpdateDoesWhatIsOlderOrMissing)
     EXPECT_NE(json.find("\"skipped\": \"up to date\""), std::string::npos) << json;
 }
 
+TEST_F(Folders, UpdateSeesANewerCover)
+{
+    WriteText(folder / "cover.png", std::string("\x89PNG\r\n\x1A\n", 8) + "first");
+    const std::vector<std::string> run = {"--update",           "--copy-others",  "--cover",
+                                          folder / "cover.png", folder / "music", folder / "out"};
+    Run(run);
+    EXPECT_EQ(Run(run).out.find("stereo"), std::string::npos);
+    WriteText(folder / "cover.png", std::string("\x89PNG\r\n\x1A\n", 8) + "second one");
+    const auto written = fs::last_write_time(folder / "out/c.wav");
+    fs::last_write_time(folder / "cover.png", written + std::chrono::hours(1));
+    const std::string out = Run(run).out;
+    EXPECT_NE(out.find("c.wav (WAV, 44100 Hz, 16 bit, stereo)"), std::string::npos) << out;
+    EXPECT_NE(out.find("notes.txt: skipped, up to date\n"), std::string::npos) << out;
+    EXPECT_NE(RunHost({"--info", folder / "out/c.wav"}).out.find("18 bytes"), std::string::npos);
+}
+
 TEST_F(Folders, NoClobberKeepsWhatIsThere)
 {
     EXPECT_NE(Run({"--no-clobber", folder / "good.wav", folder / "old.wav"}).out.find("skipped, exists"),
