@@ -139,7 +139,9 @@ Part FindMovie(HeaderBytes &bytes)
             size = bytes.Big(place + 8, 8);
         if (!bytes.ok() || size < kHeader || size > bytes.size() - place)
             throw Failure("the boxes of its header make no sense");
-        if (isMovie && !movie)
+        if (isMovie && movie)
+            throw Failure("its header is there twice");
+        if (isMovie)
             movie = Part{static_cast<size_t>(place), static_cast<size_t>(size)};
         place += size;
     }

@@ -79,6 +79,13 @@ TEST_F(Mp4Chapters, AreRefusedWhereAnyBoxOfTheHeaderMakesNoSense)
     EXPECT_EQ(With(Box("moov", link + link), one_), Box("moov", freed + freed + Box("udta", kList)));
 }
 
+// The next change would find the other.
+TEST_F(Mp4Chapters, AreRefusedWhereTheHeaderIsThereTwice)
+{
+    ExpectRefusal(Box("moov", "") + Box("moov", ""));
+    ExpectRefusal(Box("moov", Box("udta", kOther)) + Box("mdat", "samples") + Box("moov", ""));
+}
+
 // A movie after these couldn't be found.
 TEST_F(Mp4Chapters, AreRefusedWhereNothingCanBePutAtTheEnd)
 {
