@@ -386,6 +386,12 @@ private:
             throw Failure(report_.input.path + ": can't be converted from " +
                           std::to_string(plan_.source.rate) + " to " + std::to_string(plan_.target.rate) +
                           " Hz");
+        // Their coders write even the header with the first frames only.
+        const ContainerKind kind = plan_.container->kind;
+        if (frames == 0 &&
+            (kind == ContainerKind::Flac || kind == ContainerKind::Mp3 || kind == ContainerKind::Opus))
+            throw Failure(NameOfOutput(job_.output) + ": " + plan_.container->name +
+                          " holds no audio of 0 frames: its input is empty or too short");
     }
 
     // Reads back what the finished file says of itself. Coders may count otherwise.

@@ -315,6 +315,13 @@ def test_a_header_that_promises_too_much_is_no_end_of_memory(tmp_path: Path, ton
         tonekit.read(path)
 
 
+@pytest.mark.parametrize("name", ["a.flac", "a.mp3", "a.opus"])
+def test_what_would_be_no_file_is_refused(tmp_path: Path, name: str) -> None:
+    with pytest.raises(tonekit.FileError, match=f"{name}: .* 0 frames"):
+        tonekit.write(tmp_path / name, np.zeros((0, 2), np.int16), 48000)
+    assert list(tmp_path.iterdir()) == []
+
+
 def test_writing_checks_its_samples(tmp_path: Path) -> None:
     with pytest.raises(ValueError, match="1 to 8 channels, not 9"):
         tonekit.write(tmp_path / "a.wav", np.zeros((4, 9)), 44100)

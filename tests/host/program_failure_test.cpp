@@ -26,6 +26,14 @@ TEST_F(Failures, OfInputsWithoutFrames)
     }
 }
 
+// Their coders would write no byte, or a header that isn't followed by audio.
+TEST_F(Failures, OfOutputsThatWouldHoldNoFrame)
+{
+    WriteSound(folder / "one.wav", Noise(kWav16, 192000, 2, 1));
+    for (const char *name : {"none.flac", "none.mp3", "none.opus"})
+        ExpectFailure(1, "0 frames", {"--rate", "8000", folder / "one.wav", folder / name});
+}
+
 TEST_F(Failures, OfInputsWithTooManyChannels)
 {
     WriteSound(folder / "nine.wav", Noise(kWav16, 44100, 9, 100));
