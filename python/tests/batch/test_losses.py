@@ -2,10 +2,14 @@
 
 from __future__ import annotations
 
+import fcntl
 import json
 import os
 import shutil
 import signal
+import socket
+import subprocess
+import sys
 import time
 from pathlib import Path
 
@@ -44,6 +48,30 @@ def test_a_file_that_kills_its_worker_is_set_aside(archive: Path, tmp_path: Path
     assert (row["state"], row["attempts"]) == ("failed", 3)
     assert row["error"] == f"{archive}/killer.wav: set aside after it ended 3 workers, the last with signal 9 (SIGKILL)"
     assert bytes_of(tmp_path / "out") == expected
+
+
+def test_what_a_killed_driver_was_writing_is_removed(archive: Path, tmp_path: Path) -> None:
+    books = tmp_path / "out" / "tonekit-manifest"
+    books.mkdir(parents=True)
+    names = [".tonekit-0011aabb.tmp", ".tonekit-inwork00.tmp", ".tonekit-new00000.tmp"]
+    for name in names:
+        (books / name).write_text("part of a shard")
+    for name in names[:2]:
+        os.utime(books / name, (time.time() - 5,) * 2)
+    os.utime(books / names[2], (time.time() + 100,) * 2)
+    with (books / names[1]).open("r+") as in_work:
+        fcntl.flock(in_work, fcntl.LOCK_EX)
+        tonekit.batch.run(archive, tmp_path / "out", **OF_16K)
+    assert sorted(path.name for path in books.iterdir() if path.name.startswith(".")) == names[1:]
+
+
+def test_a_worker_whose_driver_is_gone_ends_without_a_word() -> None:
+    ours, theirs = socket.socketpair()
+    ours.close()
+    command = [sys.executable, "-P", "-m", "tonekit.batch._worker", str(theirs.fileno()), "0"]
+    run = subprocess.run(command, pass_fds=(theirs.fileno(),), capture_output=True, text=True, timeout=60)
+    theirs.close()
+    assert (run.returncode, run.stdout, run.stderr) == (0, "", "")
 
 
 def test_a_killed_worker_costs_only_the_work_in_hand(archive: Path, tmp_path: Path, expected: dict[str, str]) -> None:

@@ -36,6 +36,7 @@ _TEMPORARY = ".tonekit-"  # begins the names of files that aren't complete
 # What conversions write results to, which they hold locked; not what this module writes.
 _RESULT = r"\.tonekit-[a-z0-9]{8}(?!\.tmp$)(\..*)?"
 _OLD_SECONDS = 3600.0  # after which one that nobody wrote to was left by a killed process
+_LOCKED_SECONDS = 1.0  # after which one that is in work is locked, where the file system has locks
 
 
 def patiently(work: Callable[[], Result]) -> Result:
@@ -185,9 +186,14 @@ class Store:
         if not self.local or not os.path.isdir(self.root):
             return
         for entry in os.scandir(self.root):
-            with contextlib.suppress(FileNotFoundError):
-                if entry.name.startswith(_TEMPORARY) and time.time() - entry.stat().st_mtime > _OLD_SECONDS:
+            if not entry.name.startswith(_TEMPORARY):
+                continue
+            with contextlib.suppress(OSError):  # in work, or gone
+                age = time.time() - entry.stat(follow_symlinks=False).st_mtime
+                if age > _OLD_SECONDS:
                     os.unlink(entry.path)
+                elif age > _LOCKED_SECONDS:
+                    _remove_unlocked(entry.path)
 
     def remove_abandoned(self, folder: str) -> None:
         """Removes results in a folder of this machine on which no process works any more, as those of a killed worker."""
@@ -205,6 +211,8 @@ class Store:
         temporary = os.path.join(folder, f"{_TEMPORARY}{os.urandom(4).hex()}.tmp")
         try:
             with open(temporary, "wb") as file:
+                with contextlib.suppress(OSError):
+                    fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
                 for block in blocks:
                     file.write(block)
                 file.flush()

@@ -27,8 +27,10 @@ def _marker(mark: int, number: int) -> Callable[[int], object]:
 
 def serve(channel: Channel, mark: int) -> None:
     """Does the groups that come until there are no more."""
-    job = channel.receive()
-    worker = Worker(job, f"{os.uname().nodename}:{os.getpid()}")
+    try:
+        worker = Worker(channel.receive(), f"{os.uname().nodename}:{os.getpid()}")
+    except (EOFError, ConnectionError):
+        return  # the run was over before it began
     try:
         channel.send("ready")
         while True:
