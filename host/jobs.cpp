@@ -217,6 +217,9 @@ void CheckOutputs(std::vector<Job> &jobs)
         if (!identity)
             continue;
         const auto [taken, isNew] = takenBy.emplace(*identity, &job);
+        if (!isNew && !job.track.empty() && taken->second->input == job.input)
+            throw UsageError("two tracks of " + Utf8Name(job.input) + " would become " +
+                             Utf8Name(job.output));
         if (!isNew)
             throw UsageError(Utf8Name(taken->second->input) + " and " + Utf8Name(job.input) +
                              " would both become " + Utf8Name(job.output));

@@ -62,6 +62,23 @@ TEST_F(Splitting, ByACueSheetBesideTheFileIsExact)
     EXPECT_EQ(Info("out/03 album.flac").find("TITLE"), std::string::npos);
 }
 
+TEST_F(Splitting, WithoutGuestsNamesNoArtistOfTheAlbum)
+{
+    WriteSound(folder / "in/album.wav", Noise(kWav16, 44100, 2, 44100 * 3));
+    WriteText(folder / "in/album.cue",
+              "PERFORMER \"Trio\"\nTITLE \"All\"\nFILE \"x.wav\" WAVE\nTRACK 01 AUDIO\nTITLE \"One\"\n"
+              "INDEX 01 00:00:00\nTRACK 02 AUDIO\nTITLE \"One\"\nPERFORMER \"Trio\"\nINDEX 01 00:01:00\n");
+    Run({"--split", "chapters", "-t", "flac", folder / "in/album.wav", folder / "out"});
+    for (const char *name : {"out/01 One.flac", "out/02 One.flac"}) {
+        const std::string info = Info(name);
+        EXPECT_NE(info.find("  ARTIST      Trio"), std::string::npos) << info;
+        EXPECT_EQ(info.find("ALBUMARTIST"), std::string::npos) << info;
+    }
+    ExpectFailure(2,
+                  "two tracks of " + (folder / "in/album.wav") + " would become " + (folder / "both/One.wav"),
+                  {"--split", "chapters", "--name", "{title}", folder / "in/album.wav", folder / "both"});
+}
+
 TEST_F(Splitting, ByChaptersOfTheTagsKeepsWhatIsSaidOfAll)
 {
     const Sound whole = Noise(kWav16, 44100, 2, 44100 * 3);
@@ -155,7 +172,7 @@ TEST_F(Splitting, WhereItCannotBeDoneIsRefused)
                   {"--split", "chapters", "--cue", folder / "nothing.cue", in, out});
     ExpectFailure(1, "track 3 begins at 0:00:00.500, not after the one before it",
                   {"--split", "chapters", "--chapters", folder / "same.txt", in, out});
-    ExpectFailure(2, "would both become",
+    ExpectFailure(2, "two tracks of ",
                   {"--split", "chapters", "--chapters", folder / "twins.txt", "--name", "{title}", in, out});
     ExpectFailure(2, "--split must be one of: chapters", {"--split", "tracks", in, out});
     ExpectFailure(2, "--split takes all of a file", {"--split", "chapters", "--start", "1", in, out});
