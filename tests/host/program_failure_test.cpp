@@ -134,6 +134,7 @@ TEST_F(Failures, OfAllAreToldInJsonToo)
 {
     const std::string none = folder / "none.wav";
     const std::string in = folder / "good.wav";
+    const std::string both = fs::path(folder / "out/good.wav").make_preferred().string();
     const Json nothing = {
         {"ok", false}, {"files", Json::array()}, {"frames", 0}, {"seconds", 0.0}, {"speed", 0.0}};
     const struct {
@@ -142,7 +143,7 @@ TEST_F(Failures, OfAllAreToldInJsonToo)
         std::vector<std::string> names;
     } runs[] = {
         {1, none + ": no such file", {in, none, folder / "out"}},
-        {2, in + " and " + in + " would both become " + (folder / "out/good.wav"), {in, in, folder / "out"}},
+        {2, in + " and " + in + " would both become " + both, {in, in, folder / "out"}},
         {1,
          (folder / "none.png") + ": no such file",
          {"--cover", folder / "none.png", in, folder / "out.flac"}},
