@@ -83,7 +83,7 @@ def test_from_store_to_store(server: S3Server, tmp_path: Path, expected: dict[st
 
 
 def test_errors_and_slow_answers_change_nothing(server: S3Server, tmp_path: Path, expected: dict[str, str]) -> None:
-    server.fail_every, server.slow_every = 5, 17
+    server.fail_every, server.slow_every = 4, 17
     words = ("s3://sources/archive", "s3://results/faults", *TO_16K, "--workers", "4")
     code, summary = summary_of(*words, env=server.environment())
     server.fail_every = server.slow_every = 0
