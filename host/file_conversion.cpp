@@ -52,7 +52,7 @@ public:
         const bool decodeHdcd = DecideHdcd();
         try {
             plan_ = options.inPlace
-                        ? PlanToKeep(source_.format())
+                        ? PlanToKeep(source_.format(), source_.loudspeakers())
                         : MakePlan(options,
                                    {source_.format(), source_.frames(), source_.lossy(),
                                     MayCopy() ? source_.container() : nullptr, source_.loudspeakers()},
@@ -430,6 +430,7 @@ private:
         transfer.gain = report_.level ? report_.level->gain : 0;
         transfer.loudness = report_.loudness;
         transfer.albumLoudness = report_.albumLoudness;
+        transfer.loudspeakers = plan_.loudspeakers;
         TransferTags(options_, extras_, transfer, report_.warnings);
     }
 
@@ -472,7 +473,9 @@ private:
 
     void WarnOfChannels()
     {
-        if (!NeedNoNames(plan_.loudspeakers) && plan_.container->kind != ContainerKind::Wav)
+        const bool named = plan_.container->kind == ContainerKind::Wav ||
+                           (plan_.container->kind == ContainerKind::Flac && !toStream_);
+        if (!NeedNoNames(plan_.loudspeakers) && !named)
             report_.warnings.push_back(report_.output.path + ": doesn't say that its channels are for " +
                                        NamesOf(plan_.loudspeakers));
         if (plan_.source.channels == 3 && plan_.target.channels != 3)

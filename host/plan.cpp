@@ -67,9 +67,10 @@ void CheckTarget(const Options &options, const Container &wanted)
         throw UsageError(std::string(wanted.name) + " " + objection);
 }
 
-Plan PlanToKeep(const AudioFormat &format)
+Plan PlanToKeep(const AudioFormat &format, Loudspeakers loudspeakers)
 {
     Plan plan;
+    plan.loudspeakers = loudspeakers;
     plan.source = plan.target = format;
     plan.copyFile = plan.copySamples = true;
     return plan;

@@ -41,7 +41,7 @@ struct Plan {
 void CheckTarget(const Options &options, const Container &wanted);
 
 // The plan of a file whose audio is kept as it is, in the form in which the file has it.
-Plan PlanToKeep(const AudioFormat &format);
+Plan PlanToKeep(const AudioFormat &format, Loudspeakers loudspeakers);
 
 // Whether the samples of the plan, complete but for this, are to be dithered.
 bool WantsDither(const Options &options, const Plan &plan);

@@ -5,6 +5,7 @@
 #include "host/audio/channel_layout.h"
 #include "host/audio/completeness.h"
 #include "host/audio/header_bytes.h"
+#include "host/audio/header_channels.h"
 #include "host/audio/streamed_type.h"
 #include "host/system/memory_bytes.h"
 #include "host/system/memory_limit.h"
@@ -351,6 +352,7 @@ void AudioReader::OpenPipe()
         if (streaming == Streaming::Whole)
             TakeWholePipe();
         count_ = CountInHeader(*pipe_, start);
+        named_ = ChannelsInHeader(*pipe_, start);
         header_ = PreparedHeader();
         // Without its size libsndfile looks for the samples for ever.
         if (header_ == HeaderForm::NotFound || header_ == HeaderForm::NeedsEnd) {
@@ -404,16 +406,22 @@ void AudioReader::Start()
     TellLoudspeakers();
 }
 
-// Some headers name the loudspeakers, in any order.
-void AudioReader::TellLoudspeakers()
+// The channels as the header names them, in libsndfile's words or found there before.
+std::optional<NamedChannels> AudioReader::ChannelsOfHeader()
 {
     std::vector<int> map(format_.channels);
     const int size = static_cast<int>(map.size() * sizeof(int));
+    if (sf_command(stream_.handle(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) == SF_TRUE)
+        return FromSoundFileMap(map);
+    return named_ && named_->order.size() == format_.channels ? named_ : std::nullopt;
+}
+
+// Some headers name the loudspeakers, in any order.
+void AudioReader::TellLoudspeakers()
+{
     turns_.clear();
     loudspeakers_ = 0;
-    if (vorbisOrder_ || sf_command(stream_.handle(), SFC_GET_CHANNEL_MAP_INFO, map.data(), size) != SF_TRUE)
-        return;
-    const std::optional<NamedChannels> named = FromSoundFileMap(map);
+    const std::optional<NamedChannels> named = vorbisOrder_ ? std::nullopt : ChannelsOfHeader();
     if (!named)
         return;
     loudspeakers_ = UnlikeConverter(named->loudspeakers, format_.channels);
@@ -441,6 +449,7 @@ void AudioReader::CheckComplete()
         stream_.SkipTo(start);
         FailIfCut(stream_.file());
         count_ = CountInHeader(stream_.file(), start);
+        named_ = ChannelsInHeader(stream_.file(), start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }

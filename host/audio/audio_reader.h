@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,7 @@ private:
     void MendHeader(uint64_t size);
     void PrepareMpeg();
     void Start();
+    std::optional<NamedChannels> ChannelsOfHeader();
     void TellLoudspeakers();
     void CheckComplete();
     template <class Sample>
@@ -88,6 +90,7 @@ private:
     AudioFormat format_;
     uint64_t frames_ = 0;
     FrameCount count_; // of the header, apart from the samples' size
+    std::optional<NamedChannels> named_;
     uint64_t position_ = 0;
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;

@@ -1,6 +1,7 @@
 // tag_transfer.cpp: collects tags from all sources in one block and passes them on.
 #include "host/tags/tag_transfer.h"
 
+#include "host/audio/header_channels.h"
 #include "host/open_source.h"
 #include "host/report/report_parts.h"
 #include "host/system/paths.h"
@@ -51,6 +52,14 @@ std::vector<TextTag> LoudnessTags(const TagTransfer &transfer)
     return tags;
 }
 
+// The loudspeakers, where FLAC takes the channels for others.
+std::vector<TextTag> MaskTags(const TagTransfer &transfer)
+{
+    if (transfer.writtenKind != TagKind::Flac || NeedNoNames(transfer.loudspeakers))
+        return {};
+    return {{kChannelMaskKey, ChannelMaskText(transfer.loudspeakers)}};
+}
+
 // A tag that an option sets, or removes by an empty value, doesn't come from the file; nor does a measurement
 // that isn't true any longer.
 bool IsWanted(const Options &options, const TagTransfer &transfer, const std::string &key)
@@ -69,7 +78,8 @@ bool IsWanted(const Options &options, const TagTransfer &transfer, const std::st
     // What the coder of the input left of itself and of its length isn't true of another.
     const bool ofTheCoder = name == "ENCODER" || name == "ENCODING" || name == "LENGTH" ||
                             (transfer.inputKind == TagKind::Mp4 && name == "ENCODEDBY");
-    if (ofTheCoder)
+    // So are the loudspeakers of its channels, which each type says in its own way.
+    if (ofTheCoder || name == kChannelMaskKey)
         return false;
     // Its places are those of the whole file.
     if (transfer.part && name == "CUESHEET")
@@ -188,6 +198,8 @@ TagBlockPointer GatherTags(const Options &options, const Extras &extras, const T
         filler.AddText(key, value);
     for (const auto &[key, value] : LoudnessTags(transfer))
         filler.AddText(key, value);
+    for (const auto &[key, value] : MaskTags(transfer))
+        filler.AddText(key, value);
     if (options.tags)
         AddTrackTags(options, transfer, filler);
     if (extras.chapters && transfer.track.empty())
@@ -218,6 +230,8 @@ TagEdit EditOf(const Options &options, const Extras &extras, const TagTransfer &
     if (transfer.albumLoudness)
         takeOut("ALBUM");
     for (const TextTag &tag : LoudnessTags(transfer))
+        edit.texts.push_back(tag);
+    for (const TextTag &tag : edit.removeOthers ? MaskTags(transfer) : std::vector<TextTag>())
         edit.texts.push_back(tag);
     edit.texts.insert(edit.texts.end(), options.set.begin(), options.set.end());
     edit.chapters = extras.chapters;

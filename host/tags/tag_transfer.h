@@ -35,6 +35,7 @@ struct TagTransfer {
     uint32_t inputRate = 0;        // Hz, of their starts
     std::optional<Loudness> loudness;
     std::optional<Loudness> albumLoudness;
+    Loudspeakers loudspeakers = 0; // of the written file, where they need names
 };
 
 // Gathers the tags of options, extras, measurement and input in a tag block, in this order of precedence.

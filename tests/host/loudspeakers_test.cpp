@@ -1,15 +1,21 @@
 // loudspeakers_test.cpp: channels that are for other loudspeakers than the converter's.
+#include "host/audio/header_channels.h"
 #include "host/audio/loudspeakers.h"
+#include "host/system/memory_bytes.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tonekit::host::test {
 namespace {
+
+using namespace std::string_literals;
 
 std::string Number(uint64_t number, int bytes, bool bigFirst)
 {
@@ -54,17 +60,33 @@ uint32_t MaskOf(const std::string &wav)
     return mask;
 }
 
-// A CAF file of one frame of 1, 2, 3, ... times 1000, with a tag that says what its channels are for.
-std::string Caf(unsigned channels, uint32_t tag)
+// The labels of a CAF or AIFF layout; an angle and other numbers of places come after each.
+std::string Labels(const std::vector<uint32_t> &labels)
 {
+    std::string text;
+    for (const uint32_t label : labels)
+        text += Big(label, 4) + std::string(16, '\1');
+    return text;
+}
+
+std::string Layout(uint32_t tag, uint32_t bitmap, const std::vector<uint32_t> &labels)
+{
+    return Big(tag, 4) + Big(bitmap, 4) + Big(labels.size(), 4) + Labels(labels);
+}
+
+// A CAF file of one frame of 1, 2, 3, ... times 1000, with a layout that says what its channels are for.
+std::string Caf(unsigned channels, uint32_t tag, uint32_t bitmap = 0,
+                const std::vector<uint32_t> &labels = {})
+{
+    const std::string layout = Layout(tag, bitmap, labels);
     std::string data;
     for (unsigned c = 0; c < channels; ++c)
         data += Big(1000 * (c + 1), 2);
     const std::string rate("\x40\xE7\x70\0\0\0\0\0", 8); // 48000 as a double
     const std::string about =
         rate + "lpcm" + Big(0, 4) + Big(channels * 2, 4) + Big(1, 4) + Big(channels, 4) + Big(16, 4);
-    return "caff" + Big(1, 2) + Big(0, 2) + "desc" + Big(about.size(), 8) + about + "chan" + Big(12, 8) +
-           Big(tag, 4) + Big(0, 8) + "data" + Big(4 + data.size(), 8) + Big(0, 4) + data;
+    return "caff" + Big(1, 2) + Big(0, 2) + "desc" + Big(about.size(), 8) + about + "chan" +
+           Big(layout.size(), 8) + layout + "data" + Big(4 + data.size(), 8) + Big(0, 4) + data;
 }
 
 TEST(Loudspeakers, OfTheConverterAreNotUnlikeIt)
@@ -172,12 +194,134 @@ TEST_F(LoudspeakersOfFiles, AtTheSideAreMixedAsThoseAtTheRear)
 TEST_F(LoudspeakersOfFiles, ThatNoHeaderNamesGetAWarning)
 {
     WriteText(folder / "in.wav", Wav(4, 0x107));
-    const std::string err = Run({"-q", folder / "in.wav", folder / "out.flac"});
-    EXPECT_NE(err.find("out.flac: doesn't say that its channels are for front left, front right, front "
+    const std::string err = Run({"-q", folder / "in.wav", folder / "out.au"});
+    EXPECT_NE(err.find("out.au: doesn't say that its channels are for front left, front right, front "
                        "centre, rear centre"),
               std::string::npos)
         << err;
-    EXPECT_EQ(ReadSound(folder / "out.flac").samples, ReadSound(folder / "in.wav").samples);
+    EXPECT_EQ(ReadSound(folder / "out.au").samples, ReadSound(folder / "in.wav").samples);
+    const Outcome piped = RunHostOnPipes(Wav(4, 0x107), {"-q", "-t", "flac", "-", "-"});
+    EXPECT_NE(piped.err.find("doesn't say that its channels are for"), std::string::npos) << piped.err;
+}
+
+// FLAC has a comment for layouts that aren't its own.
+TEST_F(LoudspeakersOfFiles, StayNamedInFlac)
+{
+    for (const auto &[channels, mask, text] :
+         {std::tuple(4U, 0x107U, "0x0107"), std::tuple(4U, 0xFU, "0x000F"), std::tuple(3U, 0xBU, "0x000B"),
+          std::tuple(8U, 0xFFU, "0x00FF")}) {
+        WriteText(folder / "in.wav", Wav(channels, mask));
+        EXPECT_EQ(Run({"-q", "--set", "TITLE=a", folder / "in.wav", folder / "out.flac"}), "");
+        const std::string comment = std::string("WAVEFORMATEXTENSIBLE_CHANNEL_MASK=") + text;
+        EXPECT_NE(ReadText(folder / "out.flac").find(comment), std::string::npos) << comment;
+        EXPECT_EQ(ReadSound(folder / "out.flac").samples, ReadSound(folder / "in.wav").samples);
+        // And on to other types, which say it in their own way.
+        EXPECT_EQ(Run({"-q", folder / "out.flac", folder / "back.wav"}), "");
+        EXPECT_EQ(MaskOf(ReadText(folder / "back.wav")), mask);
+        EXPECT_EQ(ReadText(folder / "back.wav").find("CHANNEL_MASK"), std::string::npos);
+        EXPECT_EQ(Run({"-q", "-t", "flac", "--compression", "3", folder / "out.flac", folder / "more.flac"}),
+                  "");
+        EXPECT_NE(ReadText(folder / "more.flac").find(comment), std::string::npos) << comment;
+        // Copies without tags are still for the same loudspeakers.
+        EXPECT_EQ(Run({"-q", "--no-tags", folder / "out.flac", folder / "bare.flac"}), "");
+        const std::string bare = ReadText(folder / "bare.flac");
+        EXPECT_NE(bare.find(comment), std::string::npos) << comment;
+        EXPECT_EQ(bare.find("TITLE=a"), std::string::npos);
+    }
+    for (const auto &[channels, mask] : {std::pair(3U, 0x7U), std::pair(4U, 0x33U), std::pair(6U, 0x60FU)}) {
+        WriteText(folder / "in.wav", Wav(channels, mask));
+        EXPECT_EQ(Run({"-q", folder / "in.wav", folder / "out.flac"}), "");
+        EXPECT_EQ(ReadText(folder / "out.flac").find("CHANNEL_MASK"), std::string::npos) << mask;
+    }
+}
+
+TEST_F(LoudspeakersOfFiles, OfFlacAreNotMixedAsOthers)
+{
+    WriteText(folder / "in.wav", Wav(4, 0x107));
+    Run({"-q", folder / "in.wav", folder / "a.flac"});
+    const std::string named = ReadText(folder / "a.flac");
+    const std::string what = "its channels are for front left, front right, front centre, rear centre, and";
+    EXPECT_NE(Run({"-c", "2", folder / "a.flac", folder / "out.wav"}, 1).find(what), std::string::npos);
+    const Outcome piped = RunHostOnPipes(named, {"-c", "2", "-t", "wav", "-", "-"});
+    EXPECT_EQ(piped.status, 1);
+    EXPECT_NE(piped.err.find(what), std::string::npos) << piped.err;
+    // Of its own layout, or where the comment makes no sense, it is mixed as ever.
+    Run({"-q", "-c", "2", "-b", "24", folder / "in.wav", folder / "none.wav"}, 1);
+    WriteText(folder / "quad.wav", Wav(4, 0x33));
+    Run({"-q", "-c", "2", "-b", "24", folder / "quad.wav", folder / "quad2.wav"});
+    for (const std::string text : {"0x0033", "0x0603", "0x0007", "263   ", "0x01g7", "0x0000"}) {
+        std::string changed = named;
+        changed.replace(changed.find("0x0107"), 6, text);
+        WriteText(folder / "b.flac", changed);
+        EXPECT_EQ(Run({"-q", "-c", "2", "-b", "24", folder / "b.flac", folder / "b2.wav"}), "") << text;
+        EXPECT_TRUE(ReadText(folder / "b2.wav") == ReadText(folder / "quad2.wav")) << text;
+    }
+    std::string small = named;
+    small.replace(small.find("WAVEFORMAT"), 10, "waveformat");
+    WriteText(folder / "b.flac", small);
+    Run({"-c", "2", folder / "b.flac", folder / "out.wav"}, 1);
+}
+
+std::optional<NamedChannels> InHeader(const std::string &text)
+{
+    const std::vector<unsigned char> kept(text.begin(), text.end());
+    MemoryBytes bytes(kept);
+    return ChannelsInHeader(bytes);
+}
+
+// A FLAC header of so many channels: its first block, another, and one of comments.
+std::string FlacHeader(unsigned channels, const std::vector<std::string> &comments)
+{
+    std::string block = Little(4, 4) + "name" + Little(comments.size(), 4);
+    for (const std::string &comment : comments)
+        block += Little(comment.size(), 4) + comment;
+    std::string first(34, '\0');
+    first[12] = static_cast<char>((channels - 1) << 1);
+    return "fLaC" + Big(34, 4) + first + Big(1U << 24 | 3, 4) + "\0\0\0"s +
+           Big(0x84U << 24 | block.size(), 4) + block;
+}
+
+TEST(HeaderChannels, OfFlacAreInItsComments)
+{
+    const std::string mask = "WAVEFORMATEXTENSIBLE_CHANNEL_MASK=";
+    const auto loudspeakers = [&](unsigned channels, const std::vector<std::string> &comments) {
+        const std::optional<NamedChannels> named = InHeader(FlacHeader(channels, comments));
+        return named ? named->loudspeakers : 0;
+    };
+    EXPECT_EQ(loudspeakers(4, {"TITLE=a", mask + "0x0107", "ARTIST=b"}), 0x107U);
+    EXPECT_EQ(loudspeakers(4, {std::string(65, 'a') + "=", std::string(70000, 'b'), mask + "0X10f"}), 0x10FU);
+    EXPECT_EQ(loudspeakers(3, {mask + "0x0000000000000007"}), 7U);
+    EXPECT_EQ(loudspeakers(2, {mask + "0x0030"}), 0U);
+    EXPECT_EQ(loudspeakers(4, {"A" + mask + "0x0107"}), 0U);
+    EXPECT_EQ(loudspeakers(4, {mask + "0x"}), 0U);
+    EXPECT_EQ(loudspeakers(4, {mask + "0x00000000000000107"}), 0U);
+    EXPECT_EQ(loudspeakers(4, {mask + "0107"}), 0U);
+    EXPECT_EQ(loudspeakers(4, {}), 0U);
+    // The first one counts.
+    EXPECT_EQ(loudspeakers(4, {mask + "0x0033", mask + "0x0107"}), 0x33U);
+    // At each byte a cut header is no more than one without names.
+    const std::string whole = FlacHeader(4, {mask + "0x0107"});
+    for (size_t size = 0; size < whole.size(); ++size)
+        EXPECT_FALSE(InHeader(whole.substr(0, size))) << size;
+}
+
+TEST(HeaderChannels, MaskTextsHaveFourDigitsOrMore)
+{
+    EXPECT_EQ(ChannelMaskText(0x7), "0x0007");
+    EXPECT_EQ(ChannelMaskText(0x10F), "0x010F");
+    EXPECT_EQ(ChannelMaskText(0x2A063F), "0x2A063F");
+}
+
+TEST(HeaderChannels, OfAiffAreInALayout)
+{
+    const auto aiff = [](const std::string &layout) {
+        return "FORM" + Big(0, 4) + "AIFFCOMM" + Big(1, 4) + "xx" + "CHAN" + Big(layout.size(), 4) + layout +
+               "SSND";
+    };
+    EXPECT_EQ(InHeader(aiff(Layout(1U << 16, 0x107, {}))).value().loudspeakers, 0x107U);
+    EXPECT_EQ(InHeader(aiff(Layout(0, 0, {1, 2, 3, 9}))).value().loudspeakers, 0x107U);
+    EXPECT_FALSE(InHeader(aiff(Layout(2U << 16, 0x107, {}))));
+    EXPECT_FALSE(InHeader(aiff(Layout(1U << 16, 0x107, {}).substr(0, 11))));
 }
 
 TEST_F(LoudspeakersOfFiles, OfThreeChannelsLoseTheThirdWithAWarning)
@@ -213,6 +357,37 @@ TEST_F(LoudspeakersOfFiles, OfCafComeIntoTheConvertersOrder)
             expected.push_back(channel * 1000 << 16);
         EXPECT_EQ(ReadSound(folder / "out.wav").samples, expected) << (layout.tag >> 16);
     }
+}
+
+// A bitmap, or a label for each channel, where no tag names the layout.
+TEST_F(LoudspeakersOfFiles, OfCafCanBeABitmapOrLabels)
+{
+    constexpr uint32_t kBitmap = 1U << 16;
+    const auto expect = [&](const std::string &caf, uint32_t mask, const std::vector<int32_t> &order) {
+        WriteText(folder / "in.caf", caf);
+        EXPECT_EQ(Run({"-q", "-b", "24", folder / "in.caf", folder / "out.wav"}), "");
+        EXPECT_EQ(MaskOf(ReadText(folder / "out.wav")), mask);
+        std::vector<int32_t> expected;
+        for (const int32_t channel : order)
+            expected.push_back(channel * 1000 << 16);
+        EXPECT_EQ(ReadSound(folder / "out.wav").samples, expected) << mask;
+        EXPECT_EQ(MaskOf(RunHostOnPipes(caf, {"-q", "-b", "24", "-t", "wav", "-", "-"}).out), mask);
+    };
+    expect(Caf(4, kBitmap, 0x107), 0x107, {1, 2, 3, 4});
+    expect(Caf(4, kBitmap, 0x33), 0x33, {1, 2, 3, 4});
+    expect(Caf(7, kBitmap, 0x13F), 0x70F, {1, 2, 3, 4, 7, 5, 6});
+    expect(Caf(4, 0, 0, {3, 1, 2, 9}), 0x107, {2, 3, 1, 4});
+    expect(Caf(6, 0, 0, {1, 2, 5, 6, 3, 4}), 0x3F, {1, 2, 5, 6, 3, 4});
+    // Surround loudspeakers are at the side where others are at the rear.
+    expect(Caf(8, 0, 0, {1, 2, 3, 4, 5, 6, 33, 34}), 0x63F, {1, 2, 3, 4, 7, 8, 5, 6});
+    expect(Caf(8, 0, 0, {1, 2, 3, 4, 5, 6, 10, 11}), 0x63F, {1, 2, 3, 4, 5, 6, 7, 8});
+    // What makes no sense says nothing.
+    expect(Caf(4, kBitmap, 0x7), 0x33, {1, 2, 3, 4});
+    expect(Caf(4, 0, 0, {1, 2, 2, 9}), 0x33, {1, 2, 3, 4});
+    expect(Caf(4, 0, 0, {1, 2, 3, 19}), 0x33, {1, 2, 3, 4});
+    expect(Caf(4, 0, 0, {0, 1, 2, 3}), 0x33, {1, 2, 3, 4});
+    WriteText(folder / "in.caf", Caf(4, kBitmap, 0x107));
+    Run({"-c", "2", folder / "in.caf", folder / "none.wav"}, 1);
 }
 
 TEST_F(LoudspeakersOfFiles, ThatDifferAreNotJoined)
