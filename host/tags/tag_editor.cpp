@@ -118,11 +118,13 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
     if (const char *const start = file.MissingStart())
         throw Failure(shownName + ": the file doesn't begin with " + start + ": its tags can't be changed");
     if (!file.IsValid())
-        throw Failure(shownName +
-                      (file.IsTooLarge()
-                           ? ": the tags need too much memory to be changed (--memory allows more)"
-                       : file.IsTooLong() ? ": the file is too long for its tags to be changed"
-                                          : ": the tags are broken and can't be changed"));
+        throw Failure(
+            shownName +
+            (file.IsTooLarge()  ? ": the tags need too much memory to be changed (--memory allows more)"
+             : file.IsTooLong() ? ": the file is too long for its tags to be changed"
+             : file.boxes() == Mp4Boxes::TooManyPlaces
+                 ? ": its header counts more places of samples than it lists: its tags can't be changed"
+                 : ": the tags are broken and can't be changed"));
     Editor(file, edit, shownName, warnings).Run(end, pictures);
     const std::error_code error =
         file.Save(edit.removeOthers ? TagFile::Forms::New : TagFile::Forms::AsFound);

@@ -129,6 +129,11 @@ void TagFile::Open()
     }
     if (HasOddSize(stream_))
         return;
+    if (kind_ == TagKind::Mp4) {
+        boxes_ = LookAtMp4Boxes(stream_);
+        if (boxes_ == Mp4Boxes::TooDeep || (boxes_ == Mp4Boxes::TooManyPlaces && !stream_.readOnly()))
+            return;
+    }
     // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,
     // as pictures are copied and written, takes as much again.
     AllocationBudget budget(MemoryLimit() * 3 / 8);

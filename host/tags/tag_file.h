@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/system/memory_limit.h"
+#include "host/tags/mp4_boxes.h"
 #include "host/tags/tag_kind.h"
 #include "host/tags/tag_stream.h"
 
@@ -31,6 +32,8 @@ public:
     // The four letters with which TagLib takes the file to begin, without a look, and with which it doesn't:
     // another order of bytes, or a tag before all. Null if the file is as it should be.
     const char *MissingStart() const { return missingStart_; }
+    // Of MP4 files. IsValid() is false where they are too deep, or a change would go wrong.
+    Mp4Boxes boxes() const { return boxes_; }
     // Throws Failure if the system has failed so far: what TagLib makes of that looks like a broken tag.
     void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
@@ -62,6 +65,7 @@ private:
     bool tooLong_;
     bool tooLarge_ = false;
     const char *missingStart_ = nullptr;
+    Mp4Boxes boxes_ = Mp4Boxes::Sound;
     std::unique_ptr<TagLib::File> file_;
 };
 

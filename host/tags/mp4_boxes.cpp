@@ -1,0 +1,124 @@
+// mp4_boxes.cpp: follows the boxes of an MP4 file as TagLib does, without a call for each.
+#include "host/tags/mp4_boxes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace tonekit::host {
+
+namespace {
+
+constexpr unsigned int kHeader = 8;
+constexpr unsigned int kLargeHeader = 16; // with a size of 8 bytes
+// The tables of samples are at the fifth level.
+constexpr size_t kMostLevels = 32;
+
+// What TagLib takes for lists of boxes, wherever they are.
+constexpr std::array kLists = {"moov", "udta", "mdia", "meta", "ilst", "stbl",
+                               "minf", "moof", "traf", "trak", "stsd"};
+
+struct Box {
+    uint64_t start = 0;
+    uint64_t size = 0; // of what the file has of it; 0: there is none, or its size makes no sense
+    TagLib::ByteVector name;
+};
+
+class Walk {
+public:
+    explicit Walk(TagStream &stream) : stream_(stream), end_(static_cast<uint64_t>(stream.length())) {}
+
+    Mp4Boxes Run()
+    {
+        std::vector<uint64_t> ends;
+        Mp4Boxes found = Mp4Boxes::Sound;
+        for (uint64_t place = 0; place < end_;) {
+            while (!ends.empty() && place >= ends.back())
+                ends.pop_back();
+            const Box box = BoxAt(place);
+            if (box.size == 0)
+                break; // TagLib looks no further
+            if (!HoldsItsPlaces(box))
+                found = Mp4Boxes::TooManyPlaces;
+            place = box.start + box.size;
+            if (!IsList(box.name))
+                continue;
+            ends.push_back(place);
+            if (ends.size() > kMostLevels)
+                return Mp4Boxes::TooDeep;
+            place = box.start + HeaderOf(box);
+        }
+        return found;
+    }
+
+private:
+    TagLib::ByteVector BytesAt(uint64_t place, unsigned int size)
+    {
+        stream_.seek(static_cast<long>(place), TagLib::IOStream::Beginning);
+        return stream_.readBlock(size);
+    }
+
+    Box BoxAt(uint64_t place)
+    {
+        const TagLib::ByteVector bytes = BytesAt(place, kLargeHeader);
+        if (bytes.size() < kHeader)
+            return {};
+        uint64_t size = bytes.toUInt(0u);
+        large_ = size == 1;
+        if (size == 0)
+            size = end_ - place;
+        else if (large_)
+            size = bytes.size() == kLargeHeader ? static_cast<uint64_t>(bytes.toLongLong(8u)) : 0;
+        if (size < kHeader || size > static_cast<uint64_t>(INT64_MAX))
+            return {};
+        return {place, std::min(size, end_ - place), bytes.mid(4, 4)};
+    }
+
+    static bool IsList(const TagLib::ByteVector &name)
+    {
+        return std::find(kLists.begin(), kLists.end(), name) != kLists.end();
+    }
+
+    // The length of what comes before the boxes of a list.
+    unsigned int HeaderOf(const Box &box)
+    {
+        const unsigned int header = large_ ? kLargeHeader : kHeader;
+        if (box.name == "stsd")
+            return header + 8;
+        if (box.name != "meta")
+            return header;
+        // The version of this box is missing in some files.
+        constexpr std::array first = {"hdlr", "ilst", "mhdr", "ctry", "lang"};
+        const TagLib::ByteVector name = BytesAt(box.start + header, 8).mid(4, 4);
+        return std::find(first.begin(), first.end(), name) != first.end() ? header : header + 4;
+    }
+
+    // TagLib reads these as if their headers were never large.
+    bool HoldsItsPlaces(const Box &box)
+    {
+        const uint64_t placeSize = box.name == "stco" ? 4 : box.name == "co64" ? 8 : 0;
+        if (placeSize != 0)
+            return !large_ && box.size >= 16 &&
+                   uint64_t{BytesAt(box.start + 12, 4).toUInt()} * placeSize <= box.size - 16;
+        if (box.name != "tfhd")
+            return true;
+        // The lowest bit says that a place comes after the number of the track.
+        return !large_ && box.size >= 12 && ((BytesAt(box.start + 11, 1)[0] & 1) == 0 || box.size >= 24);
+    }
+
+    TagStream &stream_;
+    uint64_t end_;
+    bool large_ = false; // whether the last box has a large header
+};
+
+} // namespace
+
+Mp4Boxes LookAtMp4Boxes(TagStream &stream)
+{
+    const Mp4Boxes found = Walk(stream).Run();
+    stream.seek(0, TagLib::IOStream::Beginning);
+    return found;
+}
+
+} // namespace tonekit::host

@@ -1,0 +1,19 @@
+// mp4_boxes.h: what TagLib would believe of an MP4 file's boxes without a look.
+#pragma once
+
+#include "host/tags/tag_stream.h"
+
+namespace tonekit::host {
+
+enum class Mp4Boxes {
+    Sound,         // or such that TagLib refuses them itself
+    TooDeep,       // boxes in boxes in boxes, for each of which TagLib has a function call
+    TooManyPlaces, // of samples: more than the boxes that list them hold, or none of them whole
+};
+
+// Looks at the boxes that TagLib looks at, in one pass, and leaves the stream at its beginning. Where places
+// of samples are too many, TagLib would change what comes after their box when it saves. The system's errors
+// are the stream's.
+Mp4Boxes LookAtMp4Boxes(TagStream &stream);
+
+} // namespace tonekit::host

@@ -1,0 +1,198 @@
+// mp4_boxes_test.cpp: MP4 files that TagLib would damage, or that would exhaust its stack.
+#include "host/system/failure.h"
+#include "host/tags/mp4_boxes.h"
+#include "host/tags/tag_editor.h"
+#include "host/tags/tag_file.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host::test {
+namespace {
+
+using namespace std::string_literals;
+
+std::string Number(size_t number)
+{
+    return {static_cast<char>(number >> 24), static_cast<char>(number >> 16), static_cast<char>(number >> 8),
+            static_cast<char>(number)};
+}
+
+std::string Box(const std::string &name, const std::string &content)
+{
+    return Number(content.size() + 8) + name + content;
+}
+
+std::string Table(const std::string &name, size_t count, const std::string &places)
+{
+    return Box(name, Number(0) + Number(count) + places);
+}
+
+std::string Track(const std::string &table)
+{
+    return Box("trak", Box("mdia", Box("minf", Box("stbl", table))));
+}
+
+std::string Fragment(const std::string &content)
+{
+    return Box("moof", Box("traf", Box("tfhd", content)));
+}
+
+// Lists of boxes in each other, so many.
+std::string Nested(size_t depth)
+{
+    std::string boxes;
+    for (size_t left = depth; left > 0; --left)
+        boxes += Number(16 * left) + "stsd"s + Number(0) + Number(1);
+    return boxes;
+}
+
+const std::string kStart = Box("ftyp", "M4A \0\0\0\0"s);
+const std::string kSamples = Box("mdat", "samples and samples");
+const std::string kOfOne = Track(Table("stco", 1, "abcd"));
+
+class Mp4BoxesTest : public testing::Test {
+protected:
+    Mp4Boxes Look(const std::string &boxes)
+    {
+        WriteText(name_, boxes);
+        TagStream stream(PathFromUtf8(name_), TagStream::Access::Read);
+        const Mp4Boxes found = LookAtMp4Boxes(stream);
+        EXPECT_EQ(stream.tell(), 0);
+        EXPECT_FALSE(stream.error());
+        return found;
+    }
+
+    void ExpectTooMany(const std::string &boxes) { EXPECT_EQ(Look(boxes), Mp4Boxes::TooManyPlaces); }
+    void ExpectSound(const std::string &boxes) { EXPECT_EQ(Look(boxes), Mp4Boxes::Sound); }
+
+    // What a change of the title says, and nothing if it was made.
+    std::string Refusal(const std::string &boxes)
+    {
+        WriteText(name_, boxes);
+        TagEdit edit;
+        edit.texts = {{"TITLE", "A title"}};
+        std::vector<std::string> warnings;
+        try {
+            EditTags(PathFromUtf8(name_), TagKind::Mp4, edit, 1, "file", warnings);
+        } catch (const Failure &failure) {
+            EXPECT_EQ(ReadText(name_), boxes);
+            return failure.what();
+        }
+        return "";
+    }
+
+    TemporaryFolder folder_;
+    const std::string name_ = folder_ / "a.m4a";
+};
+
+TEST_F(Mp4BoxesTest, AreSoundWhereTablesHoldAllThatTheyCount)
+{
+    ExpectSound("");
+    ExpectSound(kStart + Box("moov", kOfOne) + kSamples);
+    ExpectSound(kStart + Box("moov", Track(Table("stco", 0, ""))) + kSamples);
+    ExpectSound(kStart + Box("moov", Track(Table("stco", 1, "abcdrest"))) + kSamples);
+    ExpectSound(kStart + Box("moov", Track(Table("co64", 2, "abcdefghabcdefgh"))) + kSamples);
+    // A box of this name that TagLib doesn't look into.
+    ExpectSound(Box("moov", Box("free", Table("stco", 2, "abcd"))));
+}
+
+TEST_F(Mp4BoxesTest, CountNoMorePlacesThanTheyList)
+{
+    ExpectTooMany(kStart + Box("moov", Track(Table("stco", 2, "abcd"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Table("stco", 0x40000001, "abcd"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Table("stco", 0xFFFFFFFF, "abcd"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Table("stco", 1, "abc"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Table("co64", 2, "abcdefghabcdefg"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Table("co64", 0x20000001, "abcdefgh"))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", Track(Box("stco", "1234567"))) + kSamples); // no whole count
+}
+
+TEST_F(Mp4BoxesTest, AreLookedAtInAllTracksWhereverTheHeaderIs)
+{
+    const std::string second = kOfOne + Track(Table("stco", 2, "abcd"));
+    ExpectTooMany(kStart + Box("moov", second) + kSamples);
+    ExpectTooMany(kStart + kSamples + Box("free", "") + Box("moov", second + kOfOne));
+    ExpectTooMany(kStart + Box("moov", kOfOne + Box("udta", Table("co64", 1, ""))) + kSamples);
+    ExpectTooMany(kStart + Box("moov", kOfOne + Box("meta", Number(0) + Table("stco", 1, ""))));
+    ExpectTooMany(Box("moov", Box("meta", Box("hdlr", "") + Table("stco", 1, "")))); // without its version
+    ExpectTooMany(Box("moov", Box("stsd", Number(0) + Number(1) + Table("stco", 1, ""))));
+    // Up to the end of the file, and with a size of eight bytes.
+    ExpectTooMany(kStart + Number(0) + "moov"s + second);
+    ExpectTooMany(kStart + Number(1) + "moov"s + Number(0) + Number(second.size() + 16) + second + kSamples);
+    ExpectTooMany(Number(1) + "mdat"s + Number(0) + Number(20) + "abcd" + Box("moov", second));
+}
+
+// TagLib takes the file's end for the box's, and would write the rest after it.
+TEST_F(Mp4BoxesTest, ListNoPlacesAfterTheFile)
+{
+    const std::string tracks = Track(Table("stco", 2, "abcd"));
+    ExpectTooMany(Number(tracks.size() + 1000) + "moov"s + tracks);
+    ExpectTooMany(Number(1000) + "moov"s + Number(1000) + "stco"s + Number(0) + Number(2) + "abcd");
+    ExpectSound(Number(1000) + "moov"s + Number(1000) + "stco"s + Number(0) + Number(1) + "abcd");
+}
+
+// TagLib takes the size of eight bytes for the count.
+TEST_F(Mp4BoxesTest, HaveNoLargeHeadersWhereTablesAre)
+{
+    const std::string table = Number(1) + "stco"s + Number(0) + Number(24) + Number(0) + Number(0);
+    ExpectTooMany(Box("moov", Track(table)));
+    ExpectTooMany(Box("moov", Track(Number(1) + "stco"s + Number(1) + Number(1) + Number(0) + Number(0))));
+}
+
+TEST_F(Mp4BoxesTest, HoldThePlacesOfFragments)
+{
+    ExpectSound(Box("moov", kOfOne) + Fragment("\0\0\0\0track"s));
+    ExpectSound(Box("moov", kOfOne) + Fragment("\0\0\0\1trac12345678"s));
+    ExpectSound(Box("moov", kOfOne) + Fragment("\0\0\0\x3Etrac1234567"s));
+    ExpectTooMany(Box("moov", kOfOne) + Fragment("\0\0\0\1trac1234567"s));
+    ExpectTooMany(Box("moov", kOfOne) + Fragment("\0\0\0"s));
+    ExpectTooMany(Box("moov", kOfOne) + Fragment("\0\0\0\0trac"s) + Fragment("\0\0\0\1trac"s));
+}
+
+TEST_F(Mp4BoxesTest, AreNotTooDeep)
+{
+    ExpectSound(Nested(32));
+    EXPECT_EQ(Look(Nested(33)), Mp4Boxes::TooDeep);
+    ExpectSound(kStart + Nested(20) + Nested(20));
+    EXPECT_EQ(Look(kStart + Box("moov", Track(Nested(1'000'000)))), Mp4Boxes::TooDeep);
+}
+
+// What TagLib finds no sense in it refuses to change.
+TEST_F(Mp4BoxesTest, EndWhereASizeMakesNoSense)
+{
+    const std::string bad = Box("moov", Track(Table("stco", 2, "abcd")));
+    ExpectSound(Number(7) + "free"s + bad);
+    ExpectSound(Number(1000) + "free"s + bad);
+    ExpectSound(Number(1) + "free"s + Number(0) + Number(7) + bad);
+    ExpectSound(Number(1) + "free"s + Number(0xFFFFFFFF) + Number(0xFFFFFFFF) + bad);
+    ExpectSound("1234567");
+}
+
+TEST_F(Mp4BoxesTest, AreNotChangedWhereMorePlacesAreCountedThanListed)
+{
+    EXPECT_EQ(Refusal(kStart + Box("moov", kOfOne) + kSamples), "");
+    const std::string refusal =
+        "file: its header counts more places of samples than it lists: its tags can't be changed";
+    EXPECT_EQ(Refusal(kStart + Box("moov", Track(Table("stco", 4, "abcd"))) + kSamples), refusal);
+    EXPECT_EQ(Refusal(kStart + Box("moov", kOfOne + Track(Table("co64", 1, "abcd"))) + kSamples), refusal);
+    EXPECT_EQ(Refusal(kStart + Box("moov", kOfOne) + Fragment("\0\0\0\1trac"s) + kSamples), refusal);
+}
+
+TEST_F(Mp4BoxesTest, AreReadThoughMorePlacesAreCountedThanListed)
+{
+    WriteText(name_, kStart + Box("moov", Track(Table("stco", 4, "abcd"))) + kSamples);
+    EXPECT_TRUE(TagFile(PathFromUtf8(name_), TagKind::Mp4, TagStream::Access::Read).IsValid());
+    EXPECT_FALSE(TagFile(PathFromUtf8(name_), TagKind::Mp4, TagStream::Access::Change).IsValid());
+}
+
+// A function call for each of them would exhaust the stack.
+TEST_F(Mp4BoxesTest, ThatAreTooDeepAreRefused)
+{
+    const std::string deep = kStart + kSamples + Box("moov", kOfOne + Track(Nested(1'000'000)));
+    EXPECT_EQ(Refusal(deep), "file: the tags are broken and can't be changed");
+    EXPECT_FALSE(TagFile(PathFromUtf8(name_), TagKind::Mp4, TagStream::Access::Read).IsValid());
+}
+
+} // namespace
+} // namespace tonekit::host::test
