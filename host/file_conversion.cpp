@@ -141,6 +141,18 @@ public:
         report_.seconds += SecondsSince(start);
     }
 
+    void BeginToStore() override
+    {
+        if (output_ && !options_.dryRun)
+            output_->BeginToStore();
+    }
+
+    void Store() override
+    {
+        if (output_ && !options_.dryRun)
+            output_->Store();
+    }
+
 private:
     using Clock = std::chrono::steady_clock;
 

@@ -56,6 +56,10 @@ public:
     // Waits until the complete output is on the disk and puts it in its place. Throws Failure; the output
     // then is as it was before.
     virtual void Commit() = 0;
+    // The part of Commit that waits for the disk: many outputs that have all begun to be stored are there
+    // sooner than one after another. Store throws Failure.
+    virtual void BeginToStore() {}
+    virtual void Store() {}
 
     // Completes and commits.
     ConversionReport Finish(const std::optional<Loudness> &album)

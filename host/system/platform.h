@@ -41,6 +41,8 @@ public:
     std::error_code SeekTo(uint64_t position) override;
     std::error_code Tell(uint64_t &position) override;
     std::error_code Size(uint64_t &size) override;
+    // Asks the system to store what was written, and doesn't wait; Sync reports what fails.
+    void BeginToStore();
     // Waits until what was written is on the disk, where the file system can say so.
     std::error_code Sync();
     // Cuts the file to this size.
@@ -50,7 +52,7 @@ public:
     bool IsOpen() const { return handle_ >= 0; }
 
 private:
-    void BeginToStore(size_t written);
+    void CountWritten(size_t bytes);
 
     int handle_ = -1;
     bool isNew_ = false;

@@ -165,23 +165,26 @@ std::error_code File::Write(const void *data, size_t size)
             return LastError();
         done += static_cast<size_t>(count);
     }
-    BeginToStore(size);
+    CountWritten(size);
     return {};
 }
 
 // Waiting for a whole long file at its end would take as long again as writing it.
-void File::BeginToStore([[maybe_unused]] size_t written)
+void File::CountWritten(size_t bytes)
+{
+    constexpr uint64_t kEnough = uint64_t{8} << 20;
+    unstored_ += bytes;
+    if (isNew_ && unstored_ >= kEnough)
+        BeginToStore();
+}
+
+void File::BeginToStore()
 {
 #ifdef SYNC_FILE_RANGE_WRITE
-    constexpr uint64_t kEnough = uint64_t{8} << 20;
-    unstored_ += written;
-    if (!isNew_ || unstored_ < kEnough)
-        return;
-    // From the start to the end, of which the system takes what it hasn't stored yet. Sync reports what
-    // fails.
+    // From the start to the end, of which the system takes what it hasn't stored yet.
     sync_file_range(handle_, 0, 0, SYNC_FILE_RANGE_WRITE);
-    unstored_ = 0;
 #endif
+    unstored_ = 0;
 }
 
 std::error_code File::SeekTo(uint64_t position)

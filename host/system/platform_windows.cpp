@@ -131,6 +131,11 @@ bool File::MarkAsInWork(File &) const
     return true;
 }
 
+void File::BeginToStore()
+{
+    // The system begins by itself.
+}
+
 std::error_code File::Sync()
 {
     return _commit(handle_) != 0 ? LastError() : std::error_code();

@@ -119,12 +119,27 @@ File SafeOutput::Create()
     Fail(shown_, "can't be written: no temporary name is free");
 }
 
-void SafeOutput::Commit()
+void SafeOutput::BeginToStore()
+{
+    File file;
+    if (!file.OpenToChange(temporary_))
+        file.BeginToStore();
+}
+
+void SafeOutput::Store()
 {
     std::error_code error;
     File file;
     if ((error = file.OpenToChange(temporary_)) || (error = file.Sync()) || (error = file.Close()))
         Fail(shown_, "can't be written: " + error.message());
+    stored_ = true;
+}
+
+void SafeOutput::Commit()
+{
+    if (!stored_)
+        Store();
+    std::error_code error;
     const fs::file_status old = fs::status(target_, error);
     if (fs::exists(old)) {
         TakeOverDetails(target_, temporary_);

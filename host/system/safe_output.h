@@ -25,12 +25,17 @@ public:
     // The file must be closed. It is on the disk before it takes the target's place. An existing target's
     // permissions are kept.
     void Commit();
+    // The part of Commit that waits for the disk, for callers with many outputs: what all have begun to store
+    // is on the disk sooner than one after another. Store throws Failure.
+    void BeginToStore();
+    void Store();
 
 private:
     std::filesystem::path shown_;
     std::filesystem::path target_;
     std::filesystem::path temporary_;
     File mark_; // says that the temporary file is in work
+    bool stored_ = false;
 };
 
 // Makes the folders on the way to a file that aren't there yet. Throws Failure.

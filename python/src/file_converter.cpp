@@ -6,6 +6,7 @@
 #include "host/system/paths.h"
 #include "python/src/host_calls.h"
 
+#include <algorithm>
 #include <chrono>
 #include <nanobind/stl/pair.h>
 #include <nanobind/stl/string.h>
@@ -64,6 +65,20 @@ nb::dict Row(const host::ConversionReport &report)
     return row;
 }
 
+// What an exception says of an output; empty without one.
+std::string TextOf(const std::exception_ptr &failure, const std::string &output)
+{
+    try {
+        if (failure)
+            std::rethrow_exception(failure);
+        return {};
+    } catch (const std::bad_alloc &) {
+        return output + ": not enough memory";
+    } catch (const std::exception &error) {
+        return error.what();
+    }
+}
+
 } // namespace
 
 FileConverter::FileConverter(const OptionList &list)
@@ -111,30 +126,37 @@ void FileConverter::RequireResult() const
         throw nb::value_error("no result is complete");
 }
 
-void FileConverter::Place()
+void FileConverter::Keep()
 {
     RequireResult();
+    kept_.push_back(std::move(converted_));
+}
+
+void FileConverter::Place()
+{
     WithoutGil([&] {
         if (!placer_.runs())
-            return Commit(std::move(converted_));
+            return Commit(std::exchange(kept_, {}));
         {
             std::unique_lock lock(placer_.mutex);
-            placer_.changed.wait(lock, [&] { return placed_; });
-            placing_ = std::move(converted_);
-            placed_ = false;
+            placer_.changed.wait(lock, [&] { return isPlaced_; });
+            placing_ = std::exchange(kept_, {});
+            isPlaced_ = placing_.empty();
         }
         placer_.changed.notify_all();
     });
 }
 
-double FileConverter::Placed()
+std::vector<std::pair<double, std::string>> FileConverter::Placed()
 {
     return WithoutGil([&] {
         std::unique_lock lock(placer_.mutex);
-        placer_.changed.wait(lock, [&] { return placed_; });
-        if (!error_.empty())
-            throw host::Failure(std::exchange(error_, {}));
-        return seconds_;
+        placer_.changed.wait(lock, [&] { return isPlaced_; });
+        std::vector<std::pair<double, std::string>> placed;
+        for (const auto &result : placed_)
+            placed.emplace_back(seconds_, TextOf(result->failure, result->options.output));
+        placed_.clear();
+        return placed;
     });
 }
 
@@ -142,37 +164,50 @@ double FileConverter::Placed()
 void FileConverter::PlaceResults()
 {
     for (;;) {
-        std::unique_ptr<Result> result;
+        Results results;
         {
             std::unique_lock lock(placer_.mutex);
-            placer_.changed.wait(lock, [&] { return placing_ || placer_.stopped; });
-            if (!placing_)
+            placer_.changed.wait(lock, [&] { return !placing_.empty() || placer_.stopped; });
+            if (placing_.empty())
                 return;
-            result = std::move(placing_);
+            results = std::exchange(placing_, {});
         }
-        Commit(std::move(result));
+        Commit(std::move(results));
     }
 }
 
-void FileConverter::Commit(std::unique_ptr<Result> result)
+// All are on the disk before the first takes its place: what changes in folders between would be stored, too.
+void FileConverter::Commit(Results results)
 {
     const auto start = std::chrono::steady_clock::now();
-    std::string error;
-    try {
-        result->file->Commit();
-    } catch (const std::bad_alloc &) {
-        error = result->options.output + ": not enough memory";
-    } catch (const std::exception &failure) {
-        error = failure.what();
+    if (results.size() > 1) {
+        for (const auto &result : results)
+            result->file->BeginToStore();
     }
-    result.reset();
+    for (const auto &result : results)
+        Try(*result, [](host::PendingFile &file) { file.Store(); });
+    for (const auto &result : results) {
+        if (!result->failure)
+            Try(*result, [](host::PendingFile &file) { file.Commit(); });
+        result->file.reset();
+    }
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     {
         const std::lock_guard lock(placer_.mutex);
-        seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        error_ = std::move(error);
-        placed_ = true;
+        seconds_ = seconds.count() / static_cast<double>(std::max<size_t>(results.size(), 1));
+        placed_ = std::move(results);
+        isPlaced_ = true;
     }
     placer_.changed.notify_all();
+}
+
+void FileConverter::Try(Result &result, void (*step)(host::PendingFile &)) noexcept
+{
+    try {
+        step(*result.file);
+    } catch (...) {
+        result.failure = std::current_exception();
+    }
 }
 
 void BindFileConverter(nb::module_ &module)
@@ -184,11 +219,14 @@ void BindFileConverter(nb::module_ &module)
              "Converts a file, which is not in its place yet, and returns the columns of its row.")
         .def_prop_ro("completed", &FileConverter::Completed,
                      "The path of the result of the last conversion, which is not in its place yet.")
+        .def("keep", &FileConverter::Keep,
+             "Keeps the result of the last conversion, to be placed with others.")
         .def("place", &FileConverter::Place,
-             "Begins to put the result of the last conversion in its place, while the next goes on.")
-        .def("placed", &FileConverter::Placed,
-             "Waits until the result is in its place and returns the seconds that this took. Raises "
-             "FileError.");
+             "Begins to put all results that are kept in their places, while conversion goes on.")
+        .def("placed", &FileConverter::Placed, nb::sig("def placed(self) -> list[tuple[float, str]]"),
+             "Waits until they are there. Returns for each, in their order, the seconds that it took, and "
+             "why it "
+             "is not in its place, or an empty text.");
 }
 
 } // namespace tonekit::python

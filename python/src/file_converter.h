@@ -7,9 +7,12 @@
 #include "host/tags/extras.h"
 #include "python/src/option_list.h"
 
+#include <exception>
 #include <memory>
 #include <nanobind/nanobind.h>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tonekit::python {
 
@@ -21,33 +24,39 @@ public:
 
     // Converts a file as far as a complete result under a temporary name, and returns the columns of its row.
     nanobind::dict Convert(const std::string &source, const std::string &target);
-    // The path of that result until Place is called.
+    // The path of that result until Keep is called.
     std::string Completed() const;
-    // Begins to put the result of the last conversion in place; the one before it has to be there.
+    // Keeps the result of the last conversion, to be placed with others.
+    void Keep();
+    // Begins to put all results that are kept in their places. Those before have to be there.
     void Place();
-    // Waits until it is there; returns the seconds that it took. Throws host::Failure.
-    double Placed();
+    // Waits until they are there. Returns the seconds that each took, and why it isn't there: empty if it is.
+    std::vector<std::pair<double, std::string>> Placed();
 
 private:
     // What a conversion refers to exists as long as its result.
     struct Result {
         host::Options options;
         host::Job job;
-        std::unique_ptr<host::PendingFile> file;
+        std::unique_ptr<host::PendingFile> file; // until it is placed
+        std::exception_ptr failure = {};
     };
+
+    using Results = std::vector<std::unique_ptr<Result>>;
 
     void RequireResult() const;
     void PlaceResults();
-    void Commit(std::unique_ptr<Result> result);
+    void Commit(Results results);
+    static void Try(Result &result, void (*step)(host::PendingFile &)) noexcept;
 
     const host::Options options_;
     const host::Extras extras_;
     std::unique_ptr<Result> converted_;
-    std::unique_ptr<Result>
-        placing_; // until the other thread takes it; this and what follows under its mutex
-    bool placed_ = true;
-    double seconds_ = 0;
-    std::string error_; // empty: the result is in place
+    Results kept_;
+    Results placing_; // until the other thread takes them; this and what follows under its mutex
+    bool isPlaced_ = true;
+    Results placed_;
+    double seconds_ = 0; // that each of them took
     host::SideThread placer_;
 };
 

@@ -165,6 +165,22 @@ TEST(NewFile, IsStoredWhileItIsWritten)
     EXPECT_EQ(timesAsked, 3);
 }
 
+TEST(SafeOutput, BeginsToBeStoredWhenAsked)
+{
+    TemporaryFolder folder;
+    SafeOutput output(folder / "a.wav");
+    WriteThrough(output, "new");
+    timesAsked = 0;
+    storing = -1;
+    output.BeginToStore();
+    EXPECT_EQ(timesAsked, 1);
+    EXPECT_GE(storing, 0);
+    output.Store();
+    output.Commit();
+    EXPECT_EQ(timesAsked, 1);
+    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
 TEST(SafeOutput, RefusesADevice)
 {
     EXPECT_THROW(SafeOutput("/dev/null"), Failure);

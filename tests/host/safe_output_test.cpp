@@ -29,6 +29,30 @@ TEST(SafeOutput, AppearsOnlyWhenCommitted)
     EXPECT_EQ(ReadText(folder / "a.wav"), "new");
 }
 
+TEST(SafeOutput, IsStoredWithoutBeingInItsPlace)
+{
+    TemporaryFolder folder;
+    WriteText(folder / "a.wav", "old");
+    SafeOutput output(folder / "a.wav");
+    WriteThrough(output, "new");
+    output.BeginToStore();
+    output.Store();
+    EXPECT_EQ(ReadText(folder / "a.wav"), "old");
+    output.Commit();
+    EXPECT_EQ(ReadText(folder / "a.wav"), "new");
+}
+
+TEST(SafeOutput, SaysThatItCantBeStored)
+{
+    TemporaryFolder folder;
+    SafeOutput output(folder / "a.wav");
+    WriteThrough(output, "new");
+    fs::remove(output.temporary());
+    output.BeginToStore();
+    EXPECT_THROW(output.Store(), Failure);
+    EXPECT_FALSE(fs::exists(folder / "a.wav"));
+}
+
 TEST(SafeOutput, LeavesNothingWithoutCommit)
 {
     TemporaryFolder folder;

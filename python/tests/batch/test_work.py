@@ -5,7 +5,7 @@ from __future__ import annotations
 import fcntl
 import hashlib
 import os
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
@@ -14,6 +14,7 @@ import pytest
 
 import tonekit
 from tonekit import _core
+from tonekit.batch import _work
 from tonekit.batch._storage import Store
 from tonekit.batch._work import Item, Job, Worker
 
@@ -50,11 +51,18 @@ def test_outcomes_come_in_order_when_their_results_are_in_place(tmp_path: Path, 
         item(sources[2], "b/3.wav"),
         item("/nowhere/4.wav", "4.wav"),
     ]
+
+    def taken() -> Iterator[Item]:
+        for index, one in enumerate(items):
+            begun.append(index)
+            yield one
+
     outcomes = []
-    for outcome in worker.outcomes(items, begun.append):
-        outcomes.append(outcome)
-        if outcome["state"] == "done":
-            assert (out / items[len(outcomes) - 1].name).stat().st_size == RESULT_SIZE
+    for together in worker.work(taken()):
+        for outcome in together:
+            outcomes.append(outcome)
+            if outcome["state"] == "done":
+                assert (out / items[len(outcomes) - 1].name).stat().st_size == RESULT_SIZE
     worker.close()
     assert begun == [0, 1, 2, 3, 4]
     assert [outcome["state"] for outcome in outcomes] == ["done", "failed", "done", "done", "failed"]
@@ -71,6 +79,67 @@ def test_outcomes_come_in_order_when_their_results_are_in_place(tmp_path: Path, 
         if row["state"] == "done":
             assert row["target_size"] == RESULT_SIZE
             assert row["target_digest"] == hashlib.sha256((out / one.name).read_bytes()).hexdigest()
+
+
+def test_all_outcomes_come_before_a_wait_for_more_files(tmp_path: Path, sources: list[str]) -> None:
+    worker = Worker(Job(str(tmp_path / "out"), PAIRS, {}), "me")
+    outcomes: list[Any] = []
+    waits: list[tuple[int, list[str]]] = []
+
+    def files() -> Iterator[Item | None]:
+        for number, name in enumerate(("0.wav", None, None, "1.wav", "none.wav", None, "2.wav")):
+            if name:
+                yield item(sources[0] if name != "none.wav" else "/nowhere.wav", name)
+            else:
+                yield None
+                waits.append((number, names_in(tmp_path / "out")))
+                assert len(outcomes) == {1: 1, 2: 1, 5: 3}[number]
+
+    for together in worker.work(files()):
+        assert together
+        outcomes += together
+    assert [outcome["state"] for outcome in outcomes] == ["done", "done", "failed", "done"]
+    assert waits == [(1, ["0.wav"]), (2, ["0.wav"]), (5, ["0.wav", "1.wav"])]
+
+
+def test_short_files_are_placed_together_and_long_ones_at_once(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    tonekit.write(tmp_path / "a.wav", np.zeros((100, 2), np.int16), 44100)
+    files = [item(str(tmp_path / "a.wav"), f"{i}.wav") for i in range(50)]
+    monkeypatch.setattr(_work, "_TOGETHER_SECONDS", 1e9)
+    assert [len(part) for part in Worker(Job(str(tmp_path / "one"), PAIRS, {}), "me").work(files)] == [16, 16, 16, 2]
+    monkeypatch.setattr(_work, "_TOGETHER_SECONDS", 0.0)
+    assert [len(part) for part in Worker(Job(str(tmp_path / "two"), PAIRS, {}), "me").work(files)] == [1] * 50
+    assert len(names_in(tmp_path / "one")) == len(names_in(tmp_path / "two")) == 50
+
+
+def test_of_results_that_are_placed_together_the_others_are_in_place(tmp_path: Path, sources: list[str]) -> None:
+    out = tmp_path / "out"
+    converter = _core.FileConverter(PAIRS)
+    out.mkdir()
+    for name in ("0.wav", "1.wav", "2.wav"):
+        converter.convert(sources[0], str(out / name))
+        converter.keep()
+    os.mkdir(out / "1.wav")
+    converter.place()
+    placed = converter.placed()
+    assert [text for _, text in placed] == ["", placed[1][1], ""]
+    assert placed[1][1].startswith(f"{out}/1.wav: can't be written: ")
+    assert all(seconds > 0 for seconds, _ in placed)
+    assert names_in(out) == ["0.wav", "2.wav"]
+    assert converter.placed() == []
+
+
+def test_what_was_kept_for_a_run_that_broke_off_is_gone(tmp_path: Path, sources: list[str]) -> None:
+    worker = Worker(Job(str(tmp_path / "out"), PAIRS, {}), "me")
+
+    def broken() -> Iterator[Item]:
+        yield item(sources[0], "0.wav")
+        raise InterruptedError
+
+    with pytest.raises(InterruptedError):
+        list(worker.work(broken()))
+    assert [outcome["state"] for outcome in worker.outcomes([item(sources[1], "1.wav")])] == ["done"]
+    assert names_in(tmp_path / "out") == ["1.wav"]
 
 
 def test_a_row_has_what_the_report_of_the_program_says(tmp_path: Path, sources: list[str]) -> None:
@@ -149,11 +218,14 @@ def test_a_result_is_not_seen_before_it_is_placed(tmp_path: Path, sources: list[
     assert complete.parent == tmp_path and complete.name.startswith(".tonekit-")
     data = complete.read_bytes()
     assert len(data) == RESULT_SIZE
+    converter.keep()
+    assert target.read_bytes() == b"old"
     converter.place()
-    assert converter.placed() > 0
+    [(seconds, error)] = converter.placed()
+    assert seconds > 0 and error == ""
     assert target.read_bytes() == data and not complete.exists()
     with pytest.raises(ValueError, match="no result is complete"):
-        converter.place()
+        converter.keep()
     with pytest.raises(ValueError, match="no result is complete"):
         str(converter.completed)
 
@@ -168,7 +240,10 @@ def test_a_result_that_nobody_places_leaves_nothing(tmp_path: Path, sources: lis
         converter.convert("/nowhere.wav", str(out / "2.wav"))
     assert names_in(out) == []
     converter.convert(sources[1], str(out / "1.wav"))
+    converter.keep()
     converter.place()
+    converter.convert(sources[1], str(out / "2.wav"))
+    converter.keep()
     del converter  # after which what was being placed is in place
     assert names_in(out) == ["1.wav"]
 
@@ -178,13 +253,16 @@ def test_a_failed_placement_is_said_once(tmp_path: Path, sources: list[str]) -> 
     target = tmp_path / "out.wav"
     converter.convert(sources[0], str(target))
     target.mkdir()
+    converter.keep()
     converter.place()
-    with pytest.raises(_core.FileError, match="can't be written"):
-        converter.placed()
+    [(_, error)] = converter.placed()
+    assert "can't be written" in error
+    assert converter.placed() == []
     target.rmdir()
     converter.convert(sources[0], str(target))
+    converter.keep()
     converter.place()
-    converter.placed()
+    assert [text for _, text in converter.placed()] == [""]
     assert target.stat().st_size == RESULT_SIZE
 
 

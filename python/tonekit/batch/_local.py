@@ -61,12 +61,15 @@ class _Process:
             if outcomes == "ready":
                 self.ready = True
                 continue
-            items = self.groups[0].items
-            events.append(Done(items[self.done : self.done + len(outcomes)], outcomes))
-            self.done += len(outcomes)
-            if self.done == len(items):
-                self.groups.popleft()
-                self.done = 0
+            while outcomes:
+                items = self.groups[0].items[self.done :]
+                part = outcomes[: len(items)]
+                events.append(Done(items[: len(part)], part))
+                outcomes = outcomes[len(part) :]
+                self.done += len(part)
+                if len(part) == len(items):
+                    self.groups.popleft()
+                    self.done = 0
 
     def lost(self) -> list[Lost]:
         """What the process had when it ended."""

@@ -19,7 +19,7 @@ _workers: dict[str, Worker] = {}  # of this process, by what they do
 
 def do(job: Job, items: Sequence[Item]) -> list[Outcome]:
     """Does a group of files, on a worker of Ray."""
-    return list(worker_for(job).outcomes(items))
+    return worker_for(job).outcomes(items)
 
 
 def worker_for(job: Job) -> Worker:

@@ -7,7 +7,8 @@ import hashlib
 import os
 import re
 import time
-from collections.abc import Callable, Iterable, Iterator
+from collections.abc import Iterable, Iterator
+from itertools import chain
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import _core
@@ -17,6 +18,8 @@ from ._storage import Storage, Store, blocks_of, protocol_of
 if TYPE_CHECKING:
     from ._scratch import Scratch
 
+_TOGETHER = 16  # results at most that are put in their places together
+_TOGETHER_SECONDS = 0.05  # of work, after which no more are waited for
 _SUFFIX = r"\.[A-Za-z0-9_]{1,15}\Z"
 
 
@@ -42,6 +45,14 @@ class Job(NamedTuple):
 Outcome = dict[str, Any]  # columns of a row of the books
 
 
+class _Converted(NamedTuple):
+    """A file after its conversion."""
+
+    item: Item
+    outcome: Outcome
+    complete: bool  # the result has to be put in its place
+
+
 class Worker:
     """Does files, one after another.
 
@@ -58,32 +69,44 @@ class Worker:
         self._converter: _core.FileConverter | None = None
 
     def do(self, item: Item) -> Outcome:
-        """Does a file; see :meth:`outcomes`."""
-        return next(self.outcomes([item]))
+        """Does a file; see :meth:`work`."""
+        [outcome] = self.outcomes([item])
+        return outcome
 
-    def outcomes(self, items: Iterable[Item], begin: Callable[[int], object] = lambda index: None) -> Iterator[Outcome]:
-        """Does files and yields the outcome of each, in their order.
+    def outcomes(self, items: Iterable[Item]) -> list[Outcome]:
+        """Does files and returns the outcome of each, in their order; see :meth:`work`."""
+        return [outcome for outcomes in self.work(items) for outcome in outcomes]
 
-        Results on this machine are put in their places, for which the disk has to be waited for, while the next file is
-        converted. A file that can't be done is an outcome with an error; only signals and exits are raised.
+    def work(self, items: Iterable[Item | None]) -> Iterator[list[Outcome]]:
+        """Does files and yields their outcomes in their order, several at a time.
 
-        :param items: the files
-        :param begin: is called with the number of each before its conversion
+        Results on this machine are put in their places, for which the disk has to be waited for, while the next files are
+        converted; those of short files together. A file that can't be done is an outcome with an error; only signals and
+        exits are raised.
+
+        :param items: the files. None says that the next may be long in coming: all outcomes until then are yielded first
         """
-        placing: tuple[Item, Outcome] | None = None
-        for index, item in enumerate(items):
-            begin(index)
-            outcome, complete = self._converted(item)
-            before = self._placed(*placing) if placing else None
-            placing = (item, outcome) if complete else None
-            if complete:
-                self._files().place()
-            if before:
-                yield before
-            if not complete:
-                yield outcome
-        if placing:
-            yield self._placed(*placing)
+        waiting: list[_Converted] = []
+        placing: list[_Converted] = []
+        begun = 0.0
+        try:
+            for item in chain(items, [None]):
+                if item is not None:
+                    if not waiting:
+                        begun = time.perf_counter()
+                    waiting.append(self._converted(item))
+                    if len(waiting) < _TOGETHER and time.perf_counter() - begun < _TOGETHER_SECONDS:
+                        continue
+                before = self._placed(placing)
+                placing, waiting = self._begin_to_place(waiting), []
+                if before:
+                    yield before
+                if item is None and placing:
+                    before, placing = self._placed(placing), []
+                    yield before
+        finally:
+            if waiting or placing:
+                self._converter = None  # and what it was about to place
 
     def close(self) -> None:
         """Removes temporary files."""
@@ -100,29 +123,40 @@ class Worker:
         self._converter = self._converter or _core.FileConverter(self._job.pairs)
         return self._converter
 
-    def _converted(self, item: Item) -> tuple[Outcome, bool]:
-        """Converts a file; returns whether its result is complete and still has to be put in its place."""
+    def _converted(self, item: Item) -> _Converted:
         started = time.perf_counter()
         complete = False
         try:
             if item.expected and self._is_there(item.name, *item.expected):
-                return {"state": "verified"}, False
-            outcome = self._made(item)
-            complete = self._target.local
+                outcome: Outcome = {"state": "verified"}
+            else:
+                outcome = self._made(item)
+                if self._target.local:
+                    self._files().keep()
+                    complete = True
         except MemoryError:
             outcome = failed(f"{item.source}: not enough memory")
         except Exception as error:
             outcome = failed(self._message(error, item))
-        return self._timed(outcome, time.perf_counter() - started), complete
+        return _Converted(item, self._timed(outcome, time.perf_counter() - started), complete)
 
-    def _placed(self, item: Item, outcome: Outcome) -> Outcome:
-        """The outcome of a file whose result is being put in its place, when it is there."""
-        seconds = outcome["total_seconds"]
-        try:
-            seconds += self._files().placed()
-        except Exception as error:
-            outcome = failed(self._message(error, item))
-        return self._timed(outcome, seconds)
+    def _begin_to_place(self, files: list[_Converted]) -> list[_Converted]:
+        """Begins to put results in their places."""
+        if any(file.complete for file in files):
+            self._files().place()
+        return files
+
+    def _placed(self, files: list[_Converted]) -> list[Outcome]:
+        """The outcomes of files whose results are being put in their places, when they are there."""
+        placed = iter(self._files().placed() if any(file.complete for file in files) else ())
+        outcomes = []
+        for item, outcome, complete in files:
+            if complete:
+                more, error = next(placed)
+                seconds = outcome["total_seconds"] + more
+                outcome = self._timed(failed(self._message(_core.FileError(error), item)) if error else outcome, seconds)
+            outcomes.append(outcome)
+        return outcomes
 
     def _timed(self, outcome: Outcome, seconds: float) -> Outcome:
         outcome.update(worker=self._name, total_seconds=seconds, finished=int(time.time() * 1e6))
@@ -145,8 +179,11 @@ class Worker:
                 return self._booked(source, result)
             result = self._temporary("out", item.name, temporary)
             outcome = self._booked(source, result)
+            self._files().keep()
             self._files().place()
-            self._files().placed()
+            [(_, error)] = self._files().placed()
+            if error:
+                raise _core.FileError(error)
             self._target.place(result, item.name)
             return outcome
         finally:

@@ -6,23 +6,27 @@ import os
 import signal
 import struct
 import sys
-import time
-from collections.abc import Callable
+from collections.abc import Iterator
 
-from ._channel import Channel
-from ._work import Worker
+from ._channel import Channel, ready
+from ._work import Item, Worker
 
 MARK = struct.Struct("=qq")  # number of the group, and of the file of it, that are in work
-_REPORT_SECONDS = 0.1
 
 
 def _leave(*_: object) -> None:
     raise SystemExit(0)
 
 
-def _marker(mark: int, number: int) -> Callable[[int], object]:
-    """Notes a file of a group as the one that is in work."""
-    return lambda index: os.pwrite(mark, MARK.pack(number, index), 0)
+def _items(channel: Channel, mark: int) -> Iterator[Item | None]:
+    """The files of the groups that come, each of which is noted as the one in work; None before a wait for more."""
+    while True:
+        if not ready([channel], 0):
+            yield None
+        number, items = channel.receive()
+        for index, item in enumerate(items):
+            os.pwrite(mark, MARK.pack(number, index), 0)
+            yield item
 
 
 def serve(channel: Channel, mark: int) -> None:
@@ -33,16 +37,8 @@ def serve(channel: Channel, mark: int) -> None:
         return  # the run was over before it began
     try:
         channel.send("ready")
-        while True:
-            number, items = channel.receive()
-            outcomes, due = [], time.monotonic() + _REPORT_SECONDS
-            for outcome in worker.outcomes(items, _marker(mark, number)):
-                outcomes.append(outcome)
-                if time.monotonic() >= due:
-                    channel.send(outcomes)
-                    outcomes, due = [], time.monotonic() + _REPORT_SECONDS
-            if outcomes:
-                channel.send(outcomes)
+        for outcomes in worker.work(_items(channel, mark)):
+            channel.send(outcomes)
     except (EOFError, ConnectionError):
         pass  # the run is over
     finally:
