@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <system_error>
 #include <tonekit/convert.h>
 #include <utility>
 
@@ -238,9 +239,12 @@ void AudioReader::OpenFile()
         Fail("the file is empty");
     CheckComplete();
     MendHeader(size);
-    if (!pipe_)
+    if (!pipe_) {
         PrepareMpeg();
+        FindLinks();
+    }
     Start();
+    MeasureLinks();
     if (pipe_)
         pipe_->KeepNoMore();
 }
@@ -359,15 +363,17 @@ void AudioReader::OpenPipe()
             TakeWholePipe();
             header_ = PreparedHeader();
         }
+        if (start == 0 && HeaderBytes(*pipe_).Has(0, "OggS"))
+            stream_.Use(&link_.emplace(*pipe_, MemoryLimit()), false);
         pipe_->SeekTo(start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
     Start();
     pipe_->KeepNoMore();
-    if (vorbisOrder_) {
+    if (link_) {
+        link_->KeepNoMore();
         pipe_->KeepTail(kLargestOggPage);
-        pipe_->Watch([this](std::span<const unsigned char> bytes) { pages_.Take(bytes); });
     }
     if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64)
         frames_ = 0;
@@ -394,6 +400,7 @@ void AudioReader::Start()
     frames_ = info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(info.frames) : 0;
     if (frames_ > 0 && header_ != HeaderForm::Open && header_ != HeaderForm::OpenAsRf64)
         CheckCount(frames_);
+    soundFormat_ = info.format;
     vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     lossy_ = IsLossy(subtype);
     seekable_ = frames_ > 0 && SeeksExactly(info.format);
@@ -509,25 +516,97 @@ sf_count_t AudioReader::ReadSamples(void *buffer, uint32_t frames)
     return 0;
 }
 
-// Of streams after one another libsndfile reads the first.
-void AudioReader::CheckOneStream()
+// Of streams after one another libsndfile reads the first, so that each is started as a file of its own.
+void AudioReader::FindLinks()
 {
-    bool several = pages_.HasLaterStream();
     try {
-        if (vorbisOrder_ && !pipe())
-            several = HasLaterOggStream(stream_.file());
+        if (HeaderBytes(stream_.file(), stream_.start()).Has(0, "OggS")) {
+            const OggPages pages = PagesOfOgg(stream_.file());
+            strayPages_ = pages.HasStray();
+            if (pages.starts().size() > 1)
+                starts_ = pages.starts();
+        }
+        if (!starts_.empty())
+            stream_.EndAt(starts_[1]);
+        if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
+            throw std::system_error(error);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
-    if (several)
-        Fail("holds several streams one after another, of which only the first could be read");
+}
+
+void AudioReader::MeasureLinks()
+{
+    if (starts_.empty())
+        return;
+    bool known = frames_ > 0;
+    for (started_ = 1; started_ < starts_.size() && !linksDiffer_; ++started_) {
+        const std::optional<uint64_t> frames = StartLink();
+        linksDiffer_ = !frames;
+        known = known && frames.value_or(0) > 0;
+        frames_ += frames.value_or(0);
+    }
+    if (linksDiffer_ || !known)
+        frames_ = 0;
+    Rewind();
+}
+
+// Starts one of the streams that follow one another. Returns its frames, 0 if it doesn't say; nothing if it
+// isn't like the first.
+std::optional<uint64_t> AudioReader::StartLink()
+{
+    stream_.Stop();
+    if (!starts_.empty()) {
+        stream_.SkipTo(starts_[started_]);
+        stream_.EndAt(started_ + 1 < starts_.size() ? starts_[started_ + 1] : UINT64_MAX);
+        stream_.Note(stream_.file().SeekTo(stream_.start()));
+    }
+    SF_INFO info{};
+    stream_.Start(SFM_READ, info);
+    if (stream_.error())
+        Fail("reading failed: " + stream_.error().message());
+    if (!stream_.handle() || info.format != soundFormat_ ||
+        info.channels != static_cast<int>(format_.channels) ||
+        info.samplerate != static_cast<int>(format_.rate))
+        return std::nullopt;
+    return info.frames < SF_COUNT_MAX ? static_cast<uint64_t>(std::max<sf_count_t>(info.frames, 0)) : 0;
+}
+
+// Goes on with the next stream. False after the last one, or where this one is damaged.
+bool AudioReader::NextLink()
+{
+    if (stream_.error() || sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
+        return false;
+    if (link_) {
+        bool found = false;
+        stream_.Note(link_->Next(found));
+        if (!found)
+            return false;
+    } else if (++started_ >= starts_.size()) {
+        return false;
+    }
+    linksDiffer_ = !StartLink();
+    CheckLinks();
+    if (link_)
+        link_->KeepNoMore();
+    return true;
+}
+
+void AudioReader::CheckLinks() const
+{
+    if (linksDiffer_)
+        Fail("holds several streams one after another, and not all of one type, rate and channel count");
+    if (strayPages_ || (link_ && link_->HasStray()))
+        Fail("the audio is damaged (a page of a stream that didn't begin)");
 }
 
 uint32_t AudioReader::Read(void *buffer, uint32_t frames)
 {
     if (position_ == 0 && !pipe())
-        CheckOneStream();
-    const sf_count_t got = ReadSamples(buffer, frames);
+        CheckLinks();
+    sf_count_t got = ReadSamples(buffer, frames);
+    while (got <= 0 && NextLink())
+        got = ReadSamples(buffer, frames);
     if (stream_.error())
         Fail("reading failed: " + stream_.error().message());
     if (got <= 0) {
@@ -564,7 +643,7 @@ void AudioReader::CheckEnd()
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
         CheckOggEnd(*pipe_, shownName_);
-        CheckOneStream();
+        CheckLinks();
     }
 }
 
@@ -585,6 +664,11 @@ void AudioReader::Rewind()
     if (pipe())
         Fail("can't be read twice");
     position_ = 0;
+    if (!starts_.empty()) {
+        started_ = 0;
+        StartLink();
+        return;
+    }
     if (!stream_.endIsKnown()) {
         // libmpg123 can't go back there.
         stream_.Stop();

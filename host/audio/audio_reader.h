@@ -3,7 +3,7 @@
 
 #include "host/audio/container.h"
 #include "host/audio/frame_count.h"
-#include "host/audio/ogg_pages.h"
+#include "host/audio/ogg_link.h"
 #include "host/audio/sample_format.h"
 #include "host/audio/sample_source.h"
 #include "host/audio/sound_stream.h"
@@ -80,7 +80,11 @@ private:
     sf_count_t FetchedBytes(void *buffer, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
     void CheckCount(uint64_t held) const;
-    void CheckOneStream();
+    void FindLinks();
+    void MeasureLinks();
+    std::optional<uint64_t> StartLink();
+    bool NextLink();
+    void CheckLinks() const;
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -95,8 +99,13 @@ private:
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
     HeaderForm header_ = HeaderForm::AsItWas;
-    bool vorbisOrder_ = false;   // which only Ogg files have
-    OggPages pages_;             // of those from a pipe
+    bool vorbisOrder_ = false;     // which only Ogg files have
+    std::optional<OggLink> link_;  // of one from a pipe
+    std::vector<uint64_t> starts_; // of the streams after one another in a file that has several
+    size_t started_ = 0;           // the one that is read
+    int soundFormat_ = 0;          // libsndfile's number of the type
+    bool linksDiffer_ = false;
+    bool strayPages_ = false;    // in a file, of a stream that didn't begin
     std::vector<uint8_t> turns_; // channels to be put into the converter's order: pairs of from and to
     Loudspeakers loudspeakers_ = 0;
     bool asTheyAre_ = false; // the file holds the very bytes of the samples

@@ -1,4 +1,4 @@
-// ogg_pages.h: whether an Ogg file or stream holds several streams, one after another.
+// ogg_pages.h: from page to page of an Ogg file, in which several streams can follow one another.
 #pragma once
 
 #include "host/system/byte_stream.h"
@@ -6,21 +6,28 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace tonekit::host {
 
-// Follows the pages as their bytes come.
+// Follows the pages as their bytes come, and looks for the next page after bytes that are none.
 class OggPages {
 public:
     // The bytes that follow those taken before.
     void Take(std::span<const unsigned char> bytes);
-    // Whether a page began a stream after one that had gone on with another.
-    bool HasLaterStream() const { return laterStream_; }
-    // The bytes from those taken up to the next header. Skip takes them for taken.
-    uint64_t BytesToHeader() const { return left_; }
-    void Skip() { left_ = 0; }
-    // What came wasn't a page; nothing is looked at any longer.
-    bool IsLost() const { return lost_; }
+    // How many bytes follow at least before a header is complete, or up to the next header.
+    uint64_t BytesToGo() const;
+    bool IsInContent() const { return left_ > 0; }
+    bool IsInHeader() const { return have_ > 0; }
+    // Takes the rest of a page's content for taken.
+    void SkipContent();
+    // The size of the last complete header.
+    size_t headerSize() const { return headerSize_; }
+    // Where the streams begin that follow one another: the first, and each after one that had gone on with
+    // another.
+    const std::vector<uint64_t> &starts() const { return starts_; }
+    // Whether there was a page of a stream without its start.
+    bool HasStray() const { return stray_; }
 
 private:
     void TakeHeader();
@@ -29,12 +36,15 @@ private:
     std::array<unsigned char, kFixed + 255> header_ = {};
     size_t have_ = 0;   // bytes of the header
     uint64_t left_ = 0; // bytes of the page's content
-    bool wentOn_ = false;
-    bool laterStream_ = false;
-    bool lost_ = false;
+    uint64_t position_ = 0;
+    size_t headerSize_ = 0;
+    bool wentOn_ = true;
+    bool stray_ = false;
+    std::vector<uint64_t> starts_;
+    std::vector<uint32_t> serials_; // of the streams that began together last
 };
 
-// The same of a whole file. Its position stays. Throws std::system_error if the system fails.
-bool HasLaterOggStream(ByteStream &file);
+// All pages of a file. Its position stays. Throws std::system_error if the system fails.
+OggPages PagesOfOgg(ByteStream &file);
 
 } // namespace tonekit::host

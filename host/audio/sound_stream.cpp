@@ -19,6 +19,7 @@ sf_count_t Length(void *user)
         return 0;
     uint64_t size = 0;
     Stream(user).Note(Stream(user).bytes().Size(size));
+    size = std::min(size, Stream(user).end());
     return static_cast<sf_count_t>(size - std::min(size, Stream(user).start()));
 }
 
@@ -50,8 +51,16 @@ sf_count_t Seek(sf_count_t offset, int whence, void *user)
 sf_count_t Read(void *buffer, sf_count_t count, void *user)
 {
     size_t got = 0;
-    if (count > 0)
-        Stream(user).Note(Stream(user).bytes().Read(buffer, static_cast<size_t>(count), got));
+    uint64_t left = UINT64_MAX;
+    if (const uint64_t end = Stream(user).end(); end != UINT64_MAX) {
+        uint64_t position = 0;
+        Stream(user).Note(Stream(user).bytes().Tell(position));
+        left = end - std::min(end, position);
+    }
+    const auto size =
+        static_cast<size_t>(std::min(static_cast<uint64_t>(std::max<sf_count_t>(count, 0)), left));
+    if (size > 0)
+        Stream(user).Note(Stream(user).bytes().Read(buffer, size, got));
     return static_cast<sf_count_t>(got);
 }
 

@@ -4,6 +4,7 @@
 #include "host/system/library_memory.h"
 #include "host/system/platform.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <new>
 #include <sndfile.h>
@@ -33,6 +34,9 @@ public:
     // Lets libsndfile's file begin at this place of the open one.
     void SkipTo(uint64_t start) { start_ = start; }
     uint64_t start() const { return start_; }
+    // Lets libsndfile's file end at this place of the open one, if that doesn't end before.
+    void EndAt(uint64_t end) { end_ = end; }
+    uint64_t end() const { return end_; }
     // Starts libsndfile on the open file; on failure handle() is null.
     void Start(int mode, SF_INFO &info);
     // Lets libsndfile write what it still holds; the file stays open.
@@ -64,6 +68,7 @@ private:
     bool endIsKnown_ = true;
     bool hidesLength_ = false;
     uint64_t start_ = 0;
+    uint64_t end_ = UINT64_MAX;
     SNDFILE *handle_ = nullptr;
     std::error_code error_;
 };

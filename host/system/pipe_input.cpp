@@ -63,15 +63,7 @@ std::error_code PipeInput::ReadOn(void *buffer, size_t size, size_t &got)
     const std::error_code error = file_.Read(buffer, size, got);
     if (keepsTail())
         AddToTail({static_cast<const unsigned char *>(buffer), got});
-    if (look_)
-        look_({static_cast<const unsigned char *>(buffer), got});
     return error;
-}
-
-void PipeInput::Watch(std::function<void(std::span<const unsigned char>)> look)
-{
-    look_ = std::move(look);
-    look_(kept_);
 }
 
 void PipeInput::KeepTail(size_t size)

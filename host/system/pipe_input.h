@@ -6,7 +6,6 @@
 #include "host/system/platform.h"
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <vector>
 
@@ -52,8 +51,6 @@ public:
     bool keepsTail() const { return tailSize_ > 0; }
     // All that came, or the last bytes of it, at least as many as KeepTail asked for.
     std::span<const unsigned char> tail() const { return tail_; }
-    // From now on `look` sees all that came and comes out of the stream, in its order.
-    void Watch(std::function<void(std::span<const unsigned char>)> look);
     // Reads and drops all that is left, so that the writing program isn't cut off.
     std::error_code Drain();
 
@@ -69,7 +66,6 @@ private:
     bool keeps_ = true;
     bool skips_ = false;
     std::vector<unsigned char> kept_;
-    std::function<void(std::span<const unsigned char>)> look_;
     size_t tailSize_ = 0;
     std::vector<unsigned char> tail_;
     uint64_t next_ = 0;     // the position of the next byte out of the pipe

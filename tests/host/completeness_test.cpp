@@ -1,6 +1,5 @@
 // completeness_test.cpp: files that were cut off are recognised.
 #include "host/audio/completeness.h"
-#include "host/audio/ogg_pages.h"
 #include "tests/host/audio_files.h"
 #include "tests/host/temporary_folder.h"
 
@@ -173,45 +172,6 @@ TEST(CompletenessOfMp3, WithoutTheNoteOrItsBytesNothingIsKnown)
     EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
     test::WriteText(folder / "a.mp3", std::string("\xFF\xFB\x90\x64", 4) + std::string(500, '\0'));
     EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
-}
-
-// A page with this flag, whose segments have these sizes.
-std::string OggPage(char flags, const std::vector<unsigned char> &sizes)
-{
-    std::string page =
-        std::string("OggS\0", 5) + flags + std::string(20, '\x5A') + static_cast<char>(sizes.size());
-    size_t content = 0;
-    for (const unsigned char size : sizes) {
-        page += static_cast<char>(size);
-        content += size;
-    }
-    return page + std::string(content, 'O');
-}
-
-TEST(OggPages, FindAStreamThatBeginsAfterAnother)
-{
-    const std::string two = OggPage(2, {30}) + OggPage(2, {19}) + OggPage(0, {255, 255, 7}) + OggPage(4, {});
-    const std::pair<std::string, bool> files[] = {
-        {two, false}, {two + two, true}, {two + "trash" + two, false}, {"", false}, {"OggS", false}};
-    TemporaryFolder folder;
-    for (const auto &[bytes, later] : files) {
-        for (const size_t step : {size_t{1}, size_t{26}, size_t{28}, size_t{1000}}) {
-            OggPages pages;
-            for (size_t place = 0; place < bytes.size(); place += step) {
-                const std::string part = bytes.substr(place, step);
-                pages.Take({reinterpret_cast<const unsigned char *>(part.data()), part.size()});
-            }
-            EXPECT_EQ(pages.HasLaterStream(), later) << bytes.size() << " bytes by " << step;
-        }
-        test::WriteText(folder / "a", bytes);
-        File file;
-        EXPECT_FALSE(file.OpenToRead(folder / "a"));
-        EXPECT_FALSE(file.SeekTo(2));
-        EXPECT_EQ(HasLaterOggStream(file), later) << bytes.size() << " bytes";
-        uint64_t place = 0;
-        EXPECT_FALSE(file.Tell(place));
-        EXPECT_EQ(place, 2U);
-    }
 }
 
 TEST(CompletenessOfOtherFiles, IsNotDoubted)

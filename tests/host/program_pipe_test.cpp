@@ -307,23 +307,6 @@ TEST_F(Pipes, EndWithALineWhereTheStreamIsBad)
     ExpectFailure(1, "no such file", {"--raw", "s16le,44100,2", folder / "none.raw", folder / "old.wav"});
 }
 
-TEST_F(Pipes, AndFilesOfSeveralOggStreamsAreCopiedOrRefused)
-{
-    for (const std::string type : {"ogg", "opus"}) {
-        Convert({folder / "good.wav", folder / "a." + type});
-        const std::string twice = ReadText(folder / "a." + type) + ReadText(folder / "a." + type);
-        WriteText(folder / "a." + type, twice);
-        const std::string what =
-            "holds several streams one after another, of which only the first could be read";
-        ExpectFailure(1, what, {folder / "a." + type, folder / "old.wav"});
-        ExpectFailure(1, what, {"--info", "--hash", "sha256", folder / "a." + type});
-        ExpectRefusal(1, what, twice, {"-", folder / "old.wav"});
-        Convert({folder / "a." + type, folder / "copy." + type});
-        EXPECT_TRUE(ReadText(folder / "copy." + type) == twice) << type;
-        EXPECT_TRUE(Through(twice, {"-q", "-", "-"}) == twice) << type;
-    }
-}
-
 // The last page of a whole stream is marked as the end.
 TEST_F(Pipes, NoticeThatAnOggStreamIsCutOff)
 {
