@@ -36,6 +36,10 @@ constexpr Beginning kBeginnings[] = {
     {0, ".ra\xFD"sv, "RealAudio"},
     {0, "ajkg"sv, "Shorten"},
     {0, "FLV\x01"sv, "FLV"},
+    {28,
+     "\x7F"
+     "FLAC"sv,
+     "Ogg"}, // after the header of the first page
 };
 
 constexpr size_t kMostBytes = size_t{16} << 10; // two frames of AAC are shorter
@@ -89,7 +93,7 @@ bool IsAdts(const std::vector<unsigned char> &bytes)
 
 std::string CodedTypeOf(ByteStream &stream)
 {
-    constexpr size_t kBeginning = 12;
+    constexpr size_t kBeginning = 33;
     std::vector<unsigned char> bytes = BytesAt(stream, 0, kBeginning);
     const uint64_t start = TagBytes(bytes);
     if (start > 0)

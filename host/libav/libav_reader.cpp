@@ -1,9 +1,11 @@
 // libav_reader.cpp: audio through libavformat and libavcodec, sample for sample.
 #include "host/libav/libav_reader.h"
 
+#include "host/audio/completeness.h"
 #include "host/libav/completeness_coded.h"
 #include "host/libav/mp4_length.h"
 #include "host/system/failure.h"
+#include "host/system/memory_limit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -134,6 +136,8 @@ LibavReader::LibavReader(std::unique_ptr<PipeInput> pipe, const std::string &sho
 {
     Start();
     pipe_->KeepNoMore();
+    if (link_)
+        pipe_->KeepTail(kLargestOggPage);
 }
 
 LibavReader::~LibavReader() = default;
@@ -157,7 +161,8 @@ void LibavReader::CheckFile()
 {
     try {
         HeaderBytes bytes(file_);
-        if (const uint64_t missing = MissingFromCodedType(bytes))
+        const uint64_t missing = bytes.Has(0, "OggS") ? MissingBytes(file_) : MissingFromCodedType(bytes);
+        if (missing > 0)
             Fail(missing == 1
                      ? "the file is cut off"
                      : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
@@ -169,16 +174,14 @@ void LibavReader::CheckFile()
 void LibavReader::Start()
 {
     ByteStream &stream = pipe_ ? static_cast<ByteStream &>(*pipe_) : file_;
-    decoder_.reset();
+    input_.reset();
+    link_.reset(); // which it read
     try {
+        const bool ogg = HeaderBytes(stream).Has(0, "OggS");
         if (const std::error_code error = stream.SeekTo(0))
             throw std::system_error(error);
-        input_ = std::make_unique<LibavInput>(stream);
-        StartDecoder();
+        StartInput(ogg ? link_.emplace(stream, MemoryLimit()) : stream);
         position_ = 0;
-        atEnd_ = false;
-        waiting_.clear();
-        taken_ = 0;
         // Only the decoder can say what form its samples have.
         if (!FetchFrame())
             Fail("holds no audio (0 frames)");
@@ -192,6 +195,41 @@ void LibavReader::Start()
         const std::string what = failure.what();
         throw Failure(what.starts_with(shownName_ + ": ") ? what : shownName_ + ": " + what);
     }
+}
+
+void LibavReader::StartInput(ByteStream &stream)
+{
+    decoder_.reset();
+    input_.reset();
+    input_ = std::make_unique<LibavInput>(stream);
+    StartDecoder();
+    atEnd_ = false;
+    waiting_.clear();
+    taken_ = 0;
+    if (link_)
+        link_->KeepNoMore();
+}
+
+// Goes on with the next of streams that follow one another; false after the last one.
+bool LibavReader::NextLink()
+{
+    bool found = false;
+    if (!link_)
+        return false;
+    if (const std::error_code error = link_->Next(found))
+        Fail("reading failed: " + error.message());
+    if (!found)
+        return false;
+    try {
+        StartInput(*link_);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    } catch (const Interrupted &) {
+        throw;
+    } catch (const Failure &failure) {
+        Fail(std::string("holds several streams one after another, and one of them is ") + failure.what());
+    }
+    return true;
 }
 
 void LibavReader::StartDecoder()
@@ -426,8 +464,11 @@ uint32_t LibavReader::Read(void *buffer, uint32_t frames)
     if (frames_ > 0)
         frames = static_cast<uint32_t>(std::min<uint64_t>(frames, frames_ - std::min(frames_, position_)));
     while (done < frames) {
-        if (taken_ == waiting_.size() && !FetchFrame())
-            break;
+        if (taken_ == waiting_.size() && !FetchFrame()) {
+            if (!NextLink())
+                break;
+            continue;
+        }
         const size_t count = std::min((waiting_.size() - taken_) / frameBytes, size_t{frames - done});
         std::memcpy(bytes + done * frameBytes, waiting_.data() + taken_, count * frameBytes);
         taken_ += count * frameBytes;
@@ -444,9 +485,12 @@ void LibavReader::CheckEnd()
     if (position_ < frames_)
         Fail("the audio breaks off: " + std::to_string(position_) + " of " + std::to_string(frames_) +
              " frames could be read");
+    if (link_ && link_->HasStray())
+        Fail("the audio is damaged (a page of a stream that didn't begin)");
     if (pipe_) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
+        CheckOggEnd(*pipe_, shownName_);
     }
 }
 

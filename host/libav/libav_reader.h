@@ -2,6 +2,7 @@
 // libavcodec.
 #pragma once
 
+#include "host/audio/ogg_link.h"
 #include "host/audio/sample_source.h"
 #include "host/libav/libav_input.h"
 #include "host/system/pipe_input.h"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,7 +55,9 @@ private:
     [[noreturn]] void FailDamaged(int error) const;
     void CheckFile();
     void Start();
+    void StartInput(ByteStream &stream);
     void StartDecoder();
+    bool NextLink();
     void TellType();
     void TellLength();
     bool FetchFrame();
@@ -69,6 +73,7 @@ private:
     std::string shownName_;
     File file_;
     std::unique_ptr<PipeInput> pipe_;
+    std::optional<OggLink> link_; // of Ogg, in which streams can follow one another
     std::unique_ptr<LibavInput> input_;
     std::unique_ptr<AVCodecContext, Release> decoder_;
     std::unique_ptr<AVPacket, Release> packet_;

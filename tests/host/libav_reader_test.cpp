@@ -269,6 +269,43 @@ TEST_F(LibavReader, ReadsWhatComesOutOfAPipe)
     }
 }
 
+TEST_F(LibavReader, ReadsAllStreamsOfFlacInOgg)
+{
+    std::string bytes;
+    std::string samples;
+    for (const size_t frames : {20001U, 5U, 30000U}) {
+        const Sound sound = Noise(kWav16, 44100, 2, frames, static_cast<uint32_t>(frames));
+        WriteCoded(folder / "in", sound, {"ogg", "flac", 16});
+        bytes += ReadText(folder / "in");
+        samples += Packed(sound, 2);
+    }
+    WriteText(folder / "in", bytes);
+    const std::unique_ptr<SampleSource> source = OpenAudioFile(folder / "in", "in");
+    EXPECT_TRUE(SamplesOf(*source) == samples);
+    source->Rewind();
+    EXPECT_TRUE(SamplesOf(*source, 77) == samples);
+    EXPECT_TRUE(RunHostOnPipes(bytes, {"-q", "-", "-t", "raw", "-"}).out == samples);
+
+    const auto refusal = [&](const std::string &input) {
+        const Outcome piped = RunHostOnPipes(input, {"-q", "-", folder / "none.wav"});
+        WriteText(folder / "in", input);
+        const Outcome outcome = RunHost({"-q", folder / "in", folder / "none.wav"});
+        EXPECT_EQ(piped.status, 1);
+        EXPECT_EQ(outcome.status, 1);
+        const std::string text = outcome.err.substr(outcome.err.find(": ", outcome.err.find("in:")));
+        EXPECT_NE(piped.err.find(text), std::string::npos) << piped.err << outcome.err;
+        return outcome.err;
+    };
+    WriteCoded(folder / "in", Noise(kWav16, 48000, 2, 5000), {"ogg", "flac", 16});
+    EXPECT_NE(refusal(bytes + ReadText(folder / "in")).find("changes from 44100 Hz"), std::string::npos);
+    // The last page of a whole stream is marked as the end.
+    WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 100000), {"ogg", "flac", 16});
+    const std::string cut = ReadText(folder / "in").substr(0, 200000);
+    EXPECT_EQ(RunHostOnPipes(cut, {"-q", "-", folder / "none.wav"}).err,
+              "tonekit-convert: standard input: the stream is cut off\n");
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+}
+
 TEST_F(LibavReader, ReadsALongFileFromAPipeWhoseHeaderComesLast)
 {
     const Sound sound = Noise(kWav16, 44100, 2, 600000); // 2.4 MB
