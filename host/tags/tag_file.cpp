@@ -143,7 +143,20 @@ void TagFile::Open()
         if (!budget.exceeded())
             throw;
         tooLarge_ = true;
+        return;
     }
+    if (kind_ == TagKind::Mpeg && !stream_.readOnly() && HasLaterTag()) {
+        missingStart_ = "its ID3 tag";
+        file_.reset();
+    }
+}
+
+// Whether there is a tag after other bytes of an MP3 file. They can be audio, the tag's letters by chance.
+bool TagFile::HasLaterTag()
+{
+    stream_.seek(0, TagLib::IOStream::Beginning);
+    return static_cast<TagLib::MPEG::File &>(*file_).hasID3v2Tag() &&
+           stream_.readBlock(3) != TagLib::ByteVector("ID3");
 }
 
 void TagFile::CheckSystem(const std::string &shownName) const

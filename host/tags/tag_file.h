@@ -30,7 +30,8 @@ public:
     // Whether its tags need more memory than they may have.
     bool IsTooLarge() const { return tooLarge_; }
     // The four letters with which TagLib takes the file to begin, without a look, and with which it doesn't:
-    // another order of bytes, or a tag before all. Null if the file is as it should be.
+    // another order of bytes, or a tag before all; or that an MP3 file to be changed has its tag elsewhere.
+    // Null if the file is as it should be.
     const char *MissingStart() const { return missingStart_; }
     // Of MP4 files. IsValid() is false where they are too deep, or a change would go wrong.
     Mp4Boxes boxes() const { return boxes_; }
@@ -58,6 +59,7 @@ public:
 
 private:
     void Open();
+    bool HasLaterTag();
 
     AllocationReserve reserve_; // before and after everything else
     TagKind kind_;

@@ -257,6 +257,29 @@ TEST(Tags, OfFilesThatBeginOtherwiseAreNeitherReadNorChanged)
     }
 }
 
+// TagLib looks for these letters up to what it takes for audio, and would replace as much as they say.
+TEST(Tags, OfMp3FilesThatDontBeginWithThemAreReadButNotChanged)
+{
+    TemporaryFolder folder;
+    const std::string name = MakeFile(folder, FormOf(TagKind::Mpeg));
+    const std::string content =
+        "junk" + Id3(Frame("TPE1", std::string("\0One", 4), false)) + test::ReadText(name);
+    test::WriteText(name, content);
+    Lines warnings;
+    EXPECT_EQ(TextsOf(ReadBlock(name, TagKind::Mpeg, warnings).get()), (Texts{{"ARTIST", "One"}}));
+    EXPECT_EQ(warnings, Lines{});
+    TagEdit edit;
+    edit.texts = {{"TITLE", "New"}};
+    try {
+        EditTags(name, TagKind::Mpeg, edit, 1, name, warnings);
+        ADD_FAILURE();
+    } catch (const Failure &failure) {
+        EXPECT_EQ(failure.what(),
+                  name + ": the file doesn't begin with its ID3 tag: its tags can't be changed");
+    }
+    EXPECT_EQ(test::ReadText(name), content);
+}
+
 TEST(Tags, WavFilesHaveTheOlderFormToo)
 {
     TemporaryFolder folder;
