@@ -51,11 +51,6 @@ inline uint32_t ByteMask(__m128i lanes)
     return static_cast<uint32_t>(_mm_movemask_epi8(lanes));
 }
 
-inline __m128i Select(__m128i mask, __m128i yes, __m128i no)
-{
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
-}
-
 // yes where the mask in memory is set, else no.
 inline __m128i Blend(__m128i no, __m128i yes, const void *mask)
 {
@@ -94,9 +89,8 @@ inline void Widen(__m128i bytes, void *out)
     Store128(static_cast<char *>(out) + 16, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
 }
 
-// Byte operations on one or two 128-bit lanes, so that one text serves SSSE3 and AVX2. Every one of them
+// Operations on one or two 128-bit lanes, so that one text serves SSE2 or SSSE3, and AVX2. Every one of them
 // works on each 128-bit lane by itself.
-#if defined(__SSSE3__)
 
 inline __m128i Add8(__m128i x, __m128i y)
 {
@@ -124,6 +118,29 @@ inline __m128i Or(__m128i x, __m128i y)
     return _mm_or_si128(x, y);
 }
 
+// The bits of y that x lacks.
+inline __m128i AndNot(__m128i x, __m128i y)
+{
+    return _mm_andnot_si128(x, y);
+}
+
+// Pairs of 16-bit numbers of the lower or the upper half.
+inline __m128i InterleaveLower16(__m128i x, __m128i y)
+{
+    return _mm_unpacklo_epi16(x, y);
+}
+
+inline __m128i InterleaveUpper16(__m128i x, __m128i y)
+{
+    return _mm_unpackhi_epi16(x, y);
+}
+
+// All ones where x and y are equal.
+inline __m128i Equal16(__m128i x, __m128i y)
+{
+    return _mm_cmpeq_epi16(x, y);
+}
+
 // All ones where x is larger, as signed numbers, or equal.
 inline __m128i Greater8(__m128i x, __m128i y)
 {
@@ -135,16 +152,16 @@ inline __m128i Equal8(__m128i x, __m128i y)
     return _mm_cmpeq_epi8(x, y);
 }
 
-// Byte i of the result is byte places[i] of x, or 0 if the top bit of places[i] is set.
-inline __m128i Shuffle8(__m128i x, __m128i places)
-{
-    return _mm_shuffle_epi8(x, places);
-}
-
 template <int bits>
 inline __m128i ShiftRight16(__m128i x)
 {
     return _mm_srli_epi16(x, bits);
+}
+
+template <int bits>
+inline __m128i ShiftLeft16(__m128i x)
+{
+    return _mm_slli_epi16(x, bits);
 }
 
 template <int bits>
@@ -164,17 +181,27 @@ inline __m128i MultiplyHigh16(__m128i x, __m128i y)
     return _mm_mulhi_epu16(x, y);
 }
 
-// Sums of two neighbouring products: of unsigned bytes of x and signed ones of y, or of signed 16-bit
-// numbers.
+// Sums of two neighbouring products of signed 16-bit numbers.
+inline __m128i MultiplyAdd16(__m128i x, __m128i y)
+{
+    return _mm_madd_epi16(x, y);
+}
+
+#if defined(__SSSE3__)
+
+// Byte i of the result is byte places[i] of x, or 0 if the top bit of places[i] is set.
+inline __m128i Shuffle8(__m128i x, __m128i places)
+{
+    return _mm_shuffle_epi8(x, places);
+}
+
+// Sums of two neighbouring products of unsigned bytes of x and signed ones of y.
 inline __m128i MultiplyAdd8(__m128i x, __m128i y)
 {
     return _mm_maddubs_epi16(x, y);
 }
 
-inline __m128i MultiplyAdd16(__m128i x, __m128i y)
-{
-    return _mm_madd_epi16(x, y);
-}
+#endif
 
 // A 128-bit constant in every lane.
 template <class Lanes>
@@ -186,7 +213,18 @@ inline __m128i InEachLane<__m128i>(__m128i constant)
     return constant;
 }
 
-    #if defined(__AVX2__)
+#if defined(__AVX2__)
+
+inline __m256i Load256(const void *bytes)
+{
+    return _mm256_loadu_si256(static_cast<const __m256i *>(bytes));
+}
+
+// The top bit of each byte.
+inline uint32_t ByteMask(__m256i lanes)
+{
+    return static_cast<uint32_t>(_mm256_movemask_epi8(lanes));
+}
 
 inline __m256i Add8(__m256i x, __m256i y)
 {
@@ -213,6 +251,26 @@ inline __m256i Or(__m256i x, __m256i y)
     return _mm256_or_si256(x, y);
 }
 
+inline __m256i AndNot(__m256i x, __m256i y)
+{
+    return _mm256_andnot_si256(x, y);
+}
+
+inline __m256i InterleaveLower16(__m256i x, __m256i y)
+{
+    return _mm256_unpacklo_epi16(x, y);
+}
+
+inline __m256i InterleaveUpper16(__m256i x, __m256i y)
+{
+    return _mm256_unpackhi_epi16(x, y);
+}
+
+inline __m256i Equal16(__m256i x, __m256i y)
+{
+    return _mm256_cmpeq_epi16(x, y);
+}
+
 inline __m256i Greater8(__m256i x, __m256i y)
 {
     return _mm256_cmpgt_epi8(x, y);
@@ -232,6 +290,12 @@ template <int bits>
 inline __m256i ShiftRight16(__m256i x)
 {
     return _mm256_srli_epi16(x, bits);
+}
+
+template <int bits>
+inline __m256i ShiftLeft16(__m256i x)
+{
+    return _mm256_slli_epi16(x, bits);
 }
 
 template <int bits>
@@ -266,9 +330,14 @@ inline __m256i InEachLane<__m256i>(__m128i constant)
     return _mm256_broadcastsi128_si256(constant);
 }
 
-    #endif
-
 #endif
+
+// yes where the mask is set, else no.
+template <class Lanes>
+inline Lanes Select(Lanes mask, Lanes yes, Lanes no)
+{
+    return Or(And(mask, yes), AndNot(mask, no));
+}
 
 } // namespace
 } // namespace tonekit::TONEKIT_TIER

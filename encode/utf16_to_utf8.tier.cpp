@@ -117,31 +117,32 @@ inline void TakeThreeByteBlock(Cursor &at, __m128i units)
     at.in += kBlock;
 }
 
-// Eight units of any kinds but surrogates, as forms of three bytes of which some are to be dropped.
+// Units of any kinds but surrogates, as forms of three bytes of which some are to be dropped.
+template <class Lanes>
 struct MixedForms {
-    __m128i first;    // the first two bytes of each form
-    __m128i third;    // the third byte, for units from 0x800 up
-    __m128i ascii;    // which units are ASCII: of their forms the first byte stays
-    __m128i below800; // and which are below 0x800: the first two bytes stay
+    Lanes first;    // the first two bytes of each form
+    Lanes third;    // the third byte, for units from 0x800 up
+    Lanes ascii;    // which units are ASCII: of their forms the first byte stays
+    Lanes below800; // and which are below 0x800: the first two bytes stay
 };
 
-inline MixedForms MakeMixedForms(__m128i units)
+template <class Lanes>
+inline MixedForms<Lanes> MakeMixedForms(Lanes units)
 {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xFF80)), zero);
-    const __m128i below800 = _mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), zero);
-    const __m128i low = _mm_or_si128(_mm_and_si128(units, Splat(0x3F)), Splat(0x80));
-    const __m128i two =
-        _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), _mm_slli_epi16(low, 8)), Splat(0xC0));
-    const __m128i middle = _mm_and_si128(_mm_slli_epi16(units, 2), Splat(0x3F00));
-    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 12), middle), Splat(0x80E0));
+    const auto all = [](uint16_t value) { return InEachLane<Lanes>(Splat(value)); };
+    const Lanes ascii = Equal16(And(units, all(0xFF80)), all(0));
+    const Lanes below800 = Equal16(And(units, all(0xF800)), all(0));
+    const Lanes low = Or(And(units, all(0x3F)), all(0x80));
+    const Lanes two = Or(Or(ShiftRight16<6>(units), ShiftLeft16<8>(low)), all(0xC0));
+    const Lanes middle = And(ShiftLeft16<2>(units), all(0x3F00));
+    const Lanes three = Or(Or(ShiftRight16<12>(units), middle), all(0x80E0));
     return {Select(below800, Select(ascii, units, two), three), low, ascii, below800};
 }
 
 #ifdef __SSSE3__
 
-// By the kinds of four units, bit 0 to 3 for ASCII and 4 to 7 for those below 0x800: the bytes of their forms
-// that stay, and how many these are.
+// By the kinds of four units, a pair of bits for each, the lower one for ASCII and the upper one for those
+// below 0x800: the bytes of their forms that stay, and how many these are.
 struct KindsTable {
     uint8_t bytes[256][16];
     uint8_t kept[256];
@@ -152,7 +153,7 @@ constexpr KindsTable MakeKindsTable()
     KindsTable table{};
     for (unsigned kinds = 0; kinds < 256; ++kinds)
         for (unsigned unit = 0; unit < 4; ++unit) {
-            const unsigned bytes = (kinds >> unit & 1) != 0 ? 1 : (kinds >> unit & 0x10) != 0 ? 2 : 3;
+            const unsigned bytes = (kinds >> 2 * unit & 1) != 0 ? 1 : (kinds >> 2 * unit & 2) != 0 ? 2 : 3;
             for (unsigned byte = 0; byte < bytes; ++byte)
                 table.bytes[kinds][table.kept[kinds]++] = static_cast<uint8_t>(4 * unit + byte);
         }
@@ -161,23 +162,70 @@ constexpr KindsTable MakeKindsTable()
 
 alignas(16) constexpr KindsTable kKinds = MakeKindsTable();
 
+// Stores the first three to twelve bytes, and at most kRunAhead bytes after them.
+inline void StoreTwelve(char *out, __m128i bytes)
+{
+    StoreHalf(out, bytes);
+    StoreBytes(out + 8, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(bytes, 8))));
+}
+
+// The forms of four units without gaps.
+inline __m128i CloseGaps(__m128i forms, uint32_t kinds)
+{
+    return _mm_shuffle_epi8(forms, Load128(kKinds.bytes[kinds]));
+}
+
+// For each of the units a pair of bits, as the table has them.
+template <class Lanes>
+inline uint32_t KindsOf(const MixedForms<Lanes> &forms)
+{
+    return ByteMask(And(forms.below800, Or(forms.ascii, InEachLane<Lanes>(Splat(0xFF00)))));
+}
+
 // Stores eight units that are no surrogates, and kRunAhead bytes after the last character at most.
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
-    const MixedForms forms = MakeMixedForms(units);
-    const uint32_t sets = ByteMask(_mm_packs_epi16(forms.ascii, forms.below800));
-    const uint32_t kindsOfLower = (sets & 0xF) | (sets >> 4 & 0xF0);
-    const uint32_t kindsOfUpper = (sets >> 4 & 0xF) | (sets >> 8 & 0xF0);
-    const __m128i lower = _mm_unpacklo_epi16(forms.first, forms.third);
-    const __m128i upper = _mm_unpackhi_epi16(forms.first, forms.third);
-    const __m128i upperBytes = _mm_shuffle_epi8(upper, Load128(kKinds.bytes[kindsOfUpper]));
-    Store128(at.out, _mm_shuffle_epi8(lower, Load128(kKinds.bytes[kindsOfLower])));
-    at.out += kKinds.kept[kindsOfLower];
-    StoreHalf(at.out, upperBytes);
-    StoreBytes(at.out + 8, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(upperBytes, 8))));
-    at.out += kKinds.kept[kindsOfUpper];
+    const auto forms = MakeMixedForms(units);
+    const uint32_t kinds = KindsOf(forms);
+    const __m128i upper = CloseGaps(InterleaveUpper16(forms.first, forms.third), kinds >> 8);
+    Store128(at.out, CloseGaps(InterleaveLower16(forms.first, forms.third), kinds & 0xFF));
+    at.out += kKinds.kept[kinds & 0xFF];
+    StoreTwelve(at.out, upper);
+    at.out += kKinds.kept[kinds >> 8];
     at.in += kBlock;
 }
+
+    #ifdef __AVX2__
+
+// The same for sixteen units, whichever are the long ones.
+inline void TakeMixedBlocks(Cursor &at, uint32_t)
+{
+    const auto forms = MakeMixedForms(Load256(at.in));
+    const uint32_t kinds = KindsOf(forms);
+    const __m256i even = InterleaveLower16(forms.first, forms.third); // units 0 to 3, and 8 to 11
+    const __m256i odd = InterleaveUpper16(forms.first, forms.third);  // units 4 to 7, and 12 to 15
+    Store128(at.out, CloseGaps(_mm256_castsi256_si128(even), kinds & 0xFF));
+    at.out += kKinds.kept[kinds & 0xFF];
+    Store128(at.out, CloseGaps(_mm256_castsi256_si128(odd), kinds >> 8 & 0xFF));
+    at.out += kKinds.kept[kinds >> 8 & 0xFF];
+    Store128(at.out, CloseGaps(_mm256_extracti128_si256(even, 1), kinds >> 16 & 0xFF));
+    at.out += kKinds.kept[kinds >> 16 & 0xFF];
+    StoreTwelve(at.out, CloseGaps(_mm256_extracti128_si256(odd, 1), kinds >> 24));
+    at.out += kKinds.kept[kinds >> 24];
+    at.in += kTwoBlocks;
+}
+
+    #else
+
+// The same for sixteen units, whichever are the long ones: that can't be foretold, and a mixed block costs no
+// more than a wrong guess.
+inline void TakeMixedBlocks(Cursor &at, uint32_t)
+{
+    TakeMixedBlock(at, Load128(at.in));
+    TakeMixedBlock(at, Load128(at.in));
+}
+
+    #endif
 
 #else
 
@@ -209,7 +257,7 @@ constexpr MembersTable kMembers = MakeMembersTable();
 // Stores eight units that are no surrogates, and 6 bytes after the last character at most.
 inline void TakeMixedBlock(Cursor &at, __m128i units)
 {
-    const MixedForms forms = MakeMixedForms(units);
+    const auto forms = MakeMixedForms(units);
     const __m128i third = _mm_andnot_si128(forms.below800, forms.third);
     // A form that follows goes 8 bits up for each byte of the one before: here without the first byte's.
     const __m128i scale =
@@ -228,6 +276,26 @@ inline void TakeMixedBlock(Cursor &at, __m128i units)
     StoreUpperHalf(at.out + (ends >> 16 & 0xFF), upper);
     at.out += ends >> 24;
     at.in += kBlock;
+}
+
+// Eight units that are no surrogates.
+inline void TakeHalf(Cursor &at, uint32_t isLong)
+{
+    const __m128i units = Load128(at.in);
+    if (isLong != 0) {
+        TakeMixedBlock(at, units);
+        return;
+    }
+    const TwoByteForms forms = MakeTwoByteForms(SplitSixteen(units, _mm_setzero_si128()));
+    at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide);
+    at.in += kBlock;
+}
+
+// Sixteen of them.
+inline void TakeMixedBlocks(Cursor &at, uint32_t isLong)
+{
+    TakeHalf(at, isLong & 0xFF);
+    TakeHalf(at, isLong >> 8);
 }
 
 #endif
@@ -285,8 +353,9 @@ inline uint32_t Surrogates(__m128i units)
     return ByteMask(_mm_cmpeq_epi16(_mm_and_si128(units, Splat(0xF800)), Splat(0xD800)));
 }
 
-// Eight units, some of which are from 0x800 up; not all of them if isMixed.
-inline void TakeLongBlock(Cursor &at, bool isMixed)
+// Eight units, some of which are from 0x800 up; not all of them if isMixed. A call would keep the cursor in
+// memory, where each block waits for the one before.
+[[gnu::always_inline]] inline void TakeLongBlock(Cursor &at, bool isMixed)
 {
     const __m128i units = Load128(at.in);
     if (Surrogates(units) != 0)
@@ -295,23 +364,6 @@ inline void TakeLongBlock(Cursor &at, bool isMixed)
         TakeMixedBlock(at, units);
     else
         TakeThreeByteBlock(at, units);
-}
-
-// Eight units that are no surrogates. Which half of sixteen has the long ones can't be foretold, so it isn't
-// asked where a mixed block costs no more than a wrong guess.
-inline void TakeHalf(Cursor &at, __m128i units, uint32_t isLong)
-{
-#ifdef __SSSE3__
-    static_cast<void>(isLong);
-#else
-    if (isLong == 0) {
-        const TwoByteForms forms = MakeTwoByteForms(SplitSixteen(units, _mm_setzero_si128()));
-        at.out = StoreTwoByteForms(at.out, forms.lower, forms.wide);
-        at.in += kBlock;
-        return;
-    }
-#endif
-    TakeMixedBlock(at, units);
 }
 
 // Sixteen units, some of which are from 0x800 up; or as many and one more if they end within a pair of
@@ -329,8 +381,7 @@ inline void TakeLongBlocks(Cursor &at, uint32_t isLong)
         TakeThreeByteBlock(at, first);
         TakeThreeByteBlock(at, second);
     } else {
-        TakeHalf(at, first, isLong & 0xFF);
-        TakeHalf(at, second, isLong >> 8);
+        TakeMixedBlocks(at, isLong);
     }
 }
 

@@ -3,6 +3,9 @@
 #include "encode/lanes.h"
 #include "encode/utf.h"
 #include "frame/tier.h"
+#ifdef __AVX2__
+    #include "encode/utf8_wide_blocks.h"
+#endif
 
 #include <cstdint>
 #include <cstring>
@@ -243,6 +246,39 @@ inline bool TakeBlocks(Cursor &at)
     return good;
 }
 
+// Takes characters of up to three bytes, thirty-two bytes at a time, as long as all are well-formed; false if
+// not even the first are, or there is no room to store them. Also stops before three-byte characters only.
+inline bool TakeWideBlocks(Cursor &at)
+{
+#ifdef __AVX2__
+    const uint8_t *const begin = at.in;
+    if (at.end - begin < kWideBlock || at.outEnd - at.out < kWideRoom)
+        return false;
+    WidePending pending;
+    uint32_t wideBefore = 1;
+    for (WideBlock block = FirstWideBlock(begin);; block = NextWideBlock(at.in)) {
+        const WideUnits units = DecodeWide(block, pending);
+        if (units.strange)
+            break;
+        at.out = StoreWide(at.out, units);
+        at.in += kWideBlock;
+        const uint32_t wide = ByteMask(block.bytes);
+        if ((wide | wideBefore) == 0)
+            TakeAscii(at);
+        wideBefore = wide;
+        if (at.end - at.in < kWideBlock || at.outEnd - at.out < kWideRoom)
+            break;
+        if (wide == 0xFFFFFFFF && (*at.in & 0xF0) == 0xE0)
+            break;
+    }
+    GoBackToLead(at, begin);
+    return at.in != begin;
+#else
+    static_cast<void>(at);
+    return false;
+#endif
+}
+
 // Takes what is left after the blocks, which is less than one, from a block that begins earlier; up to a
 // longer character or what is ill-formed.
 inline void TakeLastBlock(Cursor &at)
@@ -347,7 +383,7 @@ TONEKIT_INTERNAL_BODY(Utf8ToUtf16, size_t,
             TakeAscii(at);
         else if (*at.in >= 0xF0)
             wellFormed = TakeFourFourByte(at, block) || TakeRun(at);
-        else if (*at.in < 0xE0 || !TakeEightThreeByte(at))
+        else if ((*at.in < 0xE0 || !TakeEightThreeByte(at)) && !TakeWideBlocks(at))
             wellFormed = TakeBlocks(at) || TakeRun(at);
     }
     if (wellFormed && at.in < at.end && bytes >= static_cast<size_t>(kBlock))

@@ -164,6 +164,30 @@ std::vector<char32_t> Write(const Script &script, Random &random, size_t charact
     return text;
 }
 
+// Changes some bytes, or puts some in or takes some out.
+std::string Mutate(std::string text, Random &random)
+{
+    for (unsigned faults = 1 + random.Below(3); faults > 0 && !text.empty(); --faults) {
+        const size_t place = random.Below(static_cast<uint32_t>(text.size()));
+        const char byte =
+            static_cast<char>(random.Below(3) == 0 ? 0x80 + random.Below(128) : random.Below(256));
+        switch (random.Below(4)) {
+        case 0:
+            text[place] = byte;
+            break;
+        case 1:
+            text[place] = static_cast<char>(text[place] ^ (1 << random.Below(8)));
+            break;
+        case 2:
+            text.insert(place, 1, byte);
+            break;
+        default:
+            text.erase(place, 1);
+        }
+    }
+    return text;
+}
+
 bool IsSurrogate(char32_t character)
 {
     return character >= 0xD800 && character < 0xE000;
@@ -424,6 +448,40 @@ TEST(Utf, TheWellFormedBeginningEndsBeforeEveryFaultAtEveryPlace)
                     ASSERT_EQ(taken, begin.utf8.size())
                         << letter << testing::PrintToString(std::string(fault));
                 }
+    }
+}
+
+TEST(Utf, TheWellFormedBeginningOfMutatedTextIsTakenInEveryBody)
+{
+    for (const char letter : tonekit::RunnableLetters()) {
+        const Bodies bodies(letter);
+        Random random(19);
+        for (int round = 0; round < 10000; ++round) {
+            const Script &script = kScripts[random.Below(std::size(kScripts))];
+            const std::string text = Mutate(FormsOf(Write(script, random, random.Below(300))).utf8, random);
+            Utf16String expected = tonekit::reference::Utf8ToUtf16(text);
+            if (const size_t fault = expected.find(tonekit_char16{0xFFFD}); fault != Utf16String::npos)
+                expected.resize(fault);
+            size_t taken;
+            ASSERT_EQ(bodies.ToUtf16(text, &taken), expected) << letter << testing::PrintToString(text);
+            ASSERT_EQ(taken, tonekit::reference::Utf16ToUtf8(expected).size()) << letter;
+        }
+    }
+}
+
+TEST(Utf, SurrogatesAmongEveryScriptEqualTheModelInEveryBody)
+{
+    for (const char letter : tonekit::RunnableLetters()) {
+        const Bodies bodies(letter);
+        Random random(20);
+        for (int round = 0; round < 10000; ++round) {
+            const Script &script = kScripts[random.Below(std::size(kScripts))];
+            Utf16String text = FormsOf(Write(script, random, 1 + random.Below(200))).utf16;
+            for (unsigned surrogates = random.Below(4); surrogates > 0; --surrogates)
+                text[random.Below(static_cast<uint32_t>(text.size()))] =
+                    static_cast<tonekit_char16>(0xD800 + random.Below(0x800));
+            ASSERT_EQ(bodies.ToUtf8(text), tonekit::reference::Utf16ToUtf8(text)) << letter;
+        }
     }
 }
 
