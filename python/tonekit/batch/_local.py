@@ -15,9 +15,8 @@ from typing import NamedTuple
 from ._channel import Channel, ready
 from ._engine import Done, Lost
 from ._work import Item, Job
-from ._worker import MARK
+from ._worker import BEGUN, MARK, READY
 
-_AHEAD = 2  # groups of a worker, so that it doesn't wait for the next
 _STARTS = 3  # attempts at starting a worker
 _END_SECONDS = 10.0
 
@@ -40,6 +39,7 @@ class _Process:
         theirs.close()
         self.channel = Channel(ours.detach())
         self.groups: deque[_Group] = deque()
+        self.waiting = 0  # groups that the process has not begun
         self.done = 0  # files of the first group
         self.ready = False
         try:
@@ -49,6 +49,7 @@ class _Process:
 
     def submit(self, group: _Group) -> None:
         self.groups.append(group)
+        self.waiting += 1
         try:
             self.channel.send(group)
         except OSError:
@@ -58,8 +59,11 @@ class _Process:
         """Adds what the process has sent; raises EOFError or OSError at its end."""
         while ready([self.channel], 0):
             outcomes = self.channel.receive()
-            if outcomes == "ready":
+            if outcomes == READY:
                 self.ready = True
+                continue
+            if outcomes == BEGUN:
+                self.waiting -= 1
                 continue
             while outcomes:
                 items = self.groups[0].items[self.done :]
@@ -112,10 +116,11 @@ class LocalEngine:
         return any(process.groups for process in self._processes)
 
     def room(self) -> bool:
-        return any(len(process.groups) < _AHEAD for process in self._processes)
+        # A worker has its next group before it has reported the last: results take some time to be in their places.
+        return any(process.waiting == 0 for process in self._processes)
 
     def submit(self, items: Sequence[Item]) -> None:
-        process = min(self._processes, key=lambda process: len(process.groups))
+        process = min(self._processes, key=lambda process: (process.waiting, len(process.groups)))
         process.submit(_Group(self._number, items))
         self._number += 1
 

@@ -12,6 +12,7 @@ from ._channel import Channel, ready
 from ._work import Item, Worker
 
 MARK = struct.Struct("=qq")  # number of the group, and of the file of it, that are in work
+READY, BEGUN = "ready", "begun"  # what a worker says of itself, and of the next group that it has
 
 
 def _leave(*_: object) -> None:
@@ -24,6 +25,7 @@ def _items(channel: Channel, mark: int) -> Iterator[Item | None]:
         if not ready([channel], 0):
             yield None
         number, items = channel.receive()
+        channel.send(BEGUN)
         for index, item in enumerate(items):
             os.pwrite(mark, MARK.pack(number, index), 0)
             yield item
@@ -36,7 +38,7 @@ def serve(channel: Channel, mark: int) -> None:
     except (EOFError, ConnectionError):
         return  # the run was over before it began
     try:
-        channel.send("ready")
+        channel.send(READY)
         for outcomes in worker.work(_items(channel, mark)):
             channel.send(outcomes)
     except (EOFError, ConnectionError):
