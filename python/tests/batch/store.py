@@ -30,7 +30,9 @@ class S3Server:
         self.slow_every = 0  # one of so many takes a second longer
         self.requests = 0
         self.failures = 0
-        self.puts: dict[str, int] = {}  # whole uploads by name
+        self.puts: dict[str, int] = {}  # uploads by name, those that break off too
+        self.stored: set[str] = set()  # names whose upload the store has answered
+        self.in_work = 0  # requests without an answer
         self.hold = ""  # the next upload to a name with this in it stops after its first bytes,
         self.held = threading.Event()  # which then is set,
         self.go_on = threading.Event()  # until this is
@@ -50,7 +52,16 @@ class S3Server:
     def _answer(self, environ: dict[str, Any], start_response: Any) -> Iterable[bytes]:
         with self._lock:
             self.requests += 1
+            self.in_work += 1
             number = self.requests
+        try:
+            return self._spoiled_answer(number, environ, start_response)
+        finally:
+            with self._lock:
+                self.in_work -= 1
+
+    def _spoiled_answer(self, number: int, environ: dict[str, Any], start_response: Any) -> Iterable[bytes]:
+        with self._lock:
             if environ["REQUEST_METHOD"] == "PUT":
                 self.puts[environ["PATH_INFO"]] = self.puts.get(environ["PATH_INFO"], 0) + 1
         if self.slow_every and number % self.slow_every == 0:
@@ -65,7 +76,10 @@ class S3Server:
             if not self._whole(environ):
                 start_response("400 Bad Request", [("Content-Type", "application/xml")])
                 return [b"<Error><Code>IncompleteBody</Code><Message>Bytes are missing.</Message></Error>"]
-        return self._app(environ, start_response)  # type: ignore[no-any-return]
+        answer: Iterable[bytes] = self._app(environ, start_response)
+        if environ["REQUEST_METHOD"] == "PUT":
+            self.stored.add(environ["PATH_INFO"])
+        return answer
 
     def _whole(self, environ: dict[str, Any]) -> bool:
         """Reads an upload slowly. Of one that breaks off a store keeps nothing."""
