@@ -60,9 +60,17 @@ bool MeansFolder(const Options &options)
         return false;
     }
     const char last = options.output.back();
-    return options.inputs.size() > 1 || options.nameTemplate || options.split || last == '/' ||
-           last == fs::path::preferred_separator || IsFolder(PathFromUtf8(options.output)) ||
-           IsFolder(PathFromUtf8(options.inputs[0]));
+    const fs::path output = PathFromUtf8(options.output);
+    if (last == '/' || last == fs::path::preferred_separator || IsFolder(output))
+        return true;
+    const bool several = options.inputs.size() > 1 || options.nameTemplate || options.split ||
+                         IsFolder(PathFromUtf8(options.inputs[0]));
+    // One file was meant, or the folder was forgotten.
+    if (several && ContainerByExtension(ExtensionOf(output)))
+        throw UsageError(options.output + " is the name of a file, and several are made: name a folder (" +
+                         options.output + "/ if that is one)" +
+                         (options.nameTemplate || options.split ? "" : ", or --join them"));
+    return several;
 }
 
 // The part of each input that --start and --end ask for.

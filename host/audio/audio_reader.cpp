@@ -94,7 +94,6 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
 {
     const auto plain = [](int full) {
         const int part = full & (SF_FORMAT_TYPEMASK | SF_FORMAT_SUBMASK);
-        // The header that names the loudspeakers makes no other type of file.
         return (part & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? (part & SF_FORMAT_SUBMASK) | SF_FORMAT_WAV
                                                               : part;
     };
@@ -168,7 +167,9 @@ std::string NameOfType(int format)
     case SF_FORMAT_MPEG_LAYER_III:
         return "MP3";
     default:
-        return NameOfPart(format & SF_FORMAT_TYPEMASK);
+        // The header that names the loudspeakers makes no other type of file.
+        return (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? "WAV"
+                                                                : NameOfPart(format & SF_FORMAT_TYPEMASK);
     }
 }
 

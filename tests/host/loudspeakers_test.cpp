@@ -160,6 +160,13 @@ TEST_F(LoudspeakersOfFiles, OfSixPointOneComeIntoTheConvertersOrder)
     EXPECT_EQ(ReadSound(folder / "out.wav").samples, expected);
 }
 
+TEST_F(LoudspeakersOfFiles, MakeNoOtherTypeOfWav)
+{
+    WriteText(folder / "in.wav", Wav(4, 0x107));
+    const std::string info = RunHost({"--info", folder / "in.wav"}).out;
+    EXPECT_NE(info.find("  Type        WAV, Signed 16 bit PCM\n"), std::string::npos) << info;
+}
+
 TEST_F(LoudspeakersOfFiles, StayNamedInAPipe)
 {
     const Outcome outcome = RunHostOnPipes(Wav(4, 0x107), {"-q", "-b", "24", "-t", "wav", "-", "-"});

@@ -196,6 +196,29 @@ TEST_F(Folders, WithoutAudioAreAFailure)
     ExpectFailure(1, "the folder holds no audio files", {folder / "empty", folder / "out"});
 }
 
+TEST_F(Folders, ThatHaveTheNameOfAFileAreWrongUsage)
+{
+    const auto refusal = [&](const std::vector<std::string> &arguments) {
+        const Outcome outcome = RunHost(arguments);
+        EXPECT_EQ(outcome.status, 2) << outcome.out;
+        EXPECT_FALSE(fs::exists(folder / "out.flac"));
+        return outcome.err;
+    };
+    const std::string out = folder / "out.flac";
+    const std::string what = "tonekit-convert: " + out +
+                             " is the name of a file, and several are made: " + "name a folder (" + out +
+                             "/ if that is one)";
+    EXPECT_EQ(refusal({folder / "music", out}), what + ", or --join them (see --help)\n");
+    EXPECT_EQ(refusal({folder / "music/c.wav", folder / "music/one/a.wav", out}),
+              what + ", or --join them (see --help)\n");
+    EXPECT_EQ(refusal({"--name", "{title}", folder / "music/c.wav", out}), what + " (see --help)\n");
+    // A folder it is where it is one, or is said to be.
+    Run({folder / "music/c.wav", folder / "music/one/a.wav", out + "/"});
+    EXPECT_EQ(Tree("out.flac"), (Names{"a.wav", "c.wav"}));
+    Run({folder / "music", out});
+    EXPECT_EQ(Tree("out.flac"), (Names{"a.wav", "c.wav", "one/a.wav", "two/deep/b.flac"}));
+}
+
 TEST_F(Folders, TemplatesThatLeaveTheFolderAreWrongUsage)
 {
     for (const char *text : {"../{title}", "/tmp/{title}", "a/../../{title}", "{title", "{track:xx}"})
