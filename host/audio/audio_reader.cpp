@@ -524,6 +524,7 @@ void AudioReader::FindLinks()
         if (HeaderBytes(stream_.file(), stream_.start()).Has(0, "OggS")) {
             const OggPages pages = PagesOfOgg(stream_.file());
             strayPages_ = pages.HasStray();
+            brokenPages_ = pages.HasBroken();
             if (pages.starts().size() > 1)
                 starts_ = pages.starts();
         }
@@ -538,6 +539,9 @@ void AudioReader::FindLinks()
 
 void AudioReader::MeasureLinks()
 {
+    // Without its broken pages a stream seems shorter than it was.
+    if (brokenPages_)
+        frames_ = 0;
     if (starts_.empty())
         return;
     bool known = frames_ > 0;
@@ -599,6 +603,8 @@ void AudioReader::CheckLinks() const
         Fail("holds several streams one after another, and not all of one type, rate and channel count");
     if (strayPages_ || (link_ && link_->HasStray()))
         Fail("the audio is damaged (a page of a stream that didn't begin)");
+    if (brokenPages_ || (link_ && link_->HasBroken()))
+        Fail("the audio is damaged (a page of it is broken or missing)");
 }
 
 uint32_t AudioReader::Read(void *buffer, uint32_t frames)

@@ -106,6 +106,7 @@ private:
     int soundFormat_ = 0;          // libsndfile's number of the type
     bool linksDiffer_ = false;
     bool strayPages_ = false;    // in a file, of a stream that didn't begin
+    bool brokenPages_ = false;   // in a file
     std::vector<uint8_t> turns_; // channels to be put into the converter's order: pairs of from and to
     Loudspeakers loudspeakers_ = 0;
     bool asTheyAre_ = false; // the file holds the very bytes of the samples

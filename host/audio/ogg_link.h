@@ -29,6 +29,8 @@ public:
     std::error_code Next(bool &found);
     // Whether there was a page of a stream without its start.
     bool HasStray() const { return pages_.HasStray(); }
+    // Whether one was broken, or pages were missing.
+    bool HasBroken() const { return pages_.HasBroken(); }
 
 private:
     bool IsComplete() const { return nextBegun_ || atEnd_; }

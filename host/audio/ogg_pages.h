@@ -19,8 +19,6 @@ public:
     uint64_t BytesToGo() const;
     bool IsInContent() const { return left_ > 0; }
     bool IsInHeader() const { return have_ > 0; }
-    // Takes the rest of a page's content for taken.
-    void SkipContent();
     // The size of the last complete header.
     size_t headerSize() const { return headerSize_; }
     // Where the streams begin that follow one another: the first, and each after one that had gone on with
@@ -28,20 +26,35 @@ public:
     const std::vector<uint64_t> &starts() const { return starts_; }
     // Whether there was a page of a stream without its start.
     bool HasStray() const { return stray_; }
+    // Whether a page differs from its checksum, or pages are missing after audio of their stream. Readers
+    // pass such pages over.
+    bool HasBroken() const { return broken_; }
 
 private:
+    struct Stream {
+        uint32_t serial;
+        uint32_t next; // the number of its next page
+        bool hasAudio; // in the last page; before it, what comes may be a later part of a broadcast
+    };
+
     void TakeHeader();
+    void TakeNumber(Stream &stream);
+    void CheckSum();
 
     static constexpr size_t kFixed = 27; // bytes before the sizes of a page's segments
     std::array<unsigned char, kFixed + 255> header_ = {};
     size_t have_ = 0;   // bytes of the header
     uint64_t left_ = 0; // bytes of the page's content
     uint64_t position_ = 0;
+    uint32_t sum_ = 0; // of the page so far
+    uint32_t expectedSum_ = 0;
     size_t headerSize_ = 0;
     bool wentOn_ = true;
     bool stray_ = false;
+    bool skipped_ = false; // bytes before the page that are none of any
+    bool broken_ = false;
     std::vector<uint64_t> starts_;
-    std::vector<uint32_t> serials_; // of the streams that began together last
+    std::vector<Stream> streams_; // those that began together last
 };
 
 // All pages of a file. Its position stays. Throws std::system_error if the system fails.

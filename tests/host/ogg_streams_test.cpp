@@ -14,6 +14,8 @@
 namespace tonekit::host::test {
 namespace {
 
+using namespace std::string_literals;
+
 // A page of a stream with this flag, whose segments have these sizes.
 std::string OggPage(char flags, const std::vector<unsigned char> &sizes, char serial = 'a')
 {
@@ -76,6 +78,83 @@ TEST(OggPages, FindWhereStreamsBegin)
         EXPECT_FALSE(file.Tell(place));
         EXPECT_EQ(place, 2U);
     }
+}
+
+// The checksum as it is defined, bit by bit.
+uint32_t SumOf(const std::string &page)
+{
+    uint32_t sum = 0;
+    for (const char byte : page) {
+        sum ^= uint32_t{static_cast<unsigned char>(byte)} << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum << 1 ^ (sum >> 31 != 0 ? 0x04C11DB7 : 0);
+    }
+    return sum;
+}
+
+std::string Little32(uint32_t number)
+{
+    std::string bytes;
+    for (int bit = 0; bit < 32; bit += 8)
+        bytes += static_cast<char>(number >> bit);
+    return bytes;
+}
+
+// A page with so many bytes of content, with its number and checksum.
+std::string SoundPage(char flags, uint32_t number, bool hasAudio, size_t size, char serial = 'a')
+{
+    std::string page = "OggS"s + '\0' + flags + std::string(8, hasAudio ? '\1' : '\0') + serial + "\0\0\0"s +
+                       Little32(number) + Little32(0);
+    page += static_cast<char>(size / 255 + 1);
+    page += std::string(size / 255, '\xFF') + static_cast<char>(size % 255);
+    for (size_t i = 0; i < size; ++i)
+        page += static_cast<char>(i * 7 + number);
+    page.replace(22, 4, Little32(SumOf(page)));
+    return page;
+}
+
+const std::string kHead = SoundPage(2, 0, false, 30) + SoundPage(0, 1, false, 600);
+
+TEST(OggPages, KnowBrokenOnes)
+{
+    const std::string sound = SoundPage(0, 2, true, 4099) + SoundPage(0, 3, true, 1);
+    const std::string whole = kHead + sound + SoundPage(4, 4, true, 0);
+    EXPECT_FALSE(PagesOf(whole, 1000).HasBroken());
+    for (size_t place = 0; place < whole.size(); place += place < 1000 ? 1 : 61) {
+        std::string changed = whole;
+        changed[place] = static_cast<char>(changed[place] ^ 0x10);
+        const OggPages pages = PagesOf(changed, 5 + place % 300);
+        EXPECT_TRUE(pages.HasBroken() || pages.HasStray()) << place;
+    }
+}
+
+TEST(OggPages, KnowMissingOnes)
+{
+    const std::string second = SoundPage(0, 2, true, 900);
+    const std::string third = SoundPage(0, 3, true, 900);
+    const std::string fourth = SoundPage(4, 4, true, 900);
+    const struct {
+        std::string bytes;
+        bool broken;
+    } rows[] = {
+        {kHead + second + third + fourth, false},
+        {kHead + second + fourth, true},
+        {kHead + second + third + third + fourth, true},
+        {kHead + third + fourth, false}, // a broadcast that was heard from there on
+        {kHead + "trash" + third + fourth, true},
+        {SoundPage(2, 7, false, 9) + SoundPage(0, 8, false, 9), false},
+        {kHead + second + SoundPage(2, 0, false, 9, 'b') + third, false},
+        {kHead + SoundPage(0, 0xFFFFFFFF, true, 9) + SoundPage(0, 0, true, 9), false},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(PagesOf(row.bytes, 100).HasBroken(), row.broken) << row.bytes.size();
+    // Of two streams that begin together each has its own numbers.
+    const std::string together = SoundPage(2, 0, false, 9) + SoundPage(2, 0, false, 9, 'b') +
+                                 SoundPage(0, 1, true, 9) + SoundPage(0, 1, true, 9, 'b');
+    EXPECT_FALSE(
+        PagesOf(together + SoundPage(4, 2, true, 9) + SoundPage(4, 2, true, 9, 'b'), 100).HasBroken());
+    EXPECT_TRUE(
+        PagesOf(together + SoundPage(4, 2, true, 9) + SoundPage(4, 3, true, 9, 'b'), 100).HasBroken());
 }
 
 class OggLinks : public testing::Test {
@@ -280,6 +359,31 @@ TEST_F(OggStreams, AfterOneThatIsCutWithinAPageAreRefused)
     WriteText(folder / "a.ogg", all);
     ExpectFailure(1, what, {folder / "a.ogg", folder / "old.wav"});
     std::filesystem::remove(PathFromUtf8(folder / "a.ogg"));
+}
+
+// libsndfile passes such a page over, and where it is the first of the audio calls the rest the whole.
+TEST_F(OggStreams, WithABrokenOrMissingPageAreRefused)
+{
+    const std::string what = "the audio is damaged (a page of it is broken or missing)";
+    for (const std::string &type : {"ogg"s, "opus"s}) {
+        const std::string whole = Coded(type, 200000, 2, 48000);
+        std::vector<size_t> pages;
+        for (size_t page = 0; (page = whole.find("OggS"s + '\0', page)) != std::string::npos; ++page)
+            pages.push_back(page);
+        ASSERT_GT(pages.size(), 5U);
+        std::string flipped = whole;
+        flipped[pages[2] + 200] ^= 1;
+        std::string later = whole;
+        later[pages[4] + 200] ^= 1;
+        const std::string without = whole.substr(0, pages[4]) + whole.substr(pages[5]);
+        for (const std::string &bytes : {flipped, later, without}) {
+            ExpectFailureOf([&] { return RunHostOnPipes(bytes, {"-q", "-", folder / "old.wav"}); }, 1, what);
+            WriteText(folder / "a", bytes);
+            ExpectFailure(1, what, {folder / "a", folder / "old.wav"});
+            EXPECT_NE(Through("", {"--info", folder / "a"}).find("not said by the file"), std::string::npos);
+        }
+        std::filesystem::remove(PathFromUtf8(folder / "a"));
+    }
 }
 
 } // namespace
