@@ -46,6 +46,12 @@ uint64_t MissingFromVoc(HeaderBytes &bytes)
         position += 4 + size;
         if (position > bytes.size())
             return position - bytes.size();
+        // Some programs count only a part of the numbers before the samples of a block with longer ones.
+        constexpr uint64_t kLongType = 9;
+        constexpr uint64_t kUncounted = 8;
+        if (type == kLongType && position + kUncounted + 1 == bytes.size() &&
+            bytes.Little(position + kUncounted, 1) == 0)
+            return 0;
     }
     return 0;
 }

@@ -174,6 +174,35 @@ TEST(CompletenessOfMp3, WithoutTheNoteOrItsBytesNothingIsKnown)
     EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
 }
 
+// A block of type 9 with `counted` as its size and 6 frames of two channels, and what follows it.
+std::string VocFile(char counted, const std::string &end)
+{
+    return std::string("Creative Voice File\x1A\x1A\0\x0A\x01\x29\x11", 26) + "\x09" + counted +
+           std::string("\0\0\x44\xAC\0\0\x10\x02\x04\0\0\0\0\0", 14) + "samples of six frames..." + end;
+}
+
+// One encoder doesn't count 8 of the 12 bytes before the samples.
+TEST(CompletenessOfVoc, MayCountFewerBytesThanItsBlockHas)
+{
+    TemporaryFolder folder;
+    const std::string zero(1, '\0');
+    const struct {
+        std::string bytes;
+        uint64_t missing;
+    } rows[] = {
+        {VocFile(12 + 24, zero), 0},
+        {VocFile(4 + 24, zero), 0},
+        {VocFile(12 + 24 + 5, zero), 4},
+        {VocFile(4 + 24, ""), 0x656D61 + 4 - 8}, // "ame" for a size
+        {VocFile(4 + 24, "x"), 0x656D61 + 4 - 9},
+        {VocFile(4 + 24, zero + zero), 0x656D61 + 4 - 10},
+    };
+    for (const auto &row : rows) {
+        test::WriteText(folder / "a.voc", row.bytes);
+        EXPECT_EQ(MissingIn(folder / "a.voc"), row.missing) << row.bytes.size();
+    }
+}
+
 TEST(CompletenessOfOtherFiles, IsNotDoubted)
 {
     TemporaryFolder folder;
