@@ -6,11 +6,11 @@
 #include "tests/tiers/tiers.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
@@ -146,12 +146,24 @@ void PrintDigests(const Case &one, const Options &options)
     }
 }
 
-double Seconds(const Case &one, char letter)
+// Processor time: what other programs do meanwhile doesn't count.
+double Seconds(const Case &one, char letter, unsigned times)
 {
-    using Clock = std::chrono::steady_clock;
-    const auto begin = Clock::now();
-    one.bench(Bodies(letter, false, nullptr));
-    return std::chrono::duration<double>(Clock::now() - begin).count();
+    const Bodies bodies(letter, false, nullptr);
+    const std::clock_t begin = std::clock();
+    for (unsigned i = 0; i < times; ++i)
+        one.bench(bodies);
+    return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+}
+
+// How often a body must run for one turn to be long compared with the clock, and with how long a processor
+// keeps a state in which the same call takes twice its time.
+unsigned TimesPerTurn(const Case &one, char letter)
+{
+    constexpr double kTurn = 0.003;
+    for (unsigned times = 1;; times *= 2)
+        if (Seconds(one, letter, times) >= kTurn)
+            return times;
 }
 
 double Median(std::vector<double> values)
@@ -180,10 +192,13 @@ int Bench(const Case &one, const Options &options)
     for (const char letter : options.tiers)
         if (ProcessorRuns(letter) && HasOwnBody(one, letter))
             letters.push_back(letter);
+    std::vector<unsigned> timesPerTurn;
+    for (const char letter : letters)
+        timesPerTurn.push_back(TimesPerTurn(one, letter));
     std::vector<std::vector<double>> times(letters.size());
     for (int repetition = 0; repetition < kRepetitions; ++repetition)
         for (size_t i = 0; i < letters.size(); ++i)
-            times[i].push_back(Seconds(one, letters[i]));
+            times[i].push_back(Seconds(one, letters[i], timesPerTurn[i]) / timesPerTurn[i]);
     int slower = 0;
     for (size_t i = 0; i < letters.size(); ++i) {
         const double ratio = Gain(times[0], times[i]);
