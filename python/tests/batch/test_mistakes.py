@@ -150,6 +150,57 @@ def test_a_folder_in_the_place_of_a_result_is_no_result(archive: Path, tmp_path:
     assert summary_of(archive, target, *TO_16K)[1]["failed"] == 1
 
 
+def test_a_target_below_a_file_is_wrong_usage(archive: Path, tmp_path: Path) -> None:
+    (tmp_path / "file").write_text("no folder")
+    for target, more in (("file", ()), ("file/x", ()), ("file/x/y", ()), ("file", ("--manifest", tmp_path / "books"))):
+        result = command(archive, tmp_path / target, *TO_16K, *more)
+        assert (result[0], one_line(result)) == (2, f"{tmp_path}/{target}: {tmp_path}/file is no folder")
+    result = command(archive, tmp_path / "out", *TO_16K, "--manifest", tmp_path / "file")
+    assert (result[0], one_line(result)) == (2, f"{tmp_path}/file: {tmp_path}/file is no folder")
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["archive", "file"]
+
+
+def test_a_base_is_for_lists(archive: Path, tmp_path: Path) -> None:
+    result = command(archive, tmp_path / "out", "--base", tmp_path)
+    assert (result[0], one_line(result)) == (2, f"base is for lists, and {archive} is a folder")
+    assert not (tmp_path / "out").exists()
+
+
+def test_a_protocol_that_nobody_knows_is_named(archive: Path, tmp_path: Path) -> None:
+    line = "ftpx://host/x: there is no file system for ftpx"
+    assert one_line(command("ftpx://host/x", tmp_path / "out")) == line
+    assert one_line(command(archive, "ftpx://host/x")) == line
+    (archive / "files.txt").write_text("ftpx://host/x\n")
+    _, summary = summary_of(archive / "files.txt", tmp_path / "out")
+    assert summary["errors"] == {"there is no file system for ftpx": 1}
+    assert summary["examples"] == {"there is no file system for ftpx": line}
+
+
+@pytest.mark.skipif(not os.path.exists("/dev/full"), reason="there is no device that is full")
+def test_what_could_not_be_said_is_an_error(archive: Path, tmp_path: Path) -> None:
+    for words in ([archive, tmp_path / "out"], [archive, tmp_path / "out", "--json"], ["status", tmp_path / "out"]):
+        with open("/dev/full", "w") as full:
+            run = subprocess.run(
+                [sys.executable, "-P", "-c", "from tonekit.batch._command import main; main()", *map(str, words)],
+                stdout=full,
+                stderr=subprocess.PIPE,
+                text=True,
+                timeout=100,
+                check=False,
+            )
+        assert (run.returncode, run.stderr) == (1, "tonekit-batch: standard output: No space left on device\n")
+    assert tonekit.batch.status(tmp_path / "out")["done"] == 12
+
+
+def test_one_file_is_one(archive: Path, tmp_path: Path) -> None:
+    code, out, _ = command(archive / "one", tmp_path / "out", *TO_16K)
+    assert (code, out.splitlines()[0]) == (0, "4 files: 4 done")
+    for path in list((archive / "one").iterdir())[1:]:
+        path.unlink()
+    assert command(archive / "one", tmp_path / "out1", *TO_16K)[1].startswith("1 file: 1 done\n")
+    assert command("status", tmp_path / "out1")[1].startswith("1 file: 1 done, 0 failed\n")
+
+
 _SMALL_FILES = """
 import resource
 resource.setrlimit(resource.RLIMIT_FSIZE, (60_000, 60_000))

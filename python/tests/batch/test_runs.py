@@ -214,7 +214,7 @@ def test_sources_and_targets_that_are_none(archive: Path, tmp_path: Path) -> Non
     assert command(archive, "https://example.org/out")[0] == 2
     (tmp_path / "file").touch()
     code, _, err = command(archive, tmp_path / "file")
-    assert code == 1 and err.count("\n") == 1
+    assert code == 2 and err.count("\n") == 1
     (archive / "bad.parquet").write_text("no table")
     assert command(archive / "bad.parquet", tmp_path / "out")[0] == 2
 

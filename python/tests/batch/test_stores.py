@@ -8,6 +8,7 @@ import os
 import shutil
 import signal
 import threading
+from collections import Counter
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
@@ -21,6 +22,7 @@ from store import S3Server
 
 import tonekit
 import tonekit.batch
+from tonekit.batch import _storage
 
 
 @pytest.fixture
@@ -176,6 +178,45 @@ def test_an_http_server_as_source(archive: Path, tmp_path: Path, expected: dict[
         thread.join()
     assert (summary["done"], summary["failed"], list(summary["errors"])) == (2, 1, ["there is no such file"])
     assert bytes_of(tmp_path / "out") == {name: expected[name] for name in ("00.flac", "one/01.flac")}
+
+
+def test_an_http_server_that_fails_is_asked_again(archive: Path, tmp_path: Path) -> None:
+    asked: Counter[str] = Counter()
+
+    class Failing(_Quiet):
+        def send_head(self) -> Any:
+            asked[self.path] += 1
+            if asked[self.path] <= 2 or self.path == "/locked.wav":
+                self.send_error(403 if self.path == "/locked.wav" else 503)
+                return None
+            return super().send_head()
+
+    shutil.copy(archive / "00.wav", archive / "locked.wav")
+    handler = functools.partial(Failing, directory=str(archive))
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler) as files:
+        thread = threading.Thread(target=files.serve_forever, daemon=True)
+        thread.start()
+        url = f"http://127.0.0.1:{files.server_port}"
+        (tmp_path / "list.txt").write_text(f"{url}/00.wav\n{url}/locked.wav\n{url}/none.wav\n")
+        summary = tonekit.batch.run(tmp_path / "list.txt", tmp_path / "out", base=url, **OF_16K)
+        files.shutdown()
+        thread.join()
+    assert (summary["done"], summary["failed"]) == (1, 2)
+    errors = {row["source"].rpartition("/")[2]: row["error"] for row in rows_at(tmp_path / "out") if row["error"]}
+    assert errors["none.wav"] == f"{url}/none.wav: there is no such file"
+    assert errors["locked.wav"].startswith(f"{url}/locked.wav: 403, message='Forbidden'")
+
+
+def test_an_http_server_that_is_not_there_is_said(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr(_storage, "_PAUSES", (0.01,))
+    (tmp_path / "list.txt").write_text("http://127.0.0.1:1/a.wav\n")
+    summary = tonekit.batch.run(tmp_path / "list.txt", tmp_path / "out", **OF_16K)
+    [text] = summary["examples"].values()
+    assert text.startswith("http://127.0.0.1:1/a.wav: Connect call failed")
+
+
+def rows_at(target: Path) -> list[dict[str, Any]]:
+    return parquet.read_table(target / "tonekit-manifest").to_pylist()  # type: ignore[no-any-return]
 
 
 class _Quiet(http.server.SimpleHTTPRequestHandler):

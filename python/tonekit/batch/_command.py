@@ -5,6 +5,7 @@ from __future__ import annotations
 import argparse
 import io
 import json
+import os
 import signal
 import sys
 from collections.abc import Sequence
@@ -14,7 +15,7 @@ import tonekit
 
 from .. import _core
 from ._conversion import OPTIONS
-from ._words import clock, dither_note, errors_text, length, printable
+from ._words import clock, dither_note, errors_text, files, length, printable
 
 _INTERRUPTED = 130
 
@@ -119,16 +120,25 @@ def _run(arguments: argparse.Namespace) -> int:
         **_options(arguments),
     )
     if arguments.json:
-        print(json.dumps(summary, indent=1, ensure_ascii=False))
+        _say(json.dumps(summary, indent=1, ensure_ascii=False))
     elif not arguments.quiet:
-        print(_summary_text(summary))
+        _say(_summary_text(summary))
     for line in errors_text(summary["errors"], summary["examples"]):
         print(line, file=sys.stderr)
     return 0 if summary["ok"] else 1
 
 
+def _say(text: str) -> None:
+    try:
+        print(text, flush=True)
+    except OSError as error:
+        # What could not be written must not be tried again when the interpreter ends.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        raise OSError(error.errno, error.strerror, "standard output") from None
+
+
 def _summary_text(summary: dict[str, Any]) -> str:
-    line = f"{summary['files']:,} files: {summary['done']:,} done"
+    line = f"{files(summary['files'])}: {summary['done']:,} done"
     for key, words in (("kept", "done before"), ("failed", "failed"), ("repeated", "named twice")):
         if summary[key]:
             line += f", {summary[key]:,} {words}"
@@ -140,7 +150,7 @@ def _summary_text(summary: dict[str, Any]) -> str:
     if summary["dithered"]:
         lines.append(dither_note(summary["dithered"]))
     if summary["failed_before"]:
-        lines.append(f"{summary['failed_before']:,} files failed before and were not tried again: add --retry-failed")
+        lines.append(f"failed before, and not tried again: {files(summary['failed_before'])} (add --retry-failed)")
     lines.append(f"manifest: {summary['manifest']}")
     lines.append(f"report: {summary['report']}")
     return "\n".join(lines)
@@ -155,7 +165,7 @@ def _status(words: list[str]) -> int:
     parser.add_argument("--json", action="store_true", help="print it as JSON")
     arguments = parser.parse_args(words)
     state = status(arguments.manifest, storage=arguments.storage)
-    print(json.dumps(state, indent=1, ensure_ascii=False) if arguments.json else text(state))
+    _say(json.dumps(state, indent=1, ensure_ascii=False) if arguments.json else text(state))
     return 0 if not state["failed"] else 1
 
 

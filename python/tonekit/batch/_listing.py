@@ -282,7 +282,8 @@ def facts(line: str, folder: str, base: str | None, storage: Storage | None) -> 
     except FileNotFoundError:
         return Entry(address, name, 0, "", f"{address}: there is no such file")
     except Exception as error:
-        return Entry(address, name, 0, "", f"{address}: {getattr(error, 'strerror', None) or error}")
+        text = str(getattr(error, "strerror", None) or error)
+        return Entry(address, name, 0, "", text if text.startswith(address) else f"{address}: {text}")
 
 
 def _name_below(address: str, base: str) -> str:

@@ -46,6 +46,8 @@ class Run:
         storage: Storage | None,
     ) -> None:
         self.source = plain_address(source)
+        if base is not None and not _listing.is_list(self.source):
+            raise ValueError(f"base is for lists, and {self.source} is a folder")
         self.target = Store(target, storage)
         self.target.require_writable()
         self._check_places()

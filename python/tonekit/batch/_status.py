@@ -13,7 +13,7 @@ from ._books import Books
 from ._shards import files_of
 from ._states import PREFIX, states
 from ._storage import Storage, Store
-from ._words import clock, dither_note, errors_text, length, size
+from ._words import clock, dither_note, errors_text, files, length, size
 
 _COLUMNS = ["state", "kind", "error", "audio_seconds", "total_seconds", "size", "target_size", "dithered"]
 _SILENT_SECONDS = 60.0
@@ -93,7 +93,7 @@ def _runs(store: Store) -> list[dict[str, Any]]:
 
 def text(state: dict[str, Any]) -> str:
     """The status in lines for people."""
-    lines = [f"{state['files']:,} files: {state['done']:,} done, {state['failed']:,} failed"]
+    lines = [f"{files(state['files'])}: {state['done']:,} done, {state['failed']:,} failed"]
     work = state["work_seconds"]
     lines.append(f"{length(state['audio_seconds'])} of audio, {size(state['bytes_in'])} in, {size(state['bytes_out'])} out")
     if work > 0:

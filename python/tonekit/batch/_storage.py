@@ -27,6 +27,8 @@ _FINAL = (
     AttributeError,
     NotImplementedError,
 )
+_ABSENT = (404, 410)  # answers of HTTP
+_FINAL_ANSWERS = (400, 401, 403, 404, 405, 410)
 _NO_ROOM = (errno.ENOSPC, errno.EDQUOT)
 # An upload of these shows nothing before it is complete.
 _WHOLE_UPLOADS = frozenset({"s3", "s3a", "gs", "gcs", "abfs", "az", "memory"})
@@ -44,13 +46,25 @@ def patiently(work: Callable[[], Result]) -> Result:
     for pause in _PAUSES:
         try:
             return work()
-        except _FINAL:
-            raise
         except Exception as error:
-            if isinstance(error, OSError) and error.errno in _NO_ROOM:
-                raise
+            cause = _cause(error)
+            final = isinstance(cause, _FINAL) or getattr(cause, "status", 500) in _FINAL_ANSWERS
+            if final or (isinstance(cause, OSError) and cause.errno in _NO_ROOM):
+                raise cause from None
         time.sleep(pause)
-    return work()
+    try:
+        return work()
+    except Exception as error:
+        raise _cause(error) from None
+
+
+def _cause(error: Exception) -> Exception:
+    """What has happened: fsspec says of whatever goes wrong with a server of HTTP that there is no such file."""
+    cause = error.__cause__
+    if not isinstance(error, FileNotFoundError) or not isinstance(cause, Exception):
+        return error
+    unanswered = isinstance(cause, OSError) and not isinstance(cause, FileNotFoundError)
+    return cause if unanswered or getattr(cause, "status", 404) not in _ABSENT else error
 
 
 def protocol_of(address: str) -> str:
@@ -100,11 +114,22 @@ class Store:
                 self.fs, self.root = fsspec.core.url_to_fs(self.address, use_listings_cache=False, **options)
             except ImportError as error:
                 raise ValueError(f"{self.address} can't be reached: {error}") from None
+            except ValueError as error:
+                if self.protocol in fsspec.available_protocols():
+                    raise ValueError(f"{self.address}: {error}") from None
+                raise ValueError(f"{self.address}: there is no file system for {self.protocol}") from None
 
     def require_writable(self) -> None:
         """Raises ValueError if nothing can be written there."""
         if self.protocol in _READ_ONLY:
             raise ValueError(f"{self.address}: {self.protocol} is for reading")
+        if not self.local:
+            return
+        folder = self.root
+        while not os.path.lexists(folder):
+            folder = os.path.dirname(folder)
+        if os.path.exists(folder) and not os.path.isdir(folder):
+            raise ValueError(f"{self.address}: {folder} is no folder")
 
     def child(self, name: str) -> Store:
         """The folder `name` in this one."""

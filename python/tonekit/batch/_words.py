@@ -17,6 +17,11 @@ def length(seconds: float) -> str:
     return f"{seconds / 3600:,.1f} h" if seconds >= 3600 else clock(seconds)
 
 
+def files(count: int) -> str:
+    """A number of files."""
+    return f"{count:,} file{'' if count == 1 else 's'}"
+
+
 def size(count: float) -> str:
     """A number of bytes."""
     for unit in ("B", "kB", "MB", "GB", "TB"):
@@ -31,9 +36,10 @@ def printable(text: str) -> str:
     return "".join(c if c.isprintable() else "?" for c in text)
 
 
-def dither_note(files: int) -> str:
-    """What dither does to digests."""
-    return f"{files:,} files are dithered, so their digests differ from run to run (--dither off makes them equal)"
+def dither_note(count: int) -> str:
+    """What dither does to the digests of so many files."""
+    text = f"{files(count)} are dithered, so their digests differ" if count != 1 else "1 file is dithered, so its digest differs"
+    return f"{text} from run to run (--dither off makes them equal)"
 
 
 def errors_text(errors: dict[str, int], examples: dict[str, str]) -> list[str]:
