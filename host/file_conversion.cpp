@@ -318,12 +318,16 @@ private:
 
         ReadAhead blocks(source_, kReadFrames, ownThreads_ && ReadsFiles());
         uint64_t done = 0;
+        uint64_t clipped = 0;
         for (ReadAhead::Block block = blocks.Next(); block.frames > 0; block = blocks.Next()) {
             const void *samples = block.samples;
             if (picture_)
                 picture_->TakeInput(samples, block.frames);
-            if (loudest > 0)
-                samples = before.Guarded(samples, size_t{block.frames} * plan_.source.channels);
+            const size_t count = size_t{block.frames} * plan_.source.channels;
+            if (loudest > 0 || Mends())
+                samples = before.Guarded(samples, count);
+            if (Clips())
+                clipped += LouderThanFullScale(plan_.source.sample, samples, count);
             chain.Write(samples, block.frames, sink);
             done += block.frames;
             ReportProgress(done);
@@ -331,9 +335,26 @@ private:
         chain.Finish(sink);
         TellLevel(chain);
         report_.input.frames = done;
-        if (const uint64_t silenced = before.silenced() + after.silenced(); silenced + after.clamped() > 0)
-            report_.warnings.push_back(NameOfOutput(job_.output) + ": " +
-                                       GuardText(silenced, after.clamped(), loudest));
+        // The limiter turns what is louder than full scale down instead.
+        const std::string mended = GuardText(before.silenced() + after.silenced(), after.clamped(), loudest,
+                                             chain.limiter() ? 0 : clipped);
+        if (!mended.empty())
+            report_.warnings.push_back(NameOfOutput(job_.output) + ": " + mended);
+    }
+
+    // Whether what is no number would become one, or spread to other samples.
+    bool Mends() const
+    {
+        return !plan_.copyFile && !plan_.copySamples &&
+               (!IsFloat(plan_.target.sample) || plan_.source.rate != plan_.target.rate ||
+                plan_.source.channels != plan_.target.channels);
+    }
+
+    // Whether the converter cuts what is beyond full scale. After a change of level the chain counts it.
+    bool Clips() const
+    {
+        return !plan_.copyFile && !plan_.copySamples && !plan_.changesLevel &&
+               plan_.target.sample != SampleFormat::Float64;
     }
 
     // A copy looks like its input.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tonekit::host {
 
@@ -21,12 +22,37 @@ bool AllWithin(const Sample *samples, size_t count, Sample loudest)
     return within == count;
 }
 
+template <class Sample>
+uint64_t CountLoud(const Sample *samples, size_t count)
+{
+    if (AllWithin(samples, count, Sample{1}))
+        return 0;
+    return static_cast<uint64_t>(std::count_if(samples, samples + count, [](Sample sample) {
+        return std::isfinite(sample) && std::abs(sample) > 1;
+    }));
+}
+
 std::string Samples(uint64_t count, const std::string &that)
 {
     return std::to_string(count) + (count == 1 ? " sample " : " samples ") + that;
 }
 
 } // namespace
+
+uint64_t LouderThanFullScale(SampleFormat format, const void *samples, size_t count)
+{
+    if (format == SampleFormat::Float32)
+        return CountLoud(static_cast<const float *>(samples), count);
+    if (format == SampleFormat::Float64)
+        return CountLoud(static_cast<const double *>(samples), count);
+    return 0;
+}
+
+SampleGuard::SampleGuard(SampleFormat format, double loudest)
+    : format_(format),
+      loudest_(format == SampleFormat::Float32 ? std::min<double>(loudest, std::numeric_limits<float>::max())
+                                               : loudest)
+{}
 
 template <class Sample>
 const void *SampleGuard::GuardedFloats(const Sample *samples, size_t count)
@@ -56,15 +82,18 @@ const void *SampleGuard::Guarded(const void *samples, size_t count)
     return samples;
 }
 
-std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest)
+std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped)
 {
     std::string text;
+    const auto add = [&](const std::string &part) { text += (text.empty() ? "" : ", ") + part; };
     if (silenced > 0)
-        text = Samples(silenced, silenced == 1 ? "that is no finite number became 0"
-                                               : "that are no finite numbers became 0");
+        add(Samples(silenced, silenced == 1 ? "that is no finite number became 0"
+                                            : "that are no finite numbers became 0"));
     if (clamped > 0)
-        text += (text.empty() ? "" : ", ") +
-                Samples(clamped, "louder than " + Decimal(loudest, 1) + " became that");
+        add(Samples(clamped, "louder than " + Decimal(loudest, 1) + " became that"));
+    if (clipped > 0)
+        add(Samples(clipped, clipped == 1 ? "of the input was louder than full scale and is clipped"
+                                          : "of the input were louder than full scale and are clipped"));
     return text;
 }
 

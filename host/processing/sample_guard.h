@@ -13,7 +13,8 @@ namespace tonekit::host {
 // samples stay as they are, to the bit, and so do all samples of formats other than floats.
 class SampleGuard {
 public:
-    SampleGuard(SampleFormat format, double loudest) : format_(format), loudest_(loudest) {}
+    // Of formats that can't hold `loudest` it is their largest number.
+    SampleGuard(SampleFormat format, double loudest);
 
     // Returns the samples themselves, or a copy that is valid until the next call.
     const void *Guarded(const void *samples, size_t count);
@@ -33,7 +34,12 @@ private:
     uint64_t clamped_ = 0;
 };
 
-// "2 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that"
-std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest);
+// How many of some floats are beyond -1 and 1, where they can be clipped; what is no finite number isn't one.
+// 0 of other formats.
+uint64_t LouderThanFullScale(SampleFormat format, const void *samples, size_t count);
+
+// "2 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that, 3 samples of the
+// input were louder than full scale and are clipped"; empty where all counts are 0.
+std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped);
 
 } // namespace tonekit::host

@@ -78,6 +78,38 @@ TEST(HostileSamples, AreCountedInOneWarning)
                                "became that\n");
 }
 
+// The converter clips, whatever it is that follows.
+TEST(HostileSamples, ThatAreClippedAreCounted)
+{
+    TemporaryFolder folder;
+    std::vector<float> samples = LoudTone(0.5f);
+    samples[20000] = std::nextafter(1.0f, 2.0f);
+    samples[30000] = -1e10f;
+    samples[30001] = 1; // which the largest whole number stands for
+    samples[40000] = std::numeric_limits<float>::infinity();
+    WriteFloats(folder / "a.wav", samples);
+    const std::vector<std::vector<std::string>> runs = {
+        {"-b", "16", "b.wav"},    {"-b", "24", "b.flac"}, {"-b", "32", "b.wav"},
+        {"-r", "22050", "b.ogg"}, {"-c", "2", "b.mp3"},   {"-r", "24000", "-b", "32f", "b.wav"},
+        {"-r", "24000", "b.opus"}};
+    for (std::vector<std::string> arguments : runs) {
+        const std::string out = folder / arguments.back();
+        arguments.back() = out;
+        arguments.insert(arguments.begin(), {"-q", folder / "a.wav"});
+        const Outcome outcome = RunHost(arguments);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err,
+                  "tonekit-convert: warning: " + out +
+                      ": 1 sample that is no finite number became 0, 2 samples of the input were "
+                      "louder than full scale and are clipped\n");
+    }
+    // Nothing is clipped in doubles, or where the level changes enough.
+    WriteFloats(folder / "c.wav", LoudTone(3));
+    EXPECT_EQ(RunHost({"-q", "-b", "64f", "-r", "24000", folder / "c.wav", folder / "d.wav"}).err, "");
+    EXPECT_EQ(RunHost({"-q", "-b", "16", "--gain", "-12", folder / "c.wav", folder / "d.wav"}).err, "");
+    EXPECT_EQ(RunHost({"-q", folder / "c.wav", folder / "d.mp3"}).err, "");
+}
+
 TEST(HostileSamples, SpoilNoOthers)
 {
     TemporaryFolder folder;

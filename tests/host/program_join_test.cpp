@@ -142,8 +142,8 @@ TEST_F(Joining, DecodesAndCodesLossyFilesAsOne)
 {
     Write("a.wav", 30000, 1);
     Write("b.wav", 20000, 2);
-    Run({folder / "a.wav", folder / "a.mp3"});
-    Run({folder / "b.wav", folder / "b.mp3"});
+    Run({"--gain", "-12", folder / "a.wav", folder / "a.mp3"});
+    Run({"--gain", "-12", folder / "b.wav", folder / "b.mp3"});
     Run({"-b", "32f", folder / "a.mp3", folder / "a.decoded.wav"});
     Run({"-b", "32f", folder / "b.mp3", folder / "b.decoded.wav"});
     Run({"--join", "-b", "32f", folder / "a.mp3", folder / "b.mp3", folder / "all.wav"});

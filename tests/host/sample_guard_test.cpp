@@ -43,6 +43,29 @@ TYPED_TEST(SampleGuardOf, MendsAndCountsTheOthers)
     EXPECT_EQ(guard.clamped(), 4u);
 }
 
+// The largest number of a double is none of a float.
+TYPED_TEST(SampleGuardOf, FindsInfinityWithoutALimit)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const TypeParam samples[] = {Limits::max(), Limits::lowest(), -Limits::infinity(), Limits::infinity()};
+    const TypeParam mended[] = {Limits::max(), Limits::lowest(), 0, 0};
+    SampleGuard guard(kFormat<TypeParam>, std::numeric_limits<double>::max());
+    EXPECT_EQ(std::memcmp(guard.Guarded(samples, 4), mended, sizeof(mended)), 0);
+    EXPECT_EQ(guard.silenced(), 2u);
+    EXPECT_EQ(guard.clamped(), 0u);
+}
+
+TYPED_TEST(SampleGuardOf, CountsWhatIsLouderThanFullScale)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const TypeParam above = std::nextafter(TypeParam(1), TypeParam(2));
+    const TypeParam samples[] = {
+        1, -1, 0, above, -above, Limits::max(), Limits::infinity(), Limits::quiet_NaN()};
+    EXPECT_EQ(LouderThanFullScale(kFormat<TypeParam>, samples, 3), 0u);
+    EXPECT_EQ(LouderThanFullScale(kFormat<TypeParam>, samples, 8), 3u);
+    EXPECT_EQ(LouderThanFullScale(SampleFormat::Int32, samples, 8), 0u);
+}
+
 TEST(SampleGuard, LeavesIntegersAlone)
 {
     const uint32_t noNumber = 0x7FC00000; // as a float
@@ -53,10 +76,15 @@ TEST(SampleGuard, LeavesIntegersAlone)
 
 TEST(SampleGuard, TellsWhatItDid)
 {
-    EXPECT_EQ(GuardText(1, 0, 16), "1 sample that is no finite number became 0");
-    EXPECT_EQ(GuardText(3, 1, 16),
+    EXPECT_EQ(GuardText(1, 0, 16, 0), "1 sample that is no finite number became 0");
+    EXPECT_EQ(GuardText(3, 1, 16, 0),
               "3 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that");
-    EXPECT_EQ(GuardText(0, 2, 2), "2 samples louder than 2.0 became that");
+    EXPECT_EQ(GuardText(0, 2, 2, 0), "2 samples louder than 2.0 became that");
+    EXPECT_EQ(GuardText(0, 0, 0, 1), "1 sample of the input was louder than full scale and is clipped");
+    EXPECT_EQ(GuardText(1, 0, 0, 2),
+              "1 sample that is no finite number became 0, 2 samples of the input were "
+              "louder than full scale and are clipped");
+    EXPECT_EQ(GuardText(0, 0, 16, 0), "");
 }
 
 } // namespace
