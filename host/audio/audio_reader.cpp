@@ -364,7 +364,7 @@ void AudioReader::OpenPipe()
             TakeWholePipe();
             header_ = PreparedHeader();
         }
-        if (start == 0 && HeaderBytes(*pipe_).Has(0, "OggS"))
+        if (HeaderBytes(*pipe_).Has(0, "OggS"))
             stream_.Use(&link_.emplace(*pipe_, MemoryLimit()), false);
         pipe_->SeekTo(start);
     } catch (const std::system_error &error) {

@@ -21,6 +21,7 @@ namespace tonekit::host {
 namespace {
 
 constexpr int kMostChannels = 8;
+constexpr const char *kBrokenPage = "the audio is damaged (a page of it is broken or missing)";
 constexpr const char *kMp4 = "mov,mp4,m4a,3gp,3g2,mj2";
 
 struct TypeName {
@@ -342,6 +343,9 @@ bool LibavReader::SendPacket()
     } while (got >= 0 && packet_->stream_index != input_->audio().index);
     if (InterruptNoted())
         throw Interrupted();
+    // libavformat goes back where pages don't follow one another.
+    if (link_ && input_->error() == std::errc::invalid_seek)
+        Fail(kBrokenPage);
     if (input_->error())
         Fail("reading failed: " + input_->error().message());
     if (got < 0 && got != AVERROR_EOF)
@@ -487,6 +491,8 @@ void LibavReader::CheckEnd()
              " frames could be read");
     if (link_ && link_->HasStray())
         Fail("the audio is damaged (a page of a stream that didn't begin)");
+    if (link_ && link_->HasBroken())
+        Fail(kBrokenPage);
     if (pipe_) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());

@@ -298,11 +298,22 @@ TEST_F(LibavReader, ReadsAllStreamsOfFlacInOgg)
     };
     WriteCoded(folder / "in", Noise(kWav16, 48000, 2, 5000), {"ogg", "flac", 16});
     EXPECT_NE(refusal(bytes + ReadText(folder / "in")).find("changes from 44100 Hz"), std::string::npos);
-    // The last page of a whole stream is marked as the end.
+    // Of a stream that was cut within a page the next one's first page is lost.
     WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 100000), {"ogg", "flac", 16});
-    const std::string cut = ReadText(folder / "in").substr(0, 200000);
+    const std::string whole = ReadText(folder / "in");
+    EXPECT_NE(refusal(whole.substr(0, 200000) + bytes).find("damaged"), std::string::npos);
+    // A page that is missing in the middle.
+    const size_t page = whole.find("OggS", 100000);
+    const size_t next = whole.find("OggS", page + 4);
+    ASSERT_NE(next, std::string::npos);
+    EXPECT_NE(refusal(whole.substr(0, page) + whole.substr(next)).find("damaged"), std::string::npos);
+    // The last page of a whole stream is marked as the end.
+    const std::string cut = whole.substr(0, 200000);
     EXPECT_EQ(RunHostOnPipes(cut, {"-q", "-", folder / "none.wav"}).err,
               "tonekit-convert: standard input: the stream is cut off\n");
+    WriteText(folder / "in", cut);
+    EXPECT_EQ(RunHost({"-q", folder / "in", folder / "none.wav"}).err,
+              "tonekit-convert: " + (folder / "in") + ": the file is cut off\n");
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
 }
 

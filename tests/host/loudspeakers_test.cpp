@@ -234,6 +234,10 @@ TEST_F(LoudspeakersOfFiles, StayNamedInFlac)
         const std::string bare = ReadText(folder / "bare.flac");
         EXPECT_NE(bare.find(comment), std::string::npos) << comment;
         EXPECT_EQ(bare.find("TITLE=a"), std::string::npos);
+        EXPECT_EQ(Run({"-q", "--in-place", "--no-tags", folder / "out.flac"}), "");
+        const std::string inPlace = ReadText(folder / "out.flac");
+        EXPECT_NE(inPlace.find(comment), std::string::npos) << comment;
+        EXPECT_EQ(inPlace.find("TITLE=a"), std::string::npos);
     }
     for (const auto &[channels, mask] : {std::pair(3U, 0x7U), std::pair(4U, 0x33U), std::pair(6U, 0x60FU)}) {
         WriteText(folder / "in.wav", Wav(channels, mask));
@@ -327,6 +331,7 @@ TEST(HeaderChannels, OfAiffAreInALayout)
     };
     EXPECT_EQ(InHeader(aiff(Layout(1U << 16, 0x107, {}))).value().loudspeakers, 0x107U);
     EXPECT_EQ(InHeader(aiff(Layout(0, 0, {1, 2, 3, 9}))).value().loudspeakers, 0x107U);
+    EXPECT_EQ(InHeader(aiff(Layout(0, 0, {1, 2, 3, 18}))).value().loudspeakers, 0x20007U);
     EXPECT_FALSE(InHeader(aiff(Layout(2U << 16, 0x107, {}))));
     EXPECT_FALSE(InHeader(aiff(Layout(1U << 16, 0x107, {}).substr(0, 11))));
 }

@@ -264,6 +264,21 @@ TEST_F(OggLinks, HoldLittleOfALongStream)
     EXPECT_EQ(link.Read(&byte, 1, got), std::errc::invalid_seek);
 }
 
+TEST_F(OggLinks, AreKeptAnewAfterALongOne)
+{
+    std::string bytes = OggPage(2, {5});
+    while (bytes.size() < 300000)
+        bytes += OggPage(0, std::vector<unsigned char>(200, 255));
+    PipeInput pipe = Pipe(bytes + bytes);
+    pipe.KeepNoMore();
+    OggLink link(pipe, 400000);
+    link.KeepNoMore();
+    EXPECT_EQ(ReadFrom(link, 0, 200000).size(), 200000U);
+    ASSERT_TRUE(GoOn(link));
+    EXPECT_TRUE(ReadFrom(link, 0, 200000) == bytes.substr(0, 200000));
+    EXPECT_TRUE(ReadFrom(link, 10, 299000) == bytes.substr(10, 299000));
+}
+
 class OggStreams : public Failures {
 protected:
     std::string Through(const std::string &input, const std::vector<std::string> &arguments)
@@ -335,13 +350,16 @@ TEST_F(OggStreams, ThatDifferAreCopiedOrRefused)
     const std::string what =
         "holds several streams one after another, and not all of one type, rate and channel count";
     const std::string a = Coded("ogg", 5000);
-    for (const std::string &other :
-         {Coded("ogg", 5000, 1), Coded("ogg", 5000, 2, 48000), Coded("opus", 5000, 2, 48000)}) {
-        const std::string all = a + other;
+    const std::string a48 = Coded("ogg", 5000, 2, 48000);
+    for (const auto &[first, other] : {std::pair(a, Coded("ogg", 5000, 1)), std::pair(a, a48),
+                                       std::pair(a48, Coded("opus", 5000, 2, 48000))}) {
+        const std::string all = first + other;
         ExpectFailureOf([&] { return RunHostOnPipes(all, {"-q", "-", folder / "old.wav"}); }, 1, what);
         WriteText(folder / "a.ogg", all);
         ExpectFailure(1, what, {folder / "a.ogg", folder / "old.wav"});
         ExpectFailure(1, what, {"--info", "--hash", "sha256", folder / "a.ogg"});
+        EXPECT_NE(Through("", {"--info", folder / "a.ogg"}).find("Length      not said by the file"),
+                  std::string::npos);
         Through("", {"-q", folder / "a.ogg", folder / "copy.ogg"});
         EXPECT_TRUE(ReadText(folder / "copy.ogg") == all);
         std::filesystem::remove(PathFromUtf8(folder / "a.ogg"));

@@ -89,6 +89,15 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
                                             "TRACKTOTAL=2",         "ISRC=DEX010000001",
                                             "CUESHEET=same",        "REPLAYGAIN_ALBUM_GAIN=-3.00 dB",
                                             "R128_TRACK_GAIN=-512", "REPLAYGAIN_TRACK_GAIN=-2.00 dB"};
+    const std::vector<std::string> ofATrack = {"TITLESORT",
+                                               "SUBTITLE",
+                                               "TOTALTRACKS",
+                                               "LYRICS",
+                                               "UNSYNCEDLYRICS",
+                                               "MUSICBRAINZ_TRACKID",
+                                               "MUSICBRAINZ_RELEASETRACKID",
+                                               "ACOUSTID_ID",
+                                               "ACOUSTID_FINGERPRINT"};
     const std::string picture = std::string("\x89PNG\r\n\x1A\n", 8) + "picture";
     WriteText(folder / "first.png", picture + " one");
     WriteText(folder / "second.png", picture + " two");
@@ -108,6 +117,8 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
                                               std::string(*name == 'a' ? "ONLYINA" : "ONLYINB") + "=this"};
         for (const std::string &tag : alike)
             arguments.insert(arguments.end(), {"--set", tag});
+        for (const std::string &key : ofATrack)
+            arguments.insert(arguments.end(), {"--set", key + "=same"});
         Run(arguments);
     }
     const std::string a = folder / "a.flac";
@@ -120,6 +131,9 @@ TEST_F(Joining, KeepsTheTagsThatAllHaveAlike)
     for (const char *tag : {"TRACKTOTAL", "TRACKNUMBER", "ISRC", "CUESHEET", "REPLAYGAIN_TRACK", "R128_TRACK",
                             "COMMENT", "ONLYINA", "ONLYINB"})
         EXPECT_EQ(info.find(tag), std::string::npos) << tag << "\n" << info;
+    for (const std::string &key : ofATrack)
+        EXPECT_EQ(info.find("  " + key + " "), std::string::npos) << key << "\n" << info;
+    EXPECT_NE(Info("a.flac").find("  ACOUSTID_ID same"), std::string::npos);
     Run({"--extract-cover", folder / "cover.png", folder / "all.flac"});
     EXPECT_EQ(ReadText(folder / "cover.png"), picture + " one");
 
