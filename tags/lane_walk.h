@@ -8,7 +8,7 @@
 #include "tags/wanted_key.h"
 
 #include <cstring>
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace tonekit::TONEKIT_TIER {
 namespace {
@@ -21,25 +21,36 @@ inline uint32_t ZerosIn16(const uint8_t *at)
 }
 
 // The common item has a payload below 256 bytes, so that four bytes of its header are zero, and a key
-// below 16.
+// below 15 or, where its end is looked for without BMI2, 16.
 constexpr uint32_t kMostCommonLength = 255;
 constexpr ptrdiff_t kMostCommonBytes = kHeaderBytes + kMostCommonLength;
 constexpr uint64_t kCommonZeros = 4 + 2;
+
+// Whether a text ends in the first bytes of an item's payload of a common length, and before its last byte.
+inline bool HasKey(const uint8_t *item, uint32_t length)
+{
+#ifdef __BMI2__
+    // Bit 0 is the uppermost byte of the length, which is 0; so many bits as the length says are that one and
+    // those of all payload bytes but the last.
+    return _bzhi_u32(ZerosIn16(item + kHeaderBytes - 1), length) > 1;
+#else
+    const uint32_t zeros = ZerosIn16(item + kHeaderBytes);
+    return zeros != 0 && static_cast<uint32_t>(__builtin_ctz(zeros)) + 1 < length;
+#endif
+}
 
 // Passes a string item, one that is common, by its length, unless it may have the wanted key or no string
 // item follows. That its marker is right and that it ends before the bytes in use do has been seen before.
 [[gnu::always_inline]] inline bool PassCommon(const WantedKey &key, const uint8_t *&item)
 {
     const uint32_t length = ReadLength(item + 1);
-    const uint32_t zeros = ZerosIn16(item + kHeaderBytes);
-    if (key.MayBeKeyOf(item) || length > kMostCommonLength || zeros == 0)
+    if (key.MayBeKeyOf(item) || length > kMostCommonLength || !HasKey(item, length))
         return false;
     const uint8_t *const next = item + kHeaderBytes + length;
-    const auto keyBytes = static_cast<uint32_t>(__builtin_ctz(zeros)) + 1;
     uint16_t lastByteAndMarker;
     memcpy(&lastByteAndMarker, next - 1, sizeof lastByteAndMarker);
     static_assert(kStringMarker == 0);
-    if (lastByteAndMarker != 0 || keyBytes >= length)
+    if (lastByteAndMarker != 0)
         return false;
     item = next;
     return true;
