@@ -70,6 +70,7 @@ TEST(SafeName, IsTakenByEveryFileSystem)
     EXPECT_EQ(SafeName("nul.tar.x"), "nul_.tar.x");
     EXPECT_EQ(SafeName("Com\u00b2"), "Com\u00b2_");
     EXPECT_EQ(SafeName("COM\u00bd"), "COM\u00bd");
+    EXPECT_EQ(SafeName("COM0"), "COM0_");
     EXPECT_EQ(SafeName("COM12"), "COM12");
     EXPECT_EQ(SafeName("conout$"), "conout$_");
     EXPECT_EQ(SafeName("LPT9 .x"), "LPT9 _.x");

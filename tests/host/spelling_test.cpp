@@ -31,6 +31,8 @@ TEST(ClosestName, IsTheNearestOrNone)
     EXPECT_EQ(ClosestName("bitr", names), "bitrate");
     EXPECT_EQ(ClosestName("sample-rate", names), "rate");
     EXPECT_EQ(ClosestName("loud", names), "");
+    EXPECT_EQ(ClosestName("inxy", names), ""); // half of the letters
+    EXPECT_EQ(ClosestName("trend", {"end"}), "");
     EXPECT_EQ(ClosestName("", names), "");
     EXPECT_EQ(ClosestName("x", names), "");
     EXPECT_EQ(ClosestName(std::string(100000, 'r'), names), "");
