@@ -2,7 +2,7 @@
 
 Wall time and processor time of whole runs, start included, interleaved, as medians; ratios above 1 are faster than the bare
 program. What a run left is removed, and the disk has ended its work, before the next one starts. Two workers are compared with
-one on a set that takes less than a second, of which start and end are a good part, and on one of ten times as many files.
+one on a set that takes less than a second, of which start and end are a good part, and on sets of ten and twenty times as many.
 Usage: archives.py [--files N] [--rounds N] [--minutes N...] [--entries N] [--json FILE]
 """
 
@@ -155,7 +155,7 @@ def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--files", type=int, default=2000)
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--minutes", type=int, nargs="*", default=[24, 240], metavar="N", help="files of a minute in a set")
+    parser.add_argument("--minutes", type=int, nargs="*", default=[24, 240, 480], metavar="N", help="files of a minute in a set")
     parser.add_argument("--entries", type=int, default=1_000_000)
     parser.add_argument("--json")
     arguments = parser.parse_args()
