@@ -6,6 +6,7 @@
 #include "host/audio/completeness.h"
 #include "host/audio/header_bytes.h"
 #include "host/audio/header_channels.h"
+#include "host/audio/sound_type.h"
 #include "host/audio/streamed_type.h"
 #include "host/system/memory_bytes.h"
 #include "host/system/memory_limit.h"
@@ -25,70 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMostChannels = 8;
-
-// The smallest form that holds every sample of the file exactly.
-SampleFormat FormatOfSubtype(int subtype)
-{
-    switch (subtype) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8:
-    case SF_FORMAT_DPCM_8:
-        return SampleFormat::Int8;
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_DWVW_24:
-    case SF_FORMAT_ALAC_20:
-    case SF_FORMAT_ALAC_24:
-        return SampleFormat::Int24;
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_DWVW_N:
-    case SF_FORMAT_ALAC_32:
-        return SampleFormat::Int32;
-    case SF_FORMAT_FLOAT:
-    case SF_FORMAT_VORBIS:
-    case SF_FORMAT_OPUS:
-    case SF_FORMAT_MPEG_LAYER_I:
-    case SF_FORMAT_MPEG_LAYER_II:
-    case SF_FORMAT_MPEG_LAYER_III:
-        return SampleFormat::Float32;
-    case SF_FORMAT_DOUBLE:
-        return SampleFormat::Float64;
-    default: // 16 bits and all the telephone and game coders, which decode to 16
-        return SampleFormat::Int16;
-    }
-}
-
-bool IsLossy(int subtype)
-{
-    switch (subtype) {
-    case SF_FORMAT_VORBIS:
-    case SF_FORMAT_OPUS:
-    case SF_FORMAT_MPEG_LAYER_I:
-    case SF_FORMAT_MPEG_LAYER_II:
-    case SF_FORMAT_MPEG_LAYER_III:
-        return true;
-    default:
-        return false;
-    }
-}
-
-TagKind TagKindOf(int format)
-{
-    switch (format & SF_FORMAT_TYPEMASK) {
-    case SF_FORMAT_WAV:
-    case SF_FORMAT_WAVEX:
-        return TagKind::Wav;
-    case SF_FORMAT_AIFF:
-        return TagKind::Aiff;
-    case SF_FORMAT_FLAC:
-        return TagKind::Flac;
-    case SF_FORMAT_OGG:
-        return (format & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS ? TagKind::Opus : TagKind::Vorbis;
-    case SF_FORMAT_MPEG:
-        return TagKind::Mpeg;
-    default:
-        return TagKind::None;
-    }
-}
 
 const Container *ContainerWithSame(int format, const AudioFormat &audio)
 {
@@ -124,53 +61,6 @@ uint64_t LeadingTagBytes(ByteStream &file)
     constexpr unsigned char kHasFooter = 0x10;
     bytes += sizeof(header) + (header[5] & kHasFooter ? sizeof(header) : 0);
     return bytes < size ? bytes : 0;
-}
-
-// Each frame is found by its number, and doesn't depend on others.
-bool SeeksExactly(int format)
-{
-    switch (format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8:
-    case SF_FORMAT_PCM_16:
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_FLOAT:
-    case SF_FORMAT_DOUBLE:
-        return true;
-    default:
-        return false;
-    }
-}
-
-std::string NameOfPart(int format)
-{
-    SF_FORMAT_INFO info{};
-    info.format = format;
-    sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof(info));
-    const std::string name = info.name ? info.name : "unknown";
-    // The makers of a format follow it in brackets.
-    return name.substr(0, name.find(" ("));
-}
-
-std::string NameOfType(int format)
-{
-    switch (format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_VORBIS:
-        return "Ogg Vorbis";
-    case SF_FORMAT_OPUS:
-        return "Opus";
-    case SF_FORMAT_MPEG_LAYER_I:
-        return "MP1";
-    case SF_FORMAT_MPEG_LAYER_II:
-        return "MP2";
-    case SF_FORMAT_MPEG_LAYER_III:
-        return "MP3";
-    default:
-        // The header that names the loudspeakers makes no other type of file.
-        return (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAVEX ? "WAV"
-                                                                : NameOfPart(format & SF_FORMAT_TYPEMASK);
-    }
 }
 
 } // namespace
@@ -371,6 +261,7 @@ void AudioReader::OpenPipe()
         Fail("reading failed: " + error.code().message());
     }
     Start();
+    PrepareFlac();
     pipe_->KeepNoMore();
     if (link_) {
         link_->KeepNoMore();
@@ -378,6 +269,21 @@ void AudioReader::OpenPipe()
     }
     if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64)
         frames_ = 0;
+}
+
+// When all before the first frame is kept.
+void AudioReader::PrepareFlac()
+{
+    try {
+        uint64_t position = 0;
+        pipe_->Tell(position);
+        flac_ = FormOfFlac(*pipe_, stream_.start());
+        if (flac_)
+            pipe_->KeepTail(flac_->TailBytes());
+        pipe_->SeekTo(position);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
 }
 
 void AudioReader::Start()
@@ -458,6 +364,8 @@ void AudioReader::CheckComplete()
         FailIfCut(stream_.file());
         count_ = CountInHeader(stream_.file(), start);
         named_ = ChannelsInHeader(stream_.file(), start);
+        if (const std::optional<FlacForm> flac = FormOfFlac(stream_.file(), start))
+            CheckFlac(*flac, EndOfFlac(*flac, stream_.file()));
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
@@ -636,6 +544,15 @@ void AudioReader::CheckCount(uint64_t held) const
              std::to_string(held) + " are there");
 }
 
+// What libsndfile would leave out without a word.
+void AudioReader::CheckFlac(const FlacForm &form, const FlacEnd &end) const
+{
+    if (end.Contradicts(form))
+        Fail(form.counted == 0 ? "the file is cut off, or holds something else after its audio"
+                               : "its header counts " + std::to_string(form.counted) +
+                                     " frames, but there are " + std::to_string(end.frames));
+}
+
 void AudioReader::CheckEnd()
 {
     if (position_ < frames_)
@@ -649,7 +566,10 @@ void AudioReader::CheckEnd()
     if (pipe()) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
-        CheckOggEnd(*pipe_, shownName_);
+        if (flac_)
+            CheckFlac(*flac_, EndOfFlac(*flac_, pipe_->tail()));
+        else
+            CheckOggEnd(*pipe_, shownName_);
         CheckLinks();
     }
 }

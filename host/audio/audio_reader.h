@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/container.h"
+#include "host/audio/flac_end.h"
 #include "host/audio/frame_count.h"
 #include "host/audio/ogg_link.h"
 #include "host/audio/sample_format.h"
@@ -85,6 +86,8 @@ private:
     std::optional<uint64_t> StartLink();
     bool NextLink();
     void CheckLinks() const;
+    void PrepareFlac();
+    void CheckFlac(const FlacForm &form, const FlacEnd &end) const;
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -101,6 +104,7 @@ private:
     HeaderForm header_ = HeaderForm::AsItWas;
     bool vorbisOrder_ = false;     // which only Ogg files have
     std::optional<OggLink> link_;  // of one from a pipe
+    std::optional<FlacForm> flac_; // of a stream from a pipe
     std::vector<uint64_t> starts_; // of the streams after one another in a file that has several
     size_t started_ = 0;           // the one that is read
     int soundFormat_ = 0;          // libsndfile's number of the type
