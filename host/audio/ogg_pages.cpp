@@ -112,6 +112,19 @@ void OggPages::TakeNumber(Stream &stream)
         std::any_of(&header_[kGranuleAt], &header_[kSerialAt], [](unsigned char byte) { return byte != 0; });
 }
 
+// The last page may end before the audio of its packets does, which is how a stream gets a length that is no
+// multiple of theirs; the last packets may have pages of their own.
+void OggPages::TakePosition(Stream &stream)
+{
+    constexpr uint64_t kMostCut = 8192; // the largest packet
+    const uint64_t position =
+        uint64_t{Little32(&header_[kGranuleAt + 4])} << 32 | Little32(&header_[kGranuleAt]);
+    if (position == 0 || position > INT64_MAX) // a header, or no packet ends here
+        return;
+    broken_ = broken_ || position + kMostCut < stream.position;
+    stream.position = position;
+}
+
 void OggPages::TakeHeader()
 {
     constexpr unsigned char kFirst = 2;
@@ -122,13 +135,15 @@ void OggPages::TakeHeader()
         streams_.clear();
     }
     if (first)
-        streams_.push_back({serial, Little32(&header_[kNumberAt]), false});
+        streams_.push_back({serial, Little32(&header_[kNumberAt]), false, 0});
     const auto stream = std::find_if(streams_.begin(), streams_.end(),
                                      [&](const Stream &one) { return one.serial == serial; });
-    if (stream == streams_.end())
+    if (stream == streams_.end()) {
         stray_ = true;
-    else
+    } else {
         TakeNumber(*stream);
+        TakePosition(*stream);
+    }
     wentOn_ = !first;
     left_ = std::accumulate(header_.begin() + kFixed, header_.begin() + static_cast<ptrdiff_t>(have_),
                             uint64_t{0});

@@ -26,19 +26,22 @@ public:
     const std::vector<uint64_t> &starts() const { return starts_; }
     // Whether there was a page of a stream without its start.
     bool HasStray() const { return stray_; }
-    // Whether a page differs from its checksum, or pages are missing after audio of their stream. Readers
-    // pass such pages over.
+    // Whether a page differs from its checksum, pages are missing after audio of their stream, or a page says
+    // that its audio ends long before that of an earlier one. Readers pass such pages over, or leave out what
+    // is after that end.
     bool HasBroken() const { return broken_; }
 
 private:
     struct Stream {
         uint32_t serial;
-        uint32_t next; // the number of its next page
-        bool hasAudio; // in the last page; before it, what comes may be a later part of a broadcast
+        uint32_t next;         // the number of its next page
+        bool hasAudio;         // in the last page; before it, what comes may be a later part of a broadcast
+        uint64_t position = 0; // where the audio of its pages ends, in samples
     };
 
     void TakeHeader();
     void TakeNumber(Stream &stream);
+    void TakePosition(Stream &stream);
     void CheckSum();
 
     static constexpr size_t kFixed = 27; // bytes before the sizes of a page's segments

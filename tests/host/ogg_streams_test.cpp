@@ -157,6 +157,37 @@ TEST(OggPages, KnowMissingOnes)
         PagesOf(together + SoundPage(4, 2, true, 9) + SoundPage(4, 3, true, 9, 'b'), 100).HasBroken());
 }
 
+// The page with another position of its end, and with the checksum of that.
+std::string EndingAt(uint64_t position, std::string page)
+{
+    page.replace(6, 8,
+                 Little32(static_cast<uint32_t>(position)) + Little32(static_cast<uint32_t>(position >> 32)));
+    page.replace(22, 4, Little32(0));
+    return page.replace(22, 4, Little32(SumOf(page)));
+}
+
+TEST(OggPages, KnowThoseThatEndBeforeEarlierOnes)
+{
+    const uint64_t none = UINT64_MAX;
+    const uint64_t late = 0x200002000;
+    const struct {
+        uint64_t positions[3];
+        bool broken;
+    } rows[] = {
+        {{1000, 2000, 2000}, false},       {{1000, late, late - 8192}, false}, // the last packets hold more
+        {{1000, late, late - 8193}, true}, {{late, 1000, late}, true},         {{late, none, late}, false},
+        {{late, none, 1000}, true},        {{late, 0, late}, false},           {{20000, 30000, 9999}, true},
+    };
+    for (const auto &row : rows) {
+        std::string bytes = kHead;
+        for (uint32_t i = 0; i < 3; ++i)
+            bytes += EndingAt(row.positions[i], SoundPage(i == 2 ? 4 : 0, i + 2, true, 300));
+        EXPECT_EQ(PagesOf(bytes, 100).HasBroken(), row.broken) << row.positions[2];
+        // A stream that follows begins anew.
+        EXPECT_EQ(PagesOf(bytes + kHead + EndingAt(1, SoundPage(4, 2, true, 9)), 77).HasBroken(), row.broken);
+    }
+}
+
 class OggLinks : public testing::Test {
 protected:
     PipeInput Pipe(const std::string &bytes)
@@ -394,7 +425,9 @@ TEST_F(OggStreams, WithABrokenOrMissingPageAreRefused)
         std::string later = whole;
         later[pages[4] + 200] ^= 1;
         const std::string without = whole.substr(0, pages[4]) + whole.substr(pages[5]);
-        for (const std::string &bytes : {flipped, later, without}) {
+        // libsndfile reads no further than the end of the last page.
+        const std::string early = whole.substr(0, pages.back()) + EndingAt(38200, whole.substr(pages.back()));
+        for (const std::string &bytes : {flipped, later, without, early}) {
             ExpectFailureOf([&] { return RunHostOnPipes(bytes, {"-q", "-", folder / "old.wav"}); }, 1, what);
             WriteText(folder / "a", bytes);
             ExpectFailure(1, what, {folder / "a", folder / "old.wav"});
