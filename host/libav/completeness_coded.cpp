@@ -3,6 +3,8 @@
 
 #include "host/libav/mp4_length.h"
 
+#include <algorithm>
+
 namespace tonekit::host {
 
 namespace {
@@ -89,6 +91,39 @@ uint64_t MissingFromCodedType(HeaderBytes &bytes)
     if (bytes.Has(0, "DSD ") || bytes.Has(0, "FRM8"))
         return MissingFromDsd(bytes);
     return 0;
+}
+
+// Each block has a name, the size of what follows, a version, a byte each of place and count beyond 32 bits,
+// the count of all frames, its place and its frames. Blocks of more than two channels share a place; one
+// without frames holds other things.
+WavPackFrames FramesOfWavPack(HeaderBytes &bytes)
+{
+    constexpr int kMostBlocks = 1000000;
+    uint64_t position = 0;
+    uint64_t first = 0;
+    WavPackFrames frames;
+    for (int i = 0; i < kMostBlocks; ++i) {
+        // Tags follow the last block.
+        if (!bytes.Has(position, "wvpk"))
+            return frames;
+        const uint64_t counted = bytes.Little(position + 12, 4);
+        const uint64_t place = bytes.Little(position + 16, 4);
+        const uint64_t held = bytes.Little(position + 20, 4);
+        if (!bytes.ok() || bytes.Little(position + 10, 2) != 0)
+            return {};
+        if (held > 0) {
+            if (frames.counted == 0 && (counted == 0 || counted == UINT32_MAX))
+                return {};
+            if (frames.counted == 0) {
+                frames.counted = counted;
+                first = place;
+            }
+            if (place >= first)
+                frames.held = std::max(frames.held, place - first + held);
+        }
+        position += 8 + bytes.Little(position + 4, 4);
+    }
+    return {};
 }
 
 } // namespace tonekit::host

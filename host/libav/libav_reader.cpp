@@ -167,6 +167,10 @@ void LibavReader::CheckFile()
             Fail(missing == 1
                      ? "the file is cut off"
                      : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+        const WavPackFrames frames = FramesOfWavPack(bytes);
+        if (frames.held > frames.counted)
+            Fail("its header counts " + std::to_string(frames.counted) + " frames, but there are " +
+                 std::to_string(frames.held));
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }

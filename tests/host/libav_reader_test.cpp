@@ -1,7 +1,9 @@
 // libav_reader_test.cpp: files through libavformat against the sound that went in.
+#include "host/libav/completeness_coded.h"
 #include "host/libav/libav_files.h"
 #include "host/open_source.h"
 #include "host/system/failure.h"
+#include "host/system/memory_bytes.h"
 #include "tests/host/coded_files.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
@@ -350,6 +352,74 @@ TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
             const std::optional<std::string> left = SamplesIfAny(folder / "cut");
             EXPECT_TRUE(!left || *left == samples) << type[0] << " of " << kept << " bytes";
         }
+    }
+}
+
+// The decoder ends where the first block says that the file does.
+TEST_F(LibavReader, RefusesWavPackThatIsLongerThanItSays)
+{
+    for (const int channels : {2, 6}) { // of 6 several blocks share a place
+        WriteCoded(folder / "in", Noise(kWav16, 44100, channels, 70000), {"wv", "wavpack", 16});
+        std::string bytes = ReadText(folder / "in");
+        ASSERT_EQ(bytes.substr(12, 4), std::string("\x70\x11\1\0", 4));
+        for (const int counted : {1, 30000, 69999}) {
+            for (int i = 0; i < 4; ++i)
+                bytes[12 + static_cast<size_t>(i)] = static_cast<char>(counted >> 8 * i & 0xFF);
+            WriteText(folder / "short", bytes + "APETAGEX");
+            const Outcome outcome = RunHost({folder / "short", folder / "out.wav"});
+            EXPECT_EQ(outcome.status, 1);
+            EXPECT_NE(outcome.err.find("short: its header counts " + std::to_string(counted) +
+                                       " frames, but there are 70000"),
+                      std::string::npos)
+                << outcome.err;
+        }
+        bytes.replace(12, 4, "\xFF\xFF\xFF\xFF");
+        WriteText(folder / "open", bytes);
+        EXPECT_EQ(SamplesIfAny(folder / "open"), SamplesOf(folder / "in"));
+    }
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in", "open", "short"}));
+}
+
+// A block by hand, with a count of all frames, its place and its frames.
+std::string WavPackBlock(int counted, int place, int held, int more = 0)
+{
+    std::string block = "wvpk" + std::string(28, '\0');
+    block[4] = static_cast<char>(24 + more);
+    block[12] = static_cast<char>(counted);
+    block[16] = static_cast<char>(place);
+    block[20] = static_cast<char>(held);
+    return block + std::string(static_cast<size_t>(more), 'x');
+}
+
+TEST(WavPackFrames, AreCountedAndHeld)
+{
+    std::string large = WavPackBlock(9, 0, 9);
+    large[11] = '\1'; // more than 32 bits
+    const std::string open(4, '\xFF');
+    const struct {
+        std::string bytes;
+        uint64_t counted;
+        uint64_t held;
+    } rows[] = {
+        {"", 0, 0},
+        {"wvpk", 0, 0},
+        {"RIFF" + WavPackBlock(9, 0, 9), 0, 0},
+        {WavPackBlock(9, 0, 4, 50) + WavPackBlock(9, 4, 5, 7), 9, 9},
+        {WavPackBlock(9, 0, 4) + WavPackBlock(0, 0, 4, 3) + WavPackBlock(1, 4, 6) + "TAG", 9, 10},
+        {WavPackBlock(5, 0, 0, 9) + WavPackBlock(9, 40, 4) + WavPackBlock(9, 44, 6) + WavPackBlock(9, 0, 0),
+         9, 10},
+        {WavPackBlock(9, 40, 4) + WavPackBlock(9, 1, 20), 9, 4},
+        {WavPackBlock(0, 0, 4), 0, 0},
+        {WavPackBlock(0, 0, 4).replace(12, 4, open), 0, 0},
+        {large, 0, 0},
+    };
+    for (const auto &row : rows) {
+        const std::vector<unsigned char> file(row.bytes.begin(), row.bytes.end());
+        MemoryBytes memory(file);
+        HeaderBytes bytes(memory);
+        const WavPackFrames frames = FramesOfWavPack(bytes);
+        EXPECT_EQ(frames.counted, row.counted) << row.bytes.size();
+        EXPECT_EQ(frames.held, row.held) << row.bytes.size();
     }
 }
 
