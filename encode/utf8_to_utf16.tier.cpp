@@ -2,10 +2,8 @@
 #include "encode/compact_units.h"
 #include "encode/lanes.h"
 #include "encode/utf.h"
+#include "encode/utf8_wide_blocks.h"
 #include "frame/tier.h"
-#ifdef __AVX2__
-    #include "encode/utf8_wide_blocks.h"
-#endif
 
 #include <cstdint>
 #include <cstring>

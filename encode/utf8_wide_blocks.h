@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <immintrin.h>
 
+#if defined(__AVX2__)
+
 namespace tonekit::TONEKIT_TIER {
 namespace {
 
@@ -121,3 +123,5 @@ inline uint32_t BadBytes(__m256i bytes, __m256i upper, __m256i lasts)
 
 } // namespace
 } // namespace tonekit::TONEKIT_TIER
+
+#endif
