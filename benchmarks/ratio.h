@@ -7,6 +7,7 @@
 #include "frame/dispatch.h"
 #include "frame/platform.h"
 #include "tests/support/measured_rows.h"
+#include "tests/support/turns.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -109,31 +110,16 @@ private:
         return Now() - begin;
     }
 
-    // How often an action must run for one turn to be long compared with the clock and the scheduler.
-    static unsigned TimesPerTurn(const Action &action)
+    static unsigned TimesOf(const Action &action)
     {
-        constexpr double kTurn = 0.003;
-        for (unsigned times = 1;; times *= 2) {
-            const double seconds = Seconds(action, times);
-            if (seconds >= kTurn || times >= 1u << 24)
-                return times;
-            if (seconds > kTurn / 16)
-                return static_cast<unsigned>(times * kTurn / seconds) + 1;
-        }
-    }
-
-    static double Median(std::vector<double> values)
-    {
-        const auto middle = values.begin() + std::ssize(values) / 2;
-        std::nth_element(values.begin(), middle, values.end());
-        return *middle;
+        return TimesPerTurn([&action](unsigned times) { return Seconds(action, times); });
     }
 
     bool Report(const Row &row, int turns) const
     {
         const bool once = turns == 1;
-        const unsigned oursTimes = once ? 1 : TimesPerTurn(row.ours);
-        const unsigned peerTimes = once ? 1 : TimesPerTurn(row.peer);
+        const unsigned oursTimes = once ? 1 : TimesOf(row.ours);
+        const unsigned peerTimes = once ? 1 : TimesOf(row.peer);
         std::vector<double> ours;
         std::vector<double> peer;
         std::vector<double> ratios;

@@ -1,6 +1,7 @@
 // measured_rows.cpp: the rows of benchmarks as lines of JSON.
 #include "tests/support/measured_rows.h"
 
+#include <cmath>
 #include <cpuid.h>
 #include <cstdint>
 #include <cstdio>
@@ -85,6 +86,8 @@ void AppendRow(const std::string &file, const MeasuredRow &row)
 {
     if (file.empty())
         return;
+    if (!std::isfinite(row.ours) || !std::isfinite(row.beside) || !std::isfinite(row.ratio))
+        throw std::domain_error(row.table + ", " + row.name + ": not measured");
     std::FILE *stream = std::fopen(file.c_str(), "a");
     const bool written =
         stream &&

@@ -3,6 +3,7 @@
 #include "frame/platform.h"
 #include "tests/support/measured_rows.h"
 #include "tests/support/shared_library.h"
+#include "tests/support/turns.h"
 #include "tests/tiers/tiers.h"
 
 #include <algorithm>
@@ -156,23 +157,6 @@ double Seconds(const Case &one, char letter, unsigned times)
     return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
-// How often a body must run for one turn to be long compared with the clock, and with how long a processor
-// keeps a state in which the same call takes twice its time.
-unsigned TimesPerTurn(const Case &one, char letter)
-{
-    constexpr double kTurn = 0.003;
-    for (unsigned times = 1;; times *= 2)
-        if (Seconds(one, letter, times) >= kTurn)
-            return times;
-}
-
-double Median(std::vector<double> values)
-{
-    const auto middle = values.begin() + std::ssize(values) / 2;
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 // The median of the ratios of neighbouring turns: how much faster the second is.
 double Gain(const std::vector<double> &first, const std::vector<double> &second)
 {
@@ -194,7 +178,8 @@ int Bench(const Case &one, const Options &options)
             letters.push_back(letter);
     std::vector<unsigned> timesPerTurn;
     for (const char letter : letters)
-        timesPerTurn.push_back(TimesPerTurn(one, letter));
+        timesPerTurn.push_back(
+            TimesPerTurn([&one, letter](unsigned times) { return Seconds(one, letter, times); }));
     std::vector<std::vector<double>> times(letters.size());
     for (int repetition = 0; repetition < kRepetitions; ++repetition)
         for (size_t i = 0; i < letters.size(); ++i)
