@@ -22,6 +22,8 @@ constexpr std::array kLists = {"moov", "udta", "mdia", "meta", "ilst", "stbl",
 struct Box {
     uint64_t start = 0;
     uint64_t size = 0; // of what the file has of it; 0: there is none, or its size makes no sense
+    uint64_t end = 0;  // as it says itself
+    bool open = false; // whether it says that it goes up to the end of the file
     TagLib::ByteVector name;
 };
 
@@ -41,6 +43,8 @@ public:
                 break; // TagLib looks no further
             if (!HoldsItsPlaces(box))
                 found = Mp4Boxes::TooManyPlaces;
+            else if (found == Mp4Boxes::Sound && !Fits(box, ends.empty() ? end_ : ends.back()))
+                found = Mp4Boxes::TooLong;
             place = box.start + box.size;
             if (!IsList(box.name))
                 continue;
@@ -72,7 +76,15 @@ private:
             size = bytes.size() == kLargeHeader ? static_cast<uint64_t>(bytes.toLongLong(8u)) : 0;
         if (size < kHeader || size > static_cast<uint64_t>(INT64_MAX))
             return {};
-        return {place, std::min(size, end_ - place), bytes.mid(4, 4)};
+        return {place, std::min(size, end_ - place), place + size, bytes.toUInt(0u) == 0, bytes.mid(4, 4)};
+    }
+
+    // Whether a box ends in the one around it. Zeros at the end of a list are no box, though TagLib takes
+    // them for one up to the end of the file.
+    static bool Fits(const Box &box, uint64_t end)
+    {
+        const bool noBox = box.start + kHeader > end || box.name == TagLib::ByteVector(4, '\0');
+        return box.end <= end || (box.open && noBox);
     }
 
     static bool IsList(const TagLib::ByteVector &name)

@@ -131,7 +131,7 @@ void TagFile::Open()
         return;
     if (kind_ == TagKind::Mp4) {
         boxes_ = LookAtMp4Boxes(stream_);
-        if (boxes_ == Mp4Boxes::TooDeep || (boxes_ == Mp4Boxes::TooManyPlaces && !stream_.readOnly()))
+        if (boxes_ == Mp4Boxes::TooDeep || (boxes_ != Mp4Boxes::Sound && !stream_.readOnly()))
             return;
     }
     // Tags can claim any size, and compressed frames unfold to a thousand times theirs. What comes after,

@@ -64,6 +64,7 @@ protected:
     }
 
     void ExpectTooMany(const std::string &boxes) { EXPECT_EQ(Look(boxes), Mp4Boxes::TooManyPlaces); }
+    void ExpectTooLong(const std::string &boxes) { EXPECT_EQ(Look(boxes), Mp4Boxes::TooLong); }
     void ExpectSound(const std::string &boxes) { EXPECT_EQ(Look(boxes), Mp4Boxes::Sound); }
 
     // What a change of the title says, and nothing if it was made.
@@ -108,6 +109,51 @@ TEST_F(Mp4BoxesTest, CountNoMorePlacesThanTheyList)
     ExpectTooMany(kStart + Box("moov", Track(Box("stco", "1234567"))) + kSamples); // no whole count
 }
 
+std::string WithTags(const std::string &boxes)
+{
+    return Box("moov", kOfOne + Box("udta", Box("meta", Number(0) + boxes)));
+}
+
+TEST_F(Mp4BoxesTest, EndWithinTheBoxesAroundThem)
+{
+    ExpectSound(kStart + WithTags(Box("ilst", "") + Box("free", "12")) + kSamples);
+    ExpectTooLong(kStart + WithTags(Number(9) + "ilst"s) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Number(0x7FFFFFFF) + "free"s) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Number(1) + "free"s + Number(0) + Number(17)) +
+                  kSamples);
+    ExpectSound(kStart + WithTags(Box("ilst", "") + Number(1) + "free"s + Number(0) + Number(16)) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", Number(9) + "name"s)) + kSamples);
+    // The last one of a file that was cut.
+    ExpectTooLong(kStart + kSamples + Number(0x7FFFFFFF) + "moov"s + Box("udta", ""));
+    ExpectTooLong(kStart + WithTags("") + Number(100) + "mdat"s);
+    // A size of 0 means all up to the end of the file.
+    ExpectSound(kStart + WithTags("") + Number(0) + "mdat"s + "samples");
+    ExpectTooLong(kStart + WithTags(Number(0) + "ilst"s) + kSamples);
+}
+
+// Some files have zeros where a list of boxes ends.
+TEST_F(Mp4BoxesTest, AreFollowedByZerosInSomeFiles)
+{
+    ExpectSound(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Number(0)) + Number(0))) + kSamples);
+    ExpectSound(kStart + WithTags(Box("ilst", "") + std::string(20, '\0')) + kSamples);
+    EXPECT_EQ(
+        Refusal(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Number(0)) + Number(0))) + kSamples),
+        "");
+}
+
+TEST_F(Mp4BoxesTest, ThatAreTooLongAreNotWrittenOver)
+{
+    const std::string refusal =
+        "file: a box of its header is longer than the one around it: its tags can't be changed";
+    EXPECT_EQ(Refusal(kStart + WithTags(Number(8 + kSamples.size()) + "ilst"s) + kSamples), refusal);
+    EXPECT_EQ(Refusal(kStart + WithTags(Box("ilst", "") + Number(8 + kSamples.size()) + "free"s) + kSamples),
+              refusal);
+    EXPECT_EQ(Refusal(kStart + kSamples + WithTags(Number(150'000'000) + "ilst"s)), refusal);
+    // It is only told where that keeps a change from being made.
+    WriteText(name_, kStart + WithTags(Number(9) + "ilst"s) + kSamples);
+    EXPECT_TRUE(TagFile(PathFromUtf8(name_), TagKind::Mp4, TagStream::Access::Read).IsValid());
+}
+
 TEST_F(Mp4BoxesTest, AreLookedAtInAllTracksWhereverTheHeaderIs)
 {
     const std::string second = kOfOne + Track(Table("stco", 2, "abcd"));
@@ -129,7 +175,7 @@ TEST_F(Mp4BoxesTest, ListNoPlacesAfterTheFile)
     const std::string tracks = Track(Table("stco", 2, "abcd"));
     ExpectTooMany(Number(tracks.size() + 1000) + "moov"s + tracks);
     ExpectTooMany(Number(1000) + "moov"s + Number(1000) + "stco"s + Number(0) + Number(2) + "abcd");
-    ExpectSound(Number(1000) + "moov"s + Number(1000) + "stco"s + Number(0) + Number(1) + "abcd");
+    ExpectTooLong(Number(1000) + "moov"s + Number(992) + "stco"s + Number(0) + Number(1) + "abcd");
 }
 
 // TagLib takes the size of eight bytes for the count.
@@ -163,7 +209,7 @@ TEST_F(Mp4BoxesTest, EndWhereASizeMakesNoSense)
 {
     const std::string bad = Box("moov", Track(Table("stco", 2, "abcd")));
     ExpectSound(Number(7) + "free"s + bad);
-    ExpectSound(Number(1000) + "free"s + bad);
+    ExpectTooLong(Number(1000) + "free"s + bad);
     ExpectSound(Number(1) + "free"s + Number(0) + Number(7) + bad);
     ExpectSound(Number(1) + "free"s + Number(0xFFFFFFFF) + Number(0xFFFFFFFF) + bad);
     ExpectSound("1234567");
