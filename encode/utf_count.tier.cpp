@@ -95,6 +95,68 @@ inline __m128i LastOf(const char *end, ptrdiff_t count)
     return Select(LastBytes(static_cast<size_t>(count)), Load128(end - kByteBlock), _mm_set1_epi8(-0x80));
 }
 
+#if defined(__AVX2__)
+
+using Lanes = __m256i;
+
+inline Lanes LoadLanes(const char *bytes)
+{
+    return Load256(bytes);
+}
+
+inline __m256i AddUnits(__m256i lanes, __m256i bytes)
+{
+    const __m256i begins = _mm256_cmpgt_epi8(bytes, _mm256_set1_epi8(-0x41));
+    const __m256i isLong = _mm256_cmpeq_epi8(_mm256_max_epu8(bytes, _mm256_set1_epi8(-0x10)), bytes);
+    return _mm256_sub_epi8(_mm256_sub_epi8(lanes, begins), isLong);
+}
+
+inline size_t SumOfBytes(__m256i lanes)
+{
+    return SumOfBytes(_mm256_castsi256_si128(lanes)) + SumOfBytes(_mm256_extracti128_si256(lanes, 1));
+}
+
+#else
+
+using Lanes = __m128i;
+
+inline Lanes LoadLanes(const char *bytes)
+{
+    return Load128(bytes);
+}
+
+#endif
+
+constexpr ptrdiff_t kLanes = sizeof(Lanes);
+constexpr ptrdiff_t kAsciiBlock = 64;
+constexpr ptrdiff_t kLongText = 2 * kAsciiBlock; // shorter ones are counted by single blocks
+
+// Passes all whole blocks of ASCII at the beginning, whose bytes are a unit each.
+inline const char *PassAscii(const char *text, const char *end)
+{
+    for (; end - text >= kAsciiBlock; text += kAsciiBlock) {
+        Lanes all = LoadLanes(text);
+        for (ptrdiff_t i = kLanes; i < kAsciiBlock; i += kLanes)
+            all = Or(all, LoadLanes(text + i));
+        if (ByteMask(all) != 0)
+            break;
+    }
+    return text;
+}
+
+// Passes text by up to 126 vectors: a lane of the sums grows by at most 2 each time and may not overflow.
+inline const char *PassVectors(const char *text, const char *end, size_t *units)
+{
+    const ptrdiff_t vectors = (end - text) / kLanes;
+    const char *stop = text + kLanes * (vectors < 126 ? vectors : 126);
+    Lanes sums = Lanes{};
+#pragma GCC unroll 4
+    for (; text < stop; text += kLanes)
+        sums = AddUnits(sums, LoadLanes(text));
+    *units += SumOfBytes(sums);
+    return text;
+}
+
 } // namespace
 
 TONEKIT_INTERNAL_BODY(Utf16BytesAsUtf8, size_t, (const tonekit_char16 *text, size_t units, uint32_t bits))
@@ -110,19 +172,19 @@ TONEKIT_INTERNAL_BODY(Utf8UnitsAsUtf16, size_t, (const char *text, size_t bytes)
 {
     const char *end = text + bytes;
     size_t units = 0;
-    while (end - text >= kByteBlock) {
-        // A lane grows by at most 2 a block and is emptied before it can overflow.
-        const ptrdiff_t blocks = (end - text) / kByteBlock;
-        const char *stop = text + kByteBlock * (blocks < 126 ? blocks : 126);
-        __m128i lanes = _mm_setzero_si128();
+    while (end - text >= kLongText) {
+        const char *other = PassAscii(text, end);
+        units += static_cast<size_t>(other - text);
+        text = PassVectors(other, end, &units);
+    }
+    if (bytes >= static_cast<size_t>(kByteBlock)) {
+        __m128i sums = _mm_setzero_si128();
 #pragma GCC unroll 4
-        for (; text < stop; text += kByteBlock)
-            lanes = AddUnits(lanes, Load128(text));
-        if (end - text < kByteBlock) {
-            lanes = AddUnits(lanes, LastOf(end, end - text));
-            text = end;
-        }
-        units += SumOfBytes(lanes);
+        for (; end - text >= kByteBlock; text += kByteBlock)
+            sums = AddUnits(sums, Load128(text));
+        if (text < end)
+            sums = AddUnits(sums, LastOf(end, end - text));
+        return units + SumOfBytes(sums);
     }
     for (; text < end; ++text) {
         const uint8_t byte = static_cast<uint8_t>(*text);

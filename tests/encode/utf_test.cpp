@@ -411,6 +411,68 @@ TEST(Utf, OneOtherCharacterAtEveryPlaceInEveryBody)
     }
 }
 
+// Counts the units of texts in each body. Each byte that is no continuation begins one, and one of F0 and up
+// two, whatever is around them; nothing after the last is read.
+class UnitCounts {
+public:
+    UnitCounts()
+    {
+        for (const char letter : tonekit::RunnableLetters())
+            bodies_.push_back({letter, Bodies(letter).countUnits});
+    }
+
+    void Expect(const std::string &text)
+    {
+        size_t expected = 0;
+        for (const char character : text) {
+            const auto byte = static_cast<unsigned char>(character);
+            expected += byte >= 0xF0 ? 2 : byte < 0x80 || byte >= 0xC0 ? 1 : 0;
+        }
+        ASSERT_LE(text.size(), pages_.size());
+        char *const begin = reinterpret_cast<char *>(pages_.End()) - text.size();
+        std::copy(text.begin(), text.end(), begin);
+        for (const auto &[letter, count] : bodies_)
+            ASSERT_EQ(count(begin, text.size()), expected) << letter << ' ' << text.size();
+    }
+
+private:
+    std::vector<std::pair<char, decltype(tonekit::Utf8UnitsAsUtf16) *>> bodies_;
+    tonekit::GuardedPages pages_{32768};
+};
+
+TEST(Utf, UnitsAreCountedInTextOfEveryLengthInEveryBody)
+{
+    UnitCounts counts;
+    Random random(20);
+    for (size_t length = 0; length <= 320; ++length) {
+        std::string text(length, 'x');
+        ASSERT_NO_FATAL_FAILURE(counts.Expect(text));
+        for (const char byte : {'\x7f', '\x80', '\xbf', '\xc2', '\xef', '\xf0', '\xff'})
+            ASSERT_NO_FATAL_FAILURE(counts.Expect(std::string(length, byte)));
+        for (size_t i = length; i-- > 0;) {
+            text[i] = static_cast<char>(0x80 + random.Below(128)); // ASCII up to here
+            if (i % 16 == 15 || i < 2 || i + 2 > length) {
+                ASSERT_NO_FATAL_FAILURE(counts.Expect(text)) << i;
+            }
+        }
+    }
+}
+
+// As long as sums of bytes within a vector need to be emptied, more than once.
+TEST(Utf, UnitsAreCountedInLongTextInEveryBody)
+{
+    UnitCounts counts;
+    for (const char *part : {"\xf4", "x", "\xbf", "x\xf4", "\xf4\x80\x80\x80x"})
+        for (const size_t length : {2015u, 2016u, 2017u, 4031u, 4032u, 4033u, 4095u, 4096u, 8191u, 12345u}) {
+            std::string text;
+            while (text.size() < length)
+                text += part;
+            ASSERT_NO_FATAL_FAILURE(counts.Expect(text));
+            ASSERT_NO_FATAL_FAILURE(counts.Expect(std::string(64, 'x') + text)); // after ASCII
+            ASSERT_NO_FATAL_FAILURE(counts.Expect(text + std::string(200, 'x') + text));
+        }
+}
+
 TEST(Utf, TheWellFormedBeginningEndsBeforeEveryFaultAtEveryPlace)
 {
     const char *const faults[] = {"\x80",
