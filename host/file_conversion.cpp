@@ -49,6 +49,7 @@ public:
             CheckApart();
         report_.input = {source_.name(),  source_.type(),   source_.encoding(),
                          source_.lossy(), source_.format(), source_.frames()};
+        report_.warnings = source_.warnings();
         const bool decodeHdcd = DecideHdcd();
         try {
             plan_ = options.inPlace

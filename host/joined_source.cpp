@@ -56,6 +56,8 @@ void JoinedSource::Add(const SampleSource &file, const std::filesystem::path &pa
     Agree(encoding_, file.encoding(), "");
     lossy_ = lossy_ && file.lossy();
     files_.push_back({path, file.tagKind(), 0});
+    const std::vector<std::string> warnings = file.warnings();
+    warnings_.insert(warnings_.end(), warnings.begin(), warnings.end());
 }
 
 void JoinedSource::Open(size_t index)

@@ -32,6 +32,8 @@ public:
     TagKind tagKind() const override { return files_.front().tagKind; }
     // All of them are.
     bool lossy() const override { return lossy_; }
+    // Those of all files.
+    std::vector<std::string> warnings() const override { return warnings_; }
     std::vector<SourceFile> files() const override { return files_; }
 
     uint32_t Read(void *buffer, uint32_t frames) override;
@@ -50,6 +52,7 @@ private:
     std::string encoding_;
     bool lossy_ = true;
     std::vector<SourceFile> files_;
+    std::vector<std::string> warnings_;
     size_t index_ = 0; // of the file that is read
     std::unique_ptr<SampleSource> current_;
     uint64_t position_ = 0; // in the whole

@@ -6,6 +6,7 @@
 #include "host/audio/completeness.h"
 #include "host/audio/header_bytes.h"
 #include "host/audio/header_channels.h"
+#include "host/audio/mpeg_streams.h"
 #include "host/audio/sound_type.h"
 #include "host/audio/streamed_type.h"
 #include "host/system/memory_bytes.h"
@@ -154,11 +155,58 @@ void AudioReader::PrepareMpeg()
         // After a second tag libsndfile needs the length, and finds MPEG audio without a search.
         if (!tagged && (streaming == Streaming::Mpeg || streaming == Streaming::Unknown))
             stream_.HideLength();
+        if (tagged || streaming == Streaming::Mpeg || streaming == Streaming::Unknown)
+            FindMpegStreams();
         if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
             throw std::system_error(error);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
+}
+
+// libsndfile reads as many frames as the first encoder noted, and libmpg123 none of another kind than the
+// first; neither says so.
+void AudioReader::FindMpegStreams()
+{
+    MpegStreams streams = StreamsOfMpeg(stream_.file(), stream_.start());
+    linksDiffer_ = streams.differ;
+    if (!streams.wrong.empty())
+        warnings_.push_back(shownName_ + ": " + streams.wrong);
+    if (streams.starts.size() > 1) {
+        starts_ = std::move(streams.starts);
+        stream_.EndAt(starts_[1]);
+    }
+    if (!streams.patches.empty()) {
+        patched_ = std::make_unique<PatchedBytes>(stream_.file(), std::move(streams.patches));
+        stream_.Use(patched_.get(), stream_.endIsKnown());
+    }
+}
+
+// Whether all of it is read is seen at its end.
+void AudioReader::PrepareMpegPipe()
+{
+    pipe_->Watch([this](std::span<const unsigned char> bytes) { mpeg_.Take(bytes); });
+    const std::optional<Patch> patch = PatchOfOpenCount(*pipe_, stream_.start());
+    openMpeg_ = patch.has_value();
+    if (patch)
+        pipe_->Replace(static_cast<size_t>(patch->position), patch->bytes.size(), patch->bytes);
+}
+
+void AudioReader::CheckMpegEnd()
+{
+    mpeg_.Finish();
+    if (mpeg_.streams().empty())
+        return;
+    linksDiffer_ = mpeg_.differ();
+    const std::optional<MpegNote> &note = mpeg_.streams().front().note;
+    const uint64_t counted = note ? note->frames.value_or(0) : 0;
+    CheckLinks();
+    if (counted == 0 || mpeg_.frames() <= counted)
+        return;
+    Fail(mpeg_.streams().size() > 1
+             ? "holds several streams one after another, which are read from a file only"
+             : "its header counts " + std::to_string(counted) + " MPEG frames, but there are " +
+                   std::to_string(mpeg_.frames()));
 }
 
 // libsndfile reads RF64 and CAF only with sizes, and CAF only with a short header.
@@ -243,6 +291,7 @@ void AudioReader::OpenPipe()
         if (streaming == Streaming::Mpeg) {
             TryMpeg();
             stream_.HideLength();
+            PrepareMpegPipe();
         }
         if (streaming == Streaming::Whole)
             TakeWholePipe();
@@ -267,7 +316,7 @@ void AudioReader::OpenPipe()
         link_->KeepNoMore();
         pipe_->KeepTail(kLargestOggPage);
     }
-    if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64)
+    if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64 || openMpeg_)
         frames_ = 0;
 }
 
@@ -566,6 +615,7 @@ void AudioReader::CheckEnd()
     if (pipe()) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
+        CheckMpegEnd();
         if (flac_)
             CheckFlac(*flac_, EndOfFlac(*flac_, pipe_->tail()));
         else

@@ -4,7 +4,9 @@
 #include "host/audio/container.h"
 #include "host/audio/flac_end.h"
 #include "host/audio/frame_count.h"
+#include "host/audio/mpeg_frames.h"
 #include "host/audio/ogg_link.h"
+#include "host/audio/patched_bytes.h"
 #include "host/audio/sample_format.h"
 #include "host/audio/sample_source.h"
 #include "host/audio/sound_stream.h"
@@ -49,6 +51,7 @@ public:
     const Container *container() const override { return container_; }
     TagKind tagKind() const override { return tagKind_; }
     bool lossy() const override { return lossy_; }
+    std::vector<std::string> warnings() const override { return warnings_; }
 
     // Throws if the file ends before it should.
     uint32_t Read(void *buffer, uint32_t frames) override;
@@ -72,6 +75,9 @@ private:
     void FailIfCut(ByteStream &file) const;
     void MendHeader(uint64_t size);
     void PrepareMpeg();
+    void FindMpegStreams();
+    void PrepareMpegPipe();
+    void CheckMpegEnd();
     void Start();
     std::optional<NamedChannels> ChannelsOfHeader();
     void TellLoudspeakers();
@@ -105,6 +111,10 @@ private:
     bool vorbisOrder_ = false;     // which only Ogg files have
     std::optional<OggLink> link_;  // of one from a pipe
     std::optional<FlacForm> flac_; // of a stream from a pipe
+    MpegFrames mpeg_;              // of a stream from a pipe
+    bool openMpeg_ = false;        // which counts no frames
+    std::unique_ptr<PatchedBytes> patched_;
+    std::vector<std::string> warnings_;
     std::vector<uint64_t> starts_; // of the streams after one another in a file that has several
     size_t started_ = 0;           // the one that is read
     int soundFormat_ = 0;          // libsndfile's number of the type

@@ -24,6 +24,7 @@ public:
     const Container *container() const override { return nullptr; }
     TagKind tagKind() const override { return whole_->tagKind(); }
     bool lossy() const override { return whole_->lossy(); }
+    std::vector<std::string> warnings() const override { return whole_->warnings(); }
 
     uint32_t ReadBefore(void *buffer, uint32_t frames) override;
     // Throws Failure if the source ends before the part does.

@@ -23,6 +23,7 @@ public:
     const Container *container() const override { return source_->container(); }
     TagKind tagKind() const override { return source_->tagKind(); }
     bool lossy() const override { return source_->lossy(); }
+    std::vector<std::string> warnings() const override { return source_->warnings(); }
     PipeInput *pipe() override { return source_->pipe(); }
 
     uint32_t Read(void *buffer, uint32_t frames) override;

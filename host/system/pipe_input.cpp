@@ -61,8 +61,11 @@ std::error_code PipeInput::Read(void *buffer, size_t size, size_t &got)
 std::error_code PipeInput::ReadOn(void *buffer, size_t size, size_t &got)
 {
     const std::error_code error = file_.Read(buffer, size, got);
+    const std::span came(static_cast<const unsigned char *>(buffer), got);
     if (keepsTail())
-        AddToTail({static_cast<const unsigned char *>(buffer), got});
+        AddToTail(came);
+    if (watcher_)
+        watcher_(came);
     return error;
 }
 
@@ -71,6 +74,12 @@ void PipeInput::KeepTail(size_t size)
     tailSize_ = size;
     tail_.reserve(2 * size); // reading asks for no more memory
     AddToTail(kept_);
+}
+
+void PipeInput::Watch(std::function<void(std::span<const unsigned char>)> watcher)
+{
+    watcher_ = std::move(watcher);
+    watcher_(kept_);
 }
 
 // What is too old goes when there is as much of it as of what stays, so that each byte moves once.

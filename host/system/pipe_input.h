@@ -6,6 +6,7 @@
 #include "host/system/platform.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -51,6 +52,8 @@ public:
     bool keepsTail() const { return tailSize_ > 0; }
     // All that came, or the last bytes of it, at least as many as KeepTail asked for.
     std::span<const unsigned char> tail() const { return tail_; }
+    // All bytes of the stream go through this once, those that are kept already at once.
+    void Watch(std::function<void(std::span<const unsigned char>)> watcher);
     // Reads and drops all that is left, so that the writing program isn't cut off.
     std::error_code Drain();
 
@@ -68,6 +71,7 @@ private:
     std::vector<unsigned char> kept_;
     size_t tailSize_ = 0;
     std::vector<unsigned char> tail_;
+    std::function<void(std::span<const unsigned char>)> watcher_;
     uint64_t next_ = 0;     // the position of the next byte out of the pipe
     int64_t moved_ = 0;     // how far Replace has moved what follows
     uint64_t position_ = 0; // of the reader
