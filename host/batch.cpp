@@ -172,15 +172,19 @@ private:
         std::vector<const AlbumPart *> parts;
         Loudness loudness;
         loudness.truePeak = options_.truePeak;
+        bool measurable = true;
         for (const size_t index : album.members) {
             if (!pending_[index] || !pending_[index]->report().albumPart)
                 continue;
             const ConversionReport &report = pending_[index]->report();
             parts.push_back(report.albumPart.get());
-            if (report.loudness->peak)
-                loudness.peak = std::max(loudness.peak.value_or(0), *report.loudness->peak);
+            measurable = measurable && report.loudness->peak;
+            loudness.peak = std::max(loudness.peak.value_or(0), report.loudness->peak.value_or(0));
         }
-        loudness.gain = AlbumPart::GainOf(parts);
+        if (measurable)
+            loudness.gain = AlbumPart::GainOf(parts);
+        else
+            loudness.peak.reset();
         for (const size_t index : album.members)
             FinishOne(index, parts.empty() ? std::nullopt : std::optional(loudness));
     }

@@ -303,9 +303,12 @@ private:
     // Reads and converts on this thread and, where the file has threads of its own, on others as well.
     void Convert(ResultTaps &taps)
     {
-        // A value that is no number would make a whole stretch of the resampler's output invalid.
+        // A value that is no number, or becomes none, would make a whole stretch of the resampler's output
+        // invalid.
         const double loudest = plan_.copyFile ? 0 : plan_.container->loudest;
-        SampleGuard before(plan_.source.sample, std::numeric_limits<double>::max());
+        const bool resamples = plan_.source.rate != plan_.target.rate;
+        SampleGuard before(plan_.source.sample,
+                           resamples ? kLoudestSample : std::numeric_limits<double>::max());
         SampleGuard after(plan_.target.sample, loudest);
         const FrameSink sink = [&](const void *samples, uint32_t frames) {
             if (loudest > 0)
@@ -339,8 +342,15 @@ private:
         // The limiter turns what is louder than full scale down instead.
         const std::string mended = GuardText(before.silenced() + after.silenced(), after.clamped(), loudest,
                                              chain.limiter() ? 0 : clipped);
-        if (!mended.empty())
-            report_.warnings.push_back(NameOfOutput(job_.output) + ": " + mended);
+        Warn(mended);
+        if (!Clips())
+            Warn(FarTooLoudText(before.clamped()));
+    }
+
+    void Warn(const std::string &text)
+    {
+        if (!text.empty())
+            report_.warnings.push_back(NameOfOutput(job_.output) + ": " + text);
     }
 
     // Whether what is no number would become one, or spread to other samples.

@@ -2,6 +2,7 @@
 #include "host/processing/level_measurement.h"
 
 #include "host/processing/loudness_meter.h"
+#include "host/processing/sample_guard.h"
 #include "host/processing/sound_chain.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
@@ -37,14 +38,14 @@ public:
     void Take(const double *samples, uint32_t frames)
     {
         for (size_t i = 0; i < size_t{frames} * channels_; ++i) {
-            finite_ = finite_ && std::isfinite(samples[i]);
+            measurable_ = measurable_ && std::fabs(samples[i]) <= kLoudestSample;
             peak_ = std::max(peak_, std::fabs(samples[i]));
         }
         if (loudness_)
             loudness_->Take(samples, frames);
     }
 
-    bool finite() const { return finite_; }
+    bool measurable() const { return measurable_; }
 
     MeasuredLevel Result() const
     {
@@ -63,7 +64,7 @@ private:
     uint32_t channels_;
     std::optional<LoudnessMeter> loudness_;
     double peak_ = 0;
-    bool finite_ = true;
+    bool measurable_ = true;
 };
 
 } // namespace
@@ -89,9 +90,10 @@ MeasuredLevel MeasureLevel(const Options &options, const Plan &plan, SampleSourc
         progress(all > 0 ? static_cast<double>(done) / all : 0, static_cast<double>(done) / plan.source.rate);
     }
     chain.Finish(sink);
-    if (!meter.finite())
+    if (!meter.measurable())
         throw Failure(source.name() +
-                      ": holds samples that are no finite numbers, so its level can't be measured");
+                      ": holds samples that are no finite numbers or louder than 600 dB, so its "
+                      "level can't be measured");
     source.Rewind();
     return meter.Result();
 }

@@ -1,6 +1,8 @@
 // loudness_meter.cpp: feeds samples to the library's loudness measurement.
 #include "host/processing/loudness_meter.h"
 
+#include "host/processing/sample_guard.h"
+
 #include <algorithm>
 #include <cmath>
 #include <new>
@@ -47,10 +49,14 @@ void LoudnessMeter::Take(const void *samples, uint32_t frames)
 Loudness LoudnessMeter::Result() const
 {
     CheckMemory();
+    const double gain = ReplayGain_GetLoudness(state_.get());
+    const double peak = ReplayGain_GetPeak(state_.get());
+    if (peak > kLoudestSample)
+        return {std::nullopt, std::nullopt, truePeak_};
     const auto known = [](double value) {
         return std::isnan(value) ? std::nullopt : std::optional<double>(value);
     };
-    return {known(ReplayGain_GetLoudness(state_.get())), known(ReplayGain_GetPeak(state_.get())), truePeak_};
+    return {known(gain), known(peak), truePeak_};
 }
 
 } // namespace tonekit::host

@@ -14,7 +14,7 @@ namespace tonekit::host {
 
 struct Loudness {
     std::optional<double> gain; // dB; none for silence or less than the measurement needs
-    std::optional<double> peak; // linear
+    std::optional<double> peak; // linear; neither is known of samples beyond kLoudestSample
     bool truePeak = false;
 };
 

@@ -97,4 +97,12 @@ std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint6
     return text;
 }
 
+std::string FarTooLoudText(uint64_t clamped)
+{
+    if (clamped == 0)
+        return "";
+    return Samples(clamped, clamped == 1 ? "of the input was louder than 600 dB and became that"
+                                         : "of the input were louder than 600 dB and became that");
+}
+
 } // namespace tonekit::host

@@ -9,6 +9,10 @@
 
 namespace tonekit::host {
 
+// Not even sums of a million samples that are up to this loud (600 dB) are infinite as floats, which the
+// resampler computes with.
+constexpr double kLoudestSample = 1e30;
+
 // Not a number and infinity become 0, and larger samples than `loudest` become it, with their sign. Other
 // samples stay as they are, to the bit, and so do all samples of formats other than floats.
 class SampleGuard {
@@ -41,5 +45,8 @@ uint64_t LouderThanFullScale(SampleFormat format, const void *samples, size_t co
 // "2 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that, 3 samples of the
 // input were louder than full scale and are clipped"; empty where all counts are 0.
 std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped);
+
+// The same for samples beyond kLoudestSample: "1 sample of the input was louder than 600 dB and became that".
+std::string FarTooLoudText(uint64_t clamped);
 
 } // namespace tonekit::host

@@ -110,8 +110,9 @@ std::string FormatText(const StreamReport &stream)
 
 std::string LoudnessText(const Loudness &loudness)
 {
-    const std::string gain =
-        loudness.gain ? Decimal(*loudness.gain, 2) + " dB" : "unknown (too quiet or too short)";
+    const std::string unknown =
+        loudness.peak ? "unknown (too quiet or too short)" : "unknown (louder than 600 dB)";
+    const std::string gain = loudness.gain ? Decimal(*loudness.gain, 2) + " dB" : unknown;
     const std::string peak = loudness.peak ? Decimal(*loudness.peak, 6) : "unknown";
     return gain + (loudness.truePeak ? ", true peak " : ", peak ") + peak;
 }

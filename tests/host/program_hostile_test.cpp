@@ -35,6 +35,17 @@ std::vector<float> ReadFloats(const std::string &name)
     return samples;
 }
 
+void WriteDoubles(const std::string &name, const std::vector<double> &samples)
+{
+    SF_INFO info{};
+    info.samplerate = 48000;
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
+    SNDFILE *const file = sf_open(name.c_str(), SFM_WRITE, &info);
+    sf_write_double(file, samples.data(), static_cast<sf_count_t>(samples.size()));
+    sf_close(file);
+}
+
 std::vector<float> LoudTone(float amplitude)
 {
     std::vector<float> samples(44100);
@@ -108,6 +119,79 @@ TEST(HostileSamples, ThatAreClippedAreCounted)
     EXPECT_EQ(RunHost({"-q", "-b", "64f", "-r", "24000", folder / "c.wav", folder / "d.wav"}).err, "");
     EXPECT_EQ(RunHost({"-q", "-b", "16", "--gain", "-12", folder / "c.wav", folder / "d.wav"}).err, "");
     EXPECT_EQ(RunHost({"-q", folder / "c.wav", folder / "d.mp3"}).err, "");
+}
+
+// The resampler works with floats, which such doubles don't fit in.
+TEST(HostileSamples, ThatNoFloatHoldsSpoilNoOthers)
+{
+    TemporaryFolder folder;
+    const std::vector<float> tone = LoudTone(0.5f);
+    std::vector<double> samples(tone.begin(), tone.end());
+    const size_t loudest = 22050;
+    for (const double value : {1e31, 1e39, -1e300}) {
+        samples[loudest] = value;
+        WriteDoubles(folder / "a.wav", samples);
+        const Outcome toDoubles =
+            RunHost({"-q", "-b", "64f", "-r", "24000", folder / "a.wav", folder / "b.wav"});
+        EXPECT_EQ(toDoubles.status, 0);
+        EXPECT_EQ(toDoubles.err, "tonekit-convert: warning: " + folder / "b.wav" +
+                                     ": 1 sample of the input was louder than 600 dB and became that\n");
+        const std::vector<float> doubles = ReadFloats(folder / "b.wav");
+        for (const float sample : doubles)
+            ASSERT_TRUE(std::abs(sample) < 2e30f) << value;
+        const Outcome toIntegers =
+            RunHost({"-q", "-b", "24", "-r", "24000", folder / "a.wav", folder / "c.wav"});
+        EXPECT_EQ(toIntegers.err, "tonekit-convert: warning: " + folder / "c.wav" +
+                                      ": 1 sample of the input was louder than full scale and is clipped\n");
+        // It rings at half the rate on both sides, but nothing is silent.
+        const std::vector<float> integers = ReadFloats(folder / "c.wav");
+        ASSERT_EQ(integers.size(), 22050u);
+        for (size_t i = loudest / 2 - 20; i < loudest / 2 + 20; ++i)
+            ASSERT_NE(integers[i], 0) << value << " " << i;
+    }
+    // Even where all of them are.
+    samples.assign(44100, 3e38);
+    WriteDoubles(folder / "a.wav", samples);
+    RunHost({"-q", "-b", "64f", "-r", "24000", folder / "a.wav", folder / "b.wav"});
+    for (const float sample : ReadFloats(folder / "b.wav"))
+        ASSERT_TRUE(std::abs(sample) < 2e30f);
+    // At the same rate they stay as they are.
+    EXPECT_EQ(RunHost({"-q", folder / "a.wav", folder / "b.wav"}).err, "");
+    EXPECT_EQ(ReadFloats(folder / "b.wav"), std::vector<float>(44100, 3e38f));
+}
+
+TEST(HostileSamples, GetNoLoudnessThatIsNoNumber)
+{
+    TemporaryFolder folder;
+    const std::vector<float> tone = LoudTone(0.5f);
+    std::vector<double> samples(tone.begin(), tone.end());
+    WriteDoubles(folder / "good.wav", samples);
+    for (const double value : {1e31, 1e300, std::numeric_limits<double>::infinity()}) {
+        samples[22050] = value;
+        WriteDoubles(folder / "a.wav", samples);
+        for (const char *peak : {"--replaygain", "--true-peak"}) {
+            const Outcome outcome = RunHost({"--replaygain", peak, folder / "a.wav", folder / "b.wav"});
+            EXPECT_NE(outcome.out.find("ReplayGain unknown (louder than 600 dB), "), std::string::npos)
+                << outcome.out;
+            EXPECT_EQ(RunHost({"--info", folder / "b.wav"}).out.find("REPLAYGAIN"), std::string::npos);
+        }
+        for (const std::vector<std::string> &level : {std::vector<std::string>{"--normalize", "-16"},
+                                                      {"--normalize", "-16", "--normalize-by", "album"}}) {
+            std::vector<std::string> arguments = {"-q", folder / "a.wav", folder / "c.wav"};
+            arguments.insert(arguments.begin(), level.begin(), level.end());
+            EXPECT_EQ(
+                RunHost(arguments).err,
+                "tonekit-convert: " + folder / "a.wav" +
+                    ": holds samples that are no finite numbers or louder than 600 dB, so its level can't "
+                    "be measured\n");
+        }
+    }
+    // An album has no loudness if one of its tracks has none, but the other tracks have theirs.
+    fs::create_directory(fs::path(folder / "out"));
+    RunHost({"-q", "--replaygain=album", folder / "a.wav", folder / "good.wav", folder / "out"});
+    const std::string info = RunHost({"--info", folder / "out/good.wav"}).out;
+    EXPECT_NE(info.find("REPLAYGAIN_TRACK_GAIN"), std::string::npos) << info;
+    EXPECT_EQ(info.find("REPLAYGAIN_ALBUM"), std::string::npos) << info;
 }
 
 TEST(HostileSamples, SpoilNoOthers)

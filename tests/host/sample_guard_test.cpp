@@ -85,6 +85,9 @@ TEST(SampleGuard, TellsWhatItDid)
               "1 sample that is no finite number became 0, 2 samples of the input were "
               "louder than full scale and are clipped");
     EXPECT_EQ(GuardText(0, 0, 16, 0), "");
+    EXPECT_EQ(FarTooLoudText(0), "");
+    EXPECT_EQ(FarTooLoudText(1), "1 sample of the input was louder than 600 dB and became that");
+    EXPECT_EQ(FarTooLoudText(2), "2 samples of the input were louder than 600 dB and became that");
 }
 
 } // namespace
