@@ -25,7 +25,7 @@ from tonekit.batch._shards import Shards
 from tonekit.batch._statistics import Statistics, Timeline
 from tonekit.batch._storage import Store, patiently, plain_address
 from tonekit.batch._work import Item, Job, kind_of
-from tonekit.batch._words import clock, length, size
+from tonekit.batch._words import clock, errors_text, length, size
 from tonekit.batch._worker import MARK
 
 
@@ -235,17 +235,28 @@ def test_lines_of_progress(capsys: pytest.CaptureFixture[str], monkeypatch: pyte
     statistics.add("/a", 1000, made("/a"))
     monkeypatch.setattr(Statistics, "seconds", 2.0)
     progress = Progress(statistics)
-    text = "2 of 4 files, 0.0 h of audio, 2 times real time, 0:04 left"
+    text = "2 of 4 files, 0:03 of audio, 2 times real time, 0:04 left"
     assert progress.line() == text
     assert progress.line(120) == f"[############            ] {text}"
-    assert progress.line(79) == f"[#########         ] {text}"
-    assert progress.line(66) == text
-    assert progress.line(57) == "2 of 4 files, 0.0 h of audio, 2 times real time"
+    assert progress.line(78) == f"[#########         ] {text}"
+    assert progress.line(65) == text
+    assert progress.line(56) == "2 of 4 files, 0:03 of audio, 2 times real time"
     assert progress.line(24) == "2 of 4 files"
     assert progress.line(5) == "2 of "
     statistics.add("/b", 1000, {"state": "failed", "kind": "x", "error": "/b: x"})
     assert "1 failed" in progress.line()
     assert [clock(seconds) for seconds in (0, 59.6, 3661)] == ["0:00", "1:00", "1:01:01"]
+
+
+def test_an_error_is_said_once() -> None:
+    errors = {"the file is empty": 2, "no room for N bytes": 1}
+    examples = {"the file is empty": "/a/b.wav: the file is empty", "no room for N bytes": "/c: no room for 7 bytes"}
+    lines = ["  2 x the file is empty, as /a/b.wav", "  1 x no room for N bytes, as /c: no room for 7 bytes"]
+    assert errors_text(errors, examples) == lines
+    assert errors_text({"x": 1}, {}) == ["  1 x x"]
+    statistics = Statistics()
+    statistics.add("/a/b.wav", 0, {"state": "failed", "kind": "the file is empty", "error": "/a/b.wav: the file is empty"})
+    assert "<td>the file is empty</td><td>/a/b.wav</td>" in _report.page(statistics, "/a", "/b", "local")
 
 
 def test_labels_of_a_report_have_room() -> None:

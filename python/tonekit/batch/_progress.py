@@ -11,7 +11,7 @@ from typing import TextIO
 
 from ._listing import Entry
 from ._statistics import Statistics
-from ._words import clock
+from ._words import clock, length
 
 _BAR = 24
 _SHORTEST_BAR = 6
@@ -100,7 +100,7 @@ class Progress:
         seconds = max(s.seconds, 1e-9)
         finished = s.done + s.kept + s.failed + s.repeated
         parts = [f"{finished:,} files" if not s.total else f"{finished:,} of {s.total[0]:,} files"]
-        parts.append(f"{s.audio_seconds / 3600:,.1f} h of audio")
+        parts.append(f"{length(s.audio_seconds)} of audio")
         parts.append(f"{s.audio_seconds / seconds:,.0f} times real time")
         if s.failed:
             parts.append(f"{s.failed:,} failed")

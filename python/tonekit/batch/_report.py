@@ -8,7 +8,7 @@ from collections.abc import Sequence
 from html import escape
 
 from ._statistics import Statistics, Timeline
-from ._words import clock, length, size
+from ._words import clock, length, place, size
 
 _WIDTH = 860
 _HEIGHT = 180
@@ -49,7 +49,7 @@ def page(statistics: Statistics, source: str, target: str, engine: str) -> str:
     if s.sizes:
         parts += ["<h2>Sizes of the inputs</h2>", _sizes(s.sizes)]
     if s.errors:
-        rows = [(f"{n:,}", escape(kind), escape(s.examples[kind])) for kind, n in s.summary()["errors"].items()]
+        rows = [(f"{n:,}", escape(kind), escape(place(kind, s.examples[kind]))) for kind, n in s.summary()["errors"].items()]
         parts += ["<h2>Errors</h2>", _table(("n:files", "kind", "as"), rows)]
     if s.slowest:
         slow = [

@@ -42,11 +42,16 @@ def dither_note(count: int) -> str:
     return f"{text} from run to run (--dither off makes them equal)"
 
 
+def place(kind: str, error: str) -> str:
+    """What an error of a kind says besides that: the file's name, or all where the kind isn't its end."""
+    return error.removesuffix(f": {kind}")
+
+
 def errors_text(errors: dict[str, int], examples: dict[str, str]) -> list[str]:
     """Lines about errors by kind."""
     lines = []
     for kind, count in list(errors.items())[:_SHOWN]:
-        example = f", as {printable(examples[kind])}" if kind in examples else ""
+        example = f", as {printable(place(kind, examples[kind]))}" if kind in examples else ""
         lines.append(f"  {count:,} x {printable(kind)}{example}")
     if len(errors) > _SHOWN:
         lines.append(f"  and {len(errors) - _SHOWN:,} kinds of errors more")
