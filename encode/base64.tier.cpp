@@ -112,34 +112,46 @@ struct Base64 {
         return Add8(values, Shuffle8(distances, run));
     }
 
-    // The way back: of characters of the alphabet, the high digit determines the distance, but that of the
-    // slash, which shares 0x2_ with plus, is in place 1.
+    // A place in a table for each character: its high digit and a number that depends on the low digit, which
+    // the average makes of ofLowDigit and of bit 3. Bits of the next character are above the four that a
+    // shuffle takes for a place.
+    template <class Lanes>
+    static inline Lanes Places(Lanes characters, __m128i ofLowDigit)
+    {
+        return Average8(Shuffle8(InEachLane<Lanes>(ofLowDigit), characters), ShiftRight16<3>(characters));
+    }
+
+    // The way back: of characters of the alphabet, the high digit determines the distance, in the place after
+    // it, but for those that end in F, among them the slash, which shares 0x2_ with plus: seven places on.
     template <class Lanes>
     static inline Lanes Decoded(Lanes characters)
     {
-        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0F));
-        const Lanes slash = Equal8(characters, Each8<Lanes>('/'));
-        const Lanes distances = InEachLane<Lanes>(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A',
-                                                                26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
-        const Lanes values = Add8(characters, Shuffle8(distances, Add8(highDigit, slash)));
+        const Lanes places =
+            Places(characters, _mm_setr_epi8(1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 12));
+        const Lanes distances =
+            InEachLane<Lanes>(_mm_setr_epi8(0, 0, 0, 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a',
+                                            63 - '/', 0, -'A', 0, 26 - 'a', 0, 0));
+        const Lanes values = Add8(characters, Shuffle8(distances, places));
         const Lanes pairs = MultiplyAdd8(values, Each32<Lanes>(0x01400140));  // first << 6 | second
         const Lanes groups = MultiplyAdd16(pairs, Each32<Lanes>(0x00011000)); // first << 12 | second
         return Shuffle8(
             groups, InEachLane<Lanes>(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)));
     }
 
-    // Not 0 for each character of the alphabet. The low digit gives the set of high digits with which it may
-    // stand, one bit for each: 0x01 for 2, 0x02 for 3, 0x04 for 4, 0x08 for 5, 0x10 for 6, 0x20 for 7. A
-    // shuffle takes the low digit by itself, and returns 0 from 0x80 on.
+    // The top bit of each character that isn't of the alphabet. The low digit decides with which others it
+    // shares a place, so that each place has a least character, or none, and all below it are outside: 0 to 9
+    // are two places after the high digit, A one, B five, C to F three. From 0x80 on, the character has the
+    // top bit itself and keeps it.
     template <class Lanes>
-    static inline Lanes InAlphabet(Lanes characters)
+    static inline Lanes Outside(Lanes characters)
     {
-        const Lanes highDigit = And(ShiftRight16<4>(characters), Each8<Lanes>(0x0F));
-        const Lanes allowed = InEachLane<Lanes>(_mm_setr_epi8(
-            0x2A, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3E, 0x3C, 0x15, 0x14, 0x14, 0x14, 0x15));
-        const Lanes bits = InEachLane<Lanes>(
-            _mm_setr_epi8(0, 0, 0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0, 0, 0, 0, 0, 0, 0, 0));
-        return And(Shuffle8(allowed, characters), Shuffle8(bits, highDigit));
+        constexpr char kNone = -128;
+        const Lanes places =
+            Places(characters, _mm_setr_epi8(3, 3, 3, 3, 3, 3, 3, 3, 2, 2, 0, 8, 4, 4, 4, 4));
+        const Lanes least =
+            InEachLane<Lanes>(_mm_setr_epi8(kNone, kNone, kNone, kNone, kNone, -'/', -'A', -'+', -'a', -'K',
+                                            kNone, -'k', kNone, kNone, kNone, kNone));
+        return AddSaturated8(characters, Shuffle8(least, places));
     }
 
 #else
@@ -177,13 +189,25 @@ struct Base64 {
 #endif
 };
 
+#if defined(__AVX2__)
+using Block = __m256i;
+#else
+using Block = __m128i;
+#endif
+constexpr size_t kBlock = sizeof(Block);
+
+// An aligned block lies within one page, and reading one that holds some of the text touches no page that the
+// text does not touch. A sanitizer can't know that.
+__attribute__((no_sanitize("address", "thread"))) inline Block LoadAligned(const char *block)
+{
+    return *reinterpret_cast<const Block *>(block);
+}
+
 #if defined(__SSSE3__)
 
-// Whether a lane's characters are all of the alphabet.
-inline bool LaneInAlphabet(const char *text)
+inline Block Outside(Block characters)
 {
-    const __m128i outside = Equal8(Base64::InAlphabet(Load128(text)), _mm_setzero_si128());
-    return _mm_movemask_epi8(outside) == 0;
+    return Base64::Outside(characters);
 }
 
 #else
@@ -196,44 +220,46 @@ inline __m128i InRange(__m128i characters, char first, char last)
     return _mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(126 - (last - first))));
 }
 
-inline bool LaneInAlphabet(const char *text)
+// All ones for each character that isn't of the alphabet.
+inline Block Outside(Block characters)
 {
-    const __m128i characters = Load128(text);
     const __m128i letters = InRange(_mm_or_si128(characters, _mm_set1_epi8(0x20)), 'a', 'z');
     const __m128i slashOrDigits = InRange(characters, '/', '9');
     const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));
-    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(letters, slashOrDigits), plus)) == 0xFFFF;
+    return AndNot(Or(Or(letters, slashOrDigits), plus), _mm_set1_epi8(-1));
 }
 
 #endif
 
-// How many characters of the alphabet the text begins with.
-inline size_t LeadingSymbols(const char *text, size_t length)
+// Passes pairs of blocks up to one that has another character, if a pair is aligned here.
+inline const char *PassPairs(const char *at)
 {
-    size_t at = 0;
-#if defined(__AVX2__)
-    for (; length - at >= 64; at += 64) {
-        const auto *lanes = reinterpret_cast<const __m256i *>(text + at);
-        const __m256i first = Base64::InAlphabet(_mm256_loadu_si256(lanes));
-        const __m256i second = Base64::InAlphabet(_mm256_loadu_si256(lanes + 1));
-        const __m256i outside = Equal8(_mm256_min_epu8(first, second), _mm256_setzero_si256());
-        if (_mm256_movemask_epi8(outside) != 0)
-            break;
-    }
-#endif
-    while (length - at >= 16 && LaneInAlphabet(text + at))
-        at += 16;
-    while (at < length && IsSymbol(text[at]))
-        ++at;
+    if (reinterpret_cast<uintptr_t>(at) % (2 * kBlock) != 0)
+        return at;
+    while (ByteMask(Or(Outside(LoadAligned(at)), Outside(LoadAligned(at + kBlock)))) == 0)
+        at += 2 * kBlock;
     return at;
 }
 
-inline bool AllSymbolsOrPadding(const char *text, size_t length)
+// How many characters of the alphabet the text begins with. The terminator is none.
+inline size_t LeadingSymbols(const char *text)
 {
-    for (size_t i = 0; i < length; ++i)
-        if (text[i] != '=' && !IsSymbol(text[i]))
-            return false;
-    return true;
+    const size_t from = reinterpret_cast<uintptr_t>(text) % kBlock;
+    const char *at = text - from;
+    uint32_t outside = ByteMask(Outside(LoadAligned(at))) >> from << from;
+    while (outside == 0) {
+        at = PassPairs(at + kBlock);
+        outside = ByteMask(Outside(LoadAligned(at)));
+    }
+    return static_cast<size_t>(at - text) + static_cast<size_t>(__builtin_ctz(outside));
+}
+
+// Where characters of the alphabet and padding end.
+inline const char *EndOfSymbolsOrPadding(const char *text)
+{
+    while (*text == '=' || IsSymbol(*text))
+        ++text;
+    return text;
 }
 
 // One or two bytes: two or three characters, and padding up to four.
@@ -285,10 +311,11 @@ TONEKIT_BODY(BASE64Decode, uint32_t, (const char *text, void **data, uint32_t *l
 {
     if (!text || !*text)
         return kRefused;
-    const size_t textLength = __builtin_strlen(text);
-    const size_t symbols = LeadingSymbols(text, textLength);
-    if (!AllSymbolsOrPadding(text + symbols, textLength - symbols) || symbols / 4 * 3 > 0xFFFFFFFD)
+    const size_t symbols = LeadingSymbols(text);
+    const char *const end = EndOfSymbolsOrPadding(text + symbols);
+    if (*end != 0 || symbols / 4 * 3 > 0xFFFFFFFD)
         return kRefused;
+    const auto textLength = static_cast<size_t>(end - text);
     auto *const result = static_cast<uint8_t *>(Allocate(textLength * 6 / 8 + 16));
     const size_t taken = DecodeGroups<Base64>(text, symbols, result);
     const size_t whole = taken / kGroupCharacters * kGroupBytes;

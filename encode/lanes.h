@@ -108,6 +108,18 @@ inline __m128i SubtractSaturated8(__m128i x, __m128i y)
     return _mm_subs_epu8(x, y);
 }
 
+// Signed; as far as the type goes.
+inline __m128i AddSaturated8(__m128i x, __m128i y)
+{
+    return _mm_adds_epi8(x, y);
+}
+
+// Unsigned; halves are rounded up.
+inline __m128i Average8(__m128i x, __m128i y)
+{
+    return _mm_avg_epu8(x, y);
+}
+
 inline __m128i And(__m128i x, __m128i y)
 {
     return _mm_and_si128(x, y);
@@ -239,6 +251,16 @@ inline __m256i Subtract8(__m256i x, __m256i y)
 inline __m256i SubtractSaturated8(__m256i x, __m256i y)
 {
     return _mm256_subs_epu8(x, y);
+}
+
+inline __m256i AddSaturated8(__m256i x, __m256i y)
+{
+    return _mm256_adds_epi8(x, y);
+}
+
+inline __m256i Average8(__m256i x, __m256i y)
+{
+    return _mm256_avg_epu8(x, y);
 }
 
 inline __m256i And(__m256i x, __m256i y)

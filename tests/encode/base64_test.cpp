@@ -5,8 +5,10 @@
 #include "tests/reference/printable_model.h"
 #include "tests/support/bodies.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/guarded_pages.h"
 #include "tests/support/random.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <new>
@@ -171,6 +173,53 @@ TEST_P(Base64, EveryCharacterInEveryPlace)
             text[place] = static_cast<char>(character);
             ASSERT_EQ(Decode(text), reference::Base64Bytes(text)) << place << " " << character;
         }
+}
+
+// No character is judged by its neighbours.
+TEST_P(Base64, EveryTwoCharactersNextToEachOther)
+{
+    std::string text;
+    while (text.size() < 80)
+        text += "Zm9vYmFyMDEyMzQ1Njc4OSsv";
+    size_t place = 0;
+    for (int first = 1; first < 256; ++first)
+        for (int second = 1; second < 256; ++second) {
+            place = (place + 1) % 70;
+            const std::string before = text.substr(place, 2);
+            text[place] = static_cast<char>(first);
+            text[place + 1] = static_cast<char>(second);
+            ASSERT_EQ(Decode(text), reference::Base64Bytes(text)) << first << ' ' << second << ' ' << place;
+            text.replace(place, 2, before);
+        }
+}
+
+// What is around the text doesn't matter, be it of the alphabet or not.
+TEST_P(Base64, TextsAtEveryAddress)
+{
+    const std::string symbols = "Zm9vYmFyMDEyMzQ1Njc4OSsv";
+    for (const char around : {'A', '!', '='})
+        for (size_t start = 0; start < 64; ++start)
+            for (size_t length = 1; length < 140; length += length < 36 ? 1 : 7) {
+                std::string text;
+                while (text.size() < length)
+                    text += symbols;
+                text.resize(length);
+                alignas(64) char room[300];
+                std::fill(std::begin(room), std::end(room), around);
+                std::memcpy(room + start, text.c_str(), length + 1);
+                ASSERT_EQ(Decode(room + start), reference::Base64Bytes(text)) << start << ' ' << length;
+                room[start + length - 1] = '-';
+                ASSERT_FALSE(Decode(room + start)) << start << ' ' << length;
+            }
+}
+
+TEST_P(Base64, NothingIsReadBeforeAPage)
+{
+    for (size_t start = 0; start < 70; ++start) {
+        GuardedPages pages(200);
+        std::memcpy(pages.Begin() + start, "TWFu", 5);
+        EXPECT_EQ(Decode(reinterpret_cast<const char *>(pages.Begin() + start)), (Bytes{0x4D, 0x61, 0x6E}));
+    }
 }
 
 TEST_P(Base64, RandomTextsOfTheAlphabet)
