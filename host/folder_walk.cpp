@@ -2,6 +2,7 @@
 #include "host/folder_walk.h"
 
 #include "host/audio/container.h"
+#include "host/system/failure.h"
 #include "host/system/paths.h"
 #include "host/system/platform.h"
 #include "host/system/safe_output.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <map>
 
 namespace tonekit::host {
 
@@ -21,6 +23,9 @@ constexpr const char *kOtherExtensions[] = {
     "mp1", "mp2", "wavex", "aifc", "sph", "nist", "voc", "avr", "paf", "fap", "svx", "8svx", "pvf", "sd2",
     "m4a", "m4b", "wv",    "ape",  "dsf", "dff",  "tta", "tak", "mpc", "mka", "wma", "aac",  "ac3", "spx"};
 
+// Folders full of links to each other would be walked in every order that there is.
+constexpr int kMostEntries = 16;
+
 class Walk {
 public:
     Walk(fs::path root, fs::path excluded) : root_(std::move(root)), excluded_(std::move(excluded)) {}
@@ -32,11 +37,26 @@ public:
     }
 
 private:
+    struct Visits {
+        int entries = 0;
+        bool inside = false; // whether it is on the way to the present folder
+    };
+
     void Enter(const fs::path &folder, const fs::path &relative)
     {
-        const auto leadsBack = [&](const fs::path &outer) { return AreSameFile(outer, folder); };
-        if (std::any_of(outer_.begin(), outer_.end(), leadsBack)) {
+        FileState state;
+        if (const std::error_code error = StateOf(folder, state)) {
+            Complain(folder, relative, error.message());
+            return;
+        }
+        Visits &visits = visits_[state.identity];
+        if (visits.inside) {
             Complain(folder, relative, "the link leads back to a folder around it");
+            return;
+        }
+        if (visits.entries == kMostEntries) {
+            Complain(folder, relative,
+                     "links have led to this folder " + std::to_string(kMostEntries) + " times already");
             return;
         }
         std::vector<fs::path> names;
@@ -45,12 +65,15 @@ private:
             return;
         }
         std::sort(names.begin(), names.end());
-        outer_.push_back(folder);
+        ++visits.entries;
+        visits.inside = true;
         for (const fs::path &name : names) {
+            if (InterruptNoted())
+                throw Interrupted();
             if (Utf8Name(name)[0] != '.')
                 Look(folder / name, relative / name);
         }
-        outer_.pop_back();
+        visits.inside = false;
     }
 
     void Look(const fs::path &path, const fs::path &relative)
@@ -77,7 +100,7 @@ private:
 
     fs::path root_;
     fs::path excluded_;
-    std::vector<fs::path> outer_; // folders on the way to the present one
+    std::map<FileIdentity, Visits> visits_;
     std::vector<FoundFile> found_;
 };
 

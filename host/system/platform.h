@@ -3,6 +3,7 @@
 
 #include "host/system/byte_stream.h"
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -71,6 +72,24 @@ void RemoveIfLeftBehind(const std::filesystem::path &path);
 
 // Appends the names in a folder, in no order. The standard's iterator ends the program where memory runs out.
 std::error_code NamesIn(const std::filesystem::path &folder, std::vector<std::filesystem::path> &names);
+
+// A file or folder, the same by all its names.
+struct FileIdentity {
+    uint64_t device = 0;
+    uint64_t number = 0; // on its device
+    auto operator<=>(const FileIdentity &) const = default;
+};
+
+// What is another where a program has written into a file, or put another file into its place.
+struct FileState {
+    FileIdentity identity;
+    uint64_t size = 0;
+    int64_t written = 0; // when, in the system's finest unit of time
+    bool operator==(const FileState &) const = default;
+};
+
+// The state of the file or folder that a name leads to.
+std::error_code StateOf(const std::filesystem::path &path, FileState &state);
 
 // The name that a chain of symbolic links ends in, whether or not there is a file of that name.
 std::filesystem::path WithoutLinks(const std::filesystem::path &path);

@@ -295,6 +295,18 @@ std::error_code NamesIn(const std::filesystem::path &folder, std::vector<std::fi
     }
 }
 
+std::error_code StateOf(const std::filesystem::path &path, FileState &state)
+{
+    constexpr int64_t kNanoseconds = 1'000'000'000;
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0)
+        return LastError();
+    state = {{static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino)},
+             static_cast<uint64_t>(status.st_size),
+             status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
+    return {};
+}
+
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)
 {
     namespace fs = std::filesystem;

@@ -32,6 +32,8 @@ std::error_code LastSystemError()
     return std::error_code(static_cast<int>(GetLastError()), std::system_category());
 }
 
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 std::atomic<bool> interruptNoted{false};
 
 // Runs on a thread of the system. A closing console ends the process as soon as the handler returns, so the
@@ -225,12 +227,30 @@ std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::file
     return error;
 }
 
+std::error_code StateOf(const std::filesystem::path &path, FileState &state)
+{
+    const HANDLE file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr); // folders too
+    if (file == INVALID_HANDLE_VALUE)
+        return LastSystemError();
+    BY_HANDLE_FILE_INFORMATION known;
+    const bool done = GetFileInformationByHandle(file, &known) != 0;
+    const std::error_code error = done ? std::error_code() : LastSystemError();
+    CloseHandle(file);
+    const auto both = [](DWORD high, DWORD low) { return uint64_t{high} << 32 | low; };
+    if (done)
+        state = {{known.dwVolumeSerialNumber, both(known.nFileIndexHigh, known.nFileIndexLow)},
+                 both(known.nFileSizeHigh, known.nFileSizeLow),
+                 static_cast<int64_t>(
+                     both(known.ftLastWriteTime.dwHighDateTime, known.ftLastWriteTime.dwLowDateTime))};
+    return error;
+}
+
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)
 {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
         return path;
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return path;

@@ -1,5 +1,11 @@
 // program_folder_posix_test.cpp: links and permissions in folders.
+#include "host/folder_walk.h"
+#include "host/system/failure.h"
+#include "host/system/platform.h"
 #include "tests/host/folders.h"
+
+#include <csignal>
+#include <unistd.h>
 
 namespace tonekit::host::test {
 namespace {
@@ -15,6 +21,64 @@ TEST_F(Folders, ALoopOfLinksIsToldAndTheRestIsDone)
     EXPECT_NE(outcome.err.find("music/self: "), std::string::npos) << outcome.err;
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2);
     EXPECT_EQ(Tree("out"), (Names{"c.flac", "one/a.flac", "two/deep/b.flac"}));
+}
+
+// Eight folders, each with a link to each of the others. There are 13,700 ways through seven of them.
+class FoldersOfLinks : public Folders {
+protected:
+    void SetUp() override
+    {
+        Folders::SetUp();
+        for (int i = 0; i < kFolders; ++i)
+            fs::create_directories(Place(i));
+        for (int from = 0; from < kFolders; ++from) {
+            for (int to = 0; to < kFolders; ++to) {
+                if (from != to)
+                    fs::create_directory_symlink(Place(to), Place(from) / std::to_string(to));
+            }
+        }
+        WriteText(Utf8Name(Place(0) / "a.wav"), "");
+    }
+
+    fs::path Place(int number) const { return folder.path() / "links" / std::to_string(number); }
+
+    static constexpr int kFolders = 8;
+};
+
+TEST_F(FoldersOfLinks, AreWalkedInLinearTime)
+{
+    const std::vector<FoundFile> found = WalkFolder(folder.path() / "links", "");
+    EXPECT_EQ(std::count_if(found.begin(), found.end(), [](const FoundFile &file) { return file.audio; }),
+              16);
+    EXPECT_LT(found.size(), size_t{16 * kFolders * kFolders});
+    const std::string refusal = ": links have led to this folder 16 times already";
+    EXPECT_TRUE(std::any_of(found.begin(), found.end(),
+                            [&](const FoundFile &file) { return file.error.ends_with(refusal); }));
+}
+
+TEST_F(FoldersOfLinks, DontHoldAnInterruptUp)
+{
+    const auto walk = [&] {
+        signal(SIGTERM, SIG_DFL);
+        NoteInterrupts();
+        raise(SIGTERM);
+        try {
+            WalkFolder(folder.path() / "links", "");
+        } catch (const Interrupted &) {
+            _exit(33);
+        }
+        _exit(0);
+    };
+    EXPECT_EXIT(walk(), testing::ExitedWithCode(33), "");
+}
+
+TEST_F(Folders, ThatSeveralLinksLeadToAreThereForEach)
+{
+    fs::create_directory_symlink(folder / "music/one", folder / "music/again");
+    fs::create_directory_symlink(folder / "music/one", folder / "music/two/third");
+    Run({"-t", "flac", folder / "music", folder / "out"});
+    EXPECT_EQ(Tree("out"),
+              (Names{"again/a.flac", "c.flac", "one/a.flac", "two/deep/b.flac", "two/third/a.flac"}));
 }
 
 TEST_F(Folders, AnUnreadableFolderIsToldAndTheRestIsDone)
