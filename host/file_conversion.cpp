@@ -3,6 +3,7 @@
 
 #include "host/audio/audio_writer.h"
 #include "host/audio/completeness.h"
+#include "host/input_changes.h"
 #include "host/libav/libav_files.h"
 #include "host/open_input.h"
 #include "host/open_source.h"
@@ -67,12 +68,13 @@ public:
         }
     }
 
-    // The same with a source of its own.
+    // The same with a source of its own, whose files were as `changes` knows before it was opened.
     FileConversion(const Options &options, const Extras &extras, std::unique_ptr<SampleSource> source,
-                   const Job &job, const ProgressSink &progress, Threads threads)
+                   InputChanges changes, const Job &job, const ProgressSink &progress, Threads threads)
         : FileConversion(options, extras, *source, job, progress, threads)
     {
         owned_ = std::move(source);
+        changes_ = std::move(changes);
     }
 
     void Produce()
@@ -123,6 +125,8 @@ public:
         }
         if (picture_)
             picture_->Write(report_);
+        if (!options_.inPlace)
+            WarnOfChanges();
         if (InterruptNoted())
             throw Interrupted();
         report_.seconds += SecondsSince(start);
@@ -137,6 +141,10 @@ public:
         const auto start = Clock::now();
         if (picture_)
             picture_->Commit();
+        // What another program has written would be lost.
+        if (options_.inPlace && !changes_.Since().empty())
+            throw Failure(report_.input.path +
+                          ": another program has changed the file meanwhile, so it is left as it is now");
         if (output_)
             output_->Commit();
         report_.seconds += SecondsSince(start);
@@ -478,6 +486,14 @@ private:
         TransferTags(options_, extras_, transfer, report_.warnings);
     }
 
+    void WarnOfChanges()
+    {
+        for (const std::filesystem::path &input : changes_.Since())
+            report_.warnings.push_back(Utf8Name(input) +
+                                       ": another program has changed the file meanwhile, so the output may "
+                                       "hold parts of its old and of its new content");
+    }
+
     // A stream is gone before its tags are known.
     void WarnOfTags()
     {
@@ -539,6 +555,7 @@ private:
     bool toStream_;                                       // standard output
     std::optional<std::vector<unsigned char>> beginning_; // of a stream, for its tags
     std::vector<SourceFile> files_;                       // that are joined
+    InputChanges changes_;
     std::optional<SafeOutput> output_;
     std::optional<SoundPicture> picture_; // that is asked for
     Plan plan_;
@@ -586,6 +603,14 @@ ConversionReport CopyPlainly(const Options &options, const Job &job, const Progr
     return report;
 }
 
+std::unique_ptr<FileConversion> Open(const Options &options, const Extras &extras, const Job &job,
+                                     const ProgressSink &progress, Threads threads)
+{
+    InputChanges changes = IsStandardStream(job.input) ? InputChanges() : InputChanges(InputsOf(job));
+    return std::make_unique<FileConversion>(options, extras, OpenInput(options, job), std::move(changes), job,
+                                            progress, threads);
+}
+
 } // namespace
 
 std::vector<std::filesystem::path> InputsOf(const Job &job)
@@ -602,8 +627,7 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
         return std::make_unique<DoneFile>(CopyPlainly(options, job, progress));
     if (job.output.empty())
         return std::make_unique<DoneFile>(DrawInput(options, job, progress));
-    auto file =
-        std::make_unique<FileConversion>(options, extras, OpenInput(options, job), job, progress, threads);
+    std::unique_ptr<FileConversion> file = Open(options, extras, job, progress, threads);
     file->Produce();
     return file;
 }
@@ -611,8 +635,7 @@ std::unique_ptr<PendingFile> BeginFile(const Options &options, const Extras &ext
 MeasuredLevel MeasureFile(const Options &options, const Extras &extras, const Job &job,
                           const ProgressSink &progress)
 {
-    return FileConversion(options, extras, OpenInput(options, job), job, progress, Threads::One)
-        .Measure(progress);
+    return Open(options, extras, job, progress, Threads::One)->Measure(progress);
 }
 
 ConversionReport ConvertFile(const Options &options, const Extras &extras, const Job &job,
