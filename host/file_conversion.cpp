@@ -50,7 +50,6 @@ public:
             CheckApart();
         report_.input = {source_.name(),  source_.type(),   source_.encoding(),
                          source_.lossy(), source_.format(), source_.frames()};
-        report_.warnings = source_.warnings();
         const bool decodeHdcd = DecideHdcd();
         try {
             plan_ = options.inPlace
@@ -503,9 +502,11 @@ private:
                                        "ignored");
     }
 
-    // All of the report that is known before the work.
+    // All of the report that is known before the work, and what is to be said of the source.
     void Describe()
     {
+        const std::vector<std::string> warnings = source_.warnings();
+        report_.warnings.insert(report_.warnings.end(), warnings.begin(), warnings.end());
         report_.dryRun = options_.dryRun;
         report_.part = job_.part;
         report_.spectrogram = options_.spectrogram.value_or("");

@@ -61,10 +61,10 @@ FileInfo LookAt(const Options &options, const std::filesystem::path &path, const
     SampleSource &reader = *source;
     info.stream = {reader.name(),  reader.type(),   reader.encoding(),
                    reader.lossy(), reader.format(), reader.frames()};
-    info.warnings = reader.warnings();
     if (CanCarryHdcd(reader))
         info.hdcd = ScanForHdcd(reader);
     Measure(options, reader, info, progress);
+    info.warnings = reader.warnings();
 
     const TagBlockPointer block = NewTagBlock();
     if (const PipeInput *const pipe = reader.pipe())

@@ -182,33 +182,6 @@ void AudioReader::FindMpegStreams()
     }
 }
 
-// Whether all of it is read is seen at its end.
-void AudioReader::PrepareMpegPipe()
-{
-    pipe_->Watch([this](std::span<const unsigned char> bytes) { mpeg_.Take(bytes); });
-    const std::optional<Patch> patch = PatchOfOpenCount(*pipe_, stream_.start());
-    openMpeg_ = patch.has_value();
-    if (patch)
-        pipe_->Replace(static_cast<size_t>(patch->position), patch->bytes.size(), patch->bytes);
-}
-
-void AudioReader::CheckMpegEnd()
-{
-    mpeg_.Finish();
-    if (mpeg_.streams().empty())
-        return;
-    linksDiffer_ = mpeg_.differ();
-    const std::optional<MpegNote> &note = mpeg_.streams().front().note;
-    const uint64_t counted = note ? note->frames.value_or(0) : 0;
-    CheckLinks();
-    if (counted == 0 || mpeg_.frames() <= counted)
-        return;
-    Fail(mpeg_.streams().size() > 1
-             ? "holds several streams one after another, which are read from a file only"
-             : "its header counts " + std::to_string(counted) + " MPEG frames, but there are " +
-                   std::to_string(mpeg_.frames()));
-}
-
 // libsndfile reads RF64 and CAF only with sizes, and CAF only with a short header.
 void AudioReader::MendHeader(uint64_t size)
 {
@@ -298,6 +271,7 @@ void AudioReader::OpenPipe()
         count_ = CountInHeader(*pipe_, start);
         named_ = ChannelsInHeader(*pipe_, start);
         header_ = PreparedHeader();
+        end_ = EndOfSound(*pipe_, start);
         // Without its size libsndfile looks for the samples for ever.
         if (header_ == HeaderForm::NotFound || header_ == HeaderForm::NeedsEnd) {
             TakeWholePipe();
@@ -318,21 +292,6 @@ void AudioReader::OpenPipe()
     }
     if (header_ == HeaderForm::Open || header_ == HeaderForm::OpenAsRf64 || openMpeg_)
         frames_ = 0;
-}
-
-// When all before the first frame is kept.
-void AudioReader::PrepareFlac()
-{
-    try {
-        uint64_t position = 0;
-        pipe_->Tell(position);
-        flac_ = FormOfFlac(*pipe_, stream_.start());
-        if (flac_)
-            pipe_->KeepTail(flac_->TailBytes());
-        pipe_->SeekTo(position);
-    } catch (const std::system_error &error) {
-        Fail("reading failed: " + error.code().message());
-    }
 }
 
 void AudioReader::Start()
@@ -415,6 +374,7 @@ void AudioReader::CheckComplete()
         named_ = ChannelsInHeader(stream_.file(), start);
         if (const std::optional<FlacForm> flac = FormOfFlac(stream_.file(), start))
             CheckFlac(*flac, EndOfFlac(*flac, stream_.file()));
+        CheckAfterSound(start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
@@ -602,6 +562,24 @@ void AudioReader::CheckFlac(const FlacForm &form, const FlacEnd &end) const
                                      " frames, but there are " + std::to_string(end.frames));
 }
 
+void AudioReader::WarnOfStrayBytes(uint64_t bytes)
+{
+    if (bytes > 0)
+        warnings_.push_back(shownName_ + ": " + std::to_string(bytes) +
+                            " bytes after the sound that its header counts are left out");
+}
+
+// libsndfile reads W64 files on to their end.
+void AudioReader::CheckAfterSound(uint64_t start)
+{
+    const std::optional<SoundEnd> end = EndOfSound(stream_.file(), start);
+    if (!end || end->chunks == &kW64)
+        return;
+    if (const std::error_code error = stream_.file().SeekTo(end->position))
+        throw std::system_error(error);
+    WarnOfStrayBytes(StrayBytes(stream_.file(), *end));
+}
+
 void AudioReader::CheckEnd()
 {
     if (position_ < frames_)
@@ -612,16 +590,8 @@ void AudioReader::CheckEnd()
     CheckCount(position_);
     if (sf_error(stream_.handle()) != SF_ERR_NO_ERROR)
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
-    if (pipe()) {
-        if (const std::error_code error = pipe_->Drain())
-            Fail("reading failed: " + error.message());
-        CheckMpegEnd();
-        if (flac_)
-            CheckFlac(*flac_, EndOfFlac(*flac_, pipe_->tail()));
-        else
-            CheckOggEnd(*pipe_, shownName_);
-        CheckLinks();
-    }
+    if (pipe())
+        CheckPipeEnd();
 }
 
 bool AudioReader::TrySeek(uint64_t frame)

@@ -94,6 +94,10 @@ private:
     void CheckLinks() const;
     void PrepareFlac();
     void CheckFlac(const FlacForm &form, const FlacEnd &end) const;
+    void WarnOfStrayBytes(uint64_t bytes);
+    void CheckAfterSound(uint64_t start);
+    void CheckAfterSoundInPipe();
+    void CheckPipeEnd();
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -107,6 +111,7 @@ private:
     uint64_t position_ = 0;
     const Container *container_ = nullptr;
     TagKind tagKind_ = TagKind::None;
+    std::optional<SoundEnd> end_; // of the samples in a pipe
     HeaderForm header_ = HeaderForm::AsItWas;
     bool vorbisOrder_ = false;     // which only Ogg files have
     std::optional<OggLink> link_;  // of one from a pipe

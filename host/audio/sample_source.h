@@ -44,7 +44,8 @@ public:
     virtual const Container *container() const = 0;
     // The form of its tags.
     virtual TagKind tagKind() const = 0;
-    // What its user should know of it, a line for each with its name in front; mostly none.
+    // What its user should know of it, a line for each with its name in front; mostly none. Of a pipe
+    // complete at its end only.
     virtual std::vector<std::string> warnings() const { return {}; }
     // The files that it is joined of, each with the place that it had when it was last read; mostly none.
     virtual std::vector<SourceFile> files() const { return {}; }

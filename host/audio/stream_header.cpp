@@ -21,6 +21,7 @@ struct SizeField {
     uint64_t value = 0;
     uint64_t samples = 0; // where they begin; 0: no such number was found
     uint64_t more = 0;    // that the number counts besides the samples
+    const ChunkForm *chunks = nullptr;
 };
 
 // A stream that is longer than this has no end.
@@ -29,8 +30,8 @@ constexpr uint64_t kEndless64 = uint64_t{1} << 62;
 SizeField FieldInChunks(HeaderBytes &bytes, const char *wanted, const ChunkForm &form)
 {
     const std::optional<Chunk> chunk = FindChunk(bytes, wanted, form);
-    return chunk ? SizeField{chunk->sizeAt, form.sizeBytes, form.bigEndian,
-                             chunk->size,   chunk->content, form.counted}
+    return chunk ? SizeField{chunk->sizeAt,  form.sizeBytes, form.bigEndian, chunk->size,
+                             chunk->content, form.counted,   &form}
                  : SizeField{};
 }
 
@@ -41,7 +42,7 @@ SizeField FieldOfRf64(HeaderBytes &bytes)
     if (data.samples == 0 || !bytes.Has(12, "ds64"))
         return data;
     const uint64_t size = bytes.Little(28, 8);
-    return bytes.ok() ? SizeField{28, 8, false, size, data.samples} : SizeField{};
+    return bytes.ok() ? SizeField{28, 8, false, size, data.samples, 0, &kRiff} : SizeField{};
 }
 
 SizeField FieldOfAu(HeaderBytes &bytes)
@@ -161,6 +162,17 @@ bool HasOpenHeader64(ByteStream &file, uint64_t start)
         return false;
     const std::optional<SizeField> field = FieldOf(bytes);
     return field && field->samples != 0 && IsOpen(*field);
+}
+
+std::optional<SoundEnd> EndOfSound(ByteStream &file, uint64_t start)
+{
+    HeaderBytes bytes(file, start);
+    const std::optional<SizeField> field = FieldOf(bytes);
+    if (!field || field->samples == 0 || IsOpen(*field))
+        return std::nullopt;
+    const uint64_t end = field->samples + field->value - field->more;
+    const uint64_t multiple = field->chunks ? field->chunks->multiple : 1;
+    return SoundEnd{start + end, field->chunks, (multiple - end % multiple) % multiple};
 }
 
 HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/container.h"
+#include "host/audio/stray_bytes.h"
 #include "host/system/pipe_input.h"
 
 #include <cstdint>
@@ -32,6 +33,10 @@ HeaderForm PrepareHeader(PipeInput &pipe, uint64_t start = 0);
 // Whether a file has a header at this place with sizes of 64 bits that says nothing of the samples' size.
 // Throws std::system_error if reading fails.
 bool HasOpenHeader64(ByteStream &file, uint64_t start = 0);
+
+// Where the samples end by the header at this place; nothing if it doesn't say so, and for other types.
+// Throws std::system_error if reading fails.
+std::optional<SoundEnd> EndOfSound(ByteStream &file, uint64_t start = 0);
 
 // Sets the sizes in a header that was written before its samples: to what `frames` frames of samples need, or
 // to the values for an unknown size. False if this type of file has none.

@@ -116,7 +116,6 @@ ConversionReport DrawInput(const Options &options, const Job &job, const Progres
     ConversionReport report;
     report.input = {source->name(),  source->type(),   source->encoding(),
                     source->lossy(), source->format(), source->frames()};
-    report.warnings = source->warnings();
     report.part = job.part;
     report.spectrogram = *options.spectrogram;
     SoundPicture picture(PathFromUtf8(*options.spectrogram), {source->format(), source->frames()},
@@ -134,6 +133,7 @@ ConversionReport DrawInput(const Options &options, const Job &job, const Progres
     }
     picture.Finish();
     report.input.frames = done;
+    report.warnings = source->warnings();
     picture.Write(report);
     if (InterruptNoted())
         throw Interrupted();

@@ -46,6 +46,8 @@ public:
     std::error_code KeepAll();
     // The stream ends for readers at this position, or where it really does.
     void SetEnd(uint64_t end) { end_ = end; }
+    // Where the bytes are that come out of the stream next.
+    uint64_t next() const { return next_; }
     bool endIsKnown() const { return end_ != kEndless; }
     // From now on at least so many of the last bytes that came out of the stream are kept, whatever else is.
     void KeepTail(size_t size);

@@ -1,0 +1,198 @@
+// stray_bytes_test.cpp: what follows the samples that a header counts is told, if it may be sound.
+#include "host/audio/stray_bytes.h"
+#include "host/audio/stream_header.h"
+#include "host/system/memory_bytes.h"
+#include "tests/host/failures.h"
+
+#include <filesystem>
+
+namespace tonekit::host::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::span<const unsigned char> Bytes(const std::string &text)
+{
+    return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
+}
+
+std::string Little(uint64_t number, int bytes)
+{
+    std::string text;
+    for (int i = 0; i < bytes; ++i)
+        text += static_cast<char>(number >> 8 * i & 0xFF);
+    return text;
+}
+
+std::string Big(uint64_t number, int bytes)
+{
+    const std::string text = Little(number, bytes);
+    return std::string(text.rbegin(), text.rend());
+}
+
+std::string RiffChunk(const std::string &name, const std::string &content)
+{
+    return name + Little(content.size(), 4) + content + std::string(content.size() & 1, '\0');
+}
+
+// 1 frame of 16 bits and two channels is 4 bytes.
+const std::string kFormat = RiffChunk("fmt ", std::string("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0", 16));
+
+std::string Wav(const std::string &samples, uint64_t counted, const std::string &after = "")
+{
+    const std::string chunks = "WAVE" + kFormat + "data" + Little(counted, 4) + samples +
+                               std::string(samples.size() & 1, '\0') + after;
+    return "RIFF" + Little(chunks.size(), 4) + chunks;
+}
+
+TEST(StrayBytes, AreNeitherChunksNorTagsNorZeros)
+{
+    const std::string noise(100, '\xE5');
+    const std::string list = RiffChunk("LIST", "INFO");
+    const std::string odd = RiffChunk("id3 ", "odd");
+    const struct {
+        std::string after;
+        uint64_t stray;
+    } rows[] = {
+        {"", 0},
+        {list, 0},
+        {odd + list, 0},
+        {list.substr(0, 10), 0},            // cut off
+        {odd.substr(0, odd.size() - 1), 0}, // without its padding
+        {noise, 100},
+        {list + noise, 100},
+        {noise + list, 112},
+        {list + noise.substr(0, 16), 0}, // a few bytes
+        {list + noise.substr(0, 17), 17},
+        {std::string(1000, '\0'), 0},
+        {list + std::string(100000, '\0'), 0},
+        {std::string(100000, '\0') + noise, 100100},
+        {"TAG" + std::string(125, 'x'), 0},
+        {list + "ID3\4" + noise, 0},
+        {"APETAGEX" + noise, 0},
+        {"LYRICSBEGIN" + noise, 0},
+        {RiffChunk("data", noise), 108},                          // more samples
+        {list + Wav(noise, 100), 144},                            // another file
+        {std::string("\1\2\3\4", 4) + Little(2, 4) + noise, 108}, // no name
+        {"LIST" + std::string(4, '\xFF') + noise, 0},             // a chunk that is cut off
+    };
+    for (const auto &row : rows) {
+        MemoryBytes memory(Bytes(row.after));
+        EXPECT_EQ(StrayBytes(memory, {0, &kRiff, 0}), row.stray) << &row - rows;
+        for (const bool padded : {true, false}) { // before the first chunk
+            const std::string after = (padded ? std::string(1, '\0') : std::string()) + row.after;
+            if (!padded && row.stray > 0)
+                continue;
+            MemoryBytes other(Bytes(after));
+            EXPECT_EQ(StrayBytes(other, {0, &kRiff, 1}), row.stray) << &row - rows << padded;
+        }
+    }
+    MemoryBytes none(Bytes(list + list)); // AU has no chunks
+    EXPECT_EQ(StrayBytes(none, {0, nullptr, 0}), 24u);
+}
+
+TEST(EndOfSound, IsWhereTheHeaderSaysIt)
+{
+    const struct {
+        std::string header;
+        std::optional<uint64_t> position;
+        uint64_t padding;
+    } rows[] = {
+        {Wav("abcd", 4), 48, 0},
+        {Wav("abcd", 3), 47, 1},
+        {Wav("abcd", 0), std::nullopt, 0},
+        {Wav("abcd", 0xFFFFFFFF), std::nullopt, 0},
+        {"RF64\xFF\xFF\xFF\xFFWAVE" +
+             RiffChunk("ds64", Little(90, 8) + Little(1000, 8) + Little(250, 8) + Little(0, 4)) + kFormat +
+             "data\xFF\xFF\xFF\xFF" + "abcd",
+         1080, 0},
+        {".snd" + Big(24, 4) + Big(101, 4) + Big(3, 4) + Big(44100, 4) + Big(2, 4), 125, 0},
+        {".snd" + Big(24, 4) + "\xFF\xFF\xFF\xFF" + Big(3, 4) + Big(44100, 4) + Big(2, 4), std::nullopt, 0},
+        {"FORM" + Big(100, 4) + "AIFF" + "SSND" + Big(11, 4) + std::string(11, 'x'), 31, 1},
+        {"caff" + Big(0x10000, 4) + "data" + Big(9, 8) + std::string(9, 'x'), 29, 0},
+        {"OggS" + std::string(100, 'x'), std::nullopt, 0},
+    };
+    for (const auto &row : rows) {
+        for (const uint64_t start : {0u, 10u}) {
+            const std::string bytes = std::string(start, 'i') + row.header;
+            MemoryBytes memory(Bytes(bytes));
+            const std::optional<SoundEnd> end = EndOfSound(memory, start);
+            ASSERT_EQ(end.has_value(), row.position.has_value()) << &row - rows;
+            if (!end)
+                continue;
+            EXPECT_EQ(end->position, *row.position + start) << &row - rows;
+            EXPECT_EQ(end->padding, row.padding) << &row - rows;
+            EXPECT_EQ(!end->chunks, row.header[0] == '.');
+        }
+    }
+}
+
+class StrayBytesOf : public Failures {
+protected:
+    // Converts the file and the same from a pipe: these frames, and these bytes left out with a warning.
+    void ExpectLeftOut(const std::string &bytes, size_t frames, uint64_t stray)
+    {
+        const std::string text =
+            std::to_string(stray) + " bytes after the sound that its header counts are left out\n";
+        const auto warning = [&](const std::string &name) {
+            return stray == 0 ? "" : "tonekit-convert: warning: " + name + ": " + text;
+        };
+        WriteText(folder / "in", bytes);
+        const Outcome outcome = RunHost({"-q", folder / "in", "-t", "raw", folder / "out.raw"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, warning(fs::path(folder / "in").make_preferred().string()));
+        EXPECT_EQ(fs::file_size(folder / "out.raw"), 4 * frames);
+        const Outcome piped = RunHostOnPipes(bytes, {"-q", "-", "-t", "raw", "-"});
+        EXPECT_EQ(piped.status, 0) << piped.err;
+        EXPECT_EQ(piped.err, warning("standard input"));
+        EXPECT_EQ(piped.out, ReadText(folder / "out.raw"));
+    }
+};
+
+TEST_F(StrayBytesOf, AHeaderThatCountsTooLittleAreTold)
+{
+    const std::string noise(400000, '\xE5'); // too much for what is kept of a pipe's beginning
+    const std::string list = RiffChunk("LIST", "INFOINAM" + Little(4, 4) + "abc\0");
+    ExpectLeftOut(Wav(noise, 400000), 100000, 0);
+    ExpectLeftOut(Wav(noise, 400000, list), 100000, 0);
+    ExpectLeftOut(Wav(noise, 399999, list), 99999, 0);
+    ExpectLeftOut(Wav(noise, 4), 1, 399996);
+    ExpectLeftOut(Wav(noise, 300000), 75000, 100000);
+    ExpectLeftOut(Wav(noise, 400000, std::string(5000, '\0')), 100000, 0);
+    ExpectLeftOut(Wav(noise, 400000, "TAG" + std::string(125, 'x')), 100000, 0);
+    const std::string au =
+        ".snd" + Big(24, 4) + Big(400000, 4) + Big(3, 4) + Big(44100, 4) + Big(2, 4) + noise;
+    ExpectLeftOut(au, 100000, 0);
+    ExpectLeftOut(au + au, 100000, 400024);
+    const std::string caf = "caff" + Big(0x10000, 4) + "desc" + Big(32, 8) +
+                            std::string("\x40\xE5\x88\x80", 4) + Big(0, 4) + "lpcm" + Big(0, 4) + Big(4, 4) +
+                            Big(1, 4) + Big(2, 4) + Big(16, 4) + "data";
+    ExpectLeftOut(caf + Big(400004, 8) + Big(0, 4) + noise, 100000, 0);
+    ExpectLeftOut(caf + Big(200004, 8) + Big(0, 4) + noise, 50000, 200000);
+}
+
+TEST_F(StrayBytesOf, AFileOfItsOwnAreNone)
+{
+    for (const char *const name : {"a.wav", "a.aiff", "a.au", "a.caf", "a.w64", "a.rf64"}) {
+        ASSERT_EQ(
+            RunHost({"-q", "-b", "16", "--set", "title=A title", folder / "good.wav", folder / name}).status,
+            0);
+        const Outcome outcome = RunHost({"-q", folder / name, "-t", "raw", folder / "out.raw", "--no-tags"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, "") << name;
+        EXPECT_EQ(RunHostOnPipes(ReadText(folder / name), {"-q", "-", "-t", "raw", "-"}).err, "") << name;
+    }
+}
+
+TEST_F(StrayBytesOf, AFileAreDescribedWithIt)
+{
+    WriteText(folder / "in.wav", Wav(std::string(4000, '\xE5'), 2000));
+    const std::string what = "2000 bytes after the sound that its header counts are left out";
+    EXPECT_NE(RunHost({"--info", folder / "in.wav"}).err.find(what), std::string::npos);
+    EXPECT_NE(RunHost({"--info", "--json", folder / "in.wav"}).out.find(what), std::string::npos);
+    EXPECT_NE(RunHost({"-q", "--dry-run", folder / "in.wav", folder / "out.flac"}).err.find(what),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace tonekit::host::test
