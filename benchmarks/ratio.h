@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <string>
 #include <sys/resource.h>
@@ -35,30 +37,20 @@ public:
     // Options: --filter TEXT, --quick, --once (each action one time, and no limits: to see whether all of
     // them run), --json FILE (appends a line a row). Plain names run the highest bodies that the processor
     // has the features of, whoever made it; with --another-make they run the baseline, as the selection has
-    // it on all makes but one. Limits are for the former. Returns 0 if every row that has a limit keeps it.
+    // it on all makes but one. Limits are for the former. Returns 0 if every row that has a limit keeps it,
+    // and 1 if not. Other options, and rows that can't be written, end the program with 2.
     int Run(int argc, char **argv)
     {
-        const char *filter = "";
-        int turns = 41;
-        for (int i = 1; i < argc; ++i) {
-            if (std::strcmp(argv[i], "--filter") == 0 && i + 1 < argc)
-                filter = argv[++i];
-            else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc)
-                json_ = argv[++i];
-            else if (std::strcmp(argv[i], "--quick") == 0)
-                turns = 9;
-            else if (std::strcmp(argv[i], "--once") == 0)
-                turns = 1;
-        }
-        const bool anotherMake = AsAnotherMake(argc, argv);
-        SelectBodies(anotherMake ? uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
-        if (anotherMake)
+        const Options options = Read(argc, argv);
+        json_ = options.json;
+        SelectBodies(options.anotherMake ? uint64_t{1} << Feature_Filled : EnumerateFeatures(AskProcessor()));
+        if (options.anotherMake)
             TakeAsAnotherMake();
         std::printf("\n%s, on %s\n%-44s %12s %12s %8s %7s\n", title_.c_str(), ProcessorName().c_str(), "",
                     "ours", "beside", "ratio", "limit");
         int result = 0;
         for (const Row &row : rows_)
-            if (row.name.find(filter) != std::string::npos && !Report(row, turns))
+            if (row.name.find(options.filter) != std::string::npos && !Report(row, options.turns))
                 result = 1;
         return result;
     }
@@ -71,6 +63,37 @@ public:
     }
 
 private:
+    struct Options {
+        const char *filter = "";
+        const char *json = "";
+        int turns = 41;
+        bool anotherMake = false;
+    };
+
+    static Options Read(int argc, char **argv)
+    {
+        Options options;
+        for (int i = 1; i < argc; ++i) {
+            if (std::strcmp(argv[i], "--filter") == 0 && i + 1 < argc)
+                options.filter = argv[++i];
+            else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc)
+                options.json = argv[++i];
+            else if (std::strcmp(argv[i], "--quick") == 0)
+                options.turns = 9;
+            else if (std::strcmp(argv[i], "--once") == 0)
+                options.turns = 1;
+            else if (std::strcmp(argv[i], "--another-make") == 0)
+                options.anotherMake = true;
+            else {
+                std::fprintf(stderr,
+                             "usage: %s [--filter TEXT] [--quick | --once] [--json FILE] [--another-make]\n",
+                             argv[0]);
+                std::exit(2);
+            }
+        }
+        return options;
+    }
+
     struct Row {
         std::string name;
         double limit;
@@ -136,8 +159,18 @@ private:
             std::printf(" %7.2f %s", row.limit, kept ? "ok" : "short");
         std::printf("\n");
         std::fflush(stdout);
-        AppendRow(json_, {title_, row.name, Median(ours), Median(peer), ratio, row.limit});
+        Append({title_, row.name, Median(ours), Median(peer), ratio, row.limit});
         return kept;
+    }
+
+    void Append(const MeasuredRow &row) const
+    {
+        try {
+            AppendRow(json_, row);
+        } catch (const std::exception &error) {
+            std::fprintf(stderr, "%s\n", error.what());
+            std::exit(2);
+        }
     }
 
     std::string title_;
