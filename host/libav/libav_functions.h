@@ -17,6 +17,7 @@ namespace tonekit::host {
 
 #define TONEKIT_LIBAV_FUNCTIONS(X)                                                                           \
     X(av_channel_layout_channel_from_index)                                                                  \
+    X(av_dict_count)                                                                                         \
     X(av_dict_free)                                                                                          \
     X(av_dict_get)                                                                                           \
     X(av_dict_set)                                                                                           \

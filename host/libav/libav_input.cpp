@@ -1,7 +1,9 @@
 // libav_input.cpp: libavformat's input over the host's own streams.
 #include "host/libav/libav_input.h"
 
+#include "host/audio/header_bytes.h"
 #include "host/system/failure.h"
+#include "host/system/memory_limit.h"
 #include "host/system/pipe_input.h"
 #include "host/system/platform.h"
 
@@ -31,15 +33,21 @@ LibavInput &Input(void *opaque)
 
 int ReadBytes(void *opaque, uint8_t *buffer, int size)
 {
+    LibavInput &input = Input(opaque);
     size_t got = 0;
+    if (InterruptNoted() || !input.Allows(static_cast<size_t>(size)))
+        return AVERROR_EXIT;
     try {
-        Input(opaque).Note(Input(opaque).stream().Read(buffer, static_cast<size_t>(size), got));
+        uint64_t place = 0;
+        input.Note(input.stream().Tell(place));
+        input.Note(input.stream().Read(buffer, static_cast<size_t>(size), got));
+        input.HideBoxes(place, buffer, got);
     } catch (const std::bad_alloc &) {
         return AVERROR(ENOMEM);
     }
     if (got > 0)
         return static_cast<int>(got);
-    return Input(opaque).error() ? AVERROR(EIO) : AVERROR_EOF;
+    return input.error() ? AVERROR(EIO) : AVERROR_EOF;
 }
 
 int64_t Seek(void *opaque, int64_t offset, int whence)
@@ -89,10 +97,12 @@ bool IsReadElsewhere(AVCodecID coder)
 
 } // namespace
 
-LibavInput::LibavInput(ByteStream &stream) : stream_(stream)
+LibavInput::LibavInput(ByteStream &stream) : stream_(stream), bytesLeft_(MemoryLimit() / 2)
 {
     try {
+        FindHiddenBoxes();
         Open();
+        opening_ = false;
     } catch (...) {
         Close();
         throw;
@@ -110,12 +120,55 @@ void LibavInput::Note(const std::error_code &error)
         error_ = error;
 }
 
+// libavformat compares each tag with all before, and keeps all pictures.
+bool LibavInput::Allows(size_t bytes)
+{
+    constexpr int kMostTags = 8192;
+    if (!opening_)
+        return true;
+    if (bytes > bytesLeft_)
+        tooMuch_ = "what comes before its audio needs too much memory (--memory allows more)";
+    else if (context_ && Libav().av_dict_count(context_->metadata) > kMostTags)
+        tooMuch_ = "holds more tags than a file may have";
+    if (tooMuch_)
+        return false;
+    bytesLeft_ -= bytes;
+    return true;
+}
+
+void LibavInput::HideBoxes(uint64_t place, unsigned char *bytes, size_t count) const
+{
+    for (const HiddenBox &box : hidden_) {
+        for (size_t i = 0; i < box.header.size(); ++i) {
+            if (box.place + i >= place && box.place + i - place < count)
+                bytes[box.place + i - place] = box.header[i];
+        }
+    }
+}
+
+// A stream that can only be read on shows its boxes too late.
+void LibavInput::FindHiddenBoxes()
+{
+    uint64_t size = 0;
+    std::error_code error = stream_.Size(size);
+    if (!error && size == PipeInput::kEndless)
+        return;
+    HeaderBytes bytes(stream_);
+    hidden_ = BoxesToHide(bytes);
+    if (!error)
+        error = stream_.SeekTo(0);
+    if (error)
+        throw std::system_error(error);
+}
+
 void LibavInput::CheckSystem() const
 {
     if (InterruptNoted())
         throw Interrupted();
     if (error_)
         throw std::system_error(error_);
+    if (tooMuch_)
+        throw Failure(tooMuch_);
 }
 
 void LibavInput::Open()

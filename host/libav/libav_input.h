@@ -1,17 +1,21 @@
 // libav_input.h: lets libavformat read through the host's own streams.
 #pragma once
 
+#include "host/libav/hidden_boxes.h"
 #include "host/libav/libav_functions.h"
 #include "host/system/byte_stream.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace tonekit::host {
 
 // A file that libavformat has opened. It reads through the stream alone: formats that lead to other files or
-// to the network are refused, and so are those that hold no audio.
+// to the network are refused, and so are those that hold no audio, or more than MemoryLimit() or 8192 tags
+// before it.
 class LibavInput {
 public:
     // The stream must exist as long as this. Throws Failure, without a file's name, if libavformat is missing
@@ -32,9 +36,14 @@ public:
     // For libavformat's calls.
     ByteStream &stream() { return stream_; }
     void Note(const std::error_code &error);
+    // Whether libavformat may read so many bytes more while it opens the file.
+    bool Allows(size_t bytes);
+    // Puts what hides boxes into bytes that were read at a place.
+    void HideBoxes(uint64_t place, unsigned char *bytes, size_t count) const;
 
 private:
     void Open();
+    void FindHiddenBoxes();
     void Close();
     void ChooseAudio();
     void CheckSystem() const;
@@ -44,6 +53,10 @@ private:
     AVFormatContext *context_ = nullptr;
     unsigned audio_ = 0;
     std::error_code error_;
+    bool opening_ = true;
+    uint64_t bytesLeft_; // for what comes before the audio
+    const char *tooMuch_ = nullptr;
+    std::vector<HiddenBox> hidden_;
 };
 
 } // namespace tonekit::host
