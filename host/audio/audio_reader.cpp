@@ -599,11 +599,15 @@ bool AudioReader::TrySeek(uint64_t frame)
     if (!seekable_ || pipe() || frame >= frames_)
         return false;
     const auto place = static_cast<sf_count_t>(frame);
-    if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) != place)
+    if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) == place) {
+        position_ = frame;
+        return true;
+    }
+    if (position_ != 0)
         Fail("can't go to frame " + std::to_string(frame) + " of the audio (" +
              SoundFileError(stream_.handle()) + ")");
-    position_ = frame;
-    return true;
+    StartAgain();
+    return false;
 }
 
 void AudioReader::Rewind()
@@ -616,16 +620,22 @@ void AudioReader::Rewind()
         StartLink();
         return;
     }
-    if (!stream_.endIsKnown()) {
-        // libmpg123 can't go back there.
-        stream_.Stop();
-        if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
-            Fail("reading failed: " + error.message());
-        Start();
-        return;
-    }
-    if (stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
-        Fail("can't go back to the start of the audio (" + SoundFileError(stream_.handle()) + ")");
+    // libmpg123 can't go back where the end isn't known, nor libFLAC where much follows that is none of its
+    // frames.
+    if (!stream_.endIsKnown() ||
+        stream_.Call([](SNDFILE *handle) { return sf_seek(handle, 0, SEEK_SET); }) != 0)
+        StartAgain();
+}
+
+// At the first frame, after a search that failed too.
+void AudioReader::StartAgain()
+{
+    if (stream_.error())
+        Fail("reading failed: " + stream_.error().message());
+    stream_.Stop();
+    if (const std::error_code error = stream_.file().SeekTo(stream_.start()))
+        Fail("reading failed: " + error.message());
+    Start();
 }
 
 } // namespace tonekit::host

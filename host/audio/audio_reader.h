@@ -79,6 +79,7 @@ private:
     void PrepareMpegPipe();
     void CheckMpegEnd();
     void Start();
+    void StartAgain();
     std::optional<NamedChannels> ChannelsOfHeader();
     void TellLoudspeakers();
     void CheckComplete();

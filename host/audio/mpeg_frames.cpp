@@ -200,6 +200,11 @@ uint64_t MpegFrames::frames() const
     return all;
 }
 
+bool MpegFrames::gaveUp() const
+{
+    return streams_.empty() && skipped_ > kMostBefore;
+}
+
 // False: more bytes are needed.
 bool MpegFrames::Step(bool final)
 {
@@ -209,7 +214,7 @@ bool MpegFrames::Step(bool final)
         return StepOver(passed_, final);
     if (rest.size() < (final ? kHeader : 3 * kLargestFrame))
         return false;
-    if (streams_.empty() && skipped_ > kMostBefore) {
+    if (gaveUp()) {
         at_ = held_.size();
         return false;
     }

@@ -40,6 +40,8 @@ public:
     // The first, and each further one that begins with a note, if the first does. Empty where no frame is
     // found near the beginning.
     const std::vector<MpegStream> &streams() const { return streams_; }
+    // Whether no frame is found near the beginning, and none is looked for any longer.
+    bool gaveUp() const;
     // Whether there was a frame of another version, layer, rate or number of channels than the first.
     bool differ() const { return differ_; }
     // The frames of all streams.

@@ -39,7 +39,7 @@ MpegFrames FramesFrom(ByteStream &file, uint64_t start)
             throw Interrupted();
         Check(file.Read(block.data(), block.size(), got));
         frames.Take(std::span(block).first(got));
-    } while (got > 0);
+    } while (got > 0 && !frames.gaveUp());
     frames.Finish();
     return frames;
 }

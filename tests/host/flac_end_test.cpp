@@ -307,5 +307,26 @@ TEST_F(FlacReader, LooksAtStreamsOfOtherEncodersToo)
     }
 }
 
+// As a damaged file system leaves them. libFLAC's search for a frame fails there.
+TEST_F(FlacReader, GoesBackAndForthThoughZerosFollow)
+{
+    constexpr uint32_t kAllFrames = 20000;
+    const Sound sound = Noise(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 1, kAllFrames);
+    WriteSound(folder_ / "b.flac", sound);
+    WriteText(folder_ / "b.flac", ReadText(folder_ / "b.flac") + std::string(1'000'000, '\0'));
+    AudioReader reader(PathFromUtf8(folder_ / "b.flac"));
+    for (int i = 0; i < 2; ++i) {
+        std::vector<int16_t> samples(kAllFrames + 1);
+        ASSERT_EQ(reader.Read(samples.data(), kAllFrames + 1), kAllFrames);
+        for (uint32_t frame = 0; frame < kAllFrames; ++frame)
+            ASSERT_EQ(samples[frame], sound.samples[frame] >> 16) << frame;
+        reader.Rewind();
+    }
+    const uint32_t first = reader.TrySeek(kAllFrames / 2) ? kAllFrames / 2 : 0;
+    int16_t sample = 0;
+    ASSERT_EQ(reader.Read(&sample, 1), 1u);
+    EXPECT_EQ(sample, sound.samples[first] >> 16);
+}
+
 } // namespace
 } // namespace tonekit::host::test

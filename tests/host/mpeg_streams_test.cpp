@@ -123,6 +123,26 @@ TEST(MpegFrames, AreFollowedThroughTags)
     }
 }
 
+// A file of any size that holds something else isn't read to its end.
+TEST(MpegFrames, AreNotLookedForFarFromTheBeginning)
+{
+    const std::string zeros(size_t{4} << 20, '\0');
+    MemoryBytes file({reinterpret_cast<const unsigned char *>(zeros.data()), zeros.size()});
+    EXPECT_TRUE(StreamsOfMpeg(file, 0).starts.empty());
+    uint64_t place = 0;
+    EXPECT_FALSE(file.Tell(place));
+    EXPECT_LE(place, 256u << 10);
+
+    const std::string late = zeros.substr(0, 60000) + SomeFrames(3) + zeros;
+    EXPECT_FALSE(FramesOf(late, 1000).gaveUp());
+    EXPECT_TRUE(FramesOf(zeros, 1000).gaveUp());
+    // A tag of any size may come before them.
+    const std::string tag =
+        "ID3\4" + std::string(2, '\0') + std::string("\0\x40\0\0", 4) + zeros.substr(0, 1 << 20);
+    EXPECT_FALSE(FramesOf(tag, 1000).gaveUp());
+    EXPECT_EQ(FramesOf(tag + SomeFrames(3), 1000).frames(), 3u);
+}
+
 TEST(MpegFrames, KeepTheirNumberOfStreamsWithinBounds)
 {
     const std::string one = NoteFrame("Info" + Big32(1) + Big32(1)) + SomeFrames(1);
