@@ -4,6 +4,7 @@
 #include "host/audio/time_text.h"
 #include "host/name_template.h"
 #include "host/processing/level.h"
+#include "host/system/terminal_text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -114,6 +115,8 @@ void SetTag(Options &options, const std::string &text)
     const size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0)
         throw UsageError("must have the form KEY=VALUE");
+    if (!IsUtf8(text))
+        throw UsageError("must be well-formed UTF-8");
     const std::string key = text.substr(0, equals);
     std::erase_if(options.set, [&](const auto &earlier) { return EqualKeys(earlier.first, key); });
     options.set.emplace_back(key, text.substr(equals + 1));

@@ -138,6 +138,11 @@ private:
                              std::string(audioOption_->name) + " out");
         if (options_.raw && options_.command == Command::ExtractCover)
             throw UsageError("--raw says that there are only samples: --extract-cover finds nothing in them");
+        if (options_.command != Command::Convert && !EndsEarly() &&
+            (options_.inPlace || !options_.set.empty() || options_.cover || options_.chapters))
+            throw UsageError(
+                "--info and --extract-cover change nothing: leave --in-place, --set, --cover and "
+                "--chapters out");
         const bool changesTags = !options_.tags || !options_.set.empty() || options_.cover ||
                                  options_.coverSize != 0 || options_.chapters || options_.cue ||
                                  options_.replayGain;

@@ -59,6 +59,17 @@ std::string Escaped(uint32_t code)
 
 } // namespace
 
+bool IsUtf8(const std::string &text)
+{
+    for (size_t i = 0; i < text.size();) {
+        const Character character = First(text, i);
+        if (character.bytes == 0)
+            return false;
+        i += character.bytes;
+    }
+    return true;
+}
+
 std::string TerminalText(const std::string &text, bool lines)
 {
     std::string shown;

@@ -14,6 +14,9 @@ std::string TerminalText(const std::string &text, bool lines = false);
 // The text with an underscore in the place of each such character or byte.
 std::string WithoutOrders(const std::string &text);
 
+// Whether a text is well-formed UTF-8.
+bool IsUtf8(const std::string &text);
+
 // The columns that a text takes on a terminal: East Asian characters and pictures take two, marks that join
 // the character before them none.
 size_t ColumnsOf(const std::string &text);

@@ -2,31 +2,17 @@
 #include "host/tags/cue_sheet.h"
 
 #include "host/system/failure.h"
+#include "host/tags/file_text.h"
 
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <optional>
 #include <sstream>
-#include <tstring.h>
 
 namespace tonekit::host {
 
 namespace {
-
-// Text as UTF-8, whatever it came as.
-std::string AsUtf8(const std::string &bytes)
-{
-    if (bytes.starts_with("\xEF\xBB\xBF"))
-        return bytes.substr(3);
-    const TagLib::ByteVector data(bytes.data(), static_cast<unsigned>(bytes.size()));
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
-        return TagLib::String(data, TagLib::String::UTF16).to8Bit(true);
-    const TagLib::String text(data, TagLib::String::UTF8);
-    if (text.to8Bit(true) == bytes)
-        return bytes;
-    return TagLib::String(data, TagLib::String::Latin1).to8Bit(true);
-}
 
 std::string Lower(std::string text)
 {
@@ -178,7 +164,7 @@ private:
 
 CueSheet ParseCueSheet(const std::string &bytes, const std::string &name)
 {
-    return Parser(name).Run(AsUtf8(bytes));
+    return Parser(name).Run(TextOfFile(bytes));
 }
 
 std::vector<CueTrack> TracksOf(const CueSheet &sheet, const std::string &audio, const std::string &name)

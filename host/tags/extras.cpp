@@ -7,6 +7,7 @@
 #include "host/system/paths.h"
 #include "host/system/platform.h"
 #include "host/tags/cover.h"
+#include "host/tags/file_text.h"
 #include "host/tags/file_tracks.h"
 
 #include <algorithm>
@@ -56,14 +57,11 @@ std::string ReadSmallFile(const std::string &name)
     return std::string(bytes.begin(), bytes.end());
 }
 
-std::vector<Chapter> ParseChapters(const std::string &text, const std::string &name)
+std::vector<Chapter> ParseChapters(const std::string &bytes, const std::string &name)
 {
     std::vector<Chapter> chapters;
-    std::istringstream lines(text);
+    std::istringstream lines(TextOfFile(bytes));
     std::string line;
-    // Some editors put a byte order mark before UTF-8.
-    if (text.starts_with("\xEF\xBB\xBF"))
-        lines.ignore(3);
     for (int number = 1; std::getline(lines, line); ++number) {
         const size_t start = line.find_first_not_of(" \t\r");
         if (start == std::string::npos || line[start] == '#')

@@ -23,7 +23,7 @@ std::string ReadSmallFile(const std::string &name);
 
 // A line for each chapter: a start time (seconds, minutes:seconds or hours:minutes:seconds, with a fraction),
 // blanks and a name that may be missing. Empty lines and lines that begin with # are ignored. Throws
-// Failure, with `name` and the line in front.
-std::vector<Chapter> ParseChapters(const std::string &text, const std::string &name);
+// Failure, with `name` and the line in front. The bytes are a text as TextOfFile knows them.
+std::vector<Chapter> ParseChapters(const std::string &bytes, const std::string &name);
 
 } // namespace tonekit::host

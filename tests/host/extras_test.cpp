@@ -34,6 +34,20 @@ TEST(ChapterFile, MayBeginWithAByteOrderMark)
               5 * kSecond);
 }
 
+// As editors of other systems write them.
+TEST(ChapterFile, MayBeInLatin1OrUtf16)
+{
+    using namespace std::string_literals;
+    EXPECT_EQ(ParseChapters("0 J\xFCrgen\n", "c").at(0).name, "J\u00fcrgen");
+    EXPECT_EQ(ParseChapters("0 J\u00fcrgen\n", "c").at(0).name, "J\u00fcrgen");
+    EXPECT_EQ(ParseChapters("\xFF\xFE"
+                            "0\0 \0\xFC\0\n\0"s,
+                            "c")
+                  .at(0)
+                  .name,
+              "\u00fc");
+}
+
 TEST(ChapterFile, MistakesAreNamedByLine)
 {
     const auto mistake = [](const std::string &text) {

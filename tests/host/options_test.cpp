@@ -106,7 +106,19 @@ TEST(Options, MistakesAreNamed)
               "--quality must be one of: normal, high, very-high, best, not 'bad'");
     EXPECT_EQ(MistakeIn({"--hdcd-gain", "7", "a", "b"}),
               "--hdcd-gain must be a whole number from 0 to 6, not '7'");
+    for (const std::vector<std::string> &change : std::vector<std::vector<std::string>>{
+             {"--in-place"}, {"--set", "A=b"}, {"--cover", "c.jpg"}, {"--chapters", "c.txt"}}) {
+        std::vector<std::string> arguments = {"--info", "a"};
+        arguments.insert(arguments.end(), change.begin(), change.end());
+        EXPECT_EQ(MistakeIn(arguments), "--info and --extract-cover change nothing: leave --in-place, --set, "
+                                        "--cover and --chapters out");
+    }
     EXPECT_EQ(MistakeIn({"--set", "=x", "a", "b"}), "--set must have the form KEY=VALUE, not '=x'");
+    // As a shell with another encoding sends it. Such a tag would be lost, and with it the one that was
+    // there.
+    EXPECT_EQ(MistakeIn({"--set", "TITLE=J\xFCrgen", "a", "b"}),
+              "--set must be well-formed UTF-8, not 'TITLE=J\xFCrgen'");
+    EXPECT_EQ(MistakeIn({"--set", "K\xC3=v", "a", "b"}), "--set must be well-formed UTF-8, not 'K\xC3=v'");
     EXPECT_NE(MistakeIn({"-j", "0", "a", "b"}), "");
     EXPECT_NE(MistakeIn({"a", ""}), "");
     EXPECT_NE(MistakeIn({"a"}), "");

@@ -13,6 +13,16 @@ TEST(TerminalText, LeavesOrdinaryTextAlone)
     EXPECT_EQ(TerminalText(""), "");
 }
 
+TEST(TerminalText, KnowsWellFormedUtf8)
+{
+    for (const char *const text :
+         {"", "a", "\n", "\xC3\xBC", "\xE6\x97\xA5", "\xF0\x9F\x8E\xB5x", "\xED\x9F\xBF"})
+        EXPECT_TRUE(IsUtf8(text)) << text;
+    for (const char *const text :
+         {"\xFC", "a\xC3", "\xC3x", "\x80", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE6\x97"})
+        EXPECT_FALSE(IsUtf8(text)) << text;
+}
+
 TEST(TerminalText, EscapesControlCharacters)
 {
     EXPECT_EQ(TerminalText("a\nb\tc\rd\x1B[2J\x7F"), "a\\nb\\tc\\rd\\x1b[2J\\x7f");
