@@ -41,6 +41,7 @@ int ReadBytes(void *opaque, uint8_t *buffer, int size)
         uint64_t place = 0;
         input.Note(input.stream().Tell(place));
         input.Note(input.stream().Read(buffer, static_cast<size_t>(size), got));
+        input.CountTags(place, buffer, got);
         input.HideBoxes(place, buffer, got);
     } catch (const std::bad_alloc &) {
         return AVERROR(ENOMEM);
@@ -123,17 +124,34 @@ void LibavInput::Note(const std::error_code &error)
 // libavformat compares each tag with all before, and keeps all pictures.
 bool LibavInput::Allows(size_t bytes)
 {
-    constexpr int kMostTags = 8192;
+    constexpr size_t kMostTags = 8192;
     if (!opening_)
         return true;
     if (bytes > bytesLeft_)
         tooMuch_ = "what comes before its audio needs too much memory (--memory allows more)";
-    else if (context_ && Libav().av_dict_count(context_->metadata) > kMostTags)
+    else if (tags_ > kMostTags ||
+             (context_ && Libav().av_dict_count(context_->metadata) > static_cast<int>(kMostTags)))
         tooMuch_ = "holds more tags than a file may have";
     if (tooMuch_)
         return false;
     bytesLeft_ -= bytes;
     return true;
+}
+
+// Those of Matroska are in no dictionary before all of the header was read. Sound that looks like a tag is
+// rare: two bytes in 64 KiB.
+void LibavInput::CountTags(uint64_t place, const unsigned char *bytes, size_t count)
+{
+    const std::string_view text(reinterpret_cast<const char *>(bytes), count);
+    if (!opening_)
+        return;
+    if (place == 0)
+        isMatroska_ = text.starts_with("\x1A\x45\xDF\xA3");
+    if (!isMatroska_)
+        return;
+    constexpr std::string_view kTag = "\x67\xC8";
+    for (size_t at = text.find(kTag); at != text.npos; at = text.find(kTag, at + kTag.size()))
+        ++tags_;
 }
 
 void LibavInput::HideBoxes(uint64_t place, unsigned char *bytes, size_t count) const

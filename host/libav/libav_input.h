@@ -38,6 +38,8 @@ public:
     void Note(const std::error_code &error);
     // Whether libavformat may read so many bytes more while it opens the file.
     bool Allows(size_t bytes);
+    // Counts the tags of Matroska in bytes that were read at a place while the file is opened.
+    void CountTags(uint64_t place, const unsigned char *bytes, size_t count);
     // Puts what hides boxes into bytes that were read at a place.
     void HideBoxes(uint64_t place, unsigned char *bytes, size_t count) const;
 
@@ -55,6 +57,8 @@ private:
     std::error_code error_;
     bool opening_ = true;
     uint64_t bytesLeft_; // for what comes before the audio
+    bool isMatroska_ = false;
+    size_t tags_ = 0;
     const char *tooMuch_ = nullptr;
     std::vector<HiddenBox> hidden_;
 };

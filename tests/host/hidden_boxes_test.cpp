@@ -186,6 +186,36 @@ TEST_F(LongLists, OfSoundAreNoTags)
     EXPECT_GT(ReadText(folder / "a.wav").size(), 10000000u);
 }
 
+// All of them took twelve seconds of a processor.
+TEST_F(LongLists, OfMatroskasTagsAreRefused)
+{
+    const test::Sound sound = test::Noise(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2, 20001);
+    test::WriteCoded(folder / "plain.mka", sound, {"matroska", "flac", 16});
+    const std::string plain = ReadText(folder / "plain.mka");
+    const size_t segment = plain.find("\x18\x53\x80\x67");
+    const size_t cluster = plain.find("\x1F\x43\xB6\x75");
+    ASSERT_LT(segment, cluster);
+    ASSERT_LT(cluster, plain.size());
+    const auto withTags = [&](int count) {
+        std::string tags;
+        for (int i = 0; i < count; ++i)
+            tags += "\x67\xC8\x8E\x45\xA3\x85" + std::to_string(10000 + i) + "\x44\x87\x83" + "abc";
+        tags =
+            "\x12\x54\xC3\x67\x01" + Big(tags.size() + 10, 7) + "\x73\x73\x01" + Big(tags.size(), 7) + tags;
+        std::string file = plain;
+        file.insert(cluster, tags);
+        return file.replace(segment + 4, 8, "\x01" + Big(file.size() - segment - 12, 7));
+    };
+    WriteText(folder / "some.mka", withTags(4000));
+    EXPECT_EQ(RunHost({"-q", folder / "some.mka", folder / "a.wav"}).err, "");
+    EXPECT_NE(RunHost({"--info", folder / "some.mka"}).out.find("13999"), std::string::npos);
+    WriteText(folder / "many.mka", withTags(50000));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunHost({"-q", folder / "many.mka", folder / "a.wav"}).err,
+              "tonekit-convert: " + folder / "many.mka" + ": holds more tags than a file may have\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(6));
+}
+
 TEST_F(LongLists, OfTagsInAPipeAreRefused)
 {
     std::string tags;
