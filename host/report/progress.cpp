@@ -23,21 +23,26 @@ Progress::Progress(ProgressView &view, const std::vector<ProgressFile> &files)
     }
 }
 
-void Progress::Advance(Part &part, double done, double audioSeconds)
+void Progress::Advance(size_t index, double done, double audioSeconds)
 {
+    Part &part = parts_[index];
     done = std::clamp(done, 0.0, 1.0);
+    // A file that waits for the rest of its album is done, but for its tags.
+    if (done < 1)
+        inWork_.insert(index);
+    else
+        inWork_.erase(index);
     doneWeight_ += (done - part.done) * part.weight;
     audioSeconds_ += audioSeconds - part.audioSeconds;
     part.done = done;
     part.audioSeconds = audioSeconds;
-    part.begun = true;
 }
 
 void Progress::Report(size_t index, double done, double audioSeconds)
 {
     const auto now = std::chrono::steady_clock::now();
     const std::lock_guard<std::mutex> lock(mutex_);
-    Advance(parts_[index], done, audioSeconds);
+    Advance(index, done, audioSeconds);
     if (now < nextShow_)
         return;
     nextShow_ = now + kInterval;
@@ -47,8 +52,7 @@ void Progress::Report(size_t index, double done, double audioSeconds)
 void Progress::Finish(size_t index, const ConversionReport &report)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    Advance(parts_[index], 1, report.error.empty() ? report.input.Seconds() : 0);
-    parts_[index].finished = true;
+    Advance(index, 1, report.error.empty() ? report.input.Seconds() : 0);
     ++finished_;
     view_.ShowFinished(index, report);
     Show();
@@ -62,11 +66,8 @@ void Progress::Show()
     state.done = finished_ == parts_.size() ? 1 : doneWeight_ / totalWeight_;
     state.audioSeconds = audioSeconds_;
     state.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-    for (const Part &part : parts_) {
-        // A file that waits for the rest of its album is done, but for its tags.
-        if (part.begun && !part.finished && part.done < 1)
-            state.inWork.push_back({part.name, part.done});
-    }
+    for (const size_t index : inWork_)
+        state.inWork.push_back({parts_[index].name, parts_[index].done});
     view_.Show(state);
 }
 

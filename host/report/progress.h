@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,11 +33,9 @@ private:
         double weight = 0;
         double done = 0;
         double audioSeconds = 0;
-        bool begun = false;
-        bool finished = false;
     };
 
-    void Advance(Part &part, double done, double audioSeconds);
+    void Advance(size_t index, double done, double audioSeconds);
     void Show();
 
     ProgressView &view_;
@@ -44,6 +43,7 @@ private:
     std::mutex mutex_; // of what follows
     std::chrono::steady_clock::time_point nextShow_;
     std::vector<Part> parts_;
+    std::set<size_t> inWork_; // of parts_, few of many
     double totalWeight_ = 0;
     double doneWeight_ = 0;
     double audioSeconds_ = 0;

@@ -3,6 +3,7 @@
 #include "host/report/progress_json.h"
 #include "host/report/report.h"
 
+#include <ctime>
 #include <gtest/gtest.h>
 #include <utility>
 
@@ -44,6 +45,45 @@ TEST(Progress, IsShownAtOnceAndThenNotTooOften)
         progress.Report(0, i / 100.0, i);
     EXPECT_LT(notes.states.size(), 20u);
     EXPECT_GE(notes.states.size(), 1u);
+}
+
+// Those in work are shown in the order of the list, until they are done.
+TEST(Progress, ShowsTheFilesInWork)
+{
+    Notes notes;
+    Progress progress(notes, {{"a", 1}, {"b", 1}, {"c", 1}, {"d", 1}});
+    const auto shown = [&] {
+        std::string names;
+        for (const auto &file : notes.states.back().inWork)
+            names += file.name;
+        return names;
+    };
+    progress.Report(2, 0.5, 1);
+    progress.Report(0, 0, 0);
+    progress.Report(3, 0, 0);
+    progress.Report(1, 1, 2);
+    progress.Finish(3, {});
+    EXPECT_EQ(shown(), "ac");
+    progress.Finish(1, {});
+    progress.Finish(2, {});
+    EXPECT_EQ(shown(), "a");
+}
+
+// With a look at all files at the end of each, these would take half a minute.
+TEST(Progress, OfAHundredThousandFilesTakesLinearTime)
+{
+    class Nothing : public ProgressView {
+        void Show(const ProgressState &) override {}
+        void ShowFinished(size_t, const ConversionReport &) override {}
+    } nothing;
+    constexpr size_t kFiles = 100000;
+    Progress progress(nothing, std::vector<ProgressFile>(kFiles));
+    const std::clock_t start = std::clock();
+    for (size_t i = 0; i < kFiles; ++i) {
+        progress.Report(i, 0, 0);
+        progress.Finish(i, {});
+    }
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 5);
 }
 
 TEST(Progress, EndsWithAllFinishedFailedOnesToo)
