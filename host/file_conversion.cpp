@@ -3,6 +3,7 @@
 
 #include "host/audio/audio_writer.h"
 #include "host/audio/completeness.h"
+#include "host/audio/flac_sum.h"
 #include "host/input_changes.h"
 #include "host/libav/libav_files.h"
 #include "host/open_input.h"
@@ -254,6 +255,9 @@ private:
 
     void Encode()
     {
+        // The coder notes the sum of the same samples.
+        if (plan_.copySamples && plan_.container->kind == ContainerKind::Flac && !toStream_)
+            sum_ = source_.GiveSum();
         const std::unique_ptr<SampleWriter> writer = MakeWriter();
         ResultTaps taps(options_, plan_.target, writer.get(), ownThreads_);
         Pump(taps);
@@ -460,6 +464,8 @@ private:
                           " frames of " + NameOf(reader->format()) + " instead of " +
                           std::to_string(result.frames) + " of " + NameOf(result.format) +
                           ", so it is not kept");
+        if (sum_ && reader->GiveSum() != sum_)
+            throw Failure(report_.input.path + ": " + kWrongSum);
     }
 
     void AddTags(const std::filesystem::path &written)
@@ -556,6 +562,7 @@ private:
     bool toStream_;                                       // standard output
     std::optional<std::vector<unsigned char>> beginning_; // of a stream, for its tags
     std::vector<SourceFile> files_;                       // that are joined
+    std::optional<Md5::Digest> sum_;                      // of the samples, in an input that is coded anew
     InputChanges changes_;
     std::optional<SafeOutput> output_;
     std::optional<SoundPicture> picture_; // that is asked for

@@ -374,6 +374,7 @@ void AudioReader::CheckComplete()
         named_ = ChannelsInHeader(stream_.file(), start);
         if (const std::optional<FlacForm> flac = FormOfFlac(stream_.file(), start))
             CheckFlac(*flac, EndOfFlac(*flac, stream_.file()));
+        wantedSum_ = sum_ = SumOfFlac(stream_.file(), start);
         CheckAfterSound(start);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
@@ -538,6 +539,8 @@ uint32_t AudioReader::Read(void *buffer, uint32_t frames)
         return 0;
     }
     position_ += static_cast<uint64_t>(got);
+    if (sum_)
+        sum_->Take(buffer, static_cast<uint32_t>(got), format_);
     if (vorbisOrder_)
         FromVorbisOrder(buffer, static_cast<uint32_t>(got), format_);
     if (!turns_.empty())
@@ -560,6 +563,27 @@ void AudioReader::CheckFlac(const FlacForm &form, const FlacEnd &end) const
         Fail(form.counted == 0 ? "the file is cut off, or holds something else after its audio"
                                : "its header counts " + std::to_string(form.counted) +
                                      " frames, but there are " + std::to_string(end.frames));
+}
+
+std::optional<Md5::Digest> AudioReader::GiveSum()
+{
+    if (!sum_ || sum_->bits() != BitsOf(format_.sample) || !turns_.empty() || position_ != 0)
+        return std::nullopt;
+    const Md5::Digest digest = sum_->expected();
+    sum_.reset();
+    wantedSum_.reset();
+    return digest;
+}
+
+// What was once right needn't be looked at again.
+void AudioReader::CheckSum()
+{
+    if (!sum_)
+        return;
+    if (!sum_->IsRight())
+        Fail(kWrongSum);
+    sum_.reset();
+    wantedSum_.reset();
 }
 
 void AudioReader::WarnOfStrayBytes(uint64_t bytes)
@@ -592,6 +616,7 @@ void AudioReader::CheckEnd()
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
     if (pipe())
         CheckPipeEnd();
+    CheckSum();
 }
 
 bool AudioReader::TrySeek(uint64_t frame)
@@ -601,6 +626,7 @@ bool AudioReader::TrySeek(uint64_t frame)
     const auto place = static_cast<sf_count_t>(frame);
     if (stream_.Call([&](SNDFILE *handle) { return sf_seek(handle, place, SEEK_SET); }) == place) {
         position_ = frame;
+        sum_.reset();
         return true;
     }
     if (position_ != 0)
@@ -615,6 +641,7 @@ void AudioReader::Rewind()
     if (pipe())
         Fail("can't be read twice");
     position_ = 0;
+    sum_ = wantedSum_;
     if (!starts_.empty()) {
         started_ = 0;
         StartLink();

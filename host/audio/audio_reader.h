@@ -3,6 +3,7 @@
 
 #include "host/audio/container.h"
 #include "host/audio/flac_end.h"
+#include "host/audio/flac_sum.h"
 #include "host/audio/frame_count.h"
 #include "host/audio/mpeg_frames.h"
 #include "host/audio/ogg_link.h"
@@ -52,6 +53,7 @@ public:
     TagKind tagKind() const override { return tagKind_; }
     bool lossy() const override { return lossy_; }
     std::vector<std::string> warnings() const override { return warnings_; }
+    std::optional<Md5::Digest> GiveSum() override;
 
     // Throws if the file ends before it should.
     uint32_t Read(void *buffer, uint32_t frames) override;
@@ -94,6 +96,7 @@ private:
     bool NextLink();
     void CheckLinks() const;
     void PrepareFlac();
+    void CheckSum();
     void CheckFlac(const FlacForm &form, const FlacEnd &end) const;
     void WarnOfStrayBytes(uint64_t bytes);
     void CheckAfterSound(uint64_t start);
@@ -114,11 +117,13 @@ private:
     TagKind tagKind_ = TagKind::None;
     std::optional<SoundEnd> end_; // of the samples in a pipe
     HeaderForm header_ = HeaderForm::AsItWas;
-    bool vorbisOrder_ = false;     // which only Ogg files have
-    std::optional<OggLink> link_;  // of one from a pipe
-    std::optional<FlacForm> flac_; // of a stream from a pipe
-    MpegFrames mpeg_;              // of a stream from a pipe
-    bool openMpeg_ = false;        // which counts no frames
+    bool vorbisOrder_ = false;         // which only Ogg files have
+    std::optional<OggLink> link_;      // of one from a pipe
+    std::optional<FlacSum> wantedSum_; // of FLAC, until it was once found right
+    std::optional<FlacSum> sum_;       // of what was read, if that is all since the first frame
+    std::optional<FlacForm> flac_;     // of a stream from a pipe
+    MpegFrames mpeg_;                  // of a stream from a pipe
+    bool openMpeg_ = false;            // which counts no frames
     std::unique_ptr<PatchedBytes> patched_;
     std::vector<std::string> warnings_;
     std::vector<uint64_t> starts_; // of the streams after one another in a file that has several

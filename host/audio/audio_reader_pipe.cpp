@@ -17,6 +17,7 @@ void AudioReader::PrepareFlac()
         uint64_t position = 0;
         pipe_->Tell(position);
         flac_ = FormOfFlac(*pipe_, stream_.start());
+        sum_ = SumOfFlac(*pipe_, stream_.start());
         if (flac_)
             pipe_->KeepTail(flac_->TailBytes());
         pipe_->SeekTo(position);

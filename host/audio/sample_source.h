@@ -3,11 +3,13 @@
 
 #include "host/audio/container.h"
 #include "host/audio/loudspeakers.h"
+#include "host/audio/md5.h"
 #include "host/audio/sample_format.h"
 #include "host/tags/tag_kind.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +49,9 @@ public:
     // What its user should know of it, a line for each with its name in front; mostly none. Of a pipe
     // complete at its end only.
     virtual std::vector<std::string> warnings() const { return {}; }
+    // The checksum that the file notes of all its samples as they are read; mostly none. After that it is for
+    // the caller to compare it; else the source does that itself.
+    virtual std::optional<Md5::Digest> GiveSum() { return std::nullopt; }
     // The files that it is joined of, each with the place that it had when it was last read; mostly none.
     virtual std::vector<SourceFile> files() const { return {}; }
     // The samples come from a coder that keeps no exact sample values.
