@@ -11,7 +11,6 @@ from __future__ import annotations
 import argparse
 import json
 import os
-import platform
 import resource
 import shutil
 import statistics
@@ -26,6 +25,9 @@ from typing import Any
 import numpy as np
 import tonekit
 from empty_archive import entries, simulated
+
+sys.path.append(str(Path(__file__).parents[1] / "programs"))
+from spent import processor
 
 Times = tuple[float, float | None]  # wall and processor seconds
 
@@ -159,8 +161,8 @@ def main() -> None:
     parser.add_argument("--entries", type=int, default=1_000_000)
     parser.add_argument("--json")
     arguments = parser.parse_args()
-    print(f"{platform.processor() or platform.machine()}, {os.cpu_count()} processors")
-    results: dict[str, Any] = {}
+    print(f"{processor()}, {os.cpu_count()} processors")
+    results: dict[str, Any] = {"processor": processor()}
     with tempfile.TemporaryDirectory(prefix="archives-") as name:
         folder = Path(name)
         if arguments.files:

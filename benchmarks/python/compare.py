@@ -15,6 +15,7 @@ import sys
 import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 from typing import NamedTuple
 
 import librosa
@@ -26,6 +27,9 @@ import soxr
 
 import tonekit
 from quality import QUALITY_HEADINGS, quality_of
+
+sys.path.append(str(Path(__file__).parents[1] / "programs"))
+from spent import processor
 
 
 class Seconds(NamedTuple):
@@ -149,11 +153,6 @@ def measure_memory(seconds: int, target: int) -> float:
     """MiB at the peak of a conversion beyond its input and output."""
     run = subprocess.run([sys.executable, "-c", _MEMORY, str(seconds), str(target)], capture_output=True, text=True, check=True)
     return int(run.stdout) / 2**20
-
-
-def processor() -> str:
-    with open("/proc/cpuinfo") as file:
-        return next((line.split(":")[1].strip() for line in file if line.startswith("model name")), platform.processor())
 
 
 def main() -> int:
