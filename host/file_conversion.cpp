@@ -125,7 +125,9 @@ public:
         }
         if (picture_)
             picture_->Write(report_);
-        if (!options_.inPlace)
+        if (options_.inPlace)
+            WarnOfOtherNames();
+        else
             WarnOfChanges();
         if (InterruptNoted())
             throw Interrupted();
@@ -489,6 +491,16 @@ private:
         transfer.albumLoudness = report_.albumLoudness;
         transfer.loudspeakers = plan_.loudspeakers;
         TransferTags(options_, extras_, transfer, report_.warnings);
+    }
+
+    // The successor of a file takes the place of one of its names.
+    void WarnOfOtherNames()
+    {
+        std::error_code error;
+        const uintmax_t names = std::filesystem::hard_link_count(job_.input, error);
+        if (!error && names > 1)
+            report_.warnings.push_back(report_.input.path +
+                                       ": the file has other names (hard links), which keep what it was");
     }
 
     void WarnOfChanges()

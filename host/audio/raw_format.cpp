@@ -4,6 +4,7 @@
 #include "host/command_line/option_values.h"
 #include "host/system/failure.h"
 
+#include <string_view>
 #include <vector>
 
 namespace tonekit::host {
@@ -45,6 +46,20 @@ std::vector<std::string> PartsOf(const std::string &text)
     return parts;
 }
 
+// Reads a value that is one of several.
+template <class Read>
+uint32_t Part(const std::string &name, const Read &read)
+{
+    constexpr std::string_view kOfAll = "must be ";
+    try {
+        return read();
+    } catch (const UsageError &error) {
+        const std::string_view what(error.what());
+        throw UsageError("must have, as " + name + ", " +
+                         std::string(what.starts_with(kOfAll) ? what.substr(kOfAll.size()) : what));
+    }
+}
+
 } // namespace
 
 RawFormat RawFormatInPart(const std::string &text)
@@ -54,8 +69,9 @@ RawFormat RawFormatInPart(const std::string &text)
     if (parts.size() > 3)
         throw UsageError("must have the form FORMAT,RATE,CHANNELS, such as s16le,44100,2");
     SetSample(format, parts[0]);
-    format.audio.rate = parts.size() > 1 ? Rate(parts[1]) : 0;
-    format.audio.channels = parts.size() > 2 ? Number(parts[2], 1, kMostChannels) : 0;
+    format.audio.rate = parts.size() > 1 ? Part("RATE", [&] { return Rate(parts[1]); }) : 0;
+    format.audio.channels =
+        parts.size() > 2 ? Part("CHANNELS", [&] { return Number(parts[2], 1, kMostChannels); }) : 0;
     return format;
 }
 

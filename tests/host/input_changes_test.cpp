@@ -113,6 +113,20 @@ TEST_F(InputChangesTest, ThatRemoveTheFileAreKept)
     EXPECT_EQ(folder_.Names(), std::vector<std::string>{"b.wav"});
 }
 
+// The other names of a file don't follow it.
+TEST_F(InputChangesTest, OfOneNameOfSeveralAreToldOfTheOthers)
+{
+    const std::vector<std::string> arguments = {"--in-place", "--set", "TITLE=New", folder_ / "a.wav"};
+    EXPECT_EQ(Convert(arguments, [] {}).warnings, std::vector<std::string>());
+    const std::string before = ReadText(folder_ / "a.wav");
+    fs::create_hard_link(PathFromUtf8(folder_ / "a.wav"), PathFromUtf8(folder_ / "c.wav"));
+    EXPECT_EQ(Convert({"--in-place", "--set", "TITLE=Newer", folder_ / "a.wav"}, [] {}).warnings,
+              std::vector<std::string>{NameOf("a.wav") +
+                                       ": the file has other names (hard links), which keep what it was"});
+    EXPECT_EQ(ReadText(folder_ / "c.wav"), before);
+    EXPECT_NE(ReadText(folder_ / "a.wav"), before);
+}
+
 TEST_F(InputChangesTest, AreAWarningOfAConversion)
 {
     const std::string warning = NameOf("a.wav") +

@@ -106,6 +106,11 @@ TEST(Options, MistakesAreNamed)
               "--quality must be one of: normal, high, very-high, best, not 'bad'");
     EXPECT_EQ(MistakeIn({"--hdcd-gain", "7", "a", "b"}),
               "--hdcd-gain must be a whole number from 0 to 6, not '7'");
+    EXPECT_EQ(
+        MistakeIn({"--raw", "s16le,0,2", "a", "b"}),
+        "--raw must have, as RATE, a rate from 1000 to 1536000 Hz, such as 48000 or 44.1k, not 's16le,0,2'");
+    EXPECT_EQ(MistakeIn({"--raw-output", "s16le,8000,9", "a", "b"}),
+              "--raw-output must have, as CHANNELS, a whole number from 1 to 8, not 's16le,8000,9'");
     for (const std::vector<std::string> &change : std::vector<std::vector<std::string>>{
              {"--in-place"}, {"--set", "A=b"}, {"--cover", "c.jpg"}, {"--chapters", "c.txt"}}) {
         std::vector<std::string> arguments = {"--info", "a"};
