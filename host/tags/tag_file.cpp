@@ -3,6 +3,7 @@
 
 #include "host/system/failure.h"
 #include "host/system/memory_limit.h"
+#include "host/tags/ape_size.h"
 #include "host/tags/mp4_tags.h"
 
 #include <aifffile.h>
@@ -127,7 +128,8 @@ void TagFile::Open()
         }
         stream_.seek(0, TagLib::IOStream::Beginning);
     }
-    if (HasOddSize(stream_))
+    const bool mayEndInApe = kind_ == TagKind::Mpeg || kind_ == TagKind::WavPack || kind_ == TagKind::Ape;
+    if (HasOddSize(stream_) || (mayEndInApe && !stream_.readOnly() && HasOddApeSize(stream_)))
         return;
     if (kind_ == TagKind::Mp4) {
         boxes_ = LookAtMp4Boxes(stream_);
