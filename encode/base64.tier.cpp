@@ -189,25 +189,12 @@ struct Base64 {
 #endif
 };
 
-#if defined(__AVX2__)
-using Block = __m256i;
-#else
-using Block = __m128i;
-#endif
-constexpr size_t kBlock = sizeof(Block);
-
-// An aligned block lies within one page, and reading one that holds some of the text touches no page that the
-// text does not touch. A sanitizer can't know that.
-__attribute__((no_sanitize("address", "thread"))) inline Block LoadAligned(const char *block)
-{
-    return *reinterpret_cast<const Block *>(block);
-}
-
 #if defined(__SSSE3__)
 
-inline Block Outside(Block characters)
+// The characters outside the alphabet, bit by bit.
+inline uint32_t OutsideIn16(const char *text)
 {
-    return Base64::Outside(characters);
+    return ByteMask(Base64::Outside(Load128(text)));
 }
 
 #else
@@ -220,46 +207,52 @@ inline __m128i InRange(__m128i characters, char first, char last)
     return _mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(126 - (last - first))));
 }
 
-// All ones for each character that isn't of the alphabet.
-inline Block Outside(Block characters)
+inline uint32_t OutsideIn16(const char *text)
 {
+    const __m128i characters = Load128(text);
     const __m128i letters = InRange(_mm_or_si128(characters, _mm_set1_epi8(0x20)), 'a', 'z');
     const __m128i slashOrDigits = InRange(characters, '/', '9');
     const __m128i plus = _mm_cmpeq_epi8(characters, _mm_set1_epi8('+'));
-    return AndNot(Or(Or(letters, slashOrDigits), plus), _mm_set1_epi8(-1));
+    return ByteMask(_mm_or_si128(_mm_or_si128(letters, slashOrDigits), plus)) ^ 0xFFFF;
 }
 
 #endif
 
-// Passes pairs of blocks up to one that has another character, if a pair is aligned here.
-inline const char *PassPairs(const char *at)
+inline size_t FirstOf(uint32_t bits)
 {
-    if (reinterpret_cast<uintptr_t>(at) % (2 * kBlock) != 0)
-        return at;
-    while (ByteMask(Or(Outside(LoadAligned(at)), Outside(LoadAligned(at + kBlock)))) == 0)
-        at += 2 * kBlock;
+    return static_cast<size_t>(__builtin_ctz(bits));
+}
+
+// How many characters of the alphabet the text begins with.
+inline size_t LeadingSymbols(const char *text, size_t length)
+{
+    size_t at = 0;
+#if defined(__AVX2__)
+    for (; length - at >= 64; at += 64) {
+        const __m256i first = Base64::Outside(Load256(text + at));
+        const __m256i second = Base64::Outside(Load256(text + at + 32));
+        if (ByteMask(Or(first, second)) != 0)
+            break;
+    }
+#endif
+    for (; length - at >= 16; at += 16)
+        if (const uint32_t outside = OutsideIn16(text + at))
+            return at + FirstOf(outside);
+    if (at < length && length >= 16) {
+        const uint32_t outside = OutsideIn16(text + length - 16); // none of those seen before
+        return outside != 0 ? length - 16 + FirstOf(outside) : length;
+    }
+    while (at < length && IsSymbol(text[at]))
+        ++at;
     return at;
 }
 
-// How many characters of the alphabet the text begins with. The terminator is none.
-inline size_t LeadingSymbols(const char *text)
+inline bool AllSymbolsOrPadding(const char *text, size_t length)
 {
-    const size_t from = reinterpret_cast<uintptr_t>(text) % kBlock;
-    const char *at = text - from;
-    uint32_t outside = ByteMask(Outside(LoadAligned(at))) >> from << from;
-    while (outside == 0) {
-        at = PassPairs(at + kBlock);
-        outside = ByteMask(Outside(LoadAligned(at)));
-    }
-    return static_cast<size_t>(at - text) + static_cast<size_t>(__builtin_ctz(outside));
-}
-
-// Where characters of the alphabet and padding end.
-inline const char *EndOfSymbolsOrPadding(const char *text)
-{
-    while (*text == '=' || IsSymbol(*text))
-        ++text;
-    return text;
+    for (size_t i = 0; i < length; ++i)
+        if (text[i] != '=' && !IsSymbol(text[i]))
+            return false;
+    return true;
 }
 
 // One or two bytes: two or three characters, and padding up to four.
@@ -311,11 +304,10 @@ TONEKIT_BODY(BASE64Decode, uint32_t, (const char *text, void **data, uint32_t *l
 {
     if (!text || !*text)
         return kRefused;
-    const size_t symbols = LeadingSymbols(text);
-    const char *const end = EndOfSymbolsOrPadding(text + symbols);
-    if (*end != 0 || symbols / 4 * 3 > 0xFFFFFFFD)
+    const size_t textLength = __builtin_strlen(text);
+    const size_t symbols = LeadingSymbols(text, textLength);
+    if (!AllSymbolsOrPadding(text + symbols, textLength - symbols) || symbols / 4 * 3 > 0xFFFFFFFD)
         return kRefused;
-    const auto textLength = static_cast<size_t>(end - text);
     auto *const result = static_cast<uint8_t *>(Allocate(textLength * 6 / 8 + 16));
     const size_t taken = DecodeGroups<Base64>(text, symbols, result);
     const size_t whole = taken / kGroupCharacters * kGroupBytes;
