@@ -50,7 +50,7 @@ public:
     Batch(const Options &options, const Extras &extras, const std::vector<Job> &jobs, Console &console,
           ProgressView &view)
         : options_(options), extras_(extras), jobs_(jobs), console_(console), reports_(jobs.size()),
-          pending_(jobs.size()), interrupted_(jobs.size()),
+          pending_(jobs.size()), interrupted_(jobs.size()), noMemory_(jobs.size()), untold_(jobs.size()),
           workers_(std::min<size_t>(options.jobs.value_or(cores_), jobs.size())), finished_(jobs.size()),
           progress_(view, ProgressFiles(jobs))
     {
@@ -73,6 +73,11 @@ public:
                 // The system starts no more: those that there are do all the work.
             }
             Work();
+        }
+        // The memory of the others is there now.
+        for (size_t i = 0; i < jobs_.size(); ++i) {
+            if (untold_[i])
+                Tell(i);
         }
         // After an interrupt there are finished files after unfinished ones.
         for (size_t i = reported_; i < jobs_.size(); ++i) {
@@ -139,7 +144,8 @@ private:
             FinishAlbum(album->second);
     }
 
-    // Runs a step of one file's work, which may fail.
+    // Runs a step of one file's work, which may fail. Not even the end of memory leaves it as an exception,
+    // which would end the program in the midst of the other files.
     template <class Step>
     void Guarded(size_t index, const Step &step)
     {
@@ -149,9 +155,13 @@ private:
             // All threads see the same note; the caller reports it once.
             interrupted_[index] = true;
         } catch (const std::bad_alloc &) {
-            Fail(index, Utf8Name(jobs_[index].input) + ": not enough memory");
+            FailForMemory(index);
         } catch (const std::exception &error) {
-            Fail(index, error.what());
+            try {
+                Fail(index, error.what());
+            } catch (const std::bad_alloc &) {
+                FailForMemory(index);
+            }
         }
     }
 
@@ -162,12 +172,28 @@ private:
         pending_[index].reset();
         if (interrupted_[index])
             return;
-        progress_.Finish(index, reports_[index]);
-        Finish(index);
+        try {
+            Tell(index);
+        } catch (const std::bad_alloc &) {
+            untold_[index] = true;
+        }
     }
 
     // The last file of an album ends the work of all.
     void FinishAlbum(const Album &album)
+    {
+        std::optional<Loudness> loudness;
+        try {
+            loudness = LoudnessOf(album);
+        } catch (const std::bad_alloc &) {
+            for (const size_t index : album.members)
+                FailForMemory(index);
+        }
+        for (const size_t index : album.members)
+            FinishOne(index, loudness);
+    }
+
+    std::optional<Loudness> LoudnessOf(const Album &album) const
     {
         std::vector<const AlbumPart *> parts;
         Loudness loudness;
@@ -185,8 +211,15 @@ private:
             loudness.gain = AlbumPart::GainOf(parts);
         else
             loudness.peak.reset();
-        for (const size_t index : album.members)
-            FinishOne(index, parts.empty() ? std::nullopt : std::optional(loudness));
+        return parts.empty() ? std::nullopt : std::optional(loudness);
+    }
+
+    // The words for it take memory too; Tell finds them.
+    void FailForMemory(size_t index)
+    {
+        pending_[index].reset();
+        reports_[index] = {};
+        noMemory_[index] = true;
     }
 
     void Fail(size_t index, const std::string &error)
@@ -198,13 +231,22 @@ private:
         reports_[index].output.path = Utf8Name(jobs_[index].output);
     }
 
+    // Can be done again where memory ran out in the midst of it.
+    void Tell(size_t index)
+    {
+        if (noMemory_[index])
+            Fail(index, Utf8Name(jobs_[index].input) + ": not enough memory");
+        progress_.Finish(index, reports_[index]);
+        Finish(index);
+    }
+
     // Reports come in the order of the inputs, however the threads share the work.
     void Finish(size_t index)
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         finished_[index] = true;
-        while (reported_ < jobs_.size() && finished_[reported_])
-            Report(reported_++);
+        for (; reported_ < jobs_.size() && finished_[reported_]; ++reported_)
+            Report(reported_);
     }
 
     void Report(size_t index)
@@ -237,6 +279,8 @@ private:
     std::vector<ConversionReport> reports_;
     std::vector<std::unique_ptr<PendingFile>> pending_;
     std::vector<char> interrupted_; // not bool, of which several share a byte
+    std::vector<char> noMemory_;    // those that failed for want of it
+    std::vector<char> untold_;      // finished, but memory ran out before that was said
     const size_t workers_;          // files at a time, at most
     std::map<std::string, Album> albums_;
     std::shared_mutex memory_; // held by a file that needs all of it, shared by the others

@@ -32,6 +32,12 @@ std::vector<int> PlacesOf(uint32_t channels)
 AlbumPart::AlbumPart(const AudioFormat &format)
     : state_(ebur128_init(format.channels, format.rate, EBUR128_MODE_I))
 {
+    // Formats within its bounds it refuses for want of memory alone.
+    constexpr uint32_t kMostChannels = 64;
+    constexpr uint32_t kLeastRate = 16;
+    constexpr uint32_t kMostRate = 2'822'400;
+    if (!state_ && format.channels <= kMostChannels && format.rate >= kLeastRate && format.rate <= kMostRate)
+        throw std::bad_alloc();
     if (!state_)
         throw Failure("the loudness of an album can't be measured at " + std::to_string(format.rate) + " Hz");
     const std::vector<int> places = PlacesOf(format.channels);
@@ -42,7 +48,7 @@ AlbumPart::AlbumPart(const AudioFormat &format)
 void AlbumPart::Take(const double *samples, size_t frames)
 {
     if (ebur128_add_frames_double(state_.get(), samples, frames) != EBUR128_SUCCESS)
-        throw Failure("not enough memory to measure the loudness of an album");
+        throw std::bad_alloc();
 }
 
 std::optional<double> AlbumPart::GainOf(const std::vector<const AlbumPart *> &parts)

@@ -4,6 +4,7 @@
 #include "host/report/report.h"
 
 #include <algorithm>
+#include <new>
 
 namespace tonekit::host {
 
@@ -52,13 +53,26 @@ void Progress::Report(size_t index, double done, double audioSeconds)
 void Progress::Finish(size_t index, const ConversionReport &report)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (parts_[index].finished)
+        return;
     Advance(index, 1, report.error.empty() ? report.input.Seconds() : 0);
-    ++finished_;
     view_.ShowFinished(index, report);
+    parts_[index].finished = true;
+    ++finished_;
     Show();
 }
 
+// Work goes on where there isn't enough memory to show it.
 void Progress::Show()
+{
+    try {
+        view_.Show(State());
+    } catch (const std::bad_alloc &) {
+        // Later states replace this one.
+    }
+}
+
+ProgressState Progress::State() const
 {
     ProgressState state;
     state.files = parts_.size();
@@ -68,7 +82,7 @@ void Progress::Show()
     state.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     for (const size_t index : inWork_)
         state.inWork.push_back({parts_[index].name, parts_[index].done});
-    view_.Show(state);
+    return state;
 }
 
 } // namespace tonekit::host

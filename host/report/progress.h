@@ -25,6 +25,7 @@ public:
     // File `index` is in work, done to the part `done`, 0 to 1, and `audioSeconds` of it have gone through.
     // Shown some ten times a second at most, and at the end of each file.
     void Report(size_t index, double done, double audioSeconds);
+    // A file that has finished once doesn't finish again.
     void Finish(size_t index, const ConversionReport &report);
 
 private:
@@ -33,10 +34,12 @@ private:
         double weight = 0;
         double done = 0;
         double audioSeconds = 0;
+        bool finished = false;
     };
 
     void Advance(size_t index, double done, double audioSeconds);
     void Show();
+    ProgressState State() const;
 
     ProgressView &view_;
     const std::chrono::steady_clock::time_point start_;

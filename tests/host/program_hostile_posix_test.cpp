@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -129,6 +130,38 @@ TEST(Circumstances, ThreadsThatCantBeStartedAreNoFailure)
     EXPECT_EQ(outcome.err, "");
     for (int i = 0; i < 64; ++i)
         EXPECT_TRUE(fs::exists(folder / ("out/" + std::to_string(i) + ".wav")));
+}
+
+// What says that memory ran out takes memory too, while dozens of others take theirs.
+TEST_F(Failures, OfMemoryInABatchEndNoOtherFile)
+{
+#ifdef TONEKIT_SANITIZED
+    GTEST_SKIP() << "sanitizers need room of their own";
+#endif
+    std::vector<std::string> arguments = {"-j", "64", "-t", "flac"};
+    for (int i = 0; i < 80; ++i) {
+        arguments.push_back(folder / ("s" + std::to_string(i) + ".wav"));
+        fs::copy_file(folder / "good.wav", arguments.back());
+    }
+    arguments.push_back(folder / "out");
+    for (const unsigned long mebibytes : {80ul, 80ul, 100ul, 120ul, 120ul, 120ul, 150ul, 200ul}) {
+        fs::remove_all(folder / "out");
+        fs::create_directory(folder / "out");
+        const Outcome outcome = RunHostUnder({.memoryLimit = mebibytes << 20}, arguments);
+        size_t written = 0;
+        for (const auto &file : fs::directory_iterator(folder / "out")) {
+            EXPECT_NE(file.path().filename().string()[0], '.') << file.path();
+            ++written;
+        }
+        const auto failed = static_cast<size_t>(std::count(outcome.err.begin(), outcome.err.end(), '\n'));
+        EXPECT_EQ(outcome.status, failed == 0 ? 0 : 1) << mebibytes << outcome.err;
+        EXPECT_EQ(written + failed, 80u) << mebibytes << outcome.err;
+    }
+    arguments.insert(arguments.begin(), "--replaygain=album");
+    const Outcome albums = RunHostUnder({.memoryLimit = 120ul << 20}, arguments);
+    std::istringstream lines(albums.err);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_NE(line.find(": not enough memory"), std::string::npos) << line;
 }
 
 // libvorbis takes room for all samples of a call on the stack.
