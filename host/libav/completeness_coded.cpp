@@ -4,6 +4,8 @@
 #include "host/libav/mp4_length.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string_view>
 
 namespace tonekit::host {
 
@@ -93,37 +95,82 @@ uint64_t MissingFromCodedType(HeaderBytes &bytes)
     return 0;
 }
 
+namespace {
+
+uint64_t NumberIn(std::span<const unsigned char> bytes, size_t place, size_t count)
+{
+    uint64_t number = 0;
+    for (size_t i = count; i-- > 0;)
+        number = number << 8 | bytes[place + i];
+    return number;
+}
+
+} // namespace
+
 // Each block has a name, the size of what follows, a version, a byte each of place and count beyond 32 bits,
 // the count of all frames, its place and its frames. Blocks of more than two channels share a place; one
-// without frames holds other things.
+// without frames holds other things. Tags follow the last block.
+std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char, kHeader> header)
+{
+    constexpr std::string_view kName = "wvpk";
+    if (!std::equal(kName.begin(), kName.end(), header.begin())) {
+        ended_ = true;
+        return std::nullopt;
+    }
+    const uint64_t counted = NumberIn(header, 12, 4);
+    const uint64_t place = NumberIn(header, 16, 4);
+    const uint64_t held = NumberIn(header, 20, 4);
+    const bool first = held > 0 && frames_.counted == 0;
+    const uint64_t size = 8 + NumberIn(header, 4, 4);
+    if (size < kHeader || NumberIn(header, 10, 2) != 0 ||
+        (first && (counted == 0 || counted == UINT32_MAX))) {
+        ended_ = unknown_ = true;
+        return std::nullopt;
+    }
+    if (first)
+        frames_.counted = counted;
+    if (held > 0) {
+        if (first || place < last_) { // of another file after this one
+            before_ = frames_.held;
+            first_ = place;
+        }
+        last_ = place;
+        frames_.held = std::max(frames_.held, before_ + place - first_ + held);
+    }
+    return size;
+}
+
+void WavPackBlocks::Take(std::span<const unsigned char> bytes)
+{
+    while (!bytes.empty() && !ended_) {
+        const auto passed = static_cast<size_t>(std::min<uint64_t>(left_, bytes.size()));
+        left_ -= passed;
+        bytes = bytes.subspan(passed);
+        const size_t part = std::min(kHeader - have_, bytes.size());
+        std::copy_n(bytes.begin(), part, header_.begin() + static_cast<ptrdiff_t>(have_));
+        bytes = bytes.subspan(part);
+        have_ += part;
+        if (have_ < kHeader)
+            return;
+        have_ = 0;
+        left_ = TakeHeader(header_).value_or(kHeader) - kHeader;
+    }
+}
+
 WavPackFrames FramesOfWavPack(HeaderBytes &bytes)
 {
     constexpr int kMostBlocks = 1000000;
     uint64_t position = 0;
-    uint64_t first = 0;
-    WavPackFrames frames;
-    for (int i = 0; i < kMostBlocks; ++i) {
-        // Tags follow the last block.
-        if (!bytes.Has(position, "wvpk"))
-            return frames;
-        const uint64_t counted = bytes.Little(position + 12, 4);
-        const uint64_t place = bytes.Little(position + 16, 4);
-        const uint64_t held = bytes.Little(position + 20, 4);
-        if (!bytes.ok() || bytes.Little(position + 10, 2) != 0)
+    WavPackBlocks blocks;
+    std::array<unsigned char, WavPackBlocks::kHeader> header;
+    for (int i = 0; i < kMostBlocks && bytes.Has(position, "wvpk"); ++i) {
+        const bool whole = bytes.Fetch(position, header.data(), header.size());
+        const std::optional<uint64_t> size = whole ? blocks.TakeHeader(header) : std::nullopt;
+        if (!size)
             return {};
-        if (held > 0) {
-            if (frames.counted == 0 && (counted == 0 || counted == UINT32_MAX))
-                return {};
-            if (frames.counted == 0) {
-                frames.counted = counted;
-                first = place;
-            }
-            if (place >= first)
-                frames.held = std::max(frames.held, place - first + held);
-        }
-        position += 8 + bytes.Little(position + 4, 4);
+        position += *size;
     }
-    return {};
+    return bytes.Has(position, "wvpk") ? WavPackFrames() : blocks.frames();
 }
 
 } // namespace tonekit::host

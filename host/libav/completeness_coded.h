@@ -3,7 +3,11 @@
 
 #include "host/audio/header_bytes.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 
 namespace tonekit::host {
 
@@ -13,8 +17,34 @@ uint64_t MissingFromCodedType(HeaderBytes &bytes);
 
 struct WavPackFrames {
     uint64_t counted = 0; // by the first block, for the whole file
-    uint64_t held = 0;    // up to the end of the last block
+    uint64_t held = 0;    // up to the end of the last block, and in files that follow
 };
+
+// Follows the blocks of a WavPack stream as their bytes come, up to the first bytes that are none.
+class WavPackBlocks {
+public:
+    static constexpr size_t kHeader = 24;
+
+    // The bytes that follow those taken before.
+    void Take(std::span<const unsigned char> bytes);
+    // The header at which the next block begins. Returns the bytes of that; nothing if it is none, or says
+    // something else than what is looked for here.
+    std::optional<uint64_t> TakeHeader(std::span<const unsigned char, kHeader> header);
+    // Both are 0 if the first block counts none, and for other types.
+    WavPackFrames frames() const { return unknown_ ? WavPackFrames() : frames_; }
+
+private:
+    WavPackFrames frames_;
+    uint64_t before_ = 0; // frames of files before this one
+    uint64_t first_ = 0;  // the place of its first block
+    uint64_t last_ = 0;   // and of the last so far
+    std::array<unsigned char, kHeader> header_ = {};
+    size_t have_ = 0;   // of the header
+    uint64_t left_ = 0; // of the block, after the header
+    bool ended_ = false;
+    bool unknown_ = false;
+};
+
 // Both are 0 if the first block counts none, if the file is too long to be looked at, or for other types.
 // Throws std::system_error if the system fails.
 WavPackFrames FramesOfWavPack(HeaderBytes &bytes);

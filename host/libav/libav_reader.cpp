@@ -135,6 +135,7 @@ LibavReader::LibavReader(const std::filesystem::path &path, const std::string &s
 LibavReader::LibavReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName)
     : shownName_(shownName), pipe_(std::move(pipe))
 {
+    pipe_->Watch([this](std::span<const unsigned char> bytes) { wavPack_.Take(bytes); });
     Start();
     pipe_->KeepNoMore();
     if (link_)
@@ -167,13 +168,17 @@ void LibavReader::CheckFile()
             Fail(missing == 1
                      ? "the file is cut off"
                      : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
-        const WavPackFrames frames = FramesOfWavPack(bytes);
-        if (frames.held > frames.counted)
-            Fail("its header counts " + std::to_string(frames.counted) + " frames, but there are " +
-                 std::to_string(frames.held));
+        CheckWavPack(FramesOfWavPack(bytes));
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
+}
+
+void LibavReader::CheckWavPack(const WavPackFrames &frames) const
+{
+    if (frames.held > frames.counted)
+        Fail("its header counts " + std::to_string(frames.counted) + " frames, but there are " +
+             std::to_string(frames.held));
 }
 
 void LibavReader::Start()
@@ -501,6 +506,7 @@ void LibavReader::CheckEnd()
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
         CheckOggEnd(*pipe_, shownName_);
+        CheckWavPack(wavPack_.frames());
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "host/audio/ogg_link.h"
 #include "host/audio/sample_source.h"
+#include "host/libav/completeness_coded.h"
 #include "host/libav/libav_input.h"
 #include "host/system/pipe_input.h"
 #include "host/system/platform.h"
@@ -54,6 +55,7 @@ private:
     [[noreturn]] void Fail(const std::string &what) const;
     [[noreturn]] void FailDamaged(int error) const;
     void CheckFile();
+    void CheckWavPack(const WavPackFrames &frames) const;
     void Start();
     void StartInput(ByteStream &stream);
     void StartDecoder();
@@ -73,6 +75,7 @@ private:
     std::string shownName_;
     File file_;
     std::unique_ptr<PipeInput> pipe_;
+    WavPackBlocks wavPack_;       // of a pipe
     std::optional<OggLink> link_; // of Ogg, in which streams can follow one another
     std::unique_ptr<LibavInput> input_;
     std::unique_ptr<AVCodecContext, Release> decoder_;

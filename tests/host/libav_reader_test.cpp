@@ -372,7 +372,20 @@ TEST_F(LibavReader, RefusesWavPackThatIsLongerThanItSays)
                                        " frames, but there are 70000"),
                       std::string::npos)
                 << outcome.err;
+            const Outcome piped = RunHostOnPipes(bytes + "APETAGEX", {"-q", "-", "-t", "wav", "-"});
+            EXPECT_EQ(piped.status, 1);
+            EXPECT_NE(piped.err.find("standard input: its header counts " + std::to_string(counted) +
+                                     " frames, but there are 70000"),
+                      std::string::npos)
+                << piped.err;
         }
+        EXPECT_EQ(RunHostOnPipes(ReadText(folder / "in"), {"-q", "-", "-t", "wav", "-"}).status, 0);
+        const std::string blocks = ReadText(folder / "in").substr(0, bytes.find("APETAGEX"));
+        WriteText(folder / "twice", blocks + blocks);
+        EXPECT_NE(RunHost({folder / "twice", folder / "out.wav"})
+                      .err.find("counts 70000 frames, but there are 140000"),
+                  std::string::npos);
+        std::filesystem::remove(folder / "twice");
         bytes.replace(12, 4, "\xFF\xFF\xFF\xFF");
         WriteText(folder / "open", bytes);
         EXPECT_EQ(SamplesIfAny(folder / "open"), SamplesOf(folder / "in"));
@@ -408,7 +421,9 @@ TEST(WavPackFrames, AreCountedAndHeld)
         {WavPackBlock(9, 0, 4) + WavPackBlock(0, 0, 4, 3) + WavPackBlock(1, 4, 6) + "TAG", 9, 10},
         {WavPackBlock(5, 0, 0, 9) + WavPackBlock(9, 40, 4) + WavPackBlock(9, 44, 6) + WavPackBlock(9, 0, 0),
          9, 10},
-        {WavPackBlock(9, 40, 4) + WavPackBlock(9, 1, 20), 9, 4},
+        {WavPackBlock(9, 40, 4) + WavPackBlock(9, 1, 20), 9, 24},
+        {WavPackBlock(9, 0, 4) + WavPackBlock(9, 4, 5) + WavPackBlock(3, 0, 3), 9, 12},
+        {WavPackBlock(9, 0, 4) + WavPackBlock(9, 0, 4) + WavPackBlock(9, 4, 5), 9, 9},
         {WavPackBlock(0, 0, 4), 0, 0},
         {WavPackBlock(0, 0, 4).replace(12, 4, open), 0, 0},
         {large, 0, 0},
@@ -420,6 +435,13 @@ TEST(WavPackFrames, AreCountedAndHeld)
         const WavPackFrames frames = FramesOfWavPack(bytes);
         EXPECT_EQ(frames.counted, row.counted) << row.bytes.size();
         EXPECT_EQ(frames.held, row.held) << row.bytes.size();
+        for (const size_t part : {1u, 5u, 1000u}) { // as they come through a pipe
+            WavPackBlocks blocks;
+            for (size_t i = 0; i < file.size(); i += part)
+                blocks.Take(std::span(file).subspan(i, std::min(part, file.size() - i)));
+            EXPECT_EQ(blocks.frames().counted, row.counted) << row.bytes.size();
+            EXPECT_EQ(blocks.frames().held, row.held) << row.bytes.size();
+        }
     }
 }
 
