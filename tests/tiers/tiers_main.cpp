@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <filesystem>
 #include <string>
 
@@ -344,8 +345,14 @@ int Main(int argc, char **argv)
         return PrintSelected();
     if (options.digests)
         return Digests(options);
-    if (options.bench)
-        return BenchAll(options);
+    if (options.bench) {
+        try {
+            return BenchAll(options);
+        } catch (const std::exception &error) {
+            std::fprintf(stderr, "tiers: %s\n", error.what());
+            return 2;
+        }
+    }
     std::printf("seed %llu\n", static_cast<unsigned long long>(options.seed));
     Counts counts;
     if (!options.function)
