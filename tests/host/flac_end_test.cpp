@@ -208,6 +208,27 @@ TEST(FlacEnd, TakesHeadersOfEveryForm)
     }
 }
 
+// Two channels as they are, or one of them as the difference to the other or to both.
+TEST(FlacEnd, TakesTwoChannelsInEveryForm)
+{
+    std::string header = Header(0);
+    header.replace(18, 8, Big(uint64_t{44100} << 44 | uint64_t{1} << 41 | uint64_t{15} << 36, 8));
+    for (const char form : {'\x18', '\x88', '\x98', '\xA8'}) {
+        const std::string start = "\xFF\xF8\x19"s + form;
+        ExpectEnd(header + Frame(start, "\0"s, Samples(192, 1)) + Frame(start, "\x01", Samples(192, 2)),
+                  false, 384);
+    }
+}
+
+TEST(FlacEnd, TakesNoHeadersThatCannotFollow)
+{
+    // A larger block than the stream has, and a number that begins in the middle of one.
+    ExpectEnd(Header(0) + FixedFrame(0) + Frame("\xFF\xF8\x59\x08", "\x01", Samples(9, 2)), false, 192);
+    ExpectEnd(Header(0) + FixedFrame(0) + Frame("\xFF\xF8\x19\x08", "\x81", Samples(9, 2)), false, 192);
+    // A number before that of the first frame says nothing.
+    ExpectEnd(Header(0) + FixedFrame(5) + FixedFrame(3), false, 0);
+}
+
 TEST(FlacEnd, ContradictsAHeader)
 {
     FlacForm form;
