@@ -15,7 +15,7 @@ struct Character {
     size_t bytes = 0; // 0: no UTF-8
 };
 
-Character First(const std::string &text, size_t start)
+Character First(std::string_view text, size_t start)
 {
     const auto lead = static_cast<unsigned char>(text[start]);
     const size_t bytes = lead < 0x80   ? 1
@@ -59,7 +59,7 @@ std::string Escaped(uint32_t code)
 
 } // namespace
 
-bool IsUtf8(const std::string &text)
+bool IsUtf8(std::string_view text)
 {
     for (size_t i = 0; i < text.size();) {
         const Character character = First(text, i);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace tonekit::host {
 
@@ -15,7 +16,7 @@ std::string TerminalText(const std::string &text, bool lines = false);
 std::string WithoutOrders(const std::string &text);
 
 // Whether a text is well-formed UTF-8.
-bool IsUtf8(const std::string &text);
+bool IsUtf8(std::string_view text);
 
 // The columns that a text takes on a terminal: East Asian characters and pictures take two, marks that join
 // the character before them none.

@@ -22,6 +22,8 @@ public:
     {
         if (edit_.removeOthers)
             RemoveAll();
+        else
+            TellIllFormedTexts(file_, shownName_, warnings_);
         RemoveEncrypted();
         for (const auto &[key, value] : edit_.texts)
             SetText(key, value);

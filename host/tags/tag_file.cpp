@@ -5,6 +5,7 @@
 #include "host/system/memory_limit.h"
 #include "host/tags/ape_size.h"
 #include "host/tags/mp4_tags.h"
+#include "host/tags/xiph_texts.h"
 
 #include <aifffile.h>
 #include <apefile.h>
@@ -172,6 +173,15 @@ TagLib::PropertyMap TagFile::Properties() const
     if (kind_ == TagKind::Mp4)
         return Mp4Properties(*mp4());
     return file_->properties();
+}
+
+size_t TagFile::IllFormedTexts()
+{
+    if (kind_ == TagKind::Flac)
+        return IllFormedFlacTexts(stream_);
+    if (kind_ == TagKind::Vorbis || kind_ == TagKind::Opus)
+        return IllFormedOggTexts(static_cast<TagLib::Ogg::File &>(*file_));
+    return 0;
 }
 
 TagLib::ID3v2::Tag *TagFile::id3() const

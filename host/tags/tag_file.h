@@ -39,6 +39,8 @@ public:
     void CheckSystem(const std::string &shownName) const;
     TagKind kind() const { return kind_; }
     TagLib::PropertyMap Properties() const;
+    // How many texts TagLib drops because they aren't UTF-8.
+    size_t IllFormedTexts();
 
     // Where tags of this form are in the file; null for kinds that have another form.
     TagLib::ID3v2::Tag *id3() const;

@@ -225,6 +225,15 @@ void TellEncryptedFrames(const TagLib::ID3v2::Tag &tag, const std::string &shown
                        std::string(id.data(), id.size()) + others);
 }
 
+void TellIllFormedTexts(TagFile &file, const std::string &shownName, std::vector<std::string> &warnings)
+{
+    const size_t count = file.IllFormedTexts();
+    if (count > 0)
+        warnings.push_back(shownName + ": " + std::to_string(count) +
+                           (count == 1 ? " text tag isn't UTF-8 and is left out"
+                                       : " text tags aren't UTF-8 and are left out"));
+}
+
 void StoreMp4Chapters(const std::filesystem::path &path, const std::vector<Chapter> &chapters,
                       const std::string &shownName, std::vector<std::string> &warnings)
 {

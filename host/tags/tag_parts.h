@@ -34,6 +34,8 @@ std::vector<TagLib::ID3v2::Frame *> EncryptedFrames(const TagLib::ID3v2::Tag &ta
 // Adds a warning if there are any.
 void TellEncryptedFrames(const TagLib::ID3v2::Tag &tag, const std::string &shownName,
                          std::vector<std::string> &warnings);
+// Adds a warning if TagLib drops texts that aren't UTF-8.
+void TellIllFormedTexts(TagFile &file, const std::string &shownName, std::vector<std::string> &warnings);
 
 // Chapters of MP4 files are no part of their tags: puts these in the place of all others when the tags are
 // stored. Throws Failure; `shownName` is for messages.

@@ -175,8 +175,7 @@ bool IsBroken(const TagLib::ID3v2::Tag &tag)
     return tag.header() && tag.header()->tagSize() > 0 && tag.frameList().isEmpty();
 }
 
-void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
-                std::vector<std::string> &warnings)
+void ReadTagsOf(TagFile &file, const std::string &name, Intake &intake, std::vector<std::string> &warnings)
 {
     file.CheckSystem(name);
     if (const char *const start = file.MissingStart()) {
@@ -191,6 +190,7 @@ void ReadTagsOf(const TagFile &file, const std::string &name, Intake &intake,
                                                : ": the tags are broken and are left out"));
         return;
     }
+    TellIllFormedTexts(file, name, warnings);
     AddProperties(file.Properties(), intake, warnings, name);
     if (const TagLib::ID3v2::Tag *tag = file.id3()) {
         if (IsBroken(*tag))
@@ -251,8 +251,10 @@ void ReadTags(const std::filesystem::path &path, TagKind kind, const TagChoice &
         return;
     const std::string name = Utf8Name(path);
     Intake intake(choice, block);
-    if (kind != TagKind::Libav)
-        ReadTagsOf(TagFile(path, kind, TagStream::Access::Read), name, intake, warnings);
+    if (kind != TagKind::Libav) {
+        TagFile tags(path, kind, TagStream::Access::Read);
+        ReadTagsOf(tags, name, intake, warnings);
+    }
     if (IsReadThroughLibav(kind)) {
         File file;
         if (const std::error_code error = file.OpenToRead(path))
@@ -268,8 +270,10 @@ void ReadTags(std::span<const unsigned char> beginning, const std::string &name,
     if (kind == TagKind::None)
         return;
     Intake intake(choice, block);
-    if (kind != TagKind::Libav)
-        ReadTagsOf(TagFile(beginning, kind), name, intake, warnings);
+    if (kind != TagKind::Libav) {
+        TagFile tags(beginning, kind);
+        ReadTagsOf(tags, name, intake, warnings);
+    }
     if (IsReadThroughLibav(kind)) {
         MemoryBytes stream(beginning);
         ReadLibavTags(stream, name, kind, intake, warnings);

@@ -1,0 +1,129 @@
+// xiph_texts_test.cpp: texts of Vorbis comments that aren't UTF-8 are not lost without a word.
+#include "host/tags/tag_editor.h"
+#include "host/tags/tag_reader.h"
+#include "host/tags/xiph_texts.h"
+#include "tests/host/audio_files.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace tonekit::host::test {
+namespace {
+
+using namespace std::string_literals;
+
+std::string Number(size_t number)
+{
+    std::string text;
+    for (size_t i = 0; i < 4; ++i)
+        text += static_cast<char>(number >> 8 * i & 0xFF);
+    return text;
+}
+
+std::string Text(const std::string &text)
+{
+    return Number(text.size()) + text;
+}
+
+// A metadata block of FLAC, whose length has its highest byte first.
+std::string Block(unsigned type, const std::string &content)
+{
+    const size_t size = content.size();
+    return std::string{static_cast<char>(type), '\0', static_cast<char>(size >> 8),
+                       static_cast<char>(size & 0xFF)} +
+           content;
+}
+
+constexpr unsigned kPadding = 1;
+constexpr unsigned kComment = 4;
+constexpr unsigned kLast = 0x80;
+
+class XiphTexts : public testing::Test {
+protected:
+    size_t IllFormed(const std::string &bytes)
+    {
+        WriteText(name_, bytes);
+        TagStream stream(PathFromUtf8(name_), TagStream::Access::Read);
+        const size_t count = IllFormedFlacTexts(stream);
+        EXPECT_FALSE(stream.error());
+        return count;
+    }
+
+    TemporaryFolder folder_;
+    const std::string name_ = folder_ / "a";
+};
+
+TEST_F(XiphTexts, AreCounted)
+{
+    const std::string good = Text("TITLE=J\xC3\xBCrgen"), bad = Text("TITLE=J\xFCrgen"), empty = Text("");
+    const std::string vendor = Text("\xFF");
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Number(0))), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Number(2) + good + empty)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Number(1) + bad)), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Text("") + Number(4) + bad + good + bad + bad)), 3u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(0, "123") + Block(kPadding, std::string(300, '\xFF')) +
+                        Block(kLast | kComment, vendor + Number(2) + good + bad)),
+              1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Number(1) + bad + bad)), 1u);
+    EXPECT_EQ(IllFormed("ID3\4\0\0\0\0\1\2"s + std::string(130, 'x') + "fLaC" +
+                        Block(kComment, vendor + Number(1) + bad)),
+              1u);
+}
+
+TEST_F(XiphTexts, OfTornCommentsAreThoseThatAreThere)
+{
+    const std::string bad = Text("TITLE=J\xFCrgen");
+    const std::string whole = Number(0) + Number(2) + bad + bad;
+    for (const size_t left : {0u, 3u, 4u, 7u, 8u, 11u, 12u, 23u})
+        EXPECT_EQ(IllFormed("fLaC" + Block(kComment, whole.substr(0, left))), 0u) << left;
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, whole.substr(0, whole.size() - 1))), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0) + Number(0xFFFFFFFF) + bad)), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0xFFFFFFFF) + Number(1) + bad)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0) + Number(1) + Number(0xFFFFFFFF) + bad)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast, "") + Block(kComment, Number(0) + Number(1) + bad)), 0u);
+    for (const char *const file : {"", "fLa", "fLaC", "RIFFxxxx", "ID3"})
+        EXPECT_EQ(IllFormed(file), 0u) << file;
+}
+
+struct Form {
+    const char *extension;
+    int format;
+    TagKind kind;
+};
+
+TEST_F(XiphTexts, AreReportedWhenReadAndEdited)
+{
+    const Form forms[] = {{"flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, TagKind::Flac},
+                          {"ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, TagKind::Vorbis},
+                          {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, TagKind::Opus}};
+    for (const Form &form : forms) {
+        const std::string name = folder_ / ("a."s + form.extension);
+        WriteSound(name, Tone(form.format, 48000, 2, 4800, 440));
+        TagEdit edit;
+        edit.texts = {{"TITLE", "J\xC3\xBCrgen"}, {"ARTIST", "J\xC3\xBCrgen"}, {"ALBUM", "One"}};
+        std::vector<std::string> warnings;
+        EditTags(PathFromUtf8(name), form.kind, edit, 0, "it", warnings);
+        TagBlockPointer block = NewTagBlock();
+        ReadTags(PathFromUtf8(name), form.kind, {}, block.get(), warnings);
+        EXPECT_EQ(warnings, std::vector<std::string>());
+
+        std::string bytes = ReadText(name);
+        for (const char *const key : {"TITLE=", "ARTIST="}) {
+            const size_t at = bytes.find(key + "J\xC3\xBC"s);
+            ASSERT_NE(at, std::string::npos);
+            bytes.replace(at, std::string(key).size() + 3, key + "J\xFC\xFC"s);
+        }
+        WriteText(name, bytes);
+        ReadTags(PathFromUtf8(name), form.kind, {}, block.get(), warnings);
+        edit.texts = {{"ALBUM", "Two"}};
+        EditTags(PathFromUtf8(name), form.kind, edit, 0, "it", warnings);
+        const std::string text = ": 2 text tags aren't UTF-8 and are left out";
+        EXPECT_EQ(warnings, (std::vector<std::string>{Utf8Name(PathFromUtf8(name)) + text, "it" + text}));
+        warnings.clear();
+        EditTags(PathFromUtf8(name), form.kind, edit, 0, "it", warnings);
+        EXPECT_EQ(warnings, std::vector<std::string>());
+    }
+}
+
+} // namespace
+} // namespace tonekit::host::test
