@@ -134,6 +134,7 @@ int Main(int argc, char **argv)
     KeepStandardStreams();
     SilenceLibraries();
     KeepFreedMemory();
+    SpareAddressSpace();
     ReserveStack();
     Options options;
     try {

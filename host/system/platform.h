@@ -114,6 +114,10 @@ void SilenceLibraries();
 // asking for it again, which costs a fifth of the time of short files.
 void KeepFreedMemory();
 
+// Where the user limits the address space (ulimit -v), lets the C library's heaps, one for each of some
+// threads, reserve only a part of it: else little is left for what they hold.
+void SpareAddressSpace();
+
 // Gives the stacks of this thread and of those that are started later the room that encoders take of them,
 // also where the user allows less at first, or memory comes to its end while the stack would grow.
 void ReserveStack();

@@ -356,6 +356,16 @@ void KeepFreedMemory()
 #endif
 }
 
+void SpareAddressSpace()
+{
+#ifdef __GLIBC__
+    constexpr rlim_t kHeap = rlim_t{64} << 20; // that the GNU C library reserves
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
+        mallopt(M_ARENA_MAX, static_cast<int>(std::clamp<rlim_t>(limit.rlim_cur / (8 * kHeap), 1, 1024)));
+#endif
+}
+
 void ReserveStack()
 {
     constexpr size_t kStack = 4 * kStackInUse;

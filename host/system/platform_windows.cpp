@@ -309,6 +309,11 @@ void KeepFreedMemory()
     // The system's heap does so by itself.
 }
 
+void SpareAddressSpace()
+{
+    // Its limits are of memory in use.
+}
+
 void ReserveStack()
 {
     // The program's file says how large stacks are.

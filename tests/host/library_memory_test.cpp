@@ -1,7 +1,10 @@
-// library_memory_test.cpp: what failed allocations do in calls into libraries, and only there.
+// library_memory_test.cpp: what failed allocations do in calls into libraries, and only there; what heaps
+// reserve.
 #include "host/system/library_memory.h"
 #include "host/system/memory_limit.h"
+#include "host/system/platform.h"
 
+#include <barrier>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -95,6 +98,32 @@ TEST(AllocationReserve, IsGivenBackOnce)
 TEST(AllocationReserve, IsGivenBackWhereMemoryHasEnded)
 {
     EXPECT_EXIT(EndMemory(), testing::ExitedWithCode(0), "");
+}
+
+// Ends the process with 0 if three threads that take a little memory reserve less than a heap of 64 MiB.
+[[noreturn]] void TakeMemoryOnThreads()
+{
+    rlimit limit{};
+    limit.rlim_cur = limit.rlim_max = AddressSpace() + (rlim_t{300} << 20);
+    setrlimit(RLIMIT_AS, &limit);
+    SpareAddressSpace();
+    std::barrier step(4);
+    for (int i = 0; i < 3; ++i)
+        std::thread([&step] {
+            step.arrive_and_wait();
+            newMemory(1000);
+            step.arrive_and_wait();
+            pause();
+        }).detach();
+    const rlim_t before = AddressSpace();
+    step.arrive_and_wait();
+    step.arrive_and_wait();
+    std::_Exit(AddressSpace() - before < rlim_t{64} << 20 ? 0 : 1);
+}
+
+TEST(AddressSpaceOfHeaps, IsSparedWhereItIsLimited)
+{
+    EXPECT_EXIT(TakeMemoryOnThreads(), testing::ExitedWithCode(0), "");
 }
 
 // What follows a picture that is too large, such as the end of its list, needs it more.
