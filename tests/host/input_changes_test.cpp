@@ -34,7 +34,8 @@ protected:
     {
         const Options options = ParseOptions(arguments);
         const std::vector<Job> jobs = MakeJobs(options);
-        const auto file = BeginFile(options, {}, jobs[0], IgnoreProgress, Threads::One);
+        const Extras extras;
+        const auto file = BeginFile(options, extras, jobs[0], IgnoreProgress, Threads::One);
         meanwhile();
         return file->Finish(std::nullopt);
     }

@@ -87,7 +87,8 @@ TEST(StrayBytes, AreNeitherChunksNorTagsNorZeros)
             EXPECT_EQ(StrayBytes(other, {0, &kRiff, 1}), row.stray) << &row - rows << padded;
         }
     }
-    MemoryBytes none(Bytes(list + list)); // AU has no chunks
+    const std::string lists = list + list;
+    MemoryBytes none(Bytes(lists)); // AU has no chunks
     EXPECT_EQ(StrayBytes(none, {0, nullptr, 0}), 24u);
 }
 
