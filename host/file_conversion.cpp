@@ -496,9 +496,8 @@ private:
     // The successor of a file takes the place of one of its names.
     void WarnOfOtherNames()
     {
-        std::error_code error;
-        const uintmax_t names = std::filesystem::hard_link_count(job_.input, error);
-        if (!error && names > 1)
+        uint64_t names = 0;
+        if (!CountNames(job_.input, names) && names > 1)
             report_.warnings.push_back(report_.input.path +
                                        ": the file has other names (hard links), which keep what it was");
     }

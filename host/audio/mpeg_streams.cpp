@@ -5,6 +5,8 @@
 #include "host/system/failure.h"
 #include "host/system/platform.h"
 
+#include <algorithm>
+#include <limits>
 #include <span>
 #include <system_error>
 
@@ -98,7 +100,10 @@ MpegStreams StreamsOfMpeg(ByteStream &file, uint64_t start)
 
 std::optional<Patch> PatchOfOpenCount(ByteStream &stream, uint64_t start)
 {
-    constexpr uint32_t kBeyondAll = 1u << 30;
+    // libmpg123 counts samples in the type of positions in files, which can be a long.
+    constexpr long kMostSamplesOfAFrame = 1152;
+    constexpr auto kBeyondAll = static_cast<uint32_t>(
+        std::min(long{1} << 30, std::numeric_limits<long>::max() / kMostSamplesOfAFrame - 1));
     const std::vector<unsigned char> header = BytesAt(stream, start, 4);
     if (header.size() < 4)
         return std::nullopt;

@@ -91,6 +91,9 @@ struct FileState {
 // The state of the file or folder that a name leads to.
 std::error_code StateOf(const std::filesystem::path &path, FileState &state);
 
+// How many names (hard links) the file has.
+std::error_code CountNames(const std::filesystem::path &path, uint64_t &names);
+
 // The name that a chain of symbolic links ends in, whether or not there is a file of that name.
 std::filesystem::path WithoutLinks(const std::filesystem::path &path);
 

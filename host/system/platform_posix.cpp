@@ -307,6 +307,13 @@ std::error_code StateOf(const std::filesystem::path &path, FileState &state)
     return {};
 }
 
+std::error_code CountNames(const std::filesystem::path &path, uint64_t &names)
+{
+    std::error_code error;
+    names = std::filesystem::hard_link_count(path, error);
+    return error;
+}
+
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)
 {
     namespace fs = std::filesystem;

@@ -94,6 +94,18 @@ int DuplicateAsBytes(int stream)
 // The C library takes counts of 31 bits.
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
+std::error_code InformationOf(const std::filesystem::path &path, BY_HANDLE_FILE_INFORMATION &known)
+{
+    const HANDLE file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr); // folders too
+    if (file == INVALID_HANDLE_VALUE)
+        return LastSystemError();
+    const bool done = GetFileInformationByHandle(file, &known) != 0;
+    const std::error_code error = done ? std::error_code() : LastSystemError();
+    CloseHandle(file);
+    return error;
+}
+
 } // namespace
 
 std::error_code File::OpenToRead(const std::filesystem::path &path)
@@ -229,21 +241,25 @@ std::error_code MoveInPlaceOf(const std::filesystem::path &from, const std::file
 
 std::error_code StateOf(const std::filesystem::path &path, FileState &state)
 {
-    const HANDLE file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
-                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr); // folders too
-    if (file == INVALID_HANDLE_VALUE)
-        return LastSystemError();
     BY_HANDLE_FILE_INFORMATION known;
-    const bool done = GetFileInformationByHandle(file, &known) != 0;
-    const std::error_code error = done ? std::error_code() : LastSystemError();
-    CloseHandle(file);
+    if (const std::error_code error = InformationOf(path, known))
+        return error;
     const auto both = [](DWORD high, DWORD low) { return uint64_t{high} << 32 | low; };
-    if (done)
-        state = {{known.dwVolumeSerialNumber, both(known.nFileIndexHigh, known.nFileIndexLow)},
-                 both(known.nFileSizeHigh, known.nFileSizeLow),
-                 static_cast<int64_t>(
-                     both(known.ftLastWriteTime.dwHighDateTime, known.ftLastWriteTime.dwLowDateTime))};
-    return error;
+    state = {{known.dwVolumeSerialNumber, both(known.nFileIndexHigh, known.nFileIndexLow)},
+             both(known.nFileSizeHigh, known.nFileSizeLow),
+             static_cast<int64_t>(
+                 both(known.ftLastWriteTime.dwHighDateTime, known.ftLastWriteTime.dwLowDateTime))};
+    return {};
+}
+
+// The C++ library counts one name of each file there.
+std::error_code CountNames(const std::filesystem::path &path, uint64_t &names)
+{
+    BY_HANDLE_FILE_INFORMATION known;
+    if (const std::error_code error = InformationOf(path, known))
+        return error;
+    names = known.nNumberOfLinks;
+    return {};
 }
 
 std::filesystem::path WithoutLinks(const std::filesystem::path &path)

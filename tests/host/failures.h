@@ -33,8 +33,9 @@ protected:
         const Outcome outcome = run();
         EXPECT_EQ(outcome.status, status) << outcome.err;
         EXPECT_NE(outcome.err.find(what), std::string::npos) << outcome.err;
-        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-        EXPECT_EQ(outcome.err.substr(0, 17), "tonekit-convert: ");
+        const std::string own = OwnLines(outcome.err);
+        EXPECT_EQ(std::count(own.begin(), own.end(), '\n'), 1) << own;
+        EXPECT_EQ(own.substr(0, 17), "tonekit-convert: ");
         EXPECT_EQ(folder.Names(), names);
         EXPECT_EQ(ReadText(folder / "old.wav"), "precious");
     }

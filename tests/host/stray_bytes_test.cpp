@@ -141,11 +141,11 @@ protected:
         WriteText(folder / "in", bytes);
         const Outcome outcome = RunHost({"-q", folder / "in", "-t", "raw", folder / "out.raw"});
         EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_EQ(outcome.err, warning(fs::path(folder / "in").make_preferred().string()));
+        EXPECT_EQ(OwnLines(outcome.err), warning(fs::path(folder / "in").make_preferred().string()));
         EXPECT_EQ(fs::file_size(folder / "out.raw"), 4 * frames);
         const Outcome piped = RunHostOnPipes(bytes, {"-q", "-", "-t", "raw", "-"});
         EXPECT_EQ(piped.status, 0) << piped.err;
-        EXPECT_EQ(piped.err, warning("standard input"));
+        EXPECT_EQ(OwnLines(piped.err), warning("standard input"));
         EXPECT_EQ(piped.out, ReadText(folder / "out.raw"));
     }
 };
