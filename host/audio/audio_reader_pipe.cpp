@@ -45,6 +45,9 @@ void AudioReader::CheckMpegEnd()
     const std::optional<MpegNote> &note = mpeg_.streams().front().note;
     const uint64_t counted = note ? note->frames.value_or(0) : 0;
     CheckLinks();
+    if (openMpeg_ && mpeg_.frames() > kMostOpenFrames)
+        Fail("has more than " + std::to_string(kMostOpenFrames) +
+             " MPEG frames, which are read from a file only");
     if (counted == 0 || mpeg_.frames() <= counted)
         return;
     Fail(mpeg_.streams().size() > 1

@@ -5,8 +5,6 @@
 #include "host/system/failure.h"
 #include "host/system/platform.h"
 
-#include <algorithm>
-#include <limits>
 #include <span>
 #include <system_error>
 
@@ -100,10 +98,6 @@ MpegStreams StreamsOfMpeg(ByteStream &file, uint64_t start)
 
 std::optional<Patch> PatchOfOpenCount(ByteStream &stream, uint64_t start)
 {
-    // libmpg123 counts samples in the type of positions in files, which can be a long.
-    constexpr long kMostSamplesOfAFrame = 1152;
-    constexpr auto kBeyondAll = static_cast<uint32_t>(
-        std::min(long{1} << 30, std::numeric_limits<long>::max() / kMostSamplesOfAFrame - 1));
     const std::vector<unsigned char> header = BytesAt(stream, start, 4);
     if (header.size() < 4)
         return std::nullopt;
@@ -115,7 +109,7 @@ std::optional<Patch> PatchOfOpenCount(ByteStream &stream, uint64_t start)
     const std::optional<MpegNote> note = NoteInFrame(frame);
     if (!note || note->frames.value_or(0) != 0)
         return std::nullopt;
-    return Patch{start, WithCount(frame, *note, kBeyondAll, true)};
+    return Patch{start, WithCount(frame, *note, kMostOpenFrames, true)};
 }
 
 } // namespace tonekit::host

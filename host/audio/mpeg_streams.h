@@ -4,7 +4,9 @@
 #include "host/audio/patched_bytes.h"
 #include "host/system/byte_stream.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +24,11 @@ struct MpegStreams {
 // Looks at all frames of a file from `start` on. Leaves the file's position anywhere; throws
 // std::system_error if the system fails, and Interrupted.
 MpegStreams StreamsOfMpeg(ByteStream &file, uint64_t start);
+
+// What an open count is read as. libmpg123 has positions of samples in a long, which can have 32 bits, and
+// takes a count beyond a quarter of that for none.
+inline constexpr auto kMostOpenFrames =
+    static_cast<uint32_t>(std::min(long{1} << 30, std::numeric_limits<long>::max() / 4 / 1152));
 
 // For a stream from a pipe whose first bytes these are: its first frame with a count that no decoder reaches,
 // if it begins with a note that counts none. libmpg123 would make a count up.
