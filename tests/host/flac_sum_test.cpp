@@ -165,6 +165,12 @@ TEST_F(FlacSumOf, OtherSamplesIsSaid)
                 RunHost({"-q", "--start", start, "--end", "0:01", folder / "bad.flac", folder / "part.wav"})
                     .status,
                 0);
+        // Nor is it looked at where the rate changes, but the frames' own checksums are.
+        EXPECT_EQ(RunHost({"-q", "-r", "48000", folder / "bad.flac", folder / "part.wav"}).status, 0);
+        std::string damaged = good;
+        damaged[good.size() * 3 / 4] ^= 1;
+        WriteText(folder / "bad.flac", damaged);
+        EXPECT_EQ(RunHost({"-q", "-r", "48000", folder / "bad.flac", folder / "no.wav"}).status, 1);
         std::filesystem::remove(folder / "part.wav");
     }
     std::string none = good;
