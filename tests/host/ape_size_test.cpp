@@ -2,6 +2,7 @@
 #include "host/system/failure.h"
 #include "host/tags/ape_size.h"
 #include "host/tags/tag_editor.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -10,14 +11,6 @@ namespace tonekit::host::test {
 namespace {
 
 using namespace std::string_literals;
-
-std::string Little(uint64_t number)
-{
-    std::string text;
-    for (int i = 0; i < 4; ++i)
-        text += static_cast<char>(number >> 8 * i & 0xFF);
-    return text;
-}
 
 std::string Item(const std::string &name, const std::string &value)
 {

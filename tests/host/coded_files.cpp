@@ -1,6 +1,8 @@
 // coded_files.cpp: coded audio files for tests.
 #include "tests/host/coded_files.h"
 
+#include "tests/host/number_bytes.h"
+
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -187,14 +189,6 @@ void WriteCoded(const std::string &name, const Sound &sound, const Coding &codin
 {
     av_log_set_level(AV_LOG_QUIET);
     Writer(name, sound, coding).Write();
-}
-
-std::string Little(uint64_t number, int bytes)
-{
-    std::string text;
-    for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(number >> 8 * i);
-    return text;
 }
 
 std::string SilentApe(uint32_t checksum)

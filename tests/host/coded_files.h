@@ -28,8 +28,6 @@ struct Coding {
 // Writes the sound's frames; channels of more than two are in the order of the default layout of their count.
 void WriteCoded(const std::string &name, const Sound &sound, const Coding &coding);
 
-// A number with its lowest byte first.
-std::string Little(uint64_t number, int bytes);
 // A file of Monkey's Audio whose one frame says that it is silent; the checksum is that of its samples.
 std::string SilentApe(uint32_t checksum = 0x1D45C9DF);
 

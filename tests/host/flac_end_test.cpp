@@ -4,6 +4,7 @@
 #include "host/system/failure.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/audio_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -12,14 +13,6 @@ namespace tonekit::host::test {
 namespace {
 
 using namespace std::string_literals;
-
-std::string Big(uint64_t number, int bytes)
-{
-    std::string text;
-    for (int i = bytes - 1; i >= 0; --i)
-        text += static_cast<char>(number >> 8 * i & 0xFF);
-    return text;
-}
 
 // The checksums as they are defined, bit by bit.
 uint32_t SumOf(const std::string &bytes, int bits, uint32_t polynomial)

@@ -4,6 +4,7 @@
 #include "host/system/failure.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/audio_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -12,27 +13,9 @@ namespace tonekit::host {
 namespace {
 
 using namespace std::string_literals;
+using test::Big;
+using test::Little;
 using test::TemporaryFolder;
-
-std::string Number(uint64_t value, int bytes, bool bigEndian)
-{
-    std::string text;
-    for (int i = 0; i < bytes; ++i) {
-        const auto byte = static_cast<char>(value >> 8 * i);
-        text.insert(bigEndian ? text.begin() : text.end(), byte);
-    }
-    return text;
-}
-
-std::string Big(uint64_t value, int bytes = 4)
-{
-    return Number(value, bytes, true);
-}
-
-std::string Little(uint64_t value, int bytes = 4)
-{
-    return Number(value, bytes, false);
-}
 
 const std::string kRate44100 = "\x40\x0E\xAC\x44\0\0\0\0\0\0"s;
 
@@ -67,7 +50,10 @@ struct Wave {
     bool bigEndian = false;
     std::string more = {}; // of the format
 
-    std::string N(uint64_t value, int bytes) const { return Number(value, bytes, bigEndian); }
+    std::string N(uint64_t value, int bytes) const
+    {
+        return bigEndian ? Big(value, bytes) : Little(value, bytes);
+    }
     std::string Bytes() const
     {
         const auto frameBytes = static_cast<uint64_t>(channels * bits / 8);

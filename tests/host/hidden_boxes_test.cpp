@@ -4,6 +4,7 @@
 #include "host/open_source.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/coded_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
@@ -15,20 +16,13 @@
 namespace tonekit::host {
 namespace {
 
+using test::Big;
 using test::Outcome;
 using test::ReadText;
 using test::RunHost;
 using test::RunHostOnPipes;
 using test::TemporaryFolder;
 using test::WriteText;
-
-std::string Big(uint64_t number, int bytes)
-{
-    std::string text;
-    for (int i = bytes - 1; i >= 0; --i)
-        text += static_cast<char>(number >> 8 * i);
-    return text;
-}
 
 uint64_t BigAt(const std::string &bytes, size_t place)
 {

@@ -5,6 +5,7 @@
 #include "host/system/failure.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/coded_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
@@ -19,6 +20,7 @@
 namespace tonekit::host {
 namespace {
 
+using test::Big;
 using test::Coding;
 using test::CutOff;
 using test::Little;
@@ -542,14 +544,6 @@ TEST_F(LibavReader, MakesPcmOfDsdWithTheGainOfTheCommandLine)
         EXPECT_NEAR(value, gain.second, 1e-4);
     }
     EXPECT_EQ(RunHost({"--dsd-gain", "7", "a", "b"}).status, 2);
-}
-
-std::string Big(uint64_t number, int bytes)
-{
-    std::string text;
-    for (int i = bytes - 1; i >= 0; --i)
-        text += static_cast<char>(number >> 8 * i);
-    return text;
 }
 
 TEST_F(LibavReader, ReadsDsdInChunks)

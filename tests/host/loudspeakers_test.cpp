@@ -3,6 +3,7 @@
 #include "host/audio/loudspeakers.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/audio_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/run_program.h"
 #include "tests/host/temporary_folder.h"
 
@@ -16,24 +17,6 @@ namespace tonekit::host::test {
 namespace {
 
 using namespace std::string_literals;
-
-std::string Number(uint64_t number, int bytes, bool bigFirst)
-{
-    std::string text;
-    for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(number >> 8 * (bigFirst ? bytes - 1 - i : i));
-    return text;
-}
-
-std::string Little(uint64_t number, int bytes)
-{
-    return Number(number, bytes, false);
-}
-
-std::string Big(uint64_t number, int bytes)
-{
-    return Number(number, bytes, true);
-}
 
 // A WAV file of 16 bits whose header names the loudspeakers: frames of 1, 2, 3, ... times 1000.
 std::string Wav(unsigned channels, uint32_t mask, unsigned frames = 100)

@@ -3,6 +3,7 @@
 #include "host/tags/mp4_boxes.h"
 #include "host/tags/tag_editor.h"
 #include "host/tags/tag_file.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -12,20 +13,14 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string Number(size_t number)
-{
-    return {static_cast<char>(number >> 24), static_cast<char>(number >> 16), static_cast<char>(number >> 8),
-            static_cast<char>(number)};
-}
-
 std::string Box(const std::string &name, const std::string &content)
 {
-    return Number(content.size() + 8) + name + content;
+    return Big(content.size() + 8) + name + content;
 }
 
 std::string Table(const std::string &name, size_t count, const std::string &places)
 {
-    return Box(name, Number(0) + Number(count) + places);
+    return Box(name, Big(0) + Big(count) + places);
 }
 
 std::string Track(const std::string &table)
@@ -43,7 +38,7 @@ std::string Nested(size_t depth)
 {
     std::string boxes;
     for (size_t left = depth; left > 0; --left)
-        boxes += Number(16 * left) + "stsd"s + Number(0) + Number(1);
+        boxes += Big(16 * left) + "stsd"s + Big(0) + Big(1);
     return boxes;
 }
 
@@ -111,46 +106,44 @@ TEST_F(Mp4BoxesTest, CountNoMorePlacesThanTheyList)
 
 std::string WithTags(const std::string &boxes)
 {
-    return Box("moov", kOfOne + Box("udta", Box("meta", Number(0) + boxes)));
+    return Box("moov", kOfOne + Box("udta", Box("meta", Big(0) + boxes)));
 }
 
 TEST_F(Mp4BoxesTest, EndWithinTheBoxesAroundThem)
 {
     ExpectSound(kStart + WithTags(Box("ilst", "") + Box("free", "12")) + kSamples);
-    ExpectTooLong(kStart + WithTags(Number(9) + "ilst"s) + kSamples);
-    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Number(0x7FFFFFFF) + "free"s) + kSamples);
-    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Number(1) + "free"s + Number(0) + Number(17)) +
-                  kSamples);
-    ExpectSound(kStart + WithTags(Box("ilst", "") + Number(1) + "free"s + Number(0) + Number(16)) + kSamples);
-    ExpectTooLong(kStart + WithTags(Box("ilst", Number(9) + "name"s)) + kSamples);
+    ExpectTooLong(kStart + WithTags(Big(9) + "ilst"s) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Big(0x7FFFFFFF) + "free"s) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", "") + Big(1) + "free"s + Big(0) + Big(17)) + kSamples);
+    ExpectSound(kStart + WithTags(Box("ilst", "") + Big(1) + "free"s + Big(0) + Big(16)) + kSamples);
+    ExpectTooLong(kStart + WithTags(Box("ilst", Big(9) + "name"s)) + kSamples);
     // The last one of a file that was cut.
-    ExpectTooLong(kStart + kSamples + Number(0x7FFFFFFF) + "moov"s + Box("udta", ""));
-    ExpectTooLong(kStart + WithTags("") + Number(100) + "mdat"s);
+    ExpectTooLong(kStart + kSamples + Big(0x7FFFFFFF) + "moov"s + Box("udta", ""));
+    ExpectTooLong(kStart + WithTags("") + Big(100) + "mdat"s);
     // A size of 0 means all up to the end of the file.
-    ExpectSound(kStart + WithTags("") + Number(0) + "mdat"s + "samples");
-    ExpectTooLong(kStart + WithTags(Number(0) + "ilst"s) + kSamples);
+    ExpectSound(kStart + WithTags("") + Big(0) + "mdat"s + "samples");
+    ExpectTooLong(kStart + WithTags(Big(0) + "ilst"s) + kSamples);
 }
 
 // Some files have zeros where a list of boxes ends.
 TEST_F(Mp4BoxesTest, AreFollowedByZerosInSomeFiles)
 {
-    ExpectSound(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Number(0)) + Number(0))) + kSamples);
+    ExpectSound(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Big(0)) + Big(0))) + kSamples);
     ExpectSound(kStart + WithTags(Box("ilst", "") + std::string(20, '\0')) + kSamples);
-    EXPECT_EQ(
-        Refusal(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Number(0)) + Number(0))) + kSamples),
-        "");
+    EXPECT_EQ(Refusal(kStart + Box("moov", kOfOne + Box("udta", Box("meta", Big(0)) + Big(0))) + kSamples),
+              "");
 }
 
 TEST_F(Mp4BoxesTest, ThatAreTooLongAreNotWrittenOver)
 {
     const std::string refusal =
         "file: a box of its header is longer than the one around it: its tags can't be changed";
-    EXPECT_EQ(Refusal(kStart + WithTags(Number(8 + kSamples.size()) + "ilst"s) + kSamples), refusal);
-    EXPECT_EQ(Refusal(kStart + WithTags(Box("ilst", "") + Number(8 + kSamples.size()) + "free"s) + kSamples),
+    EXPECT_EQ(Refusal(kStart + WithTags(Big(8 + kSamples.size()) + "ilst"s) + kSamples), refusal);
+    EXPECT_EQ(Refusal(kStart + WithTags(Box("ilst", "") + Big(8 + kSamples.size()) + "free"s) + kSamples),
               refusal);
-    EXPECT_EQ(Refusal(kStart + kSamples + WithTags(Number(150'000'000) + "ilst"s)), refusal);
+    EXPECT_EQ(Refusal(kStart + kSamples + WithTags(Big(150'000'000) + "ilst"s)), refusal);
     // It is only told where that keeps a change from being made.
-    WriteText(name_, kStart + WithTags(Number(9) + "ilst"s) + kSamples);
+    WriteText(name_, kStart + WithTags(Big(9) + "ilst"s) + kSamples);
     EXPECT_TRUE(TagFile(PathFromUtf8(name_), TagKind::Mp4, TagStream::Access::Read).IsValid());
 }
 
@@ -160,30 +153,30 @@ TEST_F(Mp4BoxesTest, AreLookedAtInAllTracksWhereverTheHeaderIs)
     ExpectTooMany(kStart + Box("moov", second) + kSamples);
     ExpectTooMany(kStart + kSamples + Box("free", "") + Box("moov", second + kOfOne));
     ExpectTooMany(kStart + Box("moov", kOfOne + Box("udta", Table("co64", 1, ""))) + kSamples);
-    ExpectTooMany(kStart + Box("moov", kOfOne + Box("meta", Number(0) + Table("stco", 1, ""))));
+    ExpectTooMany(kStart + Box("moov", kOfOne + Box("meta", Big(0) + Table("stco", 1, ""))));
     ExpectTooMany(Box("moov", Box("meta", Box("hdlr", "") + Table("stco", 1, "")))); // without its version
-    ExpectTooMany(Box("moov", Box("stsd", Number(0) + Number(1) + Table("stco", 1, ""))));
+    ExpectTooMany(Box("moov", Box("stsd", Big(0) + Big(1) + Table("stco", 1, ""))));
     // Up to the end of the file, and with a size of eight bytes.
-    ExpectTooMany(kStart + Number(0) + "moov"s + second);
-    ExpectTooMany(kStart + Number(1) + "moov"s + Number(0) + Number(second.size() + 16) + second + kSamples);
-    ExpectTooMany(Number(1) + "mdat"s + Number(0) + Number(20) + "abcd" + Box("moov", second));
+    ExpectTooMany(kStart + Big(0) + "moov"s + second);
+    ExpectTooMany(kStart + Big(1) + "moov"s + Big(0) + Big(second.size() + 16) + second + kSamples);
+    ExpectTooMany(Big(1) + "mdat"s + Big(0) + Big(20) + "abcd" + Box("moov", second));
 }
 
 // TagLib takes the file's end for the box's, and would write the rest after it.
 TEST_F(Mp4BoxesTest, ListNoPlacesAfterTheFile)
 {
     const std::string tracks = Track(Table("stco", 2, "abcd"));
-    ExpectTooMany(Number(tracks.size() + 1000) + "moov"s + tracks);
-    ExpectTooMany(Number(1000) + "moov"s + Number(1000) + "stco"s + Number(0) + Number(2) + "abcd");
-    ExpectTooLong(Number(1000) + "moov"s + Number(992) + "stco"s + Number(0) + Number(1) + "abcd");
+    ExpectTooMany(Big(tracks.size() + 1000) + "moov"s + tracks);
+    ExpectTooMany(Big(1000) + "moov"s + Big(1000) + "stco"s + Big(0) + Big(2) + "abcd");
+    ExpectTooLong(Big(1000) + "moov"s + Big(992) + "stco"s + Big(0) + Big(1) + "abcd");
 }
 
 // TagLib takes the size of eight bytes for the count.
 TEST_F(Mp4BoxesTest, HaveNoLargeHeadersWhereTablesAre)
 {
-    const std::string table = Number(1) + "stco"s + Number(0) + Number(24) + Number(0) + Number(0);
+    const std::string table = Big(1) + "stco"s + Big(0) + Big(24) + Big(0) + Big(0);
     ExpectTooMany(Box("moov", Track(table)));
-    ExpectTooMany(Box("moov", Track(Number(1) + "stco"s + Number(1) + Number(1) + Number(0) + Number(0))));
+    ExpectTooMany(Box("moov", Track(Big(1) + "stco"s + Big(1) + Big(1) + Big(0) + Big(0))));
 }
 
 TEST_F(Mp4BoxesTest, HoldThePlacesOfFragments)
@@ -208,10 +201,10 @@ TEST_F(Mp4BoxesTest, AreNotTooDeep)
 TEST_F(Mp4BoxesTest, EndWhereASizeMakesNoSense)
 {
     const std::string bad = Box("moov", Track(Table("stco", 2, "abcd")));
-    ExpectSound(Number(7) + "free"s + bad);
-    ExpectTooLong(Number(1000) + "free"s + bad);
-    ExpectSound(Number(1) + "free"s + Number(0) + Number(7) + bad);
-    ExpectSound(Number(1) + "free"s + Number(0xFFFFFFFF) + Number(0xFFFFFFFF) + bad);
+    ExpectSound(Big(7) + "free"s + bad);
+    ExpectTooLong(Big(1000) + "free"s + bad);
+    ExpectSound(Big(1) + "free"s + Big(0) + Big(7) + bad);
+    ExpectSound(Big(1) + "free"s + Big(0xFFFFFFFF) + Big(0xFFFFFFFF) + bad);
     ExpectSound("1234567");
 }
 

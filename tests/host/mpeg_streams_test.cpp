@@ -4,6 +4,7 @@
 #include "host/audio/mpeg_streams.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/failures.h"
+#include "tests/host/number_bytes.h"
 
 #include <array>
 #include <filesystem>
@@ -30,20 +31,12 @@ TEST(MpegFrames, HaveTheSizesOfTheirHeaders)
         EXPECT_EQ(SizeOfMpegFrame(row.header), row.size) << std::hex << row.header;
 }
 
-std::string Big32(uint32_t number)
-{
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        text += static_cast<char>(number >> shift & 0xFF);
-    return text;
-}
-
 // Frames of 128 kbit/s, layer 3, two channels, 44100 Hz; or others of a header whose size is given.
 std::string SomeFrames(int count, uint32_t header = 0xFFFB9000, size_t size = 417)
 {
     std::string frames;
     for (int i = 0; i < count; ++i)
-        frames += Big32(header) + std::string(size - 4, '\x55');
+        frames += Big(header) + std::string(size - 4, '\x55');
     return frames;
 }
 
@@ -70,7 +63,7 @@ TEST(MpegFrames, AreFollowedThroughTags)
     const std::string ape =
         std::string("APETAGEX\xD0\x07\0\0\x28\0\0\0\1\0\0\0\0\0\0\xA0\0\0\0\0\0\0\0\0", 32) +
         SomeFrames(1).substr(0, 8) + "APETAGEX" + std::string(24, '\0');
-    const std::string note = NoteFrame("Info" + Big32(3) + Big32(4) + Big32(2085));
+    const std::string note = NoteFrame("Info" + Big(3) + Big(4) + Big(2085));
     const std::string other = SomeFrames(3, 0xFFFB9400, 384);
     using Counts = std::vector<uint64_t>;
     const struct {
@@ -145,7 +138,7 @@ TEST(MpegFrames, AreNotLookedForFarFromTheBeginning)
 
 TEST(MpegFrames, KeepTheirNumberOfStreamsWithinBounds)
 {
-    const std::string one = NoteFrame("Info" + Big32(1) + Big32(1)) + SomeFrames(1);
+    const std::string one = NoteFrame("Info" + Big(1) + Big(1)) + SomeFrames(1);
     std::string bytes;
     for (int i = 0; i < 10100; ++i)
         bytes += one;
@@ -163,7 +156,7 @@ TEST(MpegNotes, AreReadAndRewritten)
 {
     const std::string table(100, 't');
     const std::string name = "LAME3.100" + std::string(12, 'l') + "\x24\x05\x67" + "rest";
-    const std::string all = NoteFrame("Xing" + Big32(15) + Big32(7) + Big32(9000) + table + Big32(50) + name);
+    const std::string all = NoteFrame("Xing" + Big(15) + Big(7) + Big(9000) + table + Big(50) + name);
     const std::optional<MpegNote> note = NoteInFrame(Bytes(all));
     ASSERT_TRUE(note);
     EXPECT_EQ(note->place, 40u);
@@ -173,28 +166,28 @@ TEST(MpegNotes, AreReadAndRewritten)
         return std::string(bytes.begin(), bytes.end());
     };
     EXPECT_EQ(text(WithCount(Bytes(all), *note, 0x01020304, true)),
-              NoteFrame("Xing" + Big32(15) + "\1\2\3\4" + Big32(9000) + table + Big32(50) + name));
+              NoteFrame("Xing" + Big(15) + "\1\2\3\4" + Big(9000) + table + Big(50) + name));
     EXPECT_EQ(text(WithCount(Bytes(all), *note, 8, false)),
-              NoteFrame("Xing" + Big32(15) + Big32(8) + Big32(9000) + table + Big32(50) + "LAME3.100" +
+              NoteFrame("Xing" + Big(15) + Big(8) + Big(9000) + table + Big(50) + "LAME3.100" +
                         std::string(12, 'l') + std::string("\x24\0\0", 3) + "rest"));
 
-    const std::string uncounted = NoteFrame("Info" + Big32(2) + Big32(9000) + name, 38);
+    const std::string uncounted = NoteFrame("Info" + Big(2) + Big(9000) + name, 38);
     const std::optional<MpegNote> without = NoteInFrame(Bytes(uncounted));
     ASSERT_TRUE(without); // after a checksum
     EXPECT_EQ(without->place, 42u);
     EXPECT_FALSE(without->frames);
     EXPECT_EQ(without->bytes, 9000u);
     EXPECT_EQ(text(WithCount(Bytes(uncounted), *without, 8, true)),
-              NoteFrame("Info" + Big32(3) + Big32(8) + Big32(9000) + name, 38));
+              NoteFrame("Info" + Big(3) + Big(8) + Big(9000) + name, 38));
 
-    const std::string mono = Big32(0xFFFB90C0) + std::string(17, '\0') + "Info" + std::string(12, '\0');
+    const std::string mono = Big(0xFFFB90C0) + std::string(17, '\0') + "Info" + std::string(12, '\0');
     EXPECT_EQ(NoteInFrame(Bytes(mono))->place, 25u);
-    const std::string lower = Big32(0xFFF380C0) + std::string(9, '\0') + "Info" + std::string(12, '\0');
+    const std::string lower = Big(0xFFF380C0) + std::string(9, '\0') + "Info" + std::string(12, '\0');
     EXPECT_EQ(NoteInFrame(Bytes(lower))->place, 17u);
     EXPECT_FALSE(NoteInFrame(Bytes(lower.substr(0, 28)))); // cut off
     EXPECT_FALSE(NoteInFrame(Bytes(SomeFrames(1))));
     EXPECT_FALSE(NoteInFrame(Bytes(NoteFrame("Info", 37))));
-    EXPECT_FALSE(NoteInFrame(Bytes(Big32(0xFFFD8000) + NoteFrame("Info").substr(4)))); // layer 2
+    EXPECT_FALSE(NoteInFrame(Bytes(Big(0xFFFD8000) + NoteFrame("Info").substr(4)))); // layer 2
 }
 
 TEST(PatchedBytes, AreReadInThePlaceOfTheFiles)
@@ -244,7 +237,7 @@ protected:
 
     static std::string Counting(uint32_t frames, std::string mp3)
     {
-        return mp3.replace(NoteOf(mp3) + 8, 4, Big32(frames));
+        return mp3.replace(NoteOf(mp3) + 8, 4, Big(frames));
     }
 
     // The sound of a file, as 32-bit floats, and the warning that comes with it.
@@ -329,7 +322,7 @@ TEST_F(MpegStreamsOf, ACutFileAreRefused)
     ExpectPipeRefusal("the audio breaks off: ", cut);
     // Without a size the count alone says so.
     std::string unsized = cut;
-    unsized.replace(NoteOf(mp3) + 12, 4, Big32(0));
+    unsized.replace(NoteOf(mp3) + 12, 4, Big(0));
     ExpectRefusal("the audio breaks off: ", unsized);
 }
 

@@ -3,6 +3,7 @@
 #include "host/audio/stream_header.h"
 #include "host/system/memory_bytes.h"
 #include "tests/host/failures.h"
+#include "tests/host/number_bytes.h"
 
 #include <filesystem>
 
@@ -14,20 +15,6 @@ namespace fs = std::filesystem;
 std::span<const unsigned char> Bytes(const std::string &text)
 {
     return {reinterpret_cast<const unsigned char *>(text.data()), text.size()};
-}
-
-std::string Little(uint64_t number, int bytes)
-{
-    std::string text;
-    for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(number >> 8 * i & 0xFF);
-    return text;
-}
-
-std::string Big(uint64_t number, int bytes)
-{
-    const std::string text = Little(number, bytes);
-    return std::string(text.rbegin(), text.rend());
 }
 
 std::string RiffChunk(const std::string &name, const std::string &content)

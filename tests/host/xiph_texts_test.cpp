@@ -3,6 +3,7 @@
 #include "host/tags/tag_reader.h"
 #include "host/tags/xiph_texts.h"
 #include "tests/host/audio_files.h"
+#include "tests/host/number_bytes.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -12,17 +13,9 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string Number(size_t number)
-{
-    std::string text;
-    for (size_t i = 0; i < 4; ++i)
-        text += static_cast<char>(number >> 8 * i & 0xFF);
-    return text;
-}
-
 std::string Text(const std::string &text)
 {
-    return Number(text.size()) + text;
+    return Little(text.size()) + text;
 }
 
 // A metadata block of FLAC, whose length has its highest byte first.
@@ -57,30 +50,30 @@ TEST_F(XiphTexts, AreCounted)
 {
     const std::string good = Text("TITLE=J\xC3\xBCrgen"), bad = Text("TITLE=J\xFCrgen"), empty = Text("");
     const std::string vendor = Text("\xFF");
-    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Number(0))), 0u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Number(2) + good + empty)), 0u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Number(1) + bad)), 1u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Text("") + Number(4) + bad + good + bad + bad)), 3u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Little(0))), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast | kComment, vendor + Little(2) + good + empty)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Little(1) + bad)), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Text("") + Little(4) + bad + good + bad + bad)), 3u);
     EXPECT_EQ(IllFormed("fLaC" + Block(0, "123") + Block(kPadding, std::string(300, '\xFF')) +
-                        Block(kLast | kComment, vendor + Number(2) + good + bad)),
+                        Block(kLast | kComment, vendor + Little(2) + good + bad)),
               1u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Number(1) + bad + bad)), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Little(1) + bad + bad)), 1u);
     EXPECT_EQ(IllFormed("ID3\4\0\0\0\0\1\2"s + std::string(130, 'x') + "fLaC" +
-                        Block(kComment, vendor + Number(1) + bad)),
+                        Block(kComment, vendor + Little(1) + bad)),
               1u);
 }
 
 TEST_F(XiphTexts, OfTornCommentsAreThoseThatAreThere)
 {
     const std::string bad = Text("TITLE=J\xFCrgen");
-    const std::string whole = Number(0) + Number(2) + bad + bad;
+    const std::string whole = Little(0) + Little(2) + bad + bad;
     for (const size_t left : {0u, 3u, 4u, 7u, 8u, 11u, 12u, 23u})
         EXPECT_EQ(IllFormed("fLaC" + Block(kComment, whole.substr(0, left))), 0u) << left;
     EXPECT_EQ(IllFormed("fLaC" + Block(kComment, whole.substr(0, whole.size() - 1))), 1u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0) + Number(0xFFFFFFFF) + bad)), 1u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0xFFFFFFFF) + Number(1) + bad)), 0u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Number(0) + Number(1) + Number(0xFFFFFFFF) + bad)), 0u);
-    EXPECT_EQ(IllFormed("fLaC" + Block(kLast, "") + Block(kComment, Number(0) + Number(1) + bad)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Little(0) + Little(0xFFFFFFFF) + bad)), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Little(0xFFFFFFFF) + Little(1) + bad)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kComment, Little(0) + Little(1) + Little(0xFFFFFFFF) + bad)), 0u);
+    EXPECT_EQ(IllFormed("fLaC" + Block(kLast, "") + Block(kComment, Little(0) + Little(1) + bad)), 0u);
     for (const char *const file : {"", "fLa", "fLaC", "RIFFxxxx", "ID3"})
         EXPECT_EQ(IllFormed(file), 0u) << file;
 }
