@@ -31,7 +31,8 @@ help:
 	@echo "make quality                                 compare quality with peers, into docs/quality"
 	@echo "make site                                    build the site with the measured quality into $(BUILD)/site"
 	@echo "make test-site                               build the site and test it in headless Chromium"
-	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time"
+	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time; with STILL=600 until its"
+	@echo "                                             coverage stands still for so long, with PARALLEL=2 two at a time"
 	@echo "make mutations COUNT=1000                    changed real files through the program, built with sanitizers"
 	@echo "make format                                  lay the sources out"
 
@@ -148,7 +149,7 @@ fuzz:
 	@scripts/ensure_packages build test fuzz
 	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset fuzz -j $(JOBS) --target fuzz_targets
-	@scripts/run_fuzz build-fuzz $(or $(SECONDS),60) $(TARGETS)
+	@scripts/run_fuzz $(if $(STILL),--still $(STILL)) $(if $(PARALLEL),--parallel $(PARALLEL)) build-fuzz $(or $(SECONDS),60) $(TARGETS)
 
 mutations:
 	@scripts/ensure_packages build test fuzz
