@@ -1,6 +1,6 @@
 # The commands of this project. Each sets up what it needs on a fresh Debian machine, then works through CMake and Ninja.
 .PHONY: help lib convert test faults bench bench-programs bench-sizes install uninstall deb dist wheel test-python test-batch bench-python bench-archives windows windows-zip test-windows quality site test-site \
-        fuzz mutations format check-format clean
+        fuzz keep-fuzz mutations format check-format clean
 
 PREFIX ?= /usr/local
 PRESET ?= release
@@ -33,6 +33,7 @@ help:
 	@echo "make test-site                               build the site and test it in headless Chromium"
 	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time; with STILL=600 until its"
 	@echo "                                             coverage stands still for so long, with PARALLEL=2 two at a time"
+	@echo "make keep-fuzz [TARGETS=...]                 keep what the targets have reached in fuzz/grown"
 	@echo "make mutations COUNT=1000                    changed real files through the program, built with sanitizers"
 	@echo "make format                                  lay the sources out"
 
@@ -150,6 +151,9 @@ fuzz:
 	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset fuzz -j $(JOBS) --target fuzz_targets
 	@scripts/run_fuzz $(if $(STILL),--still $(STILL)) $(if $(PARALLEL),--parallel $(PARALLEL)) build-fuzz $(or $(SECONDS),60) $(TARGETS)
+
+keep-fuzz:
+	@scripts/keep_fuzz_corpora build-fuzz $(TARGETS)
 
 mutations:
 	@scripts/ensure_packages build test fuzz
