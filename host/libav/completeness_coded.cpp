@@ -2,10 +2,13 @@
 #include "host/libav/completeness_coded.h"
 
 #include "host/libav/mp4_length.h"
+#include "host/system/failure.h"
+#include "host/system/platform.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace tonekit::host {
 
@@ -105,18 +108,61 @@ uint64_t NumberIn(std::span<const unsigned char> bytes, size_t place, size_t cou
     return number;
 }
 
+// The bytes of a tag before the first block; 0 if there is none.
+uint64_t LeadingTagBytes(std::span<const unsigned char> bytes)
+{
+    constexpr std::string_view kName = "ID3";
+    constexpr unsigned char kHasFooter = 0x10;
+    if (!std::equal(kName.begin(), kName.end(), bytes.begin()))
+        return 0;
+    uint64_t size = 0; // 7 bits in each byte
+    for (size_t i = 6; i < 10; ++i)
+        size = size << 7 | (bytes[i] & 0x7F);
+    return size + (bytes[5] & kHasFooter ? 20 : 10);
+}
+
+// How far it is to the next byte that a block may begin with.
+uint64_t BytesToSign(std::span<const unsigned char> bytes)
+{
+    return static_cast<uint64_t>(std::find(bytes.begin() + 1, bytes.end(), 'w') - bytes.begin());
+}
+
 } // namespace
 
-// Each block has a name, the size of what follows, a version, a byte each of place and count beyond 32 bits,
-// the count of all frames, its place and its frames. Blocks of more than two channels share a place; one
-// without frames holds other things. Tags follow the last block.
-std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char, kHeader> header)
+// Other bytes can look like the name of a block.
+bool WavPackBlocks::IsBlock(std::span<const unsigned char, kHeader> header) const
 {
     constexpr std::string_view kName = "wvpk";
-    if (!std::equal(kName.begin(), kName.end(), header.begin())) {
-        ended_ = true;
-        return std::nullopt;
+    constexpr uint64_t kLargest = uint64_t{1} << 20;
+    if (!std::equal(kName.begin(), kName.end(), header.begin()))
+        return false;
+    const uint64_t size = 8 + NumberIn(header, 4, 4);
+    return !lost_ || (size >= kHeader && size <= kLargest && NumberIn(header, 8, 2) >> 8 == 4 &&
+                      NumberIn(header, 10, 2) == 0);
+}
+
+// What follows a block and is none: tags, after which another file may follow.
+std::optional<uint64_t> WavPackBlocks::PassOther(std::span<const unsigned char, kHeader> header)
+{
+    if (begun_) {
+        lost_ = true;
+        return BytesToSign(header);
     }
+    const uint64_t tag = tagged_ ? 0 : LeadingTagBytes(header);
+    tagged_ = true;
+    ended_ = tag == 0;
+    return ended_ ? std::nullopt : std::optional(tag);
+}
+
+// Each block has a name, the size of what follows, a version, a byte each of place and count beyond 32 bits,
+// the count of all frames, its place, its frames and flags. Blocks of more than two channels share a place,
+// and the first of them has a flag; a block without frames holds other things.
+std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char, kHeader> header)
+{
+    if (!IsBlock(header))
+        return PassOther(header);
+    begun_ = true;
+    lost_ = false;
     const uint64_t counted = NumberIn(header, 12, 4);
     const uint64_t place = NumberIn(header, 16, 4);
     const uint64_t held = NumberIn(header, 20, 4);
@@ -130,7 +176,9 @@ std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char,
     if (first)
         frames_.counted = counted;
     if (held > 0) {
-        if (first || place < last_) { // of another file after this one
+        constexpr uint64_t kFirstOfPlace = 0x800;
+        const bool again = place == last_ && NumberIn(header, 24, 4) & kFirstOfPlace;
+        if (first || place < last_ || again) { // of another file after this one
             before_ = frames_.held;
             first_ = place;
         }
@@ -152,10 +200,30 @@ void WavPackBlocks::Take(std::span<const unsigned char> bytes)
         have_ += part;
         if (have_ < kHeader)
             return;
-        have_ = 0;
-        left_ = TakeHeader(header_).value_or(kHeader) - kHeader;
+        const uint64_t step = TakeHeader(header_).value_or(kHeader);
+        have_ -= static_cast<size_t>(std::min<uint64_t>(step, kHeader));
+        std::copy(header_.end() - static_cast<ptrdiff_t>(have_), header_.end(), header_.begin());
+        left_ = step - (kHeader - have_);
     }
 }
+
+namespace {
+
+// Looks at all from a place to the end of the file.
+void TakeRest(WavPackBlocks &blocks, HeaderBytes &bytes, uint64_t place)
+{
+    std::vector<unsigned char> part;
+    for (; place < bytes.size(); place += part.size()) {
+        if (InterruptNoted())
+            throw Interrupted();
+        part.resize(static_cast<size_t>(std::min<uint64_t>(bytes.size() - place, uint64_t{64} << 10)));
+        if (!bytes.Fetch(place, part.data(), part.size()))
+            return;
+        blocks.Take(part);
+    }
+}
+
+} // namespace
 
 WavPackFrames FramesOfWavPack(HeaderBytes &bytes)
 {
@@ -163,14 +231,19 @@ WavPackFrames FramesOfWavPack(HeaderBytes &bytes)
     uint64_t position = 0;
     WavPackBlocks blocks;
     std::array<unsigned char, WavPackBlocks::kHeader> header;
-    for (int i = 0; i < kMostBlocks && bytes.Has(position, "wvpk"); ++i) {
-        const bool whole = bytes.Fetch(position, header.data(), header.size());
-        const std::optional<uint64_t> size = whole ? blocks.TakeHeader(header) : std::nullopt;
-        if (!size)
-            return {};
-        position += *size;
+    for (int i = 0; i < kMostBlocks; ++i) {
+        if (!bytes.Fetch(position, header.data(), header.size()))
+            return blocks.frames();
+        const std::optional<uint64_t> step = blocks.TakeHeader(header);
+        if (!step)
+            return blocks.frames();
+        position += *step;
+        if (blocks.IsLost()) {
+            TakeRest(blocks, bytes, position);
+            return blocks.frames();
+        }
     }
-    return bytes.Has(position, "wvpk") ? WavPackFrames() : blocks.frames();
+    return {};
 }
 
 } // namespace tonekit::host

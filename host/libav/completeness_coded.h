@@ -20,20 +20,27 @@ struct WavPackFrames {
     uint64_t held = 0;    // up to the end of the last block, and in files that follow
 };
 
-// Follows the blocks of a WavPack stream as their bytes come, up to the first bytes that are none.
+// Follows the blocks of a WavPack stream as their bytes come, and looks for others after tags and other
+// bytes.
 class WavPackBlocks {
 public:
-    static constexpr size_t kHeader = 24;
+    static constexpr size_t kHeader = 32;
 
     // The bytes that follow those taken before.
     void Take(std::span<const unsigned char> bytes);
-    // The header at which the next block begins. Returns the bytes of that; nothing if it is none, or says
-    // something else than what is looked for here.
+    // The header at which the next block or a tag may begin. Returns how many bytes further on the next one
+    // may; nothing if no block has begun before, or this one says something else than what is looked for
+    // here.
     std::optional<uint64_t> TakeHeader(std::span<const unsigned char, kHeader> header);
+    // Whether the last header was none of a block.
+    bool IsLost() const { return lost_; }
     // Both are 0 if the first block counts none, and for other types.
     WavPackFrames frames() const { return unknown_ ? WavPackFrames() : frames_; }
 
 private:
+    bool IsBlock(std::span<const unsigned char, kHeader> header) const;
+    std::optional<uint64_t> PassOther(std::span<const unsigned char, kHeader> header);
+
     WavPackFrames frames_;
     uint64_t before_ = 0; // frames of files before this one
     uint64_t first_ = 0;  // the place of its first block
@@ -41,6 +48,9 @@ private:
     std::array<unsigned char, kHeader> header_ = {};
     size_t have_ = 0;   // of the header
     uint64_t left_ = 0; // of the block, after the header
+    bool tagged_ = false;
+    bool begun_ = false;
+    bool lost_ = false;
     bool ended_ = false;
     bool unknown_ = false;
 };

@@ -20,6 +20,7 @@
 namespace tonekit::host {
 namespace {
 
+using namespace std::string_literals;
 using test::Big;
 using test::Coding;
 using test::CutOff;
@@ -357,6 +358,14 @@ TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
     }
 }
 
+// A header or footer of a tag with one title.
+std::string ApePart(uint32_t flags)
+{
+    return "APETAGEX" + Little(2000) + Little(49) + Little(1) + Little(flags) + std::string(8, '\0');
+}
+
+const std::string kApeTag = ApePart(0xA0000000) + Little(3) + Little(0) + "Title\0abc"s + ApePart(0x80000000);
+
 // The decoder ends where the first block says that the file does.
 TEST_F(LibavReader, RefusesWavPackThatIsLongerThanItSays)
 {
@@ -387,6 +396,16 @@ TEST_F(LibavReader, RefusesWavPackThatIsLongerThanItSays)
         EXPECT_NE(RunHost({folder / "twice", folder / "out.wav"})
                       .err.find("counts 70000 frames, but there are 140000"),
                   std::string::npos);
+        for (const std::string &between :
+             {kApeTag, "TAG" + std::string(125, ' '), "ID3\4\0\0\0\0\0\5abcde"s}) {
+            WriteText(folder / "twice", blocks + between + blocks + between);
+            EXPECT_NE(RunHost({folder / "twice", folder / "out.wav"})
+                          .err.find("counts 70000 frames, but there are 140000"),
+                      std::string::npos);
+            EXPECT_NE(RunHostOnPipes(blocks + between + blocks, {"-q", "-", "-t", "wav", "-"})
+                          .err.find("counts 70000 frames, but there are 140000"),
+                      std::string::npos);
+        }
         std::filesystem::remove(folder / "twice");
         bytes.replace(12, 4, "\xFF\xFF\xFF\xFF");
         WriteText(folder / "open", bytes);
@@ -396,9 +415,11 @@ TEST_F(LibavReader, RefusesWavPackThatIsLongerThanItSays)
 }
 
 // A block by hand, with a count of all frames, its place and its frames.
-std::string WavPackBlock(int counted, int place, int held, int more = 0)
+std::string WavPackBlock(int counted, int place, int held, int more = 0, bool first = false)
 {
     std::string block = "wvpk" + std::string(28, '\0');
+    block[9] = '\4';
+    block[25] = first ? '\x08' : '\0';
     block[4] = static_cast<char>(24 + more);
     block[12] = static_cast<char>(counted);
     block[16] = static_cast<char>(place);
@@ -426,6 +447,19 @@ TEST(WavPackFrames, AreCountedAndHeld)
         {WavPackBlock(9, 40, 4) + WavPackBlock(9, 1, 20), 9, 24},
         {WavPackBlock(9, 0, 4) + WavPackBlock(9, 4, 5) + WavPackBlock(3, 0, 3), 9, 12},
         {WavPackBlock(9, 0, 4) + WavPackBlock(9, 0, 4) + WavPackBlock(9, 4, 5), 9, 9},
+        {WavPackBlock(9, 0, 9, 0, true) + WavPackBlock(9, 0, 9, 0, true), 9, 18},
+        {WavPackBlock(9, 0, 9, 0, true) + WavPackBlock(9, 0, 9), 9, 9},
+        {WavPackBlock(9, 0, 9) + kApeTag + "TAG" + std::string(125, 'w') + WavPackBlock(3, 1, 2) +
+             WavPackBlock(3, 0, 7),
+         9, 16},
+        {WavPackBlock(9, 5, 9) + "wvwvpwvp" + WavPackBlock(8, 0, 3), 9, 12},
+        {WavPackBlock(9, 5, 9) + std::string(100000, 'w') + WavPackBlock(8, 0, 3) + "wvpk", 9, 12},
+        {WavPackBlock(9, 0, 9) + "x" + WavPackBlock(9, 0, 3).replace(9, 1, "\5"), 9, 9},
+        {WavPackBlock(9, 0, 9) + "x" + WavPackBlock(9, 0, 3).replace(4, 4, open), 9, 9},
+        {WavPackBlock(9, 0, 9) + "x" + WavPackBlock(9, 0, 3).replace(11, 1, "x"), 9, 9},
+        {"ID3\4\0\0\0\0\0\5abcde"s + WavPackBlock(9, 0, 9) + "TAG" + WavPackBlock(9, 0, 8, 0, true), 9, 17},
+        {"ID3\4\0\x10\0\0\1\0"s + std::string(138, 't') + WavPackBlock(9, 0, 9), 9, 9},
+        {"ID3\4\0\0\0\0\0\5abcdef"s + WavPackBlock(9, 0, 9), 0, 0},
         {WavPackBlock(0, 0, 4), 0, 0},
         {WavPackBlock(0, 0, 4).replace(12, 4, open), 0, 0},
         {large, 0, 0},
