@@ -338,7 +338,6 @@ private:
 
         ReadAhead blocks(source_, kReadFrames, ownThreads_ && ReadsFiles());
         uint64_t done = 0;
-        uint64_t clipped = 0;
         for (ReadAhead::Block block = blocks.Next(); block.frames > 0; block = blocks.Next()) {
             const void *samples = block.samples;
             if (picture_)
@@ -346,8 +345,6 @@ private:
             const size_t count = size_t{block.frames} * plan_.source.channels;
             if (loudest > 0 || Mends())
                 samples = before.Guarded(samples, count);
-            if (Clips())
-                clipped += LouderThanFullScale(plan_.source.sample, samples, count);
             chain.Write(samples, block.frames, sink);
             done += block.frames;
             ReportProgress(done);
@@ -355,9 +352,8 @@ private:
         chain.Finish(sink);
         TellLevel(chain);
         report_.input.frames = done;
-        // The limiter turns what is louder than full scale down instead.
         const std::string mended = GuardText(before.silenced() + after.silenced(), after.clamped(), loudest,
-                                             chain.limiter() ? 0 : clipped);
+                                             chain.clipped(), plan_.source.channels != plan_.target.channels);
         Warn(mended);
         if (!Clips())
             Warn(FarTooLoudText(before.clamped()));

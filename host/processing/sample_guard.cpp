@@ -82,7 +82,7 @@ const void *SampleGuard::Guarded(const void *samples, size_t count)
     return samples;
 }
 
-std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped)
+std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped, bool mixed)
 {
     std::string text;
     const auto add = [&](const std::string &part) { text += (text.empty() ? "" : ", ") + part; };
@@ -92,8 +92,9 @@ std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint6
     if (clamped > 0)
         add(Samples(clamped, "louder than " + Decimal(loudest, 1) + " became that"));
     if (clipped > 0)
-        add(Samples(clipped, clipped == 1 ? "of the input was louder than full scale and is clipped"
-                                          : "of the input were louder than full scale and are clipped"));
+        add(Samples(clipped, (mixed ? "of the mix " : "of the input ") +
+                                 std::string(clipped == 1 ? "was louder than full scale and is clipped"
+                                                          : "were louder than full scale and are clipped")));
     return text;
 }
 

@@ -43,8 +43,8 @@ private:
 uint64_t LouderThanFullScale(SampleFormat format, const void *samples, size_t count);
 
 // "2 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that, 3 samples of the
-// input were louder than full scale and are clipped"; empty where all counts are 0.
-std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped);
+// input were louder than full scale and are clipped", or of the mix; empty where all counts are 0.
+std::string GuardText(uint64_t silenced, uint64_t clamped, double loudest, uint64_t clipped, bool mixed);
 
 // The same for samples beyond kLoudestSample: "1 sample of the input was louder than 600 dB and became that".
 std::string FarTooLoudText(uint64_t clamped);

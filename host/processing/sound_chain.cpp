@@ -1,6 +1,7 @@
 // sound_chain.cpp: the order in which samples are decoded, made louder, converted and rounded.
 #include "host/processing/sound_chain.h"
 
+#include "host/processing/sample_guard.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
 
@@ -124,6 +125,21 @@ void SoundChain::Convert(const void *samples, uint32_t frames, const FrameSink &
         return last(samples, frames);
     converter_->Write(samples, frames, last);
     watch_->Look(samples, frames);
+    if (!plan_.changesLevel && plan_.target.sample != SampleFormat::Float64)
+        CountClipped(samples, frames);
+}
+
+void SoundChain::CountClipped(const void *samples, uint32_t frames)
+{
+    const size_t count = size_t{frames} * plan_.source.channels;
+    if (plan_.source.channels == plan_.target.channels) {
+        clipped_ += LouderThanFullScale(plan_.source.sample, samples, count);
+    } else if (!converter_->CanLimit() &&
+               (IsFloat(plan_.source.sample) || converter_->MixCanExceedFullScale())) {
+        unmixed_.resize(count);
+        SamplesToDouble(plan_.source.sample, samples, unmixed_.data(), count);
+        clipped_ += converter_->LouderInMix(unmixed_.data(), frames);
+    }
 }
 
 void SoundChain::Round(const double *samples, uint32_t frames, const FrameSink &sink)

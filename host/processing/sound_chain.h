@@ -31,10 +31,14 @@ public:
     // The samples so far that were louder than full scale, if the level was changed: cut in whole numbers,
     // and a player's to cut after a coder.
     uint64_t tooLoud() const { return tooLoud_; }
+    // The samples so far that the converter clips, if the level wasn't changed: of the mix where the channels
+    // change, before the rate does.
+    uint64_t clipped() const { return clipped_; }
 
 private:
     void Raise(const double *samples, uint32_t frames, const FrameSink &sink);
     void Convert(const void *samples, uint32_t frames, const FrameSink &sink);
+    void CountClipped(const void *samples, uint32_t frames);
     FrameSink LastStep(const FrameSink &sink);
     void Round(const double *samples, uint32_t frames, const FrameSink &sink);
     void Narrow(const double *samples, uint32_t frames, const FrameSink &sink);
@@ -46,7 +50,9 @@ private:
     std::optional<StreamConverter> rounder_; // to whole numbers, after a change of level
     std::optional<LimiterWatch> watch_;      // of the converter
     uint64_t tooLoud_ = 0;
+    uint64_t clipped_ = 0;
     std::vector<double> raised_;
+    std::vector<double> unmixed_;
     std::vector<float> narrowed_;
 };
 

@@ -128,4 +128,30 @@ bool StreamConverter::MixExceedsFullScale(const double *frame) const
     return false;
 }
 
+bool StreamConverter::MixCanExceedFullScale() const
+{
+    for (uint32_t column = 0; column < Converter().mixColumns; ++column) {
+        double sum = 0;
+        for (uint32_t row = 0; row < Converter().mixRows; ++row)
+            sum += std::fabs(Converter().mixMatrixDouble[row][column]);
+        if (sum > 1)
+            return true;
+    }
+    return false;
+}
+
+uint64_t StreamConverter::LouderInMix(const double *frames, uint32_t count) const
+{
+    uint64_t louder = 0;
+    for (const double *frame = frames; count > 0; --count, frame += Converter().mixRows) {
+        for (uint32_t column = 0; column < Converter().mixColumns; ++column) {
+            double sum = 0;
+            for (uint32_t row = 0; row < Converter().mixRows; ++row)
+                sum += Converter().mixMatrixDouble[row][column] * frame[row];
+            louder += std::isfinite(sum) && std::fabs(sum) > 1 ? 1u : 0u;
+        }
+    }
+    return louder;
+}
+
 } // namespace tonekit::host

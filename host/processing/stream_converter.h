@@ -36,6 +36,10 @@ public:
     bool CanLimit() const;
     // Whether the limiter, had it done nothing yet, would act on this frame of input. Full scale is at 1.0.
     bool MixExceedsFullScale(const double *frame) const;
+    // Whether a mix of samples up to full scale can exceed it where no limiter acts.
+    bool MixCanExceedFullScale() const;
+    // How many samples of the mix of these frames are louder than full scale where no limiter acts.
+    uint64_t LouderInMix(const double *frames, uint32_t count) const;
 
 private:
     struct Release {

@@ -14,11 +14,11 @@ namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 // A WAV file of 32-bit floats at a rate that all coders take as it is.
-void WriteFloats(const std::string &name, const std::vector<float> &samples)
+void WriteFloats(const std::string &name, const std::vector<float> &samples, int channels = 1)
 {
     SF_INFO info{};
     info.samplerate = 48000;
-    info.channels = 1;
+    info.channels = channels;
     info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     SNDFILE *const file = sf_open(name.c_str(), SFM_WRITE, &info);
     sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
@@ -99,10 +99,12 @@ TEST(HostileSamples, ThatAreClippedAreCounted)
     samples[30001] = 1; // which the largest whole number stands for
     samples[40000] = std::numeric_limits<float>::infinity();
     WriteFloats(folder / "a.wav", samples);
-    const std::vector<std::vector<std::string>> runs = {
-        {"-b", "16", "b.wav"},    {"-b", "24", "b.flac"}, {"-b", "32", "b.wav"},
-        {"-r", "22050", "b.ogg"}, {"-c", "2", "b.mp3"},   {"-r", "24000", "-b", "32f", "b.wav"},
-        {"-r", "24000", "b.opus"}};
+    const std::vector<std::vector<std::string>> runs = {{"-b", "16", "b.wav"},
+                                                        {"-b", "24", "b.flac"},
+                                                        {"-b", "32", "b.wav"},
+                                                        {"-r", "22050", "b.ogg"},
+                                                        {"-r", "24000", "-b", "32f", "b.wav"},
+                                                        {"-r", "24000", "b.opus"}};
     for (std::vector<std::string> arguments : runs) {
         const std::string out = folder / arguments.back();
         arguments.back() = out;
@@ -119,6 +121,47 @@ TEST(HostileSamples, ThatAreClippedAreCounted)
     EXPECT_EQ(RunHost({"-q", "-b", "64f", "-r", "24000", folder / "c.wav", folder / "d.wav"}).err, "");
     EXPECT_EQ(RunHost({"-q", "-b", "16", "--gain", "-12", folder / "c.wav", folder / "d.wav"}).err, "");
     EXPECT_EQ(RunHost({"-q", folder / "c.wav", folder / "d.mp3"}).err, "");
+}
+
+// Six channels of integers are no louder than full scale, but their mix can be.
+TEST(HostileSamples, AreCountedInAMixThatClips)
+{
+    TemporaryFolder folder;
+    constexpr int kFull = 0x7FFF << 16;
+    constexpr int kHalf = 0x4000 << 16;
+    Sound six{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 6, std::vector<int32_t>(6 * 20000)};
+    const auto set = [&](size_t frame, std::vector<int32_t> values) {
+        std::copy(values.begin(), values.end(), six.samples.begin() + static_cast<ptrdiff_t>(6 * frame));
+    };
+    set(3, {kFull, kFull, kFull, 0, 0, 0});          // 1.71 on both sides
+    set(9000, {kHalf, -kFull, kFull, 0, 0, 0});      // 1.21 and -0.29
+    set(17000, {kFull, kHalf, 0, kFull, -kHalf, 0}); // 0.75 and 0.5
+    set(19999, {-kFull, 0, 0, 0, -kHalf, 0});        // -1.25 and 0
+    WriteSound(folder / "six.wav", six);
+    const auto warningOf = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "-q");
+        arguments.push_back(folder / "out.wav");
+        const Outcome outcome = RunHost(arguments);
+        EXPECT_EQ(outcome.status, 0);
+        return outcome.err;
+    };
+    const std::string start = "tonekit-convert: warning: " + folder / "out.wav" + ": ";
+    const std::string clipped = " samples of the mix were louder than full scale and are clipped\n";
+    const std::string in = folder / "six.wav";
+    EXPECT_EQ(warningOf({"--limiter", "off", "-c", "2", in}), start + "4" + clipped);
+    EXPECT_EQ(warningOf({"--limiter", "off", "-c", "2", "-r", "48000", "-b", "32f", in}),
+              start + "4" + clipped);
+    EXPECT_EQ(warningOf({"--limiter", "off", "-c", "8", in}), "");
+    EXPECT_EQ(warningOf({"--limiter", "off", "-c", "2", "-b", "64f", in}), "");
+    EXPECT_EQ(warningOf({"--limiter", "on", "-c", "2", in}), "");
+    // Floats that are too loud need not be in the mix, and can be there more than once.
+    WriteFloats(folder / "two.wav", {1.5f, -1.5f, 1.5f, 0.25f, -1.25f, -1.25f}, 2);
+    EXPECT_EQ(warningOf({"-c", "1", "-b", "16", folder / "two.wav"}),
+              start + "1 sample of the mix was louder than full scale and is clipped\n");
+    WriteFloats(folder / "one.wav", {0.5f, 1.5f, -1.5f, 0.5f});
+    EXPECT_EQ(warningOf({"-c", "2", "-b", "16", folder / "one.wav"}), start + "4" + clipped);
+    EXPECT_EQ(warningOf({"-c", "6", "-b", "16", folder / "one.wav"}),
+              start + "12" + clipped); // 0.7079 of it too
 }
 
 // The resampler works with floats, which such doubles don't fit in.

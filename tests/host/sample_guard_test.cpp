@@ -76,15 +76,19 @@ TEST(SampleGuard, LeavesIntegersAlone)
 
 TEST(SampleGuard, TellsWhatItDid)
 {
-    EXPECT_EQ(GuardText(1, 0, 16, 0), "1 sample that is no finite number became 0");
-    EXPECT_EQ(GuardText(3, 1, 16, 0),
+    EXPECT_EQ(GuardText(1, 0, 16, 0, false), "1 sample that is no finite number became 0");
+    EXPECT_EQ(GuardText(3, 1, 16, 0, false),
               "3 samples that are no finite numbers became 0, 1 sample louder than 16.0 became that");
-    EXPECT_EQ(GuardText(0, 2, 2, 0), "2 samples louder than 2.0 became that");
-    EXPECT_EQ(GuardText(0, 0, 0, 1), "1 sample of the input was louder than full scale and is clipped");
-    EXPECT_EQ(GuardText(1, 0, 0, 2),
+    EXPECT_EQ(GuardText(0, 2, 2, 0, false), "2 samples louder than 2.0 became that");
+    EXPECT_EQ(GuardText(0, 0, 0, 1, false),
+              "1 sample of the input was louder than full scale and is clipped");
+    EXPECT_EQ(GuardText(1, 0, 0, 2, false),
               "1 sample that is no finite number became 0, 2 samples of the input were "
               "louder than full scale and are clipped");
-    EXPECT_EQ(GuardText(0, 0, 16, 0), "");
+    EXPECT_EQ(GuardText(0, 0, 0, 1, true), "1 sample of the mix was louder than full scale and is clipped");
+    EXPECT_EQ(GuardText(0, 0, 0, 3, true),
+              "3 samples of the mix were louder than full scale and are clipped");
+    EXPECT_EQ(GuardText(0, 0, 16, 0, false), "");
     EXPECT_EQ(FarTooLoudText(0), "");
     EXPECT_EQ(FarTooLoudText(1), "1 sample of the input was louder than 600 dB and became that");
     EXPECT_EQ(FarTooLoudText(2), "2 samples of the input were louder than 600 dB and became that");
