@@ -510,6 +510,7 @@ bool AudioReader::NextLink()
     }
     linksDiffer_ = !StartLink();
     CheckLinks();
+    positionInLink_ = 0;
     if (link_)
         link_->KeepNoMore();
     return true;
@@ -525,13 +526,26 @@ void AudioReader::CheckLinks() const
         Fail("the audio is damaged (a page of it is broken or missing)");
 }
 
+// Where it can't go back, libsndfile ends Opus too late that doesn't begin at position 0.
+sf_count_t AudioReader::ReadLink(void *buffer, uint32_t frames)
+{
+    const sf_count_t got = ReadSamples(buffer, frames);
+    if (!link_ || got <= 0)
+        return got;
+    const uint64_t end = link_->opusFrames().value_or(UINT64_MAX);
+    const uint64_t left = end - std::min(end, positionInLink_);
+    const uint64_t within = std::min(static_cast<uint64_t>(got), left);
+    positionInLink_ += within;
+    return static_cast<sf_count_t>(within);
+}
+
 uint32_t AudioReader::Read(void *buffer, uint32_t frames)
 {
     if (position_ == 0 && !pipe())
         CheckLinks();
-    sf_count_t got = ReadSamples(buffer, frames);
+    sf_count_t got = ReadLink(buffer, frames);
     while (got <= 0 && NextLink())
-        got = ReadSamples(buffer, frames);
+        got = ReadLink(buffer, frames);
     if (stream_.error())
         Fail("reading failed: " + stream_.error().message());
     if (got <= 0) {

@@ -89,6 +89,7 @@ private:
     sf_count_t Fetched(sf_count_t (*read)(SNDFILE *, Sample *, sf_count_t), Sample *samples, uint32_t frames);
     sf_count_t FetchedBytes(void *buffer, uint32_t frames);
     sf_count_t ReadSamples(void *buffer, uint32_t frames);
+    sf_count_t ReadLink(void *buffer, uint32_t frames);
     void CheckCount(uint64_t held) const;
     void FindLinks();
     void MeasureLinks();
@@ -117,8 +118,9 @@ private:
     TagKind tagKind_ = TagKind::None;
     std::optional<SoundEnd> end_; // of the samples in a pipe
     HeaderForm header_ = HeaderForm::AsItWas;
-    bool vorbisOrder_ = false;         // which only Ogg files have
-    std::optional<OggLink> link_;      // of one from a pipe
+    bool vorbisOrder_ = false;    // which only Ogg files have
+    std::optional<OggLink> link_; // of one from a pipe
+    uint64_t positionInLink_ = 0;
     std::optional<FlacSum> wantedSum_; // of FLAC, until it was once found right
     std::optional<FlacSum> sum_;       // of what was read, if that is all since the first frame
     std::optional<FlacForm> flac_;     // of a stream from a pipe

@@ -30,16 +30,31 @@ std::error_code OggLink::FetchPart()
     to.resize(old + got);
     atEnd_ = got == 0;
     const size_t streams = pages_.starts().size();
+    const uint64_t headers = pages_.count();
     pages_.Take(std::span(to).subspan(old));
     nextBegun_ = streams > 0 && pages_.starts().size() > streams;
+    if (inContent)
+        MeasureContent(std::span(to).subspan(old));
+    else if (pages_.count() > headers && !pages_.IsInContent() && !nextBegun_)
+        length_.TakePage(pages_.header(), {});
     if (!inContent && (atEnd_ || !pages_.IsInHeader())) {
         // Nothing of a header that begins another stream is this one's, but what came before it.
-        const size_t next = nextBegun_ ? pages_.headerSize() : 0;
+        const size_t next = nextBegun_ ? pages_.header().size() : 0;
         const auto end = held_.end() - static_cast<ptrdiff_t>(next);
         bytes_.insert(bytes_.end(), held_.begin(), end);
         held_.erase(held_.begin(), end);
     }
     return error;
+}
+
+void OggLink::MeasureContent(std::span<const unsigned char> bytes)
+{
+    if (length_.Needs(pages_.header()))
+        content_.insert(content_.end(), bytes.begin(), bytes.end());
+    if (pages_.IsInContent())
+        return;
+    length_.TakePage(pages_.header(), content_);
+    content_.clear();
 }
 
 std::error_code OggLink::Read(void *buffer, size_t size, size_t &got)
@@ -87,6 +102,7 @@ std::error_code OggLink::Next(bool &found)
     bytes_.swap(held_);
     held_.clear();
     base_ = position_ = 0;
+    length_ = OpusLength();
     keeps_ = true;
     nextBegun_ = false;
     found = true;

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "host/audio/ogg_pages.h"
+#include "host/audio/opus_length.h"
 #include "host/system/byte_stream.h"
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace tonekit::host {
@@ -31,10 +34,13 @@ public:
     bool HasStray() const { return pages_.HasStray(); }
     // Whether one was broken, or pages were missing.
     bool HasBroken() const { return pages_.HasBroken(); }
+    // The frames of this stream, once its last page was read, if it is Opus.
+    std::optional<uint64_t> opusFrames() const { return length_.frames(); }
 
 private:
     bool IsComplete() const { return nextBegun_ || atEnd_; }
     std::error_code FetchPart();
+    void MeasureContent(std::span<const unsigned char> bytes);
     void DropPassed();
 
     ByteStream &pipe_;
@@ -44,6 +50,8 @@ private:
     uint64_t base_ = 0;
     uint64_t position_ = 0;
     std::vector<unsigned char> held_; // of a header that isn't complete, or is the next stream's first
+    OpusLength length_;
+    std::vector<unsigned char> content_; // of a page so far, if its length depends on it
     bool keeps_ = true;
     bool nextBegun_ = false;
     bool atEnd_ = false; // of the pipe

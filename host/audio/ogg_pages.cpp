@@ -147,6 +147,7 @@ void OggPages::TakeHeader()
     wentOn_ = !first;
     left_ = std::accumulate(header_.begin() + kFixed, header_.begin() + static_cast<ptrdiff_t>(have_),
                             uint64_t{0});
+    ++count_;
     headerSize_ = have_;
     expectedSum_ = Little32(&header_[kSumAt]);
     std::memset(&header_[kSumAt], 0, sizeof(expectedSum_));

@@ -19,8 +19,10 @@ public:
     uint64_t BytesToGo() const;
     bool IsInContent() const { return left_ > 0; }
     bool IsInHeader() const { return have_ > 0; }
-    // The size of the last complete header.
-    size_t headerSize() const { return headerSize_; }
+    // How many headers were complete.
+    uint64_t count() const { return count_; }
+    // The last complete header, but for its checksum. Valid until the next bytes are taken.
+    std::span<const unsigned char> header() const { return std::span(header_).first(headerSize_); }
     // Where the streams begin that follow one another: the first, and each after one that had gone on with
     // another.
     const std::vector<uint64_t> &starts() const { return starts_; }
@@ -51,6 +53,7 @@ private:
     uint64_t position_ = 0;
     uint32_t sum_ = 0; // of the page so far
     uint32_t expectedSum_ = 0;
+    uint64_t count_ = 0;
     size_t headerSize_ = 0;
     bool wentOn_ = true;
     bool stray_ = false;

@@ -376,6 +376,43 @@ TEST_F(OggStreams, AreDecodedOneAfterAnother)
     }
 }
 
+// A broadcast that was joined has any position at its start. All of what is heard from there on is read, and
+// no more.
+TEST_F(OggStreams, ThatWereJoinedLateAreReadFromPipesAsFromFiles)
+{
+    const struct {
+        std::string type;
+        int rate;
+        size_t headers; // pages
+        uint64_t lead;
+    } types[] = {{"opus", 48000, 2, 312}, {"ogg", 44100, 2, 0}};
+    for (const auto &row : types) {
+        const std::string whole = Coded(row.type, 400000, 2, row.rate);
+        std::vector<size_t> pages;
+        for (size_t page = 0; (page = whole.find("OggS"s + '\0', page)) != std::string::npos; ++page)
+            pages.push_back(page);
+        const auto positionOf = [&](size_t page) {
+            uint64_t position = 0;
+            std::memcpy(&position, &whole[pages[page] + 6], sizeof(position));
+            return position;
+        };
+        const size_t first = row.headers + 2;
+        ASSERT_GT(pages.size(), first + 2);
+        ASSERT_EQ(whole[pages[first] + 5], 0); // no packet that began before
+        const std::string late = whole.substr(0, pages[row.headers]) + whole.substr(pages[first]);
+        const uint64_t frames = positionOf(pages.size() - 1) - positionOf(first - 1) - row.lead;
+        const std::string samples = Samples(late);
+        // Vorbis has nothing to add its first packet to.
+        EXPECT_LE(samples.size() / 8, frames) << row.type;
+        EXPECT_GE(samples.size() / 8 + (row.lead > 0 ? 0 : 2048), frames) << row.type;
+        const std::vector<std::string> convert = {"-q", "-b", "32f", "-", "-t", "raw", "-"};
+        EXPECT_TRUE(Through(late, convert) == samples) << row.type;
+        const std::string short_ = Coded(row.type, 777, 2, row.rate);
+        EXPECT_TRUE(Through(late + short_ + late, convert) == samples + Samples(short_) + samples)
+            << row.type;
+    }
+}
+
 TEST_F(OggStreams, ThatDifferAreCopiedOrRefused)
 {
     const std::string what =
