@@ -34,7 +34,7 @@ help:
 	@echo "make fuzz SECONDS=60 [TARGETS=...]           run every fuzz target, each for this time; with STILL=600 until its"
 	@echo "                                             coverage stands still for so long, with PARALLEL=2 two at a time"
 	@echo "make keep-fuzz [TARGETS=...]                 keep what the targets have reached in fuzz/grown"
-	@echo "make mutations COUNT=1000                    changed real files through the program, built with sanitizers"
+	@echo "make mutations COUNT=1000 [TYPES=...]        changed real files through the program, built with sanitizers"
 	@echo "make format                                  lay the sources out"
 
 lib:
@@ -156,10 +156,10 @@ keep-fuzz:
 	@scripts/keep_fuzz_corpora build-fuzz $(TARGETS)
 
 mutations:
-	@scripts/ensure_packages build test fuzz
+	@scripts/ensure_packages build test fuzz mutations
 	@scripts/configure fuzz -DTONEKIT_TESTS=ON $(CMAKE_ARGS)
 	@cmake --build --preset fuzz -j $(JOBS) --target tonekit-convert
-	@scripts/run_mutations build-fuzz/bin/tonekit-convert $(or $(COUNT),1000)
+	@scripts/run_mutations build-fuzz/bin/tonekit-convert $(or $(COUNT),1000) $(or $(SEED),1) $(TYPES)
 
 format:
 	@scripts/ensure_packages format
