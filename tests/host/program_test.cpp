@@ -192,7 +192,12 @@ TEST(Program, TheLimiterTurnsALoudMixDown)
     TemporaryFolder folder;
     WriteSound(folder / "a.wav", Tone(kWav16, 48000, 6, 48000, 1000, 0.9));
     Convert({"-c", "2", folder / "a.wav", folder / "on.wav"});
-    Convert({"-c", "2", "--limiter", "off", folder / "a.wav", folder / "off.wav"});
+    const Outcome off = RunHost({"-c", "2", "--limiter", "off", folder / "a.wav", folder / "off.wav"});
+    EXPECT_EQ(off.status, 0);
+    // 1.99 of full scale: of the 48 samples of a wave 30 on both sides.
+    EXPECT_NE(off.err.find("off.wav: 60000 samples of the mix were louder than full scale and are clipped\n"),
+              std::string::npos)
+        << off.err;
     const auto atLimit = [&](const std::string &name) {
         const auto samples = ReadSound(name).samples;
         return std::count_if(samples.begin(), samples.end(), [](int32_t s) { return s >= 32767 << 16; });
