@@ -7,7 +7,7 @@
 namespace tonekit::host {
 
 // Reads seconds, minutes:seconds or hours:minutes:seconds, with a fraction, into units of 100 ns. Returns
-// false if the text is something else.
+// false if the text is something else, if a part after the first is 60 or more, or the first 100,000,000.
 bool ParseTime(const std::string &text, uint64_t &position);
 
 // 0:03:21.500; with the fraction that a position of 100 ns units has, rounded to milliseconds

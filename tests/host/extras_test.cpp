@@ -1,8 +1,10 @@
 // extras_test.cpp: files of chapters.
+#include "host/audio/time_text.h"
 #include "host/system/failure.h"
 #include "host/tags/extras.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace tonekit::host {
 namespace {
@@ -61,8 +63,26 @@ TEST(ChapterFile, MistakesAreNamedByLine)
     EXPECT_EQ(mistake("0 A\nsoon B\n"), "c.txt, line 2: begin with a time such as 0:03:21.5");
     EXPECT_EQ(mistake("0:1:2:3 A"), "c.txt, line 1: begin with a time such as 0:03:21.5");
     EXPECT_EQ(mistake("-1 A"), "c.txt, line 1: begin with a time such as 0:03:21.5");
+    EXPECT_EQ(mistake("1:60 A"), "c.txt, line 1: begin with a time such as 0:03:21.5");
     EXPECT_EQ(mistake("1:00 A\n0:59 B"), "c.txt, line 2: starts before the chapter above it");
     EXPECT_EQ(mistake("\n# nothing\n"), "c.txt: holds no chapters");
+}
+
+TEST(Time, HasPartsAsAClockHasThem)
+{
+    uint64_t position = 0;
+    for (const char *text : {"1:60", "1:99", "0:60:00", "0:00:60.5", "0:1:4294967296", "4294967296:00:00",
+                             "4294967297", "100000000"})
+        EXPECT_FALSE(ParseTime(text, position)) << text;
+    // The first part is what it is.
+    const std::pair<const char *, uint64_t> times[] = {{"90", 90 * kSecond},
+                                                       {"75:59.5", 4559 * kSecond + kSecond / 2},
+                                                       {"100:59:59", 363'599 * kSecond},
+                                                       {"99999999:00:00", 359'999'996'400 * kSecond}};
+    for (const auto &[text, expected] : times) {
+        ASSERT_TRUE(ParseTime(text, position)) << text;
+        EXPECT_EQ(position, expected) << text;
+    }
 }
 
 TEST(ChapterTime, HasAsManyDecimalsAsNeeded)

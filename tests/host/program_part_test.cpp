@@ -144,7 +144,7 @@ TEST_F(Parts, OutsideTheAudioAreRefused)
     ExpectFailure(1, "shorter than a sample", {"--start", "0.5", "--end", "0.500001", in, out});
     ExpectFailure(2, "--end must be after --start", {"--start", "1", "--end", "1", in, out});
     ExpectFailure(2, "--end must be after the start of the audio", {"--end", "0", in, out});
-    for (const char *time : {"", "-1", "1:2:3:4", "1e3", "soon", "1:", "1.2.3", "inf", "9999999999"})
+    for (const char *time : {"", "-1", "1:2:3:4", "1e3", "soon", "1:", "1.2.3", "inf", "9999999999", "1:99"})
         ExpectFailure(2, "--start must be a time such as", {"--start", time, in, out});
     ExpectFailure(2, "--in-place keeps the audio", {"--in-place", "--start", "1", "--set", "TITLE=x", in});
 }
