@@ -9,6 +9,7 @@
 #include "host/audio/mpeg_streams.h"
 #include "host/audio/sound_type.h"
 #include "host/audio/streamed_type.h"
+#include "host/system/input_path.h"
 #include "host/system/memory_bytes.h"
 #include "host/system/memory_limit.h"
 #include "host/system/paths.h"
@@ -108,16 +109,9 @@ void AudioReader::FailTooLong() const
 
 void AudioReader::CheckPath() const
 {
-    std::error_code error;
-    const fs::file_status status = fs::status(path_, error);
-    if (status.type() == fs::file_type::not_found)
-        Fail("no such file");
-    if (error)
-        Fail(error.message());
-    if (fs::is_directory(status))
-        Fail("is a folder, not an audio file");
-    if (!fs::is_regular_file(status))
-        Fail("is not a regular file");
+    const std::string reason = ReasonNotToRead(path_);
+    if (!reason.empty())
+        Fail(reason);
 }
 
 void AudioReader::OpenFile()

@@ -2,6 +2,7 @@
 #include "host/audio/raw_reader.h"
 
 #include "host/system/failure.h"
+#include "host/system/input_path.h"
 #include "host/system/paths.h"
 
 #include <algorithm>
@@ -33,13 +34,11 @@ void Turn(uint8_t *bytes, size_t size, const RawFormat &format)
 RawReader::RawReader(const std::filesystem::path &path, const RawFormat &format)
     : shownName_(Utf8Name(path)), raw_(format), canRewind_(true), encoding_(EncodingOf(format))
 {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found)
-        Fail("no such file");
-    if (!std::filesystem::is_regular_file(status))
-        Fail(error ? error.message() : "is not a regular file");
+    const std::string reason = ReasonNotToRead(path);
+    if (!reason.empty())
+        Fail(reason);
     uint64_t size = 0;
+    std::error_code error;
     if ((error = file_.OpenToRead(path)) || (error = file_.Size(size)))
         Fail(error.message());
     if (size == 0)

@@ -26,6 +26,19 @@ TEST_F(Failures, OfPicturesAndChaptersThatAreNoFiles)
     }
 }
 
+TEST_F(Failures, OfPipesThatAreNamed)
+{
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const std::string line =
+        "pipe: is a pipe: to read it as standard input, put - in its place and < before it\n";
+    ExpectBadInput(line, folder / "pipe");
+    ExpectFailure(1, line, {"--raw", "s16le,44100,2", folder / "pipe", folder / "a.wav"});
+    ExpectFailure(1, line, {"--in-place", "--set", "TITLE=A", folder / "pipe"});
+    ExpectFailure(1, line, {"--spectrogram", folder / "a.png", folder / "pipe"});
+    ExpectFailure(1, line, {"--join", folder / "good.wav", folder / "pipe", folder / "a.wav"});
+    ExpectBadInput("is not a regular file\n", "/dev/null");
+}
+
 TEST_F(Failures, OfNamesThatAreTooLong)
 {
     const std::string name = folder / (std::string(300, 'n') + ".wav");
