@@ -5,6 +5,7 @@
 #include "host/name_template.h"
 #include "host/open_source.h"
 #include "host/plan.h"
+#include "host/system/caseless_folder.h"
 #include "host/system/failure.h"
 #include "host/system/paths.h"
 #include "host/system/platform.h"
@@ -207,17 +208,28 @@ std::optional<fs::path> IdentityFor(Job &job, const fs::path &path)
     }
 }
 
+[[noreturn]] void RefuseTwoOfOneName(const Job &first, const Job &second)
+{
+    if (!second.track.empty() && first.input == second.input)
+        throw UsageError("two tracks of " + Utf8Name(second.input) + " would become " +
+                         Utf8Name(second.output));
+    throw UsageError(Utf8Name(first.input) + " and " + Utf8Name(second.input) + " would both become " +
+                     Utf8Name(second.output));
+}
+
 // No two outputs may be one, and none may be the input of another.
 void CheckOutputs(std::vector<Job> &jobs)
 {
-    std::map<fs::path, const Job *> inputs;
+    std::multimap<std::string, const Job *> inputs; // of names in capitals
     for (Job &job : jobs) {
         if (!job.error.empty())
             continue;
         if (const auto identity = IdentityFor(job, job.input))
-            inputs.emplace(*identity, &job);
+            inputs.emplace(Capitals(Utf8Name(*identity)), &job);
     }
     std::map<fs::path, const Job *> takenBy;
+    std::map<std::string, const Job *> takenInAnyCase;
+    CaselessFolders caseless;
     for (Job &job : jobs) {
         if (!job.error.empty())
             continue;
@@ -225,16 +237,18 @@ void CheckOutputs(std::vector<Job> &jobs)
         if (!identity)
             continue;
         const auto [taken, isNew] = takenBy.emplace(*identity, &job);
-        if (!isNew && !job.track.empty() && taken->second->input == job.input)
-            throw UsageError("two tracks of " + Utf8Name(job.input) + " would become " +
-                             Utf8Name(job.output));
         if (!isNew)
-            throw UsageError(Utf8Name(taken->second->input) + " and " + Utf8Name(job.input) +
-                             " would both become " + Utf8Name(job.output));
-        const auto input = inputs.find(*identity);
-        if (input != inputs.end() && input->second != &job)
-            throw UsageError(Utf8Name(job.input) + " would be written over " +
-                             Utf8Name(input->second->input) + ", which is an input too");
+            RefuseTwoOfOneName(*taken->second, job);
+        const std::string capitals = Capitals(Utf8Name(*identity));
+        const auto [alike, isFirst] = takenInAnyCase.emplace(capitals, &job);
+        if (!isFirst && caseless.Has(job.output.parent_path()))
+            RefuseTwoOfOneName(*alike->second, job);
+        const auto [first, end] = inputs.equal_range(capitals);
+        for (auto input = first; input != end; ++input) {
+            if (input->second != &job && AreSameFile(input->second->input, job.output))
+                throw UsageError(Utf8Name(job.input) + " would be written over " +
+                                 Utf8Name(input->second->input) + ", which is an input too");
+        }
     }
 }
 

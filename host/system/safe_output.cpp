@@ -4,6 +4,7 @@
 #include "host/system/failure.h"
 #include "host/system/paths.h"
 
+#include <map>
 #include <mutex>
 #include <random>
 #include <set>
@@ -61,6 +62,43 @@ void RemoveLeftBehind(const fs::path &folder)
         if (IsTemporaryName(Utf8Name(name)))
             RemoveIfLeftBehind(folder / name);
     }
+}
+
+// What this run has put into its place, and where. A folder that takes two names for one, as where case or
+// the form of an accented letter doesn't matter, would lose the first of two outputs without a word.
+class FilesInPlace {
+public:
+    // Puts the file in the place of `target`. Returns the other name of a target that this run has written.
+    std::error_code Put(const fs::path &file, const fs::path &target, fs::path &otherName)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        FileState state;
+        if (!StateOf(target, state)) {
+            const auto written = places_.find(state.identity);
+            if (written != places_.end() && written->second != target &&
+                AreSameFile(written->second, target)) {
+                otherName = written->second;
+                return std::make_error_code(std::errc::file_exists);
+            }
+        }
+        const bool known = !StateOf(file, state);
+        if (known)
+            places_.insert_or_assign(state.identity, target);
+        const std::error_code error = MoveInPlaceOf(file, target);
+        if (error && known)
+            places_.erase(state.identity);
+        return error;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<FileIdentity, fs::path> places_;
+};
+
+FilesInPlace &Places()
+{
+    static FilesInPlace places;
+    return places;
 }
 
 // The permissions of a file that may not be there yet; its owner may read and write in any case.
@@ -147,8 +185,12 @@ void SafeOutput::Commit()
     } else if (old.type() == fs::file_type::not_found) {
         error.clear();
     }
+    fs::path otherName;
     if (!error)
-        error = MoveInPlaceOf(temporary_, target_);
+        error = Places().Put(temporary_, target_, otherName);
+    if (!otherName.empty())
+        Fail(shown_, "is the same file as " + Utf8Name(otherName) +
+                         ", which was just written: there both names mean one");
     if (error)
         Fail(shown_, "can't be written: " + error.message());
     temporary_.clear();

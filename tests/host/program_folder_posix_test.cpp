@@ -3,6 +3,7 @@
 #include "host/system/failure.h"
 #include "host/system/platform.h"
 #include "tests/host/folders.h"
+#include "tests/host/run_program_posix.h"
 
 #include <csignal>
 #include <unistd.h>
@@ -116,6 +117,75 @@ TEST_F(Folders, NamesOfOthersStayInTheirLine)
     EXPECT_NE(outcome.out.find("out/a\\nb.txt: copied\n"), std::string::npos) << outcome.out;
     EXPECT_EQ(ReadText(folder / "out/a\nb.txt"), "x");
 }
+
+#ifndef TONEKIT_SANITIZED // sanitizers have to be loaded before all others
+
+// As on the disks of other systems.
+class CaselessFolder : public Folders {
+protected:
+    void SetUp() override
+    {
+        Folders::SetUp();
+        fs::create_directory(folder / "caseless");
+        for (const char *name : {"music/one/Song.wav", "music/two/song.wav"})
+            fs::copy_file(folder / "good.wav", folder / name);
+    }
+
+    Outcome RunThere(const std::vector<std::string> &arguments)
+    {
+        return RunHostUnder({.preload = TONEKIT_CASELESS_NAMES}, arguments);
+    }
+
+    void ExpectRefused(const std::string &what, const std::vector<std::string> &arguments)
+    {
+        ExpectFailureOf([&] { return RunThere(arguments); }, 2, what);
+    }
+};
+
+TEST_F(CaselessFolder, TakesNoTwoNamesThatDifferInCase)
+{
+    const std::vector<std::string> arguments = {"-t", "flac", folder / "music/one/Song.wav",
+                                                folder / "music/two/song.wav", folder / "caseless"};
+    WriteText(folder / "caseless/notes.txt", "");
+    ExpectRefused("Song.wav and " + folder / "music/two/song.wav would both become ", arguments);
+    EXPECT_EQ(Tree("caseless"), Names{"notes.txt"});
+    // Elsewhere these are two.
+    Run(arguments);
+    EXPECT_EQ(Tree("caseless"), (Names{"Song.flac", "notes.txt", "song.flac"}));
+}
+
+TEST_F(CaselessFolder, LosesNoInputOfAnotherFile)
+{
+    fs::rename(folder / "music/one/Song.wav", folder / "caseless/song.wav");
+    fs::rename(folder / "music/two/song.wav", folder / "music/two/SONG.wav");
+    Run({"--in-place", "--set", "TITLE=New", folder / "caseless/song.wav"});
+    const std::string input = ReadText(folder / "caseless/song.wav");
+    ExpectRefused("song.wav, which is an input too", {"--name", "{title}", folder / "music/two/SONG.wav",
+                                                      folder / "caseless/song.wav", folder / "caseless/"});
+    EXPECT_EQ(Tree("caseless"), Names{"song.wav"});
+    EXPECT_EQ(ReadText(folder / "caseless/song.wav"), input);
+}
+
+// What the folder makes of names shows only when they are there.
+TEST_F(CaselessFolder, LosesNoFileThatWasJustWritten)
+{
+    fs::rename(folder / "music/one/Song.wav", folder / "music/one/\u00c4.wav");
+    fs::rename(folder / "music/two/song.wav", folder / "music/two/\u00e4.wav");
+    WriteSound(folder / "music/two/\u00e4.wav", Noise(kWav16, 44100, 2, 3000, 5));
+    const Outcome outcome =
+        RunThere({"-j", "1", "-t", "flac", folder / "music/one/\u00c4.wav", folder / "music/c.wav",
+                  folder / "music/two/\u00e4.wav", folder / "caseless"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(
+        outcome.err.find("is the same file as " + folder / "caseless/\u00c4.flac, which was just written"),
+        std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_EQ(Tree("caseless"), (Names{"c.flac", "\u00e4.flac"}));
+    EXPECT_EQ(ReadSound(folder / "caseless/\u00e4.flac").samples, ReadSound(folder / "good.wav").samples);
+}
+
+#endif
 
 } // namespace
 } // namespace tonekit::host::test

@@ -46,6 +46,8 @@ namespace {
             _exit(127);
         close(ends[0]);
         dup2(ends[1], STDOUT_FILENO);
+    if (!circumstances.preload.empty())
+        setenv("LD_PRELOAD", circumstances.preload.c_str(), 1);
     }
     if (circumstances.in >= 0)
         dup2(circumstances.in, STDIN_FILENO);

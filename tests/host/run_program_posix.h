@@ -14,6 +14,7 @@ struct Circumstances {
     bool signalIgnored = false; // the program inherits the signal as ignored, as a job in the background does
     std::string locale = {};    // LC_ALL; empty: as it is
     std::string out = {};       // where standard output goes; empty: into the outcome
+    std::string preload = {};   // a library that is loaded before all others
     bool brokenOutput = false;  // nobody reads standard output
     int in = -1;                // standard input; below 0: that of the test
     bool closedStreams = false; // standard input, output and error aren't there; `out` and `err` stay empty
