@@ -135,6 +135,7 @@ int Main(int argc, char **argv)
     SilenceLibraries();
     KeepFreedMemory();
     SpareAddressSpace();
+    AllowOpenFiles();
     ReserveStack();
     Options options;
     try {

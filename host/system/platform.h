@@ -121,6 +121,9 @@ void KeepFreedMemory();
 // threads, reserve only a part of it: else little is left for what they hold.
 void SpareAddressSpace();
 
+// Lets the program have as many files open as the user may allow: those of an album wait for its last one.
+void AllowOpenFiles();
+
 // Gives the stacks of this thread and of those that are started later the room that encoders take of them,
 // also where the user allows less at first, or memory comes to its end while the stack would grow.
 void ReserveStack();

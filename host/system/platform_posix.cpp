@@ -373,6 +373,15 @@ void SpareAddressSpace()
 #endif
 }
 
+void AllowOpenFiles()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 void ReserveStack()
 {
     constexpr size_t kStack = 4 * kStackInUse;

@@ -330,6 +330,11 @@ void SpareAddressSpace()
     // Its limits are of memory in use.
 }
 
+void AllowOpenFiles()
+{
+    // The C library's table of them is of one size.
+}
+
 void ReserveStack()
 {
     // The program's file says how large stacks are.

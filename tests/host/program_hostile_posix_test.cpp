@@ -177,6 +177,22 @@ TEST_F(Failures, OfMemoryInABatchEndNoOtherFile)
         EXPECT_NE(line.find(": not enough memory"), std::string::npos) << line;
 }
 
+// All files of an album wait for the last one.
+TEST(Circumstances, AnAlbumMayHaveMoreFilesThanAreOpenAtFirst)
+{
+    TemporaryFolder folder;
+    WriteSound(folder / "a.wav", Noise(kWav16, 44100, 2, 100));
+    std::vector<std::string> arguments = {"-q", "--replaygain=album"};
+    for (int i = 0; i < 60; ++i) {
+        arguments.push_back(folder / (std::to_string(i) + ".wav"));
+        fs::copy_file(folder / "a.wav", arguments.back());
+    }
+    arguments.push_back(folder / "out/");
+    const Outcome outcome = RunHostUnder({.openFiles = 40}, arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+}
+
 // libvorbis takes room for all samples of a call on the stack.
 TEST(Circumstances, SmallStacksAreNoReasonToCrash)
 {

@@ -34,20 +34,26 @@ namespace {
         limit.rlim_cur = circumstances.stackLimit;
         setrlimit(RLIMIT_STACK, &limit);
     }
+    if (circumstances.openFiles) {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = circumstances.openFiles;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
     if (circumstances.closedStreams) {
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);
     }
     if (!circumstances.locale.empty())
         setenv("LC_ALL", circumstances.locale.c_str(), 1);
+    if (!circumstances.preload.empty())
+        setenv("LD_PRELOAD", circumstances.preload.c_str(), 1);
     if (circumstances.brokenOutput) {
         int ends[2];
         if (pipe(ends) != 0)
             _exit(127);
         close(ends[0]);
         dup2(ends[1], STDOUT_FILENO);
-    if (!circumstances.preload.empty())
-        setenv("LD_PRELOAD", circumstances.preload.c_str(), 1);
     }
     if (circumstances.in >= 0)
         dup2(circumstances.in, STDIN_FILENO);

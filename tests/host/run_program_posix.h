@@ -9,12 +9,13 @@ struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
     unsigned long memoryLimit = 0;   // bytes of address space; 0: no limit
     unsigned long stackLimit = 0;    // bytes of a stack, which the program may raise; 0: no limit
+    unsigned long openFiles = 0;     // files open at a time, which the program may raise; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file is in `watchedFolder`
     std::string watchedFolder = {};  // empty: as soon as the program has read `in` empty and waits
     bool signalIgnored = false; // the program inherits the signal as ignored, as a job in the background does
     std::string locale = {};    // LC_ALL; empty: as it is
-    std::string out = {};       // where standard output goes; empty: into the outcome
     std::string preload = {};   // a library that is loaded before all others
+    std::string out = {};       // where standard output goes; empty: into the outcome
     bool brokenOutput = false;  // nobody reads standard output
     int in = -1;                // standard input; below 0: that of the test
     bool closedStreams = false; // standard input, output and error aren't there; `out` and `err` stay empty
