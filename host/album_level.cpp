@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 #include <set>
+#include <shared_mutex>
 #include <thread>
 
 namespace tonekit::host {
@@ -23,7 +24,8 @@ class AlbumPass {
 public:
     AlbumPass(const Options &options, const Extras &extras, const std::vector<Job> &jobs, ProgressView &view)
         : options_(options), extras_(extras), jobs_(jobs), members_(MembersOf(jobs)),
-          levels_(members_.size()), errors_(members_.size()), progress_(view, FilesOf(jobs, members_))
+          levels_(members_.size()), errors_(members_.size()), noMemory_(members_.size()),
+          progress_(view, FilesOf(jobs, members_))
     {}
 
     void Run()
@@ -58,8 +60,9 @@ public:
     void AddErrors(std::vector<Job> &jobs) const
     {
         for (size_t i = 0; i < members_.size(); ++i) {
-            if (jobs[members_[i]].skipped.empty())
-                jobs[members_[i]].error = errors_[i];
+            Job &job = jobs[members_[i]];
+            if (job.skipped.empty())
+                job.error = noMemory_[i] ? Utf8Name(job.input) + ": not enough memory" : errors_[i];
         }
     }
 
@@ -97,23 +100,51 @@ private:
             MeasureOne(i);
     }
 
+    // Not even the end of memory leaves it as an exception, which would end the program from another thread.
+    // The words for it take memory too; AddErrors finds them when that of the others is there again.
     void MeasureOne(size_t index)
     {
-        const Job &job = jobs_[members_[index]];
+        try {
+            TryToMeasure(index);
+        } catch (const std::bad_alloc &) {
+            noMemory_[index] = true;
+        }
+    }
+
+    void TryToMeasure(size_t index)
+    {
         try {
             progress_.Report(index, 0, 0);
-            levels_[index] = std::make_shared<MeasuredLevel>(
-                MeasureFile(options_, extras_, job, [&](double done, double audioSeconds) {
-                    progress_.Report(index, done, audioSeconds);
-                }));
+            MeasureBesideOthers(index);
         } catch (const Interrupted &) {
             // The caller finds the same note.
         } catch (const std::bad_alloc &) {
-            errors_[index] = Utf8Name(job.input) + ": not enough memory";
+            noMemory_[index] = true;
         } catch (const std::exception &error) {
             errors_[index] = error.what();
         }
         progress_.Finish(index, {});
+    }
+
+    void MeasureBesideOthers(size_t index)
+    {
+        try {
+            const std::shared_lock together(memory_);
+            return Measure(index);
+        } catch (const std::bad_alloc &) {
+            // Memory that isn't enough for all at once may be enough for one after another.
+        }
+        const std::unique_lock alone(memory_);
+        Measure(index);
+    }
+
+    void Measure(size_t index)
+    {
+        const auto report = [this, index](double done, double audioSeconds) {
+            progress_.Report(index, done, audioSeconds);
+        };
+        levels_[index] =
+            std::make_shared<MeasuredLevel>(MeasureFile(options_, extras_, jobs_[members_[index]], report));
     }
 
     const Options &options_;
@@ -121,7 +152,9 @@ private:
     const std::vector<Job> &jobs_;
     const std::vector<size_t> members_;
     std::vector<std::shared_ptr<const MeasuredLevel>> levels_;
-    std::vector<std::string> errors_; // empty: measured
+    std::vector<std::string> errors_; // empty: measured, if there was memory for it
+    std::vector<char> noMemory_;      // not bool, of which several share a byte
+    std::shared_mutex memory_;        // held by a file that needs all of it, shared by the others
     Progress progress_;
     std::atomic<size_t> next_{0};
 };

@@ -177,6 +177,28 @@ TEST_F(Failures, OfMemoryInABatchEndNoOtherFile)
         EXPECT_NE(line.find(": not enough memory"), std::string::npos) << line;
 }
 
+// The pass that measures albums has threads of its own.
+TEST_F(Failures, OfMemoryWhileAlbumsAreMeasuredEndNoOtherFile)
+{
+#ifdef TONEKIT_SANITIZED
+    GTEST_SKIP() << "sanitizers need room of their own";
+#endif
+    std::vector<std::string> arguments = {"-q", "-j", "64", "--normalize", "-16", "--normalize-by", "album"};
+    for (int i = 0; i < 80; ++i) {
+        arguments.push_back(folder / ("s" + std::to_string(i) + ".wav"));
+        fs::copy_file(folder / "good.wav", arguments.back());
+    }
+    arguments.push_back(folder / "out/");
+    for (const unsigned long mebibytes : {60ul, 70ul, 80ul, 80ul, 90ul, 100ul, 120ul, 150ul}) {
+        fs::remove_all(folder / "out");
+        const Outcome outcome = RunHostUnder({.memoryLimit = mebibytes << 20}, arguments);
+        ASSERT_TRUE(outcome.status == 0 || outcome.status == 1) << mebibytes << outcome.err;
+        std::istringstream lines(outcome.err);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_NE(line.find("not enough memory"), std::string::npos) << mebibytes << line;
+    }
+}
+
 // All files of an album wait for the last one.
 TEST(Circumstances, AnAlbumMayHaveMoreFilesThanAreOpenAtFirst)
 {
