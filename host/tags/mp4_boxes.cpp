@@ -34,6 +34,7 @@ public:
     Mp4Boxes Run()
     {
         std::vector<uint64_t> ends;
+        uint64_t outermost = 0; // where the list begins that is in no other
         Mp4Boxes found = Mp4Boxes::Sound;
         for (uint64_t place = 0; place < end_;) {
             while (!ends.empty() && place >= ends.back())
@@ -45,9 +46,14 @@ public:
                 found = Mp4Boxes::TooManyPlaces;
             else if (found == Mp4Boxes::Sound && !Fits(box, ends.empty() ? end_ : ends.back()))
                 found = Mp4Boxes::TooLong;
+            else if (found == Mp4Boxes::Sound && !ends.empty() &&
+                     HasPlaceWithin(box, outermost, ends.front()))
+                found = Mp4Boxes::AmongTags;
             place = box.start + box.size;
             if (!IsList(box.name))
                 continue;
+            if (ends.empty())
+                outermost = box.start;
             ends.push_back(place);
             if (ends.size() > kMostLevels)
                 return Mp4Boxes::TooDeep;
@@ -117,6 +123,31 @@ private:
             return true;
         // The lowest bit says that a place comes after the number of the track.
         return !large_ && box.size >= 12 && ((BytesAt(box.start + 11, 1)[0] & 1) == 0 || box.size >= 24);
+    }
+
+    // Whether a table of places, which holds them all, has one in this stretch.
+    bool HasPlaceWithin(const Box &box, uint64_t start, uint64_t end)
+    {
+        const unsigned int placeSize = box.name == "stco" ? 4 : box.name == "co64" ? 8 : 0;
+        constexpr unsigned int kBlock = 64 << 10;
+        if (placeSize == 0)
+            return false;
+        uint64_t left = uint64_t{BytesAt(box.start + 12, 4).toUInt()} * placeSize;
+        for (uint64_t at = box.start + 16; left > 0;) {
+            const TagLib::ByteVector places =
+                BytesAt(at, static_cast<unsigned int>(std::min<uint64_t>(left, kBlock)));
+            if (places.isEmpty())
+                return false;
+            for (unsigned int i = 0; i + placeSize <= places.size(); i += placeSize) {
+                const uint64_t place =
+                    placeSize == 4 ? places.toUInt(i) : static_cast<uint64_t>(places.toLongLong(i));
+                if (place >= start && place < end)
+                    return true;
+            }
+            at += places.size();
+            left -= std::min<uint64_t>(left, places.size());
+        }
+        return false;
     }
 
     TagStream &stream_;

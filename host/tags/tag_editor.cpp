@@ -128,6 +128,8 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
                  ? ": its header counts more places of samples than it lists: its tags can't be changed"
              : file.boxes() == Mp4Boxes::TooLong
                  ? ": a box of its header is longer than the one around it: its tags can't be changed"
+             : file.boxes() == Mp4Boxes::AmongTags
+                 ? ": some of its sound is among its tags, which can't be changed"
                  : ": the tags are broken and can't be changed"));
     Editor(file, edit, shownName, warnings).Run(end, pictures);
     const std::error_code error =

@@ -125,6 +125,36 @@ TEST_F(Mp4BoxesTest, EndWithinTheBoxesAroundThem)
     ExpectTooLong(kStart + WithTags(Big(0) + "ilst"s) + kSamples);
 }
 
+// A header with tags and room, and samples there, of which the second place is so many bytes from its start.
+std::string WithRoom(const std::string &table, uint64_t second, int size)
+{
+    const auto boxes = [&](uint64_t place) {
+        return Box("moov", Track(Table(table, 2, Big(place + 10000, size) + Big(place, size))) +
+                               Box("udta", Box("meta", Big(0) + Box("ilst", "") + Box("free", kSamples))));
+    };
+    return boxes(kStart.size() + second);
+}
+
+// TagLib would write over the room after the list of tags.
+TEST_F(Mp4BoxesTest, HoldNoSamplesAmongTheTags)
+{
+    for (const auto &[table, size] : {std::pair("stco", 4), std::pair("co64", 8)}) {
+        const uint64_t all = WithRoom(table, 0, size).size();
+        ExpectSound(kStart + WithRoom(table, all, size) + kSamples);
+        ExpectSound(kStart + WithRoom(table, UINT64_MAX, size) + kSamples); // right before it
+        for (const uint64_t place : {uint64_t{0}, all - 27, all - 1})
+            EXPECT_EQ(Look(kStart + WithRoom(table, place, size) + kSamples), Mp4Boxes::AmongTags) << place;
+    }
+    EXPECT_EQ(Refusal(kStart + WithRoom("stco", 100, 4) + kSamples),
+              "file: some of its sound is among its tags, which can't be changed");
+    EXPECT_EQ(Refusal(kStart + WithRoom("stco", 10000, 4) + kSamples), "");
+    // Many places are looked at in parts.
+    std::string places(400'000, '\x7F');
+    places.replace(399'996, 4, Big(kStart.size() + 399'000));
+    EXPECT_EQ(Look(kStart + Box("moov", Track(Table("stco", 100'000, places))) + kSamples),
+              Mp4Boxes::AmongTags);
+}
+
 // Some files have zeros where a list of boxes ends.
 TEST_F(Mp4BoxesTest, AreFollowedByZerosInSomeFiles)
 {
