@@ -67,6 +67,17 @@ void JoinedSource::Open(size_t index)
     current_ = OpenSource(options_, files_[index].path);
     if (current_->format() != format_)
         throw Failure(current_->name() + ": was changed while it was read");
+    told_ = current_->warnings().size();
+}
+
+// Some things are seen at the end of a file only.
+void JoinedSource::TakeLaterWarnings()
+{
+    if (index_ < heard_)
+        return;
+    const std::vector<std::string> warnings = current_->warnings();
+    warnings_.insert(warnings_.end(), warnings.begin() + static_cast<ptrdiff_t>(told_), warnings.end());
+    heard_ = index_ + 1;
 }
 
 uint32_t JoinedSource::Read(void *buffer, uint32_t frames)
@@ -74,7 +85,10 @@ uint32_t JoinedSource::Read(void *buffer, uint32_t frames)
     if (!current_)
         Open(0);
     uint32_t got = current_->Read(buffer, frames);
-    while (got == 0 && index_ + 1 < files_.size()) {
+    while (got == 0) {
+        TakeLaterWarnings();
+        if (index_ + 1 == files_.size())
+            break;
         Open(index_ + 1);
         got = current_->Read(buffer, frames);
     }

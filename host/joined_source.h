@@ -42,6 +42,7 @@ public:
 private:
     void Add(const SampleSource &file, const std::filesystem::path &path);
     void Open(size_t index);
+    void TakeLaterWarnings();
 
     const Options &options_;
     std::string name_;
@@ -54,6 +55,8 @@ private:
     std::vector<SourceFile> files_;
     std::vector<std::string> warnings_;
     size_t index_ = 0; // of the file that is read
+    size_t told_ = 0;  // of its warnings
+    size_t heard_ = 0; // files that were read to their end
     std::unique_ptr<SampleSource> current_;
     uint64_t position_ = 0; // in the whole
 };

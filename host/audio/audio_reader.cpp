@@ -310,6 +310,7 @@ void AudioReader::Start()
     if (frames_ > 0 && header_ != HeaderForm::Open && header_ != HeaderForm::OpenAsRf64)
         CheckCount(frames_);
     soundFormat_ = info.format;
+    isFlac_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_FLAC;
     vorbisOrder_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG;
     lossy_ = IsLossy(subtype);
     seekable_ = frames_ > 0 && SeeksExactly(info.format);
@@ -601,15 +602,36 @@ void AudioReader::WarnOfStrayBytes(uint64_t bytes)
                             " bytes after the sound that its header counts are left out");
 }
 
-// libsndfile reads W64 files on to their end.
 void AudioReader::CheckAfterSound(uint64_t start)
 {
     const std::optional<SoundEnd> end = EndOfSound(stream_.file(), start);
-    if (!end || end->chunks == &kW64)
+    if (!end)
         return;
+    // Of these libsndfile would read all on to the end.
+    if (end->chunks == &kW64)
+        stream_.EndAt(end->position);
     if (const std::error_code error = stream_.file().SeekTo(end->position))
         throw std::system_error(error);
     WarnOfStrayBytes(StrayBytes(stream_.file(), *end));
+}
+
+// The decoder reads a little further than the last frame.
+void AudioReader::CheckAfterFlac()
+{
+    constexpr uint64_t kMostAhead = uint64_t{1} << 20;
+    if (!isFlac_ || afterFlacIsKnown_)
+        return;
+    try {
+        uint64_t place = 0;
+        if (const std::error_code error = stream_.bytes().Tell(place))
+            throw std::system_error(error);
+        const uint64_t first = stream_.start() + 1;
+        WarnOfStrayBytes(
+            BytesOfNextFlac(stream_.bytes(), std::max(first, place - std::min(place, kMostAhead))));
+        afterFlacIsKnown_ = true;
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
 }
 
 void AudioReader::CheckEnd()
@@ -624,6 +646,8 @@ void AudioReader::CheckEnd()
         Fail("the audio is damaged (" + SoundFileError(stream_.handle()) + ")");
     if (pipe())
         CheckPipeEnd();
+    else
+        CheckAfterFlac();
     CheckSum();
 }
 

@@ -6,6 +6,7 @@
 #include "host/audio/flac_sum.h"
 #include "host/audio/frame_count.h"
 #include "host/audio/mpeg_frames.h"
+#include "host/audio/next_flac.h"
 #include "host/audio/ogg_link.h"
 #include "host/audio/patched_bytes.h"
 #include "host/audio/sample_format.h"
@@ -103,6 +104,7 @@ private:
     void CheckAfterSound(uint64_t start);
     void CheckAfterSoundInPipe();
     void CheckPipeEnd();
+    void CheckAfterFlac();
     void CheckEnd();
 
     std::filesystem::path path_;
@@ -124,8 +126,11 @@ private:
     std::optional<FlacSum> wantedSum_; // of FLAC, until it was once found right
     std::optional<FlacSum> sum_;       // of what was read, if that is all since the first frame
     std::optional<FlacForm> flac_;     // of a stream from a pipe
-    MpegFrames mpeg_;                  // of a stream from a pipe
-    bool openMpeg_ = false;            // which counts no frames
+    std::optional<NextFlac> nextFlac_; // in it
+    bool isFlac_ = false;
+    bool afterFlacIsKnown_ = false; // what follows in a file
+    MpegFrames mpeg_;               // of a stream from a pipe
+    bool openMpeg_ = false;         // which counts no frames
     std::unique_ptr<PatchedBytes> patched_;
     std::vector<std::string> warnings_;
     std::vector<uint64_t> starts_; // of the streams after one another in a file that has several

@@ -20,6 +20,10 @@ void AudioReader::PrepareFlac()
         sum_ = SumOfFlac(*pipe_, stream_.start());
         if (flac_)
             pipe_->KeepTail(flac_->TailBytes());
+        if (isFlac_) {
+            nextFlac_.emplace(0, stream_.start());
+            pipe_->Watch([this](std::span<const unsigned char> bytes) { nextFlac_->Take(bytes); });
+        }
         pipe_->SeekTo(position);
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
@@ -87,6 +91,8 @@ void AudioReader::CheckPipeEnd()
     if (const std::error_code error = pipe_->Drain())
         Fail("reading failed: " + error.message());
     CheckMpegEnd();
+    if (nextFlac_)
+        WarnOfStrayBytes(nextFlac_->bytes());
     if (flac_)
         CheckFlac(*flac_, EndOfFlac(*flac_, pipe_->tail()));
     else

@@ -2,6 +2,8 @@
 #include "host/libav/libav_reader.h"
 
 #include "host/audio/completeness.h"
+#include "host/audio/stray_bytes.h"
+#include "host/audio/stream_header.h"
 #include "host/libav/completeness_coded.h"
 #include "host/libav/mp4_length.h"
 #include "host/system/failure.h"
@@ -135,8 +137,8 @@ LibavReader::LibavReader(const std::filesystem::path &path, const std::string &s
 LibavReader::LibavReader(std::unique_ptr<PipeInput> pipe, const std::string &shownName)
     : shownName_(shownName), pipe_(std::move(pipe))
 {
-    pipe_->Watch([this](std::span<const unsigned char> bytes) { wavPack_.Take(bytes); });
     Start();
+    WatchPipe();
     pipe_->KeepNoMore();
     if (link_)
         pipe_->KeepTail(kLargestOggPage);
@@ -169,9 +171,45 @@ void LibavReader::CheckFile()
                      ? "the file is cut off"
                      : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
         CheckWavPack(FramesOfWavPack(bytes));
+        NextFile next(bytes);
+        next.TakeFile(bytes);
+        WarnOfStrayBytes(next.bytes());
+        if (const std::optional<SoundEnd> end = EndOfSound(file_)) {
+            if (const std::error_code error = file_.SeekTo(end->position))
+                throw std::system_error(error);
+            WarnOfStrayBytes(StrayBytes(file_, *end));
+        }
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
+}
+
+// While all that came is kept.
+void LibavReader::WatchPipe()
+{
+    try {
+        uint64_t place = 0;
+        std::error_code error = pipe_->Tell(place);
+        HeaderBytes bytes(*pipe_);
+        next_.emplace(bytes);
+        if (!error)
+            error = pipe_->SeekTo(place);
+        if (error)
+            throw std::system_error(error);
+    } catch (const std::system_error &error) {
+        Fail("reading failed: " + error.code().message());
+    }
+    pipe_->Watch([this](std::span<const unsigned char> bytes) {
+        wavPack_.Take(bytes);
+        next_->Take(bytes);
+    });
+}
+
+void LibavReader::WarnOfStrayBytes(uint64_t bytes)
+{
+    if (bytes > 0)
+        warnings_.push_back(shownName_ + ": " + std::to_string(bytes) +
+                            " bytes after the sound that its header counts are left out");
 }
 
 void LibavReader::CheckWavPack(const WavPackFrames &frames) const
@@ -507,6 +545,7 @@ void LibavReader::CheckEnd()
             Fail("reading failed: " + error.message());
         CheckOggEnd(*pipe_, shownName_);
         CheckWavPack(wavPack_.frames());
+        WarnOfStrayBytes(next_->bytes());
     }
 }
 

@@ -6,6 +6,7 @@
 #include "host/audio/sample_source.h"
 #include "host/libav/completeness_coded.h"
 #include "host/libav/libav_input.h"
+#include "host/libav/next_file.h"
 #include "host/system/pipe_input.h"
 #include "host/system/platform.h"
 
@@ -38,6 +39,7 @@ public:
     const Container *container() const override { return container_; }
     TagKind tagKind() const override { return tagKind_; }
     bool lossy() const override { return lossy_; }
+    std::vector<std::string> warnings() const override { return warnings_; }
 
     // Throws if the file ends before it should, or can't be decoded.
     uint32_t Read(void *buffer, uint32_t frames) override;
@@ -56,6 +58,8 @@ private:
     [[noreturn]] void FailDamaged(int error) const;
     void CheckFile();
     void CheckWavPack(const WavPackFrames &frames) const;
+    void WatchPipe();
+    void WarnOfStrayBytes(uint64_t bytes);
     void Start();
     void StartInput(ByteStream &stream);
     void StartDecoder();
@@ -75,8 +79,9 @@ private:
     std::string shownName_;
     File file_;
     std::unique_ptr<PipeInput> pipe_;
-    WavPackBlocks wavPack_;       // of a pipe
-    std::optional<OggLink> link_; // of Ogg, in which streams can follow one another
+    WavPackBlocks wavPack_;        // of a pipe
+    std::optional<NextFile> next_; // in it
+    std::optional<OggLink> link_;  // of Ogg, in which streams can follow one another
     std::unique_ptr<LibavInput> input_;
     std::unique_ptr<AVCodecContext, Release> decoder_;
     std::unique_ptr<AVPacket, Release> packet_;
@@ -95,6 +100,7 @@ private:
     size_t taken_ = 0;             // bytes of them
     std::string type_;
     std::string encoding_;
+    std::vector<std::string> warnings_;
 };
 
 } // namespace tonekit::host

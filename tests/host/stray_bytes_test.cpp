@@ -1,4 +1,5 @@
 // stray_bytes_test.cpp: what follows the samples that a header counts is told, if it may be sound.
+#include "host/audio/next_flac.h"
 #include "host/audio/stray_bytes.h"
 #include "host/audio/stream_header.h"
 #include "host/system/memory_bytes.h"
@@ -11,6 +12,7 @@ namespace tonekit::host::test {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 std::span<const unsigned char> Bytes(const std::string &text)
 {
@@ -126,7 +128,7 @@ protected:
             return stray == 0 ? "" : "tonekit-convert: warning: " + name + ": " + text;
         };
         WriteText(folder / "in", bytes);
-        const Outcome outcome = RunHost({"-q", folder / "in", "-t", "raw", folder / "out.raw"});
+        const Outcome outcome = RunHost({"-q", "--no-tags", folder / "in", "-t", "raw", folder / "out.raw"});
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_EQ(OwnLines(outcome.err), warning(fs::path(folder / "in").make_preferred().string()));
         EXPECT_EQ(fs::file_size(folder / "out.raw"), 4 * frames);
@@ -157,6 +159,75 @@ TEST_F(StrayBytesOf, AHeaderThatCountsTooLittleAreTold)
                             Big(1, 4) + Big(2, 4) + Big(16, 4) + "data";
     ExpectLeftOut(caf + Big(400004, 8) + Big(0, 4) + noise, 100000, 0);
     ExpectLeftOut(caf + Big(200004, 8) + Big(0, 4) + noise, 50000, 200000);
+}
+
+// The decoder ends with the first stream, whether its frames are counted or not.
+TEST_F(StrayBytesOf, FlacAreAnotherStream)
+{
+    ASSERT_EQ(RunHost({"-q", "--no-tags", folder / "good.wav", folder / "a.flac"}).status, 0);
+    const std::string one = ReadText(folder / "a.flac");
+    std::string open = one;
+    open[21] = static_cast<char>(open[21] & 0xF0);
+    open.replace(22, 20, 20, '\0'); // no count and no sum
+    const std::string tag = "ID3\4" + std::string(5, '\0') + "\5tagged";
+    for (const std::string &file : {one, open, tag.substr(0, 15) + one}) {
+        SCOPED_TRACE(file.substr(0, 3));
+        ExpectLeftOut(file, 50000, 0);
+        ExpectLeftOut(file + one, 50000, one.size());
+        ExpectLeftOut(file + open + one, 50000, 2 * one.size());
+        ExpectLeftOut(file + "TAG" + std::string(125, 'f') + one, 50000, one.size());
+        ExpectLeftOut(file + "TAG" + std::string(125, 'f'), 50000, 0);
+    }
+    // Each of those that are joined tells of it, once.
+    WriteText(folder / "twice.flac", one + one);
+    const Outcome outcome = RunHost({"-q", "--normalize", "-20", "--join", folder / "twice.flac",
+                                     folder / "twice.flac", folder / "a.flac", folder / "joined.wav"});
+    EXPECT_EQ(outcome.status, 0);
+    const std::string what = "bytes after the sound that its header counts are left out";
+    const size_t first = outcome.err.find(what);
+    ASSERT_NE(first, std::string::npos) << outcome.err;
+    const size_t second = outcome.err.find(what, first + 1);
+    ASSERT_NE(second, std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find(what, second + 1), std::string::npos) << outcome.err;
+}
+
+TEST(NextFlac, IsFoundWhereverItsBytesCome)
+{
+    const std::string start = "fLaC\0\0\0\x22"s;
+    const struct {
+        std::string bytes;
+        uint64_t expected;
+    } rows[] = {
+        {start + "fffLaCfL" + start + "more", 12},
+        {start + "x" + "fLaC\x80\0\0\x22"s, 8},
+        {start + "fLaC\1\0\0\x22"s, 0},
+        {start + "fLaC\0\0\1\x22"s, 0},
+        {start + "fLaC\0\0\0\x21"s, 0},
+        {start + start.substr(0, 7), 0},
+        {start + start + start, 16},
+        {start, 0},
+        {"", 0},
+    };
+    for (const auto &row : rows)
+        for (const size_t before : {0u, 3u, 100u})
+            for (const size_t part : {1u, 2u, 6u, 7u, 8u, 9u, 1000u}) {
+                const std::string bytes = std::string(before, 'f') + row.bytes;
+                NextFlac next(0, before);
+                for (size_t i = 0; i < bytes.size(); i += part)
+                    next.Take(Bytes(bytes).subspan(i, std::min(part, bytes.size() - i)));
+                EXPECT_EQ(next.bytes(), row.expected) << &row - rows << " by " << part << " after " << before;
+            }
+}
+
+// libsndfile would take all on to the end for samples.
+TEST_F(StrayBytesOf, W64AreNoSamples)
+{
+    ASSERT_EQ(RunHost({"-q", "--no-tags", folder / "good.wav", folder / "a.w64"}).status, 0);
+    const std::string one = ReadText(folder / "a.w64");
+    ExpectLeftOut(one, 50000, 0);
+    ExpectLeftOut(one + "bext" + std::string(12, 'g') + Little(24 + 1000, 8) + std::string(1000, 'x'), 50000,
+                  0);
+    ExpectLeftOut(one + one, 50000, one.size());
 }
 
 TEST_F(StrayBytesOf, AFileOfItsOwnAreNone)
