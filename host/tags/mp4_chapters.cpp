@@ -126,11 +126,17 @@ std::string WithChapters(std::string movie, const std::vector<Chapter> &chapters
     return movie;
 }
 
+struct Movie {
+    Part part;
+    bool hasFragments; // of audio, in boxes that come after it
+};
+
 // Where the movie's box is in the file, all of whose boxes are looked at: what is put at its end has to be
 // one of them.
-Part FindMovie(HeaderBytes &bytes)
+Movie FindMovie(HeaderBytes &bytes)
 {
     std::optional<Part> movie;
+    bool fragments = false;
     uint64_t place = 0;
     for (int i = 0; place < bytes.size() && i < kMostBoxes; ++i) {
         uint64_t size = bytes.Big(place, 4);
@@ -143,11 +149,12 @@ Part FindMovie(HeaderBytes &bytes)
             throw Failure("its header is there twice");
         if (isMovie)
             movie = Part{static_cast<size_t>(place), static_cast<size_t>(size)};
+        fragments = fragments || bytes.Has(place + 4, "moof");
         place += size;
     }
     if (!movie || place != bytes.size() || movie->size > MemoryLimit() / 4)
         throw Failure("its header can't be found, or is too large");
-    return *movie;
+    return {*movie, fragments};
 }
 
 } // namespace
@@ -156,7 +163,7 @@ Part FindMovie(HeaderBytes &bytes)
 void SetMp4Chapters(File &file, const std::vector<Chapter> &chapters)
 {
     HeaderBytes bytes(file);
-    const Part part = FindMovie(bytes);
+    const auto [part, hasFragments] = FindMovie(bytes);
     std::string movie(part.size, '\0');
     if (!bytes.Fetch(part.start, movie.data(), movie.size()))
         throw Failure("its header breaks off");
@@ -165,6 +172,9 @@ void SetMp4Chapters(File &file, const std::vector<Chapter> &chapters)
         return;
     uint64_t place = part.start;
     if (place + part.size != bytes.size()) {
+        // Their readers have to know the movie first.
+        if (hasFragments)
+            throw Failure("its audio comes in fragments after its header");
         Check(file.SeekTo(place + 4));
         Check(file.Write("free", 4));
         place = bytes.size();

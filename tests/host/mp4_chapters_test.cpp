@@ -86,6 +86,18 @@ TEST_F(Mp4Chapters, AreRefusedWhereTheHeaderIsThereTwice)
     ExpectRefusal(Box("moov", Box("udta", kOther)) + Box("mdat", "samples") + Box("moov", ""));
 }
 
+// No player finds the tracks of fragments that come before the movie.
+TEST_F(Mp4Chapters, AreRefusedWhereFragmentsFollowTheHeader)
+{
+    const std::string fragment = Box("moof", "track") + Box("mdat", "samples");
+    ExpectRefusal(Box("moov", "") + fragment);
+    ExpectRefusal(Box("ftyp", "iso5") + Box("moov", Box("udta", kOther)) + fragment + fragment);
+    EXPECT_EQ(With(Box("moov", Box("udta", kList)) + fragment, one_),
+              Box("moov", Box("udta", kList)) + fragment);
+    EXPECT_EQ(With(Box("moov", Box("udta", "")) + fragment, {}), Box("moov", Box("udta", "")) + fragment);
+    EXPECT_EQ(With(fragment + Box("moov", ""), one_), fragment + Box("moov", Box("udta", kList)));
+}
+
 // A movie after these couldn't be found.
 TEST_F(Mp4Chapters, AreRefusedWhereNothingCanBePutAtTheEnd)
 {
