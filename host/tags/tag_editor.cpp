@@ -1,6 +1,7 @@
 // tag_editor.cpp: edits in the tags' own forms, so that what isn't touched keeps all its details.
 #include "host/tags/tag_editor.h"
 
+#include "host/audio/ogg_pages.h"
 #include "host/system/failure.h"
 #include "host/tags/cover.h"
 #include "host/tags/tag_file.h"
@@ -108,6 +109,26 @@ std::vector<Picture> PicturesIn(const std::filesystem::path &path, TagKind kind)
     return PicturesOf(block.get());
 }
 
+// TagLib gives pages after longer tags new numbers and checksums, and what was broken or missing would look
+// whole.
+void CheckPages(const std::filesystem::path &path, const std::string &shownName)
+{
+    File file;
+    std::error_code error = file.OpenToRead(path);
+    bool broken = false;
+    try {
+        broken = !error && PagesOfOgg(file).HasBroken();
+    } catch (const std::system_error &failed) {
+        error = failed.code();
+    }
+    if (error)
+        throw Failure(shownName + ": reading the tags failed: " + error.message());
+    if (broken)
+        throw Failure(shownName +
+                      ": the audio is damaged (a page of it is broken or missing): its tags can't "
+                      "be changed");
+}
+
 } // namespace
 
 void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &edit, uint64_t end,
@@ -115,6 +136,8 @@ void EditTags(const std::filesystem::path &path, TagKind kind, const TagEdit &ed
 {
     const std::vector<Picture> pictures =
         edit.pictureSize != 0 ? PicturesIn(path, kind) : std::vector<Picture>();
+    if (kind == TagKind::Vorbis || kind == TagKind::Opus)
+        CheckPages(path, shownName);
     TagFile file(path, kind, TagStream::Access::Change);
     file.CheckSystem(shownName);
     if (const char *const start = file.MissingStart())
