@@ -1,8 +1,9 @@
 // host_tag_edit_fuzz.cpp: the tags of arbitrary files changed in place and replaced, as each kind of file.
-// Refusals are Failure or warnings. A text that was set is there afterwards, and what was read of a changed
-// file can be read of it again.
+// Refusals are Failure or warnings. A text that was set is there afterwards, all sound that could be read is
+// read again, and coded sound is at the places that the file says, byte for byte.
+#include "fuzz/coded_sound.h"
 #include "fuzz/memory_file.h"
-#include "host/audio/audio_reader.h"
+#include "host/open_source.h"
 #include "host/system/failure.h"
 #include "host/tags/tag_editor.h"
 #include "host/tags/tag_reader.h"
@@ -19,6 +20,7 @@ using namespace tonekit::host;
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::MemoryFile;
 using tonekit::fuzz::Require;
+using tonekit::fuzz::SoundBytes;
 using Texts = std::vector<std::pair<std::string, std::string>>;
 
 constexpr uint64_t kEnd = 600'000'000; // a minute
@@ -44,20 +46,40 @@ bool Read(const MemoryFile &file, TagKind kind, Texts &texts)
     return warnings.empty();
 }
 
-// The first samples of a file of this kind; nothing if it is none.
-std::optional<std::vector<uint8_t>> AudioOf(const MemoryFile &file, TagKind kind)
+// All that can be read of a file's sound, as a sum, and what stopped that.
+struct Sound {
+    AudioFormat format;
+    uint64_t frames = 0;
+    uint64_t sum = 0xCBF29CE484222325; // FNV-1a
+    bool whole = false;
+    bool operator==(const Sound &) const = default;
+};
+
+// The sound of a file of this kind; nothing if it is none. Few bytes can stand for hours of silence: of
+// those, the first quarter of a minute.
+std::optional<Sound> SoundOf(const MemoryFile &file, TagKind kind)
 {
-    constexpr uint32_t kFrames = 1024;
+    constexpr uint32_t kFrames = 4096;
+    constexpr uint64_t kMostFrames = 160 * kFrames;
+    std::optional<Sound> sound;
     try {
-        AudioReader reader(file.Path(), "file");
-        if (reader.tagKind() != kind)
+        const std::unique_ptr<SampleSource> source = OpenAudioFile(file.Path(), "file");
+        if (source->tagKind() != kind)
             return {};
-        std::vector<uint8_t> samples(size_t{kFrames} * reader.format().FrameBytes());
-        samples.resize(size_t{reader.Read(samples.data(), kFrames)} * reader.format().FrameBytes());
-        return samples;
-    } catch (const Failure &) {
-        return {};
+        sound.emplace().format = source->format();
+        std::vector<uint8_t> samples(size_t{kFrames} * source->format().FrameBytes());
+        while (sound->frames < kMostFrames) {
+            const uint32_t got = source->Read(samples.data(), kFrames);
+            for (size_t i = 0; i < size_t{got} * source->format().FrameBytes(); ++i)
+                sound->sum = (sound->sum ^ samples[i]) * 0x100000001B3;
+            sound->frames += got;
+            if (got == 0)
+                break;
+        }
+        sound->whole = true;
+    } catch (const Failure &) { // what was read before is compared
     }
+    return sound;
 }
 
 // Whether an AIFF file's chunk of samples is shorter than its own header: libsndfile takes what follows for
@@ -129,14 +151,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static MemoryFile file;
     InputBytes input(data, size);
-    const TagKind kind = input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis,
-                                      TagKind::Opus, TagKind::Mpeg, TagKind::None, TagKind::Mp4});
+    const TagKind kind =
+        input.OneOf({TagKind::Wav, TagKind::Aiff, TagKind::Flac, TagKind::Vorbis, TagKind::Opus,
+                     TagKind::Mpeg, TagKind::None, TagKind::Mp4, TagKind::WavPack, TagKind::Ape});
     const bool replace = input.Flag();
     const TagEdit edit = TakeEdit(input);
     std::vector<uint8_t> settings = input.Take(8);
     InputBytes chapters(settings.data(), settings.size());
     file.Set(input.Rest(), input.Size());
-    const std::optional<std::vector<uint8_t>> audio = AudioOf(file, kind);
+    const std::optional<Sound> sound = SoundOf(file, kind);
+    const std::string before(reinterpret_cast<const char *>(input.Rest()), input.Size());
+    SoundBytes bytes(before);
+    const std::optional<std::string> coded = bytes.Find(kind);
     std::vector<std::string> warnings;
     try {
         if (replace)
@@ -148,10 +174,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     Texts texts;
     const bool known = Read(file, kind, texts);
-    if (!audio || kind == TagKind::None ||
+    if (coded)
+        Require(SoundBytes(file.Bytes()).Find(kind) == coded);
+    if (!sound || kind == TagKind::None || bytes.IsOutside() ||
         (kind == TagKind::Aiff && HasNoRoomForSamples(input.Rest(), input.Size())))
         return 0;
-    Require(AudioOf(file, kind) == audio);
+    Require(SoundOf(file, kind) == sound);
     if (known && !replace && !edit.texts.empty() && edit.texts[0].first == "TITLE" && warnings.empty())
         Require(Holds(texts, "TITLE", "A title"));
     return 0;

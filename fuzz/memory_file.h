@@ -27,6 +27,14 @@ public:
         Require(ftruncate(descriptor_, 0) == 0);
         Require(pwrite(descriptor_, data, size, 0) == static_cast<ssize_t>(size));
     }
+    std::string Bytes() const
+    {
+        const off_t size = lseek(descriptor_, 0, SEEK_END);
+        Require(size >= 0);
+        std::string bytes(static_cast<size_t>(size), '\0');
+        Require(pread(descriptor_, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(size));
+        return bytes;
+    }
 
 private:
     int descriptor_;
