@@ -72,6 +72,31 @@ Mp4Length ClockOf(HeaderBytes &bytes, const Box &box)
     return clock;
 }
 
+// How long the samples of a track are together by the table of their lengths, and how long the longest is.
+struct Mp4Samples {
+    uint64_t ticks = 0; // 0: it isn't known
+    uint64_t longest = 0;
+};
+
+Mp4Samples SamplesOf(HeaderBytes &bytes, const std::optional<Box> &media)
+{
+    constexpr uint64_t kMostEntries = 10000;
+    const std::optional<Box> table = Find(bytes, "stts", Find(bytes, "stbl", Find(bytes, "minf", media)));
+    const uint64_t count = table ? bytes.Big(table->start + 4, 4) : 0;
+    if (count > kMostEntries || (table && table->start + 8 + 8 * count > table->end))
+        return {};
+    Mp4Samples samples;
+    for (uint64_t i = 0; i < count; ++i) {
+        const uint64_t place = table->start + 8 + 8 * i;
+        const uint64_t length = bytes.Big(place + 4, 4);
+        samples.ticks += bytes.Big(place, 4) * length;
+        samples.longest = std::max(samples.longest, length);
+        if (!bytes.ok() || samples.ticks > kLongest)
+            return {};
+    }
+    return samples;
+}
+
 std::optional<Box> TrackOf(HeaderBytes &bytes, const Box &movie, uint32_t number)
 {
     std::optional<Box> track = Find(bytes, "trak", movie);
@@ -135,13 +160,17 @@ std::optional<Mp4Length> LengthOfMp4(ByteStream &file, uint32_t trackNumber, con
     const std::optional<Box> movie = Find(bytes, "moov", 0, bytes.size());
     const std::optional<Box> movieHeader = Find(bytes, "mvhd", movie);
     const std::optional<Box> track = movie ? TrackOf(bytes, *movie, trackNumber) : std::nullopt;
-    const std::optional<Box> header = Find(bytes, "mdhd", Find(bytes, "mdia", track));
+    const std::optional<Box> media = Find(bytes, "mdia", track);
+    const std::optional<Box> header = Find(bytes, "mdhd", media);
     // What comes in fragments has no length in front.
     if (!movieHeader || !header || Find(bytes, "mvex", movie))
         return std::nullopt;
     Mp4Length length = ClockOf(bytes, *header);
     if (length.ticks == 0 || length.ticksPerSecond == 0)
         return std::nullopt;
+    // The header may leave out a part of the last sample. If it leaves out more, it isn't right.
+    if (const Mp4Samples samples = SamplesOf(bytes, media); samples.ticks > length.ticks + samples.longest)
+        length.ticks = samples.ticks;
     if (const std::optional<uint64_t> known = GaplessLength(gapless, length.ticks)) {
         length.ticks = *known;
         return length;

@@ -274,6 +274,31 @@ TEST_F(LibavReader, ReadsWhatComesOutOfAPipe)
     }
 }
 
+// The table of samples is right where the header counts less than it by more than a packet.
+TEST_F(LibavReader, ReadsAllSamplesOfMp4WhateverItsHeaderCounts)
+{
+    for (const char *coder : {"alac", "aac"}) {
+        WriteCoded(folder / "in", Tone(kWav16, 44100, 2, 30001, 440),
+                   {"ipod", coder, coder[1] == 'a' ? 0 : 16});
+        const std::string whole = ReadText(folder / "in");
+        const size_t length = whole.find("mdhd") + 20;
+        ASSERT_LT(length, whole.size());
+        ASSERT_EQ(OpenAudioFile(folder / "in", "in")->frames(), 30001U) << coder;
+        const std::string samples = SamplesOf(folder / "in");
+        for (const uint64_t counted : {1u, 9000u, 25000u}) {
+            WriteText(folder / "short", std::string(whole).replace(length, 4, Big(counted)));
+            EXPECT_EQ(OpenAudioFile(folder / "short", "short")->frames(), 30001U) << coder << counted;
+            EXPECT_TRUE(SamplesOf(folder / "short") == samples) << coder << counted;
+        }
+    }
+    // A part of the last packet can be left out.
+    WriteCoded(folder / "in", Tone(kWav16, 44100, 2, 30001, 440), {"ipod", "alac", 16});
+    std::string less = ReadText(folder / "in");
+    less.replace(less.find("mdhd") + 20, 4, Big(29000));
+    WriteText(folder / "less", less);
+    EXPECT_EQ(OpenAudioFile(folder / "less", "less")->frames(), 29000U);
+}
+
 TEST_F(LibavReader, ReadsAllStreamsOfFlacInOgg)
 {
     std::string bytes;
