@@ -4,6 +4,7 @@
 #include "host/audio/caf_header.h"
 #include "host/audio/channel_layout.h"
 #include "host/audio/completeness.h"
+#include "host/audio/completeness_rare.h"
 #include "host/audio/header_bytes.h"
 #include "host/audio/header_channels.h"
 #include "host/audio/mpeg_streams.h"
@@ -230,6 +231,8 @@ void AudioReader::TakeWholePipe()
         throw std::system_error(error);
     stream_.Use(pipe_.get());
     FailIfCut(*pipe_);
+    HeaderBytes bytes(*pipe_);
+    EndWhereCounted(*pipe_, EndOfRareType(bytes));
 }
 
 HeaderForm AudioReader::PreparedHeader()
@@ -265,7 +268,8 @@ void AudioReader::OpenPipe()
         count_ = CountInHeader(*pipe_, start);
         named_ = ChannelsInHeader(*pipe_, start);
         header_ = PreparedHeader();
-        end_ = EndOfSound(*pipe_, start);
+        if (header_ == HeaderForm::AsItWas)
+            end_ = EndOfSound(*pipe_, start);
         // Without its size libsndfile looks for the samples for ever.
         if (header_ == HeaderForm::NotFound || header_ == HeaderForm::NeedsEnd) {
             TakeWholePipe();
@@ -604,15 +608,21 @@ void AudioReader::WarnOfStrayBytes(uint64_t bytes)
 
 void AudioReader::CheckAfterSound(uint64_t start)
 {
+    HeaderBytes bytes(stream_.file());
     const std::optional<SoundEnd> end = EndOfSound(stream_.file(), start);
+    EndWhereCounted(stream_.file(), end ? end : EndOfRareType(bytes));
+}
+
+// libsndfile would read W64 and rare types on to the end of the file.
+void AudioReader::EndWhereCounted(ByteStream &stream, const std::optional<SoundEnd> &end)
+{
     if (!end)
         return;
-    // Of these libsndfile would read all on to the end.
-    if (end->chunks == &kW64)
+    if (!end->chunks || end->chunks == &kW64)
         stream_.EndAt(end->position);
-    if (const std::error_code error = stream_.file().SeekTo(end->position))
+    if (const std::error_code error = stream.SeekTo(end->position))
         throw std::system_error(error);
-    WarnOfStrayBytes(StrayBytes(stream_.file(), *end));
+    WarnOfStrayBytes(StrayBytes(stream, *end));
 }
 
 // The decoder reads a little further than the last frame.

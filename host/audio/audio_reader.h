@@ -102,6 +102,7 @@ private:
     void CheckFlac(const FlacForm &form, const FlacEnd &end) const;
     void WarnOfStrayBytes(uint64_t bytes);
     void CheckAfterSound(uint64_t start);
+    void EndWhereCounted(ByteStream &stream, const std::optional<SoundEnd> &end);
     void CheckAfterSoundInPipe();
     void CheckPipeEnd();
     void CheckAfterFlac();

@@ -75,7 +75,8 @@ void AudioReader::CheckAfterSoundInPipe()
             if (error)
                 throw std::system_error(error);
             if (got == 0)
-                return;
+                Fail("the file is cut off: its last " + std::to_string(end_->position - pipe_->next()) +
+                     " bytes are missing");
         }
         pipe_->SeekTo(end_->position);
         WarnOfStrayBytes(StrayBytes(*pipe_, *end_));

@@ -20,7 +20,7 @@ uint64_t NistNumber(const std::string &header, const std::string &name)
 }
 
 // A text of 1024 bytes; the samples follow as they are, unless their coding is said to be packed.
-uint64_t MissingFromNist(HeaderBytes &bytes)
+uint64_t EndOfNist(HeaderBytes &bytes)
 {
     std::string header(1024, '\0');
     if (!bytes.Fetch(0, header.data(), header.size()) || header.find("embedded") != std::string::npos)
@@ -28,8 +28,7 @@ uint64_t MissingFromNist(HeaderBytes &bytes)
     constexpr uint64_t kMost = uint64_t{1} << 40; // so that products fit
     const uint64_t frameBytes = std::min<uint64_t>(NistNumber(header, "channel_count"), 1024) *
                                 std::min<uint64_t>(NistNumber(header, "sample_n_bytes"), 8);
-    return Shortfall(header.size() + std::min(NistNumber(header, "sample_count"), kMost) * frameBytes,
-                     bytes.size());
+    return header.size() + std::min(NistNumber(header, "sample_count"), kMost) * frameBytes;
 }
 
 // Blocks of a type, and three bytes of size, until one of type 0, which has no size.
@@ -56,12 +55,12 @@ uint64_t MissingFromVoc(HeaderBytes &bytes)
     return 0;
 }
 
-uint64_t MissingFromAvr(HeaderBytes &bytes)
+uint64_t EndOfAvr(HeaderBytes &bytes)
 {
     const uint64_t channels = bytes.Big(12, 2) ? 2 : 1;
     const uint64_t sampleBytes = bytes.Big(14, 2) / 8;
     const uint64_t frames = bytes.Big(26, 4);
-    return Shortfall(128 + frames * channels * sampleBytes, bytes.size());
+    return 128 + frames * channels * sampleBytes;
 }
 
 // Matrices in a row: type, rows, columns, whether there are imaginary numbers, and the bytes of the name.
@@ -131,11 +130,11 @@ uint64_t MissingFromMpc(HeaderBytes &bytes)
 std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes)
 {
     if (bytes.Has(0, "NIST_1A"))
-        return MissingFromNist(bytes);
+        return Shortfall(EndOfNist(bytes), bytes.size());
     if (bytes.Has(0, "Creative Voice File\x1A"))
         return MissingFromVoc(bytes);
     if (bytes.Has(0, "2BIT"))
-        return MissingFromAvr(bytes);
+        return Shortfall(EndOfAvr(bytes), bytes.size());
     if (bytes.Has(0, "MATLAB 5.0 MAT-file"))
         return MissingFromMat5(bytes);
     // The first matrix is the rate, under a name of 11 bytes with its end.
@@ -148,6 +147,15 @@ std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes)
     if (bytes.Has(0, "\x01\x04") && bytes.Little(21, 1) <= 1)
         return MissingFromMpc(bytes);
     return std::nullopt;
+}
+
+std::optional<SoundEnd> EndOfRareType(HeaderBytes &bytes)
+{
+    const uint64_t end = bytes.Has(0, "NIST_1A") ? EndOfNist(bytes)
+                         : bytes.Has(0, "2BIT")  ? EndOfAvr(bytes)
+                                                 : 0;
+    constexpr uint64_t kLargestHeader = 1024;
+    return end > kLargestHeader && end <= bytes.size() ? std::optional(SoundEnd{end}) : std::nullopt;
 }
 
 } // namespace tonekit::host

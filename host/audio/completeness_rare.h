@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/audio/header_bytes.h"
+#include "host/audio/stray_bytes.h"
 
 #include <optional>
 
@@ -10,5 +11,9 @@ namespace tonekit::host {
 // The bytes missing at the end of a NIST, VOC, AVR, MAT4, MAT5, SDS, MPC 2000 or WVE file; none for other
 // types.
 std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes);
+
+// Where the samples of a NIST or AVR file end by their count; nothing if it has none or not all of them, and
+// for other types.
+std::optional<SoundEnd> EndOfRareType(HeaderBytes &bytes);
 
 } // namespace tonekit::host

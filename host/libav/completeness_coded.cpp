@@ -36,7 +36,7 @@ EbmlNumber EbmlAt(HeaderBytes &bytes, uint64_t place)
     return bytes.ok() ? number : EbmlNumber();
 }
 
-uint64_t MissingFromMatroska(HeaderBytes &bytes)
+uint64_t EndOfMatroska(HeaderBytes &bytes)
 {
     constexpr uint64_t kIdBytes = 4;
     const EbmlNumber header = EbmlAt(bytes, kIdBytes);
@@ -48,11 +48,11 @@ uint64_t MissingFromMatroska(HeaderBytes &bytes)
     const EbmlNumber size = EbmlAt(bytes, segment + kIdBytes);
     if (size.bytes == 0 || size.unknown)
         return 0;
-    return Shortfall(segment + kIdBytes + size.bytes + size.value, bytes.size());
+    return segment + kIdBytes + size.bytes + size.value;
 }
 
 // Objects with names of 16 bytes; the header's object holds others, one of which holds the file's size.
-uint64_t MissingFromAsf(HeaderBytes &bytes)
+uint64_t EndOfAsf(HeaderBytes &bytes)
 {
     constexpr uint64_t kObject = 24;
     constexpr uint64_t kMostObjects = 1000;
@@ -63,7 +63,7 @@ uint64_t MissingFromAsf(HeaderBytes &bytes)
             constexpr uint64_t kLive = 1; // the size isn't known
             const uint64_t flags = bytes.Little(place + kObject + 64, 4);
             const uint64_t size = bytes.Little(place + kObject + 16, 8);
-            return bytes.ok() && !(flags & kLive) ? Shortfall(size, bytes.size()) : 0;
+            return bytes.ok() && !(flags & kLive) ? size : 0;
         }
         const uint64_t size = bytes.Little(place + 16, 8);
         if (!bytes.ok() || size < kObject || size > end)
@@ -74,28 +74,31 @@ uint64_t MissingFromAsf(HeaderBytes &bytes)
 }
 
 // The size of a DSF file is that of the whole; DSDIFF doesn't count its name and size.
-uint64_t MissingFromDsd(HeaderBytes &bytes)
+uint64_t EndOfDsd(HeaderBytes &bytes)
 {
     const bool dsf = bytes.Has(0, "DSD ");
     const uint64_t size = dsf ? bytes.Little(12, 8) : bytes.Big(4, 8);
     if (!bytes.ok() || size > uint64_t{1} << 62)
         return 0;
-    return Shortfall(size + (dsf ? 0 : 12), bytes.size());
+    return size + (dsf ? 0 : 12);
 }
 
 } // namespace
 
+uint64_t EndOfCodedType(HeaderBytes &bytes)
+{
+    if (bytes.Has(0, "\x1A\x45\xDF\xA3"))
+        return EndOfMatroska(bytes);
+    if (bytes.Has(0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
+        return EndOfAsf(bytes);
+    if (bytes.Has(0, "DSD ") || bytes.Has(0, "FRM8"))
+        return EndOfDsd(bytes);
+    return 0;
+}
+
 uint64_t MissingFromCodedType(HeaderBytes &bytes)
 {
-    if (bytes.Has(4, "ftyp"))
-        return MissingFromMp4(bytes);
-    if (bytes.Has(0, "\x1A\x45\xDF\xA3"))
-        return MissingFromMatroska(bytes);
-    if (bytes.Has(0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
-        return MissingFromAsf(bytes);
-    if (bytes.Has(0, "DSD ") || bytes.Has(0, "FRM8"))
-        return MissingFromDsd(bytes);
-    return 0;
+    return bytes.Has(4, "ftyp") ? MissingFromMp4(bytes) : Shortfall(EndOfCodedType(bytes), bytes.size());
 }
 
 namespace {

@@ -165,11 +165,7 @@ void LibavReader::CheckFile()
 {
     try {
         HeaderBytes bytes(file_);
-        const uint64_t missing = bytes.Has(0, "OggS") ? MissingBytes(file_) : MissingFromCodedType(bytes);
-        if (missing > 0)
-            Fail(missing == 1
-                     ? "the file is cut off"
-                     : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+        FailIfCut(bytes.Has(0, "OggS") ? MissingBytes(file_) : MissingFromCodedType(bytes));
         CheckWavPack(FramesOfWavPack(bytes));
         NextFile next(bytes);
         next.TakeFile(bytes);
@@ -192,6 +188,7 @@ void LibavReader::WatchPipe()
         std::error_code error = pipe_->Tell(place);
         HeaderBytes bytes(*pipe_);
         next_.emplace(bytes);
+        end_ = EndOfCodedType(bytes);
         if (!error)
             error = pipe_->SeekTo(place);
         if (error)
@@ -210,6 +207,14 @@ void LibavReader::WarnOfStrayBytes(uint64_t bytes)
     if (bytes > 0)
         warnings_.push_back(shownName_ + ": " + std::to_string(bytes) +
                             " bytes after the sound that its header counts are left out");
+}
+
+void LibavReader::FailIfCut(uint64_t missing) const
+{
+    if (missing > 0)
+        Fail(missing == 1
+                 ? "the file is cut off"
+                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
 }
 
 void LibavReader::CheckWavPack(const WavPackFrames &frames) const
@@ -543,6 +548,7 @@ void LibavReader::CheckEnd()
     if (pipe_) {
         if (const std::error_code error = pipe_->Drain())
             Fail("reading failed: " + error.message());
+        FailIfCut(Shortfall(end_, next_->taken()));
         CheckOggEnd(*pipe_, shownName_);
         CheckWavPack(wavPack_.frames());
         WarnOfStrayBytes(next_->bytes());

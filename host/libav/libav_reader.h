@@ -57,6 +57,7 @@ private:
     [[noreturn]] void Fail(const std::string &what) const;
     [[noreturn]] void FailDamaged(int error) const;
     void CheckFile();
+    void FailIfCut(uint64_t missing) const;
     void CheckWavPack(const WavPackFrames &frames) const;
     void WatchPipe();
     void WarnOfStrayBytes(uint64_t bytes);
@@ -81,6 +82,7 @@ private:
     std::unique_ptr<PipeInput> pipe_;
     WavPackBlocks wavPack_;        // of a pipe
     std::optional<NextFile> next_; // in it
+    uint64_t end_ = 0;             // of it, by its header
     std::optional<OggLink> link_;  // of Ogg, in which streams can follow one another
     std::unique_ptr<LibavInput> input_;
     std::unique_ptr<AVCodecContext, Release> decoder_;

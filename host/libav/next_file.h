@@ -24,6 +24,8 @@ public:
     // The same for a file that can be read anywhere.
     void TakeFile(HeaderBytes &bytes);
 
+    // How many bytes were taken.
+    uint64_t taken() const { return taken_; }
     // How many bytes there are from the start of the second file on; 0 if there is none.
     uint64_t bytes() const { return found_ ? taken_ - next_ : 0; }
 

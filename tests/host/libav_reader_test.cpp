@@ -274,6 +274,23 @@ TEST_F(LibavReader, ReadsWhatComesOutOfAPipe)
     }
 }
 
+// Decoders of some types take what came for all.
+TEST_F(LibavReader, NoticesThatAStreamOfPacketsIsCutOff)
+{
+    WriteCoded(folder / "in", Tone(kWav16, 44100, 2, 200000, 440), {"matroska", "pcm_s16le"});
+    const std::string whole = ReadText(folder / "in");
+    EXPECT_EQ(RunHostOnPipes(whole, {"-q", "-", "-t", "raw", "-"}).err, "");
+    for (const size_t missing : {size_t{2}, size_t{5000}, whole.size() / 2}) {
+        const Outcome outcome =
+            RunHostOnPipes(whole.substr(0, whole.size() - missing), {"-q", "-", "-t", "raw", "-"});
+        EXPECT_EQ(outcome.status, 1) << missing;
+        EXPECT_NE(outcome.err.find("the file is cut off: its last " + std::to_string(missing) +
+                                   " bytes are missing"),
+                  std::string::npos)
+            << outcome.err;
+    }
+}
+
 // The table of samples is right where the header counts less than it by more than a packet.
 TEST_F(LibavReader, ReadsAllSamplesOfMp4WhateverItsHeaderCounts)
 {

@@ -90,6 +90,21 @@ TEST_F(Pipes, NoticeThatATypeThatNeedsItsSizeIsCutOff)
                   {"-q", "--memory", "16", "-", folder / "old.wav"});
 }
 
+// libsndfile makes silence of the blocks that aren't there.
+TEST_F(Pipes, NoticeThatCodedSamplesAreCutOff)
+{
+    for (const int format : {SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, SF_FORMAT_WAV | SF_FORMAT_MS_ADPCM,
+                             SF_FORMAT_W64 | SF_FORMAT_MS_ADPCM, SF_FORMAT_WAV | SF_FORMAT_GSM610}) {
+        SCOPED_TRACE(format);
+        WriteSound(folder / "coded", Noise(format, 8000, 1, 60000));
+        const std::string whole = ReadText(folder / "coded");
+        EXPECT_EQ(RunHostOnPipes(whole, {"-q", "-", "-t", "raw", "-"}).err, "");
+        for (const size_t missing : {size_t{1000}, whole.size() / 2})
+            ExpectRefusal(1, "the file is cut off: its last ", whole.substr(0, whole.size() - missing),
+                          {"-q", "-", folder / "old.wav"});
+    }
+}
+
 // "._" is where libsndfile looks for a second part of a file without a name.
 TEST_F(Pipes, AndFilesAreReadWhereLibsndfileFindsASecondPart)
 {

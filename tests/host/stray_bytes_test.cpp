@@ -230,6 +230,18 @@ TEST_F(StrayBytesOf, W64AreNoSamples)
     ExpectLeftOut(one + one, 50000, one.size());
 }
 
+TEST_F(StrayBytesOf, RareTypesAreNoSamples)
+{
+    for (const int type : {SF_FORMAT_NIST, SF_FORMAT_AVR}) {
+        SCOPED_TRACE(type);
+        WriteSound(folder / "a", Noise(type | SF_FORMAT_PCM_16, 44100, 2, 2000));
+        const std::string one = ReadText(folder / "a");
+        ExpectLeftOut(one, 2000, 0);
+        ExpectLeftOut(one + one, 2000, one.size());
+        ExpectLeftOut(one + "12", 2000, 0);
+    }
+}
+
 TEST_F(StrayBytesOf, AFileOfItsOwnAreNone)
 {
     for (const char *const name : {"a.wav", "a.aiff", "a.au", "a.caf", "a.w64", "a.rf64"}) {
