@@ -68,10 +68,7 @@ void OpusLength::TakeFirst(std::span<const unsigned char> header, std::span<cons
 // What goes on here and began before the first page is no packet.
 void OpusLength::CountPackets(std::span<const unsigned char> header, std::span<const unsigned char> content)
 {
-    bool goesOn = header[kFlagsAt] & kContinued;
-    if (!goesOn)
-        unfinished_.reset();
-    bool begins = !goesOn;
+    bool begins = !(header[kFlagsAt] & kContinued);
     for (const unsigned char segment : header.subspan(kFixed)) {
         if (begins)
             unfinished_ = FramesOfPacket(content.first(std::min<size_t>(content.size(), segment)));
