@@ -140,7 +140,7 @@ int Main(int argc, char **argv)
     Options options;
     try {
         options = ParseOptions(Utf8Arguments(argc, argv));
-        const int status = Run(options);
+        const int status = OnReservedStack([&] { return Run(options); });
         if (std::ferror(stdout))
             throw Failure("standard output can't be written");
         return status;

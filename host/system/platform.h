@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -127,6 +128,10 @@ void AllowOpenFiles();
 // Gives the stacks of this thread and of those that are started later the room that encoders take of them,
 // also where the user allows less at first, or memory comes to its end while the stack would grow.
 void ReserveStack();
+
+// Does the work on a stack that has this room: on another thread where the system keeps this thread from it.
+// Passes on what the work throws; throws std::system_error if the system starts no thread.
+int OnReservedStack(const std::function<int()> &work);
 
 // The arguments after the program's name, as UTF-8. Where no shell does it, names with * and ? are replaced
 // by those of the files that they match.

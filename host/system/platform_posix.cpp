@@ -12,6 +12,7 @@
 #include <cwchar>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <exception>
 #include <fcntl.h>
 #include <locale.h>
 #include <malloc.h>
@@ -24,6 +25,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -73,6 +75,7 @@ ssize_t Swallow(void *, const char *, size_t size)
 
 // More than libraries take of a stack at once: of Ogg Vorbis 256 KiB.
 constexpr size_t kStackInUse = size_t{512} << 10;
+constexpr size_t kStack = 4 * kStackInUse;
 
 // The system gives the place in a stack that is used, and all before it.
 [[gnu::noinline]] void GrowStack()
@@ -384,7 +387,6 @@ void AllowOpenFiles()
 
 void ReserveStack()
 {
-    constexpr size_t kStack = 4 * kStackInUse;
     rlimit limit{};
     if (getrlimit(RLIMIT_STACK, &limit) != 0)
         return;
@@ -392,7 +394,7 @@ void ReserveStack()
         limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, kStack);
         setrlimit(RLIMIT_STACK, &limit);
 #ifdef __GLIBC__
-        SetStackOfThreads(static_cast<size_t>(limit.rlim_cur));
+        SetStackOfThreads(kStack); // which the limit isn't of
 #endif
     }
     // Only a look: where there is no memory, the stack can't grow.
@@ -402,6 +404,25 @@ void ReserveStack()
     munmap(room, kStackInUse);
     if (limit.rlim_cur >= 2 * kStackInUse)
         GrowStack();
+}
+
+int OnReservedStack(const std::function<int()> &work)
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur >= kStack)
+        return work();
+    int status = EXIT_FAILURE;
+    std::exception_ptr failure;
+    std::thread([&] {
+        try {
+            status = work();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    }).join();
+    if (failure)
+        std::rethrow_exception(failure);
+    return status;
 }
 
 void SilenceLibraries()

@@ -340,6 +340,11 @@ void ReserveStack()
     // The program's file says how large stacks are.
 }
 
+int OnReservedStack(const std::function<int()> &work)
+{
+    return work();
+}
+
 void SilenceLibraries()
 {
     // There is no way to put another stream in the place of the C library's own.

@@ -221,13 +221,16 @@ TEST(Circumstances, SmallStacksAreNoReasonToCrash)
     TemporaryFolder folder;
     for (const char *name : {"a.wav", "b.wav"})
         WriteSound(folder / name, Noise(kWav16, 44100, 2, 100000));
-    for (const char *jobs : {"1", "2"}) {
-        const Outcome outcome =
-            RunHostUnder({.stackLimit = 128ul << 10}, {"-q", "-j", jobs, "-r", "96000", "-t", "ogg",
-                                                       folder / "a.wav", folder / "b.wav", folder / "out/"});
-        EXPECT_EQ(outcome.status, 0) << jobs;
-        EXPECT_EQ(outcome.err, "");
-        EXPECT_TRUE(fs::exists(folder / "out/a.ogg") && fs::exists(folder / "out/b.ogg"));
+    for (const bool fixed : {false, true}) {
+        for (const char *jobs : {"1", "2"}) {
+            fs::remove_all(folder / "out");
+            const Outcome outcome = RunHostUnder({.stackLimit = 128ul << 10, .stackIsFixed = fixed},
+                                                 {"-q", "-j", jobs, "-r", "96000", "-t", "ogg",
+                                                  folder / "a.wav", folder / "b.wav", folder / "out/"});
+            EXPECT_EQ(outcome.status, 0) << jobs;
+            EXPECT_EQ(outcome.err, "");
+            EXPECT_TRUE(fs::exists(folder / "out/a.ogg") && fs::exists(folder / "out/b.ogg"));
+        }
     }
 }
 

@@ -32,6 +32,8 @@ namespace {
         rlimit limit{};
         getrlimit(RLIMIT_STACK, &limit);
         limit.rlim_cur = circumstances.stackLimit;
+        if (circumstances.stackIsFixed)
+            limit.rlim_max = circumstances.stackLimit;
         setrlimit(RLIMIT_STACK, &limit);
     }
     if (circumstances.openFiles) {

@@ -9,6 +9,7 @@ struct Circumstances {
     unsigned long fileSizeLimit = 0; // bytes that a file may have; 0: no limit
     unsigned long memoryLimit = 0;   // bytes of address space; 0: no limit
     unsigned long stackLimit = 0;    // bytes of a stack, which the program may raise; 0: no limit
+    bool stackIsFixed = false;       // and no more than that
     unsigned long openFiles = 0;     // files open at a time, which the program may raise; 0: no limit
     int signal = 0;                  // sent as soon as a temporary file is in `watchedFolder`
     std::string watchedFolder = {};  // empty: as soon as the program has read `in` empty and waits
