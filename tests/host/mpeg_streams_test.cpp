@@ -86,6 +86,8 @@ TEST(MpegFrames, AreFollowedThroughTags)
          {0},
          {4},
          false}, // too few to be sure
+        // After a tag, too, one header may be chance.
+        {SomeFrames(4) + id3 + SomeFrames(1).substr(0, 100) + std::string(9000, 'z'), {0}, {4}, false},
         {std::string(65000, 'z') + SomeFrames(3), {65000}, {3}, false},
         {std::string(90000, 'z') + SomeFrames(30), {}, {}, false}, // too late
         {note + SomeFrames(4), {0}, {4}, false},

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -23,6 +24,31 @@ TEST_F(BrokenPipes, AreOneLineAndStatusOne)
                 return RunHostUnder(circumstances, {folder / "good.wav", "-r", "48k", "-t", type, "-"});
             },
             1, "standard output: writing failed: Broken pipe");
+    }
+}
+
+// Where the other end of a connection closes it without having read all, reading fails after the last byte.
+TEST_F(BrokenPipes, WhoseReadingFailsAtTheirEndAreRefused)
+{
+    for (const char *type : {"wav", "aiff", "flac", "ogg", "opus", "mp3"}) {
+        const std::string name = folder / (std::string("a.") + type);
+        ASSERT_EQ(RunHost({"-q", "-r", "48k", folder / "good.wav", "--end", "0.2", name}).status, 0);
+        const std::string bytes = ReadText(name);
+        ExpectFailureOf(
+            [&] {
+                int ends[2];
+                if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+                    return Outcome();
+                EXPECT_EQ(send(ends[0], bytes.data(), bytes.size(), MSG_DONTWAIT),
+                          static_cast<ssize_t>(bytes.size()));
+                EXPECT_EQ(send(ends[1], "x", 1, MSG_DONTWAIT), 1);
+                close(ends[0]);
+                const Outcome outcome =
+                    RunHostUnder({.in = ends[1]}, {"-", "-r", "44100", "-t", "wav", folder / "old.wav"});
+                close(ends[1]);
+                return outcome;
+            },
+            1, "Connection reset by peer");
     }
 }
 
