@@ -3,8 +3,10 @@
 #include "host/report/progress_json.h"
 #include "host/report/report.h"
 
+#include <chrono>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <thread>
 #include <utility>
 
 namespace tonekit::host {
@@ -45,6 +47,19 @@ TEST(Progress, IsShownAtOnceAndThenNotTooOften)
         progress.Report(0, i / 100.0, i);
     EXPECT_LT(notes.states.size(), 20u);
     EXPECT_GE(notes.states.size(), 1u);
+}
+
+TEST(Progress, SaysHowLongTheWorkTakes)
+{
+    Notes notes;
+    const auto start = std::chrono::steady_clock::now();
+    Progress progress(notes, {{"a", 1}});
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    progress.Finish(0, {});
+    const std::chrono::duration<double> most = std::chrono::steady_clock::now() - start;
+    ASSERT_FALSE(notes.states.empty());
+    EXPECT_GE(notes.states.back().elapsedSeconds, 0.02);
+    EXPECT_LE(notes.states.back().elapsedSeconds, most.count());
 }
 
 // Those in work are shown in the order of the list, until they are done.
