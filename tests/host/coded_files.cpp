@@ -77,11 +77,14 @@ public:
         const AVCodec *const codec = avcodec_find_encoder_by_name(coding_.coder.c_str());
         ASSERT_NE(codec, nullptr) << coding_.coder;
         packet_ = av_packet_alloc();
+        if (!coding_.film.empty())
+            AddPictureStream();
         StartCoder(*codec);
         AddTexts();
         ASSERT_GE(avio_open(&file_->pb, name_.c_str(), AVIO_FLAG_WRITE), 0) << name_;
         ASSERT_GE(avformat_write_header(file_, nullptr), 0) << name_;
-        WritePicture();
+        WritePicture(coding_.film, 0);
+        WritePicture(coding_.picture, soundStream_ + 1);
         WriteFrames();
         ASSERT_EQ(av_write_trailer(file_), 0);
     }
@@ -100,6 +103,7 @@ private:
             coder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         ASSERT_GE(avcodec_open2(coder_, &codec, nullptr), 0) << coding_.coder;
         AVStream *const stream = avformat_new_stream(file_, nullptr);
+        soundStream_ = stream->index;
         ASSERT_GE(avcodec_parameters_from_context(stream->codecpar, coder_), 0);
         stream->time_base = coder_->time_base;
     }
@@ -120,22 +124,27 @@ private:
             av_dict_set(&made->metadata, "title", chapter.title.c_str(), 0);
             file_->chapters[file_->nb_chapters++] = made;
         }
-        if (coding_.picture.empty())
-            return;
+        if (!coding_.picture.empty())
+            AddPictureStream()->disposition = AV_DISPOSITION_ATTACHED_PIC;
+    }
+
+    AVStream *AddPictureStream()
+    {
         AVStream *const stream = avformat_new_stream(file_, nullptr);
         stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
         stream->codecpar->codec_id = AV_CODEC_ID_MJPEG;
         stream->codecpar->width = stream->codecpar->height = 16;
-        stream->disposition = AV_DISPOSITION_ATTACHED_PIC;
+        return stream;
     }
 
-    void WritePicture()
+    void WritePicture(const std::string &picture, int stream)
     {
-        if (coding_.picture.empty())
+        if (picture.empty())
             return;
-        ASSERT_EQ(av_new_packet(packet_, static_cast<int>(coding_.picture.size())), 0);
-        std::memcpy(packet_->data, coding_.picture.data(), coding_.picture.size());
-        packet_->stream_index = 1;
+        ASSERT_EQ(av_new_packet(packet_, static_cast<int>(picture.size())), 0);
+        std::memcpy(packet_->data, picture.data(), picture.size());
+        packet_->pts = packet_->dts = 0;
+        packet_->stream_index = stream;
         packet_->flags |= AV_PKT_FLAG_KEY;
         ASSERT_GE(av_interleaved_write_frame(file_, packet_), 0);
     }
@@ -169,8 +178,8 @@ private:
     void WritePackets()
     {
         while (avcodec_receive_packet(coder_, packet_) >= 0) {
-            packet_->stream_index = 0;
-            av_packet_rescale_ts(packet_, coder_->time_base, file_->streams[0]->time_base);
+            packet_->stream_index = soundStream_;
+            av_packet_rescale_ts(packet_, coder_->time_base, file_->streams[soundStream_]->time_base);
             ASSERT_GE(av_interleaved_write_frame(file_, packet_), 0);
         }
     }
@@ -181,6 +190,7 @@ private:
     AVFormatContext *file_ = nullptr;
     AVCodecContext *coder_ = nullptr;
     AVPacket *packet_ = nullptr;
+    int soundStream_ = 0;
 };
 
 } // namespace

@@ -23,6 +23,7 @@ struct Coding {
     std::vector<std::pair<std::string, std::string>> tags = {};
     std::vector<CodedChapter> chapters = {};
     std::string picture = {}; // a JPEG file
+    std::string film = {};    // a JPEG file that is the one picture of a film, a stream before the sound
 };
 
 // Writes the sound's frames; channels of more than two are in the order of the default layout of their count.

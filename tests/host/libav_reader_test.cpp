@@ -251,6 +251,20 @@ TEST_F(LibavReader, FindsTagsChaptersAndPictures)
     EXPECT_EQ(ReadText(folder / "c.jpg"), TinyJpeg());
 }
 
+TEST_F(LibavReader, FindsTheSoundOfAFilmAfterItsPictures)
+{
+    const Sound noise = Noise(kWav16, 44100, 2, 20001);
+    const struct {
+        const char *name;
+        Coding coding;
+    } films[] = {{"a.mka", {"matroska", "flac", 16}}, {"a.m4a", {"mp4", "alac", 16}}};
+    for (auto [name, coding] : films) {
+        coding.film = TinyJpeg();
+        WriteCoded(folder / name, noise, coding);
+        EXPECT_EQ(SamplesOf(folder / name), Packed(noise, 2)) << name;
+    }
+}
+
 TEST_F(LibavReader, FindsTagsOfTypesThatTagLibDoesNotKnow)
 {
     Coding coding{"matroska", "flac", 16};
