@@ -2,6 +2,7 @@
 // and offsets lead it through streams that fail at any time, and samples, from files and from pipes. Refusals
 // are Failure; an error of the system is never taken for a file.
 #include "fuzz/memory_file.h"
+#include "fuzz/sound_sum.h"
 #include "host/libav/coded_type.h"
 #include "host/libav/completeness_coded.h"
 #include "host/libav/hidden_boxes.h"
@@ -22,6 +23,8 @@ using namespace tonekit::host;
 using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::MemoryFile;
 using tonekit::fuzz::Require;
+using tonekit::fuzz::SoundSum;
+using tonekit::fuzz::SumOf;
 using Bytes = std::span<const unsigned char>;
 
 // Bytes in memory whose stream fails at one of its operations, and at all after that.
@@ -89,43 +92,23 @@ void CheckHidden(Bytes file)
     }
 }
 
-// All that a source holds, up to some seconds, as a sum.
-struct Sound {
-    AudioFormat format;
-    uint64_t frames = 0;
-    uint64_t sum = 0xCBF29CE484222325; // FNV-1a
-    bool whole = false;
-    bool operator==(const Sound &) const = default;
-};
-
-Sound SoundOf(SampleSource &source)
+// What a source holds, up to some seconds; what it says of its length is no more than that.
+SoundSum SoundOf(SampleSource &source)
 {
-    constexpr uint32_t kFrames = 4096;
-    constexpr uint64_t kMostFrames = 40 * kFrames;
-    Sound sound;
-    sound.format = source.format();
-    Require(sound.format.channels >= 1 && sound.format.channels <= 8 && sound.format.rate >= 1);
-    std::vector<uint8_t> samples(size_t{kFrames} * sound.format.FrameBytes());
-    try {
-        for (uint32_t got = 1; got > 0 && sound.frames < kMostFrames; sound.frames += got) {
-            got = source.Read(samples.data(), kFrames);
-            Require(got <= kFrames);
-            for (size_t i = 0; i < size_t{got} * sound.format.FrameBytes(); ++i)
-                sound.sum = (sound.sum ^ samples[i]) * 0x100000001B3;
-        }
-        Require(source.frames() == 0 || sound.frames >= std::min(source.frames(), kMostFrames));
-        sound.whole = true;
-    } catch (const Failure &) { // what was read before is compared
-    }
+    constexpr uint64_t kMostFrames = uint64_t{40} * 4096;
+    const AudioFormat &format = source.format();
+    Require(format.channels >= 1 && format.channels <= 8 && format.rate >= 1);
+    const SoundSum sound = SumOf(source, kMostFrames);
+    Require(!sound.whole || source.frames() == 0 || sound.frames >= std::min(source.frames(), kMostFrames));
     return sound;
 }
 
 // What a file holds, the same when it is read again.
-std::optional<Sound> SoundOfFile(const MemoryFile &file)
+std::optional<SoundSum> SoundOfFile(const MemoryFile &file)
 {
     try {
         const std::unique_ptr<SampleSource> source = OpenThroughLibav(file.Path(), "file");
-        const Sound sound = SoundOf(*source);
+        const SoundSum sound = SoundOf(*source);
         source->Rewind();
         Require(SoundOf(*source) == sound);
         return sound;
@@ -136,7 +119,7 @@ std::optional<Sound> SoundOfFile(const MemoryFile &file)
     }
 }
 
-std::optional<Sound> SoundOfPipe(const MemoryFile &file)
+std::optional<SoundSum> SoundOfPipe(const MemoryFile &file)
 {
     constexpr uint64_t kMostKept = 1 << 20;
     File opened;
@@ -190,8 +173,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     CheckTags(bytes, operations);
     file.Set(bytes.data(), bytes.size());
-    const std::optional<Sound> sound = SoundOfFile(file);
-    const std::optional<Sound> piped = SoundOfPipe(file);
+    const std::optional<SoundSum> sound = SoundOfFile(file);
+    const std::optional<SoundSum> piped = SoundOfPipe(file);
     if (sound && piped && sound->whole && piped->whole)
         Require(*sound == *piped);
     return 0;

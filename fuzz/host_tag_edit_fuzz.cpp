@@ -3,6 +3,7 @@
 // read again, and coded sound is at the places that the file says, byte for byte.
 #include "fuzz/coded_sound.h"
 #include "fuzz/memory_file.h"
+#include "fuzz/sound_sum.h"
 #include "host/open_source.h"
 #include "host/system/failure.h"
 #include "host/tags/tag_editor.h"
@@ -21,6 +22,8 @@ using tonekit::fuzz::InputBytes;
 using tonekit::fuzz::MemoryFile;
 using tonekit::fuzz::Require;
 using tonekit::fuzz::SoundBytes;
+using tonekit::fuzz::SoundSum;
+using tonekit::fuzz::SumOf;
 using Texts = std::vector<std::pair<std::string, std::string>>;
 
 constexpr uint64_t kEnd = 600'000'000; // a minute
@@ -46,40 +49,16 @@ bool Read(const MemoryFile &file, TagKind kind, Texts &texts)
     return warnings.empty();
 }
 
-// All that can be read of a file's sound, as a sum, and what stopped that.
-struct Sound {
-    AudioFormat format;
-    uint64_t frames = 0;
-    uint64_t sum = 0xCBF29CE484222325; // FNV-1a
-    bool whole = false;
-    bool operator==(const Sound &) const = default;
-};
-
-// The sound of a file of this kind; nothing if it is none. Few bytes can stand for hours of silence: of
-// those, the first quarter of a minute.
-std::optional<Sound> SoundOf(const MemoryFile &file, TagKind kind)
+// The sound of a file of this kind, up to a quarter of a minute; nothing if it is none.
+std::optional<SoundSum> SoundOf(const MemoryFile &file, TagKind kind)
 {
-    constexpr uint32_t kFrames = 4096;
-    constexpr uint64_t kMostFrames = 160 * kFrames;
-    std::optional<Sound> sound;
     try {
         const std::unique_ptr<SampleSource> source = OpenAudioFile(file.Path(), "file");
-        if (source->tagKind() != kind)
-            return {};
-        sound.emplace().format = source->format();
-        std::vector<uint8_t> samples(size_t{kFrames} * source->format().FrameBytes());
-        while (sound->frames < kMostFrames) {
-            const uint32_t got = source->Read(samples.data(), kFrames);
-            for (size_t i = 0; i < size_t{got} * source->format().FrameBytes(); ++i)
-                sound->sum = (sound->sum ^ samples[i]) * 0x100000001B3;
-            sound->frames += got;
-            if (got == 0)
-                break;
-        }
-        sound->whole = true;
-    } catch (const Failure &) { // what was read before is compared
+        if (source->tagKind() == kind)
+            return SumOf(*source, uint64_t{160} * 4096);
+    } catch (const Failure &) { // no file that can be read
     }
-    return sound;
+    return {};
 }
 
 // Whether an AIFF file's chunk of samples is shorter than its own header: libsndfile takes what follows for
@@ -159,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     std::vector<uint8_t> settings = input.Take(8);
     InputBytes chapters(settings.data(), settings.size());
     file.Set(input.Rest(), input.Size());
-    const std::optional<Sound> sound = SoundOf(file, kind);
+    const std::optional<SoundSum> sound = SoundOf(file, kind);
     const std::string before(reinterpret_cast<const char *>(input.Rest()), input.Size());
     SoundBytes bytes(before);
     const std::optional<std::string> coded = bytes.Find(kind);
