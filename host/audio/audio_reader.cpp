@@ -7,6 +7,7 @@
 #include "host/audio/completeness_rare.h"
 #include "host/audio/header_bytes.h"
 #include "host/audio/header_channels.h"
+#include "host/audio/id3_size.h"
 #include "host/audio/mpeg_streams.h"
 #include "host/audio/sound_type.h"
 #include "host/audio/streamed_type.h"
@@ -48,7 +49,7 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
 // The bytes of an ID3v2 tag before everything else; 0 where there is none, or nothing after it.
 uint64_t LeadingTagBytes(ByteStream &file)
 {
-    unsigned char header[10] = {};
+    unsigned char header[kId3Header] = {};
     size_t got = 0;
     uint64_t size = 0;
     for (const std::error_code &error :
@@ -56,13 +57,7 @@ uint64_t LeadingTagBytes(ByteStream &file)
         if (error)
             throw std::system_error(error);
     }
-    if (got < sizeof(header) || std::memcmp(header, "ID3", 3) != 0)
-        return 0;
-    uint64_t bytes = 0; // 7 bits in each byte
-    for (int i = 6; i < 10; ++i)
-        bytes = bytes << 7 | (header[i] & 0x7F);
-    constexpr unsigned char kHasFooter = 0x10;
-    bytes += sizeof(header) + (header[5] & kHasFooter ? sizeof(header) : 0);
+    const uint64_t bytes = Id3Bytes(std::span(header).first(got));
     return bytes < size ? bytes : 0;
 }
 
@@ -355,9 +350,7 @@ void AudioReader::TellLoudspeakers()
 void AudioReader::FailIfCut(ByteStream &file) const
 {
     if (const uint64_t missing = MissingBytes(file))
-        Fail(missing == 1
-                 ? "the file is cut off"
-                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+        Fail(CutOffText(missing));
 }
 
 // Before libsndfile starts, which keeps its own account of the file's position.

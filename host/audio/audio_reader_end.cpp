@@ -49,8 +49,7 @@ void AudioReader::CheckSum()
 void AudioReader::WarnOfStrayBytes(uint64_t bytes)
 {
     if (bytes > 0)
-        warnings_.push_back(shownName_ + ": " + std::to_string(bytes) +
-                            " bytes after the sound that its header counts are left out");
+        warnings_.push_back(shownName_ + ": " + StrayBytesText(bytes));
 }
 
 void AudioReader::CheckAfterSound(uint64_t start)

@@ -75,8 +75,7 @@ void AudioReader::CheckAfterSoundInPipe()
             if (error)
                 throw std::system_error(error);
             if (got == 0)
-                Fail("the file is cut off: its last " + std::to_string(end_->position - pipe_->next()) +
-                     " bytes are missing");
+                Fail(CutOffText(end_->position - pipe_->next()));
         }
         pipe_->SeekTo(end_->position);
         WarnOfStrayBytes(StrayBytes(*pipe_, *end_));

@@ -144,4 +144,10 @@ uint64_t MissingBytes(ByteStream &file)
     return MissingFromMp3(bytes);
 }
 
+std::string CutOffText(uint64_t missing)
+{
+    return missing == 1 ? "the file is cut off"
+                        : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing";
+}
+
 } // namespace tonekit::host

@@ -16,6 +16,9 @@ namespace tonekit::host {
 // Throws std::system_error if the system fails.
 uint64_t MissingBytes(ByteStream &file);
 
+// "the file is cut off: its last 12 bytes are missing"; of a single byte only that it is cut off.
+std::string CutOffText(uint64_t missing);
+
 inline constexpr size_t kLargestOggPage = 27 + 255 + 255 * 255;
 // Whether the last page of an Ogg stream is complete and marked as the end. Needs at least its last
 // kLargestOggPage bytes, or all of a shorter one.

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace tonekit::host {
 
@@ -36,6 +37,23 @@ private:
     uint64_t size_ = 0;
     bool ok_ = true;
 };
+
+// Numbers in bytes that are all there, the lowest first and the highest first.
+inline uint64_t LittleIn(std::span<const unsigned char> bytes, size_t place, size_t count)
+{
+    uint64_t number = 0;
+    for (size_t i = count; i-- > 0;)
+        number = number << 8 | bytes[place + i];
+    return number;
+}
+
+inline uint64_t BigIn(std::span<const unsigned char> bytes, size_t place, size_t count)
+{
+    uint64_t number = 0;
+    for (size_t i = 0; i < count; ++i)
+        number = number << 8 | bytes[place + i];
+    return number;
+}
 
 // How much of what ends there isn't in the file.
 inline uint64_t Shortfall(uint64_t end, uint64_t size)

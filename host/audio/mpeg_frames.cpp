@@ -1,6 +1,8 @@
 // mpeg_frames.cpp: sizes of MPEG frames by their headers, and the notes of encoders.
 #include "host/audio/mpeg_frames.h"
 
+#include "host/audio/id3_size.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -60,13 +62,8 @@ bool Has(std::span<const unsigned char> bytes, size_t place, std::string_view wo
 // The whole of an ID3v2 tag or an APE tag that begins with its header; 0 if there is none.
 uint64_t TagBytes(std::span<const unsigned char> bytes)
 {
-    if (Has(bytes, 0, "ID3") && bytes.size() >= 10) {
-        constexpr unsigned char kHasFooter = 0x10;
-        uint64_t size = 0; // 7 bits in each byte
-        for (size_t i = 6; i < 10; ++i)
-            size = size << 7 | (bytes[i] & 0x7F);
-        return size + (bytes[5] & kHasFooter ? 20 : 10);
-    }
+    if (const uint64_t size = Id3Bytes(bytes))
+        return size;
     if (Has(bytes, 0, "APETAGEX") && bytes.size() >= kApeHeader) {
         constexpr unsigned char kIsHeader = 0x20;
         const uint64_t size =

@@ -1,6 +1,8 @@
 // opus_length.cpp: from the position of the first page with sound to that of the last.
 #include "host/audio/opus_length.h"
 
+#include "host/audio/header_bytes.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
@@ -17,14 +19,6 @@ constexpr unsigned char kContinued = 1;
 constexpr unsigned char kFirst = 2;
 constexpr unsigned char kLast = 4;
 constexpr unsigned char kFullSegment = 255; // after which its packet goes on
-
-uint64_t Little(std::span<const unsigned char> bytes, size_t place, size_t count)
-{
-    uint64_t number = 0;
-    for (size_t i = count; i-- > 0;)
-        number = number << 8 | bytes[place + i];
-    return number;
-}
 
 // The first byte of a packet says how long its frames are and how many; if any number, the second does.
 int64_t FramesOfPacket(std::span<const unsigned char> packet)
@@ -46,7 +40,7 @@ int64_t FramesOfPacket(std::span<const unsigned char> packet)
 
 bool OpusLength::IsOurs(std::span<const unsigned char> header) const
 {
-    return isOpus_ && Little(header, kSerialAt, 4) == serial_;
+    return isOpus_ && LittleIn(header, kSerialAt, 4) == serial_;
 }
 
 bool OpusLength::Needs(std::span<const unsigned char> header) const
@@ -61,8 +55,8 @@ void OpusLength::TakeFirst(std::span<const unsigned char> header, std::span<cons
     if (isOpus_ || content.size() < kLeadAt + 2 || !std::equal(kName.begin(), kName.end(), content.begin()))
         return;
     isOpus_ = true;
-    serial_ = Little(header, kSerialAt, 4);
-    lead_ = static_cast<int64_t>(Little(content, kLeadAt, 2));
+    serial_ = LittleIn(header, kSerialAt, 4);
+    lead_ = static_cast<int64_t>(LittleIn(content, kLeadAt, 2));
 }
 
 // What goes on here and began before the first page is no packet.
@@ -96,7 +90,7 @@ void OpusLength::TakePage(std::span<const unsigned char> header, std::span<const
     if (!start_)
         CountPackets(header, content);
     last_ = header[kFlagsAt] & kLast;
-    const auto position = static_cast<int64_t>(Little(header, kPositionAt, 8));
+    const auto position = static_cast<int64_t>(LittleIn(header, kPositionAt, 8));
     if (position < 0) // no packet ends here
         return;
     // The last page may end before its packets do.

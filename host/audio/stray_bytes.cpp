@@ -160,4 +160,9 @@ uint64_t StrayBytes(ByteStream &stream, const SoundEnd &end)
     return count > kFewBytes ? count : 0;
 }
 
+std::string StrayBytesText(uint64_t bytes)
+{
+    return std::to_string(bytes) + " bytes after the sound that its header counts are left out";
+}
+
 } // namespace tonekit::host

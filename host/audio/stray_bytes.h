@@ -5,6 +5,7 @@
 #include "host/system/byte_stream.h"
 
 #include <cstdint>
+#include <string>
 
 namespace tonekit::host {
 
@@ -19,5 +20,8 @@ struct SoundEnd {
 // are neither chunks nor tags; 0 also for a few bytes, for zeros, and for a chunk that is cut off. The
 // samples of a second file are such bytes. Throws std::system_error if the system fails, and Interrupted.
 uint64_t StrayBytes(ByteStream &stream, const SoundEnd &end);
+
+// "12 bytes after the sound that its header counts are left out"
+std::string StrayBytesText(uint64_t bytes);
 
 } // namespace tonekit::host

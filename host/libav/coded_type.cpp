@@ -1,6 +1,8 @@
 // coded_type.cpp: first bytes of files.
 #include "host/libav/coded_type.h"
 
+#include "host/audio/id3_size.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -61,19 +63,6 @@ bool Has(const std::vector<unsigned char> &bytes, size_t place, std::string_view
            std::memcmp(bytes.data() + place, wanted.data(), wanted.size()) == 0;
 }
 
-// The size of an ID3v2 tag at the start; its length has 7 bits in each byte.
-uint64_t TagBytes(const std::vector<unsigned char> &bytes)
-{
-    constexpr size_t kHeader = 10;
-    constexpr unsigned char kHasFooter = 0x10;
-    if (bytes.size() < kHeader || !Has(bytes, 0, "ID3"))
-        return 0;
-    uint64_t size = 0;
-    for (size_t i = 6; i < kHeader; ++i)
-        size = size << 7 | (bytes[i] & 0x7F);
-    return size + kHeader + (bytes[5] & kHasFooter ? kHeader : 0);
-}
-
 // The size of the AAC frame with an ADTS header at this place; 0 if there is none.
 size_t AdtsFrame(const std::vector<unsigned char> &bytes, size_t place)
 {
@@ -95,7 +84,7 @@ std::string CodedTypeOf(ByteStream &stream)
 {
     constexpr size_t kBeginning = 33;
     std::vector<unsigned char> bytes = BytesAt(stream, 0, kBeginning);
-    const uint64_t start = TagBytes(bytes);
+    const uint64_t start = Id3Bytes(bytes);
     if (start > 0)
         bytes = BytesAt(stream, start, kBeginning);
     for (const Beginning &beginning : kBeginnings) {

@@ -1,6 +1,7 @@
 // completeness_coded.cpp: finds the end that headers of types with packets promise.
 #include "host/libav/completeness_coded.h"
 
+#include "host/audio/id3_size.h"
 #include "host/libav/mp4_length.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
@@ -36,13 +37,13 @@ EbmlNumber EbmlAt(HeaderBytes &bytes, uint64_t place)
     return bytes.ok() ? number : EbmlNumber();
 }
 
-uint64_t EndOfMatroska(HeaderBytes &bytes)
+uint64_t EndOfMatroska(HeaderBytes &bytes, uint64_t start)
 {
     constexpr uint64_t kIdBytes = 4;
-    const EbmlNumber header = EbmlAt(bytes, kIdBytes);
+    const EbmlNumber header = EbmlAt(bytes, start + kIdBytes);
     if (header.bytes == 0 || header.unknown || header.value > bytes.size())
         return 0;
-    const uint64_t segment = kIdBytes + header.bytes + header.value;
+    const uint64_t segment = start + kIdBytes + header.bytes + header.value;
     if (!bytes.Has(segment, "\x18\x53\x80\x67"))
         return 0;
     const EbmlNumber size = EbmlAt(bytes, segment + kIdBytes);
@@ -52,18 +53,18 @@ uint64_t EndOfMatroska(HeaderBytes &bytes)
 }
 
 // Objects with names of 16 bytes; the header's object holds others, one of which holds the file's size.
-uint64_t EndOfAsf(HeaderBytes &bytes)
+uint64_t EndOfAsf(HeaderBytes &bytes, uint64_t start)
 {
     constexpr uint64_t kObject = 24;
     constexpr uint64_t kMostObjects = 1000;
-    const uint64_t end = bytes.Little(16, 8);
-    uint64_t place = kObject + 6;
+    const uint64_t end = start + bytes.Little(start + 16, 8);
+    uint64_t place = start + kObject + 6;
     for (uint64_t i = 0; i < kMostObjects && place < end; ++i) {
         if (bytes.Has(place, "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4")) {
             constexpr uint64_t kLive = 1; // the size isn't known
             const uint64_t flags = bytes.Little(place + kObject + 64, 4);
             const uint64_t size = bytes.Little(place + kObject + 16, 8);
-            return bytes.ok() && !(flags & kLive) ? size : 0;
+            return bytes.ok() && !(flags & kLive) ? start + size : 0;
         }
         const uint64_t size = bytes.Little(place + 16, 8);
         if (!bytes.ok() || size < kObject || size > end)
@@ -74,55 +75,34 @@ uint64_t EndOfAsf(HeaderBytes &bytes)
 }
 
 // The size of a DSF file is that of the whole; DSDIFF doesn't count its name and size.
-uint64_t EndOfDsd(HeaderBytes &bytes)
+uint64_t EndOfDsd(HeaderBytes &bytes, uint64_t start)
 {
-    const bool dsf = bytes.Has(0, "DSD ");
-    const uint64_t size = dsf ? bytes.Little(12, 8) : bytes.Big(4, 8);
+    const bool dsf = bytes.Has(start, "DSD ");
+    const uint64_t size = dsf ? bytes.Little(start + 12, 8) : bytes.Big(start + 4, 8);
     if (!bytes.ok() || size > uint64_t{1} << 62)
         return 0;
-    return size + (dsf ? 0 : 12);
+    return start + size + (dsf ? 0 : 12);
 }
 
 } // namespace
 
-uint64_t EndOfCodedType(HeaderBytes &bytes)
+uint64_t EndOfCodedType(HeaderBytes &bytes, uint64_t start)
 {
-    if (bytes.Has(0, "\x1A\x45\xDF\xA3"))
-        return EndOfMatroska(bytes);
-    if (bytes.Has(0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
-        return EndOfAsf(bytes);
-    if (bytes.Has(0, "DSD ") || bytes.Has(0, "FRM8"))
-        return EndOfDsd(bytes);
+    if (bytes.Has(start, "\x1A\x45\xDF\xA3"))
+        return EndOfMatroska(bytes, start);
+    if (bytes.Has(start, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
+        return EndOfAsf(bytes, start);
+    if (bytes.Has(start, "DSD ") || bytes.Has(start, "FRM8"))
+        return EndOfDsd(bytes, start);
     return 0;
 }
 
 uint64_t MissingFromCodedType(HeaderBytes &bytes)
 {
-    return bytes.Has(4, "ftyp") ? MissingFromMp4(bytes) : Shortfall(EndOfCodedType(bytes), bytes.size());
+    return bytes.Has(4, "ftyp") ? MissingFromMp4(bytes) : Shortfall(EndOfCodedType(bytes, 0), bytes.size());
 }
 
 namespace {
-
-uint64_t NumberIn(std::span<const unsigned char> bytes, size_t place, size_t count)
-{
-    uint64_t number = 0;
-    for (size_t i = count; i-- > 0;)
-        number = number << 8 | bytes[place + i];
-    return number;
-}
-
-// The bytes of a tag before the first block; 0 if there is none.
-uint64_t LeadingTagBytes(std::span<const unsigned char> bytes)
-{
-    constexpr std::string_view kName = "ID3";
-    constexpr unsigned char kHasFooter = 0x10;
-    if (!std::equal(kName.begin(), kName.end(), bytes.begin()))
-        return 0;
-    uint64_t size = 0; // 7 bits in each byte
-    for (size_t i = 6; i < 10; ++i)
-        size = size << 7 | (bytes[i] & 0x7F);
-    return size + (bytes[5] & kHasFooter ? 20 : 10);
-}
 
 // How far it is to the next byte that a block may begin with.
 uint64_t BytesToSign(std::span<const unsigned char> bytes)
@@ -139,9 +119,9 @@ bool WavPackBlocks::IsBlock(std::span<const unsigned char, kHeader> header) cons
     constexpr uint64_t kLargest = uint64_t{1} << 20;
     if (!std::equal(kName.begin(), kName.end(), header.begin()))
         return false;
-    const uint64_t size = 8 + NumberIn(header, 4, 4);
-    return !lost_ || (size >= kHeader && size <= kLargest && NumberIn(header, 8, 2) >> 8 == 4 &&
-                      NumberIn(header, 10, 2) == 0);
+    const uint64_t size = 8 + LittleIn(header, 4, 4);
+    return !lost_ || (size >= kHeader && size <= kLargest && LittleIn(header, 8, 2) >> 8 == 4 &&
+                      LittleIn(header, 10, 2) == 0);
 }
 
 // What follows a block and is none: tags, after which another file may follow.
@@ -151,7 +131,7 @@ std::optional<uint64_t> WavPackBlocks::PassOther(std::span<const unsigned char, 
         lost_ = true;
         return BytesToSign(header);
     }
-    const uint64_t tag = tagged_ ? 0 : LeadingTagBytes(header);
+    const uint64_t tag = tagged_ ? 0 : Id3Bytes(header);
     tagged_ = true;
     ended_ = tag == 0;
     return ended_ ? std::nullopt : std::optional(tag);
@@ -166,12 +146,12 @@ std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char,
         return PassOther(header);
     begun_ = true;
     lost_ = false;
-    const uint64_t counted = NumberIn(header, 12, 4);
-    const uint64_t place = NumberIn(header, 16, 4);
-    const uint64_t held = NumberIn(header, 20, 4);
+    const uint64_t counted = LittleIn(header, 12, 4);
+    const uint64_t place = LittleIn(header, 16, 4);
+    const uint64_t held = LittleIn(header, 20, 4);
     const bool first = held > 0 && frames_.counted == 0;
-    const uint64_t size = 8 + NumberIn(header, 4, 4);
-    if (size < kHeader || NumberIn(header, 10, 2) != 0 ||
+    const uint64_t size = 8 + LittleIn(header, 4, 4);
+    if (size < kHeader || LittleIn(header, 10, 2) != 0 ||
         (first && (counted == 0 || counted == UINT32_MAX))) {
         ended_ = unknown_ = true;
         return std::nullopt;
@@ -180,7 +160,7 @@ std::optional<uint64_t> WavPackBlocks::TakeHeader(std::span<const unsigned char,
         frames_.counted = counted;
     if (held > 0) {
         constexpr uint64_t kFirstOfPlace = 0x800;
-        const bool again = place == last_ && NumberIn(header, 24, 4) & kFirstOfPlace;
+        const bool again = place == last_ && LittleIn(header, 24, 4) & kFirstOfPlace;
         if (first || place < last_ || again) { // of another file after this one
             before_ = frames_.held;
             first_ = place;

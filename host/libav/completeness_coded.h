@@ -11,9 +11,9 @@
 
 namespace tonekit::host {
 
-// Where a Matroska, ASF, DSF or DSDIFF file ends by its header; 0 if that doesn't say it, and for other
-// types. Throws std::system_error if the system fails.
-uint64_t EndOfCodedType(HeaderBytes &bytes);
+// Where a Matroska, ASF, DSF or DSDIFF file that begins at `start` ends by its header; 0 if that doesn't say
+// it, and for other types. Throws std::system_error if the system fails.
+uint64_t EndOfCodedType(HeaderBytes &bytes, uint64_t start);
 
 // How many bytes are missing at the end of an MP4, Matroska, ASF, DSF or DSDIFF file; 0 if nothing is, if its
 // header doesn't say how long it is, or for other types. Throws std::system_error if the system fails.

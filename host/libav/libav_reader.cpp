@@ -188,7 +188,7 @@ void LibavReader::WatchPipe()
         std::error_code error = pipe_->Tell(place);
         HeaderBytes bytes(*pipe_);
         next_.emplace(bytes);
-        end_ = EndOfCodedType(bytes);
+        end_ = EndOfCodedType(bytes, 0);
         if (!error)
             error = pipe_->SeekTo(place);
         if (error)
@@ -205,16 +205,13 @@ void LibavReader::WatchPipe()
 void LibavReader::WarnOfStrayBytes(uint64_t bytes)
 {
     if (bytes > 0)
-        warnings_.push_back(shownName_ + ": " + std::to_string(bytes) +
-                            " bytes after the sound that its header counts are left out");
+        warnings_.push_back(shownName_ + ": " + StrayBytesText(bytes));
 }
 
 void LibavReader::FailIfCut(uint64_t missing) const
 {
     if (missing > 0)
-        Fail(missing == 1
-                 ? "the file is cut off"
-                 : "the file is cut off: its last " + std::to_string(missing) + " bytes are missing");
+        Fail(CutOffText(missing));
 }
 
 void LibavReader::CheckWavPack(const WavPackFrames &frames) const

@@ -1,6 +1,9 @@
 // next_file.cpp: from the end that a header promises, over tags, to the next header.
 #include "host/libav/next_file.h"
 
+#include "host/audio/id3_size.h"
+#include "host/libav/completeness_coded.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -11,14 +14,6 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::string_view kAsf = "\x30\x26\xB2\x75\x8E\x66\xCF\x11"sv;
-
-uint64_t Number(std::span<const unsigned char> bytes, size_t place, size_t count, bool bigEndian)
-{
-    uint64_t number = 0;
-    for (size_t i = 0; i < count; ++i)
-        number = number << 8 | bytes[place + (bigEndian ? i : count - 1 - i)];
-    return number;
-}
 
 bool Has(std::span<const unsigned char> bytes, size_t place, std::string_view word)
 {
@@ -32,15 +27,10 @@ uint64_t TagBytes(std::span<const unsigned char> bytes)
     if (Has(bytes, 0, "APETAGEX")) { // its size doesn't count a header
         constexpr uint64_t kHeader = 32;
         constexpr uint64_t kIsHeader = 0x20000000;
-        return kHeader + (Number(bytes, 20, 4, false) & kIsHeader ? Number(bytes, 12, 4, false) : 0);
+        return kHeader + (LittleIn(bytes, 20, 4) & kIsHeader ? LittleIn(bytes, 12, 4) : 0);
     }
-    if (Has(bytes, 0, "ID3")) { // 7 bits in each byte
-        constexpr unsigned char kHasFooter = 0x10;
-        uint64_t size = 0;
-        for (size_t i = 6; i < 10; ++i)
-            size = size << 7 | (bytes[i] & 0x7F);
-        return size + (bytes[5] & kHasFooter ? 20 : 10);
-    }
+    if (const uint64_t size = Id3Bytes(bytes))
+        return size;
     return Has(bytes, 0, "TAG") ? 128 : 0;
 }
 
@@ -58,7 +48,7 @@ uint64_t EndOfTta(HeaderBytes &bytes, uint64_t start)
         return 0;
     uint64_t end = table + sizes.size() + 4;
     for (size_t i = 0; i < sizes.size(); i += 4)
-        end += Number(sizes, i, 4, false);
+        end += LittleIn(sizes, i, 4);
     return end;
 }
 
@@ -74,35 +64,6 @@ uint64_t EndOfApe(HeaderBytes &bytes, uint64_t start)
     return end + (bytes.Little(start + 28, 4) << 32);
 }
 
-// Objects with names of 16 bytes; one in the header's holds the size of the file.
-uint64_t EndOfAsf(HeaderBytes &bytes, uint64_t start)
-{
-    constexpr uint64_t kObject = 24;
-    constexpr int kMostObjects = 1000;
-    const uint64_t end = start + bytes.Little(start + 16, 8);
-    uint64_t place = start + kObject + 6;
-    for (int i = 0; i < kMostObjects && place < end; ++i) {
-        if (bytes.Has(place, "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4"))
-            return start + bytes.Little(place + kObject + 16, 8);
-        const uint64_t size = bytes.Little(place + 16, 8);
-        if (!bytes.ok() || size < kObject || size > end)
-            return 0;
-        place += size;
-    }
-    return 0;
-}
-
-uint64_t EndOfDsf(HeaderBytes &bytes, uint64_t start)
-{
-    return start + bytes.Little(start + 12, 8);
-}
-
-// The size counts neither itself nor the name before it.
-uint64_t EndOfDsdiff(HeaderBytes &bytes, uint64_t start)
-{
-    return start + 12 + bytes.Big(start + 4, 8);
-}
-
 struct Type {
     std::string_view name;
     uint64_t (*endOf)(HeaderBytes &bytes, uint64_t start); // 0: it isn't known
@@ -110,18 +71,17 @@ struct Type {
 
 constexpr Type kTypes[] = {{"TTA1"sv, EndOfTta},
                            {"MAC "sv, EndOfApe},
-                           {kAsf, EndOfAsf},
-                           {"DSD "sv, EndOfDsf},
-                           {"FRM8"sv, EndOfDsdiff}};
+                           {kAsf, EndOfCodedType},
+                           {"DSD "sv, EndOfCodedType},
+                           {"FRM8"sv, EndOfCodedType}};
 
 } // namespace
 
 NextFile::NextFile(HeaderBytes &bytes)
 {
-    Header first;
-    uint64_t start = 0;
-    if (bytes.Fetch(0, first.data(), first.size()) && Has(first, 0, "ID3"))
-        start = TagBytes(first);
+    Header first = {};
+    bytes.Fetch(0, first.data(), first.size());
+    const uint64_t start = Id3Bytes(first);
     done_ = !bytes.Fetch(start, first.data(), first.size());
     if (done_)
         return;
@@ -129,7 +89,7 @@ NextFile::NextFile(HeaderBytes &bytes)
     if (boxes_) {
         name_ = "ftyp";
         nameAt_ = 4;
-        next_ = start + Number(first, 0, 4, true);
+        next_ = start + BigIn(first, 0, 4);
     }
     for (const Type &type : kTypes) {
         if (!Has(first, 0, type.name))
@@ -145,8 +105,8 @@ uint64_t NextFile::StepOver() const
 {
     if (!boxes_)
         return TagBytes(header_);
-    const uint64_t size = Number(header_, 0, 4, true);
-    const uint64_t step = size == 1 ? Number(header_, 8, 8, true) : size;
+    const uint64_t size = BigIn(header_, 0, 4);
+    const uint64_t step = size == 1 ? BigIn(header_, 8, 8) : size;
     return step >= 8 && step <= static_cast<uint64_t>(INT64_MAX) - next_ ? step : 0;
 }
 
