@@ -1,9 +1,11 @@
 // xiph_texts.cpp: walks over the entries of Vorbis comments.
 #include "host/tags/xiph_texts.h"
 
+#include "host/audio/id3_size.h"
 #include "host/system/terminal_text.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 
 namespace tonekit::host {
@@ -34,15 +36,11 @@ size_t IllFormedTexts(const TagLib::ByteVector &comment)
 }
 
 // How long a tag before the FLAC file is.
-unsigned long Id3Bytes(const TagLib::ByteVector &start)
+uint64_t LeadingTag(TagStream &stream)
 {
-    constexpr unsigned kHeader = 10;
-    if (start.size() < kHeader || !start.startsWith("ID3"))
-        return 0;
-    unsigned long size = 0;
-    for (unsigned i = 6; i < kHeader; ++i)
-        size = size << 7 | (static_cast<unsigned char>(start[static_cast<int>(i)]) & 0x7F);
-    return kHeader + size;
+    stream.seek(0, TagLib::IOStream::Beginning);
+    const TagLib::ByteVector start = stream.readBlock(kId3Header);
+    return Id3Bytes(std::span(reinterpret_cast<const unsigned char *>(start.data()), start.size()));
 }
 
 } // namespace
@@ -51,8 +49,7 @@ size_t IllFormedFlacTexts(TagStream &stream)
 {
     constexpr unsigned kComment = 4;
     constexpr unsigned kLast = 0x80;
-    stream.seek(0, TagLib::IOStream::Beginning);
-    stream.seek(static_cast<long>(Id3Bytes(stream.readBlock(10))), TagLib::IOStream::Beginning);
+    stream.seek(static_cast<long>(LeadingTag(stream)), TagLib::IOStream::Beginning);
     if (stream.readBlock(4) != TagLib::ByteVector("fLaC"))
         return 0;
     for (;;) {

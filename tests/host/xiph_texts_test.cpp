@@ -59,7 +59,11 @@ TEST_F(XiphTexts, AreCounted)
                         Block(kLast | kComment, vendor + Little(2) + good + bad)),
               1u);
     EXPECT_EQ(IllFormed("fLaC" + Block(kComment, vendor + Little(1) + bad + bad)), 1u);
+    // After a tag of 130 bytes, and after one with a footer of ten more.
     EXPECT_EQ(IllFormed("ID3\4\0\0\0\0\1\2"s + std::string(130, 'x') + "fLaC" +
+                        Block(kComment, vendor + Little(1) + bad)),
+              1u);
+    EXPECT_EQ(IllFormed("ID3\4\0\x10\0\0\1\2"s + std::string(140, 'x') + "fLaC" +
                         Block(kComment, vendor + Little(1) + bad)),
               1u);
 }
