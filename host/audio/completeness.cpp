@@ -6,6 +6,7 @@
 
 #include "host/audio/chunks.h"
 #include "host/audio/completeness_rare.h"
+#include "host/audio/id3_size.h"
 #include "host/audio/stream_header.h"
 #include "host/system/failure.h"
 
@@ -70,13 +71,8 @@ uint64_t MissingFromOgg(HeaderBytes &bytes)
 // nothing is known. The note follows the side information, whose size depends on version and channels.
 uint64_t MissingFromMp3(HeaderBytes &bytes)
 {
-    uint64_t start = 0;
-    if (bytes.Has(0, "ID3")) {
-        // The size of a tag has 7 bits in each byte.
-        for (uint64_t i = 6; i < 10; ++i)
-            start = start << 7 | (bytes.Big(i, 1) & 0x7F);
-        start += 10;
-    }
+    unsigned char first[kId3Header] = {};
+    const uint64_t start = bytes.Fetch(0, first, sizeof(first)) ? Id3Bytes(first) : 0;
     const uint64_t header = bytes.Big(start, 4);
     if (!bytes.ok() || header >> 21 != 0x7FF)
         return 0;

@@ -161,6 +161,12 @@ TEST(CompletenessOfMp3, CountsFromTheEndOfATagInFront)
     test::WriteText(folder / "a.mp3", large + music);
     test::CutOff(folder / "a.mp3", large.size() + 960);
     EXPECT_EQ(MissingIn(folder / "a.mp3"), 40u);
+    // A footer of ten bytes that isn't counted.
+    const std::string footed = std::string("ID3\x04\0\x10\0\0\x02\x03", 10) + std::string(269, 'x');
+    test::WriteText(folder / "a.mp3", footed + music);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 0u);
+    test::CutOff(folder / "a.mp3", footed.size() + 950);
+    EXPECT_EQ(MissingIn(folder / "a.mp3"), 50u);
 }
 
 TEST(CompletenessOfMp3, WithoutTheNoteOrItsBytesNothingIsKnown)
