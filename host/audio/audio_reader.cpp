@@ -46,21 +46,6 @@ const Container *ContainerWithSame(int format, const AudioFormat &audio)
     return nullptr;
 }
 
-// The bytes of an ID3v2 tag before everything else; 0 where there is none, or nothing after it.
-uint64_t LeadingTagBytes(ByteStream &file)
-{
-    unsigned char header[kId3Header] = {};
-    size_t got = 0;
-    uint64_t size = 0;
-    for (const std::error_code &error :
-         {file.SeekTo(0), file.Read(header, sizeof(header), got), file.Size(size)}) {
-        if (error)
-            throw std::system_error(error);
-    }
-    const uint64_t bytes = Id3Bytes(std::span(header).first(got));
-    return bytes < size ? bytes : 0;
-}
-
 } // namespace
 
 AudioReader::AudioReader(const fs::path &path) : AudioReader(path, Utf8Name(path)) {}
@@ -226,8 +211,7 @@ void AudioReader::TakeWholePipe()
         throw std::system_error(error);
     stream_.Use(pipe_.get());
     FailIfCut(*pipe_);
-    HeaderBytes bytes(*pipe_);
-    EndWhereCounted(*pipe_, EndOfRareType(bytes));
+    EndWhereCounted(*pipe_, EndOfRareType(*pipe_, stream_.start()));
 }
 
 HeaderForm AudioReader::PreparedHeader()
@@ -270,9 +254,12 @@ void AudioReader::OpenPipe()
             TakeWholePipe();
             header_ = PreparedHeader();
         }
-        if (HeaderBytes(*pipe_).Has(0, "OggS"))
-            stream_.Use(&link_.emplace(*pipe_, MemoryLimit()), false);
+        const bool ogg = HeaderBytes(*pipe_, start).Has(0, "OggS");
         pipe_->SeekTo(start);
+        if (ogg) {
+            stream_.Use(&link_.emplace(*pipe_, MemoryLimit()), false);
+            stream_.SkipTo(0);
+        }
     } catch (const std::system_error &error) {
         Fail("reading failed: " + error.code().message());
     }
@@ -349,7 +336,7 @@ void AudioReader::TellLoudspeakers()
 
 void AudioReader::FailIfCut(ByteStream &file) const
 {
-    if (const uint64_t missing = MissingBytes(file))
+    if (const uint64_t missing = MissingBytes(file, stream_.start()))
         Fail(CutOffText(missing));
 }
 

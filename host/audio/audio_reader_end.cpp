@@ -54,9 +54,8 @@ void AudioReader::WarnOfStrayBytes(uint64_t bytes)
 
 void AudioReader::CheckAfterSound(uint64_t start)
 {
-    HeaderBytes bytes(stream_.file());
     const std::optional<SoundEnd> end = EndOfSound(stream_.file(), start);
-    EndWhereCounted(stream_.file(), end ? end : EndOfRareType(bytes));
+    EndWhereCounted(stream_.file(), end ? end : EndOfRareType(stream_.file(), start));
 }
 
 // libsndfile would read W64 and rare types on to the end of the file.

@@ -114,9 +114,9 @@ void CheckOggEnd(const PipeInput &stream, const std::string &name)
         throw Failure(name + ": the stream is cut off");
 }
 
-uint64_t MissingBytes(ByteStream &file)
+uint64_t MissingBytes(ByteStream &file, uint64_t start)
 {
-    HeaderBytes bytes(file);
+    HeaderBytes bytes(file, start);
     if (bytes.Has(0, "RIFF") && bytes.Has(8, "WAVE"))
         return MissingFromChunk(bytes, "data", kRiff);
     if (bytes.Has(0, "RIFX") && bytes.Has(8, "WAVE"))

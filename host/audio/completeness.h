@@ -12,9 +12,9 @@
 namespace tonekit::host {
 
 // How many bytes are missing at the end of the file; 0 if nothing is, if its header doesn't say how long it
-// is, or if it is of a kind that isn't looked at here. The file's position is left anywhere.
-// Throws std::system_error if the system fails.
-uint64_t MissingBytes(ByteStream &file);
+// is, or if it is of a kind that isn't looked at here. The header begins at `start`. The file's position is
+// left anywhere. Throws std::system_error if the system fails.
+uint64_t MissingBytes(ByteStream &file, uint64_t start = 0);
 
 // "the file is cut off: its last 12 bytes are missing"; of a single byte only that it is cut off.
 std::string CutOffText(uint64_t missing);

@@ -149,13 +149,14 @@ std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes)
     return std::nullopt;
 }
 
-std::optional<SoundEnd> EndOfRareType(HeaderBytes &bytes)
+std::optional<SoundEnd> EndOfRareType(ByteStream &stream, uint64_t start)
 {
+    HeaderBytes bytes(stream, start);
     const uint64_t end = bytes.Has(0, "NIST_1A") ? EndOfNist(bytes)
                          : bytes.Has(0, "2BIT")  ? EndOfAvr(bytes)
                                                  : 0;
     constexpr uint64_t kLargestHeader = 1024;
-    return end > kLargestHeader && end <= bytes.size() ? std::optional(SoundEnd{end}) : std::nullopt;
+    return end > kLargestHeader && end <= bytes.size() ? std::optional(SoundEnd{start + end}) : std::nullopt;
 }
 
 } // namespace tonekit::host

@@ -12,8 +12,8 @@ namespace tonekit::host {
 // types.
 std::optional<uint64_t> MissingFromRareType(HeaderBytes &bytes);
 
-// Where the samples of a NIST or AVR file end by their count; nothing if it has none or not all of them, and
-// for other types.
-std::optional<SoundEnd> EndOfRareType(HeaderBytes &bytes);
+// Where in the stream the samples of a NIST or AVR file end by their count, whose header begins at `start`;
+// nothing if it has none or not all of them, and for other types.
+std::optional<SoundEnd> EndOfRareType(ByteStream &stream, uint64_t start);
 
 } // namespace tonekit::host

@@ -1,6 +1,8 @@
 // id3_size.h: how long an ID3v2 tag is, which may come before audio of any type.
 #pragma once
 
+#include "host/system/byte_stream.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -21,5 +23,9 @@ inline uint64_t Id3Bytes(std::span<const unsigned char> bytes)
         size = size << 7 | (bytes[i] & 0x7F);
     return size + kId3Header + (bytes[5] & kHasFooter ? kId3Header : 0);
 }
+
+// The bytes before the audio of a file or of a pipe that is kept; 0 if it begins with no tag, or if nothing
+// comes after it. The position is left anywhere. Throws std::system_error if the system fails.
+uint64_t LeadingTagBytes(ByteStream &stream);
 
 } // namespace tonekit::host

@@ -2,6 +2,7 @@
 #include "host/libav/libav_reader.h"
 
 #include "host/audio/completeness.h"
+#include "host/audio/id3_size.h"
 #include "host/audio/stray_bytes.h"
 #include "host/audio/stream_header.h"
 #include "host/libav/completeness_coded.h"
@@ -164,13 +165,15 @@ void LibavReader::FailDamaged(int error) const
 void LibavReader::CheckFile()
 {
     try {
+        const uint64_t start = LeadingTagBytes(file_);
         HeaderBytes bytes(file_);
-        FailIfCut(bytes.Has(0, "OggS") ? MissingBytes(file_) : MissingFromCodedType(bytes));
-        CheckWavPack(FramesOfWavPack(bytes));
+        HeaderBytes audio(file_, start);
+        FailIfCut(audio.Has(0, "OggS") ? MissingBytes(file_, start) : MissingFromCodedType(audio));
+        CheckWavPack(FramesOfWavPack(audio));
         NextFile next(bytes);
         next.TakeFile(bytes);
         WarnOfStrayBytes(next.bytes());
-        if (const std::optional<SoundEnd> end = EndOfSound(file_)) {
+        if (const std::optional<SoundEnd> end = EndOfSound(file_, start)) {
             if (const std::error_code error = file_.SeekTo(end->position))
                 throw std::system_error(error);
             WarnOfStrayBytes(StrayBytes(file_, *end));
@@ -188,7 +191,7 @@ void LibavReader::WatchPipe()
         std::error_code error = pipe_->Tell(place);
         HeaderBytes bytes(*pipe_);
         next_.emplace(bytes);
-        end_ = EndOfCodedType(bytes, 0);
+        end_ = EndOfCodedType(bytes, LeadingTagBytes(*pipe_));
         if (!error)
             error = pipe_->SeekTo(place);
         if (error)
@@ -227,8 +230,9 @@ void LibavReader::Start()
     input_.reset();
     link_.reset(); // which it read
     try {
-        const bool ogg = HeaderBytes(stream).Has(0, "OggS");
-        if (const std::error_code error = stream.SeekTo(0))
+        const uint64_t start = LeadingTagBytes(stream);
+        const bool ogg = HeaderBytes(stream, start).Has(0, "OggS");
+        if (const std::error_code error = stream.SeekTo(ogg ? start : 0))
             throw std::system_error(error);
         StartInput(ogg ? link_.emplace(stream, MemoryLimit()) : stream);
         position_ = 0;

@@ -35,7 +35,6 @@ private:
 
     void Look();
     uint64_t StepOver() const;
-    bool IsFirst() const;
 
     std::string_view name_; // that such a file begins with; empty: a type that isn't looked at
     size_t nameAt_ = 0;

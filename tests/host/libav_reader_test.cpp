@@ -401,7 +401,8 @@ std::optional<std::string> SamplesIfAny(const std::string &name)
 TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
 {
     const char *const types[][2] = {
-        {"ipod", "alac"}, {"wv", "wavpack"}, {"matroska", "flac"}, {"tta", "tta"}};
+        {"ipod", "alac"}, {"wv", "wavpack"}, {"matroska", "flac"}, {"tta", "tta"}, {"ogg", "flac"}};
+    const std::string tag = "ID3\4\0\0\0\0\1\2"s + std::string(130, 'x');
     for (const auto &type : types) {
         WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 9000), {type[0], type[1], 16});
         const std::string whole = ReadText(folder / "in");
@@ -410,6 +411,16 @@ TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
             WriteText(folder / "cut", whole.substr(0, kept));
             const std::optional<std::string> left = SamplesIfAny(folder / "cut");
             EXPECT_TRUE(!left || *left == samples) << type[0] << " of " << kept << " bytes";
+        }
+        // Positions in an M4A file count from its first byte, so that a tag makes it unreadable.
+        WriteText(folder / "cut", tag + whole);
+        EXPECT_TRUE(type[0] == "ipod"s || SamplesIfAny(folder / "cut") == samples) << type[0];
+        for (size_t eighths = 1; eighths < 8; ++eighths) {
+            WriteText(folder / "cut", tag + whole.substr(0, whole.size() * eighths / 8));
+            const std::optional<std::string> left = SamplesIfAny(folder / "cut");
+            EXPECT_TRUE(!left || *left == samples) << type[0] << ", " << eighths << " eighths";
+            EXPECT_EQ(RunHostOnPipes(ReadText(folder / "cut"), {"-q", "-", "-t", "wav", "-"}).status, 1)
+                << type[0] << ", " << eighths << " eighths";
         }
     }
 }

@@ -151,13 +151,15 @@ TEST_F(NextFiles, OfCodedWavAreToldOf)
 {
     WriteSound(folder / "coded", Noise(SF_FORMAT_WAV | SF_FORMAT_MS_ADPCM, 44100, 2, 70000));
     const std::string one = ReadText(folder / "coded");
-    WriteText(folder / "in", one + one);
-    const Outcome outcome = RunHost({"-q", "-b", "32f", folder / "in", "-t", "raw", folder / "out.raw"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.err.find(": " + std::to_string(one.size()) +
-                               " bytes after the sound that its header counts are left out\n"),
-              std::string::npos)
-        << outcome.err;
+    for (const std::string &tag : {""s, kId3}) {
+        WriteText(folder / "in", tag + one + one);
+        const Outcome outcome = RunHost({"-q", "-b", "32f", folder / "in", "-t", "raw", folder / "out.raw"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_NE(outcome.err.find(": " + std::to_string(one.size()) +
+                                   " bytes after the sound that its header counts are left out\n"),
+                  std::string::npos)
+            << outcome.err;
+    }
 }
 
 } // namespace

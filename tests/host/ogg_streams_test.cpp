@@ -364,6 +364,22 @@ TEST_F(OggStreams, AreDecodedOneAfterAnother)
     }
 }
 
+TEST_F(OggStreams, AreDecodedOneAfterAnotherAfterATag)
+{
+    const std::string tag = "ID3\4\0\0\0\0\1\2"s + std::string(130, 'x');
+    for (const char *const type : {"ogg", "opus"}) {
+        const std::string a = Coded(type, 50000, 2, 48000);
+        const std::string b = Coded(type, 777, 2, 48000);
+        const std::string expected = Samples(a) + Samples(b);
+        const std::string all = tag + a + b;
+        EXPECT_TRUE(Samples(all) == expected) << type;
+        EXPECT_TRUE(Through(all, {"-q", "-b", "32f", "-", "-t", "raw", "-"}) == expected) << type;
+        EXPECT_TRUE(Through(all, {"-q", "-", "-"}) == all) << type;
+        EXPECT_EQ(RunHostOnPipes(all + b.substr(0, b.size() - 1), {"-q", "-", "-t", "wav", "-"}).status, 1)
+            << type;
+    }
+}
+
 // A broadcast that was joined has any position at its start. All of what is heard from there on is read, and
 // no more.
 TEST_F(OggStreams, ThatWereJoinedLateAreReadFromPipesAsFromFiles)

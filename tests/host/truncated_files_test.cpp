@@ -82,6 +82,30 @@ TEST_P(TruncatedFiles, AreRefusedOrLackNoAudio)
     EXPECT_GT(refused, 500u);
 }
 
+// Another program's tag of 140 bytes with its header.
+TEST_P(TruncatedFiles, AreRefusedOrLackNoAudioAfterATag)
+{
+    const auto &[form, format, frames, channels] = GetParam();
+    constexpr size_t kCuts = 15;
+    TemporaryFolder folder;
+    const std::string name = folder / (std::string("file.") + form);
+    test::WriteSound(name, test::Tone(format, 48000, channels, frames, 440));
+    const std::optional<std::string> whole = SamplesOf(name);
+    ASSERT_TRUE(whole);
+    const std::string tagged =
+        std::string("ID3\4\0\0\0\0\1\2", 10) + std::string(130, 'x') + test::ReadText(name);
+    test::WriteText(name, tagged);
+    EXPECT_TRUE(SamplesOf(name) == whole);
+    size_t refused = 0;
+    for (size_t cut = 1; cut < kCuts; ++cut) {
+        test::WriteText(name, tagged.substr(0, tagged.size() * cut / kCuts));
+        const std::optional<std::string> samples = SamplesOf(name);
+        refused += !samples;
+        EXPECT_TRUE(!samples || *samples == *whole) << cut << " of " << kCuts << " parts are left";
+    }
+    EXPECT_GT(refused, kCuts / 2);
+}
+
 INSTANTIATE_TEST_SUITE_P(Forms, TruncatedFiles,
                          testing::Values(FileForm{"wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2001},
                                          FileForm{"wav8", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 2001, 1},
