@@ -1,6 +1,7 @@
 // flac_end.cpp: finds the last frame of a FLAC stream by its header and its two checksums.
 #include "host/audio/flac_end.h"
 
+#include "host/audio/flac_blocks.h"
 #include "host/audio/header_bytes.h"
 
 #include <algorithm>
@@ -229,11 +230,10 @@ std::optional<FlacForm> FormOfFlac(ByteStream &stream, uint64_t start)
     form.bits = static_cast<uint32_t>(numbers >> 36 & 31) + 1;
     form.counted = numbers & ((uint64_t{1} << 36) - 1);
 
-    constexpr int kMostBlocks = 10000; // a broken file could have empty ones for ever
     constexpr uint64_t kLast = 0x80;
     uint64_t place = 4;
     uint64_t type = 0;
-    for (int i = 0; i < kMostBlocks && (type & kLast) == 0; ++i) {
+    for (int i = 0; i < kMostFlacBlocks && (type & kLast) == 0; ++i) {
         type = bytes.Big(place, 1);
         place += 4 + bytes.Big(place + 1, 3);
         if (!bytes.ok())

@@ -2,6 +2,7 @@
 #include "host/audio/header_channels.h"
 
 #include "host/audio/chunks.h"
+#include "host/audio/flac_blocks.h"
 #include "host/audio/header_bytes.h"
 
 #include <algorithm>
@@ -83,7 +84,7 @@ std::optional<NamedChannels> FromFlac(HeaderBytes &bytes)
     uint64_t place = 4;
     if ((bytes.Big(kChannelsAt, 1) >> 1 & 7) < 2)
         return std::nullopt;
-    for (;;) {
+    for (int i = 0; i < kMostFlacBlocks; ++i) {
         const uint64_t type = bytes.Big(place, 1);
         const uint64_t length = bytes.Big(place + 1, 3);
         if (!bytes.ok())
@@ -95,6 +96,7 @@ std::optional<NamedChannels> FromFlac(HeaderBytes &bytes)
             return std::nullopt;
         place += length;
     }
+    return std::nullopt;
 }
 
 // The number of the loudspeaker that a layout calls by this label; -1 if WAV files have no number for it.

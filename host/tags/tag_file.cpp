@@ -4,6 +4,7 @@
 #include "host/system/failure.h"
 #include "host/system/memory_limit.h"
 #include "host/tags/ape_size.h"
+#include "host/tags/flac_walk.h"
 #include "host/tags/mp4_tags.h"
 #include "host/tags/xiph_texts.h"
 
@@ -79,6 +80,14 @@ bool HasOddSize(TagStream &stream)
     return odd && header.startsWith("ID3");
 }
 
+bool HasTooManyBlocks(TagStream &stream)
+{
+    unsigned size = 0;
+    const FlacWalk walk = GoToFlacBlock(stream, kNoFlacBlock, size);
+    stream.seek(0, TagLib::IOStream::Beginning);
+    return walk == FlacWalk::TooMany;
+}
+
 bool SaveMpeg(TagLib::MPEG::File &file, TagFile::Forms forms)
 {
     using Mpeg = TagLib::MPEG::File;
@@ -131,6 +140,8 @@ void TagFile::Open()
     }
     const bool mayEndInApe = kind_ == TagKind::Mpeg || kind_ == TagKind::WavPack || kind_ == TagKind::Ape;
     if (HasOddSize(stream_) || (mayEndInApe && !stream_.readOnly() && HasOddApeSize(stream_)))
+        return;
+    if (kind_ == TagKind::Flac && HasTooManyBlocks(stream_))
         return;
     if (kind_ == TagKind::Mp4) {
         boxes_ = LookAtMp4Boxes(stream_);

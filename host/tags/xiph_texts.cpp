@@ -1,11 +1,10 @@
 // xiph_texts.cpp: walks over the entries of Vorbis comments.
 #include "host/tags/xiph_texts.h"
 
-#include "host/audio/id3_size.h"
 #include "host/system/terminal_text.h"
+#include "host/tags/flac_walk.h"
 
 #include <algorithm>
-#include <span>
 #include <string_view>
 
 namespace tonekit::host {
@@ -35,35 +34,14 @@ size_t IllFormedTexts(const TagLib::ByteVector &comment)
     return illFormed;
 }
 
-// How long a tag before the FLAC file is.
-uint64_t LeadingTag(TagStream &stream)
-{
-    stream.seek(0, TagLib::IOStream::Beginning);
-    const TagLib::ByteVector start = stream.readBlock(kId3Header);
-    return Id3Bytes(std::span(reinterpret_cast<const unsigned char *>(start.data()), start.size()));
-}
-
 } // namespace
 
 size_t IllFormedFlacTexts(TagStream &stream)
 {
     constexpr unsigned kComment = 4;
-    constexpr unsigned kLast = 0x80;
-    stream.seek(static_cast<long>(LeadingTag(stream)), TagLib::IOStream::Beginning);
-    if (stream.readBlock(4) != TagLib::ByteVector("fLaC"))
-        return 0;
-    for (;;) {
-        const TagLib::ByteVector header = stream.readBlock(4);
-        if (header.size() < 4)
-            return 0;
-        const auto type = static_cast<unsigned char>(header[0]);
-        const unsigned size = header.toUInt(1, 3, true);
-        if ((type & ~kLast) == kComment)
-            return IllFormedTexts(stream.readBlock(size));
-        if ((type & kLast) != 0)
-            return 0;
-        stream.seek(static_cast<long>(size), TagLib::IOStream::Current);
-    }
+    unsigned size = 0;
+    return GoToFlacBlock(stream, kComment, size) == FlacWalk::Found ? IllFormedTexts(stream.readBlock(size))
+                                                                    : 0;
 }
 
 size_t IllFormedOggTexts(TagLib::Ogg::File &file)

@@ -293,6 +293,15 @@ TEST(HeaderChannels, OfFlacAreInItsComments)
     EXPECT_EQ(loudspeakers(4, {}), 0U);
     // The first one counts.
     EXPECT_EQ(loudspeakers(4, {mask + "0x0033", mask + "0x0107"}), 0x33U);
+    // A file can have any number of blocks.
+    std::string many = FlacHeader(4, {mask + "0x0107"});
+    const auto insert = [&](size_t count) {
+        for (; count > 0; --count)
+            many.insert(42, "\1\0\0\0"s);
+        return InHeader(many);
+    };
+    EXPECT_EQ(insert(9997).value().loudspeakers, 0x107U);
+    EXPECT_FALSE(insert(1));
     // At each byte a cut header is no more than one without names.
     const std::string whole = FlacHeader(4, {mask + "0x0107"});
     for (size_t size = 0; size < whole.size(); ++size)

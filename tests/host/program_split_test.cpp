@@ -139,6 +139,19 @@ TEST_F(Splitting, ByACueSheetBlockOfFlac)
     EXPECT_EQ(Tree("out"), (Names{"01 a.flac", "02 a.flac"}));
     EXPECT_EQ(All("out"), whole.samples);
     EXPECT_EQ(ReadSound(folder / "out/01 a.flac").Frames(), 1030u);
+    // Another program's tag may be in front.
+    WriteText(folder / "in/a.flac", std::string("ID3\4\0\0\0\0\1\2", 10) + std::string(130, 'x') + bytes);
+    fs::remove_all(PathFromUtf8(folder / "out"));
+    Run({"--split", "chapters", folder / "in/a.flac", folder / "out"});
+    EXPECT_EQ(Tree("out"), (Names{"01 a.flac", "02 a.flac"}));
+    // Nobody looks further than at ten thousand blocks.
+    std::string many;
+    while (many.size() < 10000 * 4)
+        many += std::string("\1\0\0\0", 4);
+    bytes.insert(4 + 4 + 34, many);
+    WriteText(folder / "good.flac", bytes);
+    ExpectFailure(1, "good.flac: has no chapters and no cue sheet",
+                  {"--split", "chapters", folder / "good.flac", folder / "out"});
 }
 
 TEST_F(Splitting, NamesFilesByATemplateAndKeepsFolders)

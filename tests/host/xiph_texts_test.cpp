@@ -1,4 +1,5 @@
 // xiph_texts_test.cpp: texts of Vorbis comments that aren't UTF-8 are not lost without a word.
+#include "host/system/failure.h"
 #include "host/tags/tag_editor.h"
 #include "host/tags/tag_reader.h"
 #include "host/tags/xiph_texts.h"
@@ -66,6 +67,48 @@ TEST_F(XiphTexts, AreCounted)
     EXPECT_EQ(IllFormed("ID3\4\0\x10\0\0\1\2"s + std::string(140, 'x') + "fLaC" +
                         Block(kComment, vendor + Little(1) + bad)),
               1u);
+}
+
+std::string Times(size_t count, const std::string &text)
+{
+    std::string all;
+    for (; count > 0; --count)
+        all += text;
+    return all;
+}
+
+TEST_F(XiphTexts, AreLookedForInTenThousandBlocks)
+{
+    const std::string comment = Block(kComment, Little(0) + Little(1) + Text("TITLE=J\xFCrgen"));
+    const std::string padding = Block(kPadding, "");
+    EXPECT_EQ(IllFormed("fLaC" + Times(9999, padding) + comment), 1u);
+    EXPECT_EQ(IllFormed("fLaC" + Times(10000, padding) + comment), 0u);
+}
+
+TEST_F(XiphTexts, AfterMoreBlocksAreLeftOutAndKept)
+{
+    const std::string name = folder_ / "a.flac";
+    TagEdit edit;
+    edit.texts = {{"ALBUM", "One"}};
+    for (const size_t more : {9000u, 10000u}) {
+        WriteSound(name, Tone(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 48000, 2, 4800, 440));
+        std::string bytes = ReadText(name);
+        bytes.insert(42, Times(more, Block(kPadding, ""))); // after the first block
+        WriteText(name, bytes);
+        std::vector<std::string> warnings;
+        TagBlockPointer block = NewTagBlock();
+        ReadTags(PathFromUtf8(name), TagKind::Flac, {}, block.get(), warnings);
+        if (more == 9000u) {
+            EXPECT_EQ(warnings, std::vector<std::string>());
+            EditTags(PathFromUtf8(name), TagKind::Flac, edit, 0, "it", warnings);
+            EXPECT_NE(ReadText(name).find("ALBUM=One"), std::string::npos);
+            continue;
+        }
+        EXPECT_EQ(warnings, (std::vector<std::string>{Utf8Name(PathFromUtf8(name)) +
+                                                      ": the tags are broken and are left out"}));
+        EXPECT_THROW(EditTags(PathFromUtf8(name), TagKind::Flac, edit, 0, "it", warnings), Failure);
+        EXPECT_TRUE(ReadText(name) == bytes);
+    }
 }
 
 TEST_F(XiphTexts, OfTornCommentsAreThoseThatAreThere)
