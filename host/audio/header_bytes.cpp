@@ -1,6 +1,9 @@
 // header_bytes.cpp: reads headers through the platform's files.
 #include "host/audio/header_bytes.h"
 
+#include "host/system/failure.h"
+#include "host/system/platform.h"
+
 #include <algorithm>
 #include <cstring>
 #include <system_error>
@@ -33,6 +36,9 @@ bool HeaderBytes::Has(uint64_t position, const char *text)
 bool HeaderBytes::Fetch(uint64_t position, void *buffer, size_t length)
 {
     size_t got = 0;
+    // A file can make a search for a part of it as long as it likes.
+    if (InterruptNoted())
+        throw Interrupted();
     // Broken headers lead beyond every file.
     if (position > static_cast<uint64_t>(INT64_MAX))
         return ok_ = false;

@@ -27,6 +27,7 @@ public:
     uint64_t Little(uint64_t position, int bytes) { return Number(position, bytes, false); }
     uint64_t Big(uint64_t position, int bytes) { return Number(position, bytes, true); }
 
+    // Throws std::system_error if the system fails, and Interrupted after an interrupt, as all reads do.
     bool Fetch(uint64_t position, void *buffer, size_t length);
 
 private:

@@ -48,9 +48,12 @@ sf_count_t Seek(sf_count_t offset, int whence, void *user)
     return offset + base;
 }
 
+// After an interrupt the file seems to end, however many chunks libsndfile would pass over.
 sf_count_t Read(void *buffer, sf_count_t count, void *user)
 {
     size_t got = 0;
+    if (InterruptNoted())
+        return 0;
     uint64_t left = UINT64_MAX;
     if (const uint64_t end = Stream(user).end(); end != UINT64_MAX) {
         uint64_t position = 0;

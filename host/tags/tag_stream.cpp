@@ -1,6 +1,8 @@
 // tag_stream.cpp: TagLib's stream operations, inserting and removing among them, over the platform's files.
 #include "host/tags/tag_stream.h"
 
+#include "host/system/failure.h"
+
 #include <algorithm>
 #include <limits>
 #include <vector>
@@ -10,6 +12,7 @@ namespace tonekit::host {
 namespace {
 
 constexpr size_t kMoveBytes = size_t{1} << 20;
+constexpr size_t kAheadBytes = 4096;
 
 } // namespace
 
@@ -34,7 +37,7 @@ bool TagStream::IsTooLong()
     return size > static_cast<uint64_t>(std::numeric_limits<long>::max()) - kMostForTags;
 }
 
-size_t TagStream::ReadAt(uint64_t position, char *buffer, size_t size)
+size_t TagStream::FetchAt(uint64_t position, char *buffer, size_t size)
 {
     size_t got = 0;
     Note(bytes().SeekTo(position));
@@ -43,8 +46,24 @@ size_t TagStream::ReadAt(uint64_t position, char *buffer, size_t size)
     return got;
 }
 
+// Files can have millions of headers of a few bytes, one after another.
+size_t TagStream::ReadAt(uint64_t position, char *buffer, size_t size)
+{
+    if (size >= kAheadBytes)
+        return FetchAt(position, buffer, size);
+    if (position < aheadAt_ || position + size > aheadAt_ + ahead_.size()) {
+        ahead_.resize(kAheadBytes);
+        ahead_.resize(FetchAt(position, ahead_.data(), kAheadBytes));
+        aheadAt_ = position;
+    }
+    const size_t got = std::min(size, ahead_.size() - static_cast<size_t>(position - aheadAt_));
+    std::copy_n(ahead_.begin() + static_cast<ptrdiff_t>(position - aheadAt_), got, buffer);
+    return got;
+}
+
 void TagStream::WriteAt(uint64_t position, const char *data, size_t size)
 {
+    ahead_.clear();
     Note(bytes().SeekTo(position));
     // After a first error nothing more is written: what follows would be in the wrong place.
     if (!error_)
@@ -53,6 +72,8 @@ void TagStream::WriteAt(uint64_t position, const char *data, size_t size)
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
 {
+    if (InterruptNoted())
+        throw Interrupted();
     // Broken tags ask for more than there is.
     const auto size = static_cast<uint64_t>(this->length());
     const uint64_t left = size > position_ ? size - position_ : 0;
@@ -67,6 +88,12 @@ void TagStream::writeBlock(const TagLib::ByteVector &data)
 {
     WriteAt(position_, data.data(), data.size());
     position_ += data.size();
+}
+
+void TagStream::CutAt(uint64_t size)
+{
+    ahead_.clear();
+    Note(file_.Truncate(size));
 }
 
 // Moves all from `start` to the end up by so many bytes, the last part first.
@@ -94,7 +121,7 @@ void TagStream::MoveDown(uint64_t start, uint64_t by)
         start += size;
     }
     if (!error_)
-        Note(file_.Truncate(end - by));
+        CutAt(end - by);
 }
 
 void TagStream::insert(const TagLib::ByteVector &data, unsigned long start, unsigned long replace)
@@ -131,7 +158,7 @@ long TagStream::length()
 
 void TagStream::truncate(long length)
 {
-    Note(file_.Truncate(static_cast<uint64_t>(std::max(length, 0L))));
+    CutAt(static_cast<uint64_t>(std::max(length, 0L)));
 }
 
 } // namespace tonekit::host

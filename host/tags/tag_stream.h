@@ -10,6 +10,7 @@
 #include <string>
 #include <system_error>
 #include <tiostream.h>
+#include <vector>
 
 namespace tonekit::host {
 
@@ -32,6 +33,7 @@ public:
     void Close() { Note(file_.Close()); }
 
     TagLib::FileName name() const override { return name_.c_str(); }
+    // Throws Interrupted after an interrupt: TagLib looks at as many parts as a file has.
     TagLib::ByteVector readBlock(unsigned long length) override;
     void writeBlock(const TagLib::ByteVector &data) override;
     void insert(const TagLib::ByteVector &data, unsigned long start, unsigned long replace) override;
@@ -46,8 +48,10 @@ public:
 private:
     ByteStream &bytes() { return memory_ ? static_cast<ByteStream &>(*memory_) : file_; }
     void Note(const std::error_code &error);
+    size_t FetchAt(uint64_t position, char *buffer, size_t size);
     size_t ReadAt(uint64_t position, char *buffer, size_t size);
     void WriteAt(uint64_t position, const char *data, size_t size);
+    void CutAt(uint64_t size);
     void MoveUp(uint64_t start, uint64_t by);
     void MoveDown(uint64_t start, uint64_t by);
 
@@ -56,6 +60,8 @@ private:
     File file_;
     std::optional<MemoryBytes> memory_;
     uint64_t position_ = 0;
+    std::vector<char> ahead_; // what was read last, for what is read next
+    uint64_t aheadAt_ = 0;
     std::error_code error_;
 };
 

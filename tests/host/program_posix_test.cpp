@@ -1,11 +1,16 @@
 // program_posix_test.cpp: the program under circumstances that only POSIX systems let a test arrange.
+#include "host/audio/audio_reader.h"
+#include "host/audio/header_bytes.h"
+#include "host/audio/sound_stream.h"
 #include "host/jobs.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
+#include "host/tags/tag_reader.h"
 #include "tests/host/failures.h"
 #include "tests/host/run_program_posix.h"
 
 #include <csignal>
+#include <functional>
 #include <regex>
 #include <unistd.h>
 
@@ -93,6 +98,45 @@ TEST_F(Failures, OfAnInterruptBetweenTheLastSampleAndTheCommit)
     EXPECT_EXIT(convert(), testing::ExitedWithCode(33), "");
     EXPECT_EQ(ReadText(folder / "old.wav"), "precious");
     EXPECT_EQ(folder.Names(), names);
+}
+
+// A file can have any number of small parts, each of which is passed over.
+TEST_F(Failures, OfAnInterruptWhileAFileIsOpened)
+{
+    const auto ends = [](const std::function<void()> &work) {
+        signal(SIGTERM, SIG_DFL);
+        NoteInterrupts();
+        raise(SIGTERM);
+        try {
+            work();
+        } catch (const Interrupted &) {
+            _exit(33);
+        }
+        _exit(0);
+    };
+    const std::string flac = folder / "a.flac";
+    RunHost({"-q", folder / "good.wav", flac});
+    const auto search = [&] {
+        File file;
+        file.OpenToRead(PathFromUtf8(flac));
+        HeaderBytes(file).Has(0, "fLaC");
+    };
+    const auto tags = [&] {
+        std::vector<std::string> warnings;
+        ReadTags(PathFromUtf8(flac), TagKind::Flac, {}, NewTagBlock().get(), warnings);
+    };
+    const auto libsndfile = [&] {
+        SoundStream stream;
+        SF_INFO info{};
+        stream.file().OpenToRead(PathFromUtf8(flac));
+        stream.Start(SFM_READ, info);
+        if (!stream.handle())
+            throw Interrupted();
+    };
+    EXPECT_EXIT(ends(search), testing::ExitedWithCode(33), "");
+    EXPECT_EXIT(ends(tags), testing::ExitedWithCode(33), "");
+    EXPECT_EXIT(ends(libsndfile), testing::ExitedWithCode(33), "");
+    EXPECT_EXIT(ends([&] { AudioReader reader(PathFromUtf8(flac)); }), testing::ExitedWithCode(33), "");
 }
 
 TEST_F(Failures, OfStandardOutputThatIsFull)

@@ -79,6 +79,43 @@ TEST(TagStream, ReadsNoMoreThanThereIs)
     EXPECT_EQ(stream.tell(), 0);
 }
 
+// Reads of any size between changes, all of which a string has too.
+TEST(TagStream, ReadsWhatIsThereNow)
+{
+    TemporaryFolder folder;
+    std::mt19937 random(11);
+    std::string expected = Letters(20000, 4);
+    test::WriteText(folder / "a", expected);
+    TagStream stream((folder / "a"), TagStream::Access::Change);
+    const auto below = [&](size_t end) { return static_cast<size_t>(random() % end); };
+    for (int i = 0; i < 3000; ++i) {
+        const size_t place = below(expected.size() + 2);
+        const size_t size = below(i % 7 == 0 ? 9000 : 20);
+        stream.seek(static_cast<long>(place), TagLib::IOStream::Beginning);
+        const std::string read = place < expected.size() ? expected.substr(place, size) : "";
+        ASSERT_EQ(stream.readBlock(size), Bytes(read)) << "read " << i;
+        const size_t change = std::min(place, expected.size());
+        const std::string letters = Letters(size, static_cast<uint32_t>(random()));
+        if (i % 5 == 0) {
+            stream.seek(static_cast<long>(change), TagLib::IOStream::Beginning);
+            stream.writeBlock(Bytes(letters));
+            expected.replace(change, std::min(letters.size(), expected.size() - change), letters);
+        } else if (i % 11 == 0) {
+            stream.insert(Bytes(letters), change, std::min<size_t>(7, expected.size() - change));
+            expected.replace(change, std::min<size_t>(7, expected.size() - change), letters);
+        } else if (i % 13 == 0) {
+            stream.removeBlock(change, size);
+            expected.erase(change, size);
+        } else if (i % 101 == 0 && expected.size() > 5000) {
+            stream.truncate(5000);
+            expected.resize(5000);
+        }
+    }
+    stream.Close();
+    EXPECT_FALSE(stream.error());
+    EXPECT_TRUE(test::ReadText(folder / "a") == expected);
+}
+
 TEST(TagStream, KeepsTheErrorOfAFileThatIsntThere)
 {
     TemporaryFolder folder;
