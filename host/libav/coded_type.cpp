@@ -38,6 +38,7 @@ constexpr Beginning kBeginnings[] = {
     {0, ".ra\xFD"sv, "RealAudio"},
     {0, "ajkg"sv, "Shorten"},
     {0, "FLV\x01"sv, "FLV"},
+    {8, "AVI LIST"sv, "AVI"},
     {28,
      "\x7F"
      "FLAC"sv,

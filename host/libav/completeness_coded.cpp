@@ -2,6 +2,7 @@
 #include "host/libav/completeness_coded.h"
 
 #include "host/audio/id3_size.h"
+#include "host/audio/stream_header.h"
 #include "host/libav/mp4_length.h"
 #include "host/system/failure.h"
 #include "host/system/platform.h"
@@ -84,10 +85,33 @@ uint64_t EndOfDsd(HeaderBytes &bytes, uint64_t start)
     return start + size + (dsf ? 0 : 12);
 }
 
+// The end of a part of an AVI file. Programs that can't go back leave its size open.
+uint64_t EndOfAviPart(HeaderBytes &bytes, uint64_t start)
+{
+    const uint64_t size = bytes.Little(start + 4, 4);
+    return bytes.ok() && size != 0 && !IsOpenSize(static_cast<uint32_t>(size)) ? start + 8 + size : 0;
+}
+
+// Long files have further parts after the first one, of a gigabyte or two each.
+uint64_t EndOfAvi(HeaderBytes &bytes)
+{
+    constexpr int kMostParts = 10000;
+    uint64_t end = EndOfAviPart(bytes, 0);
+    for (int i = 0; i < kMostParts && end != 0; ++i) {
+        const uint64_t next = end + (end & 1);
+        if (!bytes.Has(next, "RIFF") || !bytes.Has(next + 8, "AVIX"))
+            break;
+        end = EndOfAviPart(bytes, next);
+    }
+    return end;
+}
+
 } // namespace
 
 uint64_t EndOfCodedType(HeaderBytes &bytes, uint64_t start)
 {
+    if (bytes.Has(start, "RIFF") && bytes.Has(start + 8, "AVI "))
+        return EndOfAviPart(bytes, start);
     if (bytes.Has(start, "\x1A\x45\xDF\xA3"))
         return EndOfMatroska(bytes, start);
     if (bytes.Has(start, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"))
@@ -99,7 +123,10 @@ uint64_t EndOfCodedType(HeaderBytes &bytes, uint64_t start)
 
 uint64_t MissingFromCodedType(HeaderBytes &bytes)
 {
-    return bytes.Has(4, "ftyp") ? MissingFromMp4(bytes) : Shortfall(EndOfCodedType(bytes, 0), bytes.size());
+    if (bytes.Has(4, "ftyp"))
+        return MissingFromMp4(bytes);
+    const bool avi = bytes.Has(0, "RIFF") && bytes.Has(8, "AVI ");
+    return Shortfall(avi ? EndOfAvi(bytes) : EndOfCodedType(bytes, 0), bytes.size());
 }
 
 namespace {

@@ -40,5 +40,30 @@ TEST(AsfFiles, AreAsLongAsAnObjectOfTheirHeaderSays)
     EXPECT_EQ(MissingFrom(AsfHeader(100'000, 0)), 0u);
 }
 
+// A list of a name and so many bytes.
+std::string AviPart(const std::string &name, size_t size)
+{
+    return "RIFF" + Little(size, 4) + name + std::string(size - 4, 'x');
+}
+
+TEST(AviFiles, AreAsLongAsTheirPartsSay)
+{
+    const std::string first = AviPart("AVI ", 100);
+    EXPECT_EQ(MissingFrom(first), 0u);
+    EXPECT_EQ(MissingFrom(first.substr(0, 107)), 1u);
+    EXPECT_EQ(MissingFrom(first.substr(0, 12)), 96u);
+    // After an odd size comes a byte that isn't counted.
+    EXPECT_EQ(MissingFrom(AviPart("AVI ", 101)), 0u);
+    EXPECT_EQ(MissingFrom(AviPart("AVI ", 101) + '\0' + AviPart("AVIX", 50).substr(0, 50)), 8u);
+    const std::string all = first + AviPart("AVIX", 50) + AviPart("AVIX", 60);
+    EXPECT_EQ(MissingFrom(all), 0u);
+    EXPECT_EQ(MissingFrom(all.substr(0, all.size() - 5)), 5u);
+    EXPECT_EQ(MissingFrom(all.substr(0, 108 + 30)), 28u);
+    EXPECT_EQ(MissingFrom(first + AviPart("WAVE", 50).substr(0, 20)), 0u); // something else
+    for (const uint64_t open : {0ULL, 0xFFFFFFFFULL})
+        EXPECT_EQ(MissingFrom("RIFF" + Little(open, 4) + "AVI xxxx"), 0u);
+    EXPECT_EQ(MissingFrom("RIFF" + Little(50, 4) + "WAVE"), 0u);
+}
+
 } // namespace
 } // namespace tonekit::host

@@ -400,8 +400,8 @@ std::optional<std::string> SamplesIfAny(const std::string &name)
 
 TEST_F(LibavReader, RefusesWhatIsCutOffOrHasAllOfTheAudio)
 {
-    const char *const types[][2] = {
-        {"ipod", "alac"}, {"wv", "wavpack"}, {"matroska", "flac"}, {"tta", "tta"}, {"ogg", "flac"}};
+    const char *const types[][2] = {{"ipod", "alac"}, {"wv", "wavpack"}, {"matroska", "flac"},
+                                    {"tta", "tta"},   {"ogg", "flac"},   {"avi", "pcm_s16le"}};
     const std::string tag = "ID3\4\0\0\0\0\1\2"s + std::string(130, 'x');
     for (const auto &type : types) {
         WriteCoded(folder / "in", Noise(kWav16, 44100, 2, 9000), {type[0], type[1], 16});
