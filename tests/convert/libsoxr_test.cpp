@@ -137,5 +137,36 @@ TEST(Libsoxr, GivesThePackagedLibrarysBitsWithoutVectorInstructions)
     RemoveVariable("SOXR_USE_SIMD");
 }
 
+// What comes of 12,000 frames of one channel at twice the rate, fed by pieces into rooms of their own.
+std::vector<float> Doubled(size_t piece, size_t room)
+{
+    Random random(7);
+    std::vector<float> in(12000);
+    for (float &sample : in)
+        sample = static_cast<float>(2 * random.Uniform() - 1);
+    soxr_t resampler = CreateResampler(22050, 44100, 1, RecipeForSpan(0));
+    std::vector<float> all;
+    const auto feed = [&](const float *given, size_t frames) {
+        std::vector<float> out(room); // a block of the heap, so that a sanitizer sees what is read behind it
+        const size_t made = RunResampler(resampler, given, frames, out.data(), room);
+        all.insert(all.end(), out.begin(), out.begin() + static_cast<ptrdiff_t>(made));
+        return made;
+    };
+    for (size_t at = 0; at < in.size(); at += piece)
+        feed(in.data() + at, piece);
+    while (feed(nullptr, 0) != 0) {
+    }
+    DeleteResampler(resampler);
+    return all;
+}
+
+TEST(Libsoxr, LeavesWhatIsBehindItsOutputAlone)
+{
+    const std::vector<float> whole = Doubled(12000, kCapacity);
+    EXPECT_EQ(whole.size(), 24000u);
+    for (const size_t room : {1u, 2u, 3u}) // of which the first is half as long as a pointer
+        EXPECT_EQ(Doubled(1, room), whole) << room;
+}
+
 } // namespace
 } // namespace tonekit
