@@ -131,11 +131,30 @@ private:
     std::jthread thread_;
 };
 
+// Starts a program, whose handles it inherits, and says why if it can't. Of some thousand starts Wine fails
+// in one before the program's first instruction, with an error that Windows doesn't give there: such a start
+// is made again.
+bool Start(const std::wstring &commandLine, STARTUPINFOW &start, PROCESS_INFORMATION &process,
+           std::string &why)
+{
+    constexpr int kStarts = 3;
+    DWORD error = ERROR_INTERNAL_ERROR;
+    for (int i = 0; i < kStarts && error == ERROR_INTERNAL_ERROR; ++i) {
+        std::wstring line = commandLine; // which may be changed
+        if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
+                           &process))
+            return true;
+        error = GetLastError();
+    }
+    why = "the program can't be started: error " + std::to_string(error) + "\n";
+    return false;
+}
+
 // With `input`, output comes as bytes.
 Outcome Run(const std::string &arguments, const std::string *input)
 {
     Outcome outcome;
-    std::wstring commandLine = Wide(Quoted(TONEKIT_CONVERT) + " " + arguments);
+    const std::wstring commandLine = Wide(Quoted(TONEKIT_CONVERT) + " " + arguments);
     Pipe out(outcome.out);
     Pipe err(outcome.err);
     std::optional<InputPipe> in;
@@ -148,8 +167,8 @@ Outcome Run(const std::string &arguments, const std::string *input)
     start.hStdOutput = out.writing();
     start.hStdError = err.writing();
     PROCESS_INFORMATION process{};
-    const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                        nullptr, &start, &process);
+    std::string notStarted;
+    const bool started = Start(commandLine, start, process, notStarted);
     if (in)
         in->Feed();
     out.Gather();
@@ -164,6 +183,7 @@ Outcome Run(const std::string &arguments, const std::string *input)
     else
         out.Finish();
     err.Finish();
+    outcome.err += notStarted;
     return outcome;
 }
 
