@@ -18,7 +18,65 @@ namespace tonekit::host::test {
 
 namespace {
 
-[[noreturn]] void BecomeProgram(const std::vector<std::string> &arguments, const Circumstances &circumstances)
+// What exec takes. It is made before the fork: as long as other threads run, one of them may hold the
+// allocator's lock, which no one in the child would open.
+class Command {
+public:
+    Command(const std::vector<std::string> &arguments, const Circumstances &circumstances)
+    {
+        // With TONEKIT_TEST_PROCESSOR set, qemu emulates that processor for the program.
+        if (const char *const processor = std::getenv("TONEKIT_TEST_PROCESSOR")) {
+            program_ = "qemu-x86_64";
+            words_ = {program_, "-cpu", processor, TONEKIT_CONVERT};
+        } else {
+            program_ = TONEKIT_CONVERT;
+            words_ = {"tonekit-convert"};
+        }
+        words_.insert(words_.end(), arguments.begin(), arguments.end());
+        for (char **variable = environ; *variable; ++variable)
+            variables_.emplace_back(*variable);
+        Set("LC_ALL=", circumstances.locale);
+        Set("LD_PRELOAD=", circumstances.preload);
+        argv_ = Pointers(words_);
+        environment_ = Pointers(variables_);
+    }
+    Command(const Command &) = delete;
+    Command &operator=(const Command &) = delete;
+
+    [[noreturn]] void Execute() const
+    {
+        execvpe(program_, argv_.data(), environment_.data());
+        _exit(127);
+    }
+
+private:
+    // An empty value leaves the variable as it is.
+    void Set(const std::string &start, const std::string &value)
+    {
+        if (value.empty())
+            return;
+        std::erase_if(variables_, [&](const std::string &variable) { return variable.starts_with(start); });
+        variables_.push_back(start + value);
+    }
+
+    static std::vector<char *> Pointers(std::vector<std::string> &texts)
+    {
+        std::vector<char *> pointers;
+        for (std::string &text : texts)
+            pointers.push_back(text.data());
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+
+    const char *program_;
+    std::vector<std::string> words_;
+    std::vector<std::string> variables_;
+    std::vector<char *> argv_;
+    std::vector<char *> environment_;
+};
+
+// Calls nothing that allocates.
+[[noreturn]] void BecomeProgram(const Command &command, const Circumstances &circumstances)
 {
     if (circumstances.fileSizeLimit) {
         const rlimit limit{circumstances.fileSizeLimit, circumstances.fileSizeLimit};
@@ -46,10 +104,6 @@ namespace {
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);
     }
-    if (!circumstances.locale.empty())
-        setenv("LC_ALL", circumstances.locale.c_str(), 1);
-    if (!circumstances.preload.empty())
-        setenv("LD_PRELOAD", circumstances.preload.c_str(), 1);
     if (circumstances.brokenOutput) {
         int ends[2];
         if (pipe(ends) != 0)
@@ -64,20 +118,7 @@ namespace {
     // Whoever runs the tests may have signals ignored; programs inherit that.
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
         signal(number, circumstances.signalIgnored && number == circumstances.signal ? SIG_IGN : SIG_DFL);
-    std::vector<char *> argv = {const_cast<char *>("tonekit-convert")};
-    for (const std::string &argument : arguments)
-        argv.push_back(const_cast<char *>(argument.c_str()));
-    argv.push_back(nullptr);
-    // With TONEKIT_TEST_PROCESSOR set, qemu emulates that processor for the program.
-    if (char *const processor = std::getenv("TONEKIT_TEST_PROCESSOR")) {
-        char *const emulator[] = {const_cast<char *>("qemu-x86_64"), const_cast<char *>("-cpu"), processor};
-        argv[0] = const_cast<char *>(TONEKIT_CONVERT);
-        argv.insert(argv.begin(), std::begin(emulator), std::end(emulator));
-        execvp(argv[0], argv.data());
-        _exit(127);
-    }
-    execv(TONEKIT_CONVERT, argv.data());
-    _exit(127);
+    command.Execute();
 }
 
 void Finish(pid_t process, const Circumstances &circumstances, Outcome &outcome)
@@ -158,13 +199,14 @@ Outcome RunHostUnder(const Circumstances &circumstances, const std::vector<std::
     int err[2];
     if (pipe(out) != 0 || pipe(err) != 0)
         return outcome;
+    const Command command(arguments, circumstances);
     const pid_t process = fork();
     if (process == 0) {
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
         for (const int end : {out[0], out[1], err[0], err[1]})
             close(end);
-        BecomeProgram(arguments, circumstances);
+        BecomeProgram(command, circumstances);
     }
     close(out[1]);
     close(err[1]);
@@ -239,13 +281,14 @@ Outcome RunOnTerminal(const std::vector<std::string> &arguments, unsigned column
     const std::string name = ptsname(terminal);
     const winsize size{25, static_cast<unsigned short>(columns), 0, 0};
     ioctl(terminal, TIOCSWINSZ, &size);
+    const Command command(arguments, {});
     const pid_t process = fork();
     if (process == 0) {
         setsid();
         const int end = open(name.c_str(), O_RDWR);
         dup2(end, STDOUT_FILENO);
         dup2(end, STDERR_FILENO);
-        BecomeProgram(arguments, {});
+        BecomeProgram(command, {});
     }
     Collect(terminal, -1, outcome);
     Finish(process, {}, outcome);
