@@ -31,10 +31,11 @@ TEST(TagStream, InsertsInPlaceOfAnyLengthIntoFilesOfAnyLength)
 {
     TemporaryFolder folder;
     for (const size_t size : {size_t{0}, size_t{1}, size_t{100}, kMiB - 1, kMiB, kMiB + 1, 2 * kMiB + 1}) {
+        const std::string old = Letters(size, 1);
         for (const size_t start : {size_t{0}, std::min<size_t>(size, 10), size}) {
             for (const size_t replaced : {size_t{0}, std::min<size_t>(size - start, 30)}) {
                 for (const size_t length : {size_t{0}, size_t{7}, size_t{30}, size_t{5000}}) {
-                    std::string expected = Letters(size, 1);
+                    std::string expected = old;
                     const std::string inserted = Letters(length, 2);
                     test::WriteText(folder / "a", expected);
                     expected.replace(start, replaced, inserted);

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <random>
+#include <sstream>
 
 namespace tonekit::host::test {
 
@@ -36,7 +36,9 @@ std::vector<std::string> TemporaryFolder::Names() const
 std::string ReadText(const std::string &name)
 {
     std::ifstream file(PathFromUtf8(name), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::ostringstream text;
+    text << file.rdbuf();
+    return std::move(text).str();
 }
 
 void WriteText(const std::string &name, const std::string &text)
