@@ -23,6 +23,13 @@ std::string AsfHeader(uint64_t sizeOfFirst, uint32_t flags)
            Little(2, 4) + "\1\2" + objects;
 }
 
+uint64_t EndOf(const std::string &content)
+{
+    MemoryBytes memory({reinterpret_cast<const unsigned char *>(content.data()), content.size()});
+    HeaderBytes bytes(memory);
+    return EndOfCodedType(bytes, 0);
+}
+
 uint64_t MissingFrom(const std::string &content)
 {
     MemoryBytes memory({reinterpret_cast<const unsigned char *>(content.data()), content.size()});
@@ -60,8 +67,12 @@ TEST(AviFiles, AreAsLongAsTheirPartsSay)
     EXPECT_EQ(MissingFrom(all.substr(0, all.size() - 5)), 5u);
     EXPECT_EQ(MissingFrom(all.substr(0, 108 + 30)), 28u);
     EXPECT_EQ(MissingFrom(first + AviPart("WAVE", 50).substr(0, 20)), 0u); // something else
-    for (const uint64_t open : {0ULL, 0xFFFFFFFFULL})
-        EXPECT_EQ(MissingFrom("RIFF" + Little(open, 4) + "AVI xxxx"), 0u);
+    for (const uint64_t open : {0ULL, 0xFFFFFFFFULL}) {
+        const std::string header = "RIFF" + Little(open, 4) + "AVI xxxx";
+        EXPECT_EQ(MissingFrom(header), 0u);
+        EXPECT_EQ(EndOf(header), 0u);
+    }
+    EXPECT_EQ(EndOf(all), 108u); // the first part
     EXPECT_EQ(MissingFrom("RIFF" + Little(50, 4) + "WAVE"), 0u);
 }
 
