@@ -6,6 +6,8 @@
 #include "tests/support/shared_library.h"
 
 #include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 extern "C" const char *const tonekit_dispatch_names[];
 
@@ -15,6 +17,16 @@ namespace {
 
 const SharedLibrary *exporter = nullptr;
 std::set<std::string> suffixedNames;
+
+using Rows = std::unordered_map<std::string_view, const DispatchRow *>;
+
+Rows RowsByName()
+{
+    Rows rows;
+    for (size_t row = 0; tonekit_dispatch_names[row]; ++row)
+        rows.emplace(tonekit_dispatch_names[row], &tonekit_dispatch_rows[row]);
+    return rows;
+}
 
 } // namespace
 
@@ -46,10 +58,9 @@ void *BodyAddress(const char *name, char letter)
     }
     if (void *address = SingleAddress(name, nullptr))
         return address;
-    for (int row = 0; tonekit_dispatch_names[row]; ++row)
-        if (std::strcmp(tonekit_dispatch_names[row], name) == 0)
-            return tonekit_dispatch_rows[row].bodies[position - kTierLetters];
-    return nullptr;
+    static const Rows rows = RowsByName();
+    const auto row = rows.find(name);
+    return row == rows.end() ? nullptr : row->second->bodies[position - kTierLetters];
 }
 
 std::vector<const char *> DispatchedNames()
