@@ -450,6 +450,16 @@ private:
                           " holds no audio of 0 frames: its input is empty or too short");
     }
 
+    // What a reader needs may be where new tags came.
+    std::unique_ptr<SampleSource> OpenResult(const std::filesystem::path &written) const
+    {
+        try {
+            return OpenAudioFile(written, report_.output.path);
+        } catch (const Failure &error) {
+            throw Failure(std::string(error.what()) + " once it is finished, so it is not kept");
+        }
+    }
+
     // Reads back what the finished file says of itself. Coders may count otherwise.
     void CheckResult(const std::filesystem::path &written)
     {
@@ -459,7 +469,7 @@ private:
         if ((result.lossy && kind != ContainerKind::Aac) || result.frames == 0 ||
             kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
             return;
-        const std::unique_ptr<SampleSource> reader = OpenAudioFile(written, result.path);
+        const std::unique_ptr<SampleSource> reader = OpenResult(written);
         if (reader->frames() != result.frames || reader->format() != result.format)
             throw Failure(result.path + ": the finished file says " + std::to_string(reader->frames()) +
                           " frames of " + NameOf(reader->format()) + " instead of " +

@@ -34,6 +34,35 @@ TEST_F(Failures, OfOutputsThatWouldHoldNoFrame)
         ExpectFailure(1, "0 frames", {"--rate", "8000", folder / "one.wav", folder / name});
 }
 
+// Eight bytes after an AIFF file's form are its end. After a tag of odd length libsndfile takes the last byte
+// of that and these for a chunk, and refuses the file.
+TEST_F(Failures, OfFilesThatNewTagsWouldMakeUnreadable)
+{
+    const std::string name = folder / "more.aiff";
+    WriteText(name, std::string("FORM\0\0\0\x36"
+                                "AIFFCOMM\0\0\0\x12\0\1\0\0\0\4\0\x10\x40\x0E\xAC\x44\0\0\0\0\0\0"
+                                "SSND\0\0\0\x10\0\0\0\0\0\0\0\0\0\1\0\2\0\3\0\4"
+                                "FORM\1\2\3\4",
+                                70));
+    const std::string before = ReadText(name);
+    int refused = 0;
+    for (const char *title : {"A", "AB"}) {
+        WriteText(name, before);
+        const Outcome outcome = RunHost({"--in-place", "--set", std::string("TITLE=") + title, name});
+        if (outcome.status == 0) {
+            EXPECT_EQ(RunHost({"--info", name}).status, 0);
+            continue;
+        }
+        ++refused;
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find("once it is finished, so it is not kept"), std::string::npos)
+            << outcome.err;
+        EXPECT_EQ(ReadText(name), before);
+        EXPECT_EQ(folder.Names(), (std::vector<std::string>{"good.wav", "more.aiff", "old.wav"}));
+    }
+    EXPECT_EQ(refused, 1);
+}
+
 TEST_F(Failures, OfInputsWithTooManyChannels)
 {
     WriteSound(folder / "nine.wav", Noise(kWav16, 44100, 9, 100));
