@@ -72,8 +72,8 @@ bool HasNoRoomForSamples(const uint8_t *bytes, size_t size)
     return false;
 }
 
-// Whether bytes follow an AIFF file's form: libsndfile reads the last eight for a chunk once a tag is before
-// them. The program keeps no file that can't be read any longer.
+// Whether bytes follow an AIFF file's form: libsndfile refuses some files of this kind once a tag is before
+// those. The program keeps no file that can't be read any longer.
 bool HasMoreThanItsForm(const uint8_t *bytes, size_t size)
 {
     uint64_t form = 8;

@@ -450,7 +450,7 @@ private:
                           " holds no audio of 0 frames: its input is empty or too short");
     }
 
-    // What a reader needs may be where new tags came.
+    // New tags can make a file unreadable that could be read before: the line says which it speaks of.
     std::unique_ptr<SampleSource> OpenResult(const std::filesystem::path &written) const
     {
         try {

@@ -34,8 +34,8 @@ TEST_F(Failures, OfOutputsThatWouldHoldNoFrame)
         ExpectFailure(1, "0 frames", {"--rate", "8000", folder / "one.wav", folder / name});
 }
 
-// Eight bytes after an AIFF file's form are its end. After a tag of odd length libsndfile takes the last byte
-// of that and these for a chunk, and refuses the file.
+// libsndfile refuses an AIFF file with these eight bytes after its form once a tag of odd length is before
+// them; one of the two titles makes one.
 TEST_F(Failures, OfFilesThatNewTagsWouldMakeUnreadable)
 {
     const std::string name = folder / "more.aiff";
@@ -48,17 +48,14 @@ TEST_F(Failures, OfFilesThatNewTagsWouldMakeUnreadable)
     int refused = 0;
     for (const char *title : {"A", "AB"}) {
         WriteText(name, before);
-        const Outcome outcome = RunHost({"--in-place", "--set", std::string("TITLE=") + title, name});
-        if (outcome.status == 0) {
+        const std::vector<std::string> edit = {"--in-place", "--set", std::string("TITLE=") + title, name};
+        if (RunHost(edit).status == 0) {
             EXPECT_EQ(RunHost({"--info", name}).status, 0);
             continue;
         }
         ++refused;
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.err.find("once it is finished, so it is not kept"), std::string::npos)
-            << outcome.err;
+        ExpectFailure(1, "once it is finished, so it is not kept", edit);
         EXPECT_EQ(ReadText(name), before);
-        EXPECT_EQ(folder.Names(), (std::vector<std::string>{"good.wav", "more.aiff", "old.wav"}));
     }
     EXPECT_EQ(refused, 1);
 }
