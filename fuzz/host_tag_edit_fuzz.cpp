@@ -11,6 +11,7 @@
 #include "host/tags/tag_writer.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,7 +57,8 @@ std::optional<SoundSum> SoundOf(const MemoryFile &file, TagKind kind)
         const std::unique_ptr<SampleSource> source = OpenAudioFile(file.Path(), "file");
         if (source->tagKind() == kind)
             return SumOf(*source, uint64_t{160} * 4096);
-    } catch (const Failure &) { // no file that can be read
+    } catch (const Failure &) {        // no file that can be read
+    } catch (const std::bad_alloc &) { // nor one whose blocks are too large
     }
     return {};
 }
