@@ -218,12 +218,34 @@ TEST(FrameCount, OfAiffStreamsWithLargeFramesIsNotBelieved)
     EXPECT_EQ(CountIn(Aiff{.frames = 0x7FFFF000 / 24, .channels = 6, .bits = 32}.Bytes()).frames, 0u);
 }
 
+// The sizes that stand for no size, to the last byte, of one byte a frame.
+TEST(FrameCount, IsNotBelievedWhereASizeIsOpen)
+{
+    for (const uint32_t frames :
+         {0xFFFFFFFFu, 0xFFFFF000u, 0x7FFFFFFFu, 0x7FFFF000u, 0x7F000008u, 0x7EFFFFC1u})
+        EXPECT_EQ(CountIn(Aiff{.frames = frames, .channels = 1, .bits = 8}.Bytes()).frames, 0u) << frames;
+    for (const uint32_t frames : {0xFFFFEFFFu, 0x80000000u, 0x7FFFEFFFu, 0x7F000009u, 0x7EFFFFC0u})
+        EXPECT_EQ(CountIn(Aiff{.frames = frames, .channels = 1, .bits = 8}.Bytes()).frames, frames);
+    // Of frames that are larger, themselves or what they take.
+    EXPECT_EQ(CountIn(Aiff{.frames = 0x7F000000}.Bytes()).frames, 0u);
+    EXPECT_EQ(CountIn(Aiff{.frames = 0x55555555, .channels = 1, .bits = 24}.Bytes()).frames, 0u);
+    // The size isn't of whole frames.
+    EXPECT_EQ(CountIn(Aiff{.frames = 0x7EFFFFC0 / 2, .channels = 1}.Bytes()).frames, 0u);
+    EXPECT_EQ(CountIn(Aiff{.frames = 0x7EFFFFBE / 2, .channels = 1}.Bytes()).frames, 0x7EFFFFBEu / 2);
+    EXPECT_EQ(CountIn(Aiff{.frames = 0x7F000009 / 3 + 1, .channels = 1, .bits = 24}.Bytes()).frames,
+              0x7F000009u / 3 + 1);
+    // What multiplied would be a small number again.
+    const uint64_t most = uint64_t{1} << 46;
+    EXPECT_EQ(CountIn(Rf64(most, 40, std::string(40, '\1'))).frames, most);
+    EXPECT_EQ(CountIn(Rf64(most + 1, 40, std::string(40, '\1'))).frames, 0u);
+}
+
 TEST(FrameCount, OfPacketsOfAifcIsNotLookedAt)
 {
     EXPECT_EQ(CountIn(Aiff{.coding = "ima4"}.Bytes()).frames, 0u);
     EXPECT_EQ(CountIn(Aiff{.coding = "GSM "}.Bytes()).frames, 0u);
-    for (const char *coding : {"NONE", "twos", "sowt", "raw ", "in24", "in32", "fl32", "FL32", "fl64", "FL64",
-                               "ulaw", "ULAW", "alaw", "ALAW"})
+    for (const char *coding : {"NONE", "none", "twos", "sowt", "raw ", "in24", "ni24", "42ni", "23ni", "in32",
+                               "ni32", "fl32", "FL32", "fl64", "FL64", "ulaw", "ULAW", "alaw", "ALAW"})
         EXPECT_EQ(CountIn(Aiff{.coding = coding}.Bytes()).frames, 10u) << coding;
 }
 
