@@ -8,6 +8,7 @@
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <initializer_list>
 
 namespace tonekit::host {
 namespace {
@@ -280,6 +281,21 @@ TEST(FrameCount, OfWavComesBeforeTheSamples)
     std::string late = whole;
     late.replace(late.find("fact"), 4, "note");
     ExpectRead(late, "10");
+}
+
+// Codings in which frames are counted: plain ones, then those in blocks.
+TEST(FrameCount, OfWavIsReadOfSomeCodings)
+{
+    for (const uint16_t tag : std::initializer_list<uint16_t>{1, 3, 6, 7}) {
+        EXPECT_EQ(CountIn(Wave{.tag = tag}.Bytes()).frames, 10u) << tag;
+        EXPECT_EQ(CountIn(Wave{.tag = tag}.Bytes()).frameBytes, 4u) << tag;
+    }
+    for (const uint16_t tag : std::initializer_list<uint16_t>{2, 17, 49}) {
+        EXPECT_EQ(CountIn(Wave{.tag = tag}.Bytes()).frames, 10u) << tag;
+        EXPECT_EQ(CountIn(Wave{.tag = tag}.Bytes()).frameBytes, 0u) << tag;
+    }
+    for (const uint16_t tag : std::initializer_list<uint16_t>{0, 4, 5, 8, 16, 18, 48, 50})
+        EXPECT_EQ(CountIn(Wave{.tag = tag}.Bytes()).frames, 0u) << tag;
 }
 
 // Samples or bytes where frames belong.
