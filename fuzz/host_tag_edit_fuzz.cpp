@@ -74,14 +74,14 @@ bool HasNoRoomForSamples(const uint8_t *bytes, size_t size)
     return false;
 }
 
-// Whether bytes follow an AIFF file's form: libsndfile refuses some files of this kind once a tag is before
-// those. The program keeps no file that can't be read any longer.
-bool HasMoreThanItsForm(const uint8_t *bytes, size_t size)
+// Whether bytes follow an AIFF file's form, as a broken chunk does once a tag is before it: libsndfile
+// refuses some files of this kind. The program keeps no file that can't be read any longer.
+bool HasMoreThanItsForm(const std::string &file)
 {
     uint64_t form = 8;
-    for (size_t i = 4; i < 8 && i < size; ++i)
-        form += uint64_t{bytes[i]} << (56 - 8 * i);
-    return form < size;
+    for (size_t i = 4; i < 8 && i < file.size(); ++i)
+        form += uint64_t{static_cast<uint8_t>(file[i])} << (56 - 8 * i);
+    return form < file.size();
 }
 
 bool Holds(const Texts &texts, const std::string &key, const std::string &value)
@@ -174,7 +174,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         (kind == TagKind::Aiff && HasNoRoomForSamples(input.Rest(), input.Size())))
         return 0;
     const std::optional<SoundSum> after = SoundOf(file, kind);
-    if (!after && kind == TagKind::Aiff && HasMoreThanItsForm(input.Rest(), input.Size()))
+    if (!after && kind == TagKind::Aiff && HasMoreThanItsForm(file.Bytes()))
         return 0;
     Require(after == sound);
     if (known && !replace && !edit.texts.empty() && edit.texts[0].first == "TITLE" && warnings.empty())

@@ -2,6 +2,7 @@
 #include "tests/support/random.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -35,10 +36,23 @@ std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path &path)
     return files;
 }
 
+const Input *running = nullptr;
+
+// Tells the input that a target stopped at, for `xxd -r -p` to make a file of.
+void TellInput(int)
+{
+    std::fputs("stopped at this input:\n", stderr);
+    for (size_t i = 0; i < running->size(); ++i)
+        std::fprintf(stderr, "%02x%s", (*running)[i], (i + 1) % 40 == 0 ? "\n" : "");
+    std::fputs("\n", stderr);
+    std::fflush(stderr);
+}
+
 // An exactly sized copy, so that a read past the input's end is caught by a sanitizer.
 void RunOne(const Input &input)
 {
     const std::vector<uint8_t> copy(input);
+    running = &input;
     LLVMFuzzerTestOneInput(copy.data(), copy.size());
 }
 
@@ -86,6 +100,7 @@ int main(int argc, char **argv)
             for (const auto &file : FilesBelow(word))
                 inputs.push_back(ReadFile(file));
     }
+    std::signal(SIGABRT, TellInput);
     for (const Input &input : inputs)
         RunOne(input);
     tonekit::Random random(seed);
