@@ -38,6 +38,11 @@ uint64_t EndBeforeOlderTag(TagStream &stream)
     return isMark ? length : length - kOlderTag;
 }
 
+bool AreZeros(TagLib::ByteVector::ConstIterator from, TagLib::ByteVector::ConstIterator end)
+{
+    return std::all_of(from, end, [](char byte) { return byte == 0; });
+}
+
 // Whether bytes are items, one after another, and then zeros: a size of 4 bytes, 4 bytes of flags, a name, a
 // zero and the value.
 bool AreItems(const TagLib::ByteVector &bytes)
@@ -45,7 +50,7 @@ bool AreItems(const TagLib::ByteVector &bytes)
     constexpr uint64_t kSizeAndFlags = 8;
     for (uint64_t place = 0; place < bytes.size();) {
         const auto rest = bytes.begin() + static_cast<ptrdiff_t>(place);
-        if (std::all_of(rest, bytes.end(), [](char byte) { return byte == 0; }))
+        if (AreZeros(rest, bytes.end()))
             return true;
         if (place + kSizeAndFlags >= bytes.size())
             return false;
@@ -77,7 +82,10 @@ bool IsOdd(TagStream &stream)
     const uint64_t start = end - size;
     if (header != 0 && !IsMark(BytesAt(stream, start - header, kMark.size())))
         return true;
-    return !AreItems(BytesAt(stream, start, size - kFooter));
+    const TagLib::ByteVector items = BytesAt(stream, start, size - kFooter);
+    if (header == 0 && !items.isEmpty() && AreZeros(items.begin(), items.end()))
+        return true; // the last frame of MPEG audio can end in them
+    return !AreItems(items);
 }
 
 } // namespace

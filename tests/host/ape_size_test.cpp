@@ -58,7 +58,7 @@ TEST_F(ApeSize, IsThatOfTheItems)
 {
     const std::string two = Item("Title", "One") + Item("Artist", "");
     for (const std::string &tag : {""s, Tag(""), Tag(two), TagWithHeader(two),
-                                   Tag(two + std::string(50, '\0')), Tag(std::string(3, '\0'))}) {
+                                   Tag(two + std::string(50, '\0')), TagWithHeader(std::string(50, '\0'))}) {
         EXPECT_FALSE(IsOdd(tag));
         EXPECT_FALSE(IsOdd(kAudio + tag));
         EXPECT_FALSE(IsOdd(kAudio + tag + kOlder));
@@ -83,6 +83,9 @@ TEST_F(ApeSize, IsOddWhereAudioWouldBelongToTheTag)
         EXPECT_TRUE(IsOdd(item + Ending(item.size() + 32, kHasHeader) + older));
     }
     EXPECT_TRUE(IsOdd(kAudio + Tag(item.substr(0, item.size() - 1))));
+    // A frame of MPEG audio can end in zeros.
+    EXPECT_TRUE(IsOdd(kAudio + std::string(100, '\0') + Ending(132)));
+    EXPECT_TRUE(IsOdd(kAudio + std::string(100, '\0') + Ending(33)));
     EXPECT_TRUE(IsOdd(kAudio + Tag(Little(0) + Little(0) + "name without an end")));
     EXPECT_TRUE(IsOdd(kAudio + Tag(Little(0x7FFFFFFF) + Little(0) + "name\0"s)));
     EXPECT_TRUE(IsOdd(kAudio + Tag(std::string(40'000'000, '\0') + "x"))); // soon
