@@ -460,17 +460,23 @@ private:
         }
     }
 
-    // Reads back what the finished file says of itself. Coders may count otherwise.
+    // Whether a new file notes its frames. What lossy coders but that of AAC add isn't noted.
+    static bool IsNotedExactly(const StreamReport &result, ContainerKind kind)
+    {
+        return (!result.lossy || kind == ContainerKind::Aac) && result.frames != 0 &&
+               kind != ContainerKind::Raw && kind != ContainerKind::RawBig;
+    }
+
+    // Reads back what the finished file says of itself. Coders may count otherwise. A copy, too, must be as
+    // its input after a change of tags.
     void CheckResult(const std::filesystem::path &written)
     {
         const StreamReport &result = report_.output;
-        const ContainerKind kind = plan_.copyFile ? ContainerKind::Wav : plan_.container->kind;
-        // What other lossy coders add isn't noted in their files.
-        if ((result.lossy && kind != ContainerKind::Aac) || result.frames == 0 ||
-            kind == ContainerKind::Raw || kind == ContainerKind::RawBig)
+        if (!plan_.copyFile && !IsNotedExactly(result, plan_.container->kind))
             return;
         const std::unique_ptr<SampleSource> reader = OpenResult(written);
-        if (reader->frames() != result.frames || reader->format() != result.format)
+        const bool sameFrames = result.frames == 0 || reader->frames() == result.frames;
+        if (!sameFrames || reader->format() != result.format)
             throw Failure(result.path + ": the finished file says " + std::to_string(reader->frames()) +
                           " frames of " + NameOf(reader->format()) + " instead of " +
                           std::to_string(result.frames) + " of " + NameOf(result.format) +

@@ -60,6 +60,23 @@ TEST_F(Failures, OfFilesThatNewTagsWouldMakeUnreadable)
     EXPECT_EQ(refused, 1);
 }
 
+// The one frame of MPEG audio has the mark of a tag of 30 letters a field in it, where such a tag would be.
+TEST_F(Failures, OfFilesWhoseAudioLooksLikeATag)
+{
+    const std::string name = folder / "frame.mp3";
+    const std::string frame = std::string("\xFF\xE3\x48\xC4", 4) + std::string(284, '\0');
+    const std::vector<std::string> edit = {"--in-place", "--no-tags", "--set", "TITLE=A", name};
+    WriteText(name, frame);
+    EXPECT_EQ(RunHost(edit).status, 0);
+    EXPECT_TRUE(ReadText(name).ends_with(frame));
+    std::string marked = frame;
+    marked.replace(160, 3, "TAG");
+    WriteText(name, marked);
+    EXPECT_EQ(RunHost({"--info", name}).status, 0);
+    ExpectFailure(1, "once it is finished, so it is not kept", edit);
+    EXPECT_EQ(ReadText(name), marked);
+}
+
 TEST_F(Failures, OfInputsWithTooManyChannels)
 {
     WriteSound(folder / "nine.wav", Noise(kWav16, 44100, 9, 100));
