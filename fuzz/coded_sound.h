@@ -1,5 +1,5 @@
-// coded_sound.h: the bytes of coded sound in files that libavformat reads, by a slow walk of its own, for
-// targets that change what is around them.
+// coded_sound.h: the bytes of coded sound in files of several kinds, by a slow walk of its own, for targets
+// that change what is around them.
 #pragma once
 
 #include "host/tags/tag_kind.h"
@@ -24,6 +24,7 @@ public:
         std::optional<std::string> found = kind == host::TagKind::Mp4       ? Mp4()
                                            : kind == host::TagKind::WavPack ? WavPack()
                                            : kind == host::TagKind::Ape     ? Ape()
+                                           : kind == host::TagKind::Flac    ? Flac()
                                                                             : std::nullopt;
         return broken_ ? std::nullopt : found;
     }
@@ -156,6 +157,23 @@ private:
             end = next;
         }
         return std::string(file_.substr(0, end));
+    }
+
+    // All that follows the blocks of the header, the last of which says that it is.
+    std::optional<std::string> Flac()
+    {
+        constexpr uint64_t kOlderTag = 128; // can be changed
+        const bool older = file_.size() >= kOlderTag && file_.substr(file_.size() - kOlderTag, 3) == "TAG";
+        if (file_.substr(0, 4) != "fLaC" || older)
+            return std::nullopt;
+        uint64_t end = 4;
+        for (bool last = false; !last && !broken_;) {
+            last = Big(end, 1) >= 0x80;
+            end += 4 + Big(end + 1, 3);
+        }
+        if (end > file_.size())
+            return std::nullopt;
+        return std::string(file_.substr(end));
     }
 
     // A header with the size of each part.

@@ -166,13 +166,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Texts texts;
     const bool known = Read(file, kind, texts);
     // A broken size can take the tags at the end for sound. Where damage ends the sound, readers look for
-    // more in what follows.
-    const bool damaged = kind >= TagKind::WavPack && (!sound || !sound->whole);
-    if (coded && (kind == TagKind::Mp4 || !damaged))
+    // more in what follows; comments that are broken hide all frames from libFLAC, and which frames it finds
+    // after damaged ones depends on their places.
+    const bool damaged = !sound || !sound->whole;
+    const bool placesMatter = damaged && (kind >= TagKind::WavPack || kind == TagKind::Flac);
+    if (coded && (kind == TagKind::Mp4 || kind == TagKind::Flac || !damaged))
         Require(SoundBytes(file.Bytes()).Find(kind) == coded);
-    // Comments that are broken keep libFLAC from all frames, until they are replaced.
-    const bool hidden = kind == TagKind::Flac && sound && sound->frames == 0;
-    if (!sound || kind == TagKind::None || bytes.IsOutside() || damaged || hidden ||
+    if (!sound || kind == TagKind::None || bytes.IsOutside() || placesMatter ||
         (kind == TagKind::Aiff && HasNoRoomForSamples(input.Rest(), input.Size())))
         return 0;
     const std::optional<SoundSum> after = SoundOf(file, kind);
