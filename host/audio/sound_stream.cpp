@@ -121,6 +121,9 @@ void SoundStream::Note(const std::error_code &error)
 std::string SoundFileError(SNDFILE *handle)
 {
     std::string text = sf_strerror(handle);
+    // Files are given to it open, so their names aren't what it means: libmpg123 found no frame.
+    if (text.starts_with("File does not exist"))
+        return "none of its audio can be decoded";
     while (!text.empty() && (text.back() == '.' || std::isspace(static_cast<unsigned char>(text.back()))))
         text.pop_back();
     return text;

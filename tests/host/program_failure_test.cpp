@@ -77,6 +77,14 @@ TEST_F(Failures, OfFilesWhoseAudioLooksLikeATag)
     EXPECT_EQ(ReadText(name), marked);
 }
 
+TEST_F(Failures, OfInputsWithoutAWholeFrame)
+{
+    const std::string name = folder / "frame.mp3";
+    WriteText(name, std::string("\xFF\xE3\x48\xC4", 4) + std::string(70, '\0'));
+    ExpectFailure(1, name + ": not an audio file that can be read (none of its audio can be decoded)",
+                  {"--info", name});
+}
+
 TEST_F(Failures, OfInputsWithTooManyChannels)
 {
     WriteSound(folder / "nine.wav", Noise(kWav16, 44100, 9, 100));
